@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace velmora {
+
+/// Hexadecimal and base64 on raw memory, for callers that know how much room they need. None of
+/// these functions allocates, and none writes a closing zero.
+
+/// Writes 2 * count digits.
+void hexEncodeUpper(const unsigned char* bytes, size_t count, char* out) noexcept;
+void hexEncodeLower(const unsigned char* bytes, size_t count, char* out) noexcept;
+
+/// The length of `count` bytes in base64 with padding (RFC 4648 §4).
+constexpr size_t base64Length(size_t count) noexcept {
+  return (count + 2) / 3 * 4;
+}
+
+/// Writes base64Length(count) characters, padded.
+void base64Encode(const unsigned char* bytes, size_t count, char* out) noexcept;
+
+/// Writes base64url without padding (RFC 4648 §5) and gives the number of characters written.
+size_t base64UrlEncode(const unsigned char* bytes, size_t count, char* out) noexcept;
+
+/// What a decoder made of its text: the bytes it wrote, and whether all of the text was understood.
+struct DecodeResult {
+  size_t written = 0;
+  bool complete = false;
+};
+
+/// Decodes hexadecimal digits in either letter case; white space is passed over, an odd digit at
+/// the end or any other character is a fault that ends the decoding. `out` has room for text.size()
+/// / 2 bytes.
+DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept;
+
+/// Decodes base64 in the standard alphabet or, with `url`, in the URL alphabet; white space is
+/// passed over, padding is optional and ends the text. `out` has room for
+/// text.size() / 4 * 3 + 3 bytes.
+DecodeResult base64Decode(std::string_view text, bool url, unsigned char* out) noexcept;
+
+}  // namespace velmora

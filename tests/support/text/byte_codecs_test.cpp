@@ -1,0 +1,136 @@
+#include "support/text/byte_codecs.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "support/text/data_buffer.h"
+#include "support/text/string_buffer.h"
+
+namespace velmora {
+namespace {
+
+struct Decoded {
+  bool complete;
+  std::string bytes;
+};
+
+Decoded decode(std::string_view text, const char* encoding) {
+  DataBuffer out;
+  out.append("|", 1);  // decoding appends
+  const bool complete = out.appendEncoded(text, encoding);
+  return {complete, std::string(out.view().substr(1))};
+}
+
+std::string encode(std::string_view bytes, const char* encoding) {
+  DataBuffer in;
+  in.append(bytes.data(), bytes.size());
+  StringBuffer out("|");
+  EXPECT_TRUE(in.encodeDB(encoding, out));
+  return std::string(out.view().substr(1));
+}
+
+TEST(ByteCodecs, EncodeKnownBytes) {
+  const struct {
+    std::string_view bytes, encoding, text;
+  } cases[] = {
+      // RFC 4648 §10
+      {"", "base64", ""},
+      {"f", "base64", "Zg=="},
+      {"fo", "base64", "Zm8="},
+      {"foo", "base64", "Zm9v"},
+      {"foob", "BASE64", "Zm9vYg=="},
+      {"fooba", "base64", "Zm9vYmE="},
+      {"foobar", "base64", "Zm9vYmFy"},
+      {"\xFB\xFF\xBF", "base64", "+/+/"},
+      {"\xFB\xFF\xBF", "base64url", "-_-_"},
+      {"foob", "base64Url", "Zm9vYg"},
+      {"fooba", "base64url", "Zm9vYmE"},
+      {"\x01\x9A\xBC\xDE\xF0", "hex", "019ABCDEF0"},
+      {"\x01\x9A\xBC\xDE\xF0", "HexLower", "019abcdef0"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(encode(c.bytes, c.encoding.data()), c.text);
+    const Decoded back = decode(c.text, c.encoding.data());
+    EXPECT_TRUE(back.complete);
+    EXPECT_EQ(back.bytes, c.bytes);
+  }
+}
+
+TEST(ByteCodecs, DecodeUpToTheFault) {
+  const struct {
+    const char* encoding;
+    std::string_view text, bytes;
+    bool complete;
+  } cases[] = {
+      {"hex", " 4a\t4B\r\n4 c ", "JKL", true},
+      {"hexlower", "4A4b", "JK", true},
+      {"hex", "4a4", "J", false},
+      {"hex", "4a4 ", "J", false},
+      {"hex", "4a0x4b", "J", false},
+      {"hex", "4a4b g", "JK", false},
+      {"hex", {"4a\0004b", 5}, "J", false},
+      {"base64", "Zm9vYg", "foob", true},
+      {"base64", "Zm9vYg=", "foob", true},
+      {"base64", "Zm9v\r\nYg = =\n", "foob", true},
+      {"base64", "Zm9vYh==", "foob", true},  // bits that stand for nothing are not looked at
+      {"base64", "Zm9vYg===", "foob", false},
+      {"base64", "Zm9vYg==Zm9v", "foob", false},
+      {"base64", "Zm9vYmE=,", "fooba", false},
+      {"base64", "Zm9v=", "foo", false},
+      {"base64", "=", "", false},
+      {"base64", "Zm9vY", "foo", false},
+      {"base64", "Zm9vYm*v", "foob", false},
+      {"base64", "Zm\xC3\xBC", "f", false},
+      {"base64", "-_-_", "", false},
+      {"base64url", "+/+/", "", false},
+      {"base64url", "Zm9vYg==", "foob", true},
+  };
+  for (const auto& c : cases) {
+    const Decoded result = decode(c.text, c.encoding);
+    EXPECT_EQ(result.complete, c.complete) << c.encoding << ": " << c.text;
+    EXPECT_EQ(result.bytes, c.bytes) << c.encoding << ": " << c.text;
+  }
+}
+
+TEST(ByteCodecs, RefuseUnknownNames) {
+  DataBuffer bytes;
+  bytes.append("abc", 3);
+  StringBuffer out;
+  for (const char* name : {"", "hex ", "base32", "base64u"}) {
+    EXPECT_FALSE(bytes.encodeDB(name, out));
+    EXPECT_FALSE(bytes.appendEncoded("61", name));
+  }
+  EXPECT_FALSE(bytes.encodeDB(nullptr, out));
+  EXPECT_TRUE(out.isEmpty());
+  EXPECT_EQ(bytes.view(), "abc");
+}
+
+TEST(ByteCodecs, EveryLengthAndByteComesBack) {
+  std::mt19937 random(1);
+  std::string bytes;
+  for (int length = 0; length < 300; ++length) {
+    for (const char* encoding : {"hex", "hexlower", "base64", "base64url"}) {
+      std::string text = encode(bytes, encoding);
+      for (int spaces = 0; spaces < 3; ++spaces) {
+        const Decoded back = decode(text, encoding);
+        ASSERT_TRUE(back.complete) << encoding << ": " << text;
+        ASSERT_EQ(back.bytes, bytes) << encoding << ": " << text;
+        text.insert(random() % (text.size() + 1), 1, " \t\n\v\f\r"[random() % 6]);
+      }
+    }
+    bytes.push_back(static_cast<char>(random()));
+  }
+}
+
+TEST(DataBuffer, SwapsTheBytesOfWholeUnits) {
+  DataBuffer bytes;
+  bytes.append("ABCDE", 5);
+  bytes.byteSwap21();
+  EXPECT_EQ(bytes.view(), "BADCE");
+}
+
+}  // namespace
+}  // namespace velmora
