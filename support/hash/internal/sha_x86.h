@@ -1,0 +1,30 @@
+#pragma once
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define VELMORA_SHA_X86 1
+
+#include <cstddef>
+#include <cstdint>
+
+/// Compression functions for x86-64 CPUs; the signatures are those of ShaPath. Each may run only
+/// where the CPU feature in its name is present.
+namespace velmora::sha_x86 {
+
+bool cpuHasBmi2() noexcept;
+bool cpuHasAvxAndBmi2() noexcept;
+/// The SHA extensions, with SSSE3 and SSE4.1, which their functions use as well.
+bool cpuHasSha() noexcept;
+
+void sha1Bmi2(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
+void sha256Bmi2(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
+void sha512Bmi2(uint64_t* state, const unsigned char* blocks, size_t count) noexcept;
+
+/// Needs AVX and BMI2.
+void sha512Avx(uint64_t* state, const unsigned char* blocks, size_t count) noexcept;
+
+void sha1Extensions(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
+void sha256Extensions(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
+
+}  // namespace velmora::sha_x86
+
+#endif

@@ -1,0 +1,331 @@
+#include "support/zip/inflate.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <string>
+
+#include "support/zip/internal/deflate_format.h"
+#include "support/zip/zlib_codec.h"
+#include "tests/support/zip/zip_samples.h"
+
+namespace {
+
+// What buffers get their memory by, counted, and made to fail on demand.
+std::atomic<size_t> largestAllocation{0};
+std::atomic<int> allocationsBeforeFailure{-1};  // negative: none fails
+
+void* allocate(size_t size) noexcept {
+  if (allocationsBeforeFailure >= 0 && allocationsBeforeFailure-- == 0) return nullptr;
+  if (size > largestAllocation) largestAllocation = size;
+  return std::malloc(size);
+}
+
+}  // namespace
+
+void* operator new[](size_t size) {
+  void* memory = std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+
+namespace velmora {
+namespace {
+
+using zip_samples::Bytes;
+
+/// A stream written by hand, bit by bit.
+class Bits {
+ public:
+  /// A number, lowest bit first.
+  Bits& put(uint64_t value, unsigned count) {
+    for (unsigned i = 0; i < count; ++i) add(static_cast<unsigned>(value >> i & 1));
+    return *this;
+  }
+  /// A code word, highest bit first.
+  Bits& code(unsigned word, unsigned count) {
+    for (unsigned i = count; i-- > 0;) add(word >> i & 1);
+    return *this;
+  }
+  Bits& block(unsigned type, bool final = true) { return put(final, 1).put(type, 2); }
+
+  /// A dynamic block's header. The code lengths are sent in words of four bits each, so that any
+  /// list of them can be.
+  Bits& dynamic(const Bytes& literals, const Bytes& distances) {
+    dynamicCounts(literals.size(), distances.size());
+    for (const size_t symbol : deflate::kCodeLengthOrder) put(symbol < 16 ? 4 : 0, 3);
+    for (const Bytes& lengths : {literals, distances}) {
+      for (const unsigned char length : lengths) code(length, 4);
+    }
+    return *this;
+  }
+  Bits& dynamicCounts(size_t literals, size_t distances) {
+    block(deflate::kDynamicBlock);
+    put(static_cast<unsigned>(literals - 257), 5).put(static_cast<unsigned>(distances - 1), 5);
+    return put(19 - 4, 4);
+  }
+
+  const Bytes& bytes() const { return m_bytes; }
+
+ private:
+  void add(unsigned bit) {
+    if (m_used % 8 == 0) m_bytes.push_back(0);
+    m_bytes.back() = static_cast<unsigned char>(m_bytes.back() | bit << m_used++ % 8);
+  }
+
+  Bytes m_bytes;
+  size_t m_used = 0;
+};
+
+/// Code lengths for some of `count` symbols, 0 for the rest.
+Bytes lengths(size_t count, std::initializer_list<std::pair<size_t, unsigned char>> used) {
+  Bytes result(count, 0);
+  for (const auto& [symbol, length] : used) result[symbol] = length;
+  return result;
+}
+
+const char* const kBefore = "what was in the buffer before, long enough to be copied from";
+
+InflateResult inflate(const Bytes& stream, std::string* output = nullptr, size_t bound = 100000) {
+  DataBuffer out;
+  out.append(kBefore, std::strlen(kBefore));
+  const Bytes exact(stream);  // ends where its memory ends
+  size_t used = 0;
+  const InflateResult result = inflateRaw(exact, bound, out, used);
+  EXPECT_TRUE(out.view().starts_with(kBefore));
+  EXPECT_LE(used, stream.size());
+  const std::string added(out.view().substr(std::strlen(kBefore)));
+  EXPECT_TRUE(result == InflateResult::kOk || added.empty());
+  if (output != nullptr) *output = added;
+  return result;
+}
+
+TEST(Inflate, RefusesBrokenStreams) {
+  using enum InflateResult;
+  const Bytes oneEnd = lengths(257, {{'a', 1}, {256, 1}});
+  const auto fixed = [] { return Bits().block(deflate::kFixedBlock).code(0x30 + 'a', 8); };
+  const struct {
+    const char* what;
+    Bits stream;
+    InflateResult result;
+  } cases[] = {
+      {"nothing", Bits(), kTruncated},
+      {"block type 3", Bits().block(3), kBadBlockType},
+      {"no end of block", fixed(), kTruncated},
+      {"no final block", Bits().block(1, false).code(0, 7), kTruncated},
+      {"stored: half a length", Bits().block(0).put(0, 5).put(1, 16), kTruncated},
+      {"stored: lengths differ", Bits().block(0).put(0, 5).put(1, 16).put(1, 16), kBadStoredLength},
+      {"stored: too short", Bits().block(0).put(0, 5).put(2, 16).put(0xfffd, 16).put('a', 8),
+       kTruncated},
+      {"length symbol 286", fixed().code(0xc6, 8), kBadSymbol},
+      {"length symbol 287", fixed().code(0xc7, 8), kBadSymbol},
+      {"distance symbol 30", fixed().code(1, 7).code(30, 5), kBadSymbol},
+      {"distance symbol 31", fixed().code(1, 7).code(31, 5), kBadSymbol},
+      {"a distance before the start", fixed().code(1, 7).code(1, 5).code(0, 7), kBadDistance},
+      {"287 literal symbols", Bits().dynamicCounts(287, 1).put(0, 32), kBadCodeLengths},
+      {"31 distance symbols", Bits().dynamicCounts(257, 31).put(0, 32), kBadCodeLengths},
+      {"code-length code too full", Bits().dynamicCounts(257, 1).put(0x249249, 24).put(0, 33),
+       kBadCodeLengths},
+      {"code-length code of one", Bits().dynamicCounts(257, 1).put(1, 3).put(0, 32).put(0, 32),
+       kBadCodeLengths},
+      {"a repetition of nothing",
+       Bits().dynamicCounts(257, 1).put(1, 3).put(0, 6).put(1, 3).put(0, 45).code(1, 1).put(0, 32),
+       kBadCodeLengths},
+      {"repetitions beyond the end",
+       Bits()
+           .dynamicCounts(257, 1)
+           .put(0, 6)
+           .put(1, 3)
+           .put(1, 3)
+           .put(0, 45)
+           .code(1, 1)
+           .put(127, 7)
+           .code(1, 1)
+           .put(127, 7)
+           .put(0, 32),
+       kBadCodeLengths},
+      {"no code word for the end", Bits().dynamic(lengths(257, {{'a', 1}, {'b', 1}}), {1, 1}),
+       kBadCodeLengths},
+      {"literal code too full", Bits().dynamic(lengths(257, {{1, 1}, {2, 1}, {256, 1}}), {1, 1}),
+       kBadCodeLengths},
+      {"literal code incomplete", Bits().dynamic(lengths(257, {{1, 2}, {256, 1}}), {1, 1}),
+       kBadCodeLengths},
+      {"one literal word of two bits", Bits().dynamic(lengths(257, {{256, 2}}), {1, 1}),
+       kBadCodeLengths},
+      {"distance code incomplete", Bits().dynamic(oneEnd, {2, 2}), kBadCodeLengths},
+      {"distance code too full", Bits().dynamic(oneEnd, {1, 1, 1}), kBadCodeLengths},
+      {"the unused half of a single distance",
+       Bits()
+           .dynamic(lengths(258, {{'a', 1}, {256, 2}, {257, 2}}), {1})
+           .code(0, 1)
+           .code(3, 2)
+           .code(1, 1)
+           .code(2, 2)
+           .put(0, 32),
+       kBadSymbol},
+      {"a match where no distances are",
+       Bits()
+           .dynamic(lengths(258, {{'a', 1}, {256, 2}, {257, 2}}), {0})
+           .code(0, 1)
+           .code(3, 2)
+           .put(0, 64),
+       kBadSymbol},
+  };
+  for (const auto& testCase : cases) {
+    EXPECT_EQ(inflate(testCase.stream.bytes()), testCase.result) << testCase.what;
+    // The same far from the end of the input, where symbols are decoded with fewer checks.
+    Bytes longer = testCase.stream.bytes();
+    longer.resize(longer.size() + 64);
+    if (testCase.result == kTruncated) continue;
+    EXPECT_EQ(inflate(longer), testCase.result) << testCase.what;
+  }
+}
+
+TEST(Inflate, AcceptsTheIncompleteCodesThatWritersUse) {
+  const Bytes literals = lengths(258, {{'a', 1}, {256, 2}, {257, 2}});
+  std::string output;
+  const Bits oneDistance =
+      Bits().dynamic(literals, {1}).code(0, 1).code(3, 2).code(0, 1).code(2, 2);
+  EXPECT_EQ(inflate(oneDistance.bytes(), &output), InflateResult::kOk);
+  EXPECT_EQ(output, "aaaa");
+  const Bits noDistance = Bits().dynamic(literals, {0}).code(0, 1).code(2, 2);
+  EXPECT_EQ(inflate(noDistance.bytes(), &output), InflateResult::kOk);
+  EXPECT_EQ(output, "a");
+  const Bits onlyEnd = Bits().dynamic(lengths(257, {{256, 1}}), {0}).code(0, 1);
+  EXPECT_EQ(inflate(onlyEnd.bytes(), &output), InflateResult::kOk);
+  EXPECT_EQ(output, "");
+}
+
+TEST(Inflate, LeavesWhatFollowsTheStreamToTheCaller) {
+  Bytes stream = Bits().block(0).put(0, 5).put(1, 16).put(0xfffe, 16).put('a', 8).bytes();
+  const size_t size = stream.size();
+  stream.resize(size + 20, 0xee);
+  DataBuffer out;
+  size_t used = 0;
+  EXPECT_EQ(inflateRaw(stream, 1, out, used), InflateResult::kOk);
+  EXPECT_EQ(used, size);
+  EXPECT_EQ(out.view(), "a");
+}
+
+TEST(Inflate, ABombStopsAtTheBoundWithoutMoreMemory) {
+  // One literal, then matches of 258 at distance 1 in two bits each: a gibibyte from a mebibyte.
+  Bits bomb;
+  bomb.dynamic(lengths(286, {{0, 2}, {256, 2}, {285, 1}}), {1, 0});
+  bomb.code(2, 2);
+  constexpr size_t kMatches = (size_t{1} << 30) / 258;
+  for (size_t i = 0; i < kMatches; ++i) bomb.put(0, 2);
+  bomb.code(3, 2);
+  for (const size_t bound : {size_t{0}, size_t{1}, size_t{1000}, size_t{5000000}}) {
+    largestAllocation = 0;
+    DataBuffer out;
+    size_t used = 0;
+    EXPECT_EQ(inflateRaw(bomb.bytes(), bound, out, used), InflateResult::kTooLarge);
+    EXPECT_TRUE(out.empty());
+    EXPECT_LE(largestAllocation, bound + 1);  // and the closing zero of the buffer
+  }
+}
+
+TEST(Inflate, TheBoundItselfIsAllowed) {
+  for (const Bytes& bytes : {zip_samples::words(5000), zip_samples::random(5000), Bytes(5000, 1)}) {
+    DataBuffer stream, out;
+    ASSERT_TRUE(zlibCompress(bytes, stream));
+    EXPECT_EQ(zlibInflate(stream.span(), bytes.size() - 1, out), InflateResult::kTooLarge);
+    EXPECT_EQ(zlibInflate(stream.span(), bytes.size(), out), InflateResult::kOk);
+  }
+}
+
+TEST(ZlibInflate, ChecksItsFraming) {
+  using enum InflateResult;
+  const Bytes words = zip_samples::words(2000);
+  DataBuffer good;
+  ASSERT_TRUE(zlibCompress(words, good));
+  const auto changed = [&good](const std::function<void(Bytes&)>& change) {
+    Bytes stream(good.data(), good.data() + good.size());
+    change(stream);
+    DataBuffer out;
+    return zlibInflate(stream, 100000, out);
+  };
+  const auto header = [&changed](unsigned char cmf, unsigned char flags) {
+    return changed([=](Bytes& stream) { stream[0] = cmf, stream[1] = flags; });
+  };
+  EXPECT_EQ(header(0x78, 0x01), kOk);
+  EXPECT_EQ(header(0x78, 0xda), kOk);
+  EXPECT_EQ(header(0x78, 0x9d), kBadHeader);    // no multiple of 31
+  EXPECT_EQ(header(0x79, 0x18), kBadHeader);    // method 9
+  EXPECT_EQ(header(0x88, 0x1c), kBadHeader);    // a window of 64 KiB
+  EXPECT_EQ(header(0x78, 0xbb), kBadHeader);    // a preset dictionary
+  EXPECT_EQ(header(0x08, 0x1d), kBadDistance);  // a window of 256 bytes, which matches reach beyond
+  EXPECT_EQ(changed([](Bytes& stream) { ++stream.back(); }), kBadChecksum);
+  EXPECT_EQ(changed([](Bytes& stream) { stream.push_back(0); }), kTrailingBytes);
+}
+
+TEST(ZlibInflate, EveryPrefixAndEveryFlippedBitIsRefusedOrHarmless) {
+  for (const Bytes& bytes : {zip_samples::words(40), zip_samples::words(1500),
+                             zip_samples::random(100), Bytes(3000, 'z'), Bytes{}}) {
+    DataBuffer stream, out;
+    ASSERT_TRUE(zlibCompress(bytes, stream));
+    for (size_t size = 0; size < stream.size(); ++size) {
+      const Bytes prefix(stream.data(), stream.data() + size);
+      EXPECT_EQ(zlibInflate(prefix, 100000, out), InflateResult::kTruncated) << size;
+    }
+    for (size_t bit = 0; bit < 8 * stream.size(); ++bit) {
+      Bytes flipped(stream.data(), stream.data() + stream.size());
+      flipped[bit / 8] = static_cast<unsigned char>(flipped[bit / 8] ^ 1 << bit % 8);
+      if (zlibInflate(flipped, 100000, out) == InflateResult::kOk) {
+        EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), out.data(), out.data() + out.size()));
+      }
+      out.clear();
+    }
+  }
+}
+
+TEST(Inflate, RandomBytesEndWithoutHarm) {
+  for (uint32_t seed = 0; seed < 20000; ++seed) {
+    Bytes bytes = zip_samples::random(8 + seed % 200, seed);
+    bytes[0] = static_cast<unsigned char>((bytes[0] & 0xf8) | (seed % 4 == 0 ? 2 : 4));
+    inflate(bytes);
+  }
+}
+
+TEST(Zlib, EveryFailedAllocationLeavesTheBufferAsItWas) {
+  const Bytes bytes = zip_samples::mixed(4);
+  DataBuffer stream;
+  ASSERT_TRUE(zlibCompress(bytes, stream));
+  const auto failures = [](const std::function<bool(DataBuffer&)>& operation) {
+    for (int n = 0;; ++n) {
+      DataBuffer out;
+      out.append("before", 6);
+      allocationsBeforeFailure = n;
+      const bool good = operation(out);
+      allocationsBeforeFailure = -1;
+      if (good) return n;
+      EXPECT_EQ(out.view(), "before") << n;
+    }
+  };
+  EXPECT_GE(failures([&](DataBuffer& out) { return zlibCompress(bytes, out); }), 5);
+  EXPECT_GE(failures([&](DataBuffer& out) {
+              const InflateResult result = zlibInflate(stream.span(), 1 << 20, out);
+              EXPECT_TRUE(result == InflateResult::kOk || result == InflateResult::kOutOfMemory);
+              return result == InflateResult::kOk;
+            }),
+            1);
+}
+
+}  // namespace
+}  // namespace velmora
