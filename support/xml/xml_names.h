@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace velmora {
+
+/// Names of elements and attributes that a document stores as a number instead of as text. They are
+/// the names of the ASN.1 XML form; every other name is `kOther` and kept as text.
+enum class XmlName : uint8_t {
+  kOther,
+  kSequence,
+  kSet,
+  kContextSpecific,
+  kInt,
+  kOid,
+  kBits,
+  kOctets,
+  kUtcTime,
+  kPrintable,
+  kUtf8,
+  kIa5,
+  kT61,
+  kUniversal,
+  kBool,
+  kNull,
+  kEnumerated,
+  kApplication,
+  kPrivate,
+  kTag,          // attribute of contextSpecific
+  kConstructed,  // attribute of what is not universal, and of an odd universal element
+  kNumber,       // attribute of universal, application and private
+  kUnused,       // attribute of bits
+  kEncoding,     // attribute of a utf8 element whose octets are not UTF-8
+  kUnnamed,      // a root that nobody has named yet
+  kCount
+};
+
+/// The number of a name, kOther when it has none.
+XmlName xmlNameOf(std::string_view text) noexcept;
+
+/// The text of a numbered name; empty for kOther.
+std::string_view xmlNameText(XmlName name) noexcept;
+
+}  // namespace velmora

@@ -1,0 +1,262 @@
+#include "support/xml/xml_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/xml/xml_scan.h"
+#include "tests/support/xml/xml_test_support.h"
+
+namespace velmora {
+namespace {
+
+using test::LastErrorLog;
+using test::load;
+using test::textOf;
+using namespace std::string_literals;
+
+std::string nested(int depth, const std::string& name = "a") {
+  std::string xml;
+  for (int i = 0; i < depth; ++i) xml += "<" + name + ">";
+  for (int i = 0; i < depth; ++i) xml += "</" + name + ">";
+  return xml;
+}
+
+std::string withAttributes(int count) {
+  std::string xml = "<a";
+  for (int i = 0; i < count; ++i) xml += " a" + std::to_string(i) + "=\"\"";
+  return xml + "></a>";
+}
+
+TEST(XmlParser, ReadsAndWritesTheOneForm) {
+  const struct {
+    std::string xml, written;
+  } cases[] = {
+      {"<a/>", "<a></a>"},
+      {"<set />", "<set></set>"},
+      {"<set\n></set\t>", "<set></set>"},
+      {"\xEF\xBB\xBF<?xml version='1.0' encoding=\"UTF-8\"?>\n<a></a>\n", "<a></a>"},
+      {"<!-- x --><?go on?><a></a><!-- y --> <?stop?>", "<a></a>"},
+      {"<1.2.3>x</1.2.3>", "<1.2.3>x</1.2.3>"},
+      {"<\xC3\xA9>x</\xC3\xA9>", "<\xC3\xA9>x</\xC3\xA9>"},
+      {"<oid>1.2</oid>", "<oid>1.2</oid>"},
+      {"<oids>1.2</oids>", "<oids>1.2</oids>"},
+      // Attributes.
+      {"<a b='\"' tag = \"'\"/>", "<a b=\"&quot;\" tag=\"'\"></a>"},
+      {"<a b='1\r\n2\r3\n4\t5'/>", "<a b=\"1 2 3 4 5\"></a>"},
+      {"<a b='&#10;&lt;&#x9;>'/>", "<a b=\"&#10;&lt;&#9;&gt;\"></a>"},
+      {"<contextSpecific tag=\"0\" constructed=\"1\"/>",
+       "<contextSpecific tag=\"0\" constructed=\"1\"></contextSpecific>"},
+      // White space is content in a leaf, layout beside children.
+      {"<a> </a>", "<a> </a>"},
+      {"<a>\r\n\r\n\n</a>", "<a>&#10;&#10;&#10;</a>"},
+      {"<a>\n  <b> x </b>\r\n\t<c/>\n</a>", "<a><b> x </b><c></c></a>"},
+      {"<a> x <b/> </a>", "<a> x <b></b></a>"},
+      {"<a>&#32;<b/></a>", "<a>&#32;<b></b></a>"},
+      {"<a> &#x20;<b/> </a>", "<a>&#32;&#32;<b></b></a>"},
+      {"<a>&#10;<b/></a>", "<a>&#10;<b></b></a>"},
+      {"<a><![CDATA[ ]]><b/></a>", "<a>&#32;<b></b></a>"},
+      {"<a> <![CDATA[]]> <b/><![CDATA[]]></a>", "<a><b></b></a>"},
+      {"<a b='&#32;'> <b/></a>", "<a b=\" \"><b></b></a>"},
+      // References and sections.
+      {"<a>&amp;&lt;&gt;&quot;&apos;</a>", "<a>&amp;&lt;&gt;&quot;'</a>"},
+      {"<a>&#0;&#13;&#127;&#x7f;&#xE9;&#x1F600;&#0000065;</a>",
+       "<a>&#0;&#13;&#127;&#127;\xC3\xA9\xF0\x9F\x98\x80"
+       "A</a>"},
+      {"<a>x<!-- y -->z<?p q?>!</a>", "<a>xz!</a>"},
+      {"<a>x<![CDATA[<&>\r\n]] > &amp;\xC3\xA9]]>z</a>",
+       "<a>x&lt;&amp;&gt;&#10;]] &gt; &amp;amp;\xC3\xA9z</a>"},
+      {"<a>]]&gt; ]>></a>", "<a>]]&gt; ]&gt;&gt;</a>"},
+      {"<a>\x7F\xEF\xBF\xBF</a>", "<a>&#127;\xEF\xBF\xBF</a>"},
+      {nested(256), nested(256)},
+      {nested(256, "sequence"), nested(256, "sequence")},
+      {withAttributes(256), withAttributes(256)},
+      {"<"s + std::string(65535, 'n') + "/>",
+       "<"s + std::string(65535, 'n') + "></" + std::string(65535, 'n') + ">"},
+  };
+  for (const auto& c : cases) {
+    ClsXml* xml = load(c.xml);
+    EXPECT_EQ(textOf(*xml), c.written) << c.xml.substr(0, 100);
+    xml->deleteSelf();
+  }
+}
+
+TEST(XmlParser, RefusesWithTheOffset) {
+  const struct {
+    std::string xml;
+    size_t offset;
+  } cases[] = {
+      {"", 0},
+      {" \n", 2},
+      {"a", 0},
+      {"<", 1},
+      {"< a/>", 1},
+      {"<-a/>", 1},
+      {"<.a/>", 1},
+      {"<a\0/>"s, 2},
+      {"<a", 2},
+      {"<a>", 3},
+      {"<a>x", 4},
+      {"<a></b>", 3},
+      {"<a></ab>", 6},
+      {"<sequence></set></sequence>", 10},
+      {"<set></sequence>                 ", 5},
+      {"<a><b></a></b>", 6},
+      {"<a></a", 6},
+      {"<a/><b/>", 4},
+      {"<a/>x", 4},
+      {"<a/></a>", 4},
+      {"<a/>&#32;", 4},
+      {"<a / >", 3},
+      {"x<a/>", 0},
+      {"<!DOCTYPE a><a/>", 0},
+      {" <!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>", 1},
+      {"<a><!DOCTYPE b></a>", 4},
+      {"<a><?xml version='1.0'?></a>", 3},
+      {" <?xml version='1.0'?><a/>", 1},
+      {"<?xml version='1.0'", 19},
+      {"<a><?p", 6},
+      {"<a><?p!?></a>", 6},
+      {"<a><!-- x -- y --></a>", 12},
+      {"<a><!-- x", 9},
+      {"<a><!-- \x01 --></a>", 8},
+      {"<a><!-- \xFF --></a>", 8},
+      {"<a><![CDATA[x]]</a>", 19},
+      {"<a><![CDATA[\x01]]></a>", 12},
+      {"<a><b/><![CDATA[ ]]></a>", 16},
+      {"<a><b/>x</a>", 7},
+      {"<a><b/> x<c/></a>", 8},
+      {"<a><b/>&#32;</a>", 7},
+      {"<a>]]></a>", 5},
+      {"<a>0123456789abcdef]]></a>", 21},
+      // Characters.
+      {"<a>\x01</a>", 3},
+      {"<a>\0</a>"s, 3},
+      {"<a b='\x1F'/>", 6},
+      {"<a>\xFF</a>", 3},
+      {"<a>0123456789abcdef0123\xC3</a>", 23},
+      {"<a>\xC0\x80</a>", 3},
+      {"<a>\xED\xA0\x80</a>", 3},
+      {"<a>\xE2\x82", 3},
+      {"<a\xC3/>", 1},
+      // References.
+      {"<a>&</a>", 3},
+      {"<a>&b;</a>", 3},
+      {"<a>&lt</a>", 3},
+      {"<a>&#;</a>", 3},
+      {"<a>&#x;</a>", 3},
+      {"<a>&#X41;</a>", 3},
+      {"<a>&#-1;</a>", 3},
+      {"<a>&#1a;</a>", 3},
+      {"<a>&#xD800;</a>", 3},
+      {"<a>&#x110000;</a>", 3},
+      {"<a>&#4294967361;</a>", 3},
+      {"<a>&#65", 7},
+      // Attributes.
+      {"<a b/>", 4},
+      {"<a b=/>", 5},
+      {"<a b=c/>", 5},
+      {"<a b='c/>", 9},
+      {"<a b='<'/>", 6},
+      {"<a b='&c;'/>", 6},
+      {"<a b=''c=''/>", 7},
+      {"<a ='c'/>", 3},
+      {"<a b='' c='' b=''/>", 13},
+      {"<a tag='' tag=''/>", 10},
+      {"<a b", 4},
+      {"<a b=", 5},
+      // Limits.
+      {nested(257), 256 * 3},
+      {nested(257, "set"), 256 * 5},
+      {nested(100000), 256 * 3},
+      {withAttributes(257), withAttributes(256).size() - 4},
+      {"<"s + std::string(65536, 'n') + "/>", 1},
+  };
+  ClsXml* xml = load("<keep>x</keep>");
+  for (const auto& c : cases) {
+    LastErrorLog log;
+    EXPECT_FALSE(xml->loadXml(c.xml, true, log)) << c.xml.substr(0, 100);
+    EXPECT_EQ(log.errors, 1);
+    EXPECT_EQ(log.data, std::make_pair("offset"s, std::to_string(c.offset)))
+        << c.xml.substr(0, 100) << ": " << log.error;
+    EXPECT_EQ(textOf(*xml), "<keep>x</keep>");
+  }
+  xml->deleteSelf();
+}
+
+// Every text of one element around a character that a block search may or may not stop at, at every
+// place in a block, for both forms of the search.
+TEST(XmlParser, BothBlockSearchesFindTheSame) {
+  for (int c = 0; c < 256; ++c) {
+    for (size_t at = 0; at < kXmlBlock; ++at) {
+      std::string block(kXmlBlock, 'x');
+      block[at] = static_cast<char>(c);
+      if (at + 1 < kXmlBlock) block[at + 1] = ' ';
+      const bool markup = c == '&' || c == '<' || c == '>';
+      const bool plain = c >= 0x20 && c < 0x80 && !markup;
+      const bool escaped = c < 0x20 || c == 0x7F || c == '"' || markup;
+      char to[kXmlBlock];
+      EXPECT_EQ(XmlWordScan::copyPlain(block.data(), to), plain ? kXmlBlock : at) << c;
+      EXPECT_EQ(std::string(to, kXmlBlock), block);
+      EXPECT_EQ(XmlWordScan::findEscaped(block.data()), escaped ? at : kXmlBlock) << c;
+      EXPECT_EQ(XmlScan::copyPlain(block.data(), to), plain ? kXmlBlock : at) << c;
+      EXPECT_EQ(XmlScan::findEscaped(block.data()), escaped ? at : kXmlBlock) << c;
+    }
+  }
+}
+
+TEST(XmlParser, NumberedNamesAreFoundAndNothingElse) {
+  for (size_t i = 1; i < kXmlNameCount; ++i) {
+    const auto name = static_cast<XmlName>(i);
+    const std::string text(xmlNameText(name));
+    EXPECT_EQ(xmlNameOf(text), name);
+    for (const std::string& other : {text + "x", text + ">", text + "\0"s, "x" + text,
+                                     text.substr(1), text.substr(0, text.size() - 1)}) {
+      EXPECT_EQ(xmlNameOf(other), XmlName::kOther) << other;
+      const std::string element = other + "e";  // reading must not take one for the other either
+      if (element.find_first_of(">\0"s) != std::string::npos) continue;
+      ClsXml* xml = load("<" + element + "><" + text + ">                  </" + text + "></" +
+                         element + ">");
+      EXPECT_EQ(xml->tagView(), element);
+      EXPECT_TRUE(xml->findChild2(text.c_str()));
+      EXPECT_EQ(xml->document().node(xml->nodeIndex()).nameId, name);
+      xml->deleteSelf();
+    }
+  }
+}
+
+// A text that is read, whole or damaged, must give a document that writes back to itself.
+void expectStable(std::string_view xml) {
+  const std::string exact(xml);  // so that reading past its end is seen
+  LogNull log;
+  ClsXml* handle = ClsXml::createNewCls();
+  if (handle->loadXml(std::string_view(exact.data(), exact.size()), true, log)) {
+    const std::string written = textOf(*handle);
+    ClsXml* again = load(written);
+    EXPECT_EQ(textOf(*again), written);
+    again->deleteSelf();
+  }
+  handle->deleteSelf();
+}
+
+TEST(XmlParser, EveryPrefixAndEveryChangedByte) {
+  const std::string xml =
+      "\xEF\xBB\xBF<?xml version='1.0'?><sequence>\n <contextSpecific tag=\"0\" constructed='1'>"
+      "<int>02</int></contextSpecific><utf8>Z\xC3\xBCrich &amp; &#x10FFFF; \xF0\x9F\x98\x80</utf8>"
+      "<!-- c --><?p i?><mine a='&lt;'> <![CDATA[<]]>text\r\n<null/></mine>"
+      "<octets>0123456789abcdef0123456789abcdef</octets></sequence> <!-- end -->";
+  expectStable(xml);
+  for (size_t size = 0; size < xml.size(); ++size) expectStable(xml.substr(0, size));
+  for (size_t at = 0; at < xml.size(); ++at) {
+    for (const char c : "<>&\"'/!?[]-=# ;x\r\n\x01\x7F\xC3\xA9\xFF") {  // and the closing NUL
+      std::string changed = xml;
+      changed[at] = c;
+      expectStable(changed);
+      changed.insert(at, 1, xml[at]);
+      expectStable(changed);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velmora

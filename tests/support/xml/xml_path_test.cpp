@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/xml/xml_test_support.h"
+
+namespace velmora {
+namespace {
+
+using test::load;
+
+// In the shape of a certificate, with names that only a text comparison can tell apart.
+constexpr std::string_view kDocument =
+    "<sequence>"
+    "<sequence>"
+    "<contextSpecific tag=\"0\" constructed=\"1\"><int>02</int></contextSpecific>"
+    "<int>0A</int>"
+    "<sequence><oid>1.2.3</oid></sequence>"
+    "<sequence>"
+    "<set><sequence><oid>2.5.4.6</oid><printable>US</printable></sequence></set>"
+    "<set><sequence><oid>2.5.4.3</oid><utf8>a, b</utf8></sequence></set>"
+    "</sequence>"
+    "<mine>x</mine><mine2>y</mine2><mine>z</mine>"
+    "<contextSpecific tag=\"3\" constructed=\"1\"><sequence><oid>2.5.29.14</oid>"
+    "</sequence></contextSpecific>"
+    "</sequence>"
+    "<sequence><oid>1.2.4</oid></sequence>"
+    "<bits>FF</bits>"
+    "</sequence>";
+
+TEST(XmlPath, ReadsContentWithoutMoving) {
+  const struct {
+    const char *path, *content;
+  } cases[] = {
+      {"bits|*", "FF"},
+      {"sequence|int|*", "0A"},
+      {"sequence|contextSpecific|int|*", "02"},
+      {"sequence|contextSpecific[1]|sequence|oid|*", "2.5.29.14"},
+      {"sequence|sequence[0]|oid|*", "1.2.3"},  // the index counts this tag only
+      {"sequence|sequence[1]|set[1]|sequence|utf8|*", "a, b"},
+      {"sequence|sequence[1]|set[j]|sequence|oid|*", "2.5.4.3"},
+      {"sequence[1]|oid|*", "1.2.4"},
+      {"sequence|mine[1]|*", "z"},
+      {"sequence|mine2|*", "y"},
+      {"sequence|..|bits|*", "FF"},
+      {"/C/oid,2.5.4.6|..|printable|*", "US"},
+      {"/C/utf8,a, b|..|oid|*", "2.5.4.3"},  // the text of /C/ may hold commas
+      {"sequence|sequence[1]|/C/oid,2.5.4.3|..|utf8|*", "a, b"},
+      {"sequence|/A/contextSpecific,tag,3|sequence|oid|*", "2.5.29.14"},
+      {"/A/contextSpecific,constructed,1|int|*", "02"},
+      {"*", ""},
+  };
+  ClsXml* xml = load(kDocument);
+  xml->put_J(1);
+  LogNull log;
+  for (const auto& c : cases) {
+    XString result("before");
+    EXPECT_TRUE(xml->velmoraPath(c.path, result, log)) << c.path;
+    EXPECT_EQ(result.view(), c.content) << c.path;
+    EXPECT_FALSE(xml->getParent2()) << c.path;
+  }
+  xml->deleteSelf();
+}
+
+TEST(XmlPath, WhatFindsNothingChangesNothing) {
+  const char* const paths[] = {
+      "",
+      "|",
+      "|*",
+      "$*",
+      "bits",
+      "bits|",
+      "bits||*",
+      "bits|$x",
+      "*|bits|*",
+      "..|*",
+      "sequence|..|..|*",
+      "oid|*",  // is below, but no child
+      "mine|*",
+      "sequence|min|*",
+      "sequence|sequence[2]|*",
+      "sequence|sequence[-1]|*",
+      "sequence|sequence[]|*",
+      "sequence|sequence[1|*",
+      "sequence|sequence 1]|*",
+      "sequence|sequence[1]x|*",
+      "sequence|sequence[01x]|*",
+      "sequence|sequence[ 1]|*",
+      "sequence|sequence[2147483648]|*",
+      "sequence|sequence[99999999999999999999]|*",
+      "sequence|set[j]|*",  // J is beyond the last
+      "/C/oid|*",
+      "/C/oid,2.5.4|*",  // the whole content must agree
+      "/C/oid,2.5.4.3 |*",
+      "/C/,2.5.4.3|*",
+      "bits|/C/bits,FF|*",  // below leaves the element itself out
+      "sequence[1]|/C/oid,1.2.3|*",
+      "/A/contextSpecific,tag,4|*",
+      "/A/contextSpecific,tag|*",
+      "/A/contextSpecific|*",
+      "/A/sequence,tag,0|*",
+      "/A/oid,tag,|*",
+      // No step goes back to another match of the one before it.
+      "sequence|/A/contextSpecific,constructed,1|sequence|*",
+  };
+  ClsXml* xml = load(kDocument);
+  xml->put_J(5);
+  LogNull log;
+  const auto expectNothing = [&](std::string_view path) {
+    XString result("before");
+    EXPECT_FALSE(xml->velmoraPath(path, result, log)) << path;
+    EXPECT_EQ(result.view(), "before") << path;
+    EXPECT_FALSE(xml->getParent2()) << path;
+  };
+  for (const char* path : paths) expectNothing(path);
+  for (std::string path : paths) {
+    if (path.ends_with('*')) expectNothing(path.replace(path.size() - 1, 1, "$"));
+  }
+  expectNothing(std::string_view("bits\0|*", 7));
+  XString path("bits|*");
+  EXPECT_TRUE(xml->VelmoraPath(path, path));
+  EXPECT_EQ(path.view(), "FF");
+  xml->deleteSelf();
+}
+
+TEST(XmlPath, MovesAndGoesOnFromThere) {
+  ClsXml* xml = load(kDocument);
+  LogNull log;
+  XString result("before");
+  ASSERT_TRUE(xml->velmoraPath("sequence|sequence[1]|$", result, log));
+  EXPECT_EQ(result.view(), "before");
+  EXPECT_FALSE(xml->velmoraPath("/C/oid,2.5.4.3|..|printable|*", result, log));
+  EXPECT_EQ(result.view(), "before");
+  EXPECT_TRUE(xml->velmoraPath("/C/oid,2.5.4.3|..|utf8|*", result, log));
+  EXPECT_EQ(result.view(), "a, b");
+  EXPECT_FALSE(xml->velmoraPath("/C/oid,2.5.29.14|$", result, log));  // stands outside
+  EXPECT_TRUE(xml->velmoraPath("$", result, log));
+  EXPECT_EQ(xml->get_NumChildren(), 2);
+  EXPECT_TRUE(xml->velmoraPath("..|int|$", result, log));
+  EXPECT_TRUE(xml->contentEquals("0A"));
+  xml->deleteSelf();
+}
+
+TEST(XmlPath, PlainSteps) {
+  ClsXml* xml = load(kDocument);
+  LogNull log;
+  _clsOwner validity(xml->getChildWithTagUtf8("sequence|sequence[1]"));
+  ASSERT_TRUE(validity);
+  EXPECT_EQ(xml->numChildrenHavingTag("sequence|sequence[1]|set", log), 2);
+  EXPECT_EQ(xml->numChildrenHavingTag("sequence", log), 2);
+  EXPECT_EQ(validity->numChildrenHavingTag("set", log), 2);
+  EXPECT_EQ(xml->numChildrenHavingTag("sequence|mine", log), 2);
+  for (const char* path : {"", "set", "absent|set", "sequence|set[0]", "sequence|*", "|sequence"}) {
+    EXPECT_EQ(xml->numChildrenHavingTag(path, log), 0) << path;
+  }
+  EXPECT_EQ(xml->getChildWithTagUtf8("sequence|absent"), nullptr);
+  EXPECT_EQ(xml->getChildWithTagUtf8("sequence|*"), nullptr);
+  EXPECT_EQ(xml->getChildWithTagUtf8(""), nullptr);
+
+  StringBuffer out("before");
+  for (int j = 0; j < 2; ++j) {
+    validity->put_J(j);
+    EXPECT_TRUE(validity->getChildContentUtf8("set[j]|sequence|oid", out, false));
+    EXPECT_EQ(out.view(), j == 0 ? "2.5.4.6" : "2.5.4.3");
+  }
+  EXPECT_FALSE(validity->getChildContentUtf8("set[j]|sequence|ia5", out, false));
+  EXPECT_TRUE(out.isEmpty());
+  validity->put_J(-1);
+  EXPECT_FALSE(validity->getChildContentUtf8("set[j]", out, false));
+  xml->deleteSelf();
+}
+
+}  // namespace
+}  // namespace velmora
