@@ -1,0 +1,234 @@
+#include "support/asn1/der_xml_codec.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/asn1/codec_texts.h"
+
+namespace velmora {
+namespace {
+
+using test::octetsOf;
+using test::toDerHex;
+using test::toXml;
+
+TEST(DerXmlCodec, DerBothWays) {
+  const struct {
+    const char *hex, *xml;
+  } cases[] = {
+      {"3000", "<sequence></sequence>"},
+      {"3005 0500 310000", nullptr},  // members beyond their element
+      {"3004 0500 3100", "<sequence><null></null><set></set></sequence>"},
+      {"0101FF", "<bool>FF</bool>"},
+      {"010101", "<bool>01</bool>"},
+      {"0100", "<bool></bool>"},
+      {"02020080", "<int>0080</int>"},
+      {"0200", "<int></int>"},
+      {"0A0103", "<enumerated>03</enumerated>"},
+      {"050100", "<null>00</null>"},
+      {"0303 00A5FF", "<bits>A5FF</bits>"},
+      {"0302 03A8", "<bits unused=\"3\">A8</bits>"},
+      {"0301 00", "<bits></bits>"},
+      {"0300", "<universal number=\"3\"></universal>"},
+      {"0302 08A8", "<universal number=\"3\">CKg=</universal>"},
+      {"0301 01", "<universal number=\"3\">AQ==</universal>"},
+      {"0403 414243", "<octets>QUJD</octets>"},
+      {"0401 41", "<octets>QQ==</octets>"},
+      {"0400", "<octets></octets>"},
+      {"0603 550403", "<oid>2.5.4.3</oid>"},
+      {"0602 8001", "<universal number=\"6\">gAE=</universal>"},
+      {"0600", "<universal number=\"6\"></universal>"},
+      {"0C05 C3BC E282AC", "<utf8>\xC3\xBC\xE2\x82\xAC</utf8>"},
+      {"0C02 FC41", "<utf8 encoding=\"latin1\">\xC3\xBC\x41</utf8>"},
+      {"0C02 2020", "<utf8>  </utf8>"},
+      {"1306 3C26613E22 27", "<printable>&lt;&amp;a&gt;&quot;'</printable>"},
+      {"1606 00090A0D1F7F", "<ia5>&#0;&#9;&#10;&#13;&#31;&#127;</ia5>"},
+      {"1403 E980FF", "<t61>\xC3\xA9\xC2\x80\xC3\xBF</t61>"},
+      {"170D 3230303130313030303030305A", "<utctime>200101000000Z</utctime>"},
+      {"1801 5A", "<universal number=\"24\">Wg==</universal>"},
+      {"1E02 0041", "<universal number=\"30\">AEE=</universal>"},
+      {"1F21 0141", "<universal number=\"33\">QQ==</universal>"},
+      {"8003 414243", "<contextSpecific tag=\"0\" constructed=\"0\">QUJD</contextSpecific>"},
+      {"A302 0500", "<contextSpecific tag=\"3\" constructed=\"1\"><null></null></contextSpecific>"},
+      {"BF1F00", "<contextSpecific tag=\"31\" constructed=\"1\"></contextSpecific>"},
+      {"9F87FFFFFF7F00",
+       "<contextSpecific tag=\"2147483647\" constructed=\"0\"></contextSpecific>"},
+      {"6100", "<application number=\"1\" constructed=\"1\"></application>"},
+      {"DE01 41", "<private number=\"30\" constructed=\"0\">QQ==</private>"},
+      // What does not fit its own form.
+      {"1002 0500", "<universal number=\"16\">BQA=</universal>"},
+      {"1100", "<universal number=\"17\"></universal>"},
+      {"2203 020101", "<universal number=\"2\" constructed=\"1\"><int>01</int></universal>"},
+      {"2600", "<universal number=\"6\" constructed=\"1\"></universal>"},
+      {"0000", "<universal number=\"0\"></universal>"},
+      {"3002 0000", "<sequence><universal number=\"0\"></universal></sequence>"},
+      {"2000", "<universal number=\"0\" constructed=\"1\"></universal>"},
+      {"2402 0500", "<universal number=\"4\" constructed=\"1\"><null></null></universal>"},
+  };
+  for (const auto& c : cases) {
+    const std::string der = octetsOf(c.hex);
+    const auto xml = toXml(der);
+    EXPECT_EQ(xml.has_value(), c.xml != nullptr) << c.hex;
+    if (!xml || c.xml == nullptr) continue;
+    EXPECT_EQ(*xml, c.xml);
+    EXPECT_EQ(toDerHex(*xml), test::hexOf(test::spanOf(der)));
+  }
+}
+
+TEST(DerXmlCodec, BerBecomesDer) {
+  const struct {
+    const char *ber, *der;
+  } cases[] = {
+      // Lengths.
+      {"30800000", "3000"},
+      {"3080 A0800500 0000 0000", "3004A0020500"},
+      {"3080 000100 008100 0000", "30050001000000"},  // neither is an end-of-contents
+      {"3084 00000003 04810141", nullptr},
+      {"3084 00000004 04810141", "3003040141"},
+      // Strings in segments.
+      {"2400", "0400"},
+      {"2406 04014104 0142", "04024142"},
+      {"2480 040141 2480 040142 0000 2403 040143 0000", "0403414243"},
+      {"2C06 0401C3 0401A9", "0C02C3A9"},
+      {"3303 130141", "130141"},
+      {"3704 04025A5A", "17025A5A"},
+      {"3803 04015A", "18015A"},
+      {"2704 07024141", "07024141"},
+      {"3E06 040100 040141", "1E020041"},
+      {"2300", "030100"},
+      {"2308 030200A5 030204B0", "030304A5B0"},
+      {"2380 2304 030201FE 0000", "030201FE"},
+      // Not strings in segments: the members stay as they are, in DER.
+      {"2308 030204B0 030200A5", "2308030204B0030200A5"},  // unused bits before the last segment
+      {"2306 030204B0 2300", "2307030204B0030100"},        // an empty one behind them counts
+      {"2303 040141", "2303040141"},
+      {"2302 0300", "23020300"},
+      {"2303 030101", "2303030101"},
+      {"2403 130141", "2403130141"},
+      {"2405 2C03 040141", "24030C0141"},
+      {"2C05 2403 130141", "2C052403130141"},  // octets hold octets alone
+      {"2403 840141", "2403840141"},
+      {"2480 2403 040141 2480 0500 0000 0000", "24070401412402 0500"},
+      {"2D80 040141 0000", "2D03040141"},  // RELATIVE-OID is no string
+  };
+  for (const auto& c : cases) {
+    const auto xml = toXml(octetsOf(c.ber));
+    EXPECT_EQ(xml.has_value(), c.der != nullptr) << c.ber;
+    if (!xml || c.der == nullptr) continue;
+    const std::string der = octetsOf(c.der);
+    EXPECT_EQ(toDerHex(*xml), test::hexOf(test::spanOf(der))) << c.ber;
+    EXPECT_EQ(toXml(der), xml) << c.ber;
+  }
+}
+
+TEST(DerXmlCodec, RefusalsSayWhere) {
+  const struct {
+    const char *hex, *offset;
+  } cases[] = {
+      {"", "0"},
+      {"30", "1"},
+      {"0500 00", "2"},    // octets behind the element
+      {"3080 0500", "4"},  // no end-of-contents
+      {"3080 3080 0000", "6"},
+      {"3004 3080 0500", "6"},  // none inside the element around it
+      {"3080 00", "3"},
+      {"3003 040241", "3"},           // longer than the input
+      {"3005 3002 0402 4142 ", "5"},  // longer than the element around it
+      {"2480 0402 41", "3"},          // inside a string in segments
+      {"3088 7FFFFFFFFFFFFFFF", "1"},
+  };
+  for (const auto& c : cases) {
+    DataBuffer der;
+    der.append(octetsOf(c.hex).data(), octetsOf(c.hex).size());
+    StringBuffer xml("kept");
+    LogText log;
+    EXPECT_FALSE(DerXmlCodec::derToXml(der, false, true, xml, nullptr, log)) << c.hex;
+    EXPECT_EQ(xml.view(), "kept");
+    EXPECT_TRUE(log.text().containsSubstring("ERROR: ")) << c.hex;
+    EXPECT_TRUE(log.text().view().ends_with(std::string("  offset: ") + c.offset + "\n"))
+        << c.hex << "\n"
+        << log.text().view();
+  }
+}
+
+TEST(DerXmlCodec, AppendsToBothOutputs) {
+  StringBuffer xml("before");
+  Asn1Fault fault;
+  EXPECT_TRUE(DerXmlCodec::derToXml(test::spanOf(octetsOf("0500")), xml, fault));
+  EXPECT_EQ(xml.view(), "before<null></null>");
+
+  LogNull log;
+  const _clsOwner tree(ClsXml::createNewCls());
+  ASSERT_TRUE(
+      tree->loadXml("<sequence><set><int>01</int></set><null></null></sequence>", true, log));
+  ASSERT_TRUE(tree->FirstChild2());
+  DataBuffer der;
+  der.appendChar(0xEE);
+  EXPECT_TRUE(DerXmlCodec::xmlToDer(*tree, der, log));  // the subtree at the handle alone
+  EXPECT_EQ(test::hexOf(der.span()), "EE3103020101");
+}
+
+TEST(DerXmlCodec, HandWrittenXml) {
+  const struct {
+    const char *xml, *hex;
+  } cases[] = {
+      {"<?xml version=\"1.0\"?>\n<sequence>\n  <int> 0a\n fF </int>\n <set>\n "
+       "</set>\n</sequence>\n",
+       "300602020AFF3100"},
+      {"<octets>\n QU\n JD \n</octets>", "0403414243"},
+      {"<octets>QQ</octets>", "040141"},
+      {"<bits unused=\"0\" note=\"x\">a5</bits>", "030200A5"},
+      {"<contextSpecific constructed=\"1\" tag=\"2\"><null/></contextSpecific>", "A2020500"},
+      {"<contextSpecific tag=\"2\"/>", "8200"},
+      {"<printable>&#xFC;</printable>", "1301FC"},
+      {"<universal number=\"16\" constructed=\"1\"/>", "3000"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(toDerHex(c.xml), c.hex) << c.xml;
+}
+
+TEST(DerXmlCodec, RefusesWhatIsNotTheForm) {
+  const struct {
+    const char *xml, *path;
+  } cases[] = {
+      {"<Certificate/>", "Certificate"},
+      {"<sequence><set/><set><oid>2.5.4.3</oid><tag/></set></sequence>", "sequence|set|tag"},
+      {"<sequence>text</sequence>", "sequence"},
+      {"<sequence>text<null/></sequence>", "sequence"},
+      {"<int><int/></int>", "int"},
+      {"<int>0g</int>", "int"},
+      {"<int>012</int>", "int"},
+      {"<octets>QUJDR</octets>", "octets"},
+      {"<octets>Q-_D</octets>", "octets"},
+      {"<oid> 2.5.4.3</oid>", "oid"},
+      {"<oid></oid>", "oid"},
+      {"<bits unused=\"8\">00</bits>", "bits"},
+      {"<bits unused=\"1\"></bits>", "bits"},
+      {"<bits unused=\"01\">00</bits>", "bits"},
+      {"<printable>\xC4\x80</printable>", "printable"},  // U+0100
+      {"<utf8 encoding=\"latin1\">\xE2\x82\xAC</utf8>", "utf8"},
+      {"<utf8 encoding=\"utf-16\">a</utf8>", "utf8"},
+      {"<contextSpecific constructed=\"1\"/>", "contextSpecific"},
+      {"<contextSpecific number=\"1\"/>", "contextSpecific"},
+      {"<contextSpecific tag=\"-1\"/>", "contextSpecific"},
+      {"<contextSpecific tag=\"2147483648\"/>", "contextSpecific"},
+      {"<contextSpecific tag=\"99999999999\"/>", "contextSpecific"},
+      {"<contextSpecific tag=\"0\"><null/></contextSpecific>", "contextSpecific"},
+      {"<private number=\"0\" constructed=\"yes\"/>", "private"},
+      {"<universal tag=\"4\"/>", "universal"},
+  };
+  for (const auto& c : cases) {
+    LogText log;
+    const _clsOwner tree(ClsXml::createNewCls());
+    ASSERT_TRUE(tree->loadXml(c.xml, true, log)) << c.xml;
+    DataBuffer der;
+    der.appendChar(0xEE);
+    EXPECT_FALSE(DerXmlCodec::xmlToDer(*tree, der, log)) << c.xml;
+    EXPECT_EQ(der.size(), 1U);
+    EXPECT_TRUE(log.text().containsSubstring("ERROR: "));
+    EXPECT_TRUE(log.text().view().ends_with(std::string("  element: ") + c.path + "\n"))
+        << c.xml << "\n"
+        << log.text().view();
+  }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "support/asn1/oids.h"
+#include "tests/common/allocation_fault.h"
+#include "tests/common/der_builder.h"
+#include "tests/support/asn1/codec_texts.h"
+
+// Inputs that an attacker would send. Work on them is bounded by their size, so that one which is
+// not handled in linear time shows as a test that does not come back.
+
+namespace velmora {
+namespace {
+
+namespace der = test::der;
+using test::toDerHex;
+using test::toXml;
+
+std::string certificate() {
+  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/asn1/certificate.der", std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string hexOf(std::string_view octets) {
+  return test::hexOf(test::spanOf(octets));
+}
+
+// Whatever is taken comes back as DER that stands for the same text.
+void expectRoundTrip(std::string_view octets) {
+  StringBuffer xml;
+  Asn1Fault fault;
+  if (!DerXmlCodec::derToXml(test::spanOf(octets), xml, fault)) return;
+  LogNull log;
+  const _clsOwner tree(ClsXml::createNewCls());
+  ASSERT_TRUE(tree->loadXml(xml, true, log)) << hexOf(octets);
+  DataBuffer encoded;
+  ASSERT_TRUE(DerXmlCodec::xmlToDer(*tree, encoded, log)) << hexOf(octets);
+  StringBuffer again;
+  ASSERT_TRUE(DerXmlCodec::derToXml(encoded.span(), again, fault)) << hexOf(octets);
+  ASSERT_TRUE(again.equals(xml)) << hexOf(octets);
+}
+
+// `wrap` around `innermost` until `count` elements are nested.
+template <class Wrap>
+std::string nested(int count, std::string innermost, Wrap wrap) {
+  while (--count > 0) innermost = wrap(innermost);
+  return innermost;
+}
+
+TEST(HostileDer, ACertificateGivesItsBytesBack) {
+  const std::string octets = certificate();
+  ASSERT_GT(octets.size(), 500U);
+  EXPECT_EQ(toDerHex(toXml(octets).value()), hexOf(octets));
+}
+
+TEST(HostileDer, EveryPrefixIsRefused) {
+  const std::string octets = certificate();
+  for (size_t size = 0; size < octets.size(); ++size) {
+    const std::string prefix = octets.substr(0, size);  // of its own, so that no read goes beyond
+    EXPECT_FALSE(toXml(prefix)) << size;
+  }
+}
+
+TEST(HostileDer, EveryChangedByteIsRefusedOrRoundTrips) {
+  std::string octets = certificate();
+  for (char& octet : octets) {
+    const char original = octet;
+    for (int bit = 0; bit < 8; ++bit) {
+      octet = static_cast<char>(original ^ 1 << bit);
+      expectRoundTrip(octets);
+    }
+    for (const char other : {'\x00', '\x1F', '\x24', '\x80', '\xFF'}) {
+      octet = other;
+      expectRoundTrip(octets);
+    }
+    octet = original;
+  }
+}
+
+TEST(HostileDer, DepthIsBounded) {
+  const auto inSequence = [](const std::string& inner) { return der::sequence(inner); };
+  const auto inSegments = [](const std::string& inner) { return der::element(0x24, inner); };
+  const auto deepest = nested(100, der::null(), inSequence);
+  EXPECT_EQ(toDerHex(toXml(deepest).value()), hexOf(deepest));
+  EXPECT_EQ(toXml(nested(100, der::octets("a"), inSegments)), "<octets>YQ==</octets>");
+
+  EXPECT_FALSE(toXml(nested(101, der::null(), inSequence)));
+  EXPECT_FALSE(toXml(nested(101, der::sequence(), inSequence)));
+  EXPECT_FALSE(toXml(nested(101, der::octets("a"), inSegments)));
+  EXPECT_FALSE(toXml(nested(10'000, der::null(), inSequence)));
+  EXPECT_FALSE(toXml(std::string(20'000, '\x30')));
+  std::string indefinite;
+  for (int i = 0; i < 10'000; ++i) indefinite += "\x30\x80";
+  EXPECT_FALSE(toXml(indefinite));
+}
+
+TEST(HostileDer, DepthOfXmlIsBounded) {
+  const auto inSet = [](const std::string& inner) { return "<set>" + inner + "</set>"; };
+  EXPECT_EQ(toDerHex(nested(100, "<null/>", inSet)).substr(0, 4), "3181");
+  const std::string refusal = toDerHex(nested(101, "<null/>", inSet));
+  EXPECT_NE(refusal.find("|set|null"), std::string::npos) << refusal;
+}
+
+TEST(HostileDer, LongInputsInManyShapes) {
+  std::string members;
+  while (members.size() < 1'000'000) members += der::null() + der::octets("ab") + der::set();
+  expectRoundTrip(der::sequence(members));
+
+  const std::string one = certificate();
+  std::string certificates;
+  for (int i = 0; i < 2'000; ++i) certificates += one;
+  const std::string bundle = der::bundle(certificates);
+  EXPECT_TRUE(toDerHex(toXml(bundle).value()) == hexOf(bundle));
+
+  for (const size_t arc : {kMaxOidArcOctets, kMaxOidArcOctets + 1, size_t{1'000'000}}) {
+    const std::string content = der::join("\x2A", std::string(arc - 1, '\x81'), "\x01");
+    const auto xml = toXml(der::element(0x06, content));
+    EXPECT_EQ(xml.value().starts_with("<oid>"), arc == kMaxOidArcOctets);
+    EXPECT_EQ(toDerHex(*xml), hexOf(der::element(0x06, content)));
+  }
+}
+
+TEST(HostileDer, AFailedAllocationLeavesTheOutputsAsTheyWere) {
+  const std::string octets = der::sequence(certificate(), der::element(0x24, der::octets("joined")),
+                                           der::ia5(std::string(8000, '"')));
+  LogNull log;
+  const std::string expected = toXml(octets).value();
+  StringBuffer xml;
+  Asn1Fault fault;
+  bool done = false;
+  const size_t faultsToXml = test::forEachAllocationFault(
+      [&] {
+        xml.clear();
+        done = DerXmlCodec::derToXml(test::spanOf(octets), xml, fault);
+      },
+      [&](bool faulted) {
+        EXPECT_EQ(done, !faulted);
+        EXPECT_EQ(xml.view(), faulted ? "" : expected);
+      });
+  EXPECT_GE(faultsToXml, 3U);  // the text, its growth, the joined string
+
+  const _clsOwner tree(ClsXml::createNewCls());
+  ASSERT_TRUE(tree->loadXml(xml, true, log));
+  DataBuffer back;
+  const size_t faultsToDer = test::forEachAllocationFault(
+      [&] {
+        DataBuffer fresh;
+        back.swap(fresh);
+        done = DerXmlCodec::xmlToDer(*tree, back, log);
+      },
+      [&](bool faulted) {
+        EXPECT_EQ(done, !faulted);
+        EXPECT_EQ(back.empty(), faulted);
+      });
+  EXPECT_GE(faultsToDer, 2U);  // the octets, the list of constructed elements
+}
+
+}  // namespace
+}  // namespace velmora

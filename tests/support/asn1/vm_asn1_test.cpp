@@ -1,0 +1,291 @@
+#include "support/asn1/vm_asn1.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/asn1/der_xml_codec.h"
+#include "support/hash/vm_hash.h"
+#include "support/log/log_sinks.h"
+#include "tests/common/der_builder.h"
+
+namespace velmora::test {
+namespace {
+
+using Node = RefOwner<_vmAsn1>;
+
+const unsigned char* octets(const std::string& bytes) {
+  return reinterpret_cast<const unsigned char*>(bytes.data());
+}
+
+_vmAsn1* firstStep(const std::string& bytes) {
+  LogNull log;
+  return _vmAsn1::DecodeToAsn_1Step(octets(bytes), static_cast<unsigned>(bytes.size()), log);
+}
+
+_vmAsn1* wholeTree(const std::string& bytes, unsigned& consumed) {
+  LogNull log;
+  return _vmAsn1::DecodeToAsn(octets(bytes), static_cast<unsigned>(bytes.size()), consumed, log);
+}
+
+_vmAsn1* wholeTree(const std::string& bytes) {
+  unsigned consumed = 0;
+  return wholeTree(bytes, consumed);
+}
+
+std::string encoded(_vmAsn1& node) {
+  LogNull log;
+  DataBuffer out;
+  return node.EncodeToDer(out, false, log) ? std::string(out.view()) : "failed";
+}
+
+std::string content(const _vmAsn1& node) {
+  DataBuffer out;
+  node.getAsnContent(out);
+  return std::string(out.view());
+}
+
+std::string nested(size_t depth) {
+  std::string der;
+  for (size_t i = 0; i < depth; ++i) der = der::sequence(der);
+  return der;
+}
+
+// BER and the DER that it is read as.
+struct Spelling {
+  const char* what;
+  std::string ber;
+  std::string der;
+};
+
+const Spelling kSpellings[] = {
+    {"DER", der::sequence(der::integer("\x05"), der::set()),
+     der::sequence(der::integer("\x05"), der::set())},
+    {"long length", std::string("\x30\x82\x00\x03\x02\x01\x05", 7),
+     der::sequence(der::integer("\x05"))},
+    {"long length inside", std::string("\x30\x04\x02\x81\x01\x05", 6),
+     der::sequence(der::integer("\x05"))},
+    {"indefinite length", std::string("\x30\x80\x02\x01\x05\x00\x00", 7),
+     der::sequence(der::integer("\x05"))},
+    {"string in segments",
+     std::string("\x24\x06\x04\x01"
+                 "a"
+                 "\x04\x01"
+                 "b"),
+     der::octets("ab")},
+    {"boolean of another value", std::string("\x01\x01\x01"), std::string("\x01\x01\x01")},
+    {"set out of order", der::set(der::integer("\x02"), der::integer("\x01")),
+     der::set(der::integer("\x02"), der::integer("\x01"))},
+    {"long tag", std::string("\x1F\x81\x00\x00", 4), std::string("\x1F\x81\x00\x00", 4)},
+};
+
+TEST(VmAsn1, EncodesWhatItReadAsDer) {
+  for (const Spelling& spelling : kSpellings) {
+    SCOPED_TRACE(spelling.what);
+    const Node tree(wholeTree(spelling.ber));
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(encoded(*tree), spelling.der);
+
+    const Node undecoded(firstStep(spelling.ber));
+    ASSERT_TRUE(undecoded);
+    EXPECT_EQ(encoded(*undecoded), spelling.der);
+  }
+}
+
+TEST(VmAsn1, AppendsWhatItGives) {
+  LogNull log;
+  DataBuffer out;
+  out.appendChar('x');
+  const Node bits(wholeTree(der::bits("ab")));
+  EXPECT_TRUE(bits->getBitString(out));
+  EXPECT_TRUE(bits->getAsnContent(out));
+  EXPECT_TRUE(bits->EncodeToDer(out, false, log));
+  EXPECT_EQ(out.view(), std::string("xab\0ab", 6) + der::bits("ab"));
+}
+
+TEST(VmAsn1, DecodesACertificateStepByStep) {
+  const der::Certificate certificate;
+  const Node node(firstStep(certificate.der()));
+  ASSERT_TRUE(node);
+  EXPECT_EQ(node->refCount(), 1);
+  EXPECT_EQ(node->numAsnParts(), 0);
+  EXPECT_EQ(node->getAsnPart(0), nullptr);
+
+  LogNull log;
+  for (int again = 0; again < 2; ++again) {
+    ASSERT_TRUE(node->DecodeInner(false, log));
+    ASSERT_EQ(node->numAsnParts(), 3);
+  }
+  EXPECT_EQ(node->getAsnPart(3), nullptr);
+  EXPECT_EQ(node->getAsnPart(-1), nullptr);
+  _vmAsn1* algorithm = node->getAsnPart(1);
+  EXPECT_EQ(algorithm, node->getAsnPart(1));
+  ASSERT_TRUE(algorithm->DecodeInner(true, log));
+  StringBuffer oid;
+  ASSERT_TRUE(algorithm->getAsnPart(0)->GetOid(oid));
+  EXPECT_EQ(oid.view(), "1.2.840.113549.1.1.12");
+  EXPECT_EQ(encoded(*algorithm), certificate.outerAlgorithm);
+  DataBuffer signature;
+  EXPECT_TRUE(node->getAsnPart(2)->getBitString(signature));
+  EXPECT_EQ(signature.view(), "signed");
+  EXPECT_EQ(encoded(*node->getAsnPart(0)->getAsnPart(3)), certificate.issuer);
+}
+
+TEST(VmAsn1, RefusesContentsOnlyWhenTheyAreDecoded) {
+  const std::string broken = der::sequence(std::string("\x02\x05\x01"));
+  const Node node(firstStep(broken));
+  ASSERT_TRUE(node);
+  LogText log;
+  EXPECT_FALSE(node->DecodeInner(false, log));
+  EXPECT_EQ(log.text().view(),
+            "decodeAsn1:\n  ERROR: An element is longer than what holds it.\n  offset: 3\n");
+  EXPECT_EQ(node->numAsnParts(), 0);
+  DataBuffer out;
+  EXPECT_FALSE(node->EncodeToDer(out, false, log));
+  EXPECT_TRUE(out.empty());
+}
+
+TEST(VmAsn1, RefusesWhatIsNotOneElement) {
+  const std::string whole = der::sequence(der::integer("\x05"), der::utf8("text"));
+  for (size_t size = 0; size < whole.size(); ++size) {
+    EXPECT_FALSE(Node(firstStep(whole.substr(0, size)))) << size;
+    unsigned consumed = 1;
+    EXPECT_FALSE(Node(wholeTree(whole.substr(0, size), consumed))) << size;
+    EXPECT_EQ(consumed, 0U);
+  }
+  EXPECT_FALSE(Node(firstStep(whole + "x")));
+  unsigned consumed = 0;
+  const Node first(wholeTree(whole + "x", consumed));
+  ASSERT_TRUE(first);
+  EXPECT_EQ(consumed, whole.size());
+  EXPECT_EQ(encoded(*first), whole);
+
+  const Node indefinite(firstStep(std::string("\x30\x80\x00\x00x", 5)));
+  LogNull log;
+  EXPECT_FALSE(indefinite->DecodeInner(false, log));
+}
+
+TEST(VmAsn1, LimitsDepthAndIsTakenDownWithoutRecursion) {
+  EXPECT_FALSE(Node(wholeTree(nested(kMaxAsn1Depth + 1))));
+  Node kept;
+  {
+    const Node tree(wholeTree(nested(kMaxAsn1Depth)));
+    ASSERT_TRUE(tree);
+    _vmAsn1* at = tree.get();
+    for (int depth = 1; depth < kMaxAsn1Depth; ++depth) {
+      ASSERT_EQ(at->numAsnParts(), 1);
+      at = at->getAsnPart(0);
+      if (depth != kMaxAsn1Depth / 2) continue;
+      at->incRefCount();
+      kept.reset(at);
+    }
+    EXPECT_EQ(at->numAsnParts(), 0);
+  }
+  EXPECT_EQ(kept->refCount(), 1);
+  EXPECT_EQ(encoded(*kept), nested(kMaxAsn1Depth / 2));
+  EXPECT_EQ(kept->numAsnParts(), 1);
+}
+
+TEST(VmAsn1, GivesNothingForAnotherType) {
+  StringBuffer oid;
+  DataBuffer bits;
+  for (const std::string& der : {der::bits("ab", 1), der::element(0x03, ""), der::octets("ab"),
+                                 der::sequence(der::bits("ab")), std::string("\x06\x02\x2A\x80"),
+                                 std::string("\x06\x00", 2), std::string("\x83\x02\x00\x01", 4)}) {
+    const Node node(wholeTree(der));
+    ASSERT_TRUE(node);
+    EXPECT_FALSE(node->getBitString(bits));
+    EXPECT_FALSE(node->GetOid(oid));
+  }
+  EXPECT_TRUE(bits.empty());
+  EXPECT_TRUE(oid.isEmpty());
+}
+
+TEST(VmAsn1, ReadsTheXmlForm) {
+  LogNull log;
+  const RefOwner<ClsXml> xml(ClsXml::createNewCls());
+  ASSERT_TRUE(xml->loadXml(
+      std::string_view("<sequence><oid>1.2.3</oid><bits>0A0B</bits></sequence>"), false, log));
+  const Node node(_vmAsn1::xml_to_asn(*xml, log));
+  ASSERT_TRUE(node);
+  EXPECT_EQ(node->refCount(), 1);
+  EXPECT_EQ(encoded(*node), der::sequence(der::oid("1.2.3"), der::bits("\x0A\x0B")));
+  ASSERT_EQ(node->numAsnParts(), 2);
+  EXPECT_EQ(content(*node->getAsnPart(1)), std::string("\0\x0A\x0B", 3));
+
+  ASSERT_TRUE(xml->loadXml(std::string_view("<sequence><other></other></sequence>"), false, log));
+  EXPECT_FALSE(Node(_vmAsn1::xml_to_asn(*xml, log)));
+}
+
+// RSASSA-PSS parameters, and what is read; a hash of 0 says that they are refused.
+struct PssCase {
+  const char* what;
+  std::string parameters;
+  int hashId;
+  int maskHashId;
+  int saltLength;
+};
+
+const std::string kSha256Oid = "2.16.840.1.101.3.4.2.1";
+const std::string kSha512Oid = "2.16.840.1.101.3.4.2.3";
+const std::string kMgf1 = "1.2.840.113549.1.1.8";
+
+der::Bytes mask(const std::string& hash) {
+  return der::sequence(der::oid(kMgf1), der::algorithm(hash));
+}
+
+const PssCase kPssCases[] = {
+    {"defaults", der::sequence(), _vmHash::kSha1, _vmHash::kSha1, 20},
+    {"all stated",
+     der::sequence(der::context(0, der::algorithm(kSha256Oid)), der::context(1, mask(kSha512Oid)),
+                   der::context(2, der::integer("\x20")), der::context(3, der::integer("\x01"))),
+     _vmHash::kSha256, _vmHash::kSha512, 32},
+    {"hash without NULL", der::sequence(der::context(0, der::sequence(der::oid(kSha256Oid)))),
+     _vmHash::kSha256, _vmHash::kSha1, 20},
+    {"no salt", der::sequence(der::context(2, der::integer(std::string(1, '\0')))), _vmHash::kSha1,
+     _vmHash::kSha1, 0},
+    {"absent", "", 0, 0, 0},
+    {"null", der::null(), 0, 0, 0},
+    {"unknown hash", der::sequence(der::context(0, der::algorithm("1.2.3"))), 0, 0, 0},
+    {"unknown mask",
+     der::sequence(der::context(1, der::sequence(der::oid("1.2.3"), der::algorithm(kSha256Oid)))),
+     0, 0, 0},
+    {"mask without hash", der::sequence(der::context(1, der::sequence(der::oid(kMgf1)))), 0, 0, 0},
+    {"other trailer", der::sequence(der::context(3, der::integer("\x02"))), 0, 0, 0},
+    {"negative salt", der::sequence(der::context(2, der::integer("\xFF"))), 0, 0, 0},
+    {"padded salt", der::sequence(der::context(2, der::integer(std::string("\0\x20", 2)))), 0, 0,
+     0},
+    {"huge salt", der::sequence(der::context(2, der::integer("\x7F\xFF\xFF\xFF"))), 0, 0, 0},
+    {"out of order",
+     der::sequence(der::context(2, der::integer("\x20")),
+                   der::context(0, der::algorithm(kSha256Oid))),
+     0, 0, 0},
+    {"two salts", der::sequence(der::context(2, der::integer("\x20"), der::integer("\x20"))), 0, 0,
+     0},
+    {"unknown member", der::sequence(der::context(4, der::integer("\x01"))), 0, 0, 0},
+    {"something after", der::sequence() + der::null(), 0, 0, 0},
+    {"hash with other parameters",
+     der::sequence(der::context(0, der::sequence(der::oid(kSha256Oid), der::integer("\x01")))), 0,
+     0, 0},
+};
+
+TEST(VmAsn1, ReadsRsassaPssParameters) {
+  LogNull log;
+  for (const PssCase& pss : kPssCases) {
+    SCOPED_TRACE(pss.what);
+    const Node node(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.10"), pss.parameters)));
+    ASSERT_TRUE(node);
+    int hashId = -1, maskHashId = -1, saltLength = -1;
+    const bool read = _vmAsn1::parseRsaSsaPssParams(*node, hashId, maskHashId, saltLength, log);
+    EXPECT_EQ(read, pss.hashId != 0);
+    EXPECT_EQ(hashId, read ? pss.hashId : -1);
+    EXPECT_EQ(maskHashId, read ? pss.maskHashId : -1);
+    EXPECT_EQ(saltLength, read ? pss.saltLength : -1);
+  }
+  const Node other(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.11"), der::sequence())));
+  int a = 0, b = 0, c = 0;
+  EXPECT_FALSE(_vmAsn1::parseRsaSsaPssParams(*other, a, b, c, log));
+}
+
+}  // namespace
+}  // namespace velmora::test
