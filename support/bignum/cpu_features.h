@@ -1,0 +1,24 @@
+#pragma once
+
+namespace velmora::vartime {
+
+/// The ways in which this floor can multiply. Each gives the same results.
+enum class ArithmeticPath {
+  kPortable,    ///< C++ alone
+  kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side
+  kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for large moduli, kMulxAdx for the rest
+};
+
+inline constexpr ArithmeticPath kArithmeticPaths[] = {
+    ArithmeticPath::kPortable, ArithmeticPath::kMulxAdx, ArithmeticPath::kAvx512Ifma};
+
+/// The name of a path, for people.
+const char* arithmeticPathName(ArithmeticPath path) noexcept;
+
+/// True when this build and this CPU (and its operating system) can run the path.
+bool arithmeticPathSupported(ArithmeticPath path) noexcept;
+
+/// The fastest path that is supported; found once. Any thread.
+ArithmeticPath bestArithmeticPath() noexcept;
+
+}  // namespace velmora::vartime

@@ -1,0 +1,19 @@
+#include "support/bignum/internal/mulx_implementations.h"
+
+#include "support/bignum/internal/curve_implementation.h"
+#include "support/bignum/internal/edwards25519_implementation.h"
+
+namespace velmora::vartime {
+
+#if defined(__x86_64__)
+CurveList curvesOnMulx() noexcept {
+  return curvesOn<MulxRows>();
+}
+
+const Edwards25519& edwards25519OnMulx() noexcept {
+  static const Edwards25519Implementation<MulxRows> curve;
+  return curve;
+}
+#endif
+
+}  // namespace velmora::vartime

@@ -1,0 +1,253 @@
+#include "support/bignum/edwards25519.h"
+#include "support/bignum/internal/curve_implementation.h"
+#include "support/bignum/internal/edwards25519_implementation.h"
+#include "tests/support/bignum/bignum_test.h"
+
+namespace velmora::vartime {
+namespace {
+
+class CurvesTest : public EachPath {
+ protected:
+  static const Curve& curveNamed(const std::string& name) {
+    const CurveList list = curves(path());
+    for (size_t i = 0; i < list.count; ++i) {
+      if (list.curves[i]->parameters().name == name) return *list.curves[i];
+    }
+    ADD_FAILURE() << "no curve " << name;
+    return *list.curves[0];
+  }
+
+  static CurvePoint readPoint(const std::string& text, size_t limbs) {
+    CurvePoint point{};
+    point.infinity = text == "infinity";
+    if (!point.infinity) readPair(text, point.x, point.y, limbs);
+    return point;
+  }
+
+  static void expectEqual(const CurvePoint& a, const CurvePoint& b, size_t limbs) {
+    ASSERT_EQ(a.infinity, b.infinity);
+    if (a.infinity) return;
+    EXPECT_EQ(compareLimbs(a.x, b.x, limbs), 0);
+    EXPECT_EQ(compareLimbs(a.y, b.y, limbs), 0);
+  }
+};
+VELMORA_ON_EACH_PATH(CurvesTest);
+
+// One record of fields.txt on one field class.
+template <class Field>
+void checkField(const KeyValueRecord& record, Limb nonResidue) {
+  using Element = typename Field::Element;
+  constexpr size_t n = Field::kLimbs;
+  const auto enter = [&](const char* key) {
+    Element element;
+    Field::fromPlain(element, fromHex(record.get(key), n).data());
+    return element;
+  };
+  const Element a = enter("A"), b = enter("B");
+  const auto expect = [&](const char* key, const auto& operation) {
+    Element r = a;
+    operation(r);
+    Limbs plain(n);
+    Field::toPlain(plain.data(), r);
+    EXPECT_EQ(plain, fromHex(record.get(key), n)) << key;
+    EXPECT_TRUE(Field::equal(r, enter(key))) << key;
+    EXPECT_EQ(Field::isZero(r), isZero(plain.data(), n)) << key;
+  };
+  // The result is the first operand too, which every operation allows.
+  expect("Product", [&](Element& r) { Field::multiply(r, r, b); });
+  expect("Square", [&](Element& r) { Field::square(r, r); });
+  expect("Sum", [&](Element& r) { Field::add(r, r, b); });
+  expect("Difference", [&](Element& r) { Field::subtract(r, r, b); });
+  expect("Half", [&](Element& r) { Field::halve(r, r); });
+  expect("Inverse", [&](Element& r) { invert<Field>(r, r); });
+  Element root, square;
+  const bool hasRoot = squareRoot<Field>(root, a, nonResidue);
+  EXPECT_EQ(hasRoot, record.get("HasRoot") == "yes");
+  if (!hasRoot) return;
+  Field::square(square, root);
+  EXPECT_TRUE(Field::equal(square, a));
+}
+
+template <class Rows, const CurveParameters& kParameters>
+bool checkCurveField(const KeyValueRecord& record) {
+  if (record.get("Field") != kParameters.name) return false;
+  checkField<typename CurveConstants<kParameters, Rows>::Field>(record, kParameters.nonResidue);
+  return true;
+}
+
+template <class Rows>
+void checkFieldRecord(const KeyValueRecord& record) {
+  if (record.get("Field") == "edwards25519") {
+    return checkField<FoldField<Edwards25519Numbers, 38, Rows>>(record, 2);
+  }
+  EXPECT_TRUE((checkCurveField<Rows, kP192>(record) || checkCurveField<Rows, kP224>(record) ||
+               checkCurveField<Rows, kP256>(record) || checkCurveField<Rows, kP384>(record) ||
+               checkCurveField<Rows, kP521>(record) || checkCurveField<Rows, kSecp256k1>(record) ||
+               checkCurveField<Rows, kBrainpoolP256r1>(record) ||
+               checkCurveField<Rows, kBrainpoolP384r1>(record) ||
+               checkCurveField<Rows, kBrainpoolP512r1>(record)))
+      << record.get("Field");
+}
+
+TEST_P(CurvesTest, FieldOperations) {
+  test::forEachRecord(vectorFile("fields.txt"), [](const KeyValueRecord& record) {
+#if defined(__x86_64__)
+    if (path() != ArithmeticPath::kPortable) return checkFieldRecord<MulxRows>(record);
+#endif
+    checkFieldRecord<PortableRows>(record);
+  });
+}
+
+// Chains of operations on numbers that were never reduced in between: (a + b)^2 - (a - b)^2 = 4 a
+// b.
+template <class Field>
+void checkChain() {
+  using Element = typename Field::Element;
+  Numbers numbers;
+  Element a, b, sum, difference, product;
+  Limbs x = numbers.limbs(Field::kLimbs);
+  x[Field::kLimbs - 1] &= Field::kPrime[Field::kLimbs - 1] >> 1;
+  Field::fromPlain(a, x.data());
+  b = a;
+  for (int round = 0; round < 3000; ++round) {
+    Field::add(sum, a, b);
+    Field::subtract(difference, a, b);
+    Field::multiply(product, a, b);
+    a = sum;
+    b = difference;
+    Field::square(sum, sum);
+    Field::square(difference, difference);
+    Field::subtract(sum, sum, difference);
+    Field::halve(sum, sum);
+    Field::halve(sum, sum);
+    ASSERT_TRUE(Field::equal(sum, product)) << round;
+    if (round % 3 == 0) Field::multiply(b, b, product);
+  }
+}
+
+template <class Rows>
+void checkChains() {
+  checkChain<typename CurveConstants<kP192, Rows>::Field>();
+  checkChain<typename CurveConstants<kP224, Rows>::Field>();
+  checkChain<typename CurveConstants<kP256, Rows>::Field>();
+  checkChain<typename CurveConstants<kP384, Rows>::Field>();
+  checkChain<typename CurveConstants<kP521, Rows>::Field>();
+  checkChain<typename CurveConstants<kSecp256k1, Rows>::Field>();
+  checkChain<typename CurveConstants<kBrainpoolP256r1, Rows>::Field>();
+  checkChain<typename CurveConstants<kBrainpoolP512r1, Rows>::Field>();
+  checkChain<FoldField<Edwards25519Numbers, 38, Rows>>();
+}
+
+TEST_P(CurvesTest, ChainsOfFieldOperations) {
+#if defined(__x86_64__)
+  if (path() != ArithmeticPath::kPortable) return checkChains<MulxRows>();
+#endif
+  checkChains<PortableRows>();
+}
+
+TEST_P(CurvesTest, Multiples) {
+  test::forEachRecord(vectorFile("curve_multiples.txt"), [](const KeyValueRecord& record) {
+    const Curve& curve = curveNamed(record.get("Curve"));
+    const size_t n = curve.limbs();
+    const Limbs u1 = fromHex(record.get("U1"), n);
+    const Limbs u2 = fromHex(record.get("U2"), n);
+    const CurvePoint q = readPoint(record.get("Q"), n);
+    const CurvePoint expected = readPoint(record.get("Sum"), n);
+    expectEqual(curve.doubleMultiply(u1.data(), u2.data(), q), expected, n);
+
+    Limbs r(expected.x, expected.x + n);
+    if (compareLimbs(r.data(), curve.order(), n) >= 0) {
+      subLimbs(r.data(), r.data(), curve.order(), n);
+    }
+    const auto matches = [&] {
+      return curve.doubleMultiplyHasX(u1.data(), u2.data(), q, r.data());
+    };
+    EXPECT_EQ(matches(), !expected.infinity);
+    r[0] ^= 1;
+    EXPECT_FALSE(matches());
+  });
+}
+
+TEST_P(CurvesTest, OrderAndBasePoint) {
+  const CurveList list = curves(path());
+  for (size_t i = 0; i < list.count; ++i) {
+    const Curve& curve = *list.curves[i];
+    SCOPED_TRACE(std::string(curve.parameters().name));
+    EXPECT_EQ(findCurve(curve.parameters().oid, path()), &curve);
+    const Limbs zero(curve.limbs());
+    CurvePoint base = curve.basePoint();
+    EXPECT_TRUE(curve.isOnCurve(base));
+    EXPECT_TRUE(curve.doubleMultiply(curve.order(), zero.data(), base).infinity);
+    EXPECT_TRUE(curve.doubleMultiply(zero.data(), curve.order(), base).infinity);
+    base.y[0] ^= 1;
+    EXPECT_FALSE(curve.isOnCurve(base));
+  }
+  EXPECT_EQ(findCurve("1.2.840.10045.3.1", path()), nullptr);
+}
+
+TEST_P(CurvesTest, PointEncodings) {
+  test::forEachRecord(vectorFile("curve_encodings.txt"), [](const KeyValueRecord& record) {
+    const Curve& curve = curveNamed(record.get("Curve"));
+    const std::vector<std::uint8_t> bytes = bytesFromHex(record.get("Encoded"));
+    const std::string expected = record.get("Point");
+    CurvePoint point;
+    ASSERT_EQ(curve.decodePoint(point, bytes.data(), bytes.size()), expected != "invalid");
+    if (expected == "invalid") return;
+    expectEqual(point, readPoint(expected, curve.limbs()), curve.limbs());
+  });
+}
+
+void checkEdwardsEncoding(const Edwards25519& curve, const KeyValueRecord& record) {
+  const std::vector<std::uint8_t> bytes = bytesFromHex(record.get("Encoded"));
+  const std::string expected = record.get("Point");
+  EdwardsPoint point;
+  ASSERT_EQ(curve.decode(point, bytes.data()), expected != "invalid");
+  if (expected == "invalid") return;
+  EdwardsPoint wanted;
+  readPair(expected, wanted.x, wanted.y, 4);
+  EXPECT_TRUE(std::equal(point.x, point.x + 4, wanted.x));
+  EXPECT_TRUE(std::equal(point.y, point.y + 4, wanted.y));
+  std::vector<std::uint8_t> encoded(32);
+  Edwards25519::encode(encoded.data(), point);
+  EXPECT_EQ(encoded, bytes);
+  EXPECT_EQ(curve.hasSmallOrder(point), record.get("SmallOrder") == "yes");
+}
+
+void checkEdwardsMultiple(const Edwards25519& curve, const KeyValueRecord& record) {
+  EdwardsPoint a, wanted;
+  readPair(record.get("A"), a.x, a.y, 4);
+  readPair(record.get("R"), wanted.x, wanted.y, 4);
+  const EdwardsPoint r = curve.doubleMultiply(fromHex(record.get("S"), 4).data(),
+                                              fromHex(record.get("K"), 4).data(), a);
+  EXPECT_TRUE(std::equal(r.x, r.x + 4, wanted.x));
+  EXPECT_TRUE(std::equal(r.y, r.y + 4, wanted.y));
+}
+
+void checkEdwardsScalar(const KeyValueRecord& record) {
+  Limbs scalar(4);
+  if (record.has("Wide")) {
+    Edwards25519::scalarFromWideBytes(scalar.data(), bytesFromHex(record.get("Wide")).data());
+    EXPECT_EQ(scalar, fromHex(record.get("Scalar"), 4));
+  } else {
+    EXPECT_EQ(
+        Edwards25519::scalarFromBytes(scalar.data(), bytesFromHex(record.get("Bytes")).data()),
+        record.get("Below") == "yes");
+  }
+}
+
+TEST_P(CurvesTest, Edwards25519) {
+  const class Edwards25519& curve = edwards25519(path());
+  EXPECT_FALSE(curve.hasSmallOrder(curve.basePoint()));
+  test::forEachRecord(vectorFile("edwards25519.txt"), [&](const KeyValueRecord& record) {
+    if (record.has("Encoded")) {
+      checkEdwardsEncoding(curve, record);
+    } else if (record.has("S")) {
+      checkEdwardsMultiple(curve, record);
+    } else {
+      checkEdwardsScalar(record);
+    }
+  });
+}
+
+}  // namespace
+}  // namespace velmora::vartime

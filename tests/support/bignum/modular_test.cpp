@@ -1,0 +1,197 @@
+#include "support/bignum/divisor.h"
+#include "support/bignum/inverse.h"
+#include "support/bignum/limb_rows.h"
+#include "support/bignum/montgomery.h"
+#include "support/bignum/portable_rows.h"
+#include "support/bignum/window.h"
+#include "tests/support/bignum/bignum_test.h"
+
+namespace velmora::vartime {
+namespace {
+
+class ModularTest : public EachPath {};
+VELMORA_ON_EACH_PATH(ModularTest);
+
+TEST(LimbsTest, BigEndianBytesAreBounded) {
+  const std::uint8_t bytes[] = {0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+  Limb limbs[2];
+  ASSERT_TRUE(limbsFromBigEndian(limbs, 2, bytes, sizeof bytes));
+  EXPECT_EQ(limbs[0], 0x0203040506070809U);
+  EXPECT_EQ(limbs[1], 1U);
+  EXPECT_FALSE(limbsFromBigEndian(limbs, 1, bytes, sizeof bytes));
+  EXPECT_TRUE(limbsFromBigEndian(limbs, 1, bytes + 3, 8));
+  EXPECT_TRUE(limbsFromBigEndian(limbs, 2, bytes, 0));
+  EXPECT_TRUE(isZero(limbs, 2));
+
+  const Limb number[] = {0x0203040506070809, 1};
+  std::uint8_t out[11];
+  ASSERT_TRUE(limbsToBigEndian(out, 11, number, 2));
+  EXPECT_TRUE(std::equal(bytes, bytes + 11, out));
+  EXPECT_TRUE(limbsToBigEndian(out, 9, number, 2));
+  EXPECT_FALSE(limbsToBigEndian(out, 8, number, 2));
+}
+
+TEST(LimbsTest, WordsOfAnyWidthJoinToWhatTheyWereSplitFrom) {
+  Numbers numbers;
+  for (unsigned width : {1U, 51U, 52U, 62U, 63U, 64U}) {
+    const Limbs limbs = numbers.limbs(9);
+    Limbs words((9 * 64 + width - 1) / width);
+    splitWords(words.data(), words.size(), width, limbs.data(), 9);
+    for (Limb word : words) EXPECT_EQ(word >> (width - 1) >> 1, 0U);
+    Limbs joined(9);
+    joinWords(joined.data(), 9, words.data(), words.size(), width);
+    EXPECT_EQ(joined, limbs) << width;
+  }
+}
+
+TEST(WindowTest, DigitsAddUpToTheNumber) {
+  Numbers numbers;
+  for (int round = 0; round < 60; ++round) {
+    const Limbs number = round == 0 ? Limbs(3, ~Limb{0}) : numbers.limbs(3);
+    for (unsigned width : {2U, 5U, 8U}) {
+      signed char digits[3 * 64 + 1] = {};
+      const size_t count = nonAdjacentForm(digits, number.data(), 3, width);
+      SlidingWindow window(number.data(), 3, width);
+      Limbs signedSum(4), windowSum(4);
+      size_t last = 1000;
+      for (size_t i = 3 * 64 + 1; i-- != 0;) {
+        shiftLeft(signedSum.data(), signedSum.data(), 4, 1);
+        shiftLeft(windowSum.data(), windowSum.data(), 4, 1);
+        if (i < 192) windowSum[0] |= window.digitAt(i);
+        const int digit = i < count ? digits[i] : 0;
+        if (digit == 0) continue;
+        EXPECT_TRUE(digit % 2 != 0 && std::abs(digit) < 1 << (width - 1)) << digit;
+        EXPECT_GE(last, i + width);
+        last = i;
+        const Limb magnitude[4] = {static_cast<Limb>(std::abs(digit))};
+        (digit < 0 ? subLimbs : addLimbs)(signedSum.data(), signedSum.data(), magnitude, 4);
+      }
+      Limbs expected = number;
+      expected.push_back(0);
+      EXPECT_EQ(signedSum, expected) << width;
+      EXPECT_EQ(windowSum, expected) << width;
+    }
+  }
+}
+
+TEST_P(ModularTest, RowsOfEveryLength) {
+  Numbers numbers;
+  for (size_t n = 0; n <= 40; ++n) {
+    for (int round = 0; round < 8; ++round) {
+      const bool extreme = round == 0;
+      const Limbs a = extreme ? Limbs(n, ~Limb{0}) : numbers.limbs(n);
+      const Limb b = extreme ? ~Limb{0} : numbers.limb();
+      Limbs expected = extreme ? Limbs(n + 1, ~Limb{0}) : numbers.limbs(n + 1);
+      Limbs r = expected;
+      const Limb carry = PortableRows::addMultiply(expected.data(), a.data(), n, b);
+      EXPECT_EQ(limbRowFunction(path())(r.data(), a.data(), n, b), carry) << n;
+      EXPECT_EQ(r, expected) << n;
+    }
+  }
+}
+
+TEST_P(ModularTest, Division) {
+  test::forEachRecord(vectorFile("division.txt"), [](const KeyValueRecord& record) {
+    const Limbs wide = fromHex(record.get("Wide"));
+    Divisor divisor(path());
+    const Limbs d = fromHex(record.get("Divisor"), 20);
+    ASSERT_TRUE(divisor.assign(d.data(), d.size()));
+    Limbs remainder(divisor.count());
+    divisor.reduce(remainder.data(), wide.data(), wide.size());
+    EXPECT_EQ(remainder, fromHex(record.get("Remainder"), divisor.count()));
+  });
+}
+
+TEST(DivisorTest, LimitsOfItsLength) {
+  const Limbs ones(kMaxModulusLimbs + 1, ~Limb{0});
+  Divisor divisor;
+  EXPECT_FALSE(divisor.assign(ones.data(), ones.size()));
+  EXPECT_FALSE(divisor.assign(Limbs(4).data(), 4));
+  ASSERT_TRUE(divisor.assign(ones.data(), kMaxModulusLimbs));
+  // The square of -1 at the largest size.
+  Limbs a = Limbs(kMaxModulusLimbs, ~Limb{0});
+  a[0] -= 1;
+  divisor.multiply(a.data(), a.data(), a.data());
+  EXPECT_TRUE(equalsLimb(a.data(), a.size(), 1));
+}
+
+TEST(InverseTest, Vectors) {
+  test::forEachRecord(vectorFile("inverse.txt"), [](const KeyValueRecord& record) {
+    const Limbs modulus = fromHex(record.get("Modulus"));
+    Limbs a = fromHex(record.get("A"), modulus.size());
+    const Limbs original = a;
+    const std::string inverse = record.get("Inverse");
+    const bool found = inverseMod(a.data(), a.data(), modulus.data(), modulus.size());
+    EXPECT_EQ(found, inverse != "none");
+    EXPECT_EQ(a, found ? fromHex(inverse, modulus.size()) : original);
+  });
+}
+
+TEST_P(ModularTest, Powers) {
+  test::forEachRecord(vectorFile("power.txt"), [](const KeyValueRecord& record) {
+    const Limbs m = fromHex(record.get("Modulus"));
+    MontgomeryModulus modulus(path());
+    ASSERT_TRUE(modulus.assign(m.data(), m.size()));
+    Limbs x = fromHex(record.get("Base"), modulus.count());
+    modulus.power(x.data(), x.data(), fromHex(record.get("Exponent"))[0]);
+    EXPECT_EQ(x, fromHex(record.get("Result"), modulus.count()));
+  });
+}
+
+TEST_P(ModularTest, DoublePowers) {
+  test::forEachRecord(vectorFile("double_power.txt"), [](const KeyValueRecord& record) {
+    const Limbs m = fromHex(record.get("Modulus"));
+    MontgomeryModulus modulus(path());
+    ASSERT_TRUE(modulus.assign(m.data(), m.size()));
+    const Limbs x = fromHex(record.get("X"), m.size());
+    const Limbs y = fromHex(record.get("Y"), m.size());
+    const Limbs e = fromHex(record.get("E"), 4);
+    const Limbs f = fromHex(record.get("F"), 4);
+    Limbs result(m.size());
+    modulus.doublePower(result.data(), x.data(), e.data(), y.data(), f.data(), 4);
+    EXPECT_EQ(result, fromHex(record.get("Result"), m.size()));
+  });
+}
+
+TEST(MontgomeryTest, RefusesModuliThatItCannotUse) {
+  const Limb one = 1, even = 6;
+  const Limbs odd(kMaxModulusLimbs + 1, ~Limb{0});
+  MontgomeryModulus modulus;
+  EXPECT_FALSE(modulus.assign(&one, 1));
+  EXPECT_FALSE(modulus.assign(&even, 1));
+  EXPECT_FALSE(modulus.assign(&one, 0));
+  EXPECT_FALSE(modulus.assign(odd.data(), odd.size()));
+}
+
+// Modulo 2^16384 - 1, 2^k to the power e is 2^(k e mod 16384).
+TEST_P(ModularTest, LargestModulus) {
+  const Limbs m(kMaxModulusLimbs, ~Limb{0});
+  MontgomeryModulus modulus(path());
+  ASSERT_TRUE(modulus.assign(m.data(), m.size()));
+  Limbs x(kMaxModulusLimbs), expected(kMaxModulusLimbs);
+  x[12345 / 64] = Limb{1} << (12345 % 64);
+  const size_t k = 12345 * size_t{65537} % 16384;
+  expected[k / 64] = Limb{1} << (k % 64);
+  modulus.power(x.data(), x.data(), 65537);
+  EXPECT_EQ(x, expected);
+}
+
+TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
+  Numbers numbers;
+  for (size_t n = 1; n <= 90; n += n < 34 ? 1 : 7) {
+    Limbs m = numbers.limbs(n);
+    m[0] |= 1;
+    m[n - 1] |= n % 3 == 0 ? Limb{1} << 63 : 2;
+    MontgomeryModulus modulus(path()), portable(ArithmeticPath::kPortable);
+    ASSERT_TRUE(modulus.assign(m.data(), n) && portable.assign(m.data(), n));
+    Limbs x = numbers.limbs(n);
+    x[n - 1] = 1;
+    Limbs expected(n);
+    portable.power(expected.data(), x.data(), 65537);
+    modulus.power(x.data(), x.data(), 65537);
+    EXPECT_EQ(x, expected) << n;
+  }
+}
+
+}  // namespace
+}  // namespace velmora::vartime
