@@ -1,0 +1,68 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/log/log_sinks.h"
+#include "tests/common/der_builder.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora::test {
+
+inline bool load(VelmoraX509& cert, std::string_view der, LogBase& log,
+                 SystemCerts* store = nullptr) {
+  return cert.loadX509DerAlt(reinterpret_cast<const unsigned char*>(der.data()),
+                             static_cast<unsigned int>(der.size()), store, log);
+}
+
+/// A certificate loaded from DER that has to be loadable.
+struct LoadedX509 : VelmoraX509 {
+  explicit LoadedX509(std::string_view der) {
+    LogText log;
+    EXPECT_TRUE(load(*this, der, log)) << log.text().view();
+  }
+};
+
+/// Fields that no operation shows. Explicit instantiation may name private members.
+DataBuffer& certDerOf(VelmoraX509& cert);
+StringBuffer& keyIdOf(VelmoraX509& cert);
+template <auto CertDer, auto KeyId>
+struct PrivateFields {
+  friend DataBuffer& certDerOf(VelmoraX509& cert) { return cert.*CertDer; }
+  friend StringBuffer& keyIdOf(VelmoraX509& cert) { return cert.*KeyId; }
+};
+
+/// What an operation that takes an XString leaves in it.
+template <class Operation>
+std::string textOf(Operation operation) {
+  XString out;
+  operation(out);
+  return std::string(out.view());
+}
+
+inline std::string subjectOf(VelmoraX509& cert, int nameStyle = 0) {
+  LogNull log;
+  return textOf([&](XString& out) { cert.getDN(true, true, out, log, nameStyle); });
+}
+
+inline std::string serialOf(VelmoraX509& cert) {
+  LogNull log;
+  return textOf([&](XString& out) { cert.get_SerialNumber(out, log); });
+}
+
+/// Keeps the error lines apart from everything else.
+class ErrorLog final : public LogBase {
+ public:
+  void LogError(const char* message) override { errors.emplace_back(message); }
+  void LogInfo(const char*) override {}
+  void LogData(const char*, std::string_view) override {}
+  void enterContext(const char*) override {}
+  void leaveContext() override {}
+
+  std::vector<std::string> errors;
+};
+
+}  // namespace velmora::test

@@ -1,0 +1,368 @@
+#include "x509/certificate_reader.h"
+
+#include <algorithm>
+
+#include "support/asn1/der_xml_codec.h"
+#include "support/text/ascii.h"
+#include "support/xml/cls_xml.h"
+#include "support/xml/xml_names.h"
+#include "x509/certificate_shape.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr const char* kTooLarge = "The DER is larger than 64 MiB.";
+constexpr const char* kNoMemory = "Memory ran out.";
+constexpr const char* kNothing = "No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
+
+std::span<const unsigned char> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+}
+
+// Characters that no text holds.
+bool isBinary(char c) {
+  return static_cast<unsigned char>(c) < 0x20 && !isAsciiSpace(c) && c != '\x1B';
+}
+
+// Whether bytes that start with 30, which is also the digit 0, are a SEQUENCE. A length of more
+// than 127 starts with an octet that no UTF-8 character starts with. A short length looks like a
+// character, but a SEQUENCE so short has another tag or length below 20 soon. Without a value, more
+// bytes are needed.
+std::optional<bool> isSequence(std::string_view start, bool atEnd) {
+  constexpr size_t kEnough = 16;
+  if (start.size() < 2) return atEnd ? std::optional<bool>(false) : std::nullopt;
+  const auto length = static_cast<unsigned char>(start[1]);
+  if (length >= 0x80) return length < 0xC0;
+  const size_t size = std::min<size_t>(kEnough, size_t{2} + length);
+  if (std::any_of(start.begin() + 1, start.begin() + std::min(size, start.size()), isBinary)) {
+    return true;
+  }
+  return start.size() >= size || atEnd ? std::optional<bool>(false) : std::nullopt;
+}
+
+// Whether text that starts with "<" is XML that can be ASN.1: its first tag, or what may precede
+// the first tag. Without a value, more characters are needed.
+std::optional<bool> isAsn1Xml(std::string_view start, bool atEnd) {
+  for (const std::string_view opening : {std::string_view("<?xml"), std::string_view("<!--")}) {
+    if (start.starts_with(opening)) return true;
+    if (opening.starts_with(start) && !atEnd) return std::nullopt;
+  }
+  const std::string_view tag = start.substr(1);
+  const size_t size = std::min(tag.find_first_of("> /\t\r\n"), tag.size());
+  if (xmlNameOf(tag.substr(0, size)) != XmlName::kOther) return true;
+  constexpr size_t kLongestName = 16;
+  return size < tag.size() || size >= kLongestName || atEnd ? std::optional<bool>(false)
+                                                            : std::nullopt;
+}
+
+bool isUnknown(const DerShape& shape) {
+  return shape.kind == DerKind::kOtherAsn1 || shape.kind == DerKind::kNotAsn1;
+}
+
+// Appends the DER of one element in BER, as loading a bundle makes it.
+bool convertToDer(std::span<const unsigned char> ber, DataBuffer& der, LogBase& log) {
+  StringBuffer xml;
+  Asn1Fault fault;
+  _clsOwner tree(ClsXml::createNewCls());
+  return tree && DerXmlCodec::derToXml(ber, xml, fault) && tree->loadXml(xml, false, log) &&
+         DerXmlCodec::xmlToDer(*tree, der, log);
+}
+
+}  // namespace
+
+bool CertificateReader::feed(std::span<const unsigned char> bytes) {
+  return feed(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+}
+
+bool CertificateReader::feed(std::string_view text) {
+  if (m_form == Form::kUnknown) text = sniff(text);
+  if (m_form != Form::kUnknown) read(text);
+  return m_form != Form::kDone;
+}
+
+// Takes bytes until they tell the form, and gives those that are left.
+std::string_view CertificateReader::sniff(std::string_view text) {
+  while (!text.empty() && m_form == Form::kUnknown) {
+    m_start[m_startSize++] = text.front();
+    text.remove_prefix(1);
+    if (dropBlankStart()) continue;
+    if (const auto form = formOf({m_start.data(), m_startSize}, false)) settle(*form);
+  }
+  return text;
+}
+
+// Whether the bytes so far are a part of what may precede the input; white space and a complete
+// byte order mark are dropped.
+bool CertificateReader::dropBlankStart() {
+  const std::string_view start(m_start.data(), m_startSize);
+  if (m_markPossible && kByteOrderMark.starts_with(start)) {
+    if (start.size() < kByteOrderMark.size()) return true;
+    m_markPossible = false;
+    m_startSize = 0;
+    return true;
+  }
+  if (m_startSize != 1 || !isAsciiSpace(start.front())) return false;
+  const char c = start.front();
+  const size_t lines = c == '\r' || (c == '\n' && !m_lastWasCr) ? 1 : 0;
+  m_pem.skipLines(lines);
+  m_xml.skipLines(lines);
+  m_lastWasCr = c == '\r';
+  m_markPossible = false;
+  m_startSize = 0;
+  return true;
+}
+
+std::optional<CertificateReader::Form> CertificateReader::formOf(std::string_view start,
+                                                                 bool atEnd) const {
+  const auto choose = [](std::optional<bool> is, Form form) {
+    return is ? std::optional<Form>(*is ? form : Form::kText) : std::nullopt;
+  };
+  if (start.front() == '0') return choose(isSequence(start, atEnd), Form::kBinary);
+  if (start.front() == '<') return choose(isAsn1Xml(start, atEnd), Form::kXml);
+  return isBinary(start.front()) ? Form::kDone : Form::kText;
+}
+
+void CertificateReader::settle(Form form) {
+  if (form == Form::kDone) return stop(kNothing);
+  m_form = form;
+  read({m_start.data(), m_startSize});
+}
+
+void CertificateReader::read(std::string_view text) {
+  switch (m_form) {
+    case Form::kBinary:
+      return readBinary(text);
+    case Form::kText:
+      return readText(text);
+    case Form::kXml:
+      return readXml(text);
+    default:
+      return;
+  }
+}
+
+void CertificateReader::finish() {
+  if (m_form == Form::kUnknown && m_startSize != 0) {
+    settle(formOf({m_start.data(), m_startSize}, true).value_or(Form::kDone));
+  }
+  switch (m_form) {
+    case Form::kUnknown:
+      return stop("The input is empty.");
+    case Form::kBinary:
+      readElements(m_binary.span(), false);
+      break;
+    case Form::kText:
+      pemEvent(m_pem.finish());
+      if (count() == 0) fail(kNothing);
+      break;
+    case Form::kXml:
+      xmlEvent(m_xml.finish());
+      if (count() == 0) fail(kNothing);
+      break;
+    case Form::kDone:
+      break;
+  }
+  m_form = Form::kDone;
+}
+
+void CertificateReader::readBinary(std::string_view text) {
+  if (text.size() > kMaxDerSize - m_binary.size()) return stop(kTooLarge);
+  if (!m_binary.append(text.data(), text.size())) stop(kNoMemory);
+}
+
+void CertificateReader::readText(std::string_view text) {
+  PemScanner::Event event;
+  do {
+    event = m_pem.advance(text);
+    pemEvent(event);
+  } while (event != PemScanner::Event::kNone);
+}
+
+void CertificateReader::pemEvent(PemScanner::Event event) {
+  if (event == PemScanner::Event::kNone) return;
+  m_place.label = m_pem.label();
+  m_place.line = m_pem.line();
+  const bool saysPrivateKey = m_place.label.ends_with("PRIVATE KEY");
+  const auto der = m_pem.der();
+  if (m_pem.encrypted() && saysPrivateKey) {
+    fail("An encrypted private key, not a certificate.");
+  } else if (event == PemScanner::Event::kFault) {
+    fail(m_pem.reason());
+  } else if (der.empty()) {
+    fail("The PEM block is empty.");
+  } else if (m_place.label.empty() && der[0] != 0x30) {
+    fail(kNothing);
+  } else if (saysPrivateKey && isUnknown(classifyDer(der))) {
+    fail("A private key, not a certificate.");
+  } else {
+    readElements(der, m_place.label == "TRUSTED CERTIFICATE");
+  }
+}
+
+void CertificateReader::readXml(std::string_view text) {
+  XmlSplitter::Event event = XmlSplitter::Event::kNone;
+  do {
+    event = m_xml.advance(text);
+    xmlEvent(event);
+  } while (event != XmlSplitter::Event::kNone && m_form != Form::kDone);
+}
+
+void CertificateReader::xmlEvent(XmlSplitter::Event event) {
+  m_place.line = m_xml.line();
+  switch (event) {
+    case XmlSplitter::Event::kNone:
+      return;
+    case XmlSplitter::Event::kDocument:
+      return xmlDocument();
+    case XmlSplitter::Event::kFault:
+      return fail(m_xml.reason());
+    case XmlSplitter::Event::kFatal:
+      return stop(m_xml.reason());
+  }
+}
+
+void CertificateReader::xmlDocument() {
+  m_log.clear();
+  DataBuffer der;
+  _clsOwner tree(ClsXml::createNewCls());
+  if (!tree || !tree->loadXml(m_xml.document(), true, m_log) ||
+      !DerXmlCodec::xmlToDer(*tree, der, m_log)) {
+    return fail(m_log.empty() ? kNoMemory : m_log.error());
+  }
+  if (der.size() > kMaxDerSize) return fail(kTooLarge);
+  readElements(der.span(), false);
+}
+
+// Reads the elements that stand in a row, or the first one alone.
+void CertificateReader::readElements(std::span<const unsigned char> der, bool firstOnly) {
+  Asn1Members elements(der, 0);
+  Asn1Element element;
+  while (!elements.atEnd()) {
+    const size_t offset = elements.offset();
+    const bool isJunk = offset != 0 && der[offset] != 0x30;
+    if (isJunk) return fail("Octets that are no certificate follow.", offset);
+    if (!elements.next(element)) return failAtFault(elements.fault());
+    readElement(element);
+    if (firstOnly) return;
+  }
+}
+
+void CertificateReader::readElement(const Asn1Element& element) {
+  const DerShape shape = classifyDer(element.bytes, element.offset);
+  switch (shape.kind) {
+    case DerKind::kCertificate:
+      return give(element.bytes);
+    case DerKind::kPkcs7:
+      return readBundle(element);
+    default:
+      return fail(shape.text, shape.offset);
+  }
+}
+
+// ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT SignedData }
+// SignedData ::= SEQUENCE { version INTEGER, digestAlgorithms SET, contentInfo SEQUENCE,
+//   certificates [0] IMPLICIT CertificateSet OPTIONAL, crls [1] ... OPTIONAL, signerInfos SET }
+// CertificateSet ::= SET OF CHOICE { Certificate, [0] ..., [1] ..., [2] ..., [3] ... }
+void CertificateReader::readBundle(const Asn1Element& contentInfo) {
+  Asn1Element content;
+  Asn1Members info(contentInfo);
+  info.next(content);
+  info.next(content);
+  Asn1Element signedData;
+  Asn1Element member;
+  if (!Asn1Members(content).next(signedData) || !signedData.header.is(asn1_tag::kSequence)) {
+    return fail("A PKCS #7 bundle without SignedData.", content.offset);
+  }
+  Asn1Members fields(signedData);
+  while (fields.next(member) && member.header.tagClass != Asn1Class::kContextSpecific) continue;
+  Asn1Members certificates(member);
+  if (!member.header.isContext(0) || certificates.atEnd()) {
+    return fail("A PKCS #7 bundle without certificates.");
+  }
+  while (certificates.next(member)) readBundleMember(member);
+}
+
+void CertificateReader::readBundleMember(const Asn1Element& member) {
+  if (member.header.tagClass == Asn1Class::kContextSpecific) {
+    return fail("An attribute certificate or the like, not an X.509 certificate.", member.offset);
+  }
+  const DerShape shape = classifyDer(member.bytes, member.offset);
+  if (!shape.isCertificate()) return fail(shape.text, shape.offset);
+  Asn1Extent extent;
+  Asn1Fault fault;
+  scanAsn1Element(member.bytes, 0, extent, fault);
+  if (extent.encoderForm) return give(member.bytes);
+  m_converted.clear();
+  m_log.clear();
+  if (convertToDer(member.bytes, m_converted, m_log)) return give(m_converted.span());
+  fail("A certificate that cannot be converted to DER.", member.offset);
+}
+
+void CertificateReader::give(std::span<const unsigned char> der) {
+  m_sink.certificate(m_place, der);
+  ++m_place.index;
+}
+
+void CertificateReader::fail(std::string_view reason, std::optional<size_t> offset) {
+  m_sink.failure(m_place, {reason, offset});
+  ++m_place.index;
+}
+
+// Refuses the input as a whole and holds nothing of it any more.
+void CertificateReader::stop(const char* reason) {
+  m_form = Form::kDone;
+  DataBuffer().swap(m_binary);
+  fail(reason);
+}
+
+namespace {
+
+// Loads what is found into holders.
+class HolderSink final : public CertificateSink {
+ public:
+  HolderSink(ExtPtrArray& out, LogBase& log) : m_out(out), m_log(log) {}
+
+  bool complete() const noexcept { return m_complete; }
+
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
+    VelmoraX509Holder* holder =
+        VelmoraX509Holder::createFromDer(der.data(), static_cast<unsigned int>(der.size()), m_log);
+    if (holder != nullptr && m_out.appendObject(holder)) return;
+    failure(place, {"A certificate that could not be loaded.", std::nullopt});
+  }
+
+  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
+    m_complete = false;
+    const StringBuffer reason(failure.reason);
+    m_log.LogError(reason.getString());
+    m_log.LogDataLong("index", static_cast<int64_t>(place.index));
+    if (failure.offset) m_log.LogDataLong("offset", static_cast<int64_t>(*failure.offset));
+    if (!place.label.empty()) m_log.LogData("label", place.label);
+    if (place.line != 0) m_log.LogDataLong("line", static_cast<int64_t>(place.line));
+  }
+
+ private:
+  ExtPtrArray& m_out;
+  LogBase& m_log;
+  bool m_complete = true;
+};
+
+}  // namespace
+
+bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out, LogBase& log) {
+  LogContextExitor context(log, "readCertificates");
+  HolderSink sink(out, log);
+  CertificateReader reader(sink);
+  reader.feed(bytes);
+  reader.finish();
+  return sink.complete();
+}
+
+bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log) {
+  return readCertificates(bytesOf(bytes), out, log);
+}
+
+}  // namespace velmora

@@ -1,0 +1,134 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "support/core/arrays.h"
+#include "support/log/log_base.h"
+#include "support/text/data_buffer.h"
+#include "x509/asn1_element.h"
+#include "x509/first_error_log.h"
+#include "x509/pem_scanner.h"
+#include "x509/xml_splitter.h"
+
+namespace velmora {
+
+/// Where in its input something was found. The label is valid during the call that brings it.
+struct CertificatePlace {
+  size_t index = 0;        // from 0 within the input; what could not be read has one too
+  std::string_view label;  // of the PEM block; empty for every other form
+  size_t line = 0;         // of the BEGIN line or of the XML document, from 1; 0 where unknown
+};
+
+/// Why something is no certificate. The text is valid during the call that brings it.
+struct CertificateFailure {
+  std::string_view reason;
+  std::optional<size_t> offset;  // of the octet at fault in the input's (the block's) DER
+};
+
+/// Receives what a CertificateReader finds, one item after the other, in the input's order.
+class CertificateSink {
+ public:
+  virtual ~CertificateSink() = default;
+
+  /// One certificate. The bytes have the shape of one (classifyDer) and are valid during the call.
+  /// They are DER, or BER where the input holds a single certificate in BER.
+  virtual void certificate(const CertificatePlace& place, std::span<const unsigned char> der) = 0;
+
+  /// Something that is no certificate or could not be read. Reading goes on behind it.
+  virtual void failure(const CertificatePlace& place, const CertificateFailure& failure) = 0;
+};
+
+/// Reads certificates from an input that comes in pieces, in any of the forms below. The first
+/// bytes tell the form, never a name; a UTF-8 byte order mark and white space may precede them.
+///
+///   DER, BER     elements in a row; each a certificate or a PKCS #7 bundle
+///   PEM          blocks as in RFC 7468, text around them ignored; what a block holds is told by
+///   its
+///                content, not by its label ("TRUSTED CERTIFICATE" alone means that something
+///                follows the certificate, which is passed over)
+///   base64       the same without BEGIN and END lines
+///   ASN.1 XML    documents in a row, as DerXmlCodec describes them
+///
+/// A bundle (PKCS #7 SignedData, RFC 2315 §9.1) gives each of its certificates in order, duplicates
+/// included, as DER with the bytes that VelmoraX509::loadX509DerAlt cuts out.
+///
+/// Text is read as a stream: only the DER of one block is held. DER is held whole. Beyond
+/// kMaxDerSize an input, or a block, is refused; beyond kMaxXmlSize an XML document. Time is
+/// proportional to the input. Not safe for concurrent use. Throws only what the sink throws.
+class CertificateReader {
+ public:
+  static constexpr size_t kMaxDerSize = size_t{64} << 20;
+  /// Hexadecimal takes two characters for an octet, base64 and the tags somewhat less or more.
+  static constexpr size_t kMaxXmlSize = 4 * kMaxDerSize;
+
+  /// The sink outlives the reader.
+  explicit CertificateReader(CertificateSink& sink) noexcept
+      : m_sink(sink), m_pem(kMaxDerSize), m_xml(kMaxXmlSize) {}
+  CertificateReader(const CertificateReader&) = delete;
+  CertificateReader& operator=(const CertificateReader&) = delete;
+
+  /// Takes the next piece of the input. False once the rest of the input cannot matter any more:
+  /// the caller may stop.
+  bool feed(std::span<const unsigned char> bytes);
+  bool feed(std::string_view text);
+
+  /// Takes the end of the input. To be called once, after the last piece.
+  void finish();
+
+  /// How many items the sink was given: the index of the next one.
+  size_t count() const noexcept { return m_place.index; }
+
+ private:
+  enum class Form { kUnknown, kBinary, kText, kXml, kDone };
+
+  std::string_view sniff(std::string_view text);
+  bool dropBlankStart();
+  std::optional<Form> formOf(std::string_view start, bool atEnd) const;
+  void settle(Form form);
+  void read(std::string_view text);
+  void readBinary(std::string_view text);
+  void readText(std::string_view text);
+  void readXml(std::string_view text);
+
+  void pemEvent(PemScanner::Event event);
+  void xmlEvent(XmlSplitter::Event event);
+  void xmlDocument();
+
+  void readElements(std::span<const unsigned char> der, bool firstOnly);
+  void readElement(const Asn1Element& element);
+  void readBundle(const Asn1Element& contentInfo);
+  void readBundleMember(const Asn1Element& member);
+
+  void give(std::span<const unsigned char> der);
+  void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt);
+  void failAtFault(const Asn1Fault& fault) { fail(fault.reason, fault.offset); }
+  void stop(const char* reason);
+
+  CertificateSink& m_sink;
+  CertificatePlace m_place;
+  Form m_form = Form::kUnknown;
+  std::array<char, 32> m_start;  // the first bytes, until they tell the form
+  size_t m_startSize = 0;
+  bool m_markPossible = true;  // a byte order mark may stand here
+  bool m_lastWasCr = false;
+  DataBuffer m_binary;
+  PemScanner m_pem;
+  XmlSplitter m_xml;
+  DataBuffer m_converted;
+  FirstErrorLog m_log;
+};
+
+/// Reads all certificates of an input in memory (see CertificateReader) and appends a
+/// VelmoraX509Holder of each, loaded, to `out`, in order. True when there was nothing else in the
+/// input; false when something was no certificate or could not be read (the certificates found
+/// before and behind it are appended all the same), each with an error line and the data items
+/// "index", "offset", "label" and "line" where they are known. Log context "readCertificates".
+/// Takes no lock.
+bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out, LogBase& log);
+bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log);
+
+}  // namespace velmora

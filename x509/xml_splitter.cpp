@@ -1,0 +1,182 @@
+#include "x509/xml_splitter.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::string_view kCommentStart = "--";
+constexpr std::string_view kCdataStart = "[CDATA[";
+
+bool isXmlSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+}  // namespace
+
+XmlSplitter::Event XmlSplitter::advance(std::string_view& text) noexcept {
+  while (!text.empty()) {
+    if (m_state == State::kText && m_inDocument && passOverText(text)) continue;
+    const char c = text.front();
+    text.remove_prefix(1);
+    const Event event = step(c);
+    if (event != Event::kNone) return event;
+  }
+  return Event::kNone;
+}
+
+XmlSplitter::Event XmlSplitter::finish() noexcept {
+  const bool complete = m_state == State::kText && !m_inDocument;
+  return complete ? Event::kNone : fail("The XML document is not complete.");
+}
+
+// Keeps everything up to the next tag; false when the tag starts here.
+bool XmlSplitter::passOverText(std::string_view& text) noexcept {
+  const std::string_view piece = text.substr(0, text.find('<'));
+  keep(piece);
+  m_line += static_cast<size_t>(std::count(piece.begin(), piece.end(), '\n'));
+  text.remove_prefix(piece.size());
+  return !piece.empty();
+}
+
+XmlSplitter::Event XmlSplitter::step(char c) noexcept {
+  if (c == '\n') ++m_line;
+  if (m_inDocument) keep({&c, 1});
+  Event event = Event::kNone;
+  switch (m_state) {
+    case State::kText:
+      return readText(c);
+    case State::kOpened:
+      event = readOpened(c);
+      break;
+    case State::kStartTag:
+      event = readStartTag(c);
+      break;
+    case State::kEndTag:
+      event = readEndTag(c);
+      break;
+    case State::kDeclaration:
+      event = readDeclaration(c);
+      break;
+    case State::kComment:
+      readUntil("-->", c);
+      break;
+    case State::kCdata:
+      readUntil("]]>", c);
+      break;
+    case State::kPi:
+      readUntil("?>", c);
+      break;
+  }
+  m_last[0] = m_last[1];
+  m_last[1] = c;
+  return event;
+}
+
+XmlSplitter::Event XmlSplitter::readText(char c) noexcept {
+  if (c == '<') {
+    m_strayText = false;
+    m_state = State::kOpened;
+  } else if (!m_inDocument && !m_strayText && !isXmlSpace(c)) {
+    m_strayText = true;
+    return fail("Text outside the XML documents.");
+  }
+  return Event::kNone;
+}
+
+// `c` follows a "<".
+XmlSplitter::Event XmlSplitter::readOpened(char c) noexcept {
+  if (!m_inDocument) m_startLine = m_line;
+  m_declarationSize = 0;
+  if (c == '!') {
+    enter(State::kDeclaration);
+  } else if (c == '?') {
+    enter(State::kPi);
+  } else if (c == '/') {
+    enter(State::kEndTag);
+    if (!m_inDocument) return fail("An end tag outside the XML documents.");
+  } else {
+    if (!m_inDocument) {
+      m_inDocument = true;
+      m_document.weakClear();
+      const char start[] = {'<', c};
+      keep({start, sizeof start});
+    }
+    enter(State::kStartTag);
+    return readStartTag(c);
+  }
+  return Event::kNone;
+}
+
+void XmlSplitter::enter(State state) noexcept {
+  m_state = state;
+  m_quote = 0;
+  m_last[0] = m_last[1] = 0;
+}
+
+XmlSplitter::Event XmlSplitter::readStartTag(char c) noexcept {
+  if (m_quote != 0) {
+    if (c == m_quote) m_quote = 0;
+    return Event::kNone;
+  }
+  if (c == '"' || c == '\'') m_quote = c;
+  if (c != '>') return Event::kNone;
+  m_state = State::kText;
+  const bool isEmptyElement = m_last[1] == '/';
+  if (!isEmptyElement) ++m_depth;
+  return m_depth == 0 ? closeDocument() : Event::kNone;
+}
+
+XmlSplitter::Event XmlSplitter::readEndTag(char c) noexcept {
+  if (c != '>') return Event::kNone;
+  m_state = State::kText;
+  if (m_depth == 0) return Event::kNone;
+  return --m_depth == 0 ? closeDocument() : Event::kNone;
+}
+
+// `c` follows a "<!" and m_declarationSize characters.
+XmlSplitter::Event XmlSplitter::readDeclaration(char c) noexcept {
+  m_declaration[m_declarationSize++] = c;
+  const std::string_view read(m_declaration, m_declarationSize);
+  if (read == kCommentStart) {
+    enter(State::kComment);
+  } else if (read == kCdataStart && m_inDocument) {
+    enter(State::kCdata);
+  } else if (!kCommentStart.starts_with(read) && !kCdataStart.starts_with(read)) {
+    return fail("A DOCTYPE or other declaration, which is not accepted.", Event::kFatal);
+  } else if (read == kCdataStart) {
+    return fail("Text outside the XML documents.", Event::kFatal);
+  }
+  return Event::kNone;
+}
+
+// Ends the present markup where `c` completes its terminator.
+void XmlSplitter::readUntil(std::string_view terminator, char c) noexcept {
+  const char end[] = {m_last[0], m_last[1], c};
+  if (std::string_view(end, sizeof end).ends_with(terminator)) m_state = State::kText;
+}
+
+void XmlSplitter::keep(std::string_view piece) noexcept {
+  if (m_tooLarge || m_noMemory) return;
+  m_tooLarge = piece.size() > m_maxSize - m_document.getSize();
+  m_noMemory = !m_tooLarge && !m_document.append(piece);
+  if (m_tooLarge || m_noMemory) m_document.clear();
+}
+
+XmlSplitter::Event XmlSplitter::closeDocument() noexcept {
+  const bool tooLarge = m_tooLarge;
+  const bool noMemory = m_noMemory;
+  m_inDocument = m_tooLarge = m_noMemory = false;
+  if (tooLarge) return fail("The XML document is larger than 256 MiB.");
+  return noMemory ? fail("Memory ran out.") : Event::kDocument;
+}
+
+XmlSplitter::Event XmlSplitter::fail(const char* reason, Event event) noexcept {
+  if (!m_inDocument && m_state == State::kText) m_startLine = m_line;
+  m_reason = reason;
+  return event;
+}
+
+}  // namespace velmora
