@@ -1,0 +1,27 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "tools/console.h"
+#include "tools/options.h"
+
+namespace velmora::tool {
+
+/// One command of the program.
+struct Command {
+  std::string_view name;
+  std::string_view summary;  // one line
+  std::string_view details;  // for the command's own help; ends with a newline when not empty
+  std::span<const OptionSpec> options;
+  /// Does the work; an argument that makes no sense is a usage error. The rest of the outcome is
+  /// told to the console.
+  bool (*run)(const Arguments& arguments, Console& console, std::string& usageError);
+};
+
+/// The commands, each defined in the file that bears its name.
+extern const Command kShowCommand;
+extern const Command kAsn1Command;
+extern const Command kNameCommand;
+
+}  // namespace velmora::tool

@@ -1,0 +1,68 @@
+#include "tools/console.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr size_t kRecordBuffer = size_t{64} << 10;
+
+// 0, or what write() failed with.
+int writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<size_t>(written));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+bool takesColours() {
+  const char* terminal = std::getenv("TERM");
+  const bool isDumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
+  return ::isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
+}
+
+}  // namespace
+
+Console::Console() : m_coloured(takesColours()) {}
+
+void Console::endRecord() {
+  if (m_out.getSize() >= kRecordBuffer) flush();
+}
+
+bool Console::flush() {
+  const bool outOfMemory = m_out.failed();
+  const int failure = m_outputFailed ? 0 : writeAll(STDOUT_FILENO, m_out.view());
+  m_out.weakClear();
+  if (m_outputFailed || (failure == 0 && !outOfMemory)) return !m_outputFailed;
+  m_outputFailed = true;
+  raise(ExitStatus::kUnreadable);
+  if (failure == EPIPE) return false;
+  StringBuffer line("velmora-x509: standard output: ");
+  line.append(failure == 0 ? "out of memory" : std::strerror(failure));
+  error(line.view());
+  return false;
+}
+
+void Console::error(std::string_view line) {
+  flush();
+  StringBuffer text(line);
+  text.appendChar('\n');
+  writeAll(STDERR_FILENO, text.view());
+}
+
+}  // namespace velmora::tool

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string_view>
+
+#include "support/text/string_buffer.h"
+
+namespace velmora::tool {
+
+/// What the program ends with; the higher value wins over the lower one.
+enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3 };
+
+/// Standard output, buffered, and standard error.
+class Console {
+ public:
+  Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  /// What is to be written to standard output; append to it.
+  StringBuffer& out() noexcept { return m_out; }
+  /// Ends one record: writes the output when a good deal of it has gathered.
+  void endRecord();
+  /// Writes what has gathered. False when standard output cannot be written to, now or before; the
+  /// first failure has an error line, except that of a reader who went away.
+  bool flush();
+
+  /// Writes one line to standard error, behind the output so far. `line` is safe to print.
+  void error(std::string_view line);
+
+  /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
+  bool coloured() const noexcept { return m_coloured; }
+
+  void raise(ExitStatus status) noexcept {
+    if (status > m_status) m_status = status;
+  }
+  ExitStatus status() const noexcept { return m_status; }
+
+ private:
+  StringBuffer m_out;
+  bool m_coloured;
+  bool m_outputFailed = false;
+  ExitStatus m_status = ExitStatus::kDone;
+};
+
+}  // namespace velmora::tool

@@ -1,0 +1,159 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <new>
+
+#include "tools/command.h"
+#include "tools/escape.h"
+
+namespace velmora::tool {
+
+namespace {
+
+// In the order of the help. A new command is one line here and a file of its own.
+constexpr const Command* kCommands[] = {&kShowCommand, &kAsn1Command, &kNameCommand};
+
+constexpr std::string_view kUsage = "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n";
+
+constexpr std::string_view kAboutInput =
+    "\n"
+    "FILE, or - for standard input, holds certificates as DER, PEM, PKCS #7 (p7b),\n"
+    "bare base64 or ASN.1 XML; the content tells which. All certificates of a file\n"
+    "are treated, in order. What cannot be read or is no certificate has a line on\n"
+    "standard error and stops nothing.\n"
+    "\n"
+    "Control characters, bidirectional controls and bytes that are not UTF-8 are\n"
+    "printed as \\xHH or \\u{HHHH}, a backslash as \\\\; in XML and JSON, as the escapes\n"
+    "of these.\n"
+    "\n"
+    "Exit status: 0 done; 1 the answer is no; 2 usage; 3 something could not be read\n"
+    "or was not a certificate.\n";
+
+constexpr size_t kHelpColumn = 22;
+constexpr size_t kHelpWidth = 58;
+
+// Appends text from the help column on, broken between words.
+void appendWrapped(std::string_view text, size_t column, StringBuffer& out) {
+  while (!text.empty()) {
+    for (; column < kHelpColumn; ++column) out.appendChar(' ');
+    size_t size = std::min(text.size(), kHelpWidth);
+    if (size < text.size()) size = text.rfind(' ', size);
+    out.append(text.substr(0, size));
+    out.appendChar('\n');
+    text.remove_prefix(std::min(size + 1, text.size()));
+    column = 0;
+  }
+}
+
+void appendHelpRow(std::string_view name, std::string_view value, std::string_view help,
+                   StringBuffer& out) {
+  const size_t before = out.getSize();
+  out.append("  ");
+  out.append(name);
+  if (!value.empty()) out.append(" ");
+  out.append(value);
+  appendWrapped(help, out.getSize() - before, out);
+}
+
+void appendHelp(StringBuffer& out) {
+  out.append(kUsage);
+  out.append("\nCommands:\n");
+  for (const Command* command : kCommands) appendHelpRow(command->name, "", command->summary, out);
+  out.append("\nOptions:\n");
+  appendHelpRow("--help", "", "this text; behind a command, the command's own", out);
+  appendHelpRow("--version", "", "the program's version", out);
+  out.append(kAboutInput);
+}
+
+void appendCommandHelp(const Command& command, StringBuffer& out) {
+  out.append("Usage: velmora-x509 ");
+  out.append(command.name);
+  out.append(" [OPTION]... FILE...\n\n");
+  out.append(command.summary);
+  out.append("\n\nOptions:\n");
+  for (const OptionSpec& option : command.options) {
+    appendHelpRow(option.name, option.value, option.help, out);
+  }
+  if (!command.details.empty()) out.append("\n");
+  out.append(command.details);
+  out.append(kAboutInput);
+}
+
+void usageError(std::string_view message, const Command* command, Console& console) {
+  StringBuffer line("velmora-x509: ");
+  appendPrintable(message, line);
+  line.append("\nTry \"velmora-x509 ");
+  if (command != nullptr) line.append(command->name);
+  line.append(command != nullptr ? " --help\"." : "--help\".");
+  console.error(line.view());
+  console.raise(ExitStatus::kUsage);
+}
+
+const Command* commandNamed(std::string_view name) {
+  const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                  [&](const Command* command) { return command->name == name; });
+  return found == std::end(kCommands) ? nullptr : *found;
+}
+
+// The command that a word most likely means which names neither a command nor a file.
+std::string_view meantCommand(const char* word) {
+  struct stat status;
+  if (::stat(word, &status) == 0) return {};
+  std::vector<std::string_view> names;
+  for (const Command* command : kCommands) names.push_back(command->name);
+  return nearestWord(word, names);
+}
+
+void runCommand(const Command& command, std::span<char* const> words, Console& console) {
+  const bool wantsHelp = std::any_of(words.begin(), words.end(), [](std::string_view word) {
+    return word == "--help" || word == "-h";
+  });
+  if (wantsHelp) return appendCommandHelp(command, console.out());
+  Arguments arguments;
+  std::string error;
+  if (!arguments.parse(words, command.options, error)) return usageError(error, &command, console);
+  if (arguments.files().empty()) {
+    return usageError("no FILE given; - is standard input", &command, console);
+  }
+  if (!command.run(arguments, console, error)) usageError(error, &command, console);
+}
+
+void run(std::span<char* const> words, Console& console) {
+  if (words.empty()) return usageError("neither a command nor a FILE given", nullptr, console);
+  const std::string_view first = words[0];
+  if (first == "--help" || first == "-h") return appendHelp(console.out());
+  if (first == "--version") {
+    console.out().append("velmora-x509 " VELMORA_VERSION "\n");
+    return;
+  }
+  if (const Command* command = commandNamed(first)) {
+    return runCommand(*command, words.subspan(1), console);
+  }
+  if (const std::string_view meant = meantCommand(words[0]); !meant.empty()) {
+    return usageError("no command or file \"" + std::string(first) + "\"; did you mean \"" +
+                          std::string(meant) + "\"?",
+                      nullptr, console);
+  }
+  runCommand(kShowCommand, words, console);
+}
+
+}  // namespace
+
+}  // namespace velmora::tool
+
+int main(int count, char** words) {
+  using namespace velmora::tool;
+  // A reader that goes away is told by the failing write.
+  std::signal(SIGPIPE, SIG_IGN);
+  Console console;
+  try {
+    const std::span<char* const> all(words, static_cast<size_t>(count));
+    run(all.subspan(all.empty() ? 0 : 1), console);
+  } catch (const std::bad_alloc&) {
+    console.error("velmora-x509: out of memory");
+    console.raise(ExitStatus::kUnreadable);
+  }
+  console.flush();
+  return static_cast<int>(console.status());
+}
