@@ -1,0 +1,22 @@
+#pragma once
+
+#include "bench/certificate_bundle.h"
+#include "support/text/string_buffer.h"
+
+namespace velmora::bench {
+
+// Each registers benchmarks whose iterations treat every certificate of `ders` once (the bundle's:
+// load one bundle). What they refer to outlives the run. Names end in "/velmora" and "/openssl", or
+// in the bundle's size.
+
+void registerLoad(const Ders& ders);
+void registerFields(const Ders& ders);
+void registerBundle(const DataBuffer& bundle, size_t count);
+
+/// The heap that a loaded certificate holds, its object included, in bytes on average.
+double heapOfLoaded(const Ders& ders);
+
+/// The machine, the compiler and the libraries, for people.
+StringBuffer describeMachine();
+
+}  // namespace velmora::bench

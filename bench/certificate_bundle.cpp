@@ -1,0 +1,124 @@
+#include "bench/certificate_bundle.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <span>
+#include <string_view>
+
+#include "x509/certificate_reader.h"
+
+namespace velmora::bench {
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+class Collector final : public CertificateSink {
+ public:
+  void certificate(const CertificatePlace&, std::span<const unsigned char> der) override {
+    ders.emplace_back().append(der);
+  }
+  void failure(const CertificatePlace&, const CertificateFailure&) override {}
+
+  Ders ders;
+};
+
+void append(Bytes& out, std::span<const unsigned char> bytes) {
+  out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+// One DER element (X.690 §8.1) whose length takes up to four octets.
+Bytes element(unsigned char tag, std::span<const unsigned char> content) {
+  Bytes out{tag};
+  const size_t size = content.size();
+  if (size < 0x80) {
+    out.push_back(static_cast<unsigned char>(size));
+  } else {
+    out.push_back(0x84);
+    for (int shift = 24; shift >= 0; shift -= 8) {
+      out.push_back(static_cast<unsigned char>(size >> shift));
+    }
+  }
+  append(out, content);
+  return out;
+}
+
+Bytes joined(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const Bytes& part : parts) append(out, part);
+  return out;
+}
+
+// Where the content of the element at `at` starts.
+size_t contentOf(std::span<const unsigned char> der, size_t at) {
+  return at + 2 + (der[at + 1] >= 0x80 ? der[at + 1] & 0x7FU : 0U);
+}
+
+// Writes `number` over the last octets of the serial number, four of them where it has as many.
+void overwriteSerial(std::span<unsigned char> der, size_t number) {
+  size_t at = contentOf(der, contentOf(der, 0));  // the first member of tbsCertificate
+  if (der[at] == 0xA0) at = contentOf(der, at) + 3;
+  const size_t size = der[at + 1];
+  for (size_t i = 0; i < std::min(size, size_t{4}); ++i) {
+    der[at + 1 + size - i] = static_cast<unsigned char>(number >> (8 * i));
+  }
+}
+
+// RFC 5652 §5.1, without signers: SEQUENCE { OID signedData, [0] { SEQUENCE { version 1, SET {},
+// SEQUENCE { OID data }, [0] { certificates }, SET {} } } }.
+Bytes signedData(std::span<const unsigned char> certificates) {
+  constexpr std::array<unsigned char, 9> kSignedData = {0x2A, 0x86, 0x48, 0x86, 0xF7,
+                                                        0x0D, 0x01, 0x07, 0x02};
+  constexpr std::array<unsigned char, 9> kData = {0x2A, 0x86, 0x48, 0x86, 0xF7,
+                                                  0x0D, 0x01, 0x07, 0x01};
+  const Bytes content = element(0x30, joined({{0x02, 0x01, 0x01},
+                                              {0x31, 0x00},
+                                              element(0x30, element(0x06, kData)),
+                                              element(0xA0, certificates),
+                                              {0x31, 0x00}}));
+  return element(0x30, joined({element(0x06, kSignedData), element(0xA0, content)}));
+}
+
+// A serial number that is too short would make certificates the same.
+bool hasLongSerial(const DataBuffer& der) {
+  DataBuffer first;
+  DataBuffer second;
+  first.append(der);
+  second.append(der);
+  overwriteSerial({first.data(), first.size()}, 0x01010101);
+  overwriteSerial({second.data(), second.size()}, 0x02010101);
+  return !first.equals(second);
+}
+
+}  // namespace
+
+Ders readDers(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  Collector collector;
+  CertificateReader reader(collector);
+  reader.feed(std::string_view(bytes));
+  reader.finish();
+  return std::move(collector.ders);
+}
+
+DataBuffer makeBundle(const Ders& ders, size_t count) {
+  std::vector<const DataBuffer*> templates;
+  for (const DataBuffer& der : ders) {
+    if (hasLongSerial(der)) templates.push_back(&der);
+  }
+  Bytes certificates;
+  for (size_t i = 0; i < count && !templates.empty(); ++i) {
+    const size_t start = certificates.size();
+    append(certificates, templates[i % templates.size()]->span());
+    overwriteSerial(std::span(certificates).subspan(start), i);
+  }
+  const Bytes bundle = signedData(certificates);
+  DataBuffer out;
+  out.append(bundle.data(), bundle.size());
+  return out;
+}
+
+}  // namespace velmora::bench

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "support/text/data_buffer.h"
+
+namespace velmora::bench {
+
+/// DER of certificates, one after the other.
+using Ders = std::vector<DataBuffer>;
+
+/// The certificates of a file in any form that velmora-x509 reads; empty when it has none.
+Ders readDers(const char* path);
+
+/// A PKCS #7 SignedData bundle of `count` certificates, no two of them the same: those given, again
+/// and again, with their serial numbers overwritten. Empty when memory ran out.
+DataBuffer makeBundle(const Ders& ders, size_t count);
+
+}  // namespace velmora::bench

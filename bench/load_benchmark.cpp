@@ -1,0 +1,79 @@
+#include <benchmark/benchmark.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <string>
+
+#include "bench/benchmarks.h"
+#include "bench/live_heap.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora::bench {
+
+namespace {
+
+// A certificate loaded from `der`, counted once.
+VelmoraX509* load(const DataBuffer& der) {
+  LogNull log;
+  VelmoraX509* certificate = VelmoraX509::createNewX509();
+  certificate->incRefCount();
+  certificate->loadX509DerAlt(der.data(), static_cast<unsigned int>(der.size()), nullptr, log);
+  return certificate;
+}
+
+void loadVelmora(benchmark::State& state, const Ders& ders) {
+  for (auto _ : state) {
+    for (const DataBuffer& der : ders) load(der)->decRefCount();
+  }
+}
+
+void loadOpenssl(benchmark::State& state, const Ders& ders) {
+  for (auto _ : state) {
+    for (const DataBuffer& der : ders) {
+      const unsigned char* at = der.data();
+      X509_free(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+    }
+  }
+}
+
+void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count) {
+  LogNull log;
+  for (auto _ : state) {
+    SystemCerts store;
+    const RefOwner<VelmoraX509> certificate(VelmoraX509::createNewX509());
+    certificate->incRefCount();
+    const bool loaded = certificate->loadX509DerAlt(
+        bundle.data(), static_cast<unsigned int>(bundle.size()), &store, log);
+    if (!loaded || store.getCount() != count) {
+      state.SkipWithError("the bundle did not load whole");
+      break;
+    }
+  }
+}
+
+}  // namespace
+
+void registerLoad(const Ders& ders) {
+  benchmark::RegisterBenchmark("load/velmora",
+                               [&ders](benchmark::State& state) { loadVelmora(state, ders); });
+  benchmark::RegisterBenchmark("load/openssl",
+                               [&ders](benchmark::State& state) { loadOpenssl(state, ders); });
+}
+
+void registerBundle(const DataBuffer& bundle, size_t count) {
+  benchmark::RegisterBenchmark(
+      ("bundle/" + std::to_string(count)).c_str(),
+      [&bundle, count](benchmark::State& state) { loadBundle(state, bundle, count); });
+}
+
+double heapOfLoaded(const Ders& ders) {
+  std::vector<VelmoraX509*> certificates;
+  certificates.reserve(ders.size());
+  const LiveHeap heap;
+  for (const DataBuffer& der : ders) certificates.push_back(load(der));
+  const double held = static_cast<double>(heap.bytes());
+  for (VelmoraX509* certificate : certificates) certificate->decRefCount();
+  return held / static_cast<double>(ders.size());
+}
+
+}  // namespace velmora::bench

@@ -1,0 +1,322 @@
+#!/usr/bin/env python3
+"""Compares what the command line says of certificates with what OpenSSL says of them.
+
+compare_with_openssl.py PROGRAM [FILE]...   (default: the system's CA bundle and the sample files)
+
+Of every certificate that OpenSSL reads: each attribute of subject and issuer, the serial number, the
+dates and the algorithms, as "show --json" gives them; and the ASN.1 XML form, which is encoded to DER
+here and must give the certificate's bytes, and which the program must read back as it wrote it.
+"""
+import base64
+import concurrent.futures
+import datetime
+import html
+import json
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
+DATA = pathlib.Path(__file__).resolve().parent / "data"
+EXAMPLES = DATA.parent.parent / "examples"
+
+# The names of style 0; every other type is "OID." and the dotted OID.
+NAMES = {
+    "1.2.840.113549.1.9.1": "E", "0.9.2342.19200300.100.1.25": "DC", "2.5.4.3": "CN", "2.5.4.4": "SN",
+    "2.5.4.5": "SERIALNUMBER", "2.5.4.6": "C", "2.5.4.7": "L", "2.5.4.8": "ST", "2.5.4.9": "STREET",
+    "2.5.4.10": "O", "2.5.4.11": "OU", "2.5.4.12": "Title", "2.5.4.13": "Description",
+    "2.5.4.14": "SearchGuide", "2.5.4.15": "BusinessCategory", "2.5.4.16": "PostalAddress",
+    "2.5.4.17": "PostalCode", "2.5.4.18": "PostOfficeBox", "2.5.4.19": "PhysicalDeliveryOfficeName",
+    "2.5.4.20": "TelephoneNumber", "2.5.4.23": "FaxNumber", "2.5.4.42": "G",
+    "2.5.4.97": "OrganizationID"}
+
+# What OpenSSL calls the algorithms of certificates. One it does not know it shows as an OID.
+ALGORITHMS = {
+    "rsaEncryption": "1.2.840.113549.1.1.1", "md5WithRSAEncryption": "1.2.840.113549.1.1.4",
+    "sha1WithRSAEncryption": "1.2.840.113549.1.1.5", "rsassaPss": "1.2.840.113549.1.1.10",
+    "sha256WithRSAEncryption": "1.2.840.113549.1.1.11", "sha384WithRSAEncryption": "1.2.840.113549.1.1.12",
+    "sha512WithRSAEncryption": "1.2.840.113549.1.1.13", "id-ecPublicKey": "1.2.840.10045.2.1",
+    "ecdsa-with-SHA1": "1.2.840.10045.4.1", "ecdsa-with-SHA256": "1.2.840.10045.4.3.2",
+    "ecdsa-with-SHA384": "1.2.840.10045.4.3.3", "ecdsa-with-SHA512": "1.2.840.10045.4.3.4",
+    "dsaEncryption": "1.2.840.10040.4.1", "dsa_with_SHA256": "2.16.840.1.101.3.4.3.2",
+    "ED25519": "1.3.101.112"}
+
+MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec"
+
+TAGS = {"bool": 0x01, "int": 0x02, "bits": 0x03, "octets": 0x04, "null": 0x05, "oid": 0x06,
+        "enumerated": 0x0A, "utf8": 0x0C, "printable": 0x13, "t61": 0x14, "ia5": 0x16, "utctime": 0x17,
+        "sequence": 0x30, "set": 0x31}
+
+
+# DER, read here.
+
+def element(der, at=0):
+    """The tag octet, the content's start and its end of the element at `at`; low tag numbers only."""
+    length, start = der[at + 1], at + 2
+    if length >= 0x80:
+        start += length - 0x80
+        length = int.from_bytes(der[at + 2:start], "big")
+    if start + length > len(der):
+        raise ValueError("an element that is longer than its input")
+    return der[at], start, start + length
+
+
+def members(der):
+    """(tag, content) of each member of a content."""
+    at = 0
+    while at < len(der):
+        tag, start, at_end = element(der, at)
+        yield tag, der[start:at_end]
+        at = at_end
+
+
+def dotted(content):
+    arcs, value = [], 0
+    for octet in content:
+        value = value << 7 | octet & 0x7F
+        if octet < 0x80:
+            arcs.append(value)
+            value = 0
+    first = min(arcs[0] // 40, 2)
+    return ".".join(str(arc) for arc in [first, arcs[0] - 40 * first] + arcs[1:])
+
+
+def fields(der):
+    """Version and the dotted OIDs of the outer signature algorithm and the key's algorithm."""
+    _, start, end = element(der)
+    (_, tbs), (_, algorithm), _ = members(der[start:end])
+    parts = list(members(tbs))
+    version = parts.pop(0)[1][-1] + 1 if parts[0][0] == 0xA0 else 1
+    key_algorithm = next(members(parts[5][1]))[1]
+    return {"version": version, "signatureAlgorithm": dotted(next(members(algorithm))[1]),
+            "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1])}
+
+
+# The ASN.1 XML form, encoded here.
+
+def encoded(tag, content, number=None):
+    if number is not None:
+        digits = [number & 0x7F]
+        while number > 0x7F:
+            number >>= 7
+            digits.insert(0, number & 0x7F | 0x80)
+        head = bytes([tag | number]) if len(digits) == 1 and number < 31 else bytes([tag | 0x1F] + digits)
+    else:
+        head = bytes([tag])
+    size = len(content)
+    if size < 0x80:
+        return head + bytes([size]) + content
+    octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
+    return head + bytes([0x80 + len(octets)]) + octets + content
+
+
+def oid_octets(text):
+    arcs = [int(arc) for arc in text.split(".")]
+    octets = bytearray()
+    for arc in [arcs[0] * 40 + arcs[1]] + arcs[2:]:
+        group = [arc & 0x7F]
+        while arc := arc >> 7:
+            group.insert(0, arc & 0x7F | 0x80)
+        octets += bytes(group)
+    return bytes(octets)
+
+
+def der_of(name, attributes, text, inner):
+    """The DER of one XML element; `inner` is that of its children."""
+    if name in ("contextSpecific", "application", "private", "universal"):
+        kind = {"universal": 0x00, "application": 0x40, "contextSpecific": 0x80, "private": 0xC0}[name]
+        number = int(attributes["tag" if name == "contextSpecific" else "number"])
+        if attributes.get("constructed") == "1":
+            return encoded(kind | 0x20, inner, number)
+        return encoded(kind, base64.b64decode(text, validate=True), number)
+    if name in ("sequence", "set"):
+        content = inner
+    elif name in ("int", "enumerated", "bool", "null"):
+        content = bytes.fromhex(text)
+    elif name == "bits":
+        content = bytes([int(attributes.get("unused", "0"))]) + bytes.fromhex(text)
+    elif name == "octets":
+        content = base64.b64decode(text, validate=True)
+    elif name == "oid":
+        content = oid_octets(text)
+    elif name == "utf8" and "encoding" not in attributes:
+        content = text.encode()
+    else:
+        content = text.encode("latin-1")
+    return encoded(TAGS[name], content)
+
+
+def xml_to_der(xml):
+    """The DER of a compact ASN.1 XML text. Not every reader of XML takes &#0;, so it is read here."""
+    open_elements, done = [], b""
+    for close, name, attributes, text in re.findall(r"<(/?)(\w+)([^>]*)>|([^<]+)", xml):
+        if text:
+            # Every numeric reference stands for its character, also those that HTML replaces.
+            open_elements[-1][2] = re.sub(r"&#(\d+);|&\w+;", lambda match: chr(int(match[1])) if match[1]
+                                          else html.unescape(match[0]), text)
+        elif not close:
+            open_elements.append([name, dict(re.findall(r'(\w+)="([^"]*)"', attributes)), "", b""])
+        else:
+            done = der_of(*open_elements.pop())
+            if open_elements:
+                open_elements[-1][3] += done
+    return done
+
+
+# OpenSSL's view.
+
+def openssl_view(der):
+    """What OpenSSL says of a certificate; None when it does not read it."""
+    command = ["openssl", "x509", "-inform", "DER", "-noout", "-subject", "-issuer", "-serial", "-dates",
+               "-nameopt", "oid,dump_all,dump_der,sep_multiline", "-text", "-certopt",
+               "no_header,no_version,no_serial,no_issuer,no_subject,no_validity,no_extensions,no_sigdump"]
+    done = subprocess.run(command, input=der, capture_output=True)
+    if done.returncode != 0:
+        return None
+    text = done.stdout.decode()
+
+    def after(pattern):
+        found = re.search(pattern, text, re.MULTILINE)
+        return found[1].strip() if found else None
+
+    return {"subject": attributes_of(text, "subject"), "issuer": attributes_of(text, "issuer"),
+            "serialNumber": int(after(r"^serial=(.*)"), 16),
+            "notBefore": date_of(after(r"^notBefore=(.*)")), "notAfter": date_of(after(r"^notAfter=(.*)")),
+            "signatureAlgorithm": oid_of(after(r"Signature Algorithm: (.*)")),
+            "publicKeyAlgorithm": oid_of(after(r"Public Key Algorithm: (.*)"))}
+
+
+def attributes_of(text, name):
+    """(OID, tag, content) of each attribute of a name, in order; each is shown as OID=#DER."""
+    block = re.search(rf"^{name}=\s*((?:\n? *[\d.]+ ?= ?#[0-9A-F]+|\s*\+\s*)*)", text, re.MULTILINE)[1]
+    found = []
+    for oid, value in re.findall(r"([\d.]+) ?= ?#([0-9A-F]+)", block):
+        der = bytes.fromhex(value)
+        tag, start, end = element(der)
+        found.append((oid, tag, der[start:end]))
+    return found
+
+
+def date_of(text):
+    """ISO 8601 of OpenSSL's form of a date; None for what it says of one that is none."""
+    found = re.fullmatch(r"([A-Z][a-z]{2}) +(\d+) ([\d:]{8}) (\d+) GMT", text)
+    if not found:
+        return None
+    month, day, time, year = found.groups()
+    return f"{int(year):04}-{MONTHS.index(month) // 3 + 1:02}-{int(day):02}T{time}Z"
+
+
+def oid_of(name):
+    """None for a name that is not in the table: the DER alone then decides."""
+    return name if name is None or re.fullmatch(r"[\d.]+", name) else ALGORITHMS.get(name)
+
+
+# The comparison.
+
+def value_text(tag, content):
+    if tag == 0x0C:
+        return content.decode()
+    if tag in (0x13, 0x14, 0x16):
+        return content.decode("latin-1")
+    return content.decode("utf-16-be", "replace")
+
+
+def name_text(attributes):
+    parts = []
+    for oid, tag, content in attributes:
+        value = value_text(tag, content)
+        parts.append(NAMES.get(oid, "OID." + oid) + "=" + (f'"{value}"' if "," in value else value))
+    return ", ".join(parts)
+
+
+def differences(der, view, shown, xml):
+    """One line for each thing that is not as it should be."""
+    if "error" in shown:
+        yield "not read: " + shown["error"]
+        return
+    expected = fields(der)
+    for key in ("signatureAlgorithm", "publicKeyAlgorithm"):
+        if view[key] not in (None, expected[key]):
+            yield f"{key}: OpenSSL {view[key]}, in the DER {expected[key]}"
+    expected.update(subject=name_text(view["subject"]), issuer=name_text(view["issuer"]),
+                    notBefore=view["notBefore"], notAfter=view["notAfter"])
+    now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
+    expected["validNow"] = (view["notBefore"] or "") <= now <= (view["notAfter"] or "")
+    for key, value in expected.items():
+        if shown[key] != value:
+            yield f"{key}: {shown[key]!r}, expected {value!r}"
+    serial = int.from_bytes(bytes.fromhex(shown["serialNumber"]), "big", signed=True)
+    if serial != view["serialNumber"]:
+        yield f"serialNumber: {shown['serialNumber']}, expected {view['serialNumber']:X}"
+    if xml_to_der(xml) != der:
+        yield "the XML form is not that of the DER"
+
+
+def certificates_of(path):
+    """The DER of the certificates of a PEM or DER file. Blocks that are no base64 are passed over."""
+    content = path.read_bytes()
+    blocks = re.findall(rb"-----BEGIN CERTIFICATE-----([\sA-Za-z0-9+/=]+)-----END CERTIFICATE-----", content)
+    candidates = [base64.b64decode(block) for block in blocks] or [content]
+    for der in candidates:
+        try:
+            if element(der)[2] == len(der):
+                fields(der)
+                yield der
+        except (IndexError, ValueError, StopIteration):
+            pass
+
+
+def run(*command):
+    """Standard output. Status 3 tells that something could not be read, which the output shows too."""
+    done = subprocess.run(command, capture_output=True)
+    if done.returncode not in (0, 3):
+        sys.exit(f"{command} ended with {done.returncode}: {done.stderr.decode()}")
+    return done.stdout.decode()
+
+
+def main():
+    if not shutil.which("openssl"):
+        print("Skipped: there is no openssl here.")
+        return 0
+    program = sys.argv[1]
+    paths = [pathlib.Path(name) for name in sys.argv[2:]]
+    if not paths:
+        paths = [BUNDLE] if BUNDLE.exists() else []
+        paths += sorted(path for folder in (DATA, EXAMPLES) for path in folder.rglob("*") if path.suffix in (".pem", ".der", ".crt"))
+    ders = list(dict.fromkeys(der for path in paths for der in certificates_of(path)))
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        views = list(pool.map(openssl_view, ders))
+    unread = views.count(None)
+    if unread == len(views):
+        sys.exit("There is no certificate to compare.")
+    ders, views = zip(*[(der, view) for der, view in zip(ders, views) if view])
+
+    with tempfile.TemporaryDirectory() as folder:
+        pem, indented, compact = (f"{folder}/{name}" for name in ("all.pem", "indented.xml", "compact.xml"))
+        with open(pem, "wb") as file:
+            for der in ders:
+                file.write(b"-----BEGIN CERTIFICATE-----\n" + base64.encodebytes(der) +
+                           b"-----END CERTIFICATE-----\n")
+        shown = [json.loads(line) for line in run(program, "show", "--json", pem).splitlines()]
+        xml = run(program, "asn1", "--compact", pem)
+        pathlib.Path(compact).write_text(xml)
+        pathlib.Path(indented).write_text(run(program, "asn1", pem))
+        faults = [f"the {form} XML form does not read back" for form, path in
+                  (("compact", compact), ("indented", indented)) if run(program, "asn1", "--compact", path) != xml]
+
+    lines = xml.split("\n")[:-1]
+    if len(shown) != len(ders) or len(lines) != len(ders):
+        sys.exit(f"{len(ders)} certificates, but {len(shown)} shown and {len(lines)} as XML")
+    for der, view, said, line in zip(ders, views, shown, lines):
+        faults += [f"{name_text(view['subject'])}: {text}" for text in differences(der, view, said, line)]
+    version = " ".join(run("openssl", "version").split()[:2])
+    print("\n".join(faults + [f"{len(ders)} certificates compared with {version}, {len(faults)} differences"
+                              f" ({unread} certificates that OpenSSL does not read left out)."]))
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
