@@ -26,9 +26,10 @@ constexpr int kDnsName = 2;
 constexpr int kDirectoryName = 4;
 constexpr int kUri = 6;
 
-// Asking for more memory than there can be marks the text. Always false.
+// A text that lacks a name must not pass for a whole one. Always false.
 bool markIncomplete(XString& text) {
-  return text.getUtf8Sb_rw().reserve(SIZE_MAX);
+  text.markFailed();
+  return false;
 }
 
 // Decodes base64 content into UTF-8; what is not UTF-8 becomes U+FFFD. The text is marked when

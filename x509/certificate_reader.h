@@ -46,9 +46,8 @@ class CertificateSink {
 /// bytes tell the form, never a name; a UTF-8 byte order mark and white space may precede them.
 ///
 ///   DER, BER     elements in a row; each a certificate or a PKCS #7 bundle
-///   PEM          blocks as in RFC 7468, text around them ignored; what a block holds is told by
-///   its
-///                content, not by its label ("TRUSTED CERTIFICATE" alone means that something
+///   PEM          blocks as in RFC 7468, text around them ignored; the content of a block tells
+///                what it holds, not its label ("TRUSTED CERTIFICATE" alone means that something
 ///                follows the certificate, which is passed over)
 ///   base64       the same without BEGIN and END lines
 ///   ASN.1 XML    documents in a row, as DerXmlCodec describes them

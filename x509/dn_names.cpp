@@ -60,16 +60,12 @@ constexpr DnAttribute kUnknownAttribute = {"", "", "", kUnknown};
 constexpr std::string_view kTitleAbbreviation = "T";
 constexpr std::string_view kOidPrefix = "OID.";
 
-// A text that lacks a value must not pass for a whole one: asking for more memory than there can be
-// marks it.
-void markIncomplete(StringBuffer& text) {
-  text.reserve(SIZE_MAX);
-}
-
 void appendHexOfDer(ClsXml& value, StringBuffer& out, LogBase& log) {
   DataBuffer der;
   out.appendChar('#');
-  if (!DerXmlCodec::xmlToDer(value, der, log)) markIncomplete(out);
+  // A value that is no ASN.1 element, which no certificate has, leaves the "#" alone.
+  DerXmlCodec::xmlToDer(value, der, log);
+  if (der.failed()) out.markFailed();
   der.encodeDB("hexlower", out);
 }
 
@@ -78,7 +74,7 @@ void appendUtf16(std::string_view base64, StringBuffer& out, LogBase& log) {
   constexpr int kUtf8 = 65001;
   DataBuffer utf16;
   utf16.appendEncoded(base64, "base64");
-  if (utf16.failed()) markIncomplete(out);
+  if (utf16.failed()) out.markFailed();  // a text that lacks a value must not pass for a whole one
   DataBuffer utf8;
   EncodingConvert::EncConvert(kUtf16BigEndian, kUtf8, utf16.data(),
                               static_cast<unsigned int>(utf16.size()), utf8, log);

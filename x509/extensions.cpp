@@ -21,11 +21,6 @@ constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
 
-// Asking for more memory than there can be marks the buffer.
-void markIncomplete(DataBuffer& bytes) {
-  bytes.reserve(SIZE_MAX);
-}
-
 // Some old certificates carry their extensions under [0].
 bool moveToExtensions(ClsXml& tree) {
   LogNull noLog;
@@ -59,7 +54,7 @@ bool VelmoraX509::getExtensionDerDataByOid(const char* oid, DataBuffer& out, Log
   const bool found = !path.failed() && m_certXml->velmoraPath(path.view(), base64, noLog);
   if (found) out.appendEncoded(base64.view(), "base64");
   // An extension for which memory ran out must not pass for an absent one.
-  if (path.failed() || base64.failed()) markIncomplete(out);
+  if (path.failed() || base64.failed()) out.markFailed();
   m_certXml->GetRoot2();
   return found;
 }

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "support/text/byte_codecs.h"
 #include "x509/velmora_x509.h"
 
 // The simple fields of a certificate (RFC 5280 §4.1):
@@ -28,6 +29,17 @@ bool moveToDate(ClsXml& validity, bool from) {
   return from ? validity.FirstChild2() : validity.GetChild2(1);
 }
 
+// Allocates nothing: a date that memory ran out for would count as one long past, and a notBefore
+// in the past makes a certificate valid. The text goes on counted by its length, so that a NUL
+// inside does not shorten it to a date.
+void readGeneralizedTime(std::string_view base64, VelmoraSysTime& t, LogBase& log) {
+  constexpr size_t kLongestDate = 96;  // base64; far more than any date takes
+  unsigned char text[kLongestDate / 4 * 3 + 3];
+  size_t size = 0;
+  if (base64.size() <= kLongestDate) size = base64Decode(base64, false, text).written;
+  t.fromX509({reinterpret_cast<const char*>(text), size}, true, log);
+}
+
 // Reads the date on which the handle stands. A date whose text is none leaves `t` as it is and
 // counts as read all the same: with its long past default it makes the certificate an expired one.
 bool readDate(ClsXml& date, VelmoraSysTime& t, LogBase& log) {
@@ -36,10 +48,7 @@ bool readDate(ClsXml& date, VelmoraSysTime& t, LogBase& log) {
     return true;
   }
   if (date.tagEquals("universal")) {  // the form that a GeneralizedTime is carried in
-    // The text goes on counted by its length, so that a NUL inside does not shorten it to a date.
-    DataBuffer text;
-    text.appendEncoded(date.contentView(), "base64");
-    t.fromX509(text.view(), true, log);
+    readGeneralizedTime(date.contentView(), t, log);
     return true;
   }
   return false;
@@ -69,10 +78,10 @@ bool VelmoraX509::get_Version(XString& out, LogBase&) {
 bool VelmoraX509::get_SerialNumber(XString& out, LogBase&) {
   CritSecExitor lock(this);
   XString serial;
-  if (!readField(m_certXml, "sequence|int|*", serial)) return false;
+  const bool found = readField(m_certXml, "sequence|int|*", serial);
   serial.canonicalizeHexString();
-  out.appendX(serial);
-  return true;
+  out.appendX(serial);  // also passes on the mark of a serial number that memory ran out for
+  return found;
 }
 
 // Callers have long read the certificate's own serial number under this name, in the tree's form
@@ -87,9 +96,10 @@ bool VelmoraX509::get_SignatureValue(DataBuffer& out, LogBase&) {
   CritSecExitor lock(this);
   out.clear();
   XString digits;
-  if (!readField(m_certXml, "bits|*", digits)) return false;
+  const bool found = readField(m_certXml, "bits|*", digits);
+  if (digits.failed()) out.markFailed();
   out.appendEncoded(digits.view(), "hex");
-  return true;
+  return found;
 }
 
 // The property is named after the field of tbsCertificate, which holds an algorithm and no

@@ -20,12 +20,16 @@ enum class BerStep : uint8_t {
 
 /// Walks one element of BER (X.690 §8) and everything inside it in the order of the bytes, without
 /// recursion: lengths definite or indefinite, each checked against the element around it. Refused
-/// are nesting beyond kMaxAsn1Depth, a missing end-of-contents and octets behind the element. Time
-/// is proportional to the input, also when its strings are in segments and nested in a hostile way.
+/// are nesting beyond kMaxAsn1Depth, a missing end-of-contents and octets behind the element, and
+/// more elements than bytes of any use hold: an element costs much more memory than its smallest
+/// form, so beyond 65,536 they must have four octets each on average. Time is proportional to the
+/// input, also when its strings are in segments and nested in a hostile way.
 class BerWalk {
  public:
   explicit BerWalk(std::span<const unsigned char> bytes) noexcept
-      : m_reader(bytes), m_inputEnd(bytes.size()) {}
+      : m_reader(bytes),
+        m_inputEnd(bytes.size()),
+        m_elementsLeft(kFewElements + bytes.size() / kOctetsOfElement) {}
 
   /// Moves on. At kElement `header` is that of the element and `content`, when it is primitive,
   /// what it holds.
@@ -38,6 +42,7 @@ class BerWalk {
       return m_reader.atEnd() ? BerStep::kEnd : refuse("Octets follow the outermost element.");
     }
     if (m_depth == m_open.size()) return refuse("Elements are nested too deeply.");
+    if (m_elementsLeft-- == 0) return refuse("There are too many elements for so few octets.");
     const size_t start = m_reader.offset();
     if (!m_reader.readHeader(header)) return refuse(m_reader.fault());
     if (header.constructed) {
@@ -65,6 +70,9 @@ class BerWalk {
   bool joinString(const Asn1Header& header, DataBuffer& joined) noexcept;
 
  private:
+  static constexpr size_t kFewElements = 65536;
+  static constexpr size_t kOctetsOfElement = 4;
+
   // A constructed element around the place of the walk.
   struct Open {
     size_t start;  // of its identifier
@@ -97,6 +105,7 @@ class BerWalk {
 
   DerReader m_reader;
   size_t m_inputEnd;
+  size_t m_elementsLeft;
   size_t m_depth = 0;
 
   Asn1Fault m_fault;

@@ -183,6 +183,8 @@ class TextTail {
     const size_t used = m_first == nullptr ? 0 : written();
     const size_t had = static_cast<size_t>(m_end - m_first);
     const size_t wanted = std::max(used + count, had + had / 2) - had;
+    // Exactly so much: the buffer's own growth would come on top of this one.
+    if (!m_text.reserve(m_start + had + wanted)) return false;
     char* const added = m_text.extend(wanted);
     if (added == nullptr) return false;
     m_first = added - had;

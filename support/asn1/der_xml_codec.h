@@ -33,8 +33,9 @@ namespace velmora {
 ///
 /// Base64 has no line breaks, the text has no white space between elements, an empty element is a
 /// pair of tags, and control characters (U+0000 to U+001F, U+007F) are numeric references. No input
-/// that is BER fails for the strangeness of a field. Depth is limited to 100 elements; time and
-/// memory are proportional to the input.
+/// that is BER fails for the strangeness of a field. Depth is limited to 100 elements, and an
+/// input of more than 65,536 elements must have four octets for each; time and memory are
+/// proportional to the input.
 class DerXmlCodec {
  public:
   static constexpr int kMaxDepth = kMaxAsn1Depth;
@@ -53,9 +54,10 @@ class DerXmlCodec {
   /// primitive, nothing else changed (the octets of a BOOLEAN and the order in a SET stay). For a
   /// tree made from DER this gives its bytes back. Reads any ASN.1 XML text, white space in
   /// hexadecimal and base64 included; an absent `constructed` or `unused` is 0, and attributes that
-  /// are not of the form are passed over. False, with `der` as it was, for a tree that is not in
-  /// the ASN.1 XML form; the error says what is wrong, with the data item "element" (the tags from
-  /// that at the handle down to the one at fault, with "|" between them).
+  /// are not of the form are passed over. False, with the octets of `der` as they were (and `der`
+  /// marked when memory ran out), for a tree that is not in the ASN.1 XML form; the error says what
+  /// is wrong, with the data item "element" (the tags from that at the handle down to the one at
+  /// fault, with "|" between them).
   static bool xmlToDer(ClsXml& at, DataBuffer& der, LogBase& log);
 };
 

@@ -32,7 +32,7 @@ bool takeOid(StrictDer& der, std::span<const unsigned char> oid) noexcept {
 
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters NULL OPTIONAL }
 bool takeHash(StrictDer& der, int& hashId) {
-  StrictDer members({});
+  StrictDer members;
   std::span<const unsigned char> oid;
   StringBuffer dotted;
   if (!der.takeSequence(members) || !members.take(asn1_tag::kOid, oid)) return false;
@@ -42,7 +42,7 @@ bool takeHash(StrictDer& der, int& hashId) {
 }
 
 bool takeMask(StrictDer& der, int& maskHashId) {
-  StrictDer members({});
+  StrictDer members;
   return der.takeSequence(members) && takeOid(members, kMgf1Oid) && takeHash(members, maskHashId) &&
          members.atEnd();
 }
@@ -59,14 +59,14 @@ bool takeNumber(StrictDer& der, int& number) {
 // A member that is absent keeps its default. One that states its default, which DER forbids, is
 // accepted: widespread encoders write it.
 bool takeOptional(StrictDer& params, uint32_t tag, bool (*take)(StrictDer&, int&), int& value) {
-  StrictDer inside({});
+  StrictDer inside;
   return !params.takeContext(tag, inside) || (take(inside, value) && inside.atEnd());
 }
 
 bool readParams(std::span<const unsigned char> algorithmIdentifier, PssParams& values) {
   StrictDer der(algorithmIdentifier);
-  StrictDer members({});
-  StrictDer params({});
+  StrictDer members;
+  StrictDer params;
   return der.takeSequence(members) && takeOid(members, kPssOid) && members.takeSequence(params) &&
          members.atEnd() && takeOptional(params, 0, takeHash, values.hashId) &&
          takeOptional(params, 1, takeMask, values.maskHashId) &&

@@ -16,7 +16,7 @@ bool hasShortestHeader(const Asn1Header& header) noexcept;
 /// and stays. Lengths are definite and in their shortest form, strings primitive.
 class StrictDer {
  public:
-  explicit StrictDer(std::span<const unsigned char> bytes) noexcept : m_reader(bytes) {}
+  explicit StrictDer(std::span<const unsigned char> bytes = {}) noexcept : m_reader(bytes) {}
 
   bool atEnd() const noexcept { return m_reader.atEnd(); }
 

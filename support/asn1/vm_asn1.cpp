@@ -181,7 +181,7 @@ bool _vmAsn1::decode(LogBase& log) {
   bool isDer = false;
   Asn1Fault fault;
   if (!scan(bytes.span(), size, isDer, fault)) return refuse(fault, log);
-  if (size != bytes.size()) return refuse({"Octets follow the outermost element.", size}, log);
+  // Octets may follow an indefinite length only, which is no DER; the conversion refuses them.
   if (!isDer && !convertToDer(bytes, log)) return false;
   m_end = bytes.size();
   m_decoded = true;

@@ -1,4 +1,5 @@
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -122,6 +123,7 @@ class XmlToDer {
   bool run() noexcept {
     const bool done = (makeRoom() || refuse(kNoMemory)) && readElements() && insertHeaders();
     if (!done) m_der.truncate(m_start);
+    if (m_reason == kNoMemory) m_der.reserve(SIZE_MAX);  // marks it
     return done;
   }
 
@@ -157,6 +159,7 @@ class XmlToDer {
 
   bool refuse(const char* reason) noexcept {
     m_reason = reason;
+    if (reason == kNoMemory) m_der.markFailed();
     return false;
   }
 

@@ -9,8 +9,8 @@ namespace velmora {
 
 bool isStrictDigestInfo(std::span<const unsigned char> bytes) noexcept {
   StrictDer der(bytes);
-  StrictDer members({});
-  StrictDer algorithm({});
+  StrictDer members;
+  StrictDer algorithm;
   std::span<const unsigned char> oid, digest;
   char dotted[maxDottedSize(kMaxHashOidSize)];
   return der.takeSequence(members) && der.atEnd() && members.takeSequence(algorithm) &&

@@ -37,11 +37,11 @@ bool readAlgorithm(StrictDer& algorithm, Octets& oid, Octets& parameters) {
 
 bool _vmPublicKey::loadInfo(Octets der, LogBase& log) {
   StrictDer whole(der);
-  StrictDer members({});
+  StrictDer members;
   if (!whole.takeSequence(members) || !whole.atEnd()) {
     return refuse("The public key is not the DER of one SEQUENCE.", log);
   }
-  StrictDer algorithm({});
+  StrictDer algorithm;
   if (!members.takeSequence(algorithm)) return loadRsa(der, log);
   Octets oid, parameters, bits;
   if (!readAlgorithm(algorithm, oid, parameters) || !members.takeOctetBits(bits) ||
@@ -71,7 +71,7 @@ bool _vmPublicKey::loadByOid(Octets oid, Octets parameters, Octets bits, LogBase
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017 §A.1.1)
 bool _vmPublicKey::loadRsa(Octets pkcs1, LogBase& log) {
   StrictDer der(pkcs1);
-  StrictDer members({});
+  StrictDer members;
   Octets modulus, exponent;
   if (!der.takeSequence(members) || !der.atEnd() || !members.takePositive(modulus) ||
       !members.takePositive(exponent) || !members.atEnd()) {
@@ -86,7 +86,7 @@ bool _vmPublicKey::loadRsa(Octets pkcs1, LogBase& log) {
 bool _vmPublicKey::loadDsa(Octets parameters, Octets bits, LogBase& log) {
   if (parameters.empty()) return refuse("The DSA key has no parameters.", log);
   StrictDer parametersDer(parameters);
-  StrictDer members({});
+  StrictDer members;
   DsaKeyData::Numbers numbers;
   if (!parametersDer.takeSequence(members) || !members.takePositive(numbers.p) ||
       !members.takePositive(numbers.q) || !members.takePositive(numbers.g) || !members.atEnd()) {

@@ -34,7 +34,7 @@ SignaturePair::Outcome SignaturePair::read(std::span<const unsigned char> signat
                                            std::span<const unsigned char> hash,
                                            const GroupOrder& order, LogBase& log) {
   StrictDer der(signature);
-  StrictDer members({});
+  StrictDer members;
   std::span<const unsigned char> rOctets, sOctets;
   if (!der.takeSequence(members) || !der.atEnd() || !members.takeUnsigned(rOctets) ||
       !members.takeUnsigned(sOctets) || !members.atEnd()) {

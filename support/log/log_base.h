@@ -11,8 +11,8 @@
 namespace velmora {
 
 /// Where an operation reports what it did and why it failed: nested contexts, error lines,
-/// information lines and data items. A sink derives from it. Not safe for concurrent use: each
-/// thread brings its own.
+/// information lines and data items. A sink derives from it; its operations must not throw. Not
+/// safe for concurrent use: each thread brings its own.
 class LogBase {
  public:
   LogBase() = default;

@@ -4,39 +4,9 @@
 #include <ostream>
 
 #include "support/text/ascii.h"
-#include "support/text/byte_codecs.h"
+#include "support/text/printable.h"
 
 namespace velmora {
-namespace {
-
-constexpr bool isControl(char c) noexcept {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
-
-void appendEscapedCharacter(char c, StringBuffer& line) noexcept {
-  if (c == '\\') {
-    line.append("\\\\");
-    return;
-  }
-  const auto byte = static_cast<unsigned char>(c);
-  char escape[4] = {'\\', 'x', 0, 0};
-  hexEncodeUpper(&byte, 1, escape + 2);
-  line.appendN(escape, sizeof escape);
-}
-
-void appendEscaped(std::string_view text, StringBuffer& line) noexcept {
-  size_t plainFrom = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (!isControl(text[i]) && text[i] != '\\') continue;
-    line.append(text.substr(plainFrom, i - plainFrom));
-    appendEscapedCharacter(text[i], line);
-    plainFrom = i + 1;
-  }
-  line.append(text.substr(plainFrom));
-}
-
-}  // namespace
-
 void LogLines::LogError(const char* message) {
   emit("ERROR: ", viewOrEmpty(message), "");
 }
@@ -61,7 +31,7 @@ void LogLines::leaveContext() {
 void LogLines::emit(std::string_view first, std::string_view second, std::string_view third) {
   StringBuffer line;
   for (int i = 0; i < m_depth; ++i) line.append("  ");
-  for (const std::string_view part : {first, second, third}) appendEscaped(part, line);
+  for (const std::string_view part : {first, second, third}) appendPrintable(part, line);
   writeLine(line.view());
 }
 

@@ -25,6 +25,8 @@ class ByteStore {
   size_t size() const noexcept { return m_size; }
   size_t capacity() const noexcept { return m_capacity; }
   bool failed() const noexcept { return m_failed; }
+  /// Marks the store, for a caller that could not get what belongs into it.
+  void markFailed() noexcept { m_failed = true; }
 
   /// Makes room for `total` bytes in all.
   bool reserve(size_t total) noexcept;

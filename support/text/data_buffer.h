@@ -51,6 +51,8 @@ class DataBuffer {
   bool equals(const DataBuffer& other) const noexcept { return m_bytes.equals(other.m_bytes); }
   /// True after an operation ran out of memory, until clear.
   bool failed() const noexcept { return m_bytes.failed(); }
+  /// Marks the buffer, for a caller that could not get what belongs into it.
+  void markFailed() noexcept { m_bytes.markFailed(); }
 
   /// Decodes text and appends the bytes. `encoding`, in any letter case: "hex", "hexlower" (both
   /// read either letter case), "base64" (RFC 4648 §4, padding optional), "base64url" (§5, padding

@@ -34,6 +34,8 @@ class StringBuffer {
   bool isEmpty() const noexcept { return m_text.size() == 0; }
   /// True after an operation ran out of memory, until clear.
   bool failed() const noexcept { return m_text.failed(); }
+  /// Marks the text, for a caller that could not get what belongs into it.
+  void markFailed() noexcept { m_text.markFailed(); }
 
   bool append(const char* text) noexcept;  // null appends nothing
   bool append(std::string_view text) noexcept { return m_text.append(text.data(), text.size()); }

@@ -25,6 +25,7 @@ class XString {
   size_t getSizeUtf8() const noexcept { return m_utf8.getSize(); }
   bool isEmpty() const noexcept { return m_utf8.isEmpty(); }
   bool failed() const noexcept { return m_utf8.failed(); }
+  void markFailed() noexcept { m_utf8.markFailed(); }
 
   bool appendUtf8(const char* text) noexcept { return m_utf8.append(text); }
   bool appendUtf8(std::string_view text) noexcept { return m_utf8.append(text); }

@@ -127,11 +127,11 @@ TEST(X509Loading, AnEmptyBundleIsCountedInAVerboseLog) {
 // Child after child has to be found in constant time for this to end.
 TEST(X509Loading, ABundleOfManyMembersTakesTimeInProportion) {
   der::Bytes members;
-  for (int i = 0; i < 200000; ++i) members += der::null();
+  for (int i = 0; i < 200000; ++i) members += der::ia5("member");
   VelmoraX509 cert;
   LogNull log;
   EXPECT_TRUE(load(cert, der::bundle(members), log));
-  EXPECT_EQ(certDerOf(cert).view(), der::null());
+  EXPECT_EQ(certDerOf(cert).view(), der::ia5("member"));
 }
 
 std::string xmlOf(std::string_view der) {

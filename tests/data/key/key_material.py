@@ -1,13 +1,12 @@
 """What the scripts of this folder share: DER, the openssl command line, and records of test data."""
 
-import hashlib
 import subprocess
 import tempfile
 
 WORK = tempfile.mkdtemp()
 HASH_OIDS = {"sha1": "2b0e03021a", "sha256": "608648016503040201", "sha384": "608648016503040202",
              "sha512": "608648016503040203"}
-OID_RSA, OID_PSS, OID_MGF1 = (bytes.fromhex("2a864886f70d0101" + last) for last in ("01", "0a", "08"))
+OID_RSA, OID_PSS = bytes.fromhex("2a864886f70d010101"), bytes.fromhex("2a864886f70d01010a")
 OID_DSA, OID_EC, OID_ED25519 = bytes.fromhex("2a8648ce380401"), bytes.fromhex("2a8648ce3d0201"), b"\x2b\x65\x70"
 OID_P256 = bytes.fromhex("2a8648ce3d030107")
 

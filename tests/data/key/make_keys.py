@@ -60,13 +60,15 @@ def rsa_key_cases():
             ("unused bits", key_info(OID_RSA, NULL, pkcs1, 1), "The SubjectPublicKeyInfo is malformed."),
             ("other parameters", key_info(OID_RSA, sequence(), pkcs1), "The parameters of the RSA key are not NULL."),
             ("second parameters", key_info(OID_RSA, NULL + NULL, pkcs1), "The SubjectPublicKeyInfo is malformed."),
-            ("third member of the info", sequence(*(m[2] for m in members(info)), NULL), "The SubjectPublicKeyInfo is malformed."),
+            ("third member of the info", sequence(*(m[2] for m in members(info)), NULL),
+             "The SubjectPublicKeyInfo is malformed."),
             ("no key", sequence(sequence(oid(OID_RSA), NULL)), "The SubjectPublicKeyInfo is malformed."),
             ("empty bits", key_info(OID_RSA, NULL, b""), two_integers)):
         bad_key("RSA " + case, der, reason)
     bad_key("nothing", b"", "The public key is not the DER of one SEQUENCE.")
     bad_key("empty SEQUENCE", sequence(), two_integers)
-    bad_key("unknown algorithm", key_info(b"\x2b\x65\x6e", b"", bytes(32)), "The algorithm of the public key is not known.")
+    bad_key("unknown algorithm", key_info(b"\x2b\x65\x6e", b"", bytes(32)),
+            "The algorithm of the public key is not known.")
 
 
 def dsa_key_cases():
@@ -87,7 +89,8 @@ def dsa_key_cases():
             ("even p", (p + 1, q, g, y), "The DSA prime p is even."),
             ("q of 159 bits", (p, 2**159 - 1, g, y), q_size), ("q of 257 bits", (p, 2**256 + 1, g, y), q_size),
             ("even q", (p, q + 1, g, y), "The DSA order q is even."),
-            ("g is 1", (p, q, 1, y), bad_g), ("g is p", (p, q, p, y), bad_g), ("g is longer than p", (p, q, 2**8193, y), bad_g),
+            ("g is 1", (p, q, 1, y), bad_g), ("g is p", (p, q, p, y), bad_g), ("g is longer than p", (p, q, 2**8193,
+             y), bad_g),
             ("y is 1", (p, q, g, 1), bad_y), ("y is p - 1", (p, q, g, p - 1), bad_y), ("y is p", (p, q, g, p), bad_y)):
         bad_key("DSA " + case, dsa_info(*numbers), reason)
     parameters = sequence(integer(p), integer(q), integer(g))
@@ -98,7 +101,8 @@ def dsa_key_cases():
             ("with NULL for parameters", key_info(OID_DSA, NULL, integer(y)), three),
             ("with two parameters", key_info(OID_DSA, sequence(integer(p), integer(q)), integer(y)), three),
             ("with negative q", dsa_info(p, -q, g, y), three), ("with q of 0", dsa_info(p, 0, g, y), three),
-            ("with four parameters", key_info(OID_DSA, sequence(integer(p), integer(q), integer(g), integer(y)), integer(y)), three),
+            ("with four parameters", key_info(OID_DSA, sequence(integer(p), integer(q), integer(g), integer(y)),
+             integer(y)), three),
             ("with octets in the bits", key_info(OID_DSA, parameters, integer(y) + b"\x00"), one),
             ("with negative y", key_info(OID_DSA, parameters, integer(-y)), one),
             ("with padded y", key_info(OID_DSA, parameters, element(2, b"\x00\x02")), one)):
@@ -112,20 +116,20 @@ def ec_key_cases():
         good_key(name + " compressed", compressed(name), "EC", bits, name)
         if name == "P-256":
             named, point = members(members(info)[0][2])[1][2], key_bits(info)
-    p256 = 2**256 - 2**224 + 2**192 + 2**96 - 1
     no_point, no_curve = "The key is not a point of its curve.", "The curve of the key is not known."
     unnamed = "The EC key does not name its curve."
+    p = 2**256 - 2**224 + 2**192 + 2**96 - 1
+    b = 0x5ac635d8aa3a93e7b3ebbd55769886bc651d06b0cc53b0f63bce3c3e27d2604b
+    without_y = next(x for x in range(100) if pow(x**3 - 3 * x + b, (p - 1) // 2, p) == p - 1)
     x, y = point[1:33], point[33:]
-    for case, bits in (("x off the curve", point[:1] + bytes([x[0] ^ 1]) + x[1:] + y), ("y off the curve", point[:-1] + bytes([y[-1] ^ 1])),
-                       ("hybrid", bytes([6 + y[-1] % 2]) + x + y), ("infinity", b"\x00"), ("nothing", b""),
-                       ("one octet short", point[:-1]), ("one octet more", point + b"\x00"),
-                       ("compressed and more", b"\x02" + x + b"\x00"), ("x without y on the curve", b"\x02" + (5).to_bytes(32, "big")),
-                       ("prime added", b"\x04" + p256.to_bytes(32, "big") + y), ("0 and 0", b"\x04" + bytes(64)),
-                       ("form 5", b"\x05" + x)):
-        # 5 is replaced by the first x for which the curve has no point.
-        if case.startswith("x without"):
-            b = 0x5ac635d8aa3a93e7b3ebbd55769886bc651d06b0cc53b0f63bce3c3e27d2604b
-            bits = b"\x02" + next(i for i in range(100) if pow(i**3 - 3 * i + b, (p256 - 1) // 2, p256) == p256 - 1).to_bytes(32, "big")
+    for case, bits in (
+            ("x off the curve", point[:1] + bytes([x[0] ^ 1]) + x[1:] + y),
+            ("y off the curve", point[:-1] + bytes([y[-1] ^ 1])),
+            ("hybrid", bytes([6 + y[-1] % 2]) + x + y), ("infinity", b"\x00"), ("nothing", b""),
+            ("one octet short", point[:-1]), ("one octet more", point + b"\x00"),
+            ("compressed and more", b"\x02" + x + b"\x00"), ("form 5", b"\x05" + x),
+            ("x without y on the curve", b"\x02" + without_y.to_bytes(32, "big")),
+            ("x is the prime", b"\x04" + p.to_bytes(32, "big") + y), ("0 and 0", b"\x04" + bytes(64))):
         bad_key("EC " + case, key_info(OID_EC, named, bits), no_point)
     explicit = openssl("pkey", "-in", "P-256.pem", "-pubout", "-outform", "DER", "-ec_param_enc", "explicit")
     bad_key("EC explicit curve", explicit, unnamed)
@@ -164,7 +168,8 @@ def ed25519_key_cases():
     bad_key("Ed25519 not below the prime in an info", key_info(OID_ED25519, b"", not_below), refused_point)
     bad_key("Ed25519 with parameters", key_info(OID_ED25519, NULL, public), "The Ed25519 key has parameters.")
     for size in (31, 33):
-        bad_key(f"Ed25519 of {size} octets", key_info(OID_ED25519, b"", (public * 2)[:size]), "The Ed25519 key has not 32 octets.")
+        bad_key(f"Ed25519 of {size} octets", key_info(OID_ED25519, b"", (public * 2)[:size]),
+                "The Ed25519 key has not 32 octets.")
 
 
 rsa_key_cases()

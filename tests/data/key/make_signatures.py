@@ -156,7 +156,8 @@ def pkcs1_cases(small, large, odd):
             ("block type 2", pkcs1_block(key, good, b"\x00\x02"), wrong_type),
             ("block type 0", pkcs1_block(key, good, b"\x00\x00", b"\x00" * whole), wrong_type),
             ("a first octet of 1", pkcs1_block(key, good, b"\x01\x01"), wrong_type),
-            ("another octet in the padding", pkcs1_block(key, good, fillers=b"\xff" * (whole - 1) + b"\xfe"), wrong_fillers),
+            ("another octet in the padding", pkcs1_block(key, good, fillers=b"\xff" * (whole - 1) + b"\xfe"),
+             wrong_fillers),
             ("padding to the end", b"\x00\x01" + b"\xff" * (key.size - 2), wrong_fillers)):
         signature(case, key.name, "rsa-pkcs1", key.raw(block), **result)
 
@@ -214,7 +215,8 @@ def pss_cases(tiny, small, large, odd):
     signature("salt of another length", small.name, "rsa-pss", good, **VALID)
     signature("another message", small.name, "rsa-pss", good, message=b"another", **other)
     signature("another hash", small.name, "rsa-pss", good, "sha512", **other)
-    signature("another salt", small.name, "rsa-pss", small.raw(pss_block(small, b"mark") [:-33] + pss_block(small)[-33:]), **other)
+    signature("another salt", small.name, "rsa-pss", small.raw(pss_block(small,
+              b"mark") [:-33] + pss_block(small)[-33:]), **other)
     signature("trailer CC", small.name, "rsa-pss", small.raw(pss_block(small, trailer=b"\xcc")), **bad_form)
     signature("wrong mark", small.name, "rsa-pss", small.raw(pss_block(small, mark=b"\x02")), **other)
     signature("no mark", small.name, "rsa-pss", small.raw(pss_block(small, b"", b"", bytes(small.size - 33))), **other)
@@ -327,13 +329,15 @@ RFC6979_DSA_SIGNATURES = {
 def standard_cases():
     signer("RFC 6979 P-256", key_info(OID_EC, oid(OID_P256), RFC6979_P256))
     for hash_name, numbers in RFC6979_P256_SIGNATURES.items():
-        signature("RFC 6979 P-256 " + hash_name, "RFC 6979 P-256", "ecdsa", pair(*numbers), hash_name, b"sample", **VALID)
+        signature("RFC 6979 P-256 " + hash_name, "RFC 6979 P-256", "ecdsa", pair(*numbers), hash_name, b"sample",
+                  **VALID)
     signer("RFC 6979 DSA", dsa_info(RFC6979_DSA_P, RFC6979_DSA_Q, RFC6979_DSA_G, RFC6979_DSA_Y))
     for hash_name, numbers in RFC6979_DSA_SIGNATURES.items():
         signature("RFC 6979 DSA " + hash_name, "RFC 6979 DSA", "dsa", pair(*numbers), hash_name, b"sample", **VALID)
     for i, (key, message, sig) in enumerate(RFC8032_VECTORS):
         signer(f"RFC 8032 {i}", bytes.fromhex(key))
-        signature(f"RFC 8032 {i}", f"RFC 8032 {i}", "ed25519", bytes.fromhex(sig), message=bytes.fromhex(message), **VALID)
+        signature(f"RFC 8032 {i}", f"RFC 8032 {i}", "ed25519", bytes.fromhex(sig), message=bytes.fromhex(message),
+                  **VALID)
 
 
 # Ed25519

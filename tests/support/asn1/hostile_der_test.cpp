@@ -96,6 +96,17 @@ TEST(HostileDer, DepthIsBounded) {
   EXPECT_FALSE(toXml(indefinite));
 }
 
+// The smallest elements take thirty times their octets as text, so their number is bounded.
+TEST(HostileDer, NumberOfElementsIsBounded) {
+  const auto nulls = [](size_t count) {
+    std::string members(2 * count, '\0');
+    for (size_t i = 0; i < count; ++i) members[2 * i] = 5;
+    return der::sequence(members);
+  };
+  EXPECT_TRUE(toXml(nulls(131'072)));
+  EXPECT_FALSE(toXml(nulls(131'073)));
+}
+
 TEST(HostileDer, DepthOfXmlIsBounded) {
   const auto inSet = [](const std::string& inner) { return "<set>" + inner + "</set>"; };
   EXPECT_EQ(toDerHex(nested(100, "<null/>", inSet)).substr(0, 4), "3181");
@@ -105,7 +116,7 @@ TEST(HostileDer, DepthOfXmlIsBounded) {
 
 TEST(HostileDer, LongInputsInManyShapes) {
   std::string members;
-  while (members.size() < 1'000'000) members += der::null() + der::octets("ab") + der::set();
+  while (members.size() < 1'000'000) members += der::null() + der::octets("abcdef") + der::set();
   expectRoundTrip(der::sequence(members));
 
   const std::string one = certificate();

@@ -89,6 +89,8 @@ TEST(VmAsn1, EncodesWhatItReadAsDer) {
     const Node undecoded(firstStep(spelling.ber));
     ASSERT_TRUE(undecoded);
     EXPECT_EQ(encoded(*undecoded), spelling.der);
+    EXPECT_EQ(undecoded->numAsnParts(), tree->numAsnParts());
+    EXPECT_EQ(content(*undecoded), content(*tree));
   }
 }
 
@@ -129,6 +131,7 @@ TEST(VmAsn1, DecodesACertificateStepByStep) {
   EXPECT_TRUE(node->getAsnPart(2)->getBitString(signature));
   EXPECT_EQ(signature.view(), "signed");
   EXPECT_EQ(encoded(*node->getAsnPart(0)->getAsnPart(3)), certificate.issuer);
+  EXPECT_EQ(encoded(*algorithm->getAsnPart(1)), der::null());
 }
 
 TEST(VmAsn1, RefusesContentsOnlyWhenTheyAreDecoded) {
@@ -189,9 +192,10 @@ TEST(VmAsn1, LimitsDepthAndIsTakenDownWithoutRecursion) {
 TEST(VmAsn1, GivesNothingForAnotherType) {
   StringBuffer oid;
   DataBuffer bits;
-  for (const std::string& der : {der::bits("ab", 1), der::element(0x03, ""), der::octets("ab"),
-                                 der::sequence(der::bits("ab")), std::string("\x06\x02\x2A\x80"),
-                                 std::string("\x06\x00", 2), std::string("\x83\x02\x00\x01", 4)}) {
+  for (const std::string& der :
+       {der::bits("ab", 1), der::element(0x03, ""), der::octets("ab"),
+        der::sequence(der::bits("ab")), std::string("\x06\x02\x2A\x80"), std::string("\x06\x00", 2),
+        der::element(0x26, der::integer("\x05")), std::string("\x83\x02\x00\x01", 4)}) {
     const Node node(wholeTree(der));
     ASSERT_TRUE(node);
     EXPECT_FALSE(node->getBitString(bits));
