@@ -224,13 +224,26 @@ void CertificateReader::xmlEvent(XmlSplitter::Event event) {
   }
 }
 
+// Fails with the error on the log: a sentence, and the place in the document that it speaks of.
+void CertificateReader::failAsLogged() {
+  if (m_log.empty()) return fail(kNoMemory);
+  StringBuffer reason(m_log.error());
+  if (!m_log.place().empty()) {
+    if (reason.view().ends_with('.')) reason.truncate(reason.getSize() - 1);
+    reason.append(" (");
+    reason.append(m_log.place());
+    reason.append(").");
+  }
+  fail(reason.view());
+}
+
 void CertificateReader::xmlDocument() {
   m_log.clear();
   DataBuffer der;
   _clsOwner tree(ClsXml::createNewCls());
   if (!tree || !tree->loadXml(m_xml.document(), true, m_log) ||
       !DerXmlCodec::xmlToDer(*tree, der, m_log)) {
-    return fail(m_log.empty() ? kNoMemory : m_log.error());
+    return failAsLogged();
   }
   if (der.size() > kMaxDerSize) return fail(kTooLarge);
   readElements(der.span(), false);

@@ -95,6 +95,7 @@ class CertificateReader {
 
   void pemEvent(PemScanner::Event event);
   void xmlEvent(XmlSplitter::Event event);
+  void failAsLogged();
   void xmlDocument();
 
   void readElements(std::span<const unsigned char> der, bool firstOnly);

@@ -301,8 +301,13 @@ class VelmoraX509 : public RefCountedObject {
   ///
   /// RSA (PKCS #1 v1.5 and RSASSA-PSS, RFC 8017), DSA, ECDSA (FIPS 186-4) and Ed25519 (RFC 8032);
   /// the key's kind chooses between them, and the OID of the outer signatureAlgorithm only the hash
-  /// or the scheme of it. docs/formats.md lists what is lenient about that, on purpose. False, with
-  /// an error, for everything that fails. Log context "verifyX509CertSignature".
+  /// or the scheme of it. False, with an error, for everything that fails. Log context
+  /// "verifyX509CertSignature".
+  ///
+  /// Lenient on purpose: an unknown hash in a DigestInfo is tried as SHA-1, and its digest may lack
+  /// leading zeros; RSASSA-PSS parameters that cannot be read stand for SHA-1, after an error;
+  /// other OIDs stand for SHA-1 with DSA and for SHA-256 with ECDSA; of a longer Ed25519 signature
+  /// 64 octets count; the algorithm named inside tbsCertificate is never compared.
   ///
   /// Holds this certificate's lock, and takes the issuer's for single questions: always the subject
   /// first. Two certificates that certify each other must therefore not be verified against each

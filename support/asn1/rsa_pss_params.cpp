@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 
 #include "support/asn1/oids.h"
 #include "support/asn1/strict_der.h"
@@ -30,14 +31,22 @@ bool takeOid(StrictDer& der, std::span<const unsigned char> oid) noexcept {
   return der.take(asn1_tag::kOid, content) && std::ranges::equal(content, oid);
 }
 
+// Allocates nothing: parameters that memory ran out for would count as malformed, and verification
+// then goes on with SHA-1 in place of the hash that they name.
+int hashOfOid(std::span<const unsigned char> oid) noexcept {
+  constexpr size_t kMostOctets = 16;  // more than that of any hash
+  char dotted[maxDottedSize(kMostOctets)];
+  if (oid.size() > kMostOctets) return _vmHash::kUnknown;
+  return _vmHash::oidToHashAlg(std::string_view(dotted, writeDottedOid(oid, dotted)));
+}
+
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters NULL OPTIONAL }
 bool takeHash(StrictDer& der, int& hashId) {
   StrictDer members;
   std::span<const unsigned char> oid;
-  StringBuffer dotted;
   if (!der.takeSequence(members) || !members.take(asn1_tag::kOid, oid)) return false;
-  if (!members.takeNullIfPresent() || !members.atEnd() || !oidToDotted(oid, dotted)) return false;
-  hashId = _vmHash::oidToHashAlg(dotted);
+  if (!members.takeNullIfPresent() || !members.atEnd()) return false;
+  hashId = hashOfOid(oid);
   return hashId != _vmHash::kUnknown;
 }
 

@@ -78,9 +78,12 @@ int _vmHash::hashId(std::string_view name) noexcept {
   return idOf(findAlgorithm([name](const HashAlgorithm& a) { return a.bits == name; }));
 }
 
+int _vmHash::oidToHashAlg(std::string_view oid) noexcept {
+  return idOf(findAlgorithm([oid](const HashAlgorithm& a) { return a.oid == oid; }));
+}
+
 int _vmHash::oidToHashAlg(const StringBuffer& oid) noexcept {
-  if (oid.failed()) return kUnknown;
-  return idOf(findAlgorithm([&oid](const HashAlgorithm& a) { return a.oid == oid.view(); }));
+  return oid.failed() ? kUnknown : oidToHashAlg(oid.view());
 }
 
 }  // namespace velmora

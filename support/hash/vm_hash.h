@@ -39,6 +39,7 @@ class _vmHash {
   static int hashId(const StringBuffer& name) noexcept { return hashId(name.view()); }
 
   /// The identifier for the dotted OID of a hash; 0 for any other text.
+  static int oidToHashAlg(std::string_view oid) noexcept;
   static int oidToHashAlg(const StringBuffer& oid) noexcept;
 };
 

@@ -1,8 +1,11 @@
 #include "tests/common/allocation_fault.h"
 
 #include <memory>
+#include <regex>
 
-#include "tests/x509/x509_test.h"
+#include "tests/x509/all_getters.h"
+#include "tests/x509/signed_certificates.h"
+#include "x509/trusted_root_loading.h"
 
 // Every operation with each of its allocations failing in turn: no crash, no leak, and no result
 // that passes for a right one.
@@ -85,30 +88,124 @@ TEST(X509OutOfMemory, LoadingFromXmlFailsOrIsRight) {
       });
 }
 
-// A text that lacks something is marked, so that it compares equal to nothing.
-TEST(X509OutOfMemory, TextsAreRightOrMarked) {
+// A certificate whose every field takes memory to read, of a kind of key.
+der::Bytes richCertificate(const der::Bytes& publicKey) {
+  const std::string longText(100, 'x');
   der::Certificate fields;
-  fields.subject = der::sequence(der::set(der::attribute("2.5.4.3", der::bmp(u"Z\u00FC, rich"))),
-                                 der::set(der::attribute("2.5.4.12", der::printable("t"))));
-  LoadedX509 cert(fields.der());
-  const std::string whole = subjectOf(cert, 1);
-  ASSERT_EQ(whole, "CN=\"Z\u00FC, rich\", 2.5.4.12=#130174");
+  fields.subject = der::sequence(
+      der::set(der::attribute("1.2.840.113549.1.9.1", der::ia5("a@b" + longText))),
+      der::set(der::attribute("2.5.4.3", der::bmp(u"Z\u00FC, rich, and long enough to be moved"))),
+      der::set(der::attribute("2.5.4.12", der::printable(longText))));
+  fields.issuer = der::name({{"1.2.840.113549.1.9.1", "issuer@example.org"}});
+  fields.publicKey = publicKey;
+  const der::Bytes name = der::element(0x82, longText);
+  const der::Bytes other = der::context(0, der::oid("1.2.3"), der::context(0, der::utf8(longText)));
+  fields.extensions = der::context(
+      3, der::sequence(
+             extension("2.5.29.14", der::octets(longText)),
+             extension("2.5.29.35", der::sequence(der::element(0x80, longText), der::context(1))),
+             extension("2.5.29.17", der::sequence(name, other, der::context(4, fields.subject),
+                                                  der::element(0x81, "c@d")))));
+  return fields.der();
+}
+
+// A date for which there is no memory is one that cannot be read, which counts as long past.
+std::string withoutDates(const std::string& summary) {
+  return std::regex_replace(summary, std::regex("(<valid(From|To)UTC>)[^<]*"), "$1");
+}
+
+// A right answer, or one that says that it is none; and none that stays.
+TEST(X509OutOfMemory, GettersAreRightOrSayThatTheyAreNot) {
+  const der::Bytes rsa = der::sequence(der::algorithm("1.2.840.113549.1.1.1"), der::bits("key"));
+  const der::Bytes ec =
+      der::sequence(der::algorithm("1.2.840.10045.2.1"), der::bits(std::string(65, 'p')));
+  for (const der::Bytes& publicKey : {rsa, ec}) {
+    const der::Bytes der = richCertificate(publicKey);
+    for (const NamedGetter& getter : kGetters) {
+      SCOPED_TRACE(getter.name);
+      LogNull log;
+      Answer whole;
+      LoadedX509 reference(der);
+      getter.ask(reference, log, whole);
+      std::unique_ptr<LoadedX509> cert(new LoadedX509(der));
+      Answer answer;
+      forEachAllocationFault(
+          [&] { getter.ask(*cert, log, answer); },
+          [&](bool faulted) {
+            const bool right = withoutDates(answer.str()) == withoutDates(whole.str());
+            EXPECT_TRUE(right || (faulted && (answer.failed() || !answer.result))) << answer.str();
+            EXPECT_EQ(serialOf(*cert), "01") << "the handle is not back on the root";
+            for (const NamedGetter& other : kGetters) {
+              Answer before;
+              Answer after;
+              other.ask(reference, log, before);
+              other.ask(*cert, log, after);
+              EXPECT_EQ(after.str(), before.str()) << "then " << other.name;
+            }
+            cert.reset(new LoadedX509(der));
+            answer.clear();
+          });
+    }
+  }
+}
+
+TEST(X509OutOfMemory, PinsMatchOrDoNot) {
+  const std::string right =
+      "sha256,hexlower,00,adadd54f4b930d5ed50ac321ef6879803e7591278a968b7788e451ac0afb12b2";
+  XString pins(right);
+  XString wrong(right.substr(0, right.size() - 1));
+  std::unique_ptr<LoadedX509> cert(new LoadedX509(kCert));
   LogNull log;
-  XString name;
-  XString serial;
-  bool found = false;
+  bool matched = false;
+  bool wrongMatched = false;
   forEachAllocationFault(
       [&] {
-        name.clear();
-        serial.clear();
-        cert.getDN(true, true, name, log, 1);
-        found = cert.get_SerialNumber(serial, log);
+        matched = cert->matchesPinSet(pins, log);
+        wrongMatched = cert->matchesPinSet(wrong, log);
       },
-      [&](bool) {
-        EXPECT_TRUE(name.failed() || name.view() == whole) << name.view();
-        EXPECT_TRUE(!found || serial.failed() || serial.view() == "01") << serial.view();
-        EXPECT_EQ(serialOf(cert), "01") << "the handle is not back on the root";
+      [&](bool faulted) {
+        EXPECT_TRUE(matched || faulted);
+        EXPECT_FALSE(wrongMatched);
+        EXPECT_TRUE(cert->matchesPinSet(pins, log));
+        cert.reset(new LoadedX509(kCert));
       });
+}
+
+// Neither a bad signature nor a root that nobody trusts passes for a good one.
+TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
+  const NoTrustedRoots none;
+  SignedCertificates all;
+  LogNull log;
+  log.m_verbose = true;
+  ASSERT_TRUE(addTrustedRoot(all.issuer("P-384"), nullptr, log));
+  const struct {
+    std::string der;
+    const char* issuer;
+    bool expected;
+  } rows[] = {
+      {all.byName("sha256 by P-256").der, "P-256", true},
+      {all.byName("sha256 by rsa-1024").der, "rsa-1024", true},
+      {all.byName("P-256: r is the order").der, "P-256", false},
+      {all.byName("unknown hash is not SHA-256").der, "rsa-1024", false},
+      {all.byName("PSS with another hash").der, "rsa-1024", false},
+      {derOf(all.issuer("P-384")), "P-384", true},
+      {derOf(all.issuer("P-256")), "P-256", false},
+      {derOf(all.issuer("namesake")), "rsa-1024", false},
+  };
+  for (const auto& row : rows) {
+    bool verified = false;
+    std::unique_ptr<LoadedX509> cert;
+    const auto renew = [&] { cert = std::make_unique<LoadedX509>(row.der); };
+    renew();
+    const size_t faults = forEachAllocationFault(
+        [&] { verified = cert->verifyCertSignature(&all.issuer(row.issuer), log); },
+        [&](bool faulted) {
+          EXPECT_TRUE(row.expected || !verified) << row.issuer;
+          EXPECT_TRUE(faulted || verified == row.expected) << row.issuer;
+          renew();
+        });
+    EXPECT_GT(faults, 10u);
+  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,13 +27,29 @@ struct LoadedX509 : VelmoraX509 {
   }
 };
 
-/// Fields that no operation shows. Explicit instantiation may name private members.
+/// What openssl and its like can be made to write, and a few things that they cannot: the
+/// certificates of tests/data/certificates.pem by their descriptions.
+std::map<std::string, std::string> dataCertificates();
+
+/// A certificate with extensions, each from extension().
+template <class... Extensions>
+der::Bytes withExtensions(const Extensions&... extensions) {
+  der::Certificate fields;
+  fields.extensions = der::context(3, der::sequence(extensions...));
+  return fields.der();
+}
+inline der::Bytes extension(const std::string& oid, std::string_view value) {
+  return der::sequence(der::oid(oid), der::octets(value));
+}
+
+/// Fields that no operation shows. Explicit instantiation may name private members; it stands in
+/// one file alone and serves all.
 DataBuffer& certDerOf(VelmoraX509& cert);
 StringBuffer& keyIdOf(VelmoraX509& cert);
 template <auto CertDer, auto KeyId>
 struct PrivateFields {
-  friend DataBuffer& certDerOf(VelmoraX509& cert) { return cert.*CertDer; }
-  friend StringBuffer& keyIdOf(VelmoraX509& cert) { return cert.*KeyId; }
+  [[gnu::used]] friend DataBuffer& certDerOf(VelmoraX509& cert) { return cert.*CertDer; }
+  [[gnu::used]] friend StringBuffer& keyIdOf(VelmoraX509& cert) { return cert.*KeyId; }
 };
 
 /// What an operation that takes an XString leaves in it.

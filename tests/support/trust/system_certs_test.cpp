@@ -1,31 +1,9 @@
-#include "support/trust/system_certs.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <string_view>
 #include <thread>
-#include <vector>
 
-#include "tests/common/allocation_fault.h"
+#include "tests/support/trust/trust_test.h"
 
-namespace velmora {
+namespace velmora::test {
 namespace {
-
-DataBuffer bytes(std::string_view text) {
-  DataBuffer buffer;
-  EXPECT_TRUE(buffer.append(text.data(), text.size()));
-  return buffer;
-}
-
-std::vector<std::string> contents(const SystemCerts& store) {
-  std::vector<std::string> result;
-  DataBuffer der;
-  while (store.getNthCertDer(result.size(), der)) result.emplace_back(der.view());
-  EXPECT_TRUE(der.empty());
-  EXPECT_EQ(store.getCount(), result.size());
-  return result;
-}
 
 TEST(SystemCerts, KeepsEachCertificateOnceInOrder) {
   SystemCerts store;
@@ -39,35 +17,6 @@ TEST(SystemCerts, KeepsEachCertificateOnceInOrder) {
   EXPECT_EQ(contents(store), std::vector<std::string>());
   EXPECT_TRUE(store.addCertDer(bytes("b"), log));
   EXPECT_EQ(store.getCount(), 1U);
-}
-
-TEST(SystemCerts, NothingIsHalfAddedWhenMemoryRunsOut) {
-  const DataBuffer first = bytes("first");
-  const DataBuffer second = bytes("second");
-  LogNull log;
-  bool added = false;
-  SystemCerts store;
-  const size_t faults = test::forEachAllocationFault(
-      [&] {
-        store.clear();
-        added = store.addCertDer(first, log) && store.addCertDer(second, log);
-      },
-      [&](bool faulted) {
-        ASSERT_EQ(added, !faulted);
-        ASSERT_TRUE(store.addCertDer(first, log) && store.addCertDer(second, log));
-        ASSERT_EQ(contents(store), (std::vector<std::string>{"first", "second"}));
-      });
-  EXPECT_GE(faults, 6U);
-
-  DataBuffer out;
-  bool read = true;
-  {
-    const test::AllocationFault fault(1);
-    read = store.getNthCertDer(0, out);
-  }
-  EXPECT_FALSE(read);
-  EXPECT_TRUE(out.empty());
-  EXPECT_TRUE(out.failed());
 }
 
 TEST(SystemCerts, ServesReadersWhileItGrows) {
@@ -93,4 +42,4 @@ TEST(SystemCerts, ServesReadersWhileItGrows) {
 }
 
 }  // namespace
-}  // namespace velmora
+}  // namespace velmora::test

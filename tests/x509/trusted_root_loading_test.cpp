@@ -1,0 +1,144 @@
+#include "x509/trusted_root_loading.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/x509/signed_certificates.h"
+
+namespace velmora::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder for one test.
+class Folder {
+ public:
+  Folder() {
+    std::string path = testing::TempDir() + "velmora_XXXXXX";
+    EXPECT_NE(::mkdtemp(path.data()), nullptr);
+    m_path = path;
+  }
+  ~Folder() { fs::remove_all(m_path); }
+
+  std::string path(const std::string& name = "") const { return (m_path / name).string(); }
+  void write(const std::string& name, std::string_view content) const {
+    std::ofstream(path(name), std::ios::binary) << content;
+  }
+
+ private:
+  fs::path m_path;
+};
+
+std::string pemOf(VelmoraX509& cert) {
+  DataBuffer der;
+  cert.getCertDer(der);
+  StringBuffer pem("-----BEGIN CERTIFICATE-----\n");
+  der.encodeDB("base64", pem);
+  pem.append("\n-----END CERTIFICATE-----\n");
+  return std::string(pem.view());
+}
+
+bool isTrusted(VelmoraX509& root) {
+  LogNull log;
+  return root.verifyCertSignature(nullptr, log);
+}
+
+std::string counts(TrustedRootCount count) {
+  return std::to_string(count.registered) + " + " + std::to_string(count.refused);
+}
+
+bool contains(const LogText& log, std::string_view text) {
+  return log.text().view().find(text) != std::string_view::npos;
+}
+
+TEST(TrustedRootLoading, RegistersSingleRoots) {
+  const NoTrustedRoots none;
+  SignedCertificates all;
+  VelmoraX509& root = all.issuer("P-256");
+  LogNull log;
+  EXPECT_TRUE(addTrustedRoot(root, nullptr, log));
+  EXPECT_TRUE(addTrustedRoot(root, nullptr, log));
+  EXPECT_TRUE(isTrusted(root));
+  EXPECT_FALSE(isTrusted(all.issuer("P-384")));
+  EXPECT_TRUE(removeTrustedRoot(root, nullptr, log));
+  EXPECT_FALSE(removeTrustedRoot(root, nullptr, log));
+  EXPECT_FALSE(isTrusted(root));
+  EXPECT_TRUE(trustRootImplicitly(root, nullptr, log));
+  EXPECT_TRUE(isTrusted(root));
+}
+
+TEST(TrustedRootLoading, RefusesWhatIsNoRoot) {
+  const NoTrustedRoots none;
+  der::Certificate fields;
+  LoadedX509 notSelfIssued(fields.der());
+  fields.issuer = fields.subject;
+  LoadedX509 asRoot(fields.der());
+  fields.publicKey = der::sequence(der::algorithm("1.2.840.113549.1.1.1"), der::bits("other"));
+  LoadedX509 otherKey(fields.der());
+  fields.publicKey = der::sequence(der::null());
+  LoadedX509 noKey(fields.der());
+  fields.serial = der::octets("x");
+  LoadedX509 noSerial(fields.der());
+  VelmoraX509 empty;
+  LogNull log;
+  EXPECT_TRUE(addTrustedRoot(asRoot, nullptr, log));
+  for (VelmoraX509* cert :
+       {static_cast<VelmoraX509*>(&notSelfIssued), static_cast<VelmoraX509*>(&otherKey),
+        static_cast<VelmoraX509*>(&noKey), static_cast<VelmoraX509*>(&noSerial), &empty}) {
+    EXPECT_FALSE(addTrustedRoot(*cert, nullptr, log));
+  }
+  EXPECT_FALSE(trustRootImplicitly(noSerial, nullptr, log));
+  EXPECT_FALSE(trustRootImplicitly(empty, nullptr, log));
+  EXPECT_EQ(TrustedRoots::getCount(nullptr), 1u);
+}
+
+TEST(TrustedRootLoading, ReadsFilesAndDirectories) {
+  const NoTrustedRoots none;
+  SignedCertificates all;
+  const Folder folder;
+  folder.write("a.pem", pemOf(all.issuer("P-256")) + "text\n" + pemOf(all.issuer("ed25519")));
+  folder.write("b.der", derOf(all.issuer("rsa-2048")));
+  LoadedX509 leaf(all.byName("Ed25519").der);
+  folder.write("c.pem", pemOf(leaf) + pemOf(all.issuer("rsa-2048")));
+  folder.write("d.txt", "no certificate");
+  fs::create_directory(folder.path("directory"));
+
+  LogText log;
+  EXPECT_EQ(counts(addTrustedRootsFrom(folder.path("a.pem").c_str(), nullptr, log)), "2 + 0");
+  EXPECT_EQ(log.text().view(), "addTrustedRoots:\n");
+  EXPECT_TRUE(isTrusted(all.issuer("P-256")) && isTrusted(all.issuer("ed25519")));
+  EXPECT_FALSE(isTrusted(all.issuer("rsa-2048")));
+  EXPECT_EQ(counts(addTrustedRootsFrom(folder.path().c_str(), nullptr, log)), "4 + 2");
+  EXPECT_EQ(TrustedRoots::getCount(nullptr), 3u);
+  EXPECT_TRUE(isTrusted(all.issuer("rsa-2048")));
+  EXPECT_TRUE(contains(
+      log, "  ERROR: A trusted root has to be issued by itself.\n  file: " + folder.path("c.pem") +
+               "\n  index: 0\n  label: CERTIFICATE\n  line: 1\n  subject: CN=host\n"));
+  EXPECT_TRUE(contains(log, "  file: " + folder.path("d.txt") + "\n  index: 0\n"));
+
+  const std::string missing = folder.path("missing");
+  EXPECT_EQ(counts(addTrustedRootsFrom(missing.c_str(), nullptr, log)), "0 + 1");
+  EXPECT_TRUE(contains(log, "  file: " + missing + "\n"));
+  EXPECT_EQ(counts(addTrustedRootsFrom(nullptr, nullptr, log)), "0 + 1");
+}
+
+TEST(TrustedRootLoading, TakesTheSystemsFileFromTheEnvironment) {
+  const NoTrustedRoots none;
+  SignedCertificates all;
+  const Folder folder;
+  const std::string path = folder.path("roots.pem");
+  folder.write("roots.pem", pemOf(all.issuer("P-521")));
+  ::setenv("SSL_CERT_FILE", path.c_str(), 1);
+  LogNull log;
+  EXPECT_EQ(systemTrustedRootsPath(), path);
+  EXPECT_EQ(counts(addSystemTrustedRoots(nullptr, log)), "1 + 0");
+  EXPECT_TRUE(isTrusted(all.issuer("P-521")));
+  ::setenv("SSL_CERT_FILE", "", 1);
+  const char* const usual = systemTrustedRootsPath();
+  EXPECT_TRUE(usual == nullptr || fs::exists(usual));
+  ::unsetenv("SSL_CERT_FILE");
+}
+
+}  // namespace
+}  // namespace velmora::test

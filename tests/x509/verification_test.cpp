@@ -1,0 +1,349 @@
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "tests/x509/signed_certificates.h"
+#include "x509/trusted_root_loading.h"
+
+namespace velmora::test {
+namespace {
+
+SignedCertificates& signedCertificates() {
+  static SignedCertificates instance;
+  return instance;
+}
+
+// Keeps what a verification says itself, apart from what is said inside the contexts it opens.
+class OwnLines final : public LogBase {
+ public:
+  explicit OwnLines(bool verbose = false) { m_verbose = verbose; }
+
+  void LogError(const char* message) override { add(errors, message); }
+  void LogInfo(const char* message) override { add(infos, message); }
+  void LogData(const char* key, std::string_view) override { add(data, key); }
+  void enterContext(const char* name) override {
+    if (m_depth++ == 0) context = name;
+  }
+  void leaveContext() override { --m_depth; }
+
+  std::string context;
+  std::string errors;  // with | between them
+  std::string infos;   // the same
+  std::string data;    // keys, with a space between them
+
+ private:
+  void add(std::string& texts, const char* text) const {
+    if (m_depth != 1) return;
+    if (!texts.empty()) texts += &texts == &data ? " " : "|";
+    texts += text;
+  }
+
+  int m_depth = 0;
+};
+
+TEST(CertificateSignatures, AreJudgedAsTheyAre) {
+  SignedCertificates& all = signedCertificates();
+  ASSERT_GT(all.cases.size(), 200u);
+  for (const auto& it : all.cases) {
+    SCOPED_TRACE(it.name);
+    LoadedX509 cert(it.der);
+    OwnLines log;
+    EXPECT_EQ(cert.verifyCertSignature(&all.issuer(it.by), log), it.valid);
+    EXPECT_EQ(log.context, "verifyX509CertSignature");
+    EXPECT_EQ(log.errors, it.errors);
+    EXPECT_EQ(log.data, it.data);
+    EXPECT_EQ(log.infos, "");
+  }
+}
+
+TEST(CertificateSignatures, OfRootsNeedTrust) {
+  const NoTrustedRoots none;
+  for (const auto& [name, root] : signedCertificates().issuers) {
+    if (name.starts_with("namesake")) continue;
+    SCOPED_TRACE(name);
+    OwnLines before;
+    EXPECT_FALSE(root->verifyCertSignature(nullptr, before));
+    EXPECT_EQ(before.errors, "This is not a trusted root certificate.");
+    LogText log;
+    ASSERT_TRUE(addTrustedRoot(*root, nullptr, log)) << log.text().view();
+    EXPECT_TRUE(root->verifyCertSignature(nullptr, log)) << log.text().view();
+    EXPECT_TRUE(root->verifyCertSignature(root.get(), log)) << log.text().view();
+    log.m_optionKeywords.append("dn_nospaceaftercomma");
+    EXPECT_TRUE(root->verifyCertSignature(nullptr, log)) << log.text().view();
+  }
+}
+
+constexpr const char* kFamilies[] = {
+    "sha256 by rsa-1024", "PSS with sha256, mask sha256, salt 32 by rsa-1024",
+    "sha256 by P-256",    "sha1 by dsa-1024",
+    "sha256 by dsa-1024", "Ed25519"};
+
+size_t headerSize(std::string_view der) {
+  const auto length = static_cast<unsigned char>(der[1]);
+  return length < 0x80 ? 2 : 2 + (length & 0x7Fu);
+}
+
+// Flips one bit of a certificate and gives whether the signature is then refused, or the
+// certificate as such.
+bool flipIsRefused(std::string der, size_t octet, unsigned bit, VelmoraX509& issuer) {
+  der[octet] = static_cast<char>(der[octet] ^ (1 << bit));
+  VelmoraX509 cert;
+  LogNull log;
+  return !load(cert, der, log) || !cert.verifyCertSignature(&issuer, log);
+}
+
+TEST(CertificateSignatures, DoNotSurviveAFlippedBit) {
+  for (const char* family : kFamilies) {
+    SCOPED_TRACE(family);
+    const auto& it = signedCertificates().byName(family);
+    VelmoraX509& issuer = signedCertificates().issuer(it.by);
+    DataBuffer signature;
+    LogNull log;
+    LoadedX509 cert(it.der);
+    ASSERT_TRUE(cert.get_SignatureValue(signature, log));
+    for (size_t at = it.der.size() - signature.size(); at < it.der.size(); ++at) {
+      for (const unsigned bit : {0u, 7u - static_cast<unsigned>(at) % 7}) {
+        EXPECT_TRUE(flipIsRefused(it.der, at, bit, issuer)) << at << " " << bit;
+      }
+    }
+    const size_t start = headerSize(it.der);
+    const size_t end = it.der.find("\x2a\x86\x48\xce\x3d\x02\x01");  // the key's algorithm
+    ASSERT_LT(end, it.der.size());
+    for (size_t at = start; at < end; ++at) {
+      const auto bit = static_cast<unsigned>(at) % 8;
+      EXPECT_TRUE(flipIsRefused(it.der, at, bit, issuer)) << at;
+    }
+  }
+}
+
+TEST(CertificateSignatures, AreOfOneKeyAlone) {
+  for (const char* family : kFamilies) {
+    const auto& it = signedCertificates().byName(family);
+    LoadedX509 cert(it.der);
+    LogNull log;
+    for (const auto& [name, issuer] : signedCertificates().issuers) {
+      EXPECT_EQ(cert.verifyCertSignature(issuer.get(), log), name == it.by) << family << name;
+    }
+  }
+}
+
+TEST(CertificateSignatures, AreReportedOnWhenVerbose) {
+  const std::string always = "certSubject issuerDN issuerSerialNumber CertSignatureAlgorithmOid";
+  const struct {
+    const char* name;
+    const char* infos;
+    std::string data;
+  } rows[] = {
+      {"sha256 by rsa-1024", "", always + " HashAlgorithmOid signatureVerified"},
+      {kFamilies[1], "", always},
+      {"sha256 by P-256", "ECC signature verified.", always + " modulusBitLen"},
+      {"sha1 by dsa-1024", "DSA signature verified.", always},
+      {"Ed25519", "ed25519 signature is valid", always},
+      {"digest of another certificate", "",
+       always + " HashAlgorithmOid signatureVerified computedHash embeddedHash"},
+  };
+  for (const auto& row : rows) {
+    const auto& it = signedCertificates().byName(row.name);
+    LoadedX509 cert(it.der);
+    OwnLines log(true);
+    cert.verifyCertSignature(&signedCertificates().issuer(it.by), log);
+    EXPECT_EQ(log.infos, row.infos) << row.name;
+    EXPECT_EQ(log.data, row.data) << row.name;
+  }
+}
+
+// What goes wrong before a key is reached, or with the key itself.
+TEST(CertificateSignatures, NeedAllTheirParts) {
+  der::Certificate whole;
+  der::Certificate noOid;
+  noOid.outerAlgorithm = der::sequence();
+  der::Certificate notEvenASequence;
+  notEvenASequence.outerAlgorithm = der::null();
+  der::Certificate strayBits;
+  strayBits.signature = der::bits("\x10", 4);
+  der::Certificate noSignature;
+  noSignature.signature = "";
+  der::Certificate nothing;
+  nothing.signature = der::octets("x");
+  nothing.outerAlgorithm = der::sequence(der::null());
+  der::Certificate ed25519;
+  ed25519.outerAlgorithm = der::sequence(der::oid("1.3.101.112"));
+  der::Certificate gost;
+  gost.publicKey = der::sequence(der::algorithm("1.2.804.2.1.1.1.1.3.1.1"), der::bits("key"));
+  der::Certificate smallOrder;  // a key with which Ed25519 must not verify anything
+  smallOrder.publicKey = der::sequence(der::sequence(der::oid("1.3.101.112")),
+                                       der::bits("\x01" + std::string(31, '\0')));
+  const std::string noParts =
+      "Failed to get signature bytes.|Failed to get signature algorithm OID.";
+  const struct {
+    const char* name;
+    der::Bytes cert;
+    der::Bytes issuer;
+    std::string errors;
+  } rows[] = {
+      {"no key", whole.der(), gost.der(), "Failed to get issuer public key."},
+      {"no OID", noOid.der(), whole.der(), "Failed to get signature algorithm OID."},
+      {"no parts", notEvenASequence.der(), whole.der(), "Failed to get signature algorithm OID."},
+      {"stray bits", strayBits.der(), whole.der(), "Failed to get signature bytes."},
+      {"no signature", noSignature.der(), whole.der(), "Failed to get signature bytes."},
+      {"neither", nothing.der(), whole.der(), noParts},
+      {"bad key", whole.der(), whole.der(), "Invalid DER public key."},
+      {"bad Ed25519 key", ed25519.der(), whole.der(),
+       "The ed25519 public key must be 32 bytes in length."},
+      {"no point", ed25519.der(), smallOrder.der(), "Unrecognized public key type."},
+      {"bare key", whole.der(), smallOrder.der(), "Invalid DER public key."},
+  };
+  for (const auto& row : rows) {
+    LoadedX509 cert(row.cert);
+    LoadedX509 issuer(row.issuer);
+    OwnLines log;
+    EXPECT_FALSE(cert.verifyCertSignature(&issuer, log)) << row.name;
+    EXPECT_EQ(log.errors, row.errors) << row.name;
+  }
+  LoadedX509 cert(whole.der());
+  OwnLines log;
+  EXPECT_FALSE(cert.verifyCertSignature(nullptr, log));
+  EXPECT_EQ(log.errors, "Cannot verify certificate without issuer's public key.");
+}
+
+// After a load that failed an object holds new bytes beside the old tree.
+TEST(CertificateSignatures, OfWhatDidNotLoadAreRefused) {
+  const struct {
+    der::Bytes bytes;
+    const char* errors;
+  } rows[] = {
+      {"x", "Failed to ASN decode certificate DER."},
+      {"", "Failed to ASN decode certificate DER."},
+      {der::element(0x30, "\x05\x01"),
+       "Failed to decode inner ASN for cert signature verification."},
+      {der::sequence(),
+       "Failed to get certificate DER.|Failed to get signature bytes.|Failed to get signature "
+       "algorithm OID."},
+  };
+  const auto& it = signedCertificates().byName("sha256 by P-256");
+  for (const auto& row : rows) {
+    LoadedX509 cert(it.der);
+    LogNull quiet;
+    ASSERT_FALSE(load(cert, row.bytes, quiet));
+    OwnLines log;
+    EXPECT_FALSE(cert.verifyCertSignature(&signedCertificates().issuer(it.by), log));
+    EXPECT_EQ(log.errors, row.errors);
+  }
+  VelmoraX509 empty;
+  OwnLines log;
+  EXPECT_FALSE(empty.verifyCertSignature(nullptr, log));
+  EXPECT_EQ(log.errors, "Failed to get issuer public key.");
+}
+
+DataBuffer bytesOf(std::string_view text) {
+  DataBuffer bytes;
+  EXPECT_TRUE(bytes.append(text.data(), text.size()));
+  return bytes;
+}
+
+// A certificate whose two names are the same, but which another key signed.
+TEST(TrustOfRoots, HasFourOutcomes) {
+  const NoTrustedRoots none;
+  VelmoraX509& namesake = signedCertificates().issuer("namesake");
+  VelmoraX509& signer = signedCertificates().issuer("rsa-1024");
+  OwnLines byItself;
+  EXPECT_FALSE(namesake.verifyCertSignature(nullptr, byItself));
+  EXPECT_EQ(byItself.errors, "Failed to verify ECC signature.");
+
+  const TrustedRoots::Name name{"01", "issuer", "issuer"};
+  const std::string start = "Verifying the signature of a self-signed/root certificate.";
+  const std::string explicitly = start + "|This is an explicitly trusted root certificate.";
+  DataBuffer ownDer;
+  namesake.getCertDer(ownDer);
+  DataBuffer otherDer;
+  signer.getCertDer(otherDer);
+  der::Certificate gost;
+  gost.publicKey = der::sequence(der::algorithm("1.2.804.2.1.1.1.1.3.1.1"), der::bits("key"));
+  LogNull quiet;
+  const auto add = [&](const DataBuffer& der) {
+    ASSERT_TRUE(TrustedRoots::addRoot(nullptr, name, der, bytesOf("key"), quiet));
+  };
+  const struct {
+    const char* errors;
+    std::string infos;
+    std::function<void()> prepare;
+  } rows[] = {
+      {"This is not a trusted root certificate.", start, [] {}},
+      {"This is not a trusted root certificate.", start,
+       [&] { TrustedRoots::trustImplicitly("others", name, quiet); }},
+      {"", start + "|This is an implicitly trusted root certificate.",
+       [&] { TrustedRoots::trustImplicitly(nullptr, name, quiet); }},
+      {"",
+       explicitly +
+           "|The public key was successfully validated against the public key of the explicitly "
+           "trusted root cert.",
+       [&] { add(ownDer); }},
+      {"The public key of the root cert in the chain is not the same as the public key of the "
+       "explicitly trusted root cert.",
+       explicitly, [&] { add(otherDer); }},
+      {"Failed to load root certificate DER.", explicitly, [&] { add(bytesOf("no DER")); }},
+      {"Cannot compare public keys to validate root certificate.", explicitly,
+       [&] { add(bytesOf(gost.der())); }},
+  };
+  for (const auto& row : rows) {
+    TrustedRoots::clear(nullptr);
+    row.prepare();
+    OwnLines log(true);
+    const bool verified = namesake.verifyCertSignature(&signer, log);
+    EXPECT_EQ(verified, log.errors.empty());
+    EXPECT_EQ(log.errors, row.errors);
+    EXPECT_EQ(log.infos, row.infos);
+    EXPECT_EQ(log.data, "certSubject CertSignatureAlgorithmOid HashAlgorithmOid signatureVerified");
+  }
+  TrustedRoots::clear("others");
+}
+
+TEST(TrustOfRoots, IsNotShortenedAtANul) {
+  const NoTrustedRoots none;
+  VelmoraX509& namesake = signedCertificates().issuer("namesake with NUL");
+  LogNull quiet;
+  EXPECT_TRUE(namesake.isIssuerSelf(quiet));
+  ASSERT_TRUE(TrustedRoots::trustImplicitly(nullptr, {"01", "issuer", "issuer"}, quiet));
+  OwnLines log;
+  EXPECT_FALSE(namesake.verifyCertSignature(&signedCertificates().issuer("rsa-1024"), log));
+  EXPECT_EQ(log.errors, "This is not a trusted root certificate.");
+  ASSERT_TRUE(trustRootImplicitly(namesake, nullptr, quiet));
+  EXPECT_TRUE(namesake.verifyCertSignature(&signedCertificates().issuer("rsa-1024"), quiet));
+  EXPECT_TRUE(removeTrustedRoot(namesake, nullptr, quiet));
+  EXPECT_EQ(TrustedRoots::getCount(nullptr), 1u);
+}
+
+TEST(CertificateSignatures, AreVerifiedByManyThreads) {
+  const NoTrustedRoots none;
+  SignedCertificates& all = signedCertificates();
+  VelmoraX509& issuer = all.issuer("P-256");
+  std::atomic<bool> done = false;
+  std::thread registering([&] {
+    LogNull log;
+    while (!done) {
+      addTrustedRoot(issuer, nullptr, log);
+      TrustedRoots::clear(nullptr);
+    }
+  });
+  std::vector<std::thread> verifying;
+  for (const bool good : {true, false, true, false}) {
+    verifying.emplace_back([&all, &issuer, good] {
+      LoadedX509 cert(all.byName(good ? "sha256 by P-256" : "P-256: r is the order").der);
+      for (int i = 0; i < 50; ++i) {
+        LogNull log;
+        EXPECT_EQ(cert.verifyCertSignature(&issuer, log), good);
+        OwnLines ofRoot;
+        const bool trusted = issuer.verifyCertSignature(nullptr, ofRoot);
+        EXPECT_EQ(trusted, ofRoot.errors.empty());
+        EXPECT_TRUE(ofRoot.errors.empty() ||
+                    ofRoot.errors == "This is not a trusted root certificate.");
+      }
+    });
+  }
+  for (std::thread& thread : verifying) thread.join();
+  done = true;
+  registering.join();
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+namespace velmora {
+
+/// The name by which the standards know a dotted OID: attribute types, algorithms, curves,
+/// extensions, key purposes, access methods, certificate policies and their qualifiers, and types
+/// of other names, such as "subjectAltName" for "2.5.29.17". Empty for an OID that is not in the
+/// table. The text lives as long as the program. Stateless; any thread may call it.
+std::string_view oidName(std::string_view dotted) noexcept;
+
+/// The other way round: the dotted OID that oidName gives exactly this name; empty for any other
+/// text.
+std::string_view oidOfName(std::string_view name) noexcept;
+
+}  // namespace velmora
