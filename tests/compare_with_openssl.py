@@ -3,14 +3,28 @@
 
 compare_with_openssl.py PROGRAM [FILE]...   (default: the system's CA bundle and the sample files)
 
-Of every certificate that OpenSSL reads: each attribute of subject and issuer, the serial number, the
-dates and the algorithms, as "show --json" gives them; and the ASN.1 XML form, which is encoded to DER
-here and must give the certificate's bytes, and which the program must read back as it wrote it.
+Of every certificate that OpenSSL reads: each key of "show --json"; and the ASN.1 XML form, which is
+encoded to DER here and must give the certificate's bytes, and which the program must read back as it
+wrote it.
+
+OpenSSL is asked for the names, the serial number, the dates, the algorithms, the size and curve of the
+key, the subject key identifier and the e-mail addresses; a walk through the DER here gives the rest,
+and a second opinion on most of these. Where OpenSSL is not believed:
+- A date that is not in the form of RFC 5280 is a bad one to it.
+- It does not read names that hold a VisibleString or text that is not of its type, nor dates of other
+  types; those certificates are left out.
+- It shows no key that it cannot load.
+- Of an extension that is there twice it takes neither, the program the first.
+- As an e-mail address it takes an IA5String alone, and of those with a NUL nothing.
+And where the program is not what others are, by design: every string type that is none of UTF8String,
+PrintableString, T61String and IA5String is read as UTF-16.
 """
 import base64
 import concurrent.futures
 import datetime
+import hashlib
 import html
+import ipaddress
 import json
 import pathlib
 import re
@@ -43,6 +57,19 @@ ALGORITHMS = {
     "ecdsa-with-SHA384": "1.2.840.10045.4.3.3", "ecdsa-with-SHA512": "1.2.840.10045.4.3.4",
     "dsaEncryption": "1.2.840.10040.4.1", "dsa_with_SHA256": "2.16.840.1.101.3.4.3.2",
     "ED25519": "1.3.101.112"}
+
+KEY_TYPES = {"1.2.840.113549.1.1.1": "RSA", "1.2.840.113549.1.1.10": "RSA-PSS", "1.2.840.10045.2.1": "EC",
+             "1.2.840.10040.4.1": "DSA", "1.3.101.112": "Ed25519"}
+
+# OID, the program's name and OpenSSL's.
+CURVES = {"1.2.840.10045.3.1.1": ("P-192", "prime192v1"), "1.3.132.0.33": ("P-224", "secp224r1"),
+          "1.2.840.10045.3.1.7": ("P-256", "prime256v1"), "1.3.132.0.34": ("P-384", "secp384r1"),
+          "1.3.132.0.35": ("P-521", "secp521r1"), "1.3.132.0.10": ("secp256k1", "secp256k1"),
+          "1.3.36.3.3.2.8.1.1.7": ("brainpoolP256r1", "brainpoolP256r1"),
+          "1.3.36.3.3.2.8.1.1.11": ("brainpoolP384r1", "brainpoolP384r1"),
+          "1.3.36.3.3.2.8.1.1.13": ("brainpoolP512r1", "brainpoolP512r1")}
+
+EMAIL = "1.2.840.113549.1.9.1"
 
 MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec"
 
@@ -91,8 +118,124 @@ def fields(der):
     parts = list(members(tbs))
     version = parts.pop(0)[1][-1] + 1 if parts[0][0] == 0xA0 else 1
     key_algorithm = next(members(parts[5][1]))[1]
+    listed = next((content for tag, content in parts[6:] if tag == 0xA3), b"")
+    extensions = [extension(content) for _, content in members(next(members(listed))[1])] if listed else []
+    names = general_names(extensions)
+    attributes = {"subject": attributes_in(parts[4][1]), "issuer": attributes_in(parts[2][1])}
     return {"version": version, "signatureAlgorithm": dotted(next(members(algorithm))[1]),
-            "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1])}
+            "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1]),
+            "subject": name_text(attributes["subject"]), "issuer": name_text(attributes["issuer"]),
+            "selfIssued": values_text(attributes["subject"]) == values_text(attributes["issuer"]),
+            "extensions": extensions, "subjectAltName": [shown_name(*name) for name in names],
+            "emails": addresses(attributes["subject"], names),
+            "subjectKeyIdentifier": subject_key_identifier(extensions),
+            "authorityKeyIdentifier": authority_key_identifier(extensions),
+            "publicKey": public_key(parts[5][1]), "sha1": hashlib.sha1(der).hexdigest().upper(),
+            "sha256": hashlib.sha256(der).hexdigest().upper(),
+            "spkiSha256": base64.b64encode(hashlib.sha256(encoded(0x30, parts[5][1])).digest()).decode()}
+
+
+def attributes_in(name):
+    """(OID, tag, content) of each attribute of the content of a Name."""
+    found = []
+    for _, rdn in members(name):
+        for _, attribute in members(rdn):
+            (_, oid), (tag, content) = members(attribute)
+            found.append((dotted(oid), tag, content))
+    return found
+
+
+def extension(content):
+    parts = list(members(content))
+    return {"oid": dotted(parts[0][1]), "critical": parts[1][0] == 1 and parts[1][1] != b"\0",
+            "value": base64.b64encode(parts[-1][1]).decode()}
+
+
+def extension_value(extensions, oid):
+    """(tag, content) of the element in the first extension with that OID; (None, b"") without one."""
+    for one in extensions:
+        if one["oid"] == oid:
+            try:
+                der = base64.b64decode(one["value"])
+                tag, start, end = element(der)
+                return (tag, der[start:end]) if end == len(der) else (None, b"")
+            except (IndexError, ValueError):
+                return None, b""
+    return None, b""
+
+
+def subject_key_identifier(extensions):
+    tag, content = extension_value(extensions, "2.5.29.14")
+    return content.hex().upper() if tag == 0x04 and content else None
+
+
+def authority_key_identifier(extensions):
+    tag, content = extension_value(extensions, "2.5.29.35")
+    content = content if tag == 0x30 else b""
+    return next((field.hex().upper() for tag, field in members(content) if tag == 0x80 and field), None)
+
+
+def general_names(extensions):
+    tag, content = extension_value(extensions, "2.5.29.17")
+    return list(members(content)) if tag == 0x30 else []
+
+
+def shown_name(tag, content):
+    """A general name as the program shows it."""
+    kinds = ["otherName", "email", "dns", "x400", "directory", "ediParty", "uri", "ip", "registeredId"]
+    value = base64.b64encode(encoded(tag, content)).decode()
+    if tag in (0x81, 0x82, 0x86):
+        value = content.decode("utf-8", "replace")
+    elif tag == 0x87 and len(content) in (4, 16):
+        value = str(ipaddress.ip_address(content))
+    elif tag == 0x88:
+        value = dotted(content)
+    elif tag == 0xA4:
+        value = name_text(attributes_in(next(members(content))[1]))
+    elif tag == 0xA0:
+        (_, oid), (_, wrapped) = members(content)
+        inner, text = next(members(wrapped))
+        value = {"oid": dotted(oid)}
+        value.update({"text": text.decode()} if inner in (0x0C, 0x13, 0x16) else {"hex": wrapped.hex().upper()})
+    return {"type": kinds[tag & 0x1F], "value": value}
+
+
+def addresses(subject, names):
+    found = [value_text(tag, content) for oid, tag, content in subject if oid == EMAIL]
+    found += [content.decode("utf-8", "replace") for tag, content in names if tag == 0x81]
+    return list(dict.fromkeys(found))
+
+
+def public_key(info):
+    (_, algorithm), (_, bits) = members(info)
+    parts = list(members(algorithm))
+    kind = KEY_TYPES.get(dotted(parts[0][1]), dotted(parts[0][1]))
+    size = curve = None
+    try:
+        size, curve = size_and_curve(kind, parts[1:], bits[1:])
+    except (IndexError, ValueError, StopIteration):
+        pass  # a key that is none
+    return {"type": kind, "bits": size, "curve": curve}
+
+
+def size_and_curve(kind, parameters, bits):
+    size = curve = None
+    if kind in ("RSA", "RSA-PSS"):
+        _, start, end = element(bits)
+        size = int.from_bytes(next(members(bits[start:end]))[1], "big").bit_length()
+    elif kind == "DSA":
+        size = int.from_bytes(next(members(parameters[0][1]))[1], "big").bit_length()
+    elif kind == "Ed25519":
+        size = 255
+    elif kind == "EC" and parameters[0][0] == 0x06:
+        oid = dotted(parameters[0][1])
+        curve = CURVES.get(oid, (oid,))[0]
+        # Every curve of the table has as many bits as its name says.
+        size = int(re.search(r"\d{3}", curve)[0]) if oid in CURVES else None
+    elif kind == "EC":
+        _, field = list(members(parameters[0][1]))[1]
+        size = int.from_bytes(list(members(field))[1][1], "big").bit_length()
+    return size, curve
 
 
 # The ASN.1 XML form, encoded here.
@@ -178,7 +321,11 @@ def openssl_view(der):
         return None
     text = done.stdout.decode()
 
-    def after(pattern):
+    def alone(*options):  # what openssl shows no more of beside other options
+        done = subprocess.run(["openssl", "x509", "-inform", "DER", "-noout", *options], input=der, capture_output=True)
+        return done.stdout.decode("utf-8", "replace")
+
+    def after(pattern, text=text):
         found = re.search(pattern, text, re.MULTILINE)
         return found[1].strip() if found else None
 
@@ -186,7 +333,11 @@ def openssl_view(der):
             "serialNumber": int(after(r"^serial=(.*)"), 16),
             "notBefore": date_of(after(r"^notBefore=(.*)")), "notAfter": date_of(after(r"^notAfter=(.*)")),
             "signatureAlgorithm": oid_of(after(r"Signature Algorithm: (.*)")),
-            "publicKeyAlgorithm": oid_of(after(r"Public Key Algorithm: (.*)"))}
+            "publicKeyAlgorithm": oid_of(after(r"Public Key Algorithm: (.*)")),
+            "bits": after(r"Public-Key: \((\d+) bit\)"), "curve": after(r"ASN1 OID: (.*)"),
+            "subjectKeyIdentifier": after(r"Subject Key Identifier: *(?:critical)?\n *([0-9A-F:]+)$",
+                                          alone("-ext", "subjectKeyIdentifier")),
+            "emails": [line for line in alone("-email").splitlines() if re.fullmatch(r"[!-~]+@[!-~]+", line)]}
 
 
 def attributes_of(text, name):
@@ -218,18 +369,41 @@ def oid_of(name):
 
 def value_text(tag, content):
     if tag == 0x0C:
-        return content.decode()
+        try:
+            return content.decode()
+        except UnicodeDecodeError:
+            return content.decode("latin-1")
     if tag in (0x13, 0x14, 0x16):
         return content.decode("latin-1")
     return content.decode("utf-16-be", "replace")
 
 
+def quoted(tag, content):
+    value = value_text(tag, content)
+    return f'"{value}"' if "," in value else value
+
+
 def name_text(attributes):
-    parts = []
-    for oid, tag, content in attributes:
-        value = value_text(tag, content)
-        parts.append(NAMES.get(oid, "OID." + oid) + "=" + (f'"{value}"' if "," in value else value))
-    return ", ".join(parts)
+    return ", ".join(NAMES.get(oid, "OID." + oid) + "=" + quoted(tag, content) for oid, tag, content in attributes)
+
+
+def values_text(attributes):
+    return ", ".join(quoted(tag, content) for _, tag, content in attributes)
+
+
+def second_opinion(view, expected):
+    """What OpenSSL sees differently from the walk through the DER, where it says anything at all."""
+    key = expected["publicKey"]
+    identifier = (view["subjectKeyIdentifier"] or "").replace(":", "")
+    believed = {"bits": (view["bits"], str(key["bits"])), "identifier": (identifier, expected["subjectKeyIdentifier"]),
+                "curve": (view["curve"], next((name for ours, name in CURVES.values() if ours == key["curve"]), None))}
+    for what, (said, found) in believed.items():
+        if said and found not in (said, "None", None):
+            yield f"{what}: OpenSSL {said}, in the DER {found}"
+    oids = [one["oid"] for one in expected["extensions"]]
+    plain = [address for address in expected["emails"] if re.fullmatch(r"[!-~]+@[!-~]+", address)]
+    if view["emails"] != plain and len(oids) == len(set(oids)):
+        yield f"emails: OpenSSL {view['emails']}, in the DER {plain}"
 
 
 def differences(der, view, shown, xml):
@@ -241,10 +415,14 @@ def differences(der, view, shown, xml):
     for key in ("signatureAlgorithm", "publicKeyAlgorithm"):
         if view[key] not in (None, expected[key]):
             yield f"{key}: OpenSSL {view[key]}, in the DER {expected[key]}"
-    expected.update(subject=name_text(view["subject"]), issuer=name_text(view["issuer"]),
-                    notBefore=view["notBefore"], notAfter=view["notAfter"])
+    yield from second_opinion(view, expected)
+    expected.update(subject=name_text(view["subject"]), issuer=name_text(view["issuer"]))
+    # OpenSSL shows only dates in the form of RFC 5280; what it says of others is no answer.
+    expected.update({key: view[key] for key in ("notBefore", "notAfter") if view[key]})
     now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
-    expected["validNow"] = (view["notBefore"] or "") <= now <= (view["notAfter"] or "")
+    expected["validNow"] = (shown["notBefore"] or "") <= now <= (shown["notAfter"] or "")
+    for one in shown["extensions"]:
+        del one["name"]  # for people
     for key, value in expected.items():
         if shown[key] != value:
             yield f"{key}: {shown[key]!r}, expected {value!r}"

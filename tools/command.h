@@ -17,11 +17,19 @@ struct Command {
   /// Does the work; an argument that makes no sense is a usage error. The rest of the outcome is
   /// told to the console.
   bool (*run)(const Arguments& arguments, Console& console, std::string& usageError);
+  /// What to call an argument that comes before the files; empty when there is none.
+  std::string_view operand = {};
 };
 
-/// The commands, each defined in the file that bears its name.
+/// The commands, each defined in the file that bears its name ("match" beside "pin").
 extern const Command kShowCommand;
 extern const Command kAsn1Command;
 extern const Command kNameCommand;
+extern const Command kExtCommand;
+extern const Command kKeyCommand;
+extern const Command kPinCommand;
+extern const Command kMatchCommand;
+extern const Command kExpiresCommand;
+extern const Command kSplitCommand;
 
 }  // namespace velmora::tool

@@ -58,6 +58,12 @@ bool Console::flush() {
   return false;
 }
 
+bool Console::takesBinary(std::string& error) const {
+  if (::isatty(STDOUT_FILENO) == 0) return true;
+  error = "binary output is not written to a terminal";
+  return false;
+}
+
 void Console::error(std::string_view line) {
   flush();
   StringBuffer text(line);

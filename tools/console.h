@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "support/text/string_buffer.h"
@@ -29,6 +30,10 @@ class Console {
 
   /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
   bool coloured() const noexcept { return m_coloured; }
+
+  /// Whether standard output takes bytes as they are: false, with `error` set, for a terminal,
+  /// which they could drive.
+  bool takesBinary(std::string& error) const;
 
   void raise(ExitStatus status) noexcept {
     if (status > m_status) m_status = status;

@@ -164,6 +164,12 @@ const char* LoadedCertificate::load(std::span<const unsigned char> der) {
   return loaded ? nullptr : "A certificate that cannot be loaded.";
 }
 
+void appendPlace(const InputCertificate& input, StringBuffer& out) {
+  appendPrintable(sourceForPeople(input.source), out);
+  out.append(": certificate ");
+  out.appendInt(static_cast<int64_t>(input.index) + 1);
+}
+
 std::string_view sourceForPeople(std::string_view source) {
   return source == "-" ? "standard input" : source;
 }

@@ -47,6 +47,9 @@ class LoadedCertificate {
   RefOwner<VelmoraX509> m_certificate;
 };
 
+/// Appends where a certificate stands, for people: "FILE: certificate 2".
+void appendPlace(const InputCertificate& input, StringBuffer& out);
+
 /// How people name a source.
 std::string_view sourceForPeople(std::string_view source);
 

@@ -1,14 +1,28 @@
 #include "tools/json_writer.h"
 
+#include "support/text/byte_codecs.h"
 #include "tools/escape.h"
 
 namespace velmora::tool {
 
 void JsonLine::key(std::string_view name) {
-  m_out.append(m_first ? "\"" : ",\"");
+  if (!m_first) m_out.appendChar(',');
   m_first = false;
+  if (name.empty()) return;
+  m_out.appendChar('"');
   m_out.append(name);
   m_out.append("\":");
+}
+
+void JsonLine::begin(std::string_view name, char bracket) {
+  key(name);
+  m_out.appendChar(bracket);
+  m_first = true;
+}
+
+void JsonLine::finish(char bracket) {
+  m_out.appendChar(bracket);
+  m_first = false;
 }
 
 void JsonLine::text(std::string_view name, std::string_view value) {
@@ -36,6 +50,31 @@ void JsonLine::boolean(std::string_view name, bool value) {
 void JsonLine::null(std::string_view name) {
   key(name);
   m_out.append("null");
+}
+
+void JsonLine::textOrNull(std::string_view name, std::string_view value) {
+  value.empty() ? null(name) : text(name, value);
+}
+
+void JsonLine::base64(std::string_view name, std::span<const unsigned char> bytes) {
+  key(name);
+  m_out.appendChar('"');
+  char* digits = m_out.extend(base64Length(bytes.size()));
+  if (digits != nullptr) base64Encode(bytes.data(), bytes.size(), digits);
+  m_out.appendChar('"');
+}
+
+void JsonLine::hex(std::string_view name, std::span<const unsigned char> bytes) {
+  key(name);
+  m_out.appendChar('"');
+  char* digits = m_out.extend(2 * bytes.size());
+  if (digits != nullptr) hexEncodeUpper(bytes.data(), bytes.size(), digits);
+  m_out.appendChar('"');
+}
+
+void JsonLine::end() {
+  m_out.appendChar(m_close);
+  m_out.appendChar('\n');
 }
 
 }  // namespace velmora::tool

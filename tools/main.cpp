@@ -12,7 +12,9 @@ namespace velmora::tool {
 namespace {
 
 // In the order of the help. A new command is one line here and a file of its own.
-constexpr const Command* kCommands[] = {&kShowCommand, &kAsn1Command, &kNameCommand};
+constexpr const Command* kCommands[] = {&kShowCommand,    &kNameCommand,  &kExtCommand,
+                                        &kKeyCommand,     &kPinCommand,   &kMatchCommand,
+                                        &kExpiresCommand, &kSplitCommand, &kAsn1Command};
 
 constexpr std::string_view kUsage = "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n";
 
@@ -69,7 +71,9 @@ void appendHelp(StringBuffer& out) {
 void appendCommandHelp(const Command& command, StringBuffer& out) {
   out.append("Usage: velmora-x509 ");
   out.append(command.name);
-  out.append(" [OPTION]... FILE...\n\n");
+  out.append(" [OPTION]... ");
+  out.append(command.operand);
+  out.append(command.operand.empty() ? "FILE...\n\n" : " FILE...\n\n");
   out.append(command.summary);
   out.append("\n\nOptions:\n");
   for (const OptionSpec& option : command.options) {
@@ -106,13 +110,20 @@ std::string_view meantCommand(const char* word) {
 }
 
 void runCommand(const Command& command, std::span<char* const> words, Console& console) {
-  const bool wantsHelp = std::any_of(words.begin(), words.end(), [](std::string_view word) {
+  const auto options = std::find(words.begin(), words.end(), std::string_view("--"));
+  const bool wantsHelp = std::any_of(words.begin(), options, [](std::string_view word) {
     return word == "--help" || word == "-h";
   });
   if (wantsHelp) return appendCommandHelp(command, console.out());
   Arguments arguments;
   std::string error;
   if (!arguments.parse(words, command.options, error)) return usageError(error, &command, console);
+  if (!command.operand.empty()) {
+    if (arguments.files().empty()) {
+      return usageError("no " + std::string(command.operand) + " given", &command, console);
+    }
+    arguments.takeOperand();
+  }
   if (arguments.files().empty()) {
     return usageError("no FILE given; - is standard input", &command, console);
   }

@@ -5,6 +5,7 @@
 #include "tools/command.h"
 #include "tools/escape.h"
 #include "tools/input.h"
+#include "tools/name_json.h"
 
 namespace velmora::tool {
 
@@ -14,6 +15,7 @@ constexpr std::string_view kKeywords[] = {"DN_Lowercase", "DN_NoSpaceAfterComma"
 
 struct NameForm {
   bool issuer = false;
+  bool members = false;
   bool reverse = false;
   bool valuesOnly = false;
   int style = 0;
@@ -28,13 +30,26 @@ class PrintName final : public CertificateVisitor {
 
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_loaded.load(input.der)) return reason;
+    if (m_form.members) return printMembers();
     if (!render(m_loaded.get())) return "The name cannot be read.";
+    if (m_name.failed()) return "Out of memory.";
     appendPrintable(m_name.view(), m_console.out());
     m_console.out().appendChar('\n');
     return nullptr;
   }
 
  private:
+  const char* printMembers() {
+    StringBuffer members("{");
+    if (!m_loaded.get().getDnJson(!m_form.issuer, members, m_log, m_form.style)) {
+      return "The name cannot be read.";
+    }
+    members.appendChar('}');
+    appendJsonDocument(members.view(), m_console.out());
+    m_console.out().appendChar('\n');
+    return nullptr;
+  }
+
   bool render(VelmoraX509& certificate) {
     const bool withNames = !m_form.valuesOnly;
     return m_form.reverse
@@ -69,9 +84,27 @@ bool areKeywords(std::string_view words) {
   }
 }
 
+// The options that have no meaning beside another.
+bool checkOptions(const Arguments& arguments, std::string& usageError) {
+  for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--json"}) {
+    if (!arguments.atMostOneOf({"--members", option}, usageError)) return false;
+  }
+  for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--style"}) {
+    if (!arguments.atMostOneOf({"--json", option}, usageError)) return false;
+  }
+  return true;
+}
+
 bool runName(const Arguments& arguments, Console& console, std::string& usageError) {
+  if (!checkOptions(arguments, usageError)) return false;
+  if (arguments.has("--json")) {
+    const auto visitor = makePrintNameJson(arguments.has("--issuer"), console);
+    visitCertificates(arguments.files(), true, *visitor, console);
+    return true;
+  }
   NameForm form;
   form.issuer = arguments.has("--issuer");
+  form.members = arguments.has("--members");
   form.reverse = arguments.has("--reverse");
   form.valuesOnly = arguments.has("--values-only");
   if (!parseStyle(arguments.value("--style").value_or("0"), form.style)) {
@@ -92,6 +125,11 @@ bool runName(const Arguments& arguments, Console& console, std::string& usageErr
 
 constexpr OptionSpec kOptions[] = {
     {"--issuer", "", "the issuer's name instead of the subject's"},
+    {"--json", "",
+     "all of the name: a list of RDNs, each a list of {oid, name, value}; a value that is no text "
+     "is null and has its DER beside it as hex"},
+    {"--members", "",
+     "the library's JSON object: the first attribute of each RDN by name, the last RDN first"},
     {"--style", "N", "attribute names in style N: 1 to 6 or 22 (default 0, short names)"},
     {"--reverse", "", "the last part of the name first"},
     {"--values-only", "", "the values without attribute names"},

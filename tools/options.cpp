@@ -100,4 +100,25 @@ std::optional<std::string_view> Arguments::value(std::string_view option) const 
   return given == nullptr ? std::nullopt : std::optional<std::string_view>(given->second);
 }
 
+bool Arguments::atMostOneOf(std::initializer_list<std::string_view> options,
+                            std::string& error) const {
+  const Given* first = nullptr;
+  for (const std::string_view option : options) {
+    const Given* given = find(option);
+    if (given == nullptr) continue;
+    if (first != nullptr) {
+      error = "options \"" + std::string(first->first) + "\" and \"" + std::string(option) +
+              "\" exclude each other";
+      return false;
+    }
+    first = given;
+  }
+  return true;
+}
+
+void Arguments::takeOperand() {
+  m_operand = m_files.front();
+  m_files.erase(m_files.begin());
+}
+
 }  // namespace velmora::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
@@ -27,6 +28,13 @@ class Arguments {
   bool has(std::string_view option) const { return find(option) != nullptr; }
   /// The value of an option that was given.
   std::optional<std::string_view> value(std::string_view option) const;
+  /// False, with `error` set, when more than one of the options was given.
+  bool atMostOneOf(std::initializer_list<std::string_view> options, std::string& error) const;
+
+  /// Takes the first of the files, which is none, as what the command works with; there must be
+  /// one.
+  void takeOperand();
+  std::string_view operand() const noexcept { return m_operand; }
   const std::vector<std::string_view>& files() const noexcept { return m_files; }
 
  private:
@@ -34,6 +42,7 @@ class Arguments {
   const Given* find(std::string_view option) const;
 
   std::vector<Given> m_options;
+  std::string_view m_operand;
   std::vector<std::string_view> m_files;
 };
 

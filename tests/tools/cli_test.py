@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Drives the program as its users do: cli_test.py PROGRAM [unittest arguments]."""
 import base64
+import hashlib
 import json
 import os
 import pathlib
@@ -10,11 +11,16 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
+from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, UTF8, certificate, name, oid, pem, tlv
+
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
 THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.org"]
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
-        "validNow", "signatureAlgorithm", "publicKeyAlgorithm"]
+        "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
+        "authorityKeyIdentifier", "subjectAltName", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
+        "publicKey", "extensions"]
 # What no output may hold, except the newlines between its lines.
 STEERING = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]")
 
@@ -138,6 +144,12 @@ class Show(unittest.TestCase):
         for line in lines:
             self.assertEqual(list(line), KEYS)
         first = dict(lines[0], source="")
+        added = {key: first.pop(key) for key in KEYS[11:]}
+        self.assertEqual(added, {
+            "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltName": [], "emails": [],
+            "sha1": added["sha1"], "sha256": added["sha256"], "spkiSha256": added["spkiSha256"],
+            "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": []})
+        self.assertEqual(lines[4]["emails"], ["a@example.org"])
         self.assertEqual(first, {
             "source": "", "index": 0, "subject": "CN=Zurich", "issuer": "CN=issuer", "serialNumber": "00ABCD",
             "version": 3, "notBefore": "2020-01-01T00:00:00Z", "notAfter": "2099-12-31T23:59:59Z",
@@ -163,12 +175,19 @@ class Show(unittest.TestCase):
         self.assertRegex(blocks[0], r"""\ACertificate 1 of .*hostile.pem
   Subject              CN=Zurich
   Issuer               CN=issuer
+  Self-issued          no
   Serial number        00ABCD
   Version              3
   Valid from           2020-01-01T00:00:00Z
   Valid until          2099-12-31T23:59:59Z  valid, \d+ days left
-  Signature algorithm  1.2.840.113549.1.1.11
-  Key algorithm        1.2.840.10045.2.1\Z""")
+  Signature algorithm  sha256WithRSAEncryption \(1.2.840.113549.1.1.11\)
+  Key algorithm        ecPublicKey \(1.2.840.10045.2.1\)
+  Key                  EC
+  SHA-1                [0-9A-F]{40}
+  SHA-256              [0-9A-F]{64}
+  SPKI pin \(SHA-256\)   [A-Za-z0-9+/]{43}=\Z""")
+        numbers = run("show", "--oids", data("hostile.pem"))[1].split("\n\n")[0]
+        self.assertRegex(numbers, "Signature algorithm  1.2.840.113549.1.1.11\n  Key algorithm        1.2.840.10045.2.1\n")
         self.assertRegex(blocks[11], "Valid from +cannot be read\n +Valid until +cannot be read\n")
         self.assertRegex(blocks[12], r"2021-01-01T00:00:00Z  expired \d+ days ago\n")
         self.assertRegex(blocks[13], r"2090-01-01T00:00:00Z  not yet valid, starts in \d+ days\n")
@@ -189,7 +208,10 @@ class Safety(unittest.TestCase):
             name = os.path.join(folder, "a\n\x1b[31m\u202e")
             for content in (DATA / "hostile.pem", DATA / "label.pem"):
                 pathlib.Path(name).write_bytes(content.read_bytes())
-                for command in (["show"], ["show", "--json"], ["name"], ["asn1"], ["asn1", "--compact"]):
+                for command in (
+                        ["show"], ["show", "--json"], ["show", "--xml"], ["name"], ["name", "--json"],
+                        ["name", "--members"], ["expires", "--within", "99999"], ["key"], ["key", "--xml"],
+                        ["match", "sha1,hex,00"], ["asn1"], ["asn1", "--compact"]):
                     with self.subTest(f"{command} {content.name}"):
                         _, out, errors = run(*command, name)
                         self.assertEqual((STEERING.findall(out), STEERING.findall(errors)), ([], []))
@@ -234,13 +256,264 @@ class Name(unittest.TestCase):
                 self.assertEqual((status, out.splitlines()[4]), (0, expected))
 
 
+    def test_json_says_all_of_a_name(self):
+        rdn = tlv(0x31, *(tlv(0x30, oid(kind), value) for kind, value in (
+            (CN, tlv(BMP, "Zürich".encode("utf-16-be"))), ("1.2.3." + str(2**200), tlv(0x12, b"123")),
+            (O, tlv(UTF8, b"\xff")), ("2.5.4.45", tlv(0x03, b"\0\1")), (EMAIL, tlv(IA5, b'"\n')))))
+        subject = tlv(0x30, rdn, tlv(0x31, tlv(0x30, oid(CN), tlv(PRINTABLE, b"next"))))
+        status, out, _ = run("name", "--json", "-", stdin=certificate(subject))
+        self.assertEqual((status, json.loads(out)), (0, [[
+            {"oid": "2.5.4.3", "name": "CN", "value": "Zürich"},
+            {"oid": f"1.2.3.{2**200}", "name": None, "value": "123"},
+            {"oid": "2.5.4.10", "name": "O", "value": None, "hex": "0C01FF"},
+            {"oid": "2.5.4.45", "name": "uniqueIdentifier", "value": None, "hex": "03020001"},
+            {"oid": EMAIL, "name": "E", "value": '"\n'}],
+            [{"oid": "2.5.4.3", "name": "CN", "value": "next"}]]))
+        members = [("CN", "next"), ("CN", "Zürich")]
+        _, out, _ = run("name", "--members", "-", stdin=certificate(subject))
+        self.assertEqual(json.loads(out, object_pairs_hook=list), members)
+        status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
+        self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
+
+
+def extension(kind, value, critical=b""):
+    return tlv(0x30, oid(kind), critical, tlv(0x04, value))
+
+
+CRITICAL = tlv(0x01, b"\xff")
+
+
+def with_names(*names):
+    return certificate(name((CN, tlv(UTF8, b"x"))), extensions=[extension("2.5.29.17", tlv(0x30, *names))])
+
+
+class Extensions(unittest.TestCase):
+    def shown(self, der, *options):
+        status, out, errors = run("show", *options, "-", stdin=der)
+        self.assertEqual((status, errors), (0, ""))
+        return json.loads(out) if "--json" in options else out
+
+    def test_alternative_names_of_every_kind(self):
+        def other(value):
+            return tlv(0xA0, oid("1.3.6.1.4.1.311.20.2.3"), tlv(0xA0, value))
+
+        other_der = tlv(0x30, tlv(0x05))
+        x400, party, unknown = tlv(0xA3, tlv(0x30)), tlv(0xA5, tlv(0xA1, tlv(UTF8, b"p"))), tlv(0x89, b"?")
+        v6 = bytes.fromhex
+        cases = [
+            (other(tlv(UTF8, b"user@corp")), ("otherName", {"oid": "1.3.6.1.4.1.311.20.2.3", "text": "user@corp"})),
+            (other(other_der), ("otherName", {"oid": "1.3.6.1.4.1.311.20.2.3", "hex": other_der.hex().upper()})),
+            (tlv(0x81, b"a@b.example"), ("email", "a@b.example")),
+            (tlv(0x82, b"a.example\0.evil\nDNS:b,"), ("dns", "a.example\0.evil\nDNS:b,")),
+            (tlv(0x82, b"QUJDRA=="), ("dns", "QUJDRA==")),
+            (tlv(0x86, b"https://x/?a=b"), ("uri", "https://x/?a=b")),
+            (x400, ("x400", base64.b64encode(x400).decode())),
+            (party, ("ediParty", base64.b64encode(party).decode())),
+            (tlv(0xA4, name((CN, tlv(UTF8, b"d")), (O, tlv(UTF8, b"e, f")))), ("directory", 'CN=d, O="e, f"')),
+            (tlv(0x88, oid(f"1.2.{2**200}")[2:]), ("registeredId", f"1.2.{2**200}")),
+            (unknown, ("unknown", base64.b64encode(unknown).decode())),
+            (tlv(0x87, bytes([192, 0, 2, 1])), ("ip", "192.0.2.1")),
+            (tlv(0x87, bytes([10, 0, 0, 0, 255, 240, 0, 0])), ("ip", "10.0.0.0/12")),
+            (tlv(0x87, bytes([10, 0, 0, 0, 255, 0, 255, 0])), ("ip", "10.0.0.0/255.0.255.0")),
+            (tlv(0x87, v6("20010db8000000000000000000000001" + "f" * 16 + "0" * 16)), ("ip", "2001:db8::1/64")),
+            (tlv(0x87, v6("20010db8000000010001000100010001")), ("ip", "2001:db8:0:1:1:1:1:1")),
+            (tlv(0x87, v6("20010000000000010000000000000000")), ("ip", "2001:0:0:1::")),
+            (tlv(0x87, v6("20010db8000000000001000000000001")), ("ip", "2001:db8::1:0:0:1")),
+            (tlv(0x87, bytes(16)), ("ip", "::")),
+            (tlv(0x87, v6("0" * 20 + "ffffc0000201")), ("ip", "::ffff:192.0.2.1")),
+            (tlv(0x87, b"12345"), ("ip", base64.b64encode(tlv(0x87, b"12345")).decode())),
+        ]
+        names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltName"]
+        self.assertEqual([(each["type"], each["value"]) for each in names], [expected for _, expected in cases])
+        text = self.shown(with_names(*(der for der, _ in cases)))
+        self.assertIn("  Alternative names    otherName userPrincipalName=user@corp\n", text)
+        self.assertIn("\n                       dns a.example\\x00.evil\\x0ADNS:b,\n", text)
+
+    def test_meanings(self):
+        uri = tlv(0x86, b"http://x/")
+        cases = [
+            ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02, b"\3")), "basicConstraints (2.5.29.19), critical: a CA, path length 3"),
+            ("2.5.29.15", tlv(0x03, b"\7\x06\x80"), "keyUsage (2.5.29.15), critical: keyCertSign, cRLSign, decipherOnly"),
+            ("2.5.29.37", tlv(0x30, oid("1.3.6.1.5.5.7.3.1"), oid("1.2.3")), "serverAuth, 1.2.3"),
+            ("1.3.6.1.5.5.7.1.1", tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.48.1"), uri)), "ocsp uri http://x/"),
+            ("2.5.29.31", tlv(0x30, tlv(0x30, tlv(0xA0, tlv(0xA0, uri, uri)))), "uri http://x/, uri http://x/"),
+            ("2.5.29.32", tlv(0x30, tlv(0x30, oid("2.23.140.1.2.1"), tlv(0x30, tlv(
+                0x30, oid("1.3.6.1.5.5.7.2.1"), tlv(IA5, b"http://c/\n"))))), r"domainValidated http://c/\x0A"),
+            ("2.5.29.30", tlv(0x30, tlv(0xA0, tlv(0x30, tlv(0x87, bytes([10, 0, 0, 0, 255, 0, 0, 0])))),
+                              tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
+            ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
+            ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02, b"\xff")), "cannot be read, 8 bytes"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"),
+            ("2.5.29.15", tlv(0x30), "cannot be read, 2 bytes"), ("2.5.29.19", b"junk", "cannot be read, 4 bytes"),
+            ("1.2.3.4", b"junk!", "1.2.3.4, critical: 5 bytes"),
+        ]
+        der = certificate(name(), extensions=[extension(kind, value, CRITICAL) for kind, value, _ in cases])
+        rows = self.shown(der).split("  Extensions           ")[1].splitlines()
+        for row, (_, _, expected) in zip(rows, cases, strict=True):
+            self.assertTrue(row.endswith(expected), row)
+        listed = self.shown(der, "--json")["extensions"]
+        self.assertEqual(listed[0], {"oid": "2.5.29.19", "name": "basicConstraints", "critical": True,
+                                     "value": base64.b64encode(cases[0][1]).decode()})
+        self.assertEqual((listed[-1]["oid"], listed[-1]["name"]), ("1.2.3.4", None))
+
+    def test_key_identifiers_and_addresses(self):
+        subject = name((EMAIL, tlv(IA5, b"s@x")), (CN, tlv(UTF8, b"issuer")), (EMAIL, tlv(IA5, b"t@x")))
+        der = certificate(subject, extensions=[
+            extension("2.5.29.14", tlv(0x04, b"\xab\1")),
+            extension("2.5.29.35", tlv(0x30, tlv(0xA1, tlv(0xA4, name())), tlv(0x80, b"\0\xcd"))),
+            extension("2.5.29.17", tlv(0x30, tlv(0x82, b"x"), tlv(0x81, b"t@x"), tlv(0x81, b"u@x")))])
+        shown = self.shown(der, "--json", "--with-der")
+        self.assertEqual((shown["subjectKeyIdentifier"], shown["authorityKeyIdentifier"]), ("AB01", "00CD"))
+        self.assertEqual(shown["emails"], ["s@x", "t@x", "u@x"])
+        self.assertEqual(base64.b64decode(shown["der"]), der)
+        self.assertEqual((shown["sha1"], shown["sha256"]),
+                         (hashlib.sha1(der).hexdigest().upper(), hashlib.sha256(der).hexdigest().upper()))
+        self.assertTrue(self.shown(certificate(name((CN, tlv(PRINTABLE, b"issuer")))), "--json")["selfIssued"])
+
+    def test_a_list_in_the_subject_is_not_the_certificates(self):
+        forged = tlv(0xA3, tlv(0x30, extension("2.5.29.14", tlv(0x04, b"\1"))))
+        shown = self.shown(certificate(name((CN, forged))), "--json")
+        self.assertEqual((shown["extensions"], shown["subjectKeyIdentifier"]), ([], None))
+
+    def test_nothing_is_left_out_of_what_is_large(self):
+        names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
+        shown = self.shown(with_names(*names), "--json")
+        self.assertEqual((len(shown["subjectAltName"]), len(shown["emails"])), (100_000, 100_000))
+        subject = tlv(0x30, tlv(0x31, *(tlv(0x30, oid("1.2.3"), tlv(UTF8, b"%d" % i)) for i in range(10_000))))
+        _, out, _ = run("name", "--json", "-", stdin=certificate(subject))
+        self.assertEqual([each["value"] for each in json.loads(out)[0]], [str(i) for i in range(10_000)])
+        # One large extension again and again: reading it once for each would take minutes.
+        names = extension("2.5.29.17", tlv(0x30, *names[:20_000]))
+        der = certificate(name(), extensions=[names] + [extension("2.5.29.17", b"")] * 20_000)
+        self.assertEqual(len(self.shown(der, "--json")["extensions"]), 20_001)
+        self.assertEqual(self.shown(der).count("cannot be read"), 20_000)
+
+    def test_ext(self):
+        names = tlv(0x30, tlv(0x82, b"a\n\x1b"))
+        both = pem(with_names(tlv(0x82, b"a\n\x1b"))) + pem(certificate(name()))
+        for kind in ("2.5.29.17", "subjectAltName"):
+            status, out, errors = run("ext", kind, "--hex", "-", stdin=both.encode())
+            self.assertEqual((status, out), (1, names.hex().upper() + "\n"))
+            self.assertEqual(errors, "velmora-x509: standard input: certificate 2: no extension 2.5.29.17\n")
+        self.assertEqual(run("ext", "2.5.29.17", "--text", "-", stdin=both.encode())[1], r"0\x05\x82\x03a\x0A\x1B" + "\n")
+        self.assertEqual(run("ext", "2.5.29.17", "-", stdin=both.encode())[1].splitlines()[0], "<sequence>")
+        done = subprocess.run([PROGRAM, "ext", "2.5.29.17", "--der", "-"], input=both.encode(), capture_output=True)
+        self.assertEqual(done.stdout, names)
+
+
+class Keys(unittest.TestCase):
+    def test_type_size_and_curve_of_any_key(self):
+        def rsa(kind, modulus):
+            key = tlv(0x30, tlv(0x02, modulus), tlv(0x02, b"\3"))
+            return tlv(0x30, tlv(0x30, oid(kind), tlv(0x05)), tlv(0x03, b"\0", key))
+
+        def ec(parameters):
+            return tlv(0x30, tlv(0x30, oid("1.2.840.10045.2.1"), parameters), tlv(0x03, b"\0\4"))
+
+        prime = tlv(0x02, b"\0" + b"\xff" * 32)
+        explicit = tlv(0x30, tlv(0x02, b"\1"), tlv(0x30, oid("1.2.840.10045.1.1"), prime))
+        dsa = tlv(0x30, tlv(0x30, oid("1.2.840.10040.4.1"), tlv(0x30, tlv(0x02, b"\x7f" + bytes(127)))), tlv(0x03, b"\0"))
+        cases = [
+            (rsa("1.2.840.113549.1.1.1", b"\0\x80" + bytes(255)), ("RSA", 2048, None)),
+            (rsa("1.2.840.113549.1.1.1", b"\1\0"), ("RSA", 9, None)),
+            (rsa("1.2.840.113549.1.1.10", b"\0\xff" * 64), ("RSA-PSS", 1016, None)),
+            (tlv(0x30, tlv(0x30, oid("1.2.840.113549.1.1.1")), tlv(0x03, b"\0junk")), ("RSA", None, None)),
+            (dsa, ("DSA", 1023, None)),
+            (ec(oid("1.2.840.10045.3.1.7")), ("EC", 256, "P-256")), (ec(oid("1.3.132.0.10")), ("EC", 256, "secp256k1")),
+            (ec(oid("1.3.36.3.3.2.8.1.1.7")), ("EC", 256, "brainpoolP256r1")),
+            (ec(oid("1.3.132.0.35")), ("EC", 521, "P-521")), (ec(oid("1.3.132.0.27")), ("EC", None, "1.3.132.0.27")),
+            (ec(explicit), ("EC", 256, None)),
+            (tlv(0x30, tlv(0x30, oid("1.3.101.112")), tlv(0x03, bytes(33))), ("Ed25519", 255, None)),
+            (tlv(0x30, tlv(0x30, oid("1.2.3.4")), tlv(0x03, b"\0k")), ("1.2.3.4", None, None)),
+        ]
+        bundle = "".join(pem(certificate(name(), key=key)) for key, _ in cases)
+        lines = json_lines(run("show", "--json", "-", stdin=bundle.encode())[1])
+        self.assertEqual([tuple(line["publicKey"].values()) for line in lines], [expected for _, expected in cases])
+
+    def test_forms_of_a_key(self):
+        der = (DATA / "three_0.der").read_bytes()
+        _, out, _ = run("key", data("three_0.der"))
+        info = base64.b64decode("".join(out.splitlines()[1:-1]))
+        self.assertIn(info, der)
+        self.assertTrue(out.startswith("-----BEGIN PUBLIC KEY-----\n"))
+        self.assertTrue(all(len(line) <= 64 for line in out.splitlines()))
+        octets = {form: subprocess.run([PROGRAM, "key", form, data("three_0.der")], capture_output=True).stdout
+                  for form in ("--der", "--ocsp")}
+        self.assertEqual(octets, {"--der": info, "--ocsp": info[-65:]})
+        identifier = hashlib.sha1(info[-65:]).hexdigest().upper()[-15:]
+        self.assertEqual(run("key", "--id", data("three_0.der"))[1], "4" + identifier + "\n")
+        self.assertEqual(run("key", "--id", data("hostile.pem"))[0], 3)
+
+    def test_pin_and_match(self):
+        _, out, _ = run("key", data("three_1.der"))
+        info = base64.b64decode("".join(out.splitlines()[1:-1]))
+        for hash_name, encoding, digits in (("sha256", "base64", base64.b64encode(hashlib.sha256(info).digest()).decode()),
+                                            ("SHA-512", "hexlower", hashlib.sha512(info).hexdigest())):
+            status, pin, _ = run("pin", "--hash", hash_name, "--encoding", encoding, data("three_1.der"))
+            self.assertEqual((status, pin), (0, f"{hash_name},{encoding},{digits}\n"))
+            status, out, _ = run("match", pin, data("three.pem"))
+            self.assertEqual((status, [line[:3].strip() for line in out.splitlines()]), (0, ["no", "yes", "no"]))
+            self.assertEqual(run("match", "--all", pin, data("three.pem"))[0], 1)
+            self.assertEqual(run("match", "--all", pin, data("three_1.der"), data("three_1.der"))[0], 0)
+            self.assertEqual(run("match", pin, data("three_0.der"))[0], 1)
+        self.assertEqual(run("pin", data("three_1.der"))[1], run("pin", data("three.pem"))[1].splitlines()[1] + "\n")
+
+
+class Files(unittest.TestCase):
+    def test_split_writes_what_was_read_and_overwrites_nothing(self):
+        with tempfile.TemporaryDirectory() as folder:
+            out = pathlib.Path(folder, "new")
+            split = ["split", "--out", str(out), data("three_ber.p7b")]
+            status, names, errors = run(*split)
+            self.assertEqual((status, errors), (0, ""))
+            written = sorted(out.iterdir())
+            self.assertEqual([path.name for path in written], [f"three_ber-00{i}.pem" for i in (1, 2, 3)])
+            self.assertEqual(names.splitlines()[2], f"{written[2]}  {THREE[2]}")
+            self.assertEqual(run("name", *map(str, written))[1].splitlines(), THREE)
+            written[1].write_text("mine")
+            status, names, errors = run(*split)
+            self.assertEqual((status, names, len(errors.splitlines())), (3, "", 3))
+            self.assertEqual(written[1].read_text(), "mine")
+            written[0].unlink()
+            written[0].symlink_to(pathlib.Path(folder, "elsewhere"))
+            self.assertEqual(run(*split, "--force")[0], 3)
+            self.assertFalse(pathlib.Path(folder, "elsewhere").exists())
+            self.assertNotEqual(written[1].read_text(), "mine")
+            # Two sources of one name: not even by force does the second replace what the first gave.
+            same = pathlib.Path(folder, "three_0.der")
+            same.write_bytes((DATA / "three_2.der").read_bytes())
+            status, _, errors = run("split", "--der", "--force", "--out", str(out), data("three_0.der"), str(same))
+            self.assertEqual((status, (out / "three_0-001.der").read_bytes()), (3, (DATA / "three_0.der").read_bytes()))
+            self.assertIn("another source", errors)
+
+    def test_expires(self):
+        status, out, _ = run("expires", data("hostile.pem"))
+        self.assertEqual(status, 1)
+        self.assertEqual([re.sub(r"\d+ days ago", "N", line.replace(data("hostile.pem"), "")) for line in out.splitlines()],
+                         ["no date that can be read  : certificate 12: CN=no dates",
+                          "2021-01-01T00:00:00Z  expired N  : certificate 13: CN=expired"])
+        self.assertEqual(run("expires", "--within", "0", data("three.pem")), (0, "", ""))
+        status, out, _ = run("expires", "--within=30000", data("three.pem"))
+        self.assertEqual((status, out.count("expires in")), (1, 3))
+
+    def test_summary_xml(self):
+        status, out, errors = run("show", "--xml", data("three_0.der"), data("hostile.pem"))
+        self.assertEqual((status, errors, out.count("\n</certificate>\n")), (0, "", 16))
+        self.assertIn("<CN>host.example&#0;.evil.example</CN>", out)
+
+
 class Usage(unittest.TestCase):
     def test_errors(self):
         cases = [([], "FILE"), (["show"], "FILE"), (["shwo", "x.pem"], 'mean "show"'),
                  (["name", "--isuer", "x"], 'mean "--issuer"'), (["name", "--style", "x", "y"], "--style"),
                  (["name", "--style"], "--style"), (["name", "--keywords", "x", "y"], "DN_Lowercase"),
                  (["show", "--json=1", "x"], "no value"), (["show", "--json", "--json", "x"], "twice"),
-                 (["--what", "x"], "--what")]
+                 (["--what", "x"], "--what"), (["show", "--json", "--xml", "x"], "exclude"),
+                 (["show", "--with-der", "x"], "--json"), (["name", "--json", "--style", "1", "x"], "exclude"),
+                 (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"),
+                 (["pin", "--hash", "md5", "x"], "sha256"), (["pin", "--encoding", "rot13", "x"], "base64"),
+                 (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),
+                 (["expires", "--within", "-1", "x"], "--within"), (["split", "--pem", "--der", "x"], "exclude")]
         for arguments, hint in cases:
             with self.subTest(arguments):
                 status, out, errors = run(*arguments)
@@ -251,7 +524,7 @@ class Usage(unittest.TestCase):
     def test_help_and_version(self):
         status, out, errors = run("--help")
         self.assertEqual((status, errors), (0, ""))
-        for command in ("show", "asn1", "name"):
+        for command in ("show", "asn1", "name", "ext", "key", "pin", "match", "expires", "split"):
             self.assertRegex(out, rf"(?m)^  {command} ")
             self.assertIn(f"velmora-x509 {command} ", run(command, "--help")[1])
         self.assertTrue(all(len(line) <= 80 for line in out.splitlines()))

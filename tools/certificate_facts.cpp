@@ -1,0 +1,96 @@
+#include "tools/certificate_facts.h"
+
+#include <unordered_set>
+
+#include "support/hash/vm_hash.h"
+#include "tools/general_name.h"
+#include "x509/dn_names.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr std::string_view kEmailAddress = "1.2.840.113549.1.9.1";
+
+// Addresses in the order in which they are added, each once.
+class AddressList {
+ public:
+  void add(std::string_view address) {
+    std::string text(address);
+    if (m_known.insert(text).second) m_addresses.push_back(std::move(text));
+  }
+  std::vector<std::string> take() { return std::move(m_addresses); }
+
+ private:
+  std::vector<std::string> m_addresses;
+  std::unordered_set<std::string> m_known;
+};
+
+void addFromSubject(ClsXml& subject, AddressList& addresses) {
+  LogNull log;
+  StringBuffer value;
+  eachAttribute(subject, [&](size_t, std::string_view oid) {
+    if (oid != kEmailAddress) return;
+    value.weakClear();
+    appendDnValue(subject, false, value, log);
+    addresses.add(value.view());
+  });
+}
+
+void addFromAlternativeNames(ClsXml& names, AddressList& addresses) {
+  GeneralName name;
+  eachChild(names, [&] {
+    if (!isPrimitiveContext(names, 1)) return;
+    readGeneralName(names, name);
+    addresses.add(name.text.view());
+  });
+}
+
+}  // namespace
+
+void readVersion(VelmoraX509& certificate, XString& version, LogBase& log) {
+  if (!certificate.get_Version(version, log)) version.setFromUtf8("1");
+}
+
+bool isSelfIssued(VelmoraX509& certificate, LogBase& log) {
+  XString subject;
+  XString issuer;
+  return certificate.getDN(true, false, subject, log, 0) &&
+         certificate.getDN(false, false, issuer, log, 0) && subject.equalsX(issuer);
+}
+
+bool readKeyIdentifier(const CertificateTree& tree, KeyIdentifier which, DataBuffer& octets) {
+  const bool ofSubject = which == KeyIdentifier::kSubject;
+  const XmlHandle at = tree.extension(ofSubject ? kSubjectKeyIdentifier : kAuthorityKeyIdentifier);
+  octets.clear();
+  if (!at) return false;
+  if (ofSubject)
+    return at->tagEquals("octets") && octets.appendEncoded(at->contentView(), "base64");
+  bool found = false;
+  eachChild(*at, [&] {
+    if (found || !isPrimitiveContext(*at, 0)) return;
+    found = octets.appendEncoded(at->contentView(), "base64");
+  });
+  return found;
+}
+
+XmlHandle alternativeNames(const CertificateTree& tree) {
+  XmlHandle names = tree.extension(kSubjectAltName);
+  if (names && (!names->tagEquals("sequence") || names->get_NumChildren() == 0)) names.reset();
+  return names;
+}
+
+std::vector<std::string> emailAddresses(const CertificateTree& tree) {
+  AddressList addresses;
+  if (const XmlHandle subject = tree.subject()) addFromSubject(*subject, addresses);
+  if (const XmlHandle names = alternativeNames(tree)) {
+    addFromAlternativeNames(*names, addresses);
+  }
+  return addresses.take();
+}
+
+void sha256(std::span<const unsigned char> bytes, DataBuffer& digest) {
+  _vmHash::doHash(bytes.data(), static_cast<unsigned int>(bytes.size()), _vmHash::kSha256, digest);
+}
+
+}  // namespace velmora::tool

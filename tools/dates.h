@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+#include "support/time/velmora_sys_time.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora::tool {
+
+inline constexpr int64_t kSecondsInHour = 3600;
+inline constexpr int64_t kSecondsInDay = 24 * kSecondsInHour;
+
+/// Reads notBefore (`from` true) or notAfter; false when the certificate has none that is a date.
+bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase& log);
+
+/// Appends a span of time in words: "3 days", "1 hour", "less than an hour".
+void appendSpan(int64_t seconds, StringBuffer& out);
+
+}  // namespace velmora::tool

@@ -1,0 +1,226 @@
+#include "tools/extension_meaning.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "tools/escape.h"
+#include "tools/general_name.h"
+
+namespace velmora::tool {
+
+namespace {
+
+// Items of one line, with commas between them.
+class Items {
+ public:
+  Items(OidStyle style, StringBuffer& out) noexcept : m_style(style), m_out(out) {}
+
+  StringBuffer& next() {
+    if (m_any) m_out.append(", ");
+    m_any = true;
+    return m_out;
+  }
+  void oid(std::string_view dotted) { appendOidShort(dotted, m_style, next()); }
+  void generalName(ClsXml& at) {
+    readGeneralName(at, m_name);
+    appendGeneralName(m_name, m_style, next());
+  }
+  // Behind the last item and part of it.
+  void alsoGeneralName(ClsXml& at) {
+    readGeneralName(at, m_name);
+    m_out.appendChar(' ');
+    appendGeneralName(m_name, m_style, m_out);
+  }
+  void alsoText(std::string_view text) {
+    m_out.appendChar(' ');
+    appendPrintable(text, m_out);
+  }
+  bool any() const noexcept { return m_any; }
+
+ private:
+  OidStyle m_style;
+  StringBuffer& m_out;
+  bool m_any = false;
+  GeneralName m_name;
+};
+
+// Each explains the value at the handle, whose outermost element is of the right type; false when
+// what is in it is not.
+using Explain = bool (*)(ClsXml& at, Items& items);
+
+// INTEGER (0..MAX) in hexadecimal; what fits no 60 bits is shown as it is. False below 0.
+bool appendNumber(std::string_view digits, StringBuffer& out) {
+  if (digits.empty() || digits.front() >= '8') return false;
+  int64_t value = 0;
+  const char* const end = digits.data() + digits.size();
+  if (digits.size() < 16 && std::from_chars(digits.data(), end, value, 16).ptr == end) {
+    return out.appendInt(value);
+  }
+  out.append("0x");
+  return out.append(digits);
+}
+
+// BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
+bool explainBasicConstraints(ClsXml& at, Items& items) {
+  StringBuffer text;
+  const bool isCa = at.getChildContentUtf8("bool", text, false) && !text.equals("00");
+  items.next().append(isCa ? "a CA" : "not a CA");
+  if (!at.getChildContentUtf8("int", text, false)) return true;
+  StringBuffer& out = items.next();
+  out.append("path length ");
+  return appendNumber(text.view(), out);
+}
+
+// KeyUsage ::= BIT STRING, the first bit being digitalSignature
+bool explainKeyUsage(ClsXml& at, Items& items) {
+  static constexpr std::string_view kUsages[] = {
+      "digitalSignature", "nonRepudiation", "keyEncipherment", "dataEncipherment", "keyAgreement",
+      "keyCertSign",      "cRLSign",        "encipherOnly",    "decipherOnly"};
+  DataBuffer octets;
+  octets.appendEncoded(at.contentView(), "hex");
+  const std::span<const unsigned char> bits = octets.span();
+  for (size_t i = 0; i < std::size(kUsages) && i / 8 < bits.size(); ++i) {
+    if ((bits[i / 8] & (0x80U >> (i % 8))) != 0) items.next().append(kUsages[i]);
+  }
+  if (!items.any()) items.next().append("nothing");
+  return true;
+}
+
+// ExtKeyUsageSyntax ::= SEQUENCE OF OBJECT IDENTIFIER
+bool explainKeyPurposes(ClsXml& at, Items& items) {
+  bool wellFormed = true;
+  eachChild(at, [&] {
+    at.tagEquals("oid") ? items.oid(at.contentView()) : static_cast<void>(wellFormed = false);
+  });
+  return wellFormed && items.any();
+}
+
+// AuthorityInfoAccessSyntax ::= SEQUENCE OF SEQUENCE { accessMethod OBJECT IDENTIFIER,
+//   accessLocation GeneralName }
+bool explainAccess(ClsXml& at, Items& items) {
+  bool wellFormed = true;
+  eachChild(at, [&] {
+    const bool isAccess = at.get_NumChildren() == 2 && at.FirstChild2();
+    if (!isAccess) {
+      wellFormed = false;
+      return;
+    }
+    wellFormed = wellFormed && at.tagEquals("oid");
+    items.oid(at.contentView());
+    at.NextSibling2();
+    items.alsoGeneralName(at);
+    at.getParent2();
+  });
+  return wellFormed && items.any();
+}
+
+// CRLDistributionPoints ::= SEQUENCE OF SEQUENCE { distributionPoint [0] { fullName [0]
+//   GeneralNames | nameRelativeToCRLIssuer [1] RDN } OPTIONAL, reasons [1] ..., cRLIssuer [2] ... }
+bool explainDistributionPoints(ClsXml& at, Items& items) {
+  eachChild(at, [&] {
+    eachChild(at, [&] {
+      if (!isContext(at, 0)) return;
+      eachChild(at, [&] {
+        if (!isContext(at, 0)) return;
+        eachChild(at, [&] { items.generalName(at); });
+      });
+    });
+  });
+  return items.any();
+}
+
+// CertificatePolicies ::= SEQUENCE OF SEQUENCE { policyIdentifier OBJECT IDENTIFIER,
+//   policyQualifiers SEQUENCE OF SEQUENCE { policyQualifierId OBJECT IDENTIFIER,
+//   qualifier ANY } OPTIONAL }; of the qualifiers, the URI of a statement (cps) is an IA5String.
+bool explainPolicies(ClsXml& at, Items& items) {
+  bool wellFormed = true;
+  StringBuffer text;
+  eachChild(at, [&] {
+    if (!at.getChildContentUtf8("oid", text, false)) {
+      wellFormed = false;
+      return;
+    }
+    items.oid(text.view());
+    if (!at.findChild2("sequence")) return;
+    eachChild(at, [&] {
+      if (at.getChildContentUtf8("ia5", text, false)) items.alsoText(text.view());
+    });
+    at.getParent2();
+  });
+  return wellFormed && items.any();
+}
+
+// NameConstraints ::= SEQUENCE { permittedSubtrees [0] SEQUENCE OF GeneralSubtree OPTIONAL,
+//   excludedSubtrees [1] ... OPTIONAL }; GeneralSubtree ::= SEQUENCE { base GeneralName, ... }
+bool explainNameConstraints(ClsXml& at, Items& items) {
+  bool wellFormed = true;
+  eachChild(at, [&] {
+    const bool permitted = isContext(at, 0);
+    if (!permitted && !isContext(at, 1)) wellFormed = false;
+    eachChild(at, [&] {
+      if (!at.FirstChild2()) {
+        wellFormed = false;
+        return;
+      }
+      items.next().append(permitted ? "only" : "not");
+      items.alsoGeneralName(at);
+      at.getParent2();
+    });
+  });
+  return wellFormed && items.any();
+}
+
+// GeneralNames ::= SEQUENCE OF GeneralName
+bool explainGeneralNames(ClsXml& at, Items& items) {
+  eachChild(at, [&] { items.generalName(at); });
+  return items.any();
+}
+
+struct Explained {
+  std::string_view oid;
+  const char* outermost;
+  Explain explain;
+};
+
+constexpr Explained kExplained[] = {
+    {"2.5.29.15", "bits", explainKeyUsage},
+    {"2.5.29.17", "sequence", explainGeneralNames},
+    {"2.5.29.18", "sequence", explainGeneralNames},
+    {"2.5.29.19", "sequence", explainBasicConstraints},
+    {"2.5.29.30", "sequence", explainNameConstraints},
+    {"2.5.29.31", "sequence", explainDistributionPoints},
+    {"2.5.29.32", "sequence", explainPolicies},
+    {"2.5.29.37", "sequence", explainKeyPurposes},
+    {"2.5.29.46", "sequence", explainDistributionPoints},
+    {"1.3.6.1.5.5.7.1.1", "sequence", explainAccess},
+    {"1.3.6.1.5.5.7.1.11", "sequence", explainAccess},
+};
+
+void appendSize(std::string_view base64, StringBuffer& out) {
+  DataBuffer octets;
+  octets.appendEncoded(base64, "base64");
+  out.appendInt(static_cast<int64_t>(octets.size()));
+  out.append(octets.size() == 1 ? " byte" : " bytes");
+}
+
+}  // namespace
+
+void appendMeaning(const ListedExtension& extension, OidStyle style, StringBuffer& out) {
+  if (!extension.value) {
+    out.append("without a value");
+    return;
+  }
+  const auto* known =
+      std::find_if(std::begin(kExplained), std::end(kExplained),
+                   [&](const Explained& each) { return each.oid == extension.oid; });
+  if (known == std::end(kExplained)) return appendSize(*extension.value, out);
+  const size_t start = out.getSize();
+  const XmlHandle tree = treeOfBase64(*extension.value);
+  Items items(style, out);
+  if (tree && tree->tagEquals(known->outermost) && known->explain(*tree, items)) return;
+  out.truncate(start);
+  out.append("cannot be read, ");
+  appendSize(*extension.value, out);
+}
+
+}  // namespace velmora::tool

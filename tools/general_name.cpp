@@ -1,0 +1,113 @@
+#include "tools/general_name.h"
+
+#include "support/asn1/der_xml_codec.h"
+#include "support/asn1/oids.h"
+#include "tools/certificate_tree.h"
+#include "tools/escape.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr std::string_view kTypes[] = {"otherName", "email", "dns", "x400",        "directory",
+                                       "ediParty",  "uri",   "ip",  "registeredId"};
+
+std::string_view typeOf(const ClsXml& at) {
+  if (!at.tagEquals("contextSpecific")) return "unknown";
+  const int tag = at.getAttrValueInt("tag");
+  const bool isKnown = tag >= 0 && tag < static_cast<int>(std::size(kTypes));
+  return isKnown ? kTypes[tag] : "unknown";
+}
+
+// OtherName ::= SEQUENCE { type-id OBJECT IDENTIFIER, value [0] EXPLICIT ANY DEFINED BY type-id }
+bool readOtherName(ClsXml& at, GeneralName& name) {
+  if (at.get_NumChildren() != 2) return false;
+  const XmlHandle part(at.GetChild(0));
+  if (!part || !part->tagEquals("oid")) return false;
+  name.oid.append(part->contentView());
+  part->NextSibling2();
+  if (!isContext(*part, 0) || part->get_NumChildren() != 1) return false;
+  part->FirstChild2();
+  for (const char* tag : {"utf8", "ia5", "printable"}) {
+    if (!part->tagEquals(tag) || part->hasAttrWithValue("encoding", "latin1")) continue;
+    name.form = GeneralName::Form::kOtherText;
+    return name.text.append(part->contentView());
+  }
+  LogNull log;
+  name.form = GeneralName::Form::kOtherOctets;
+  return DerXmlCodec::xmlToDer(*part, name.octets, log);
+}
+
+bool readDirectoryName(const ClsXml& at, GeneralName& name) {
+  if (at.get_NumChildren() != 1) return false;
+  const XmlHandle directory(at.GetChild(0));
+  if (!directory || !eachAttribute(*directory, [](size_t, std::string_view) {})) return false;
+  LogNull log;
+  XString text;
+  eachChild(*directory, [&] { VelmoraX509::appendToDN(*directory, true, 0, text, log); });
+  return name.text.append(text.getUtf8Sb());
+}
+
+bool readValue(ClsXml& at, GeneralName& name) {
+  if (isContext(at, 0)) return readOtherName(at, name);
+  if (isContext(at, 4)) return readDirectoryName(at, name);
+  DataBuffer octets;
+  octets.appendEncoded(at.contentView(), "base64");
+  for (const int tag : {1, 2, 6}) {
+    if (isPrimitiveContext(at, tag)) return name.text.append(octets);
+  }
+  if (isPrimitiveContext(at, 7)) return appendIpAddress(octets.span(), name.text);
+  return isPrimitiveContext(at, 8) && oidToDotted(octets.span(), name.text);
+}
+
+}  // namespace
+
+void readGeneralName(ClsXml& at, GeneralName& name) {
+  name.type = typeOf(at);
+  name.form = GeneralName::Form::kText;
+  name.oid.weakClear();
+  name.text.weakClear();
+  name.octets.clear();
+  if (readValue(at, name)) return;
+  LogNull log;
+  name.form = GeneralName::Form::kOctets;
+  name.octets.clear();
+  DerXmlCodec::xmlToDer(at, name.octets, log);
+}
+
+void writeGeneralName(const GeneralName& name, JsonLine& line) {
+  using Form = GeneralName::Form;
+  line.beginObject("");
+  line.text("type", name.type);
+  if (name.form == Form::kText) {
+    line.text("value", name.text.view());
+  } else if (name.form == Form::kOctets) {
+    line.base64("value", name.octets.span());
+  } else {
+    line.beginObject("value");
+    line.text("oid", name.oid.view());
+    if (name.form == Form::kOtherText) line.text("text", name.text.view());
+    if (name.form == Form::kOtherOctets) line.hex("hex", name.octets.span());
+    line.endObject();
+  }
+  line.endObject();
+}
+
+void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out) {
+  using Form = GeneralName::Form;
+  out.append(name.type);
+  out.appendChar(' ');
+  if (name.form == Form::kOtherText || name.form == Form::kOtherOctets) {
+    appendOidShort(name.oid.view(), style, out);
+    out.appendChar('=');
+  }
+  if (name.form == Form::kText || name.form == Form::kOtherText) {
+    appendPrintable(name.text.view(), out);
+  } else {
+    out.appendChar('#');
+    name.octets.encodeDB("hexlower", out);
+  }
+}
+
+}  // namespace velmora::tool

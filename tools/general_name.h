@@ -1,0 +1,45 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "support/text/data_buffer.h"
+#include "support/xml/cls_xml.h"
+#include "tools/json_writer.h"
+#include "tools/oid_text.h"
+
+namespace velmora::tool {
+
+/// One general name (RFC 5280 §4.2.1.6).
+struct GeneralName {
+  enum class Form {
+    kText,         // `text`: of an e-mail address, DNS name or URI its octets, of the others a
+                   // rendering in UTF-8
+    kOtherText,    // otherName: `text` of the type `oid`
+    kOtherOctets,  // otherName: `octets`, DER of the type `oid`
+    kOctets        // `octets`: the DER of the whole general name
+  };
+
+  std::string_view type;  // otherName, email, dns, x400, directory, ediParty, uri, ip, registeredId
+  Form form = Form::kText;
+  StringBuffer oid;
+  StringBuffer text;
+  DataBuffer octets;
+};
+
+/// Reads the general name at the handle, which is back afterwards. What is malformed, and what has
+/// no text, is given as octets.
+void readGeneralName(ClsXml& at, GeneralName& name);
+
+/// The name as {type, value}.
+void writeGeneralName(const GeneralName& name, JsonLine& line);
+
+/// The name on one line for people: the type and the value, safe to print.
+void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out);
+
+/// Appends an IP address as RFC 5952 §4 and §5 write it (of IPv4 as usual) with "/" and the mask
+/// behind it where there is one: its length or, with a gap in it, the mask itself. False for octets
+/// that are neither 4, 8, 16 nor 32.
+bool appendIpAddress(std::span<const unsigned char> octets, StringBuffer& out);
+
+}  // namespace velmora::tool
