@@ -1,10 +1,13 @@
 #include <fstream>
+#include <map>
 #include <thread>
 
 #include "tests/x509/all_getters.h"
 
 namespace velmora::test {
+namespace {
 
+// The certificates of the data set by their descriptions.
 std::map<std::string, std::string> dataCertificates() {
   std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/certificates.pem");
   std::map<std::string, std::string> certificates;
@@ -22,8 +25,6 @@ std::map<std::string, std::string> dataCertificates() {
   return certificates;
 }
 
-namespace {
-
 std::vector<std::string> answersOf(VelmoraX509& cert) {
   std::vector<std::string> answers;
   for (const NamedGetter& getter : kGetters) {
@@ -35,7 +36,7 @@ std::vector<std::string> answersOf(VelmoraX509& cert) {
   return answers;
 }
 
-/// Each field of a certificate in turn gone, or another element.
+// Each field of a certificate in turn gone, or another element.
 std::vector<der::Bytes> malformedCertificates() {
   using Fields = der::Certificate;
   std::vector<der::Bytes> all = {der::sequence(der::null()), der::sequence(der::sequence())};

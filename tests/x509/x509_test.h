@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,10 +25,6 @@ struct LoadedX509 : VelmoraX509 {
     EXPECT_TRUE(load(*this, der, log)) << log.text().view();
   }
 };
-
-/// What openssl and its like can be made to write, and a few things that they cannot: the
-/// certificates of tests/data/certificates.pem by their descriptions.
-std::map<std::string, std::string> dataCertificates();
 
 /// A certificate with extensions, each from extension().
 template <class... Extensions>
