@@ -11,6 +11,7 @@ namespace velmora::bench {
 
 void registerLoad(const Ders& ders);
 void registerFields(const Ders& ders);
+void registerAllFields(const Ders& ders);
 void registerBundle(const DataBuffer& bundle, size_t count);
 
 /// The heap that a loaded certificate holds, its object included, in bytes on average.

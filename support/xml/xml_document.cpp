@@ -67,12 +67,6 @@ XmlIndex XmlDocument::findAttribute(XmlIndex node, const XmlNameKey& key) const 
   return at;
 }
 
-XmlIndex XmlDocument::following(XmlIndex at, XmlIndex top) const noexcept {
-  if (m_nodes[at].firstChild != kNoXmlIndex) return m_nodes[at].firstChild;
-  while (at != top && m_nodes[at].next == kNoXmlIndex) at = m_nodes[at].parent;
-  return at == top ? kNoXmlIndex : m_nodes[at].next;
-}
-
 // Changes.
 
 bool XmlDocument::setName(XmlIndex node, std::string_view name) noexcept {

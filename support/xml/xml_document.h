@@ -85,7 +85,11 @@ class XmlDocument final : public RefCountedObject {
   /// The attribute of that name, or kNoXmlIndex.
   XmlIndex findAttribute(XmlIndex node, const XmlNameKey& key) const noexcept;
   /// The element after `at` in document order inside the subtree at `top`, or kNoXmlIndex.
-  XmlIndex following(XmlIndex at, XmlIndex top) const noexcept;
+  XmlIndex following(XmlIndex at, XmlIndex top) const noexcept {
+    if (m_nodes[at].firstChild != kNoXmlIndex) return m_nodes[at].firstChild;
+    while (at != top && m_nodes[at].next == kNoXmlIndex) at = m_nodes[at].parent;
+    return at == top ? kNoXmlIndex : m_nodes[at].next;
+  }
 
   // Changes. Each is done whole, or gives false (kNoXmlIndex) and leaves the document as it was:
   // for a name that XML could not read back, for memory, for a document beyond 4 GiB of text or
