@@ -35,7 +35,10 @@ class CertificateTree {
   /// The first extension with the dotted OID, as a tree; none when it is absent or is not ASN.1.
   XmlHandle extension(std::string_view oid) const;
 
-  // New handles on parts; none when the certificate lacks them.
+  // New handles on parts; none when the certificate lacks them. The two algorithms are those of the
+  // signature: inside tbsCertificate (§4.1.2.3) and behind it (§4.1.1.2).
+  XmlHandle innerAlgorithm() const { return part("sequence|sequence"); }
+  XmlHandle outerAlgorithm() const { return part("sequence[1]"); }
   XmlHandle subject() const { return part("sequence|sequence[3]"); }
   XmlHandle issuer() const { return part("sequence|sequence[1]"); }
   XmlHandle publicKey() const { return part("sequence|sequence[4]"); }

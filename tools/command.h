@@ -31,5 +31,7 @@ extern const Command kPinCommand;
 extern const Command kMatchCommand;
 extern const Command kExpiresCommand;
 extern const Command kSplitCommand;
+extern const Command kVerifyCommand;
+extern const Command kIssuerCommand;
 
 }  // namespace velmora::tool

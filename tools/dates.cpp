@@ -15,6 +15,22 @@ bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase
   return other.toUnixSeconds() != 0;
 }
 
+bool parseIsoTime(std::string_view text, VelmoraSysTime& time) {
+  constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
+  constexpr size_t kDateSize = 10;
+  if (text.size() != kDateSize && text.size() != kForm.size()) return false;
+  StringBuffer digits;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool isDigit = text[i] >= '0' && text[i] <= '9';
+    if (kForm[i] == 'd' ? !isDigit : text[i] != kForm[i]) return false;
+    if (isDigit) digits.appendChar(text[i]);
+  }
+  if (text.size() == kDateSize) digits.append("000000");
+  digits.appendChar('Z');
+  LogNull log;
+  return time.fromX509(digits.view(), true, log);
+}
+
 void appendSpan(int64_t seconds, StringBuffer& out) {
   if (seconds < kSecondsInHour) {
     out.append("less than an hour");

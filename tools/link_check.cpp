@@ -1,0 +1,285 @@
+#include "tools/link_check.h"
+
+#include <algorithm>
+
+#include "support/asn1/vm_asn1.h"
+#include "support/hash/vm_hash.h"
+#include "tools/dates.h"
+#include "tools/oid_text.h"
+#include "x509/signature_algorithms.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr std::string_view kRsa = "RSA";
+constexpr std::string_view kRsaPss = "RSA-PSS";
+constexpr std::string_view kDsa = "DSA";
+constexpr std::string_view kEc = "EC";
+constexpr std::string_view kEd25519 = "Ed25519";
+constexpr size_t kEd25519SignatureSize = 64;
+constexpr unsigned kLeastRsaBits = 2048;
+
+// An algorithm that is checked to the letter, the key that it is for and its hash.
+struct Algorithm {
+  std::string_view oid;
+  std::string_view keyType;
+  int hashId;  // of _vmHash; of RSASSA-PSS the parameters tell
+};
+
+constexpr std::string_view kPssOid = "1.2.840.113549.1.1.10";
+
+constexpr Algorithm kAlgorithms[] = {
+    {"1.2.840.113549.1.1.5", kRsa, _vmHash::kSha1},
+    {"1.2.840.113549.1.1.11", kRsa, _vmHash::kSha256},
+    {"1.2.840.113549.1.1.12", kRsa, _vmHash::kSha384},
+    {"1.2.840.113549.1.1.13", kRsa, _vmHash::kSha512},
+    {kPssOid, kRsaPss, _vmHash::kUnknown},
+    {"1.2.840.10045.4.1", kEc, _vmHash::kSha1},
+    {"1.2.840.10045.4.3.2", kEc, _vmHash::kSha256},
+    {"1.2.840.10045.4.3.3", kEc, _vmHash::kSha384},
+    {"1.2.840.10045.4.3.4", kEc, _vmHash::kSha512},
+    {"1.2.840.10040.4.3", kDsa, _vmHash::kSha1},
+    {"2.16.840.1.101.3.4.3.2", kDsa, _vmHash::kSha256},
+    {"1.3.101.112", kEd25519, _vmHash::kSha512},
+};
+
+std::string_view hashName(int hashId) {
+  switch (hashId) {
+    case _vmHash::kSha1:
+      return "SHA-1";
+    case _vmHash::kSha256:
+      return "SHA-256";
+    case _vmHash::kSha384:
+      return "SHA-384";
+    case _vmHash::kSha512:
+      return "SHA-512";
+    default:
+      return {};
+  }
+}
+
+// Keeps the first error and the hash that an RSA signature names.
+class SignatureLog final : public LogBase {
+ public:
+  SignatureLog() { m_verbose = true; }
+
+  const StringBuffer& hashOid() const noexcept { return m_hashOid; }
+  std::string error() const {
+    std::string_view text = m_error.view();
+    if (text.ends_with('.')) text.remove_suffix(1);
+    return std::string(text);
+  }
+
+  void LogError(const char* message) override {
+    if (m_error.isEmpty()) m_error.append(message);
+  }
+  void LogInfo(const char*) override {}
+  void LogData(const char* key, std::string_view value) override {
+    if (std::string_view(key) != "HashAlgorithmOid") return;
+    m_hashOid.weakClear();
+    m_hashOid.append(value);
+  }
+  void enterContext(const char*) override {}
+  void leaveContext() override {}
+
+ private:
+  StringBuffer m_error;
+  StringBuffer m_hashOid;
+};
+
+std::string oidText(std::string_view oid) {
+  StringBuffer text;
+  appendOid(oid, OidStyle::kNamed, text);
+  return std::string(text.view());
+}
+
+// The hash of RSASSA-PSS parameters; unknown for parameters that cannot be read.
+int pssHash(const XmlHandle& algorithm) {
+  LogNull log;
+  int hashId = _vmHash::kUnknown;
+  int maskHashId = _vmHash::kUnknown;
+  int saltLength = 0;
+  const RefOwner<_vmAsn1> parsed(algorithm ? _vmAsn1::xml_to_asn(*algorithm, log) : nullptr);
+  if (!parsed || !parsed->DecodeInner(true, log) ||
+      !_vmAsn1::parseRsaSsaPssParams(*parsed, hashId, maskHashId, saltLength, log)) {
+    return _vmHash::kUnknown;
+  }
+  return hashId;
+}
+
+// Whether a key that is for RSASSA-PSS alone allows the hash: without parameters it allows any
+// (RFC 4055 §1.2).
+bool pssKeyAllows(const KnownCertificate& signer, int hashId) {
+  const bool isBound = signer.keyAlgorithm && signer.keyAlgorithm->get_NumChildren() > 1;
+  return !isBound || pssHash(signer.keyAlgorithm) == hashId;
+}
+
+bool fitsKey(const Algorithm& algorithm, const KnownCertificate& signer, int hashId) {
+  const std::string_view keyType = signer.key.type;
+  if (algorithm.keyType != kRsaPss) return keyType == algorithm.keyType;
+  return keyType == kRsa || (keyType == kRsaPss && pssKeyAllows(signer, hashId));
+}
+
+// One check on its way: each step either leaves the report open or closes it.
+class SignatureCheck {
+ public:
+  SignatureCheck(const KnownCertificate& certificate, const KnownCertificate& signer)
+      : m_certificate(certificate), m_signer(signer) {
+    m_report.key = signer.key;
+  }
+
+  SignatureReport run() {
+    m_certificate.loaded.get().getCertDer(m_der);
+    if (!readCertificateSignature(m_der, m_parts, m_log)) {
+      return close(SignatureVerdict::kRefused, m_log.error());
+    }
+    m_report.algorithm = m_parts.algorithmOid.view();
+    if (!m_certificate.sameAlgorithms) {
+      return close(SignatureVerdict::kRefused,
+                   "the certificate names two different signature algorithms, inside and behind "
+                   "what is signed");
+    }
+    return chooseAlgorithm();
+  }
+
+ private:
+  SignatureReport close(SignatureVerdict verdict, std::string reason) {
+    m_report.verdict = verdict;
+    m_report.reason = std::move(reason);
+    return std::move(m_report);
+  }
+
+  SignatureReport cannotCheck(std::string_view why) {
+    return close(SignatureVerdict::kCannotCheck,
+                 "cannot check this algorithm: " + oidText(m_report.algorithm) + std::string(why));
+  }
+
+  SignatureReport chooseAlgorithm() {
+    const auto algorithm =
+        std::find_if(std::begin(kAlgorithms), std::end(kAlgorithms),
+                     [&](const Algorithm& each) { return each.oid == m_report.algorithm; });
+    if (algorithm == std::end(kAlgorithms)) return cannotCheck("");
+    const bool isPss = algorithm->oid == kPssOid;
+    m_hashId = isPss ? pssHash(m_certificate.outerAlgorithm) : algorithm->hashId;
+    m_report.hash = hashName(m_hashId);
+    if (m_report.hash.empty()) return cannotCheck(" with parameters that are not understood");
+    if (!fitsKey(*algorithm, m_signer, m_hashId)) {
+      std::string reason = "the algorithm " + oidText(algorithm->oid);
+      reason += " does not fit the issuer's key, which is ";
+      reason += m_signer.key.type.empty() ? "unknown" : oidText(m_signer.key.type);
+      return close(SignatureVerdict::kRefused, std::move(reason));
+    }
+    warn(*algorithm);
+    return verify(*algorithm);
+  }
+
+  void warn(const Algorithm& algorithm) {
+    if (m_hashId == _vmHash::kSha1) {
+      m_report.warnings.emplace_back("SHA-1 no longer protects against forged certificates");
+    }
+    const bool isRsa = m_signer.key.type.starts_with(kRsa);
+    if (isRsa && m_signer.key.bits.value_or(0) < kLeastRsaBits) {
+      m_report.warnings.emplace_back("an RSA key below 2048 bits is too short");
+    }
+    if (algorithm.keyType == kDsa) {
+      m_report.warnings.emplace_back("DSA is no longer approved for signatures");
+    }
+  }
+
+  SignatureReport verify(const Algorithm& algorithm) {
+    const size_t size = m_parts.signature.size();
+    if (algorithm.keyType == kEd25519 && size != kEd25519SignatureSize) {
+      return close(SignatureVerdict::kRefused,
+                   "an Ed25519 signature has 64 bytes, this one " + std::to_string(size));
+    }
+    DataBuffer keyBytes;
+    _vmPublicKey key;
+    if (!m_signer.loaded.get().get_PublicKey(keyBytes, m_log) ||
+        !loadIssuerKey(m_parts, keyBytes, key, m_log) || key.isEmpty()) {
+      const std::string reason = m_log.error();
+      return close(SignatureVerdict::kCannotCheck,
+                   "cannot check with this key: " + (reason.empty() ? "Invalid key" : reason));
+    }
+    if (!verifyWithKey(m_parts, key, m_log)) {
+      return close(SignatureVerdict::kWrong, "wrong signature: " + m_log.error());
+    }
+    const bool isPkcs1 = algorithm.keyType == kRsa;
+    if (isPkcs1 && _vmHash::oidToHashAlg(m_log.hashOid()) != m_hashId) {
+      return close(SignatureVerdict::kRefused, "the signature names the hash " +
+                                                   oidText(m_log.hashOid().view()) +
+                                                   ", its algorithm another one");
+    }
+    return close(SignatureVerdict::kGood, "");
+  }
+
+  const KnownCertificate& m_certificate;
+  const KnownCertificate& m_signer;
+  DataBuffer m_der;
+  CertificateSignature m_parts;
+  SignatureLog m_log;
+  SignatureReport m_report;
+  int m_hashId = _vmHash::kUnknown;
+};
+
+std::string isoText(const VelmoraSysTime& time) {
+  StringBuffer text;
+  time.appendIso8601(text);
+  return std::string(text.view());
+}
+
+void checkDates(const KnownCertificate& certificate, const VelmoraSysTime& at, Findings& findings) {
+  LogNull log;
+  VelmoraSysTime from;
+  VelmoraSysTime until;
+  const bool read = readDate(certificate.loaded.get(), true, from, log) &&
+                    readDate(certificate.loaded.get(), false, until, log);
+  if (!read) {
+    findings.failures.emplace_back("a date of it cannot be read");
+  } else if (from.is_after_by_compare(at, true)) {
+    findings.failures.push_back("not valid before " + isoText(from));
+  } else if (at.is_after_by_compare(until, true)) {
+    findings.failures.push_back("expired at " + isoText(until));
+  }
+}
+
+}  // namespace
+
+SignatureReport checkSignature(const KnownCertificate& certificate,
+                               const KnownCertificate& signer) {
+  return SignatureCheck(certificate, signer).run();
+}
+
+void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime& at,
+                      Findings& findings) {
+  checkDates(certificate, at, findings);
+  for (const std::string& oid : certificate.unknownCritical) {
+    findings.failures.push_back("the critical extension " +
+                                (oid.empty() ? "without an OID" : oidText(oid)) + " is unknown");
+  }
+  if (certificate.repeatsExtension) findings.failures.emplace_back("an extension is there twice");
+  for (const std::string& oid : certificate.uncheckedConstraints) {
+    findings.warnings.push_back("the critical extension " + oidText(oid) + " is not evaluated");
+  }
+}
+
+void checkIssuer(const KnownCertificate& issuer, size_t below, bool maybeRoot, Findings& findings) {
+  const auto& constraints = issuer.basicConstraints;
+  if (constraints.present && !constraints.value) {
+    findings.failures.emplace_back("its basicConstraints cannot be read");
+  } else if (constraints.present && !constraints.value->isCa) {
+    findings.failures.emplace_back("by its basicConstraints it is not a CA");
+  } else if (!constraints.present && (issuer.isVersion3 || !maybeRoot)) {
+    findings.failures.emplace_back("it is not a CA: it has no basicConstraints");
+  } else if (constraints.present && constraints.value->pathLength &&
+             below > *constraints.value->pathLength) {
+    findings.failures.push_back("its path length allows " +
+                                std::to_string(*constraints.value->pathLength) +
+                                " CAs below it, not " + std::to_string(below));
+  }
+  if (issuer.mayCertify.present && !issuer.mayCertify.value.value_or(false)) {
+    findings.failures.emplace_back("its keyUsage does not allow it to sign certificates");
+  }
+}
+
+}  // namespace velmora::tool
