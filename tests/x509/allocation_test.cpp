@@ -1,7 +1,7 @@
 #include "tests/common/allocation_fault.h"
 
 #include <memory>
-#include <regex>
+#include <string>
 
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"
@@ -110,8 +110,14 @@ der::Bytes richCertificate(const der::Bytes& publicKey) {
 }
 
 // A date for which there is no memory is one that cannot be read, which counts as long past.
-std::string withoutDates(const std::string& summary) {
-  return std::regex_replace(summary, std::regex("(<valid(From|To)UTC>)[^<]*"), "$1");
+std::string withoutDates(std::string summary) {
+  for (const std::string_view tag : {"<validFromUTC>", "<validToUTC>"}) {
+    const size_t found = summary.find(tag);
+    if (found == std::string::npos) continue;
+    const size_t start = found + tag.size();
+    summary.erase(start, summary.find('<', start) - start);
+  }
+  return summary;
 }
 
 // A right answer, or one that says that it is none; and none that stays.

@@ -8,10 +8,6 @@ using namespace std::string_literals;
 constexpr const char* kSan = "2.5.29.17";
 constexpr const char* kEmail = "1.2.840.113549.1.9.1";
 
-der::Bytes primitive(unsigned n, std::string_view content) {
-  return der::element(0x80 | n, content);
-}
-
 template <class... Names>
 der::Bytes withNames(const Names&... names) {
   return withExtensions(extension(kSan, der::sequence(names...)));

@@ -15,10 +15,6 @@ der::Bytes withNames(const der::Bytes& issuer, const der::Bytes& subject) {
   return fields.der();
 }
 
-der::Bytes withSubject(const der::Bytes& name) {
-  return withNames(der::Certificate().issuer, name);
-}
-
 // What the subject and the issuer give for one attribute of their names, with its members.
 struct ValueCase {
   const char* what;

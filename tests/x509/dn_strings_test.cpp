@@ -9,12 +9,6 @@ der::Bytes cn(std::string_view value) {
   return der::attribute("2.5.4.3", der::printable(value));
 }
 
-der::Bytes withSubject(const der::Bytes& name) {
-  der::Certificate fields;
-  fields.subject = name;
-  return fields.der();
-}
-
 TEST(DistinguishedName, BothNamesInBothOrdersWithAndWithoutTypes) {
   LoadedX509 cert(der::Certificate().der());
   LogText log;

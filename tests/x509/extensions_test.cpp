@@ -6,11 +6,6 @@ namespace {
 constexpr const char* kSki = "2.5.29.14";
 constexpr const char* kAki = "2.5.29.35";
 
-// An implicitly tagged, primitive [n].
-der::Bytes primitive(unsigned n, std::string_view content) {
-  return der::element(0x80 | n, content);
-}
-
 std::string dataOf(VelmoraX509& cert, const char* oid) {
   LogText log;
   DataBuffer out;

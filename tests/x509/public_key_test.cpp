@@ -7,12 +7,6 @@ constexpr const char* kDsa = "1.2.840.10040.4.1";
 constexpr const char* kEc = "1.2.840.10045.2.1";
 constexpr const char* kGost = "1.2.804.2.1.1.1.1.3.1.1";
 
-der::Bytes withKey(const der::Bytes& publicKey) {
-  der::Certificate fields;
-  fields.publicKey = publicKey;
-  return fields.der();
-}
-
 der::Bytes keyInfo(const std::string& oid, std::string_view bits) {
   return der::sequence(der::sequence(der::oid(oid), der::oid("1.2.3")), der::bits(bits));
 }

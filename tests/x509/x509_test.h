@@ -26,15 +26,36 @@ struct LoadedX509 : VelmoraX509 {
   }
 };
 
+/// An implicitly tagged, primitive [n].
+inline der::Bytes primitive(unsigned n, std::string_view content) {
+  return der::element(0x80 | n, content);
+}
+/// A certificate with one field replaced.
+inline der::Bytes withField(der::Bytes der::Certificate::*field, const der::Bytes& value) {
+  der::Certificate fields;
+  fields.*field = value;
+  return fields.der();
+}
+inline der::Bytes withSubject(const der::Bytes& name) {
+  return withField(&der::Certificate::subject, name);
+}
+inline der::Bytes withKey(const der::Bytes& publicKey) {
+  return withField(&der::Certificate::publicKey, publicKey);
+}
+
 /// A certificate with extensions, each from extension().
 template <class... Extensions>
 der::Bytes withExtensions(const Extensions&... extensions) {
-  der::Certificate fields;
-  fields.extensions = der::context(3, der::sequence(extensions...));
-  return fields.der();
+  return withField(&der::Certificate::extensions, der::context(3, der::sequence(extensions...)));
 }
 inline der::Bytes extension(const std::string& oid, std::string_view value) {
   return der::sequence(der::oid(oid), der::octets(value));
+}
+
+inline DataBuffer bytesOf(std::string_view text) {
+  DataBuffer bytes;
+  EXPECT_TRUE(bytes.append(text.data(), text.size()));
+  return bytes;
 }
 
 /// Fields that no operation shows. Explicit instantiation may name private members; it stands in
@@ -66,7 +87,7 @@ inline std::string serialOf(VelmoraX509& cert) {
 }
 
 /// Keeps the error lines apart from everything else.
-class ErrorLog final : public LogBase {
+class ErrorLog : public LogBase {
  public:
   void LogError(const char* message) override { errors.emplace_back(message); }
   void LogInfo(const char*) override {}

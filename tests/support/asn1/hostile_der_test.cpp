@@ -49,14 +49,9 @@ std::string nested(int count, std::string innermost, Wrap wrap) {
   return innermost;
 }
 
-TEST(HostileDer, ACertificateGivesItsBytesBack) {
-  const std::string octets = certificate();
-  ASSERT_GT(octets.size(), 500U);
-  EXPECT_EQ(toDerHex(toXml(octets).value()), hexOf(octets));
-}
-
 TEST(HostileDer, EveryPrefixIsRefused) {
   const std::string octets = certificate();
+  ASSERT_GT(octets.size(), 500U);
   for (size_t size = 0; size < octets.size(); ++size) {
     const std::string prefix = octets.substr(0, size);  // of its own, so that no read goes beyond
     EXPECT_FALSE(toXml(prefix)) << size;

@@ -8,6 +8,7 @@
 #include "support/hash/vm_hash.h"
 #include "support/log/log_sinks.h"
 #include "tests/common/der_builder.h"
+#include "tests/support/asn1/codec_texts.h"
 
 namespace velmora::test {
 namespace {
@@ -51,44 +52,23 @@ std::string nested(size_t depth) {
   return der;
 }
 
-// BER and the DER that it is read as.
-struct Spelling {
-  const char* what;
-  std::string ber;
-  std::string der;
-};
-
-const Spelling kSpellings[] = {
-    {"DER", der::sequence(der::integer("\x05"), der::set()),
-     der::sequence(der::integer("\x05"), der::set())},
-    {"long length", std::string("\x30\x82\x00\x03\x02\x01\x05", 7),
-     der::sequence(der::integer("\x05"))},
-    {"long length inside", std::string("\x30\x04\x02\x81\x01\x05", 6),
-     der::sequence(der::integer("\x05"))},
-    {"indefinite length", std::string("\x30\x80\x02\x01\x05\x00\x00", 7),
-     der::sequence(der::integer("\x05"))},
-    {"string in segments",
-     std::string("\x24\x06\x04\x01"
-                 "a"
-                 "\x04\x01"
-                 "b"),
-     der::octets("ab")},
-    {"boolean of another value", std::string("\x01\x01\x01"), std::string("\x01\x01\x01")},
-    {"set out of order", der::set(der::integer("\x02"), der::integer("\x01")),
-     der::set(der::integer("\x02"), der::integer("\x01"))},
-    {"long tag", std::string("\x1F\x81\x00\x00", 4), std::string("\x1F\x81\x00\x00", 4)},
-};
-
 TEST(VmAsn1, EncodesWhatItReadAsDer) {
-  for (const Spelling& spelling : kSpellings) {
-    SCOPED_TRACE(spelling.what);
-    const Node tree(wholeTree(spelling.ber));
-    ASSERT_TRUE(tree);
-    EXPECT_EQ(encoded(*tree), spelling.der);
-
-    const Node undecoded(firstStep(spelling.ber));
-    ASSERT_TRUE(undecoded);
-    EXPECT_EQ(encoded(*undecoded), spelling.der);
+  const std::pair<const char*, const char*> spellings[] = {
+      {"3005 020105 3100", "3005 020105 3100"},
+      {"30820003 020105", "3003 020105"},
+      {"3004 02810105", "3003 020105"},
+      {"3080 020105 0000", "3003 020105"},
+      {"2406 040161 040162", "0402 6162"},
+      {"010101", "010101"},                          // another true
+      {"3106 020102 020101", "3106 020102 020101"},  // a set out of order
+      {"1F810000", "1F810000"},
+  };
+  for (const auto& [ber, der] : spellings) {
+    SCOPED_TRACE(ber);
+    const Node tree(wholeTree(octetsOf(ber))), undecoded(firstStep(octetsOf(ber)));
+    ASSERT_TRUE(tree && undecoded);
+    EXPECT_EQ(encoded(*tree), octetsOf(der));
+    EXPECT_EQ(encoded(*undecoded), octetsOf(der));
     EXPECT_EQ(undecoded->numAsnParts(), tree->numAsnParts());
     EXPECT_EQ(content(*undecoded), content(*tree));
   }
@@ -221,70 +201,53 @@ TEST(VmAsn1, ReadsTheXmlForm) {
   EXPECT_FALSE(Node(_vmAsn1::xml_to_asn(*xml, log)));
 }
 
-// RSASSA-PSS parameters, and what is read; a hash of 0 says that they are refused.
-struct PssCase {
-  const char* what;
-  std::string parameters;
-  int hashId;
-  int maskHashId;
-  int saltLength;
-};
-
-const std::string kSha256Oid = "2.16.840.1.101.3.4.2.1";
-const std::string kSha512Oid = "2.16.840.1.101.3.4.2.3";
-const std::string kMgf1 = "1.2.840.113549.1.1.8";
-
-der::Bytes mask(const std::string& hash) {
-  return der::sequence(der::oid(kMgf1), der::algorithm(hash));
-}
-
-const PssCase kPssCases[] = {
-    {"defaults", der::sequence(), _vmHash::kSha1, _vmHash::kSha1, 20},
-    {"all stated",
-     der::sequence(der::context(0, der::algorithm(kSha256Oid)), der::context(1, mask(kSha512Oid)),
-                   der::context(2, der::integer("\x20")), der::context(3, der::integer("\x01"))),
-     _vmHash::kSha256, _vmHash::kSha512, 32},
-    {"hash without NULL", der::sequence(der::context(0, der::sequence(der::oid(kSha256Oid)))),
-     _vmHash::kSha256, _vmHash::kSha1, 20},
-    {"no salt", der::sequence(der::context(2, der::integer(std::string(1, '\0')))), _vmHash::kSha1,
-     _vmHash::kSha1, 0},
-    {"absent", "", 0, 0, 0},
-    {"null", der::null(), 0, 0, 0},
-    {"unknown hash", der::sequence(der::context(0, der::algorithm("1.2.3"))), 0, 0, 0},
-    {"unknown mask",
-     der::sequence(der::context(1, der::sequence(der::oid("1.2.3"), der::algorithm(kSha256Oid)))),
-     0, 0, 0},
-    {"mask without hash", der::sequence(der::context(1, der::sequence(der::oid(kMgf1)))), 0, 0, 0},
-    {"other trailer", der::sequence(der::context(3, der::integer("\x02"))), 0, 0, 0},
-    {"negative salt", der::sequence(der::context(2, der::integer("\xFF"))), 0, 0, 0},
-    {"padded salt", der::sequence(der::context(2, der::integer(std::string("\0\x20", 2)))), 0, 0,
-     0},
-    {"huge salt", der::sequence(der::context(2, der::integer("\x7F\xFF\xFF\xFF"))), 0, 0, 0},
-    {"out of order",
-     der::sequence(der::context(2, der::integer("\x20")),
-                   der::context(0, der::algorithm(kSha256Oid))),
-     0, 0, 0},
-    {"two salts", der::sequence(der::context(2, der::integer("\x20"), der::integer("\x20"))), 0, 0,
-     0},
-    {"unknown member", der::sequence(der::context(4, der::integer("\x01"))), 0, 0, 0},
-    {"something after", der::sequence() + der::null(), 0, 0, 0},
-    {"hash with other parameters",
-     der::sequence(der::context(0, der::sequence(der::oid(kSha256Oid), der::integer("\x01")))), 0,
-     0, 0},
-};
-
 TEST(VmAsn1, ReadsRsassaPssParameters) {
+  const der::Bytes sha256Oid = der::oid("2.16.840.1.101.3.4.2.1"),
+                   mgf1 = der::oid("1.2.840.113549.1.1.8");
+  const der::Bytes sha256 = der::algorithm("2.16.840.1.101.3.4.2.1");
+  const der::Bytes sha512 = der::algorithm("2.16.840.1.101.3.4.2.3");
+  const der::Bytes salt = der::context(2, der::integer("\x20"));
+  const struct {
+    const char* what;
+    std::string parameters;
+    int hashId = 0, maskHashId = -1, saltLength = -1;  // 0: refused
+  } cases[] = {
+      {"defaults", der::sequence(), _vmHash::kSha1, _vmHash::kSha1, 20},
+      {"all stated",
+       der::sequence(der::context(0, sha256), der::context(1, der::sequence(mgf1, sha512)), salt,
+                     der::context(3, der::integer("\x01"))),
+       _vmHash::kSha256, _vmHash::kSha512, 32},
+      {"hash without NULL", der::sequence(der::context(0, der::sequence(sha256Oid))),
+       _vmHash::kSha256, _vmHash::kSha1, 20},
+      {"no salt", der::sequence(der::context(2, der::integer(std::string(1, '\0')))),
+       _vmHash::kSha1, _vmHash::kSha1, 0},
+      {"absent", ""},
+      {"null", der::null()},
+      {"unknown hash", der::sequence(der::context(0, der::algorithm("1.2.3")))},
+      {"unknown mask", der::sequence(der::context(1, der::sequence(der::oid("1.2.3"), sha256)))},
+      {"mask without hash", der::sequence(der::context(1, der::sequence(mgf1)))},
+      {"other trailer", der::sequence(der::context(3, der::integer("\x02")))},
+      {"negative salt", der::sequence(der::context(2, der::integer("\xFF")))},
+      {"padded salt", der::sequence(der::context(2, der::integer(std::string("\0\x20", 2))))},
+      {"huge salt", der::sequence(der::context(2, der::integer("\x7F\xFF\xFF\xFF")))},
+      {"out of order", der::sequence(salt, der::context(0, sha256))},
+      {"two salts", der::sequence(der::context(2, der::integer("\x20"), der::integer("\x20")))},
+      {"unknown member", der::sequence(der::context(4, der::integer("\x01")))},
+      {"something after", der::sequence() + der::null()},
+      {"hash with other parameters",
+       der::sequence(der::context(0, der::sequence(sha256Oid, der::integer("\x01"))))},
+  };
   LogNull log;
-  for (const PssCase& pss : kPssCases) {
+  for (const auto& pss : cases) {
     SCOPED_TRACE(pss.what);
     const Node node(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.10"), pss.parameters)));
     ASSERT_TRUE(node);
-    int hashId = -1, maskHashId = -1, saltLength = -1;
+    int hashId = -1, maskHashId = -1, saltLength = -1;  // kept when refused
     const bool read = _vmAsn1::parseRsaSsaPssParams(*node, hashId, maskHashId, saltLength, log);
     EXPECT_EQ(read, pss.hashId != 0);
     EXPECT_EQ(hashId, read ? pss.hashId : -1);
-    EXPECT_EQ(maskHashId, read ? pss.maskHashId : -1);
-    EXPECT_EQ(saltLength, read ? pss.saltLength : -1);
+    EXPECT_EQ(maskHashId, pss.maskHashId);
+    EXPECT_EQ(saltLength, pss.saltLength);
   }
   const Node other(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.11"), der::sequence())));
   int a = 0, b = 0, c = 0;

@@ -95,22 +95,20 @@ TEST(XmlBuild, ContentIsMadeUtf8AndMayComeFromTheDocument) {
 }
 
 TEST(XmlBuild, AttributeNumbers) {
-  const struct {
-    const char* value;
-    int number;
-  } cases[] = {{"0", 0},          {"3", 3}, {"-3", -3}, {"2147483647", 2147483647},
-               {"2147483648", 0}, {"", 0},  {"3x", 0},  {" 3", 0},
-               {"x", 0}};
+  const std::pair<const char*, int> cases[] = {
+      {"0", 0},         {"3", 3},  {"-3", -3}, {"", 0},
+      {"3x", 0},        {" 3", 0}, {"x", 0},   {"2147483647", 2147483647},
+      {"2147483648", 0}};
   _clsOwner xml(handleNamed("r"));
   EXPECT_EQ(xml->getAttrValueInt("tag"), 0);
-  for (const auto& c : cases) {
-    EXPECT_TRUE(xml->addAttribute("tag", c.value));
-    EXPECT_EQ(xml->getAttrValueInt("tag"), c.number) << c.value;
+  for (const auto& [value, number] : cases) {
+    EXPECT_TRUE(xml->addAttribute("tag", value));
+    EXPECT_EQ(xml->getAttrValueInt("tag"), number) << value;
   }
 }
 
 TEST(XmlBuild, MovesStayWithinTheTree) {
-  ClsXml* xml = load("<r><a><b/></a><c/><d/></r>");
+  const _clsOwner xml(load("<r><a><b/></a><c/><d/></r>"));
   EXPECT_FALSE(xml->getParent2() || xml->NextSibling2() || xml->PreviousSibling2());
   EXPECT_FALSE(xml->getChild2(3) || xml->getChild2(-1) || xml->findChild2("b"));
   EXPECT_EQ(xml->GetChild(3), nullptr);
@@ -122,7 +120,6 @@ TEST(XmlBuild, MovesStayWithinTheTree) {
   EXPECT_FALSE(xml->LastChild2() || xml->NextSibling2());
   EXPECT_TRUE(xml->GetParent2() && xml->tagEquals("a") && xml->NextSibling2());
   EXPECT_TRUE(xml->GetRoot2() && xml->findChild2("d") && xml->tagEquals("d"));
-  xml->deleteSelf();
 }
 
 TEST(XmlBuild, HandlesShareADocumentUntilOneLoadsAnother) {
@@ -237,30 +234,24 @@ class TreeMaker {
   }
 
   std::string text() {
-    static const std::string pieces[] = {"<",
-                                         ">",
-                                         "&",
-                                         "\"",
-                                         "'",
+    static constexpr std::string_view kMarks = "<>&\"'  \t\r\n";
+    static const char* const pieces[] = {// Markup, a block of text, and longer characters.
                                          "]]>",
                                          "&amp;",
                                          "&#0;",
                                          "<!--",
                                          "<b>",
-                                         "\xC3\xA9",
-                                         " ",
-                                         " ",
-                                         "\t",
-                                         "\r",
-                                         "\n",
                                          "\r\n",
                                          "0123456789abcdef",
+                                         "\xC3\xA9",
                                          "\xF0\x9F\x98\x80",
                                          "\xEF\xBB\xBF"};
     std::string made;
     for (size_t i = below(8); i > 0; --i) {
-      made += below(3) == 0 ? std::string(1, static_cast<char>(below(128)))
-                            : pieces[below(std::size(pieces))];
+      const size_t kind = below(3);
+      if (kind == 0) made += static_cast<char>(below(128));
+      if (kind == 1) made += kMarks[below(kMarks.size())];
+      if (kind == 2) made += pieces[below(std::size(pieces))];
     }
     return made;
   }
@@ -270,10 +261,8 @@ class TreeMaker {
 
 void expectSame(const XmlDocument& a, const XmlDocument& b) {
   ASSERT_EQ(a.nodeCount(), b.nodeCount());
-  XmlIndex i = 0;
-  XmlIndex k = 0;
-  while (i != kNoXmlIndex) {
-    ASSERT_NE(k, kNoXmlIndex);
+  XmlIndex i = 0, k = 0;
+  for (; i != kNoXmlIndex && k != kNoXmlIndex; i = a.following(i, 0), k = b.following(k, 0)) {
     EXPECT_EQ(a.name(i), b.name(k));
     EXPECT_EQ(a.content(i), b.content(k));
     EXPECT_EQ(a.node(i).childCount, b.node(k).childCount);
@@ -284,23 +273,19 @@ void expectSame(const XmlDocument& a, const XmlDocument& b) {
       EXPECT_EQ(a.text(a.attribute(p).value), b.text(b.attribute(q).value));
     }
     EXPECT_EQ(p, q);
-    i = a.following(i, 0);
-    k = b.following(k, 0);
   }
-  EXPECT_EQ(k, kNoXmlIndex);
+  EXPECT_EQ(i, k);
 }
 
 TEST(XmlBuild, HostileTreesComeBackWhole) {
   LogNull log;
   for (unsigned seed = 0; seed < 300; ++seed) {
     SCOPED_TRACE(seed);
-    ClsXml* made = TreeMaker(seed).make();
-    ClsXml* read = load(textOf(*made));
+    const _clsOwner made(TreeMaker(seed).make()), read(load(textOf(*made)));
     expectSame(made->document(), read->document());
-    ClsXml* copied = handleNamed("holder");
+    const _clsOwner copied(handleNamed("holder"));
     EXPECT_TRUE(copied->addChildTree(0, *made, log));
     EXPECT_EQ(textOf(*copied), "<holder>" + textOf(*made) + "</holder>");
-    for (ClsXml* xml : {made, read, copied}) xml->deleteSelf();
   }
 }
 

@@ -50,7 +50,7 @@ TEST(XmlPath, ReadsContentWithoutMoving) {
       {"/A/contextSpecific,constructed,1|int|*", "02"},
       {"*", ""},
   };
-  ClsXml* xml = load(kDocument);
+  const _clsOwner xml(load(kDocument));
   xml->put_J(1);
   LogNull log;
   for (const auto& c : cases) {
@@ -59,51 +59,25 @@ TEST(XmlPath, ReadsContentWithoutMoving) {
     EXPECT_EQ(result.view(), c.content) << c.path;
     EXPECT_FALSE(xml->getParent2()) << c.path;
   }
-  xml->deleteSelf();
 }
 
 TEST(XmlPath, WhatFindsNothingChangesNothing) {
   const char* const paths[] = {
-      "",
-      "|",
-      "|*",
-      "$*",
-      "bits",
-      "bits|",
-      "bits||*",
-      "bits|$x",
-      "*|bits|*",
-      "..|*",
-      "sequence|..|..|*",
-      "oid|*",  // is below, but no child
-      "mine|*",
-      "sequence|min|*",
-      "sequence|sequence[2]|*",
-      "sequence|sequence[-1]|*",
-      "sequence|sequence[]|*",
-      "sequence|sequence[1|*",
-      "sequence|sequence 1]|*",
-      "sequence|sequence[1]x|*",
-      "sequence|sequence[01x]|*",
-      "sequence|sequence[ 1]|*",
-      "sequence|sequence[2147483648]|*",
-      "sequence|sequence[99999999999999999999]|*",
-      "sequence|set[j]|*",  // J is beyond the last
-      "/C/oid|*",
-      "/C/oid,2.5.4|*",  // the whole content must agree
-      "/C/oid,2.5.4.3 |*",
-      "/C/,2.5.4.3|*",
-      "bits|/C/bits,FF|*",  // below leaves the element itself out
-      "sequence[1]|/C/oid,1.2.3|*",
-      "/A/contextSpecific,tag,4|*",
-      "/A/contextSpecific,tag|*",
-      "/A/contextSpecific|*",
-      "/A/sequence,tag,0|*",
-      "/A/oid,tag,|*",
+      "", "|", "|*", "$*", "bits", "bits|", "bits||*", "bits|$x", "*|bits|*", "..|*",
+      "sequence|..|..|*", "oid|*",  // is below, but no child
+      "mine|*", "sequence|min|*",
+      // Indexes: beyond the last, as J is too, and malformed.
+      "sequence|sequence[2]|*", "sequence|sequence[j]|*", "sequence|sequence[-1]|*",
+      "sequence|sequence[]|*", "sequence|sequence[1|*", "sequence|sequence 1]|*",
+      "sequence|sequence[1]x|*", "sequence|sequence[01x]|*", "sequence|sequence[ 1]|*",
+      "sequence|sequence[2147483648]|*", "sequence|sequence[99999999999999999999]|*",
+      // The whole content must agree, and below leaves the element itself out.
+      "/C/oid|*", "/C/oid,2.5.4|*", "/C/oid,2.5.4.3 |*", "/C/,2.5.4.3|*", "bits|/C/bits,FF|*",
+      "sequence[1]|/C/oid,1.2.3|*", "/A/contextSpecific,tag,4|*", "/A/contextSpecific,tag|*",
+      "/A/contextSpecific|*", "/A/sequence,tag,0|*", "/A/oid,tag,|*",
       // No step goes back to another match of the one before it.
-      "sequence|/A/contextSpecific,constructed,1|sequence|*",
-  };
-  ClsXml* xml = load(kDocument);
+      "sequence|/A/contextSpecific,constructed,1|sequence|*"};
+  const _clsOwner xml(load(kDocument));
   xml->put_J(5);
   LogNull log;
   const auto expectNothing = [&](std::string_view path) {
@@ -120,11 +94,10 @@ TEST(XmlPath, WhatFindsNothingChangesNothing) {
   XString path("bits|*");
   EXPECT_TRUE(xml->VelmoraPath(path, path));
   EXPECT_EQ(path.view(), "FF");
-  xml->deleteSelf();
 }
 
 TEST(XmlPath, MovesAndGoesOnFromThere) {
-  ClsXml* xml = load(kDocument);
+  const _clsOwner xml(load(kDocument));
   LogNull log;
   XString result("before");
   ASSERT_TRUE(xml->velmoraPath("sequence|sequence[1]|$", result, log));
@@ -138,11 +111,10 @@ TEST(XmlPath, MovesAndGoesOnFromThere) {
   EXPECT_EQ(xml->get_NumChildren(), 2);
   EXPECT_TRUE(xml->velmoraPath("..|int|$", result, log));
   EXPECT_TRUE(xml->contentEquals("0A"));
-  xml->deleteSelf();
 }
 
 TEST(XmlPath, PlainSteps) {
-  ClsXml* xml = load(kDocument);
+  const _clsOwner xml(load(kDocument));
   LogNull log;
   _clsOwner validity(xml->getChildWithTagUtf8("sequence|sequence[1]"));
   ASSERT_TRUE(validity);
@@ -167,7 +139,6 @@ TEST(XmlPath, PlainSteps) {
   EXPECT_TRUE(out.isEmpty());
   validity->put_J(-1);
   EXPECT_FALSE(validity->getChildContentUtf8("set[j]", out, false));
-  xml->deleteSelf();
 }
 
 }  // namespace
