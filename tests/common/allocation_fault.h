@@ -14,10 +14,12 @@
 ///
 /// The operation runs with its first allocation failing, then its second, and so on, until it runs
 /// through without a fault; that last run is checked too. Only the calling thread is affected.
+/// The size of its largest allocation is kept as well, for tests of what hostile input may take.
 
 namespace velmora::test {
 
 inline thread_local size_t allocationsUntilFault = 0;  // 0: none fails
+inline thread_local size_t largestAllocation = 0;
 
 class AllocationFault {
  public:
@@ -47,6 +49,7 @@ size_t forEachAllocationFault(Attempt attempt, Check check) {
 
 inline void* allocateOrFail(size_t size) noexcept {
   if (allocationsUntilFault != 0 && --allocationsUntilFault == 0) return nullptr;
+  if (size > largestAllocation) largestAllocation = size;
   return std::malloc(size != 0 ? size : 1);
 }
 

@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "support/zip/adler32.h"
-#include "support/zip/internal/huffman_code.h"
 #include "support/zip/zlib_codec.h"
 #include "tests/support/zip/zip_samples.h"
 
@@ -92,37 +90,6 @@ TEST(Deflate, FindsMatchesAcrossTheWholeWindowAndNotBeyond) {
   expectRoundTrip(near, compressed(near));
   expectRoundTrip(far, compressed(far));
   EXPECT_LT(compressed(near).size() + 200, compressed(far).size());
-}
-
-TEST(HuffmanCode, IsCompleteAndWithinItsLimit) {
-  // Fibonacci frequencies ask for words as long as there are symbols.
-  std::vector<uint32_t> frequencies = {1, 1};
-  while (frequencies.size() < 30)
-    frequencies.push_back(frequencies.end()[-1] + frequencies.end()[-2]);
-  for (size_t symbols = 2; symbols <= frequencies.size(); ++symbols) {
-    for (const unsigned limit : {5U, 7U, 15U}) {
-      std::vector<uint8_t> lengths(symbols);
-      deflate::makeCodeLengths({frequencies.data(), symbols}, limit, lengths);
-      uint32_t space = 0;
-      for (const uint8_t length : lengths) {
-        ASSERT_TRUE(length >= 1 && length <= limit) << symbols << " " << limit;
-        space += 1U << (limit - length);
-      }
-      EXPECT_EQ(space, 1U << limit) << symbols << " " << limit;
-    }
-  }
-}
-
-TEST(Adler32, OfTheLargestSumsAndInPieces) {
-  const Bytes highest(1000000, 0xff);
-  uint64_t sum = 1, sumOfSums = 0;
-  for (const unsigned char byte : highest) {
-    sum = (sum + byte) % 65521;
-    sumOfSums = (sumOfSums + sum) % 65521;
-  }
-  EXPECT_EQ(adler32(highest), sumOfSums << 16 | sum);
-  const std::span<const unsigned char> all(highest);
-  EXPECT_EQ(adler32(all.subspan(5557), adler32(all.first(5557))), adler32(highest));
 }
 
 }  // namespace

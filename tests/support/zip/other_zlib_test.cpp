@@ -72,11 +72,12 @@ TEST_F(OtherZlib, ItsStreamsAreReadAndRefusedAlike) {
 }
 
 TEST_F(OtherZlib, OurStreamsAreReadThere) {
+  const zip_samples::Bytes highest(1000000, 0xff);  // of the largest checksums
   int number = 0;
   for (const auto& bytes :
        {zip_samples::Bytes{}, zip_samples::random(30), zip_samples::random(150000),
         zip_samples::words(100), zip_samples::words(400000), zip_samples::mixed(7),
-        zip_samples::fibonacci(), zip_samples::Bytes(100000, 'r')}) {
+        zip_samples::fibonacci(), highest}) {
     DataBuffer stream;
     ASSERT_TRUE(zlibCompress(bytes, stream));
     const std::string name = (m_folder / std::to_string(number++)).string();
