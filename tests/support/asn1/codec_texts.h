@@ -23,22 +23,20 @@ inline std::span<const unsigned char> spanOf(std::string_view octets) {
   return {reinterpret_cast<const unsigned char*>(octets.data()), octets.size()};
 }
 
-inline std::string hexOf(std::span<const unsigned char> octets) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const unsigned char octet : octets) {
-    text += kDigits[octet >> 4];
-    text += kDigits[octet & 0xF];
-  }
-  return text;
+inline std::string hexOf(std::string_view octets) {
+  DataBuffer bytes;
+  bytes.append(octets.data(), octets.size());
+  StringBuffer out;
+  EXPECT_TRUE(bytes.encodeDB("hex", out));
+  return std::string(out.view());
 }
 
 /// The ASN.1 XML text, or nothing.
 inline std::optional<std::string> toXml(std::string_view octets) {
-  StringBuffer xml;
+  StringBuffer xml("|");  // the text is appended
   Asn1Fault fault;
   if (!DerXmlCodec::derToXml(spanOf(octets), xml, fault)) return std::nullopt;
-  return std::string(xml.view());
+  return std::string(xml.view().substr(1));
 }
 
 /// The DER of an XML text in hexadecimal, or what the log has to say.
@@ -49,7 +47,7 @@ inline std::string toDerHex(std::string_view xml) {
   DataBuffer der;
   if (!DerXmlCodec::xmlToDer(*tree, der, log)) return std::string(log.text().view());
   EXPECT_TRUE(log.text().isEmpty());
-  return hexOf(der.span());
+  return hexOf(der.view());
 }
 
 }  // namespace velmora::test

@@ -15,16 +15,13 @@ namespace velmora {
 namespace {
 
 namespace der = test::der;
+using test::hexOf;
 using test::toDerHex;
 using test::toXml;
 
 std::string certificate() {
   std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/asn1/certificate.der", std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-std::string hexOf(std::string_view octets) {
-  return test::hexOf(test::spanOf(octets));
 }
 
 // Whatever is taken comes back as DER that stands for the same text.
@@ -82,13 +79,16 @@ TEST(HostileDer, DepthIsBounded) {
   EXPECT_EQ(toXml(nested(100, der::octets("a"), inSegments)), "<octets>YQ==</octets>");
 
   EXPECT_FALSE(toXml(nested(101, der::null(), inSequence)));
-  EXPECT_FALSE(toXml(nested(101, der::sequence(), inSequence)));
   EXPECT_FALSE(toXml(nested(101, der::octets("a"), inSegments)));
-  EXPECT_FALSE(toXml(nested(10'000, der::null(), inSequence)));
   EXPECT_FALSE(toXml(std::string(20'000, '\x30')));
   std::string indefinite;
   for (int i = 0; i < 10'000; ++i) indefinite += "\x30\x80";
   EXPECT_FALSE(toXml(indefinite));
+
+  const auto inSet = [](const std::string& inner) { return "<set>" + inner + "</set>"; };
+  EXPECT_EQ(toDerHex(nested(100, "<null/>", inSet)).substr(0, 4), "3181");
+  const std::string refusal = toDerHex(nested(101, "<null/>", inSet));
+  EXPECT_NE(refusal.find("|set|null"), std::string::npos) << refusal;
 }
 
 // The smallest elements take thirty times their octets as text, so their number is bounded.
@@ -102,18 +102,7 @@ TEST(HostileDer, NumberOfElementsIsBounded) {
   EXPECT_FALSE(toXml(nulls(131'073)));
 }
 
-TEST(HostileDer, DepthOfXmlIsBounded) {
-  const auto inSet = [](const std::string& inner) { return "<set>" + inner + "</set>"; };
-  EXPECT_EQ(toDerHex(nested(100, "<null/>", inSet)).substr(0, 4), "3181");
-  const std::string refusal = toDerHex(nested(101, "<null/>", inSet));
-  EXPECT_NE(refusal.find("|set|null"), std::string::npos) << refusal;
-}
-
-TEST(HostileDer, LongInputsInManyShapes) {
-  std::string members;
-  while (members.size() < 1'000'000) members += der::null() + der::octets("abcdef") + der::set();
-  expectRoundTrip(der::sequence(members));
-
+TEST(HostileDer, LongInputs) {
   const std::string one = certificate();
   std::string certificates;
   for (int i = 0; i < 2'000; ++i) certificates += one;

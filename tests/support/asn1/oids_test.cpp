@@ -20,7 +20,7 @@ std::string dottedOf(std::string_view octets) {
 std::string contentOf(std::string_view dotted) {
   DataBuffer out;
   out.appendChar('|');
-  if (dottedToOid(dotted, out)) return test::hexOf(out.span().subspan(1));
+  if (dottedToOid(dotted, out)) return test::hexOf(out.view().substr(1));
   EXPECT_EQ(out.view(), "|");
   return "refused";
 }
@@ -30,9 +30,7 @@ TEST(Oids, BothWays) {
     std::string hex, dotted;
   } cases[] = {
       {"00", "0.0"},
-      {"27", "0.39"},
       {"28", "1.0"},
-      {"4F", "1.39"},
       {"50", "2.0"},
       {"550403", "2.5.4.3"},
       {"8837", "2.999"},
@@ -42,9 +40,10 @@ TEST(Oids, BothWays) {
       {"6983F09DA7EBCFDEE0C7A1A7B2C0948CC8F9D776", "2.25.329800735698586629295641978511506172918"},
       {"2AFFFFFFFFFFFFFFFF7F", "1.2.9223372036854775807"},
       {"2AFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF7F",
-       "1.2.664613997892457936451903530140172287"},                // 2^119-1
-      {"2A8180808080808080808000", "1.2.1180591620717411303424"},  // 2^70
+       "1.2.664613997892457936451903530140172287"},  // 2^119-1
       {"BFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF7F", "2.42535295865117307932921825928971026351"},
+      // The 80 of the first arc is borrowed from more than the lowest nine digits.
+      {"87E8808080808082CC93D00A", "2.1180591620717411999999930"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(dottedOf(octetsOf(c.hex)), c.dotted);
@@ -52,13 +51,10 @@ TEST(Oids, BothWays) {
   }
 }
 
-TEST(Oids, RefusesOtherContent) {
-  for (const char* hex : {"", "80", "8001", "2A8001", "2A86", "FF"}) {
+TEST(Oids, RefusesEverythingElse) {
+  for (const char* hex : {"", "80", "8001", "2A8001", "2A86"}) {
     EXPECT_EQ(dottedOf(octetsOf(hex)), "refused") << hex;
   }
-}
-
-TEST(Oids, RefusesOtherText) {
   for (const char* dotted :
        {"", "1", "1.", ".1", "3.1", "1.40", "0.99", "1.100", "01.2", "1.02", "1.2.", "1..2", "1.-2",
         "1.2 ", " 1.2", "1.2a", "11.2", "1.2.00000000000000000000000000000000000"}) {
@@ -72,7 +68,7 @@ TEST(Oids, ArcsUpToTheirBound) {
   octets.insert(0, 1, '\x2A');
   const std::string longest = dottedOf(octets);
   EXPECT_EQ(longest.size(), 4U + 1079);  // 2^3584 - 1 has 1079 digits
-  EXPECT_EQ(contentOf(longest), test::hexOf(spanOf(octets)));
+  EXPECT_EQ(contentOf(longest), test::hexOf(octets));
 
   octets.insert(1, 1, '\x81');
   EXPECT_EQ(dottedOf(octets), "refused");
