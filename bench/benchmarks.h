@@ -9,9 +9,7 @@ namespace velmora::bench {
 // load one bundle). What they refer to outlives the run. Names end in "/velmora" and "/openssl", or
 // in the bundle's size.
 
-void registerLoad(const Ders& ders);
-void registerFields(const Ders& ders);
-void registerAllFields(const Ders& ders);
+void registerReading(const Ders& ders);
 void registerBundle(const DataBuffer& bundle, size_t count);
 
 /// The heap that a loaded certificate holds, its object included, in bytes on average.

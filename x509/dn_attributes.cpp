@@ -36,25 +36,22 @@ void decodeUtf16(XString& value) {
   if (units.failed()) value.getUtf8Sb_rw().append(units);  // passes the mark on
 }
 
-// Reads the value of the attribute type `oid`, below the name at the handle. The string types that
-// carry their text come first, one query each, in the order in which names commonly hold them; what
-// is carried as octets is read as UTF-16. A value for which memory ran out is marked, so that it
-// does not pass for an absent one.
+// Reads the value of the attribute type `oid`, below the name at the handle, and leaves the handle
+// somewhere below it. The string types that carry their text come first, one query each, in the
+// order in which names commonly hold them; what is carried as octets is read as UTF-16. A value for
+// which memory ran out is marked, so that it does not pass for an absent one.
 Found readValue(ClsXml& name, const char* oid, XString& value) {
   StringBuffer path;
-  path.append3("/C/oid,", oid, "|..|");
-  const size_t stem = path.getSize();
-  const auto find = [&](const char* tag) {
-    path.truncate(stem);
-    path.append3(tag, "|*", "");
-    if (path.failed()) value.getUtf8Sb_rw().append(path);  // passes the mark on
-    LogNull noLog;
-    return !value.failed() && name.velmoraPath(path.view(), value, noLog);
-  };
-  for (const char* tag : {"printable", "utf8", "ia5", "t61"}) {
-    if (find(tag)) return Found::kText;
+  path.append3("/C/oid,", oid, "|..|$");
+  if (path.failed()) value.getUtf8Sb_rw().append(path);  // passes the mark on
+  LogNull noLog;
+  // Every query would start with the same search, so it is made once.
+  if (value.failed() || !name.velmoraPath(path.view(), value, noLog)) return Found::kNothing;
+  for (const char* content : {"printable|*", "utf8|*", "ia5|*", "t61|*"}) {
+    if (name.velmoraPath(content, value, noLog)) return Found::kText;
+    if (value.failed()) return Found::kNothing;
   }
-  if (!find("universal")) return Found::kNothing;
+  if (!name.velmoraPath("universal|*", value, noLog)) return Found::kNothing;
   decodeUtf16(value);
   return Found::kUtf16;
 }

@@ -1,6 +1,7 @@
 #include "support/text/byte_codecs.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -92,6 +93,33 @@ char* base64EncodeUnpadded(const unsigned char* bytes, size_t count, const PairT
   return out + left + 1;
 }
 
+using ByteLanes = uint8_t __attribute__((vector_size(16)));
+using PairLanes = uint16_t __attribute__((vector_size(16)));
+using HalfLanes = uint8_t __attribute__((vector_size(8)));
+
+constexpr size_t kHexBlock = sizeof(ByteLanes);
+
+// A block of hexadecimal digits, each in a lane of its own; false when one of them is no digit. For
+// machines that keep the first of two bytes in the lower half of a word.
+bool hexDecodeBlock(const unsigned char* digits, unsigned char* out) noexcept {
+  ByteLanes text;
+  std::memcpy(&text, digits, sizeof text);
+  const ByteLanes decimal = text - uint8_t{'0'};
+  const ByteLanes letter = (text | uint8_t{0x20}) - uint8_t{'a'};
+  const auto isDecimal = reinterpret_cast<ByteLanes>(decimal < uint8_t{10});
+  const auto isLetter = reinterpret_cast<ByteLanes>(letter < uint8_t{6});
+  const ByteLanes isDigit = isDecimal | isLetter;
+  uint64_t halves[2];
+  std::memcpy(halves, &isDigit, sizeof halves);
+  if ((halves[0] & halves[1]) != UINT64_MAX) return false;
+  const ByteLanes values = (isDecimal & decimal) | (isLetter & (letter + uint8_t{10}));
+  const auto pairs = reinterpret_cast<PairLanes>(values);
+  const PairLanes joined = (pairs << 4 | pairs >> 8) & uint16_t{0xFF};
+  const auto bytes = __builtin_convertvector(joined, HalfLanes);
+  std::memcpy(out, &bytes, sizeof bytes);
+  return true;
+}
+
 // Reads a text digit by digit, over white space.
 class DigitReader {
  public:
@@ -114,6 +142,14 @@ class DigitReader {
     if (joined >= 1U << Bits) return false;
     m_at += Count;
     value = bits;
+    return true;
+  }
+
+  // As above for a block of hexadecimal digits, decoded to `out`.
+  bool nextHexBlock(unsigned char* out) noexcept {
+    if (std::endian::native != std::endian::little) return false;
+    if (static_cast<size_t>(m_end - m_at) < kHexBlock || !hexDecodeBlock(m_at, out)) return false;
+    m_at += kHexBlock;
     return true;
   }
 
@@ -193,6 +229,7 @@ DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept {
   unsigned char* to = out;
   for (;;) {
     uint32_t value = 0;
+    while (reader.nextHexBlock(to)) to += kHexBlock / 2;
     while (reader.nextClean<2, 4>(value)) *to++ = static_cast<unsigned char>(value);
     const size_t digits = reader.next<4>(2, value);
     if (digits < 2) return {static_cast<size_t>(to - out), digits == 0 && reader.atEnd()};

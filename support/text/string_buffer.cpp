@@ -1,5 +1,6 @@
 #include "support/text/string_buffer.h"
 
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <new>
@@ -10,13 +11,16 @@
 namespace velmora {
 namespace {
 
-constexpr bool isHexDigit(char c) noexcept {
-  return (c >= '0' && c <= '9') || (asciiLower(c) >= 'a' && asciiLower(c) <= 'f');
-}
-
-constexpr char asciiUpper(char c) noexcept {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
+// Each hexadecimal digit in upper case, and zero for every other character.
+constexpr auto kUpperHexDigits = [] {
+  std::array<unsigned char, 256> digits{};
+  for (const char* upper = "0123456789ABCDEF"; *upper != 0; ++upper) {
+    const auto digit = static_cast<unsigned char>(*upper);
+    digits[digit] = digit;
+    digits[static_cast<unsigned char>(asciiLower(*upper))] = digit;
+  }
+  return digits;
+}();
 
 // The end of the part that begins at `from`: the next separator, or the end of the text.
 size_t findSeparator(std::string_view text, size_t from, char separator,
@@ -93,7 +97,9 @@ void StringBuffer::canonicalizeHexString() noexcept {
   unsigned char* const first = m_text.data();
   size_t kept = 0;
   for (const char c : text) {
-    if (isHexDigit(c)) first[kept++] = static_cast<unsigned char>(asciiUpper(c));
+    const unsigned char digit = kUpperHexDigits[static_cast<unsigned char>(c)];
+    first[kept] = digit;  // at or before `c`, and written over unless it counts
+    kept += digit != 0 ? 1 : 0;
   }
   m_text.truncate(kept);
   if (kept % 2 != 0) m_text.prepend("0", 1);

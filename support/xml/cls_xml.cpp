@@ -62,10 +62,6 @@ bool ClsXml::GetXml(XString& out) const {
 
 // Path queries.
 
-bool ClsXml::velmoraPath(const char* path, XString& result, LogBase& log) {
-  return velmoraPath(viewOrEmpty(path), result, log);
-}
-
 bool ClsXml::VelmoraPath(XString& path, XString& result) {
   LogNull log;
   return velmoraPath(path.view(), result, log);

@@ -6,6 +6,7 @@
 
 #include "support/core/objects.h"
 #include "support/log/log_base.h"
+#include "support/text/ascii.h"
 #include "support/text/data_buffer.h"
 #include "support/text/string_buffer.h"
 #include "support/text/x_string.h"
@@ -75,7 +76,9 @@ class ClsXml final : public ClsBase {
   /// Evaluates a path that ends in "*" or "$". "*": `result` is replaced by the content and the
   /// handle stays. "$": the handle moves and `result` is left alone. A step that finds nothing, or
   /// a path without such an end, gives false and changes nothing.
-  bool velmoraPath(const char* path, XString& result, LogBase& log);
+  bool velmoraPath(const char* path, XString& result, LogBase& log) {
+    return velmoraPath(viewOrEmpty(path), result, log);
+  }
   bool velmoraPath(std::string_view path, XString& result, LogBase& log);
   bool VelmoraPath(XString& path, XString& result);
 

@@ -91,6 +91,23 @@ class XmlDocument final : public RefCountedObject {
     return at == top ? kNoXmlIndex : m_nodes[at].next;
   }
 
+  /// The first element inside the subtree at `top`, itself excluded, that has the name and that
+  /// `accepts` (called with its index) takes; or kNoXmlIndex.
+  template <class Accepts>
+  XmlIndex firstBelow(XmlIndex top, const XmlNameKey& key, Accepts accepts) const noexcept {
+    // The elements of a document as it was read stand in document order, each subtree as one run.
+    if (m_changes == 0) {
+      const XmlIndex end = endOfRun(top);
+      for (XmlIndex at = top + 1; at < end; ++at) {
+        if (hasName(at, key) && accepts(at)) return at;
+      }
+      return kNoXmlIndex;
+    }
+    XmlIndex at = following(top, top);
+    while (at != kNoXmlIndex && !(hasName(at, key) && accepts(at))) at = following(at, top);
+    return at;
+  }
+
   // Changes. Each is done whole, or gives false (kNoXmlIndex) and leaves the document as it was:
   // for a name that XML could not read back, for memory, for a document beyond 4 GiB of text or
   // 2^31 elements. Texts may lie in this document; what is not UTF-8 in them becomes U+FFFD.
@@ -120,6 +137,10 @@ class XmlDocument final : public RefCountedObject {
   }
   bool matches(const XmlNamed& named, const XmlNameKey& key) const noexcept {
     return named.nameId == key.id && (key.id != XmlName::kOther || nameOf(named) == key.text);
+  }
+  XmlIndex endOfRun(XmlIndex top) const noexcept {
+    while (top != 0 && m_nodes[top].next == kNoXmlIndex) top = m_nodes[top].parent;
+    return top == 0 ? static_cast<XmlIndex>(m_nodes.size()) : m_nodes[top].next;
   }
   bool store(std::string_view text, XmlText& piece) noexcept;
   bool storeRepaired(std::string_view text, XmlText& piece) noexcept;

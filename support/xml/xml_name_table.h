@@ -105,9 +105,10 @@ class XmlNameTable {
   }
 
   /// The only numbered name, if any, whose tag text begins with the four readable bytes at `at`.
-  Entry candidateAt(const char* at) const noexcept {
-    return m_slots[slotOf(loadLittleEndian32(at), m_multiplier)];
-  }
+  Entry candidateAt(const char* at) const noexcept { return candidate(loadLittleEndian32(at)); }
+
+  /// The same for four bytes as a word, the first in the lowest bits.
+  Entry candidate(uint32_t start) const noexcept { return m_slots[slotOf(start, m_multiplier)]; }
 
   /// Whether the 16 readable bytes at `at` begin with that numbered name and ">".
   bool isTagAt(const char* at, XmlName name) const noexcept {

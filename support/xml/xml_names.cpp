@@ -1,14 +1,17 @@
 #include "support/xml/xml_names.h"
 
+#include "support/text/same_text.h"
 #include "support/xml/xml_name_table.h"
 
 namespace velmora {
 
 XmlName xmlNameOf(std::string_view text) noexcept {
   if (text.size() < 3) return XmlName::kOther;
-  const char start[4] = {text[0], text[1], text[2], text.size() == 3 ? '>' : text[3]};
-  const XmlName name = kXmlNameTable.candidateAt(start).name();
-  return text == xmlNameText(name) ? name : XmlName::kOther;
+  const uint32_t start = text.size() > 3
+                             ? loadLittleEndian32(text.data())
+                             : static_cast<uint32_t>(xmlNameWords(text).low) | '>' << 24;
+  const XmlName name = kXmlNameTable.candidate(start).name();
+  return sameText(text, xmlNameText(name)) ? name : XmlName::kOther;
 }
 
 std::string_view xmlNameText(XmlName name) noexcept {

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "support/text/same_text.h"
+
 namespace velmora {
 namespace {
 
@@ -61,12 +63,9 @@ XmlIndex XmlPath::belowWithContent(XmlIndex from, std::string_view arguments) co
   std::string_view name;
   std::string_view text;
   if (!splitAtComma(arguments, name, text)) return kNoXmlIndex;
-  const XmlNameKey key(name);
-  XmlIndex at = m_document.following(from, from);
-  while (at != kNoXmlIndex && !(m_document.hasName(at, key) && m_document.content(at) == text)) {
-    at = m_document.following(at, from);
-  }
-  return at;
+  return m_document.firstBelow(from, XmlNameKey(name), [this, text](XmlIndex at) {
+    return sameText(m_document.content(at), text);
+  });
 }
 
 // /A/name,attribute,value
@@ -77,15 +76,12 @@ XmlIndex XmlPath::belowWithAttribute(XmlIndex from, std::string_view arguments) 
   if (!splitAtComma(arguments, name, attribute) || !splitAtComma(attribute, attribute, value)) {
     return kNoXmlIndex;
   }
-  const XmlNameKey key(name);
   const XmlNameKey attributeKey(attribute);
-  XmlIndex at = from;
-  while ((at = m_document.following(at, from)) != kNoXmlIndex) {
-    if (!m_document.hasName(at, key)) continue;
+  return m_document.firstBelow(from, XmlNameKey(name), [this, &attributeKey, value](XmlIndex at) {
     const XmlIndex found = m_document.findAttribute(at, attributeKey);
-    if (found != kNoXmlIndex && m_document.text(m_document.attribute(found).value) == value) break;
-  }
-  return at;
+    return found != kNoXmlIndex &&
+           sameText(m_document.text(m_document.attribute(found).value), value);
+  });
 }
 
 }  // namespace velmora

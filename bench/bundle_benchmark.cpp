@@ -1,6 +1,5 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
-#include <openssl/x509.h>
 
 #include <memory>
 #include <string>
@@ -20,21 +19,6 @@ VelmoraX509* load(const DataBuffer& der) {
   certificate->incRefCount();
   certificate->loadX509DerAlt(der.data(), static_cast<unsigned int>(der.size()), nullptr, log);
   return certificate;
-}
-
-void loadVelmora(benchmark::State& state, const Ders& ders) {
-  for (auto _ : state) {
-    for (const DataBuffer& der : ders) load(der)->decRefCount();
-  }
-}
-
-void loadOpenssl(benchmark::State& state, const Ders& ders) {
-  for (auto _ : state) {
-    for (const DataBuffer& der : ders) {
-      const unsigned char* at = der.data();
-      X509_free(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
-    }
-  }
 }
 
 void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count) {
@@ -58,13 +42,6 @@ void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count)
 }
 
 }  // namespace
-
-void registerLoad(const Ders& ders) {
-  benchmark::RegisterBenchmark("load/velmora",
-                               [&ders](benchmark::State& state) { loadVelmora(state, ders); });
-  benchmark::RegisterBenchmark("load/openssl",
-                               [&ders](benchmark::State& state) { loadOpenssl(state, ders); });
-}
 
 void registerBundle(const DataBuffer& bundle, size_t count) {
   benchmark::RegisterBenchmark(

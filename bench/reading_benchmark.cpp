@@ -1,0 +1,47 @@
+#include <benchmark/benchmark.h>
+
+#include "bench/benchmarks.h"
+#include "bench/openssl_reader.h"
+#include "bench/velmora_reader.h"
+
+namespace velmora::bench {
+
+namespace {
+
+// What is read from a certificate after it was loaded.
+enum class What { kNothing, kFields, kRest, kAll };
+
+template <class Reader>
+void readAll(benchmark::State& state, const Ders& ders, What what) {
+  Reader reader;
+  for (auto _ : state) {
+    for (const DataBuffer& der : ders) {
+      reader.load(der);
+      if (what == What::kFields || what == What::kAll) reader.readFields();
+      if (what == What::kRest || what == What::kAll) reader.readRest();
+      reader.unload();
+    }
+    benchmark::DoNotOptimize(reader);
+  }
+}
+
+template <class Reader>
+void registerReader(const std::string& name, const Ders& ders, What what) {
+  benchmark::RegisterBenchmark(
+      name.c_str(), [&ders, what](benchmark::State& state) { readAll<Reader>(state, ders, what); });
+}
+
+}  // namespace
+
+void registerReading(const Ders& ders) {
+  constexpr std::pair<const char*, What> kQuestions[] = {{"load", What::kNothing},
+                                                         {"fields", What::kFields},
+                                                         {"rest", What::kRest},
+                                                         {"all", What::kAll}};
+  for (const auto& [name, what] : kQuestions) {
+    registerReader<VelmoraReader>(name + std::string("/velmora"), ders, what);
+    registerReader<OpensslReader>(name + std::string("/openssl"), ders, what);
+  }
+}
+
+}  // namespace velmora::bench

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "support/text/data_buffer.h"
+#include "x509/velmora_x509.h"
+
+namespace velmora::bench {
+
+/// Reads certificates with this library, keeping from one to the next what may be kept.
+class VelmoraReader {
+ public:
+  void load(const DataBuffer& der) {
+    m_certificate = VelmoraX509::createNewX509();
+    m_certificate->incRefCount();
+    m_certificate->loadX509DerAlt(der.data(), static_cast<unsigned int>(der.size()), nullptr,
+                                  m_log);
+  }
+
+  void unload() { m_certificate->decRefCount(); }
+
+  /// Both names as one line of UTF-8, the serial number in hexadecimal, both dates in parts, the
+  /// version, and the dotted OIDs of the two signature algorithms and the key's.
+  void readFields() {
+    VelmoraX509& certificate = *m_certificate;
+    certificate.getDN(true, true, m_subject, m_log, 0);
+    certificate.getDN(false, true, m_issuer, m_log, 0);
+    m_serial.weakClear();
+    certificate.get_SerialNumber(m_serial, m_log);
+    certificate.get_Valid_To_or_From_UTC(true, m_notBefore, m_log);
+    certificate.get_Valid_To_or_From_UTC(false, m_notAfter, m_log);
+    certificate.get_Version(m_version, m_log);
+    certificate.get_Signature(m_innerAlgorithm, m_log);
+    certificate.get_SignatureAlgorithm(m_outerAlgorithm, m_log);
+    certificate.get_PublicKeyAlgorithm(m_keyAlgorithm, m_log);
+  }
+
+  /// What a store or a TLS layer asks for beyond these: three attributes of the subject, both key
+  /// identifiers, the alternative names in a form to read, the e-mail addresses, two extension
+  /// values, the public key, the SHA-1 thumbprint and the SHA-256 pin in base64.
+  void readRest() {
+    VelmoraX509& certificate = *m_certificate;
+    certificate.get_SubjectCN(m_commonName, m_log);
+    certificate.get_SubjectO(m_organization, m_log);
+    certificate.get_SubjectC(m_country, m_log);
+    certificate.getSubjectKeyIdentifier(m_subjectKeyId, m_log);
+    certificate.getAuthorityKeyIdentifier(m_authorityKeyId, m_log);
+    certificate.getSubjectAlternativeNameXml(m_names, m_log);
+    certificate.getEmailAddress(m_email, m_log);
+    certificate.getExtensionDerDataByOid("2.5.29.19", m_basicConstraints, m_log);
+    certificate.getExtensionDerDataByOid("2.5.29.15", m_keyUsage, m_log);
+    certificate.get_PublicKey(m_publicKey, m_log);
+    m_thumbprint.weakClear();
+    certificate.get_Sha1ThumbprintX(m_thumbprint, m_log);
+    m_pin.weakClear();
+    certificate.getSpkiFingerprint(m_sha256, m_base64, m_pin, m_log);
+  }
+
+ private:
+  VelmoraX509* m_certificate = nullptr;
+  LogNull m_log;
+  XString m_subject, m_issuer, m_serial, m_version;
+  XString m_innerAlgorithm, m_outerAlgorithm, m_keyAlgorithm;
+  VelmoraSysTime m_notBefore, m_notAfter;
+  StringBuffer m_sha256{"sha256"}, m_base64{"base64"};
+  XString m_commonName, m_organization, m_country, m_names, m_email, m_thumbprint, m_pin;
+  StringBuffer m_subjectKeyId, m_authorityKeyId;
+  DataBuffer m_basicConstraints, m_keyUsage, m_publicKey;
+};
+
+}  // namespace velmora::bench
