@@ -42,18 +42,12 @@ TEST(X509OutOfMemory, LoadingFailsOrIsRight) {
 
 TEST(X509OutOfMemory, HoldersAreCompleteOrNull) {
   LogNull log;
-  VelmoraX509Holder* holder = nullptr;
-  forEachAllocationFault(
-      [&] {
-        holder =
-            VelmoraX509Holder::createFromDer(reinterpret_cast<const unsigned char*>(kCert.data()),
-                                             static_cast<unsigned int>(kCert.size()), log);
-      },
-      [&](bool faulted) {
-        EXPECT_TRUE(holder != nullptr || faulted);
-        EXPECT_TRUE(holder == nullptr || subjectOf(*holder->getX509Ptr()) == kSubject);
-        VelmoraObject::deleteObject(holder);
-      });
+  Holder holder;
+  forEachAllocationFault([&] { holder = holderOf(kCert, log); },
+                         [&](bool faulted) {
+                           EXPECT_TRUE(holder != nullptr || faulted);
+                           EXPECT_TRUE(!holder || subjectOf(*holder->getX509Ptr()) == kSubject);
+                         });
 }
 
 TEST(X509OutOfMemory, LoadingFromXmlFailsOrIsRight) {

@@ -200,10 +200,10 @@ TEST(NameAttributes, TheAccessorsReadTheirAttributeOfTheirName) {
   }
   LoadedX509 cert(withNames(der::sequence(issuer), der::sequence(subject)));
   LogNull log;
-  for (const auto& [oid, ofIssuer, ofSubject] : kAccessors) {
-    EXPECT_EQ(textOf([&](XString& out) { (cert.*ofIssuer)(out, log); }), "issuer " + oid);
-    if (ofSubject == nullptr) continue;
-    EXPECT_EQ(textOf([&](XString& out) { (cert.*ofSubject)(out, log); }), "subject " + oid);
+  for (const auto& it : kAccessors) {
+    EXPECT_EQ(textOf([&](XString& out) { (cert.*it.issuer)(out, log); }), "issuer " + it.oid);
+    if (it.subject == nullptr) continue;
+    EXPECT_EQ(textOf([&](XString& out) { (cert.*it.subject)(out, log); }), "subject " + it.oid);
   }
 }
 

@@ -148,8 +148,8 @@ TEST(CertificateReader, ReadsEveryFormInPiecesOfAnySize) {
 }
 
 TEST(CertificateReader, TellsWhereAFailureIs) {
-  const Found inPem = readIn("words\r\n\r\n" + pemOf(kKey, "SOME KEY") + pemOf(kA + "!"), 3);
-  EXPECT_EQ(inPem.lines, (std::vector<size_t>{3, 6, 6}));
+  const Found inPem = readIn("\r\n\nwords\r\n" + pemOf(kKey, "SOME KEY") + pemOf(kA + "!"), 3);
+  EXPECT_EQ(inPem.lines, (std::vector<size_t>{4, 7, 7}));
   EXPECT_EQ(inPem.labels, (Items{"SOME KEY", "CERTIFICATE", "CERTIFICATE"}));
   EXPECT_EQ(inPem.offsets, (std::vector<size_t>{kA.size()}));  // and none for the key
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,17 @@ struct LoadedX509 : VelmoraX509 {
     EXPECT_TRUE(load(*this, der, log)) << log.text().view();
   }
 };
+
+/// A certificate in a holder, null when it cannot be loaded.
+struct DeleteHolder {
+  void operator()(VelmoraX509Holder* holder) const { VelmoraObject::deleteObject(holder); }
+};
+using Holder = std::unique_ptr<VelmoraX509Holder, DeleteHolder>;
+
+inline Holder holderOf(std::string_view der, LogBase& log) {
+  return Holder(VelmoraX509Holder::createFromDer(reinterpret_cast<const unsigned char*>(der.data()),
+                                                 static_cast<unsigned int>(der.size()), log));
+}
 
 /// An implicitly tagged, primitive [n].
 inline der::Bytes primitive(unsigned n, std::string_view content) {
