@@ -16,13 +16,8 @@ namespace {
 const der::Bytes kCert = der::Certificate().der();
 constexpr const char* kSubject = "C=US, O=Acme, CN=host";
 
-std::string_view derToLoad(bool bundle) {
-  static const der::Bytes kBundle = der::bundle(kCert, kCert);
-  return bundle ? kBundle : kCert;
-}
-
 TEST(X509OutOfMemory, LoadingFailsOrIsRight) {
-  for (const bool bundle : {false, true}) {
+  for (const der::Bytes& der : {kCert, der::bundle(kCert, kCert)}) {
     bool loaded = false;
     std::unique_ptr<VelmoraX509> cert;
     SystemCerts store;
@@ -31,7 +26,7 @@ TEST(X509OutOfMemory, LoadingFailsOrIsRight) {
     const size_t faults = forEachAllocationFault(
         [&] {
           cert.reset(VelmoraX509::createNewX509());
-          loaded = cert != nullptr && load(*cert, derToLoad(bundle), log, &store);
+          loaded = cert != nullptr && load(*cert, der, log, &store);
         },
         [&](bool faulted) {
           EXPECT_TRUE(loaded || faulted);
@@ -47,29 +42,19 @@ TEST(X509OutOfMemory, LoadingFailsOrIsRight) {
 
 TEST(X509OutOfMemory, HoldersAreCompleteOrNull) {
   LogNull log;
-  VelmoraX509Holder* holder = nullptr;
-  forEachAllocationFault(
-      [&] {
-        holder =
-            VelmoraX509Holder::createFromDer(reinterpret_cast<const unsigned char*>(kCert.data()),
-                                             static_cast<unsigned int>(kCert.size()), log);
-      },
-      [&](bool faulted) {
-        EXPECT_TRUE(holder != nullptr || faulted);
-        EXPECT_TRUE(holder == nullptr || subjectOf(*holder->getX509Ptr()) == kSubject);
-        VelmoraObject::deleteObject(holder);
-      });
+  Holder holder;
+  forEachAllocationFault([&] { holder = holderOf(kCert, log); },
+                         [&](bool faulted) {
+                           EXPECT_TRUE(holder != nullptr || faulted);
+                           EXPECT_TRUE(!holder || subjectOf(*holder->getX509Ptr()) == kSubject);
+                         });
 }
 
 TEST(X509OutOfMemory, LoadingFromXmlFailsOrIsRight) {
   LogNull log;
   log.m_verbose = true;
-  DataBuffer der;
-  der.append(kCert.data(), kCert.size());
-  StringBuffer tree;
-  ASSERT_TRUE(DerXmlCodec::derToXml(der, false, true, tree, nullptr, log));
   const _clsOwner xml(ClsXml::createNewCls());
-  const std::string child = "<c>" + std::string(tree.view()) + "</c>";
+  const std::string child = "<c>" + xmlOf(kCert) + "</c>";
   ASSERT_TRUE(xml->loadXml("<certs>" + child + child + "</certs>", true, log));
   ExtPtrArrayRc certs;
   bool loaded = false;

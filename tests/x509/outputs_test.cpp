@@ -1,58 +1,22 @@
 #include "support/hash/vm_hash.h"
-#include "tests/x509/x509_test.h"
+#include "tests/x509/signed_certificates.h"
 
 namespace velmora::test {
 namespace {
 
-std::string sha256Of(std::string_view bytes) {
-  DataBuffer out;
-  _vmHash::doHash(bytes.data(), static_cast<unsigned>(bytes.size()), _vmHash::kSha256, out);
-  return std::string(out.view());
-}
-
-TEST(Outputs, TheDerIsAppendedAndTheXmlReplaced) {
-  LogNull log;
-  const der::Bytes der = der::Certificate().der();
-  LoadedX509 cert(der);
-  EXPECT_EQ(cert.getCertDerSize(), static_cast<int>(der.size()));
-  DataBuffer bytes;
-  cert.getCertDer(bytes);
-  cert.getCertDer(bytes);
-  EXPECT_EQ(bytes.view(), der + der);
-  XString xml(std::string_view("what stood here"));
-  EXPECT_TRUE(cert.getXml(xml, log));
-  EXPECT_TRUE(xml.view().starts_with("<sequence><sequence><contextSpecific "));
-  XString saved(std::string_view("what stood here"));
-  EXPECT_TRUE(cert.saveXml(saved, log));
-  EXPECT_TRUE(saved.equalsX(xml));
-  VelmoraX509 never;
-  EXPECT_EQ(never.getCertDerSize(), 0);
-}
-
-TEST(Outputs, ThumbprintsAreAppended) {
-  LogNull log;
-  VelmoraX509 never;
-  XString text(std::string_view("x"));
-  never.get_Sha1ThumbprintX(text, log);
-  EXPECT_EQ(text.view(), "xDA39A3EE5E6B4B0D3255BFEF95601890AFD80709");
-  DataBuffer bytes;
-  bytes.append("x", 1);
-  never.get_Sha1Thumbprint(bytes, log);
-  EXPECT_EQ(bytes.size(), 21u);
-  EXPECT_EQ(bytes.view().substr(0, 3), "x\xDA\x39");
-}
-
 TEST(Outputs, TheHashIsThatOfTheSignedPart) {
-  der::Certificate fields;
+  const der::Certificate fields;
   const der::Bytes toBeSigned =
       der::sequence(fields.version, fields.serial, fields.signatureAlgorithm, fields.issuer,
                     fields.validity, fields.subject, fields.publicKey);
+  DataBuffer expected;
+  _vmHash::doHash(toBeSigned.data(), static_cast<unsigned>(toBeSigned.size()), _vmHash::kSha256,
+                  expected);
   LoadedX509 cert(fields.der());
   LogText log;
-  DataBuffer hash;
-  hash.append("what stood here", 15);
+  DataBuffer hash = bytesOf("what stood here");
   EXPECT_TRUE(cert.getCertHash(_vmHash::kSha256, hash, log));
-  EXPECT_EQ(hash.view(), sha256Of(toBeSigned));
+  EXPECT_TRUE(hash.equals(expected));
   EXPECT_FALSE(cert.getCertHash(99, hash, log));
   EXPECT_TRUE(hash.empty());
   EXPECT_FALSE(log.text().containsSubstring("ERROR"));
@@ -63,7 +27,6 @@ TEST(Outputs, OfBytesThatDoNotParseThereIsNoHash) {
     der::Bytes bytes;
     const char* error;
   } kCases[] = {
-      {"", "Failed to ASN decode certificate DER."},
       {"\x30\x09\x01", "Failed to ASN decode certificate DER."},
       {der::element(0x30, "\x30\x05\x01"),
        "Failed to decode inner ASN for cert signature verification."},
@@ -72,13 +35,107 @@ TEST(Outputs, OfBytesThatDoNotParseThereIsNoHash) {
   };
   for (const auto& [bytes, error] : kCases) {
     VelmoraX509 cert;
+    LogNull quiet;
+    load(cert, bytes, quiet);
     ErrorLog log;
-    load(cert, bytes, log);
-    log.errors.clear();
     DataBuffer hash;
     EXPECT_FALSE(cert.getCertHash(_vmHash::kSha256, hash, log));
-    ASSERT_FALSE(log.errors.empty());
-    EXPECT_EQ(log.errors.back(), error);
+    EXPECT_TRUE(log.errors.ends_with(error)) << log.errors;
+  }
+}
+
+std::string summaryOf(VelmoraX509& cert, bool expected) {
+  LogText log;
+  const _clsOwner root(ClsXml::createNewCls());
+  root->put_TagUtf8("cert");
+  root->appendNewChild2("before", "");
+  EXPECT_EQ(cert.toXmlInfo(*root, log), expected);
+  EXPECT_TRUE(log.text().beginsWith("x509ToXmlInfo:\n"));
+  // What is compressed reads back as the certificate.
+  if (root->findChild2("compressedDer")) {
+    DataBuffer der;
+    EXPECT_TRUE(root->getBinaryContent(true, 1 << 20, der, log)) << log.text().view();
+    EXPECT_EQ(der.view(), derOf(cert));
+    root->put_ContentUtf8("*");
+  }
+  StringBuffer xml;
+  root->GetRoot2();
+  root->getXml(true, xml, log);
+  return std::string(xml.view());
+}
+
+TEST(Summary, HoldsItsElementsInOrder) {
+  der::Certificate fields;
+  fields.serial = der::integer("\x01\xAB");
+  fields.issuer = der::name({{"2.5.4.5", "attribute"}, {"2.5.4.3", "Root"}});
+  fields.subject = der::name({{"2.5.4.6", "US"},
+                              {"2.5.4.8", "Ohio"},
+                              {"2.5.4.7", "Bath"},
+                              {"2.5.4.10", "A & B"},
+                              {"2.5.4.11", "first"},
+                              {"2.5.4.11", "second"},
+                              {"2.5.4.3", "host"}});
+  fields.validity =
+      der::sequence(der::generalizedTime("19000228235959Z"), der::utcTime("200229010203Z"));
+  fields.extensions = der::context(
+      3, der::sequence(extension("2.5.29.14", der::octets("id")),
+                       extension("2.5.29.17", der::sequence(der::element(0x82, "host")))));
+  LoadedX509 cert(fields.der());
+  EXPECT_EQ(
+      summaryOf(cert, true),
+      "<cert><before></before><subject><Serial>01AB</Serial><CN>host</CN><O>A &amp; "
+      "B</O><OU>first</OU><C>US</C>"
+      "<S>Ohio</S><L>Bath</L></subject>"
+      "<issuer><Serial>attribute</Serial><CN>Root</CN><O></O><OU></OU><C></C><S></S><L></L>"
+      "</issuer><subjectKeyIdentifier>aWQ=</subjectKeyIdentifier>"
+      "<publicKey><alg>1.2.840.113549.1.1.1</alg><sequence><sequence>"
+      "<oid>1.2.840.113549.1.1.1</oid><null></null></sequence><bits>6B6579</bits></sequence>"
+      "</publicKey><signature><algOid>1.2.840.113549.1.1.12</algOid><sigBase64>c2lnbmVk</sigBase64>"
+      "</signature><validFromUTC>Wed, 28 Feb 1900 23:59:59 GMT</validFromUTC>"
+      "<validToUTC>Sat, 29 Feb 2020 01:02:03 GMT</validToUTC><certVersion>3</certVersion>"
+      "<rfc822Name>host</rfc822Name><compressedDer>*</compressedDer></cert>");
+}
+
+TEST(Summary, WithoutAKeyItIsWholeAndFalse) {
+  der::Certificate fields;
+  fields.version = "";
+  fields.publicKey = der::utf8("no key at all");
+  fields.signature = "";
+  fields.validity = der::sequence();
+  LoadedX509 cert(fields.der());
+  const std::string xml = summaryOf(cert, false);
+  EXPECT_NE(xml.find("</issuer><publicKey><alg></alg></publicKey><signature>"), std::string::npos);
+  EXPECT_NE(xml.find("<sigBase64></sigBase64>"), std::string::npos);
+  EXPECT_NE(xml.find("<validToUTC>Mon, 01 Jan 0001 00:00:00 GMT</validToUTC><certVersion>"
+                     "</certVersion><compressedDer>"),
+            std::string::npos);
+}
+
+TEST(BinaryContent, WhatIsNotItsFormIsRefusedWithTheReason) {
+  const _clsOwner xml(ClsXml::createNewCls());
+  LogNull quiet;
+  ASSERT_TRUE(xml->setBinaryContent(bytesOf("0123456789"), true, false, nullptr, quiet));
+  const std::string zipped(xml->contentView());
+  const struct {
+    std::string content;
+    bool zip;
+    size_t maxSize;
+    const char* reason;  // "": it reads back
+  } kCases[] = {
+      {zipped, true, 10, ""},
+      {zipped, true, 9, "the output is larger than allowed"},
+      {"MDEyMzQ1Njc4OQ==", false, 10, ""},
+      {"MDEyMzQ1Njc4OQ==", false, 9, "the output is larger than allowed"},
+      {"no base64!", false, 10, "Failed to decode binary content."},
+      {"AAAA", true, 10, "Failed to read binary content."},
+  };
+  for (const auto& [content, zip, maxSize, reason] : kCases) {
+    LogText log;
+    ASSERT_TRUE(xml->put_ContentUtf8(content));
+    DataBuffer out = bytesOf("x");
+    EXPECT_EQ(xml->getBinaryContent(zip, maxSize, out, log), *reason == 0);
+    EXPECT_EQ(out.view(), *reason == 0 ? "x0123456789" : "x");
+    EXPECT_TRUE(log.text().containsSubstring(reason)) << log.text().view();
   }
 }
 

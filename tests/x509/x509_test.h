@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,17 @@ struct LoadedX509 : VelmoraX509 {
     EXPECT_TRUE(load(*this, der, log)) << log.text().view();
   }
 };
+
+/// A certificate in a holder, null when it cannot be loaded.
+struct DeleteHolder {
+  void operator()(VelmoraX509Holder* holder) const { VelmoraObject::deleteObject(holder); }
+};
+using Holder = std::unique_ptr<VelmoraX509Holder, DeleteHolder>;
+
+inline Holder holderOf(std::string_view der, LogBase& log) {
+  return Holder(VelmoraX509Holder::createFromDer(reinterpret_cast<const unsigned char*>(der.data()),
+                                                 static_cast<unsigned int>(der.size()), log));
+}
 
 /// An implicitly tagged, primitive [n].
 inline der::Bytes primitive(unsigned n, std::string_view content) {
@@ -58,15 +70,31 @@ inline DataBuffer bytesOf(std::string_view text) {
   return bytes;
 }
 
-/// Fields that no operation shows. Explicit instantiation may name private members; it stands in
-/// one file alone and serves all.
-DataBuffer& certDerOf(VelmoraX509& cert);
-StringBuffer& keyIdOf(VelmoraX509& cert);
-template <auto CertDer, auto KeyId>
-struct PrivateFields {
-  [[gnu::used]] friend DataBuffer& certDerOf(VelmoraX509& cert) { return cert.*CertDer; }
-  [[gnu::used]] friend StringBuffer& keyIdOf(VelmoraX509& cert) { return cert.*KeyId; }
-};
+inline std::string base64Of(std::string_view bytes) {
+  StringBuffer text;
+  bytesOf(bytes).encodeDB("base64", text);
+  return std::string(text.view());
+}
+inline std::string pemOf(std::string_view der, const std::string& label = "CERTIFICATE",
+                         const std::string& lineEnd = "\n") {
+  return "-----BEGIN " + label + "-----" + lineEnd + base64Of(der) + lineEnd + "-----END " + label +
+         "-----" + lineEnd;
+}
+/// The ASN.1 XML form of DER.
+inline std::string xmlOf(std::string_view der) {
+  LogNull log;
+  StringBuffer xml;
+  EXPECT_TRUE(DerXmlCodec::derToXml(bytesOf(der), false, true, xml, nullptr, log));
+  return std::string(xml.view());
+}
+
+/// The DER of each certificate of a store.
+inline std::vector<std::string> contentsOf(const SystemCerts& store) {
+  std::vector<std::string> certs;
+  DataBuffer der;
+  for (size_t i = 0; store.getNthCertDer(i, der); ++i) certs.emplace_back(der.view());
+  return certs;
+}
 
 /// What an operation that takes an XString leaves in it.
 template <class Operation>
@@ -89,13 +117,15 @@ inline std::string serialOf(VelmoraX509& cert) {
 /// Keeps the error lines apart from everything else.
 class ErrorLog : public LogBase {
  public:
-  void LogError(const char* message) override { errors.emplace_back(message); }
+  void LogError(const char* message) override {
+    errors.append(errors.empty() ? "" : "|").append(message);
+  }
   void LogInfo(const char*) override {}
   void LogData(const char*, std::string_view) override {}
   void enterContext(const char*) override {}
   void leaveContext() override {}
 
-  std::vector<std::string> errors;
+  std::string errors;  // with | between them
 };
 
 }  // namespace velmora::test
