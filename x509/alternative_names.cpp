@@ -166,7 +166,11 @@ bool VelmoraX509::generalizedNamesXml(ClsXml& node, XString& out, LogBase& log) 
     node.getChild2(i);
     const bool appended = appendGeneralName(node, *names);
     node.getParent2();
-    if (!appended) return false;
+    if (!appended) {
+      // For memory, or for a type whose OID is longer than an element's name may be.
+      log.LogError("Failed to write a general name.");
+      return false;
+    }
   }
   return names->GetXml(out);
 }
@@ -176,7 +180,9 @@ bool VelmoraX509::getSubjectAlternativeNameXml(XString& out, LogBase& log) {
   LogContextExitor context(log, "getSubjectAlternativeNameXml");
   out.weakClear();
   StringBuffer xml;
-  if (!getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log)) {
+  const bool found = getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log);
+  if (xml.failed()) return out.getUtf8Sb_rw().append(xml);  // passes the mark on
+  if (!found) {
     log.LogInfo("Cert has no 2.5.29.17 extension.");
     return false;
   }

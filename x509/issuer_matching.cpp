@@ -37,13 +37,15 @@ bool VelmoraX509::isIssuedBy(VelmoraX509& issuer, LogBase& log) {
     issuerKeyId.trim2();
     return authorityKeyId.equals(issuerKeyId);
   }
+  // What memory ran out for is not absent, so that nothing weaker may decide in its place.
+  if (authorityKeyId.failed() || issuerKeyId.failed()) return false;
   XString ownText;
   XString issuerText;
   // An attribute of a name against a certificate's serial number: some issuers put the one into the
   // other, and what was told apart by it has to stay so.
   get_IssuerValue(kSerialNumber, ownText, log);
   issuer.get_SerialNumber(issuerText, log);
-  if (!ownText.isEmpty() && !ownText.equalsX(issuerText)) return false;
+  if (ownText.failed() || (!ownText.isEmpty() && !ownText.equalsX(issuerText))) return false;
   ownText.clear();
   issuerText.clear();
   get_IssuerValue(kCommonName, ownText, log);

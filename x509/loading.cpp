@@ -15,6 +15,13 @@ bool loadTree(ClsXml* tree, const StringBuffer& text, bool autoTrim, LogBase& lo
   return tree != nullptr && !text.failed() && tree->loadXml(text, autoTrim, log);
 }
 
+// Drops the bytes that memory ran out for a tree of. The tree is still that of something else, for
+// which their signature must not speak.
+void forget(DataBuffer& der) {
+  der.clear();
+  der.markFailed();
+}
+
 // Moves a handle one level up when its scope ends.
 class ParentExitor {
  public:
@@ -49,9 +56,11 @@ bool VelmoraX509::loadX509DerAlt(const unsigned char* der, unsigned int n, Syste
   StringBuffer text;
   if (m_certDer.failed() || !DerXmlCodec::derToXml(m_certDer, false, true, text, nullptr, log)) {
     log.LogError("Failed to convert DER to XML.");
+    if (text.failed()) forget(m_certDer);
     return false;
   }
   if (!loadTree(m_certXml, text, true, log)) {
+    forget(m_certDer);
     log.LogError("Failed to load X509 XML.");
     return false;
   }
@@ -102,7 +111,9 @@ bool VelmoraX509::becomeFirstOfBundle(SystemCerts* store, LogBase& log) {
   if (firstDer.empty() || firstDer.failed()) return false;
   m_certDer.swap(firstDer);
   // The flag differs from the one that the bundle was loaded with; both have always been so.
-  return loadTree(m_certXml, firstXml, false, log);
+  if (loadTree(m_certXml, firstXml, false, log)) return true;
+  forget(m_certDer);
+  return false;
 }
 
 bool VelmoraX509::loadX509_fromXml(ClsXml* xml, ExtPtrArrayRc& out, LogBase& log) {
@@ -130,6 +141,10 @@ bool VelmoraX509::appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArray
   std::unique_ptr<VelmoraX509> cert(createNewX509());
   if (cert == nullptr || cert->m_certXml == nullptr) return false;
   if (!DerXmlCodec::xmlToDer(root, cert->m_certDer, log)) return false;
+  // The tree is made of the bytes, not of the text given: that may spell an element in a way which
+  // the getters pass over, and a signature would then speak for fields that nobody sees.
+  scratch.weakClear();
+  if (!DerXmlCodec::derToXml(cert->m_certDer, false, true, scratch, nullptr, log)) return false;
   if (!loadTree(cert->m_certXml, scratch, false, log)) {
     // The tree is given up here and once more by the destructor; the extra count pays for that.
     cert->m_certXml->incRefCount();

@@ -16,6 +16,8 @@ constexpr const char* kEcdsaWithSha1 = "1.2.840.10045.4.1";
 constexpr const char* kEcdsaWithSha384 = "1.2.840.10045.4.3.3";
 constexpr const char* kEcdsaWithSha512 = "1.2.840.10045.4.3.4";
 
+constexpr unsigned char kSequence = 0x30;  // the first octet of a SEQUENCE in DER
+
 unsigned sizeOf(const DataBuffer& bytes) {
   return static_cast<unsigned>(bytes.size());
 }
@@ -54,6 +56,11 @@ void readParts(_vmAsn1& certificate, CertificateSignature& parts, LogBase& log) 
   if (certificate.numAsnParts() == 0) return;
   if (_vmAsn1* tbsCertificate = certificate.getAsnPart(0)) {
     tbsCertificate->EncodeToDer(parts.toBeSigned, false, log);
+    // The fields are read from the first SEQUENCE. Were something else in front of it, any other
+    // data that the issuer has signed, fields that nobody signed would pass for signed ones.
+    if (!parts.toBeSigned.empty() && parts.toBeSigned.data()[0] != kSequence) {
+      parts.toBeSigned.clear();
+    }
   }
   if (const _vmAsn1* signature = certificate.getAsnPart(2))
     signature->getBitString(parts.signature);

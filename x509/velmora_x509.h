@@ -41,7 +41,8 @@ class VelmoraX509 : public RefCountedObject {
   ///
   /// Empties the caches and replaces the stored DER by the bytes given before anything can fail:
   /// after a failure the object holds the new bytes, and the tree of before or, when the bundle
-  /// itself was at fault, the bundle's. Log context "loadX509DerAlt".
+  /// itself was at fault, the bundle's. When memory ran out it holds no bytes. Log context
+  /// "loadX509DerAlt".
   bool loadX509DerAlt(const unsigned char* der, unsigned int n, SystemCerts* store, LogBase& log);
 
   /// The same with the bytes of a buffer and no store. Log context "loadX509Der".

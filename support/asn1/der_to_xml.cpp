@@ -176,6 +176,9 @@ class TextTail {
     m_text.truncate(m_start + (keep && m_first != nullptr ? written() : 0));
   }
 
+  // For a text that failed elsewhere for lack of memory.
+  void markFailed() noexcept { m_text.markFailed(); }
+
  private:
   size_t written() const noexcept { return static_cast<size_t>(m_at - m_first); }
 
@@ -207,8 +210,10 @@ class DerToXml {
 
   bool run(Asn1Fault& fault) noexcept {
     const bool done = m_out.room(estimate()) && convert();
-    if (!done) fault = m_walk.fault().reason != nullptr ? m_walk.fault() : noMemory();
+    const bool malformed = !m_joined.failed() && m_walk.fault().reason != nullptr;
+    if (!done) fault = malformed ? m_walk.fault() : noMemory();
     m_out.finish(done);
+    if (m_joined.failed()) m_out.markFailed();
     return done;
   }
 

@@ -10,16 +10,19 @@
 namespace velmora {
 namespace {
 
-constexpr const char* kNoMemory = "Out of memory.";
+constexpr const char* kDecoding = "decodeAsn1";
+constexpr const char* kEncoding = "encodeAsn1";
 
 bool refuse(const Asn1Fault& fault, LogBase& log) {
+  const LogContextExitor context(log, kDecoding);
   log.LogError(fault.reason);
   log.LogDataLong("offset", static_cast<int64_t>(fault.offset));
   return false;
 }
 
-bool refuse(const char* reason, LogBase& log) {
-  log.LogError(reason);
+bool refuseForMemory(const char* operation, LogBase& log) {
+  const LogContextExitor context(log, operation);
+  log.LogError("Out of memory.");
   return false;
 }
 
@@ -51,7 +54,7 @@ bool convertToDer(DataBuffer& bytes, LogBase& log) {
   StringBuffer text;
   if (!DerXmlCodec::derToXml(bytes, false, true, text, nullptr, log)) return false;
   const RefOwner<ClsXml> xml(ClsXml::createNewCls());
-  if (!xml) return refuse(kNoMemory, log);
+  if (!xml) return refuseForMemory(kDecoding, log);
   DataBuffer der;
   if (!xml->loadXml(text, false, log) || !DerXmlCodec::xmlToDer(*xml, der, log)) return false;
   bytes.swap(der);
@@ -118,14 +121,13 @@ _vmAsn1* _vmAsn1::createRoot(DataBuffer& bytes, LogBase& log) noexcept {
     root = create(octets, 0, octets->bytes.size());
   }
   if (root == nullptr) {
-    log.LogError(kNoMemory);
+    refuseForMemory(kDecoding, log);
     delete octets;
   }
   return root;
 }
 
 _vmAsn1* _vmAsn1::DecodeToAsn_1Step(const unsigned char* der, unsigned size, LogBase& log) {
-  const LogContextExitor context(log, "decodeAsn1");
   DerReader reader({der, size});
   Asn1Header header;
   if (!reader.readHeader(header)) {
@@ -146,7 +148,6 @@ _vmAsn1* _vmAsn1::DecodeToAsn_1Step(const unsigned char* der, unsigned size, Log
 
 _vmAsn1* _vmAsn1::DecodeToAsn(const unsigned char* der, unsigned size, unsigned& consumed,
                               LogBase& log) {
-  const LogContextExitor context(log, "decodeAsn1");
   consumed = 0;
   size_t elementSize = 0;
   bool isDer = false;
@@ -169,8 +170,7 @@ _vmAsn1* _vmAsn1::xml_to_asn(ClsXml& at, LogBase& log) {
 }
 
 bool _vmAsn1::DecodeInner(bool, LogBase& log) {
-  const LogContextExitor context(log, "decodeAsn1");
-  return decode(log) && (indexParts() || refuse(kNoMemory, log));
+  return decode(log) && (indexParts() || refuseForMemory(kDecoding, log));
 }
 
 bool _vmAsn1::decode(LogBase& log) {
@@ -222,8 +222,7 @@ _vmAsn1* _vmAsn1::getAsnPart(int i) {
 }
 
 bool _vmAsn1::EncodeToDer(DataBuffer& out, bool, LogBase& log) {
-  const LogContextExitor context(log, "encodeAsn1");
-  return decode(log) && (out.append(element()) || refuse(kNoMemory, log));
+  return decode(log) && (out.append(element()) || refuseForMemory(kEncoding, log));
 }
 
 bool _vmAsn1::getBitString(DataBuffer& out) const {

@@ -162,6 +162,51 @@ TEST(X509OutOfMemory, PinsMatchOrDoNot) {
       });
 }
 
+// What memory ran out for is not absent, so that nothing weaker decides in its place.
+TEST(X509OutOfMemory, IssuersMatchOrDoNot) {
+  const auto keyIds = [](const std::string& authority, const std::string& subject) {
+    const der::Bytes segments = der::element(0x33, der::octets("joined when read"));
+    der::Certificate fields;
+    fields.issuer = fields.subject;
+    fields.extensions = der::context(
+        3, der::sequence(extension("2.5.29.35", der::sequence(primitive(0, authority),
+                                                              der::context(1, segments))),
+                         extension("2.5.29.14", der::octets(subject))));
+    return fields.der();
+  };
+  const der::Bytes namesake = der::name({{"2.5.4.5", "0A"}, {"2.5.4.3", "host"}});
+  const struct {
+    der::Bytes cert, issuer;
+  } rows[] = {
+      {keyIds(std::string(40, 'a'), "b"), keyIds("a", std::string(40, 'b'))},
+      {withField(&der::Certificate::issuer, namesake), withSubject(namesake)},
+  };
+  for (const auto& row : rows) {
+    LoadedX509 cert(row.cert);
+    LoadedX509 issuer(row.issuer);
+    LogNull log;
+    bool issued = false;
+    forEachAllocationFault([&] { issued = cert.isIssuedBy(issuer, log); },
+                           [&](bool) { EXPECT_FALSE(issued) << &row - rows; });
+  }
+}
+
+// A certificate that could not be loaded does not speak for the one before it.
+TEST(X509OutOfMemory, OfALoadThatFailedNothingVerifies) {
+  const NoTrustedRoots none;
+  SignedCertificates all;
+  const std::string genuine = all.byName("sha256 by P-256").der;
+  LogNull log;
+  std::unique_ptr<LoadedX509> cert(new LoadedX509(kCert));
+  forEachAllocationFault([&] { load(*cert, genuine, log); },
+                         [&](bool faulted) {
+                           const bool verified =
+                               cert->verifyCertSignature(&all.issuer("P-256"), log);
+                           EXPECT_TRUE(verified ? subjectOf(*cert) != kSubject : faulted);
+                           cert.reset(new LoadedX509(kCert));
+                         });
+}
+
 // Neither a bad signature nor a root that nobody trusts passes for a good one.
 TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
   const NoTrustedRoots none;

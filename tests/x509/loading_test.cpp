@@ -133,6 +133,25 @@ TEST(X509LoadingFromXml, EveryOutcomeLeavesTheHandleWhereItWas) {
   }
 }
 
+// Text in which the signed part is spelled so that the getters would pass over it.
+TEST(X509LoadingFromXml, ReadsTheBytesThatASignatureIsOver) {
+  std::string text = xmlOf(der::Certificate().der());
+  const size_t end = text.find("</sequence><sequence><oid>1.2.840.113549.1.1.12");
+  ASSERT_NE(end, std::string::npos);
+  const std::string tbs = text.substr(sizeof "<sequence>" - 1 + sizeof "<sequence>" - 1,
+                                      end - 2 * (sizeof "<sequence>" - 1));
+  const std::string forged = xmlOf(withSubject(der::name({{"2.5.4.3", "forged"}})));
+  const std::string hidden = "<universal number=\"16\" constructed=\"1\">" + tbs + "</universal>";
+  const _clsOwner xml(ClsXml::createNewCls());
+  LogNull log;
+  ASSERT_TRUE(xml->loadXml(
+      "<certs><c><sequence>" + hidden + forged.substr(sizeof "<sequence>" - 1) + "</c></certs>",
+      true, log));
+  ExtPtrArrayRc certs;
+  ASSERT_TRUE(VelmoraX509::loadX509_fromXml(xml.get(), certs, log));
+  EXPECT_EQ(subjectOf(static_cast<VelmoraX509&>(*certs.elementAt(0))), "C=US, O=Acme, CN=host");
+}
+
 TEST(X509LoadingFromXml, NamesEachCertificateInAVerboseLog) {
   const _clsOwner xml(ClsXml::createNewCls());
   LogText log;
