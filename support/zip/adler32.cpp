@@ -32,8 +32,8 @@ void addBytes(const unsigned char* bytes, size_t count, uint32_t& sum, uint32_t&
 
 }  // namespace
 
-uint32_t adler32(std::span<const unsigned char> bytes, uint32_t start) noexcept {
-  uint32_t sum = start & 0xffff, sumOfSums = start >> 16;
+uint32_t adler32(std::span<const unsigned char> bytes) noexcept {
+  uint32_t sum = 1, sumOfSums = 0;
   while (!bytes.empty()) {
     const size_t count = std::min(bytes.size(), kBytesBetweenReductions);
     addBytes(bytes.data(), count, sum, sumOfSums);
