@@ -30,7 +30,7 @@ StringBuffer describeMachine() {
   const std::set<std::string> flags(std::istream_iterator<std::string>(words), {});
   StringBuffer out("CPU       ");
   out.append(cpuInfo("model name"));
-  for (const char* flag : {"avx2", "avx512ifma", "sha_ni"}) {
+  for (const char* flag : {"bmi2", "adx", "avx2", "avx512ifma", "sha_ni"}) {
     out.append3(flags.contains(flag) ? ", " : ", no ", flag, "");
   }
   out.append("\nCompiler  ");

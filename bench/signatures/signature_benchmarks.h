@@ -1,0 +1,59 @@
+#pragma once
+
+#include <deque>
+
+#include "bench/signatures/signed_material.h"
+#include "bench/timings.h"
+
+namespace velmora::bench {
+
+/// One scheme with a key of it, and what that key signed.
+struct Subject {
+  const Scheme& scheme;
+  Key key;
+  DataBuffer spki;
+  SignedMessage signedMessage;
+  DataBuffer issuer;  // certificates in DER, both with the key
+  DataBuffer leaf;
+};
+std::deque<Subject> makeSubjects();
+
+/// A line of a table: the best times of two benchmarks in microseconds and how often theirs goes
+/// into ours; nothing when one of the two did not run.
+void printBeside(const Timings& timings, const char* what, const std::string& ours,
+                 const std::string& theirs, const char* note = "");
+
+// What is registered refers to the subjects, which outlive the run.
+
+/// One signature, with a key that was prepared before.
+void registerPreparedKeys(const std::deque<Subject>& subjects);
+void printPreparedKeys(const Timings& timings);
+
+/// One certificate, from the DER of it and its issuer to the answer.
+void registerCertificates(const std::deque<Subject>& subjects);
+void printCertificates(const Timings& timings);
+
+/// Keys that are as expensive as possible, and keys beyond the limits, beside usual ones.
+class ExpensiveKeys {
+ public:
+  /// A key that nobody made to sign with, and a signature that costs all that one can: it is found
+  /// wrong only after the last multiplication, if the key is accepted at all.
+  struct Trial {
+    const char* name;
+    const Scheme& scheme;
+    DataBuffer spki;
+    SignedMessage signedMessage;
+  };
+
+  explicit ExpensiveKeys(const std::deque<Subject>& subjects);
+  void registerAll() const;
+  void print(const Timings& timings) const;
+
+ private:
+  std::deque<Trial> m_trials;
+};
+
+/// Many certificates with few issuers, on one thread and on two: measures and prints.
+void compareThreads();
+
+}  // namespace velmora::bench

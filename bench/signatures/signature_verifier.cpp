@@ -1,0 +1,90 @@
+#include "bench/signatures/signature_verifier.h"
+
+#include <openssl/err.h>
+
+#include <algorithm>
+#include <array>
+
+#include "support/hash/vm_hash.h"
+#include "support/key/dsa_primitive.h"
+#include "support/key/ed25519_primitive.h"
+#include "support/key/rsa_primitive.h"
+
+namespace velmora::bench {
+
+namespace {
+
+// What stands before the digest in a DigestInfo of SHA-256 (RFC 8017 §9.2, note 1).
+constexpr std::array<unsigned char, 19> kSha256Prefix = {0x30, 0x31, 0x30, 0x0D, 0x06, 0x09, 0x60,
+                                                         0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02,
+                                                         0x01, 0x05, 0x00, 0x04, 0x20};
+
+unsigned sizeOf(const DataBuffer& bytes) {
+  return static_cast<unsigned>(bytes.size());
+}
+
+}  // namespace
+
+bool VelmoraVerifier::digestInfoMatches() const {
+  const auto content = m_content.span();
+  return content.size() == kSha256Prefix.size() + m_signed.digest.size() &&
+         std::ranges::equal(content.first(kSha256Prefix.size()), kSha256Prefix) &&
+         std::ranges::equal(content.subspan(kSha256Prefix.size()), m_signed.digest.span());
+}
+
+bool VelmoraVerifier::verifyRsa(const RsaKeyData& key) {
+  const int padding = m_scheme.pss ? RsaPrimitive::kPaddingPss : RsaPrimitive::kPaddingPkcs1;
+  return RsaPrimitive::unsignSslSig(m_signed.signature.data(), sizeOf(m_signed.signature),
+                                    m_signed.digest.data(), sizeOf(m_signed.digest), key, padding,
+                                    _vmHash::kSha256, m_content, m_log) &&
+         (m_scheme.pss || digestInfoMatches());
+}
+
+bool VelmoraVerifier::verify() {
+  const DataBuffer& signature = m_signed.signature;
+  const DataBuffer& digest = m_signed.digest;
+  if (const RsaKeyData* rsa = m_key.getRsaKey()) return verifyRsa(*rsa);
+  if (const Ed25519KeyData* ed25519 = m_key.getEd25519Key()) {
+    return Ed25519Primitive::verifyDetached(signature.data(), m_signed.message.data(),
+                                            m_signed.message.size(), *ed25519, m_log);
+  }
+  bool valid = false;
+  if (const DsaKeyData* dsa = m_key.getDsaKey()) {
+    return DsaPrimitive::verify_hash(signature.data(), sizeOf(signature), digest.data(),
+                                     sizeOf(digest), *dsa, valid, m_log) &&
+           valid;
+  }
+  const EccKeyData* ecc = m_key.getEccKey();
+  return ecc != nullptr &&
+         ecc->eccVerifyHash(signature.data(), sizeOf(signature), false, digest.data(),
+                            sizeOf(digest), valid, m_log, 0) &&
+         valid;
+}
+
+bool OpensslVerifier::load(const DataBuffer& spki) {
+  const unsigned char* at = spki.data();
+  m_key.reset(d2i_PUBKEY(nullptr, &at, static_cast<long>(spki.size())));
+  if (m_key == nullptr) return false;
+  if (m_scheme.hash == nullptr) {
+    m_digestContext.reset(EVP_MD_CTX_new());
+    return EVP_DigestVerifyInit(m_digestContext.get(), nullptr, nullptr, nullptr, m_key.get()) > 0;
+  }
+  m_context.reset(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
+  if (EVP_PKEY_verify_init(m_context.get()) <= 0) return false;
+  choosePadding(m_context.get(), m_scheme);
+  return EVP_PKEY_CTX_set_signature_md(m_context.get(), m_scheme.hash) > 0;
+}
+
+bool OpensslVerifier::verify() {
+  const DataBuffer& signature = m_signed.signature;
+  const int result =
+      m_scheme.hash == nullptr
+          ? EVP_DigestVerify(m_digestContext.get(), signature.data(), signature.size(),
+                             m_signed.message.data(), m_signed.message.size())
+          : EVP_PKEY_verify(m_context.get(), signature.data(), signature.size(),
+                            m_signed.digest.data(), m_signed.digest.size());
+  if (result <= 0) ERR_clear_error();
+  return result > 0;
+}
+
+}  // namespace velmora::bench
