@@ -6,6 +6,7 @@
 #include "support/hash/vm_hash.h"
 #include "tools/dates.h"
 #include "tools/oid_text.h"
+#include "x509/first_error_log.h"
 #include "x509/signature_algorithms.h"
 
 namespace velmora::tool {
@@ -59,66 +60,43 @@ std::string_view hashName(int hashId) {
   }
 }
 
-// Keeps the first error and the hash that an RSA signature names.
-class SignatureLog final : public LogBase {
- public:
-  SignatureLog() { m_verbose = true; }
-
-  const StringBuffer& hashOid() const noexcept { return m_hashOid; }
-  std::string error() const {
-    std::string_view text = m_error.view();
-    if (text.ends_with('.')) text.remove_suffix(1);
-    return std::string(text);
-  }
-
-  void LogError(const char* message) override {
-    if (m_error.isEmpty()) m_error.append(message);
-  }
-  void LogInfo(const char*) override {}
-  void LogData(const char* key, std::string_view value) override {
-    if (std::string_view(key) != "HashAlgorithmOid") return;
-    m_hashOid.weakClear();
-    m_hashOid.append(value);
-  }
-  void enterContext(const char*) override {}
-  void leaveContext() override {}
-
- private:
-  StringBuffer m_error;
-  StringBuffer m_hashOid;
-};
-
 std::string oidText(std::string_view oid) {
   StringBuffer text;
   appendOid(oid, OidStyle::kNamed, text);
   return std::string(text.view());
 }
 
-// The hash of RSASSA-PSS parameters; unknown for parameters that cannot be read.
-int pssHash(const XmlHandle& algorithm) {
-  LogNull log;
+struct PssParameters {
   int hashId = _vmHash::kUnknown;
   int maskHashId = _vmHash::kUnknown;
   int saltLength = 0;
+};
+
+// The parameters of RSASSA-PSS; with an unknown hash when they cannot be read.
+PssParameters pssParameters(const XmlHandle& algorithm) {
+  LogNull log;
+  PssParameters read;
   const RefOwner<_vmAsn1> parsed(algorithm ? _vmAsn1::xml_to_asn(*algorithm, log) : nullptr);
   if (!parsed || !parsed->DecodeInner(true, log) ||
-      !_vmAsn1::parseRsaSsaPssParams(*parsed, hashId, maskHashId, saltLength, log)) {
-    return _vmHash::kUnknown;
+      !_vmAsn1::parseRsaSsaPssParams(*parsed, read.hashId, read.maskHashId, read.saltLength, log)) {
+    return {};
   }
-  return hashId;
+  return read;
 }
 
-// Whether a key that is for RSASSA-PSS alone allows the hash: without parameters it allows any
-// (RFC 4055 §1.2).
-bool pssKeyAllows(const KnownCertificate& signer, int hashId) {
-  const bool isBound = signer.keyAlgorithm && signer.keyAlgorithm->get_NumChildren() > 1;
-  return !isBound || pssHash(signer.keyAlgorithm) == hashId;
+// Whether a key that is for RSASSA-PSS alone allows the parameters: without some of its own it
+// allows any, else these hashes and no shorter salt (RFC 4055 §1.2 and §3.3).
+bool pssKeyAllows(const KnownCertificate& signer, const PssParameters& pss) {
+  if (!signer.keyAlgorithm || signer.keyAlgorithm->get_NumChildren() <= 1) return true;
+  const PssParameters bound = pssParameters(signer.keyAlgorithm);
+  return pss.hashId == bound.hashId && pss.maskHashId == bound.maskHashId &&
+         pss.saltLength >= bound.saltLength;
 }
 
-bool fitsKey(const Algorithm& algorithm, const KnownCertificate& signer, int hashId) {
+bool fitsKey(const Algorithm& algorithm, const KnownCertificate& signer, const PssParameters& pss) {
   const std::string_view keyType = signer.key.type;
   if (algorithm.keyType != kRsaPss) return keyType == algorithm.keyType;
-  return keyType == kRsa || (keyType == kRsaPss && pssKeyAllows(signer, hashId));
+  return keyType == kRsa || (keyType == kRsaPss && pssKeyAllows(signer, pss));
 }
 
 // One check on its way: each step either leaves the report open or closes it.
@@ -132,7 +110,7 @@ class SignatureCheck {
   SignatureReport run() {
     m_certificate.loaded.get().getCertDer(m_der);
     if (!readCertificateSignature(m_der, m_parts, m_log)) {
-      return close(SignatureVerdict::kRefused, m_log.error());
+      return close(SignatureVerdict::kRefused, error());
     }
     m_report.algorithm = m_parts.algorithmOid.view();
     if (!m_certificate.sameAlgorithms) {
@@ -144,6 +122,13 @@ class SignatureCheck {
   }
 
  private:
+  // What the library said first, as part of a line.
+  std::string error() const {
+    std::string_view text = m_log.error();
+    if (text.ends_with('.')) text.remove_suffix(1);
+    return std::string(text);
+  }
+
   SignatureReport close(SignatureVerdict verdict, std::string reason) {
     m_report.verdict = verdict;
     m_report.reason = std::move(reason);
@@ -160,14 +145,18 @@ class SignatureCheck {
         std::find_if(std::begin(kAlgorithms), std::end(kAlgorithms),
                      [&](const Algorithm& each) { return each.oid == m_report.algorithm; });
     if (algorithm == std::end(kAlgorithms)) return cannotCheck("");
-    const bool isPss = algorithm->oid == kPssOid;
-    m_hashId = isPss ? pssHash(m_certificate.outerAlgorithm) : algorithm->hashId;
+    m_hashId = algorithm->hashId;
+    if (algorithm->oid == kPssOid) {
+      m_pss = pssParameters(m_certificate.outerAlgorithm);
+      m_hashId = m_pss.hashId;
+    }
     m_report.hash = hashName(m_hashId);
     if (m_report.hash.empty()) return cannotCheck(" with parameters that are not understood");
-    if (!fitsKey(*algorithm, m_signer, m_hashId)) {
+    if (!fitsKey(*algorithm, m_signer, m_pss)) {
       std::string reason = "the algorithm " + oidText(algorithm->oid);
       reason += " does not fit the issuer's key, which is ";
       reason += m_signer.key.type.empty() ? "unknown" : oidText(m_signer.key.type);
+      if (algorithm->keyType == m_signer.key.type) reason += ", bound to other parameters";
       return close(SignatureVerdict::kRefused, std::move(reason));
     }
     warn(*algorithm);
@@ -197,29 +186,48 @@ class SignatureCheck {
     _vmPublicKey key;
     if (!m_signer.loaded.get().get_PublicKey(keyBytes, m_log) ||
         !loadIssuerKey(m_parts, keyBytes, key, m_log) || key.isEmpty()) {
-      const std::string reason = m_log.error();
+      const std::string reason = error();
       return close(SignatureVerdict::kCannotCheck,
                    "cannot check with this key: " + (reason.empty() ? "Invalid key" : reason));
     }
-    if (!verifyWithKey(m_parts, key, m_log)) {
-      return close(SignatureVerdict::kWrong, "wrong signature: " + m_log.error());
+    SignatureForm form;
+    if (!verifyWithKey(m_parts, key, form, m_log)) {
+      return close(SignatureVerdict::kWrong, "wrong signature: " + error());
     }
-    const bool isPkcs1 = algorithm.keyType == kRsa;
-    if (isPkcs1 && _vmHash::oidToHashAlg(m_log.hashOid()) != m_hashId) {
-      return close(SignatureVerdict::kRefused, "the signature names the hash " +
-                                                   oidText(m_log.hashOid().view()) +
-                                                   ", its algorithm another one");
-    }
+    std::string unlike;
+    if (algorithm.keyType == kRsa) unlike = unlikePkcs1(form);
+    if (algorithm.keyType == kRsaPss) unlike = unlikePss(form.pss);
+    if (!unlike.empty()) return close(SignatureVerdict::kRefused, std::move(unlike));
     return close(SignatureVerdict::kGood, "");
+  }
+
+  // In what a signature that verified is another than the algorithm says; empty when in nothing.
+  std::string unlikePkcs1(const SignatureForm& form) const {
+    if (_vmHash::oidToHashAlg(form.hashOid) != m_hashId) {
+      return "the signature names the hash " + oidText(form.hashOid.view()) +
+             ", its algorithm another one";
+    }
+    return form.digestWasShorter ? "the digest in the signature lacks its leading zeros" : "";
+  }
+
+  std::string unlikePss(const PssForm& form) const {
+    if (form.maskHashId != m_pss.maskHashId) {
+      return "the signature was masked with " + std::string(hashName(form.maskHashId)) +
+             ", its algorithm says with " + std::string(hashName(m_pss.maskHashId));
+    }
+    if (form.saltSize == static_cast<size_t>(m_pss.saltLength)) return {};
+    return "the signature has a salt of " + std::to_string(form.saltSize) +
+           " bytes, its algorithm says of " + std::to_string(m_pss.saltLength);
   }
 
   const KnownCertificate& m_certificate;
   const KnownCertificate& m_signer;
   DataBuffer m_der;
   CertificateSignature m_parts;
-  SignatureLog m_log;
+  FirstErrorLog m_log;
   SignatureReport m_report;
   int m_hashId = _vmHash::kUnknown;
+  PssParameters m_pss;  // of RSASSA-PSS alone
 };
 
 std::string isoText(const VelmoraSysTime& time) {

@@ -29,7 +29,8 @@ struct SignatureReport {
 /// Checks whether `signer`'s key made the signature of `certificate`. Stricter than
 /// VelmoraX509::verifyCertSignature: the two algorithm identifiers have to be the same (RFC 5280
 /// §4.1.1.2), the algorithm has to fit the key, the hash in an RSA signature has to be the one that
-/// the algorithm names, and an Ed25519 signature has 64 octets.
+/// the algorithm names, with a digest of its full length, that of RSASSA-PSS has to be made with
+/// the mask and the salt length of the parameters, and an Ed25519 signature has 64 octets.
 SignatureReport checkSignature(const KnownCertificate& certificate, const KnownCertificate& signer);
 
 /// Findings about one certificate, safe to print.

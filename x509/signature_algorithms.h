@@ -18,6 +18,13 @@ struct CertificateSignature {
   int pssHashId = _vmHash::kSha1;
 };
 
+/// What an RSA signature holds that verifies, for who is stricter than verifyWithKey.
+struct SignatureForm {
+  StringBuffer hashOid;           // PKCS #1 v1.5: of the DigestInfo, dotted
+  bool digestWasShorter = false;  // PKCS #1 v1.5: zeros had to be put in front of the digest
+  PssForm pss;
+};
+
 /// Takes the DER (or BER) of a certificate apart. False, with an error for each part that is
 /// missing.
 bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log);
@@ -27,7 +34,8 @@ bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts
 bool loadIssuerKey(const CertificateSignature& parts, const DataBuffer& keyBytes, _vmPublicKey& key,
                    LogBase& log);
 
-/// True when the signature is the key's; else an error says why not.
-bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, LogBase& log);
+/// True when the signature is the key's, with its form; else an error says why not.
+bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, SignatureForm& form,
+                   LogBase& log);
 
 }  // namespace velmora

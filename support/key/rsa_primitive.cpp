@@ -5,7 +5,6 @@
 
 #include "support/key/digest_info.h"
 #include "support/key/refuse.h"
-#include "support/key/rsa_pss.h"
 
 namespace velmora {
 namespace {
@@ -46,7 +45,8 @@ bool unsignPkcs1(std::span<const unsigned char> block, DataBuffer& out, LogBase&
 
 bool RsaPrimitive::unsignSslSig(const unsigned char* sig, unsigned sigLen,
                                 const unsigned char* hash, unsigned hashLen, const RsaKeyData& key,
-                                int padding, int pssHashId, DataBuffer& out, LogBase& log) {
+                                int padding, int pssHashId, DataBuffer& out, LogBase& log,
+                                PssForm* pssForm) {
   const LogContextExitor context(log, "rsaUnsign");
   out.clear();
   const size_t size = key.modulusSize();
@@ -58,7 +58,9 @@ bool RsaPrimitive::unsignSslSig(const unsigned char* sig, unsigned sigLen,
   const std::span<const unsigned char> block(room, size);
   if (padding == kPaddingPkcs1) return unsignPkcs1(block, out, log);
   if (padding == kPaddingPss) {
-    return verifyPssBlock(block, key.get_ModulusBitLen(), {hash, hashLen}, pssHashId, log);
+    PssForm form;
+    return verifyPssBlock(block, key.get_ModulusBitLen(), {hash, hashLen}, pssHashId,
+                          pssForm != nullptr ? *pssForm : form, log);
   }
   return refuse("The RSA padding scheme is not known.", log);
 }

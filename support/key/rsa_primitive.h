@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/key/rsa_key.h"
+#include "support/key/rsa_pss.h"
 #include "support/log/log_base.h"
 #include "support/text/data_buffer.h"
 
@@ -21,10 +22,11 @@ class RsaPrimitive {
   /// for the caller to report.
   ///
   /// Padding 3: true only when the signature is that of `hash`, which was made with `pssHashId` of
-  /// _vmHash; see verifyPssBlock. `out` is left empty.
+  /// _vmHash; see verifyPssBlock. `out` is left empty; `pssForm`, where there is one, tells with
+  /// what the block was made, since neither the mask's hash nor the salt's length is asked for.
   static bool unsignSslSig(const unsigned char* sig, unsigned sigLen, const unsigned char* hash,
                            unsigned hashLen, const RsaKeyData& key, int padding, int pssHashId,
-                           DataBuffer& out, LogBase& log);
+                           DataBuffer& out, LogBase& log, PssForm* pssForm = nullptr);
 };
 
 }  // namespace velmora

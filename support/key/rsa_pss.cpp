@@ -70,7 +70,7 @@ bool matchesSalt(const PssBlock& parts, std::span<const unsigned char> hash,
 
 // DB = zeros || 01 || salt
 bool matchesWithMask(const PssBlock& parts, std::span<const unsigned char> hash, int hashId,
-                     int maskHashId) {
+                     int maskHashId, PssForm& form) {
   std::array<unsigned char, RsaKeyData::kMaxModulusSize> room;
   const std::span<unsigned char> db(room.data(), parts.maskedDb.size());
   std::copy(parts.maskedDb.begin(), parts.maskedDb.end(), db.begin());
@@ -78,13 +78,15 @@ bool matchesWithMask(const PssBlock& parts, std::span<const unsigned char> hash,
   db[0] &= parts.topMask;
   const auto mark = std::find_if(db.begin(), db.end(), [](unsigned char c) { return c != 0; });
   if (mark == db.end() || *mark != kSaltMark) return false;
-  return matchesSalt(parts, hash, std::span<const unsigned char>(mark + 1, db.end()), hashId);
+  const std::span<const unsigned char> salt(mark + 1, db.end());
+  form = {maskHashId, salt.size()};
+  return matchesSalt(parts, hash, salt, hashId);
 }
 
 }  // namespace
 
 bool verifyPssBlock(std::span<const unsigned char> block, size_t modulusBits,
-                    std::span<const unsigned char> hash, int hashId, LogBase& log) {
+                    std::span<const unsigned char> hash, int hashId, PssForm& form, LogBase& log) {
   if (hash.empty() || hash.size() != _vmHash::digestSize(hashId)) {
     return refuse("The hash of the RSASSA-PSS signature is not known or of another size.", log);
   }
@@ -92,9 +94,9 @@ bool verifyPssBlock(std::span<const unsigned char> block, size_t modulusBits,
   if (!splitBlock(block, modulusBits, hash.size(), parts)) {
     return refuse("The RSA block has not the form of RSASSA-PSS.", log);
   }
-  if (matchesWithMask(parts, hash, hashId, hashId)) return true;
+  if (matchesWithMask(parts, hash, hashId, hashId, form)) return true;
   for (const int other : {_vmHash::kSha1, _vmHash::kSha256, _vmHash::kSha384, _vmHash::kSha512}) {
-    if (other != hashId && matchesWithMask(parts, hash, hashId, other)) return true;
+    if (other != hashId && matchesWithMask(parts, hash, hashId, other, form)) return true;
   }
   return refuse("The RSASSA-PSS signature is not one of this hash.", log);
 }

@@ -244,5 +244,18 @@ TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
   }
 }
 
+// The arithmetic takes nothing, so that the same few do for keys from 192 to 8192 bits.
+TEST(X509Allocations, OfAVerificationAreFewForEveryKey) {
+  const SignedCertificates all;
+  for (const auto& it : all.cases) {
+    LoadedX509 cert(it.der);
+    LogNull log;
+    const AllocationFault counting(SIZE_MAX);
+    const bool valid = cert.verifyCertSignature(all.issuers.at(it.by).get(), log);
+    const size_t allocations = SIZE_MAX - allocationsUntilFault;
+    EXPECT_TRUE(!valid || (allocations > 10 && allocations < 60)) << it.name << " " << allocations;
+  }
+}
+
 }  // namespace
 }  // namespace velmora::test

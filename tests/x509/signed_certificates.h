@@ -38,6 +38,7 @@ struct SignedCertificates {
     EXPECT_TRUE(bytes.appendEncoded(record.get("Cert"), "hex"));
     const std::string der(bytes.view());
     const auto optional = [&](const char* key) { return record.has(key) ? record.get(key) : ""; };
+    optional("Strict");  // of the command line alone
     if (record.has("Issuer")) {
       issuers[record.get("Issuer")] = std::make_unique<LoadedX509>(der);
     } else {

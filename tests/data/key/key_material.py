@@ -1,5 +1,6 @@
 """What the scripts of this folder share: DER, the openssl command line, and records of test data."""
 
+import hashlib
 import subprocess
 import tempfile
 
@@ -104,6 +105,56 @@ def dsa_numbers(info):
     return integers(members(members(info)[0][2])[1][2])
 
 
+# Blocks of PKCS #1, and signatures made without the private key for exponent 3.
+
+def digest_info(hash_name, message, parameters=NULL):
+    return sequence(sequence(oid(bytes.fromhex(HASH_OIDS[hash_name])), parameters),
+                    octets(hashlib.new(hash_name, message).digest()))
+
+
+def cube_root(value):
+    root = 1 << (value.bit_length() + 2) // 3
+    while True:
+        better = (2 * root + value // (root * root)) // 3
+        if better >= root:
+            return root
+        root = better
+
+
+def forge_with_long_oid(size, message):
+    """The block is a cube whose low end is a digest, whose high end is the padding and the headers,
+    and whose middle is an OID. None for messages of which there is none."""
+    low = b"\x01" + NULL + octets(hashlib.sha1(message).digest())  # the last octet of the OID
+    content_size = size - 11
+    oid_size = content_size - 6 - (len(low) - 1)
+    high = (b"\x00\x01" + b"\xff" * 8 + b"\x00" + bytes([0x30, content_size - 2, 0x30, oid_size + 4, 6, oid_size]))
+    if low[-1] % 2 == 0:
+        return None
+    bits = 8 * len(low)
+    root = 1  # of the low end, lifted bit by bit
+    for bit in range(1, bits):
+        if (pow(root, 3) ^ int.from_bytes(low, "big")) >> bit & 1:
+            root |= 1 << bit
+    middle_bits = 8 * (size - len(high))
+    start = cube_root((int.from_bytes(high, "big") << middle_bits) + (1 << (middle_bits - 1)))
+    forged = (start >> bits << bits) | root
+    block = pow(forged, 3).to_bytes(size, "big")
+    arcs = block[len(high):len(high) + oid_size]
+    padded = any(arcs[i] == 0x80 and (i == 0 or arcs[i - 1] < 0x80) for i in range(len(arcs)))
+    if not block.startswith(high) or not block.endswith(low) or padded:
+        return None
+    return forged.to_bytes(size, "big")
+
+
+def forge_with_octets_behind(size, message):
+    start = b"\x00\x01" + b"\xff" * 8 + b"\x00" + digest_info("sha1", message)
+    forged = cube_root(int.from_bytes(start + b"\xff" * (size - len(start)), "big"))
+    assert pow(forged, 3).to_bytes(size, "big").startswith(start)
+    return forged.to_bytes(size, "big")
+
+
+ED_ORDER_8 = bytes.fromhex("26e8958fc2b227b045c3f489f2ef98f0d5dfac05d3c63339b13802886d53fc05")  # of a point, its y
+
 # Name, name on the command line, bits.
 CURVES = (("P-192", "prime192v1", 192), ("P-224", "secp224r1", 224), ("P-256", "prime256v1", 256),
           ("P-384", "secp384r1", 384), ("P-521", "secp521r1", 521), ("secp256k1", "secp256k1", 256),
@@ -114,7 +165,7 @@ CURVES = (("P-192", "prime192v1", 192), ("P-224", "secp224r1", 224), ("P-256", "
 class Records:
     def __init__(self, name):
         self.file = open(name, "w", encoding="ascii")
-        self.file.write("# Made by make_key_data.py.\n")
+        self.file.write("# Made by the scripts of this folder.\n")
 
     def add(self, **values):
         self.file.write("\n")

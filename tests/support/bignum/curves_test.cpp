@@ -134,6 +134,7 @@ void checkChains() {
   checkChain<typename CurveConstants<kP521, Rows>::Field>();
   checkChain<typename CurveConstants<kSecp256k1, Rows>::Field>();
   checkChain<typename CurveConstants<kBrainpoolP256r1, Rows>::Field>();
+  checkChain<typename CurveConstants<kBrainpoolP384r1, Rows>::Field>();
   checkChain<typename CurveConstants<kBrainpoolP512r1, Rows>::Field>();
   checkChain<FoldField<Edwards25519Numbers, 38, Rows>>();
 }
@@ -146,7 +147,7 @@ TEST_P(CurvesTest, ChainsOfFieldOperations) {
 }
 
 TEST_P(CurvesTest, Multiples) {
-  test::forEachRecord(vectorFile("curve_multiples.txt"), [](const KeyValueRecord& record) {
+  const auto check = [](const KeyValueRecord& record) {
     const Curve& curve = curveNamed(record.get("Curve"));
     const size_t n = curve.limbs();
     const Limbs u1 = fromHex(record.get("U1"), n);
@@ -165,7 +166,9 @@ TEST_P(CurvesTest, Multiples) {
     EXPECT_EQ(matches(), !expected.infinity);
     r[0] ^= 1;
     EXPECT_FALSE(matches());
-  });
+  };
+  test::forEachRecord(vectorFile("curve_multiples.txt"), check);
+  test::forEachRecord(vectorFile("rfc7027.txt"), check);
 }
 
 TEST_P(CurvesTest, OrderAndBasePoint) {

@@ -11,6 +11,14 @@ namespace {
 
 // One signature and who made it.
 struct Signed {
+  Signed(_vmPublicKey& by, const KeyValueRecord& record)
+      : key(by),
+        message(fromHex(record.get("Message"))),
+        signature(fromHex(record.get("Signature"))),
+        hashId(_vmHash::hashId(record.get("Hash"))) {
+    _vmHash::doHash(message.data(), static_cast<unsigned>(message.size()), hashId, hash);
+  }
+
   _vmPublicKey& key;
   DataBuffer message;
   DataBuffer signature;
@@ -80,13 +88,7 @@ TEST_P(Signatures, AreJudgedAsTheyAre) {
       return;
     }
     SCOPED_TRACE(record.get("Case"));
-    Signed it{signers.at(record.get("By")),
-              fromHex(record.get("Message")),
-              fromHex(record.get("Signature")),
-              {},
-              _vmHash::hashId(record.get("Hash"))};
-    _vmHash::doHash(it.message.data(), static_cast<unsigned>(it.message.size()), it.hashId,
-                    it.hash);
+    const Signed it(signers.at(record.get("By")), record);
     DataBuffer content;
     EXPECT_EQ(verify(record.get("Scheme"), it, content, log), record.get("Result"))
         << log.text().view();
@@ -96,6 +98,20 @@ TEST_P(Signatures, AreJudgedAsTheyAre) {
     } else {
       EXPECT_TRUE(log.text().view().find("ERROR") == std::string_view::npos) << log.text().view();
     }
+  });
+}
+
+TEST_P(Signatures, OfTheStandardsAreJudgedAsThere) {
+  forEachRecord(keyDataFile("standards.txt"), [&](const KeyValueRecord& record) {
+    SCOPED_TRACE(record.get("Case"));
+    LogText log;
+    _vmPublicKey key(GetParam());
+    ASSERT_TRUE(key.loadAnyDer(fromHex(record.get("Key")), log)) << log.text().view();
+    DataBuffer content;
+    const Outcome outcome = verify(record.get("Scheme"), Signed(key, record), content, log);
+    const bool valid =
+        record.has("Content") ? toHex(content) == record.get("Content") : outcome == "valid";
+    EXPECT_EQ(valid ? "valid" : "not valid", record.get("Result")) << log.text().view();
   });
 }
 
