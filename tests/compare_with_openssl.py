@@ -126,7 +126,7 @@ def fields(der):
             "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1]),
             "subject": name_text(attributes["subject"]), "issuer": name_text(attributes["issuer"]),
             "selfIssued": values_text(attributes["subject"]) == values_text(attributes["issuer"]),
-            "extensions": extensions, "subjectAltName": [shown_name(*name) for name in names],
+            "extensions": extensions, "subjectAltNames": [shown_name(*name) for name in names],
             "emails": addresses(attributes["subject"], names),
             "subjectKeyIdentifier": subject_key_identifier(extensions),
             "authorityKeyIdentifier": authority_key_identifier(extensions),

@@ -68,7 +68,7 @@ class ShowJson final : public CertificateVisitor {
   }
 
   void writeAlternativeNames(JsonLine& line) {
-    line.beginList("subjectAltName");
+    line.beginList("subjectAltNames");
     if (const XmlHandle names = alternativeNames(m_tree)) {
       eachChild(*names, [&] {
         readGeneralName(*names, m_name);

@@ -19,7 +19,7 @@ DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
 THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.org"]
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
         "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
-        "authorityKeyIdentifier", "subjectAltName", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
+        "authorityKeyIdentifier", "subjectAltNames", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
         "publicKey", "extensions"]
 # What no output may hold, except the newlines between its lines.
 STEERING = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]")
@@ -146,7 +146,7 @@ class Show(unittest.TestCase):
         first = dict(lines[0], source="")
         added = {key: first.pop(key) for key in KEYS[11:]}
         self.assertEqual(added, {
-            "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltName": [], "emails": [],
+            "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltNames": [], "emails": [],
             "sha1": added["sha1"], "sha256": added["sha256"], "spkiSha256": added["spkiSha256"],
             "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": []})
         self.assertEqual(lines[4]["emails"], ["a@example.org"])
@@ -323,7 +323,7 @@ class Extensions(unittest.TestCase):
             (tlv(0x87, v6("0" * 20 + "ffffc0000201")), ("ip", "::ffff:192.0.2.1")),
             (tlv(0x87, b"12345"), ("ip", base64.b64encode(tlv(0x87, b"12345")).decode())),
         ]
-        names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltName"]
+        names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltNames"]
         self.assertEqual([(each["type"], each["value"]) for each in names], [expected for _, expected in cases])
         text = self.shown(with_names(*(der for der, _ in cases)))
         self.assertIn("  Alternative names    otherName userPrincipalName=user@corp\n", text)
@@ -378,7 +378,7 @@ class Extensions(unittest.TestCase):
     def test_nothing_is_left_out_of_what_is_large(self):
         names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
         shown = self.shown(with_names(*names), "--json")
-        self.assertEqual((len(shown["subjectAltName"]), len(shown["emails"])), (100_000, 100_000))
+        self.assertEqual((len(shown["subjectAltNames"]), len(shown["emails"])), (100_000, 100_000))
         subject = tlv(0x30, tlv(0x31, *(tlv(0x30, oid("1.2.3"), tlv(UTF8, b"%d" % i)) for i in range(10_000))))
         _, out, _ = run("name", "--json", "-", stdin=certificate(subject))
         self.assertEqual([each["value"] for each in json.loads(out)[0]], [str(i) for i in range(10_000)])
