@@ -1,5 +1,6 @@
 #include "tools/certificate_tree.h"
 
+#include <algorithm>
 #include <new>
 
 #include "support/asn1/der_xml_codec.h"
@@ -61,11 +62,15 @@ bool CertificateTree::listExtensionsIn(int tag) {
   return found;
 }
 
+const ListedExtension* CertificateTree::findExtension(std::string_view oid) const {
+  const auto found = std::find_if(m_extensions.begin(), m_extensions.end(),
+                                  [&](const ListedExtension& each) { return each.oid == oid; });
+  return found == m_extensions.end() ? nullptr : &*found;
+}
+
 XmlHandle CertificateTree::extension(std::string_view oid) const {
-  for (const ListedExtension& each : m_extensions) {
-    if (each.oid == oid) return each.value ? treeOfBase64(*each.value) : XmlHandle();
-  }
-  return XmlHandle();
+  const ListedExtension* found = findExtension(oid);
+  return found != nullptr && found->value ? treeOfBase64(*found->value) : XmlHandle();
 }
 
 XmlHandle treeOfBase64(std::string_view base64) {

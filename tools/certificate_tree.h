@@ -32,7 +32,9 @@ class CertificateTree {
   const char* load(std::span<const unsigned char> der);
 
   const std::vector<ListedExtension>& extensions() const noexcept { return m_extensions; }
-  /// The first extension with the dotted OID, as a tree; none when it is absent or is not ASN.1.
+  /// The first extension with the dotted OID; null when it is absent.
+  const ListedExtension* findExtension(std::string_view oid) const;
+  /// Its value as a tree; none when it is absent or is not ASN.1.
   XmlHandle extension(std::string_view oid) const;
 
   // New handles on parts; none when the certificate lacks them. The two algorithms are those of the

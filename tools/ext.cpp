@@ -1,4 +1,6 @@
+#include "support/asn1/der_xml_codec.h"
 #include "support/asn1/oids.h"
+#include "tools/certificate_tree.h"
 #include "tools/command.h"
 #include "tools/escape.h"
 #include "tools/input.h"
@@ -17,11 +19,14 @@ class PrintExtension final : public CertificateVisitor {
       : m_oid(oid), m_form(form), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    if (!m_loaded.get().getExtensionDerDataByOid(m_oid.getString(), m_value, m_log)) {
+    if (const char* reason = m_tree.load(input.der)) return reason;
+    const ListedExtension* extension = m_tree.findExtension(m_oid);
+    if (extension == nullptr || !extension->value) {
       reportAbsence(input);
       return nullptr;
     }
+    m_value.clear();
+    if (!m_value.appendEncoded(*extension->value, "base64")) return "Out of memory.";
     return print();
   }
 
@@ -44,26 +49,25 @@ class PrintExtension final : public CertificateVisitor {
     if (m_form == Form::kHex) {
       m_value.encodeDB("hex", out);
     } else if (m_form == Form::kText) {
-      StringBuffer text;
-      m_loaded.get().getExtensionTextByOid(m_oid.getString(), text, m_log);
-      appendPrintable(text.view(), out);
+      appendPrintable(m_value.view(), out);
     } else {
-      StringBuffer xml;
-      if (!m_loaded.get().getExtensionAsnXmlByOid(m_oid.getString(), xml, m_log)) {
+      m_xml.weakClear();
+      Asn1Fault fault;
+      if (!DerXmlCodec::derToXml(m_value.span(), m_xml, fault)) {
         return "The extension's value is not ASN.1; --hex shows it.";
       }
-      appendIndentedXml(xml.view(), out);
+      appendIndentedXml(m_xml.view(), out);
     }
     out.appendChar('\n');
     return nullptr;
   }
 
-  StringBuffer m_oid;
+  std::string_view m_oid;
   Form m_form;
   Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
+  CertificateTree m_tree;
   DataBuffer m_value;
+  StringBuffer m_xml;
 };
 
 Form chosenForm(const Arguments& arguments) {
