@@ -22,6 +22,9 @@ void readVersion(VelmoraX509& certificate, XString& version, LogBase& log);
 /// either cannot be read.
 bool isSelfIssued(VelmoraX509& certificate, LogBase& log);
 
+/// The SHA-256 of the SubjectPublicKeyInfo in base64 (RFC 7469).
+void readSpkiPin(VelmoraX509& certificate, XString& pin, LogBase& log);
+
 /// Which key identifier (RFC 5280 §4.2.1.1 and §4.2.1.2).
 enum class KeyIdentifier { kSubject, kAuthority };
 

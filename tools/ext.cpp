@@ -4,6 +4,7 @@
 #include "tools/command.h"
 #include "tools/escape.h"
 #include "tools/input.h"
+#include "tools/whole.h"
 #include "tools/xml_layout.h"
 #include "x509/oid_names.h"
 
@@ -26,7 +27,8 @@ class PrintExtension final : public CertificateVisitor {
       return nullptr;
     }
     m_value.clear();
-    if (!m_value.appendEncoded(*extension->value, "base64")) return "Out of memory.";
+    m_value.appendEncoded(*extension->value, "base64");
+    whole(m_value);
     return print();
   }
 
@@ -54,6 +56,7 @@ class PrintExtension final : public CertificateVisitor {
       m_xml.weakClear();
       Asn1Fault fault;
       if (!DerXmlCodec::derToXml(m_value.span(), m_xml, fault)) {
+        whole(m_xml);
         return "The extension's value is not ASN.1; --hex shows it.";
       }
       appendIndentedXml(m_xml.view(), out);

@@ -5,6 +5,7 @@
 
 #include "tools/escape.h"
 #include "tools/general_name.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -44,6 +45,13 @@ class Items {
   GeneralName m_name;
 };
 
+// The content of the child that a path of steps reaches; false when there is none.
+bool readChild(const ClsXml& at, const char* path, StringBuffer& text) {
+  const bool found = at.getChildContentUtf8(path, text, false);
+  whole(text);
+  return found;
+}
+
 // Each explains the value at the handle, whose outermost element is of the right type; false when
 // what is in it is not.
 using Explain = bool (*)(ClsXml& at, Items& items);
@@ -63,9 +71,9 @@ bool appendNumber(std::string_view digits, StringBuffer& out) {
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
 bool explainBasicConstraints(ClsXml& at, Items& items) {
   StringBuffer text;
-  const bool isCa = at.getChildContentUtf8("bool", text, false) && !text.equals("00");
+  const bool isCa = readChild(at, "bool", text) && !text.equals("00");
   items.next().append(isCa ? "a CA" : "not a CA");
-  if (!at.getChildContentUtf8("int", text, false)) return true;
+  if (!readChild(at, "int", text)) return true;
   StringBuffer& out = items.next();
   out.append("path length ");
   return appendNumber(text.view(), out);
@@ -78,7 +86,7 @@ bool explainKeyUsage(ClsXml& at, Items& items) {
       "keyCertSign",      "cRLSign",        "encipherOnly",    "decipherOnly"};
   DataBuffer octets;
   octets.appendEncoded(at.contentView(), "hex");
-  const std::span<const unsigned char> bits = octets.span();
+  const std::span<const unsigned char> bits = whole(octets).span();
   for (size_t i = 0; i < std::size(kUsages) && i / 8 < bits.size(); ++i) {
     if ((bits[i / 8] & (0x80U >> (i % 8))) != 0) items.next().append(kUsages[i]);
   }
@@ -136,14 +144,14 @@ bool explainPolicies(ClsXml& at, Items& items) {
   bool wellFormed = true;
   StringBuffer text;
   eachChild(at, [&] {
-    if (!at.getChildContentUtf8("oid", text, false)) {
+    if (!readChild(at, "oid", text)) {
       wellFormed = false;
       return;
     }
     items.oid(text.view());
     if (!at.findChild2("sequence")) return;
     eachChild(at, [&] {
-      if (at.getChildContentUtf8("ia5", text, false)) items.alsoText(text.view());
+      if (readChild(at, "ia5", text)) items.alsoText(text.view());
     });
     at.getParent2();
   });
@@ -199,7 +207,7 @@ constexpr Explained kExplained[] = {
 void appendSize(std::string_view base64, StringBuffer& out) {
   DataBuffer octets;
   octets.appendEncoded(base64, "base64");
-  out.appendInt(static_cast<int64_t>(octets.size()));
+  out.appendInt(static_cast<int64_t>(whole(octets).size()));
   out.append(octets.size() == 1 ? " byte" : " bytes");
 }
 

@@ -1,11 +1,11 @@
 #include "tools/name_json.h"
 
 #include "support/asn1/der_reader.h"
-#include "support/asn1/der_xml_codec.h"
 #include "support/text/encoding_convert.h"
 #include "support/text/unicode.h"
 #include "tools/certificate_tree.h"
 #include "tools/json_writer.h"
+#include "tools/whole.h"
 #include "x509/dn_names.h"
 #include "x509/oid_names.h"
 
@@ -29,7 +29,9 @@ bool appendUniversalText(const ClsXml& value, StringBuffer& out) {
   constexpr int kVisibleString = 26;
   DataBuffer octets;
   if (value.hasAttrWithValue("constructed", "1")) return false;
-  if (!octets.appendEncoded(value.contentView(), "base64")) return false;
+  const bool decoded = octets.appendEncoded(value.contentView(), "base64");
+  whole(octets);
+  if (!decoded) return false;
   const int number = value.getAttrValueInt("number");
   if (number == static_cast<int>(asn1_tag::kBmpString)) return appendUtf16(octets, out);
   if (number != static_cast<int>(asn1_tag::kNumericString) && number != kVisibleString) {
@@ -62,7 +64,6 @@ class PrintNameJson final : public CertificateVisitor {
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_tree.load(input.der)) return reason;
     const XmlHandle name = m_issuer ? m_tree.issuer() : m_tree.subject();
-    if (!name) return "The name cannot be read.";
     const size_t start = m_console.out().getSize();
     if (write(*name)) return nullptr;
     m_console.out().truncate(start);
@@ -91,12 +92,14 @@ class PrintNameJson final : public CertificateVisitor {
     line.text("oid", oid);
     line.textOrNull("name", attributeName(oid));
     m_text.weakClear();
-    if (appendText(value, m_text)) {
+    const bool isText = appendText(value, m_text);
+    whole(m_text);
+    if (isText) {
       line.text("value", m_text.view());
     } else {
       line.null("value");
       m_octets.clear();
-      DerXmlCodec::xmlToDer(value, m_octets, m_log);
+      appendDer(value, m_octets);
       line.hex("hex", m_octets.span());
     }
     line.endObject();
@@ -105,7 +108,6 @@ class PrintNameJson final : public CertificateVisitor {
   bool m_issuer;
   Console& m_console;
   CertificateTree m_tree;
-  LogNull m_log;
   StringBuffer m_text;
   DataBuffer m_octets;
 };

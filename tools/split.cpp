@@ -13,6 +13,7 @@
 #include "tools/escape.h"
 #include "tools/input.h"
 #include "tools/pem.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -56,7 +57,7 @@ class WriteFiles final : public CertificateVisitor {
     m_content.weakClear();
     m_form.asDer ? static_cast<void>(m_content.append(asText(input.der)))
                  : appendPem("CERTIFICATE", input.der, m_content);
-    if (m_content.failed()) return "Out of memory.";
+    whole(m_content);
     const std::string path = pathOf(input);
     const char* reason = write(path);
     reason == nullptr ? tell(path) : complain(path, reason);
@@ -100,7 +101,7 @@ class WriteFiles final : public CertificateVisitor {
     XString subject;
     if (m_loaded.get().getDN(true, true, subject, m_log, 0)) {
       out.append("  ");
-      appendPrintable(subject.view(), out);
+      appendPrintable(whole(subject).view(), out);
     }
     out.appendChar('\n');
   }
