@@ -57,8 +57,9 @@ void readVersion(VelmoraX509& certificate, XString& version, LogBase& log) {
 bool isSelfIssued(VelmoraX509& certificate, LogBase& log) {
   XString subject;
   XString issuer;
-  return certificate.getDN(true, false, subject, log, 0) &&
-         certificate.getDN(false, false, issuer, log, 0) && subject.equalsX(issuer);
+  const bool read = certificate.getDN(true, true, subject, log, 0) &&
+                    certificate.getDN(false, true, issuer, log, 0);
+  return read && whole(subject).equalsX(whole(issuer));
 }
 
 // Every certificate has a SubjectPublicKeyInfo: what can fail is memory alone.

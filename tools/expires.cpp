@@ -68,7 +68,7 @@ bool runExpires(const Arguments& arguments, Console& console, std::string& usage
   int64_t days = kDefaultDays;
   const auto given = arguments.value("--within");
   if (given && !parseDays(*given, days)) {
-    usageError = "option \"--within\" needs a number of days";
+    usageError = "option \"--within\" needs a number of days, at most 1000000";
     return false;
   }
   ListExpiring visitor(days, console);

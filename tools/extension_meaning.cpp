@@ -5,6 +5,7 @@
 
 #include "tools/escape.h"
 #include "tools/general_name.h"
+#include "tools/string_value.h"
 #include "tools/whole.h"
 
 namespace velmora::tool {
@@ -24,17 +25,17 @@ class Items {
   void oid(std::string_view dotted) { appendOidShort(dotted, m_style, next()); }
   void generalName(ClsXml& at) {
     readGeneralName(at, m_name);
-    appendGeneralName(m_name, m_style, next());
+    appendGeneralNameItem(m_name, m_style, next());
   }
   // Behind the last item and part of it.
   void alsoGeneralName(ClsXml& at) {
     readGeneralName(at, m_name);
     m_out.appendChar(' ');
-    appendGeneralName(m_name, m_style, m_out);
+    appendGeneralNameItem(m_name, m_style, m_out);
   }
   void alsoText(std::string_view text) {
     m_out.appendChar(' ');
-    appendPrintable(text, m_out);
+    appendPrintableItem(text, m_out);
   }
   bool any() const noexcept { return m_any; }
 
@@ -122,24 +123,46 @@ bool explainAccess(ClsXml& at, Items& items) {
   return wellFormed && items.any();
 }
 
-// CRLDistributionPoints ::= SEQUENCE OF SEQUENCE { distributionPoint [0] { fullName [0]
-//   GeneralNames | nameRelativeToCRLIssuer [1] RDN } OPTIONAL, reasons [1] ..., cRLIssuer [2] ... }
+// DistributionPointName ::= CHOICE { fullName [0] GeneralNames, nameRelativeToCRLIssuer [1] RDN }
+void explainPointName(ClsXml& at, Items& items) {
+  eachChild(at, [&] {
+    if (isContext(at, 1)) items.next().append("a name relative to the issuer's");
+    if (!isContext(at, 0)) return;
+    eachChild(at, [&] { items.generalName(at); });
+  });
+}
+
+// CRLDistributionPoints ::= SEQUENCE OF SEQUENCE { distributionPoint [0] DistributionPointName
+//   OPTIONAL, reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
 bool explainDistributionPoints(ClsXml& at, Items& items) {
   eachChild(at, [&] {
     eachChild(at, [&] {
-      if (!isContext(at, 0)) return;
-      eachChild(at, [&] {
-        if (!isContext(at, 0)) return;
-        eachChild(at, [&] { items.generalName(at); });
-      });
+      if (isContext(at, 0)) return explainPointName(at, items);
+      if (isContext(at, 1)) items.next().append("for some reasons only");
+      if (!isContext(at, 2)) return;
+      items.next().append("issued by");
+      eachChild(at, [&] { items.alsoGeneralName(at); });
     });
   });
   return items.any();
 }
 
+// The qualifier is the URI of a statement, CPSuri ::= IA5String, or
+//   UserNotice ::= SEQUENCE { noticeRef SEQUENCE ... OPTIONAL, explicitText DisplayText OPTIONAL }
+void explainQualifier(ClsXml& at, Items& items) {
+  StringBuffer text;
+  bool found = false;
+  const auto take = [&] { found = found || readStringValue(at, text); };
+  eachChild(at, [&] {
+    take();
+    eachChild(at, take);
+  });
+  if (found) items.alsoText(text.view());
+}
+
 // CertificatePolicies ::= SEQUENCE OF SEQUENCE { policyIdentifier OBJECT IDENTIFIER,
 //   policyQualifiers SEQUENCE OF SEQUENCE { policyQualifierId OBJECT IDENTIFIER,
-//   qualifier ANY } OPTIONAL }; of the qualifiers, the URI of a statement (cps) is an IA5String.
+//   qualifier ANY } OPTIONAL }
 bool explainPolicies(ClsXml& at, Items& items) {
   bool wellFormed = true;
   StringBuffer text;
@@ -150,9 +173,7 @@ bool explainPolicies(ClsXml& at, Items& items) {
     }
     items.oid(text.view());
     if (!at.findChild2("sequence")) return;
-    eachChild(at, [&] {
-      if (readChild(at, "ia5", text)) items.alsoText(text.view());
-    });
+    eachChild(at, [&] { explainQualifier(at, items); });
     at.getParent2();
   });
   return wellFormed && items.any();

@@ -105,7 +105,11 @@ void writeGeneralName(const GeneralName& name, JsonLine& line) {
   line.endObject();
 }
 
-void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out) {
+namespace {
+
+using AppendText = void (*)(std::string_view text, StringBuffer& out);
+
+void appendName(const GeneralName& name, OidStyle style, AppendText appendText, StringBuffer& out) {
   using Form = GeneralName::Form;
   out.append(name.type);
   out.appendChar(' ');
@@ -114,11 +118,22 @@ void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& ou
     out.appendChar('=');
   }
   if (name.form == Form::kText || name.form == Form::kOtherText) {
-    appendPrintable(name.text.view(), out);
+    appendText(name.text.view(), out);
   } else {
     out.appendChar('#');
     name.octets.encodeDB("hexlower", out);
   }
+}
+
+}  // namespace
+
+void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out) {
+  appendName(
+      name, style, [](auto text, auto& to) { appendPrintable(text, to); }, out);
+}
+
+void appendGeneralNameItem(const GeneralName& name, OidStyle style, StringBuffer& out) {
+  appendName(name, style, appendPrintableItem, out);
 }
 
 }  // namespace velmora::tool

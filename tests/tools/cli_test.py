@@ -349,7 +349,10 @@ class Extensions(unittest.TestCase):
             ("1.3.6.1.5.5.7.1.1", tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.48.1"), uri)), "ocsp uri http://x/"),
             ("2.5.29.31", tlv(0x30, tlv(0x30, tlv(0xA0, tlv(0xA0, uri, uri)))), "uri http://x/, uri http://x/"),
             ("2.5.29.32", tlv(0x30, tlv(0x30, oid("2.23.140.1.2.1"), tlv(0x30, tlv(
-                0x30, oid("1.3.6.1.5.5.7.2.1"), tlv(IA5, b"http://c/\n"))))), r"domainValidated http://c/\x0A"),
+                0x30, oid("1.3.6.1.5.5.7.2.1"), tlv(IA5, b"http://c/\n"))))), r'domainValidated "http://c/\x0A"'),
+            ("2.5.29.32", tlv(0x30, tlv(0x30, oid("1.2.3"), tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.2.2"), tlv(0x30, tlv(
+                UTF8, b'a "b", 1.2.4')))))), r'critical: 1.2.3 "a \x22b\x22, 1.2.4"'),
+            ("2.5.29.31", tlv(0x30, tlv(0x30, tlv(0xA2, tlv(0xA4, name((CN, tlv(UTF8, b"i"))))))), "critical: issued by directory CN=i"),
             ("2.5.29.30", tlv(0x30, tlv(0xA0, tlv(0x30, tlv(0x87, bytes([10, 0, 0, 0, 255, 0, 0, 0])))),
                               tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
             ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
@@ -372,14 +375,15 @@ class Extensions(unittest.TestCase):
         der = certificate(subject, extensions=[
             extension("2.5.29.14", tlv(0x04, b"\xab\1")),
             extension("2.5.29.35", tlv(0x30, tlv(0xA1, tlv(0xA4, name())), tlv(0x80, b"\0\xcd"))),
-            extension("2.5.29.17", tlv(0x30, tlv(0x82, b"x"), tlv(0x81, b"t@x"), tlv(0x81, b"u@x")))])
+            extension("2.5.29.17", tlv(0x30, tlv(0x82, b"x"), tlv(0x81, b"t@x"), tlv(0x81, b""), tlv(0x81, b"u@x")))])
         shown = self.shown(der, "--json", "--with-der")
         self.assertEqual((shown["subjectKeyIdentifier"], shown["authorityKeyIdentifier"]), ("AB01", "00CD"))
         self.assertEqual(shown["emails"], ["s@x", "t@x", "u@x"])
         self.assertEqual(base64.b64decode(shown["der"]), der)
         self.assertEqual((shown["sha1"], shown["sha256"]),
                          (hashlib.sha1(der).hexdigest().upper(), hashlib.sha256(der).hexdigest().upper()))
-        self.assertTrue(self.shown(certificate(name((CN, tlv(PRINTABLE, b"issuer")))), "--json")["selfIssued"])
+        for kind, expected in ((CN, True), (O, False)):
+            self.assertIs(self.shown(certificate(name((kind, tlv(PRINTABLE, b"issuer")))), "--json")["selfIssued"], expected)
 
     def test_a_list_in_the_subject_is_not_the_certificates(self):
         forged = tlv(0xA3, tlv(0x30, extension("2.5.29.14", tlv(0x04, b"\1"))))
@@ -498,6 +502,7 @@ class Files(unittest.TestCase):
             status, _, errors = run("split", "--der", "--force", "--out", str(out), data("three_0.der"), str(same))
             self.assertEqual((status, (out / "three_0-001.der").read_bytes()), (3, (DATA / "three_0.der").read_bytes()))
             self.assertIn("another source", errors)
+            self.assertEqual(run("split", "--out", str(same), data("three.pem")), (3, "", f"velmora-x509: {same}: Not a directory\n"))
 
     def test_expires(self):
         status, out, _ = run("expires", data("hostile.pem"))
