@@ -203,7 +203,7 @@ def shown_name(tag, content):
 def addresses(subject, names):
     found = [value_text(tag, content) for oid, tag, content in subject if oid == EMAIL]
     found += [content.decode("utf-8", "replace") for tag, content in names if tag == 0x81]
-    return list(dict.fromkeys(found))
+    return list(dict.fromkeys(address for address in found if address))
 
 
 def public_key(info):
