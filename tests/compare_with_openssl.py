@@ -125,8 +125,8 @@ def fields(der):
     return {"version": version, "signatureAlgorithm": dotted(next(members(algorithm))[1]),
             "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1]),
             "subject": name_text(attributes["subject"]), "issuer": name_text(attributes["issuer"]),
-            "selfIssued": values_text(attributes["subject"]) == values_text(attributes["issuer"]),
-            "extensions": extensions, "subjectAltName": [shown_name(*name) for name in names],
+            "selfIssued": name_text(attributes["subject"]) == name_text(attributes["issuer"]),
+            "extensions": extensions, "subjectAltNames": [shown_name(*name) for name in names],
             "emails": addresses(attributes["subject"], names),
             "subjectKeyIdentifier": subject_key_identifier(extensions),
             "authorityKeyIdentifier": authority_key_identifier(extensions),
@@ -203,7 +203,7 @@ def shown_name(tag, content):
 def addresses(subject, names):
     found = [value_text(tag, content) for oid, tag, content in subject if oid == EMAIL]
     found += [content.decode("utf-8", "replace") for tag, content in names if tag == 0x81]
-    return list(dict.fromkeys(found))
+    return list(dict.fromkeys(address for address in found if address))
 
 
 def public_key(info):
@@ -385,10 +385,6 @@ def quoted(tag, content):
 
 def name_text(attributes):
     return ", ".join(NAMES.get(oid, "OID." + oid) + "=" + quoted(tag, content) for oid, tag, content in attributes)
-
-
-def values_text(attributes):
-    return ", ".join(quoted(tag, content) for _, tag, content in attributes)
 
 
 def second_opinion(view, expected):

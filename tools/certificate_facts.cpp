@@ -4,6 +4,7 @@
 
 #include "support/hash/vm_hash.h"
 #include "tools/general_name.h"
+#include "tools/whole.h"
 #include "x509/dn_names.h"
 
 namespace velmora::tool {
@@ -12,10 +13,11 @@ namespace {
 
 constexpr std::string_view kEmailAddress = "1.2.840.113549.1.9.1";
 
-// Addresses in the order in which they are added, each once.
+// Addresses in the order in which they are added, each once; an empty text is none.
 class AddressList {
  public:
   void add(std::string_view address) {
+    if (address.empty()) return;
     std::string text(address);
     if (m_known.insert(text).second) m_addresses.push_back(std::move(text));
   }
@@ -33,7 +35,7 @@ void addFromSubject(ClsXml& subject, AddressList& addresses) {
     if (oid != kEmailAddress) return;
     value.weakClear();
     appendDnValue(subject, false, value, log);
-    addresses.add(value.view());
+    addresses.add(whole(value).view());
   });
 }
 
@@ -55,22 +57,36 @@ void readVersion(VelmoraX509& certificate, XString& version, LogBase& log) {
 bool isSelfIssued(VelmoraX509& certificate, LogBase& log) {
   XString subject;
   XString issuer;
-  return certificate.getDN(true, false, subject, log, 0) &&
-         certificate.getDN(false, false, issuer, log, 0) && subject.equalsX(issuer);
+  const bool read = certificate.getDN(true, true, subject, log, 0) &&
+                    certificate.getDN(false, true, issuer, log, 0);
+  return read && whole(subject).equalsX(whole(issuer));
+}
+
+// Every certificate has a SubjectPublicKeyInfo: what can fail is memory alone.
+void readSpkiPin(VelmoraX509& certificate, XString& pin, LogBase& log) {
+  const StringBuffer hash("sha256");
+  const StringBuffer encoding("base64");
+  pin.weakClear();
+  const bool read = certificate.getSpkiFingerprint(whole(hash), whole(encoding), pin, log);
+  if (!read) throw std::bad_alloc();
 }
 
 bool readKeyIdentifier(const CertificateTree& tree, KeyIdentifier which, DataBuffer& octets) {
   const bool ofSubject = which == KeyIdentifier::kSubject;
   const XmlHandle at = tree.extension(ofSubject ? kSubjectKeyIdentifier : kAuthorityKeyIdentifier);
   octets.clear();
-  if (!at) return false;
-  if (ofSubject)
-    return at->tagEquals("octets") && octets.appendEncoded(at->contentView(), "base64");
   bool found = false;
+  if (!at) return false;
+  if (ofSubject) {
+    found = at->tagEquals("octets") && octets.appendEncoded(at->contentView(), "base64");
+    whole(octets);
+    return found;
+  }
   eachChild(*at, [&] {
     if (found || !isPrimitiveContext(*at, 0)) return;
     found = octets.appendEncoded(at->contentView(), "base64");
   });
+  whole(octets);
   return found;
 }
 
@@ -82,7 +98,7 @@ XmlHandle alternativeNames(const CertificateTree& tree) {
 
 std::vector<std::string> emailAddresses(const CertificateTree& tree) {
   AddressList addresses;
-  if (const XmlHandle subject = tree.subject()) addFromSubject(*subject, addresses);
+  addFromSubject(*tree.subject(), addresses);
   if (const XmlHandle names = alternativeNames(tree)) {
     addFromAlternativeNames(*names, addresses);
   }

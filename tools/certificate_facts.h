@@ -18,9 +18,11 @@ inline constexpr std::string_view kAuthorityKeyIdentifier = "2.5.29.35";
 /// The version as people count it; a certificate without the field is one of version 1.
 void readVersion(VelmoraX509& certificate, XString& version, LogBase& log);
 
-/// Whether subject and issuer are the same text in style 0 without attribute names. False when
-/// either cannot be read.
+/// Whether subject and issuer are the same text in style 0. False when either cannot be read.
 bool isSelfIssued(VelmoraX509& certificate, LogBase& log);
+
+/// The SHA-256 of the SubjectPublicKeyInfo in base64 (RFC 7469).
+void readSpkiPin(VelmoraX509& certificate, XString& pin, LogBase& log);
 
 /// Which key identifier (RFC 5280 §4.2.1.1 and §4.2.1.2).
 enum class KeyIdentifier { kSubject, kAuthority };

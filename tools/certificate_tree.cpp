@@ -1,8 +1,10 @@
 #include "tools/certificate_tree.h"
 
+#include <algorithm>
 #include <new>
 
 #include "support/asn1/der_xml_codec.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -38,7 +40,7 @@ const char* CertificateTree::load(std::span<const unsigned char> der) {
   Asn1Fault fault;
   if (!DerXmlCodec::derToXml(der, m_xml, fault)) return fault.reason;
   LogNull log;
-  if (!m_tree->loadXml(m_xml, true, log)) return "A certificate that cannot be loaded.";
+  if (!m_tree->loadXml(m_xml, true, log)) throw std::bad_alloc();
   listExtensions();
   return nullptr;
 }
@@ -50,7 +52,6 @@ void CertificateTree::listExtensions() {
 
 bool CertificateTree::listExtensionsIn(int tag) {
   const XmlHandle at = part("sequence");
-  if (!at) return false;
   bool found = false;
   eachChild(*at, [&] {
     if (found || !isContext(*at, tag) || !at->findChild2("sequence")) return;
@@ -61,11 +62,21 @@ bool CertificateTree::listExtensionsIn(int tag) {
   return found;
 }
 
+XmlHandle CertificateTree::part(const char* path) const {
+  XmlHandle part(m_tree->getChildWithTagUtf8(path));
+  if (!part) throw std::bad_alloc();
+  return part;
+}
+
+const ListedExtension* CertificateTree::findExtension(std::string_view oid) const {
+  const auto found = std::find_if(m_extensions.begin(), m_extensions.end(),
+                                  [&](const ListedExtension& each) { return each.oid == oid; });
+  return found == m_extensions.end() ? nullptr : &*found;
+}
+
 XmlHandle CertificateTree::extension(std::string_view oid) const {
-  for (const ListedExtension& each : m_extensions) {
-    if (each.oid == oid) return each.value ? treeOfBase64(*each.value) : XmlHandle();
-  }
-  return XmlHandle();
+  const ListedExtension* found = findExtension(oid);
+  return found != nullptr && found->value ? treeOfBase64(*found->value) : XmlHandle();
 }
 
 XmlHandle treeOfBase64(std::string_view base64) {
@@ -73,11 +84,19 @@ XmlHandle treeOfBase64(std::string_view base64) {
   StringBuffer xml;
   Asn1Fault fault;
   LogNull log;
-  if (!der.appendEncoded(base64, "base64")) return XmlHandle();
-  if (!DerXmlCodec::derToXml(der.span(), xml, fault)) return XmlHandle();
+  der.appendEncoded(base64, "base64");
+  const bool read = DerXmlCodec::derToXml(whole(der).span(), xml, fault);
+  if (fault.noMemory) throw std::bad_alloc();
+  if (!read) return XmlHandle();
   XmlHandle tree = newTree();
-  if (!tree->loadXml(xml, true, log)) tree.reset();
+  if (!tree->loadXml(xml, true, log)) throw std::bad_alloc();
   return tree;
+}
+
+// What was DER can be DER again, if there is memory for it.
+void appendDer(ClsXml& at, DataBuffer& der) {
+  LogNull log;
+  if (!DerXmlCodec::xmlToDer(at, der, log)) throw std::bad_alloc();
 }
 
 bool isContext(const ClsXml& at, int tag) noexcept {

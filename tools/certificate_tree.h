@@ -28,15 +28,18 @@ struct ListedExtension {
 /// counts (RFC 5280 §4.1).
 class CertificateTree {
  public:
-  /// Null, or why the octets cannot be read.
+  /// Null, or why the octets, which have the shape of a certificate, cannot be read.
   const char* load(std::span<const unsigned char> der);
 
   const std::vector<ListedExtension>& extensions() const noexcept { return m_extensions; }
-  /// The first extension with the dotted OID, as a tree; none when it is absent or is not ASN.1.
+  /// The first extension with the dotted OID; null when it is absent.
+  const ListedExtension* findExtension(std::string_view oid) const;
+  /// Its value as a tree; none when it is absent or is not ASN.1.
   XmlHandle extension(std::string_view oid) const;
 
-  // New handles on parts; none when the certificate lacks them. The two algorithms are those of the
-  // signature: inside tbsCertificate (§4.1.2.3) and behind it (§4.1.1.2).
+  // New handles on parts, which everything with the shape of a certificate (classifyDer) has. The
+  // two algorithms are those of the signature: inside tbsCertificate (§4.1.2.3) and behind it
+  // (§4.1.1.2).
   XmlHandle innerAlgorithm() const { return part("sequence|sequence"); }
   XmlHandle outerAlgorithm() const { return part("sequence[1]"); }
   XmlHandle subject() const { return part("sequence|sequence[3]"); }
@@ -44,7 +47,7 @@ class CertificateTree {
   XmlHandle publicKey() const { return part("sequence|sequence[4]"); }
 
  private:
-  XmlHandle part(const char* path) const { return XmlHandle(m_tree->getChildWithTagUtf8(path)); }
+  XmlHandle part(const char* path) const;
   void listExtensions();
   bool listExtensionsIn(int tag);
 
@@ -55,6 +58,9 @@ class CertificateTree {
 
 /// The octets in base64 as an ASN.1 XML tree; none when they are not BER.
 XmlHandle treeOfBase64(std::string_view base64);
+
+/// Appends the DER of the element at the handle, which is part of a certificate's tree.
+void appendDer(ClsXml& at, DataBuffer& der);
 
 /// Calls visit() with the handle on each child in turn; the handle is back afterwards. `visit` must
 /// leave the handle where it was.

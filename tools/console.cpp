@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -46,16 +47,31 @@ void Console::endRecord() {
 
 bool Console::flush() {
   const bool outOfMemory = m_out.failed();
+  write();
+  if (outOfMemory) outputFailed("out of memory");
+  return !m_outputFailed;
+}
+
+void Console::takeBack(size_t size) {
+  m_out.truncate(std::min(size, m_out.getSize()));
+  write();
+}
+
+void Console::write() {
   const int failure = m_outputFailed ? 0 : writeAll(STDOUT_FILENO, m_out.view());
   m_out.weakClear();
-  if (m_outputFailed || (failure == 0 && !outOfMemory)) return !m_outputFailed;
+  if (failure != 0) outputFailed(failure == EPIPE ? nullptr : std::strerror(failure));
+}
+
+// Tells of the first failure; one without a reason is no news.
+void Console::outputFailed(const char* reason) {
+  const bool isFirst = !m_outputFailed;
   m_outputFailed = true;
   raise(ExitStatus::kUnreadable);
-  if (failure == EPIPE) return false;
+  if (!isFirst || reason == nullptr) return;
   StringBuffer line("velmora-x509: standard output: ");
-  line.append(failure == 0 ? "out of memory" : std::strerror(failure));
+  line.append(reason);
   error(line.view());
-  return false;
 }
 
 bool Console::takesBinary(std::string& error) const {

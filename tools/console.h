@@ -25,6 +25,10 @@ class Console {
   /// first failure has an error line, except that of a reader who went away.
   bool flush();
 
+  /// Takes back what was gathered beyond the first `size` bytes, and the mark of memory that ran
+  /// out on the way; writes those bytes.
+  void takeBack(size_t size);
+
   /// Writes one line to standard error, behind the output so far. `line` is safe to print.
   void error(std::string_view line);
 
@@ -41,6 +45,9 @@ class Console {
   ExitStatus status() const noexcept { return m_status; }
 
  private:
+  void write();
+  void outputFailed(const char* reason);
+
   StringBuffer m_out;
   bool m_coloured;
   bool m_outputFailed = false;

@@ -1,5 +1,7 @@
 #include "tools/escape.h"
 
+#include <algorithm>
+
 #include "support/text/printable.h"
 
 namespace velmora::tool {
@@ -9,6 +11,21 @@ namespace {
 constexpr char kLowerDigits[] = "0123456789abcdef";
 
 }  // namespace
+
+void appendPrintableItem(std::string_view text, StringBuffer& out) {
+  const bool isVisible = std::all_of(text.begin(), text.end(),
+                                     [](char c) { return c > ' ' && c < '\x7F' && c != '"'; });
+  if (isVisible && !text.empty()) return appendPrintable(text, out);
+  out.appendChar('"');
+  for (;;) {
+    const size_t quote = text.find('"');
+    appendPrintable(text.substr(0, quote), out);
+    if (quote == text.npos) break;
+    out.append("\\x22");
+    text.remove_prefix(quote + 1);
+  }
+  out.appendChar('"');
+}
 
 void appendJsonText(std::string_view text, StringBuffer& out) {
   static constexpr AsciiSet kPlain = printableWithout("\"\\");

@@ -4,6 +4,7 @@
 #include "tools/dates.h"
 #include "tools/escape.h"
 #include "tools/input.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -47,7 +48,7 @@ class ListExpiring final : public CertificateVisitor {
     XString subject;
     if (!m_loaded.get().getDN(true, true, subject, m_log, 0)) return;
     out.append(": ");
-    appendPrintable(subject.view(), out);
+    appendPrintable(whole(subject).view(), out);
   }
 
   int64_t m_days;
@@ -67,7 +68,7 @@ bool runExpires(const Arguments& arguments, Console& console, std::string& usage
   int64_t days = kDefaultDays;
   const auto given = arguments.value("--within");
   if (given && !parseDays(*given, days)) {
-    usageError = "option \"--within\" needs a number of days";
+    usageError = "option \"--within\" needs a number of days, at most 1000000";
     return false;
   }
   ListExpiring visitor(days, console);

@@ -1,7 +1,10 @@
+#include "support/asn1/der_xml_codec.h"
 #include "support/asn1/oids.h"
+#include "tools/certificate_tree.h"
 #include "tools/command.h"
 #include "tools/escape.h"
 #include "tools/input.h"
+#include "tools/whole.h"
 #include "tools/xml_layout.h"
 #include "x509/oid_names.h"
 
@@ -17,11 +20,15 @@ class PrintExtension final : public CertificateVisitor {
       : m_oid(oid), m_form(form), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    if (!m_loaded.get().getExtensionDerDataByOid(m_oid.getString(), m_value, m_log)) {
+    if (const char* reason = m_tree.load(input.der)) return reason;
+    const ListedExtension* extension = m_tree.findExtension(m_oid);
+    if (extension == nullptr || !extension->value) {
       reportAbsence(input);
       return nullptr;
     }
+    m_value.clear();
+    m_value.appendEncoded(*extension->value, "base64");
+    whole(m_value);
     return print();
   }
 
@@ -44,26 +51,26 @@ class PrintExtension final : public CertificateVisitor {
     if (m_form == Form::kHex) {
       m_value.encodeDB("hex", out);
     } else if (m_form == Form::kText) {
-      StringBuffer text;
-      m_loaded.get().getExtensionTextByOid(m_oid.getString(), text, m_log);
-      appendPrintable(text.view(), out);
+      appendPrintable(m_value.view(), out);
     } else {
-      StringBuffer xml;
-      if (!m_loaded.get().getExtensionAsnXmlByOid(m_oid.getString(), xml, m_log)) {
+      m_xml.weakClear();
+      Asn1Fault fault;
+      if (!DerXmlCodec::derToXml(m_value.span(), m_xml, fault)) {
+        whole(m_xml);
         return "The extension's value is not ASN.1; --hex shows it.";
       }
-      appendIndentedXml(xml.view(), out);
+      appendIndentedXml(m_xml.view(), out);
     }
     out.appendChar('\n');
     return nullptr;
   }
 
-  StringBuffer m_oid;
+  std::string_view m_oid;
   Form m_form;
   Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
+  CertificateTree m_tree;
   DataBuffer m_value;
+  StringBuffer m_xml;
 };
 
 Form chosenForm(const Arguments& arguments) {

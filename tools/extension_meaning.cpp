@@ -5,6 +5,8 @@
 
 #include "tools/escape.h"
 #include "tools/general_name.h"
+#include "tools/string_value.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -23,17 +25,17 @@ class Items {
   void oid(std::string_view dotted) { appendOidShort(dotted, m_style, next()); }
   void generalName(ClsXml& at) {
     readGeneralName(at, m_name);
-    appendGeneralName(m_name, m_style, next());
+    appendGeneralNameItem(m_name, m_style, next());
   }
   // Behind the last item and part of it.
   void alsoGeneralName(ClsXml& at) {
     readGeneralName(at, m_name);
     m_out.appendChar(' ');
-    appendGeneralName(m_name, m_style, m_out);
+    appendGeneralNameItem(m_name, m_style, m_out);
   }
   void alsoText(std::string_view text) {
     m_out.appendChar(' ');
-    appendPrintable(text, m_out);
+    appendPrintableItem(text, m_out);
   }
   bool any() const noexcept { return m_any; }
 
@@ -43,6 +45,13 @@ class Items {
   bool m_any = false;
   GeneralName m_name;
 };
+
+// The content of the child that a path of steps reaches; false when there is none.
+bool readChild(const ClsXml& at, const char* path, StringBuffer& text) {
+  const bool found = at.getChildContentUtf8(path, text, false);
+  whole(text);
+  return found;
+}
 
 // Each explains the value at the handle, whose outermost element is of the right type; false when
 // what is in it is not.
@@ -63,9 +72,9 @@ bool appendNumber(std::string_view digits, StringBuffer& out) {
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
 bool explainBasicConstraints(ClsXml& at, Items& items) {
   StringBuffer text;
-  const bool isCa = at.getChildContentUtf8("bool", text, false) && !text.equals("00");
+  const bool isCa = readChild(at, "bool", text) && !text.equals("00");
   items.next().append(isCa ? "a CA" : "not a CA");
-  if (!at.getChildContentUtf8("int", text, false)) return true;
+  if (!readChild(at, "int", text)) return true;
   StringBuffer& out = items.next();
   out.append("path length ");
   return appendNumber(text.view(), out);
@@ -78,7 +87,7 @@ bool explainKeyUsage(ClsXml& at, Items& items) {
       "keyCertSign",      "cRLSign",        "encipherOnly",    "decipherOnly"};
   DataBuffer octets;
   octets.appendEncoded(at.contentView(), "hex");
-  const std::span<const unsigned char> bits = octets.span();
+  const std::span<const unsigned char> bits = whole(octets).span();
   for (size_t i = 0; i < std::size(kUsages) && i / 8 < bits.size(); ++i) {
     if ((bits[i / 8] & (0x80U >> (i % 8))) != 0) items.next().append(kUsages[i]);
   }
@@ -114,37 +123,57 @@ bool explainAccess(ClsXml& at, Items& items) {
   return wellFormed && items.any();
 }
 
-// CRLDistributionPoints ::= SEQUENCE OF SEQUENCE { distributionPoint [0] { fullName [0]
-//   GeneralNames | nameRelativeToCRLIssuer [1] RDN } OPTIONAL, reasons [1] ..., cRLIssuer [2] ... }
+// DistributionPointName ::= CHOICE { fullName [0] GeneralNames, nameRelativeToCRLIssuer [1] RDN }
+void explainPointName(ClsXml& at, Items& items) {
+  eachChild(at, [&] {
+    if (isContext(at, 1)) items.next().append("a name relative to the issuer's");
+    if (!isContext(at, 0)) return;
+    eachChild(at, [&] { items.generalName(at); });
+  });
+}
+
+// CRLDistributionPoints ::= SEQUENCE OF SEQUENCE { distributionPoint [0] DistributionPointName
+//   OPTIONAL, reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
 bool explainDistributionPoints(ClsXml& at, Items& items) {
   eachChild(at, [&] {
     eachChild(at, [&] {
-      if (!isContext(at, 0)) return;
-      eachChild(at, [&] {
-        if (!isContext(at, 0)) return;
-        eachChild(at, [&] { items.generalName(at); });
-      });
+      if (isContext(at, 0)) return explainPointName(at, items);
+      if (isContext(at, 1)) items.next().append("for some reasons only");
+      if (!isContext(at, 2)) return;
+      items.next().append("issued by");
+      eachChild(at, [&] { items.alsoGeneralName(at); });
     });
   });
   return items.any();
 }
 
+// The qualifier is the URI of a statement, CPSuri ::= IA5String, or
+//   UserNotice ::= SEQUENCE { noticeRef SEQUENCE ... OPTIONAL, explicitText DisplayText OPTIONAL }
+void explainQualifier(ClsXml& at, Items& items) {
+  StringBuffer text;
+  bool found = false;
+  const auto take = [&] { found = found || readStringValue(at, text); };
+  eachChild(at, [&] {
+    take();
+    eachChild(at, take);
+  });
+  if (found) items.alsoText(text.view());
+}
+
 // CertificatePolicies ::= SEQUENCE OF SEQUENCE { policyIdentifier OBJECT IDENTIFIER,
 //   policyQualifiers SEQUENCE OF SEQUENCE { policyQualifierId OBJECT IDENTIFIER,
-//   qualifier ANY } OPTIONAL }; of the qualifiers, the URI of a statement (cps) is an IA5String.
+//   qualifier ANY } OPTIONAL }
 bool explainPolicies(ClsXml& at, Items& items) {
   bool wellFormed = true;
   StringBuffer text;
   eachChild(at, [&] {
-    if (!at.getChildContentUtf8("oid", text, false)) {
+    if (!readChild(at, "oid", text)) {
       wellFormed = false;
       return;
     }
     items.oid(text.view());
     if (!at.findChild2("sequence")) return;
-    eachChild(at, [&] {
-      if (at.getChildContentUtf8("ia5", text, false)) items.alsoText(text.view());
-    });
+    eachChild(at, [&] { explainQualifier(at, items); });
     at.getParent2();
   });
   return wellFormed && items.any();
@@ -199,7 +228,7 @@ constexpr Explained kExplained[] = {
 void appendSize(std::string_view base64, StringBuffer& out) {
   DataBuffer octets;
   octets.appendEncoded(base64, "base64");
-  out.appendInt(static_cast<int64_t>(octets.size()));
+  out.appendInt(static_cast<int64_t>(whole(octets).size()));
   out.append(octets.size() == 1 ? " byte" : " bytes");
 }
 

@@ -1,9 +1,9 @@
 #include "tools/general_name.h"
 
-#include "support/asn1/der_xml_codec.h"
 #include "support/asn1/oids.h"
 #include "tools/certificate_tree.h"
 #include "tools/escape.h"
+#include "tools/whole.h"
 #include "x509/velmora_x509.h"
 
 namespace velmora::tool {
@@ -20,11 +20,18 @@ std::string_view typeOf(const ClsXml& at) {
   return isKnown ? kTypes[tag] : "unknown";
 }
 
+// There must be one.
+XmlHandle firstChild(const ClsXml& at) {
+  XmlHandle child(at.GetChild(0));
+  if (!child) throw std::bad_alloc();
+  return child;
+}
+
 // OtherName ::= SEQUENCE { type-id OBJECT IDENTIFIER, value [0] EXPLICIT ANY DEFINED BY type-id }
 bool readOtherName(ClsXml& at, GeneralName& name) {
   if (at.get_NumChildren() != 2) return false;
-  const XmlHandle part(at.GetChild(0));
-  if (!part || !part->tagEquals("oid")) return false;
+  const XmlHandle part = firstChild(at);
+  if (!part->tagEquals("oid")) return false;
   name.oid.append(part->contentView());
   part->NextSibling2();
   if (!isContext(*part, 0) || part->get_NumChildren() != 1) return false;
@@ -34,19 +41,19 @@ bool readOtherName(ClsXml& at, GeneralName& name) {
     name.form = GeneralName::Form::kOtherText;
     return name.text.append(part->contentView());
   }
-  LogNull log;
   name.form = GeneralName::Form::kOtherOctets;
-  return DerXmlCodec::xmlToDer(*part, name.octets, log);
+  appendDer(*part, name.octets);
+  return true;
 }
 
 bool readDirectoryName(const ClsXml& at, GeneralName& name) {
   if (at.get_NumChildren() != 1) return false;
-  const XmlHandle directory(at.GetChild(0));
-  if (!directory || !eachAttribute(*directory, [](size_t, std::string_view) {})) return false;
+  const XmlHandle directory = firstChild(at);
+  if (!eachAttribute(*directory, [](size_t, std::string_view) {})) return false;
   LogNull log;
   XString text;
   eachChild(*directory, [&] { VelmoraX509::appendToDN(*directory, true, 0, text, log); });
-  return name.text.append(text.getUtf8Sb());
+  return name.text.append(whole(text).getUtf8Sb());
 }
 
 bool readValue(ClsXml& at, GeneralName& name) {
@@ -54,6 +61,7 @@ bool readValue(ClsXml& at, GeneralName& name) {
   if (isContext(at, 4)) return readDirectoryName(at, name);
   DataBuffer octets;
   octets.appendEncoded(at.contentView(), "base64");
+  whole(octets);
   for (const int tag : {1, 2, 6}) {
     if (isPrimitiveContext(at, tag)) return name.text.append(octets);
   }
@@ -69,11 +77,14 @@ void readGeneralName(ClsXml& at, GeneralName& name) {
   name.oid.weakClear();
   name.text.weakClear();
   name.octets.clear();
-  if (readValue(at, name)) return;
-  LogNull log;
-  name.form = GeneralName::Form::kOctets;
-  name.octets.clear();
-  DerXmlCodec::xmlToDer(at, name.octets, log);
+  if (!readValue(at, name)) {
+    name.form = GeneralName::Form::kOctets;
+    whole(name.octets).clear();
+    appendDer(at, name.octets);
+  }
+  whole(name.oid);
+  whole(name.text);
+  whole(name.octets);
 }
 
 void writeGeneralName(const GeneralName& name, JsonLine& line) {
@@ -94,7 +105,11 @@ void writeGeneralName(const GeneralName& name, JsonLine& line) {
   line.endObject();
 }
 
-void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out) {
+namespace {
+
+using AppendText = void (*)(std::string_view text, StringBuffer& out);
+
+void appendName(const GeneralName& name, OidStyle style, AppendText appendText, StringBuffer& out) {
   using Form = GeneralName::Form;
   out.append(name.type);
   out.appendChar(' ');
@@ -103,11 +118,22 @@ void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& ou
     out.appendChar('=');
   }
   if (name.form == Form::kText || name.form == Form::kOtherText) {
-    appendPrintable(name.text.view(), out);
+    appendText(name.text.view(), out);
   } else {
     out.appendChar('#');
     name.octets.encodeDB("hexlower", out);
   }
+}
+
+}  // namespace
+
+void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out) {
+  appendName(
+      name, style, [](auto text, auto& to) { appendPrintable(text, to); }, out);
+}
+
+void appendGeneralNameItem(const GeneralName& name, OidStyle style, StringBuffer& out) {
+  appendName(name, style, appendPrintableItem, out);
 }
 
 }  // namespace velmora::tool

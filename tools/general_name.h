@@ -34,8 +34,10 @@ void readGeneralName(ClsXml& at, GeneralName& name);
 /// The name as {type, value}.
 void writeGeneralName(const GeneralName& name, JsonLine& line);
 
-/// The name on one line for people: the type and the value, safe to print.
+/// The name for people: the type and the value, safe to print; the second as one of several items
+/// of a line.
 void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out);
+void appendGeneralNameItem(const GeneralName& name, OidStyle style, StringBuffer& out);
 
 /// Appends an IP address as RFC 5952 §4 and §5 write it (of IPv4 as usual) with "/" and the mask
 /// behind it where there is one: its length or, with a gap in it, the mask itself. False for octets

@@ -6,11 +6,13 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "support/text/ascii.h"
 #include "tools/escape.h"
 #include "tools/json_writer.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -33,6 +35,81 @@ class Descriptor {
   int m_descriptor;
 };
 
+// The library's sentence as a part of a line: without its full stop and, unless it starts with an
+// abbreviation, its capital letter.
+void appendReason(std::string_view sentence, StringBuffer& out) {
+  if (sentence.ends_with('.')) sentence.remove_suffix(1);
+  const bool isAbbreviation = sentence.size() > 1 && sentence[1] >= 'A' && sentence[1] <= 'Z';
+  if (!sentence.empty() && !isAbbreviation) {
+    out.appendChar(asciiLower(sentence.front()));
+    sentence.remove_prefix(1);
+  }
+  out.append(sentence);
+}
+
+void appendNumber(std::string_view before, size_t number, StringBuffer& out) {
+  out.append(before);
+  out.appendInt(static_cast<int64_t>(number));
+}
+
+// The reason, and where in the block it lies.
+void appendReasonAndPlace(const CertificateFailure& failure, StringBuffer& out) {
+  appendReason(failure.reason, out);
+  if (failure.line != 0) {
+    appendNumber(" (line ", failure.line, out);
+    out.appendChar(')');
+  }
+  if (failure.offset) {
+    appendNumber(" (offset ", *failure.offset, out);
+    out.append(" in the DER)");
+  }
+}
+
+// Blocks in a row that fail for the same reason. The first has a line of its own, the others share
+// one: of a file that is something else altogether there may be millions.
+class FailureRun {
+ public:
+  bool continuesWith(const CertificatePlace& place, std::string_view reason) const {
+    return m_going && reason == m_reason && place.label == m_label;
+  }
+  void start(const CertificatePlace& place, std::string_view reason) {
+    *this = FailureRun();
+    m_going = true;
+    m_reason = reason;
+    m_label = place.label;
+  }
+  void add(const CertificatePlace& place) {
+    m_last = {place.index, {}, place.line};
+    if (m_count++ == 0) m_first = m_last;
+  }
+
+  /// How many there are behind the first one.
+  size_t count() const noexcept { return m_count; }
+
+  /// Appends those: ": blocks 2 to 9 (lines 4 to 40): the reason".
+  void append(StringBuffer& out) const {
+    appendNumber(": blocks ", m_first.index + 1, out);
+    appendNumber(" to ", m_last.index + 1, out);
+    if (m_first.line != 0) {
+      appendNumber(" (lines ", m_first.line, out);
+      appendNumber(" to ", m_last.line, out);
+      out.appendChar(')');
+    }
+    out.append(": ");
+    StringBuffer reason;
+    appendReason(m_reason, reason);
+    appendPrintable(reason.view(), out);
+  }
+
+ private:
+  bool m_going = false;
+  size_t m_count = 0;
+  std::string m_reason;
+  std::string m_label;
+  CertificatePlace m_first;
+  CertificatePlace m_last;
+};
+
 // Hands what the reader finds in one source to the visitor, and failures to the console.
 class SourceSink final : public CertificateSink {
  public:
@@ -41,23 +118,76 @@ class SourceSink final : public CertificateSink {
       : m_source(source), m_errorsAsJson(errorsAsJson), m_visitor(visitor), m_console(console) {}
 
   void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
-    const char* reason = m_visitor.visit({m_source, place.index, der});
+    const char* reason = visit({m_source, place.index, der});
     if (reason != nullptr) return failure(place, {reason, std::nullopt});
+    endRun();
     m_console.endRecord();
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
-    StringBuffer where;
-    where.append(": block ");
-    where.appendInt(static_cast<int64_t>(place.index) + 1);
-    appendLabelAndLine(place, where);
-    report(where.view(), place.index, reasonWithOffset(failure).view());
+    StringBuffer reason;
+    appendReasonAndPlace(failure, reason);
+    if (m_errorsAsJson) writeJson(place.index, reason.view());
+    if (m_run.continuesWith(place, failure.reason)) {
+      m_run.add(place);
+      if (m_run.count() == 1) m_heldLine = lineOf(place, reason.view());
+      return;
+    }
+    endRun();
+    m_run.start(place, failure.reason);
+    complain(lineOf(place, reason.view()));
   }
 
   // The source as a whole.
-  void systemFailure(size_t index, int error) { report("", index, std::strerror(error)); }
+  void systemFailure(size_t index, int error) {
+    endRun();
+    const char* reason = std::strerror(error);
+    if (m_errorsAsJson) writeJson(index, reason);
+    StringBuffer line = lineStart();
+    line.append(": ");
+    line.append(reason);
+    complain(line);
+  }
+
+  // Writes what is held back while blocks fail for the same reason.
+  void endRun() {
+    if (m_run.count() > 1) {
+      m_heldLine = lineStart();
+      m_run.append(m_heldLine);
+    }
+    if (m_run.count() != 0) complain(m_heldLine);
+    m_run = FailureRun();
+  }
 
  private:
+  // A certificate for which memory runs out leaves no half of its record behind.
+  const char* visit(const InputCertificate& input) {
+    const size_t start = m_console.out().getSize();
+    try {
+      const char* reason = m_visitor.visit(input);
+      whole(m_console.out());
+      return reason;
+    } catch (const std::bad_alloc&) {
+      m_console.takeBack(start);
+      return "Memory ran out.";
+    }
+  }
+
+  StringBuffer lineStart() const {
+    StringBuffer line("velmora-x509: ");
+    appendPrintable(sourceForPeople(m_source), line);
+    return line;
+  }
+
+  StringBuffer lineOf(const CertificatePlace& place, std::string_view reason) const {
+    StringBuffer line = lineStart();
+    appendNumber(": block ", place.index + 1, line);
+    appendLabelAndLine(place, line);
+    line.append(": ");
+    appendPrintable(reason, line);
+    return line;
+  }
+
   static void appendLabelAndLine(const CertificatePlace& place, StringBuffer& out) {
     if (place.line == 0) return;
     out.append(" (");
@@ -66,45 +196,21 @@ class SourceSink final : public CertificateSink {
       appendPrintable(place.label, out);
       out.append("\", ");
     }
-    out.append("line ");
-    out.appendInt(static_cast<int64_t>(place.line));
+    appendNumber("line ", place.line, out);
     out.appendChar(')');
   }
 
-  // The library's sentence as a part of a line: without its full stop and, unless it starts with an
-  // abbreviation, its capital letter.
-  static StringBuffer reasonWithOffset(const CertificateFailure& failure) {
-    std::string_view text = failure.reason;
-    if (text.ends_with('.')) text.remove_suffix(1);
-    StringBuffer reason;
-    const bool isAbbreviation = text.size() > 1 && text[1] >= 'A' && text[1] <= 'Z';
-    if (!text.empty() && !isAbbreviation) {
-      reason.appendChar(asciiLower(text.front()));
-      text.remove_prefix(1);
-    }
-    reason.append(text);
-    if (failure.offset) {
-      reason.append(" (offset ");
-      reason.appendInt(static_cast<int64_t>(*failure.offset));
-      reason.append(" in the DER)");
-    }
-    return reason;
+  void writeJson(size_t index, std::string_view reason) {
+    JsonLine line(m_console.out());
+    line.text("source", m_source);
+    line.number("index", static_cast<int64_t>(index));
+    line.text("error", reason);
+    line.end();
+    m_console.endRecord();
   }
 
-  // `where` is safe to print.
-  void report(std::string_view where, size_t index, std::string_view reason) {
-    if (m_errorsAsJson) {
-      JsonLine line(m_console.out());
-      line.text("source", m_source);
-      line.number("index", static_cast<int64_t>(index));
-      line.text("error", reason);
-      line.end();
-    }
-    StringBuffer line("velmora-x509: ");
-    appendPrintable(sourceForPeople(m_source), line);
-    line.append(where);
-    line.append(": ");
-    appendPrintable(reason, line);
+  // `line` is safe to print.
+  void complain(const StringBuffer& line) {
     m_console.error(line.view());
     m_console.raise(ExitStatus::kUnreadable);
   }
@@ -113,10 +219,12 @@ class SourceSink final : public CertificateSink {
   bool m_errorsAsJson;
   CertificateVisitor& m_visitor;
   Console& m_console;
+  FailureRun m_run;
+  StringBuffer m_heldLine;  // of the first behind that with a line of its own
 };
 
 // 0, or what reading failed with.
-int feedAll(int descriptor, CertificateReader& reader, Console& console) {
+int feedAll(int descriptor, CertificateReader& reader, SourceSink& sink, Console& console) {
   const auto chunk = std::make_unique<char[]>(kChunkSize);
   for (;;) {
     const ssize_t size = ::read(descriptor, chunk.get(), kChunkSize);
@@ -125,6 +233,7 @@ int feedAll(int descriptor, CertificateReader& reader, Console& console) {
     if (size == 0) return 0;
     const bool wantsMore = reader.feed(std::string_view(chunk.get(), static_cast<size_t>(size)));
     // What a pipe brought goes out at once: its other end may wait for it.
+    sink.endRun();
     if (!console.flush() || !wantsMore) return 0;
   }
 }
@@ -135,10 +244,11 @@ void visitSource(std::string_view source, SourceSink& sink, Console& console) {
       isStandardInput ? STDIN_FILENO : ::open(std::string(source).c_str(), O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) return sink.systemFailure(0, errno);
   CertificateReader reader(sink);
-  if (const int error = feedAll(file.get(), reader, console); error != 0) {
+  if (const int error = feedAll(file.get(), reader, sink, console); error != 0) {
     return sink.systemFailure(reader.count(), error);
   }
   if (console.flush()) reader.finish();
+  sink.endRun();
 }
 
 }  // namespace

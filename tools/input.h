@@ -23,14 +23,16 @@ class CertificateVisitor {
  public:
   virtual ~CertificateVisitor() = default;
 
-  /// Gives null, or a constant text that says why the certificate could not be treated.
+  /// Gives null, or a constant text that says why the certificate could not be treated. May throw
+  /// std::bad_alloc: what the certificate has put out since the last flush is then taken back.
   virtual const char* visit(const InputCertificate& input) = 0;
 };
 
 /// Reads every source in turn and hands each certificate to `visitor`. What cannot be read or is no
-/// certificate gets a line on standard error and, with `errorsAsJson`, an object {source, index,
-/// error} on standard output, raises the exit status to kUnreadable and stops nothing. Stops early
-/// only when standard output cannot be written to.
+/// certificate gets a line on standard error (blocks in a row with the same fault share one, behind
+/// the first) and, with `errorsAsJson`, an object {source, index, error} on standard output, raises
+/// the exit status to kUnreadable and stops nothing. Stops early only when standard output cannot
+/// be written to.
 void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
                        CertificateVisitor& visitor, Console& console);
 

@@ -1,8 +1,8 @@
-#include "support/asn1/der_xml_codec.h"
 #include "tools/certificate_tree.h"
 #include "tools/command.h"
 #include "tools/input.h"
 #include "tools/pem.h"
+#include "tools/whole.h"
 #include "tools/xml_layout.h"
 
 namespace velmora::tool {
@@ -33,6 +33,7 @@ class PrintKey final : public CertificateVisitor {
 
  private:
   const char* printOctets(bool read) {
+    whole(m_octets);
     if (!read) return "The public key cannot be read.";
     m_console.out().append(m_octets);
     return nullptr;
@@ -40,18 +41,17 @@ class PrintKey final : public CertificateVisitor {
 
   const char* printPem(std::span<const unsigned char> certificate) {
     if (const char* reason = m_tree.load(certificate)) return reason;
-    const XmlHandle key = m_tree.publicKey();
     m_octets.clear();
-    if (!key || !DerXmlCodec::xmlToDer(*key, m_octets, m_log)) {
-      return "The public key cannot be read.";
-    }
+    appendDer(*m_tree.publicKey(), m_octets);
     appendPem("PUBLIC KEY", m_octets.span(), m_console.out());
     return nullptr;
   }
 
   const char* printXml() {
     StringBuffer xml;
-    if (!m_loaded.get().get_PublicKeyXml(xml, m_log)) return "The public key cannot be read.";
+    const bool read = m_loaded.get().get_PublicKeyXml(xml, m_log);
+    whole(xml);
+    if (!read) return "The public key cannot be read.";
     appendIndentedXml(xml.view(), m_console.out());
     m_console.out().appendChar('\n');
     return nullptr;
@@ -59,7 +59,9 @@ class PrintKey final : public CertificateVisitor {
 
   const char* printId() {
     StringBuffer id;
-    if (!m_loaded.get().getVelmoraKeyId64(id, m_log)) {
+    const bool read = m_loaded.get().getVelmoraKeyId64(id, m_log);
+    whole(id);
+    if (!read) {
       return "The public key is of a kind that is not supported, or damaged.";
     }
     m_console.out().append(id);

@@ -6,6 +6,7 @@
 #include "support/bignum/curve.h"
 #include "support/bignum/curve_data.h"
 #include "tools/certificate_tree.h"
+#include "tools/whole.h"
 #include "x509/oid_names.h"
 
 namespace velmora::tool {
@@ -30,9 +31,9 @@ std::optional<unsigned> bitLength(std::span<const unsigned char> octets) {
 std::optional<unsigned> bitLengthAt(const ClsXml& at, const char* path) {
   StringBuffer digits;
   DataBuffer octets;
-  if (!at.getChildContentUtf8(path, digits, false)) return std::nullopt;
-  octets.appendEncoded(digits.view(), "hex");
-  return bitLength(octets.span());
+  const bool found = at.getChildContentUtf8(path, digits, false);
+  octets.appendEncoded(whole(digits).view(), "hex");
+  return found ? bitLength(whole(octets).span()) : std::nullopt;
 }
 
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
@@ -40,7 +41,8 @@ void describeRsa(ClsXml& publicKey, KeyDescription& key) {
   StringBuffer digits;
   DataBuffer der;
   publicKey.getChildContentUtf8("bits", digits, false);
-  der.appendEncoded(digits.view(), "hex");
+  der.appendEncoded(whole(digits).view(), "hex");
+  whole(der);
   Asn1Header header;
   std::span<const unsigned char> content;
   DerReader sequence(der.span());
@@ -60,7 +62,9 @@ void describeDsa(ClsXml& publicKey, KeyDescription& key) {
 //   prime INTEGER }, ... } }
 void describeEc(ClsXml& publicKey, KeyDescription& key) {
   StringBuffer oid;
-  if (!publicKey.getChildContentUtf8("sequence|oid[1]", oid, false)) {
+  const bool isNamed = publicKey.getChildContentUtf8("sequence|oid[1]", oid, false);
+  whole(oid);
+  if (!isNamed) {
     key.bits = bitLengthAt(publicKey, "sequence|sequence|sequence|int");
     return;
   }
@@ -88,7 +92,7 @@ KeyDescription describeKey(ClsXml& publicKey) {
   KeyDescription key;
   StringBuffer oid;
   publicKey.getChildContentUtf8("sequence|oid", oid, false);
-  key.type = oid.view();
+  key.type = whole(oid).view();
   for (const KeyType& type : kKeyTypes) {
     if (oid.view() != type.oid) continue;
     key.type = type.name;

@@ -6,6 +6,7 @@
 #include "tools/escape.h"
 #include "tools/input.h"
 #include "tools/name_json.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -31,8 +32,9 @@ class PrintName final : public CertificateVisitor {
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_loaded.load(input.der)) return reason;
     if (m_form.members) return printMembers();
-    if (!render(m_loaded.get())) return "The name cannot be read.";
-    if (m_name.failed()) return "Out of memory.";
+    const bool rendered = render(m_loaded.get());
+    whole(m_name);
+    if (!rendered) return "The name cannot be read.";
     appendPrintable(m_name.view(), m_console.out());
     m_console.out().appendChar('\n');
     return nullptr;
@@ -41,9 +43,9 @@ class PrintName final : public CertificateVisitor {
  private:
   const char* printMembers() {
     StringBuffer members("{");
-    if (!m_loaded.get().getDnJson(!m_form.issuer, members, m_log, m_form.style)) {
-      return "The name cannot be read.";
-    }
+    const bool read = m_loaded.get().getDnJson(!m_form.issuer, members, m_log, m_form.style);
+    whole(members);
+    if (!read) return "The name cannot be read.";
     members.appendChar('}');
     appendJsonDocument(members.view(), m_console.out());
     m_console.out().appendChar('\n');

@@ -1,53 +1,14 @@
 #include "tools/name_json.h"
 
-#include "support/asn1/der_reader.h"
-#include "support/asn1/der_xml_codec.h"
-#include "support/text/encoding_convert.h"
-#include "support/text/unicode.h"
 #include "tools/certificate_tree.h"
 #include "tools/json_writer.h"
+#include "tools/string_value.h"
 #include "x509/dn_names.h"
 #include "x509/oid_names.h"
 
 namespace velmora::tool {
 
 namespace {
-
-bool appendUtf16(const DataBuffer& units, StringBuffer& out) {
-  const unsigned char* at = units.data();
-  const unsigned char* const end = at + units.size();
-  while (at != end) {
-    const char32_t c = readUtf16(at, end, true);
-    if (c == kInvalidSequence) return false;
-    appendCodePointUtf8(c, out);
-  }
-  return true;
-}
-
-// BMPString, and the types whose characters are those of ASCII.
-bool appendUniversalText(const ClsXml& value, StringBuffer& out) {
-  constexpr int kVisibleString = 26;
-  DataBuffer octets;
-  if (value.hasAttrWithValue("constructed", "1")) return false;
-  if (!octets.appendEncoded(value.contentView(), "base64")) return false;
-  const int number = value.getAttrValueInt("number");
-  if (number == static_cast<int>(asn1_tag::kBmpString)) return appendUtf16(octets, out);
-  if (number != static_cast<int>(asn1_tag::kNumericString) && number != kVisibleString) {
-    return false;
-  }
-  for (const char c : octets.view()) {
-    if (static_cast<unsigned char>(c) >= 0x80) return false;
-  }
-  return out.append(octets);
-}
-
-// The text of a string type; false when there is none that says all.
-bool appendText(const ClsXml& value, StringBuffer& out) {
-  if (hasTag(value, XmlName::kUniversal)) return appendUniversalText(value, out);
-  const bool isText = hasTag(value, XmlName::kPrintable) || hasTag(value, XmlName::kUtf8) ||
-                      hasTag(value, XmlName::kIa5) || hasTag(value, XmlName::kT61);
-  return isText && !value.hasAttrWithValue("encoding", "latin1") && out.append(value.contentView());
-}
 
 // The short name of style 0, else the name in the standards.
 std::string_view attributeName(std::string_view oid) {
@@ -62,7 +23,6 @@ class PrintNameJson final : public CertificateVisitor {
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_tree.load(input.der)) return reason;
     const XmlHandle name = m_issuer ? m_tree.issuer() : m_tree.subject();
-    if (!name) return "The name cannot be read.";
     const size_t start = m_console.out().getSize();
     if (write(*name)) return nullptr;
     m_console.out().truncate(start);
@@ -90,13 +50,12 @@ class PrintNameJson final : public CertificateVisitor {
     line.beginObject("");
     line.text("oid", oid);
     line.textOrNull("name", attributeName(oid));
-    m_text.weakClear();
-    if (appendText(value, m_text)) {
+    if (readStringValue(value, m_text)) {
       line.text("value", m_text.view());
     } else {
       line.null("value");
       m_octets.clear();
-      DerXmlCodec::xmlToDer(value, m_octets, m_log);
+      appendDer(value, m_octets);
       line.hex("hex", m_octets.span());
     }
     line.endObject();
@@ -105,7 +64,6 @@ class PrintNameJson final : public CertificateVisitor {
   bool m_issuer;
   Console& m_console;
   CertificateTree m_tree;
-  LogNull m_log;
   StringBuffer m_text;
   DataBuffer m_octets;
 };

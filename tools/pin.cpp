@@ -2,6 +2,7 @@
 #include "support/hash/vm_hash.h"
 #include "tools/command.h"
 #include "tools/input.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -28,14 +29,17 @@ bool checkNames(std::string_view hash, std::string_view encoding, std::string& u
 class PrintPin final : public CertificateVisitor {
  public:
   PrintPin(std::string_view hash, std::string_view encoding, Console& console)
-      : m_hash(hash), m_encoding(encoding), m_console(console) {}
+      : m_hash(hash), m_encoding(encoding), m_console(console) {
+    whole(m_hash);
+    whole(m_encoding);
+  }
 
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_loaded.load(input.der)) return reason;
     m_pin.weakClear();
-    if (!m_loaded.get().getSpkiFingerprint(m_hash, m_encoding, m_pin, m_log)) {
-      return "The public key cannot be read.";
-    }
+    const bool read = m_loaded.get().getSpkiFingerprint(m_hash, m_encoding, m_pin, m_log);
+    whole(m_pin);
+    if (!read) return "The public key cannot be read.";
     StringBuffer& out = m_console.out();
     out.append3(m_hash.getString(), ",", m_encoding.getString());
     out.appendChar(',');

@@ -49,7 +49,7 @@ constexpr OptionSpec kOptions[] = {
     {"--json", "",
      "one JSON object a line: source, index, subject, issuer, serialNumber, version, notBefore, "
      "notAfter, validNow, signatureAlgorithm, publicKeyAlgorithm, subjectKeyIdentifier, "
-     "authorityKeyIdentifier, subjectAltName, emails, sha1, sha256, spkiSha256, selfIssued, "
+     "authorityKeyIdentifier, subjectAltNames, emails, sha1, sha256, spkiSha256, selfIssued, "
      "publicKey, extensions; or source, index, error"},
     {"--with-der", "", "with --json: also der, the certificate in base64"},
     {"--xml", "", "the summary of each certificate as XML"},
@@ -67,7 +67,7 @@ const Command kShowCommand = {
     "The index in JSON counts from 0 within each source, the blocks for people from\n"
     "1; what could not be read counts too. A date that cannot be read is null.\n"
     "\n"
-    "subjectAltName lists {type, value}; the types are otherName, email, dns, x400,\n"
+    "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
     "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"
     "otherName {oid, text} or {oid, hex}, and of x400, ediParty and what is malformed\n"
     "the base64 of the whole name in DER. publicKey is {type, bits, curve},\n"

@@ -4,6 +4,7 @@
 #include "tools/json_writer.h"
 #include "tools/key_description.h"
 #include "tools/show.h"
+#include "tools/whole.h"
 #include "x509/oid_names.h"
 
 namespace velmora::tool {
@@ -42,7 +43,7 @@ class ShowJson final : public CertificateVisitor {
     m_text.weakClear();
     field(line, "serialNumber", certificate.get_SerialNumber(m_text, m_log));
     readVersion(certificate, m_text, m_log);
-    line.number("version", m_text.view());
+    line.number("version", whole(m_text).view());
     date(line, "notBefore", true);
     date(line, "notAfter", false);
     line.boolean("validNow", !certificate.isCertExpired(m_log));
@@ -52,6 +53,7 @@ class ShowJson final : public CertificateVisitor {
 
   // m_text, when it was read.
   void field(JsonLine& line, std::string_view key, bool read) {
+    whole(m_text);
     read ? line.text(key, m_text.view()) : line.null(key);
   }
 
@@ -59,7 +61,7 @@ class ShowJson final : public CertificateVisitor {
     VelmoraSysTime time;
     m_date.weakClear();
     const bool read = readDate(m_loaded.get(), from, time, m_log) && time.appendIso8601(m_date);
-    read ? line.text(key, m_date.view()) : line.null(key);
+    read ? line.text(key, whole(m_date).view()) : line.null(key);
   }
 
   void keyIdentifier(JsonLine& line, std::string_view key, KeyIdentifier which) {
@@ -68,7 +70,7 @@ class ShowJson final : public CertificateVisitor {
   }
 
   void writeAlternativeNames(JsonLine& line) {
-    line.beginList("subjectAltName");
+    line.beginList("subjectAltNames");
     if (const XmlHandle names = alternativeNames(m_tree)) {
       eachChild(*names, [&] {
         readGeneralName(*names, m_name);
@@ -87,19 +89,16 @@ class ShowJson final : public CertificateVisitor {
   void writeDigests(JsonLine& line, std::span<const unsigned char> der) {
     m_octets.clear();
     m_loaded.get().get_Sha1Thumbprint(m_octets, m_log);
-    line.hex("sha1", m_octets.span());
+    line.hex("sha1", whole(m_octets).span());
     m_octets.clear();
     sha256(der, m_octets);
-    line.hex("sha256", m_octets.span());
-    m_text.weakClear();
-    field(line, "spkiSha256",
-          m_loaded.get().getSpkiFingerprint(StringBuffer("sha256"), StringBuffer("base64"), m_text,
-                                            m_log));
+    line.hex("sha256", whole(m_octets).span());
+    readSpkiPin(m_loaded.get(), m_text, m_log);
+    field(line, "spkiSha256", true);
   }
 
   void writeKey(JsonLine& line) {
-    const XmlHandle publicKey = m_tree.publicKey();
-    const KeyDescription key = publicKey ? describeKey(*publicKey) : KeyDescription();
+    const KeyDescription key = describeKey(*m_tree.publicKey());
     line.beginObject("publicKey");
     line.textOrNull("type", key.type);
     key.bits ? line.number("bits", int64_t{*key.bits}) : line.null("bits");

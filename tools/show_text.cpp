@@ -8,6 +8,7 @@
 #include "tools/general_name.h"
 #include "tools/key_description.h"
 #include "tools/show.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -72,6 +73,7 @@ class ShowText final : public CertificateVisitor {
 
   // m_text, when it was read.
   void row(std::string_view name, bool read) {
+    whole(m_text);
     label(name);
     read ? appendPrintable(m_text.view(), m_out) : unreadable();
     m_out.appendChar('\n');
@@ -86,14 +88,14 @@ class ShowText final : public CertificateVisitor {
 
   // The OID in m_text, when it was read.
   void oidRow(std::string_view name, bool read) {
+    whole(m_text);
     label(name);
     read ? appendOid(m_text.view(), m_style, m_out) : unreadable();
     m_out.appendChar('\n');
   }
 
   void key() {
-    const XmlHandle publicKey = m_tree.publicKey();
-    const KeyDescription key = publicKey ? describeKey(*publicKey) : KeyDescription();
+    const KeyDescription key = describeKey(*m_tree.publicKey());
     label("Key");
     key.type.empty() ? unreadable() : appendPrintable(key.type, m_out);
     if (key.bits) {
@@ -141,11 +143,10 @@ class ShowText final : public CertificateVisitor {
     m_octets.clear();
     sha256(der, m_octets);
     label("SHA-256");
-    m_octets.encodeDB("hex", m_out);
+    whole(m_octets).encodeDB("hex", m_out);
     m_out.appendChar('\n');
-    m_text.weakClear();
-    row("SPKI pin (SHA-256)", m_loaded.get().getSpkiFingerprint(
-                                  StringBuffer("sha256"), StringBuffer("base64"), m_text, m_log));
+    readSpkiPin(m_loaded.get(), m_text, m_log);
+    row("SPKI pin (SHA-256)", true);
   }
 
   void extensions() {

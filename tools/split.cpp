@@ -13,6 +13,7 @@
 #include "tools/escape.h"
 #include "tools/input.h"
 #include "tools/pem.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -56,7 +57,7 @@ class WriteFiles final : public CertificateVisitor {
     m_content.weakClear();
     m_form.asDer ? static_cast<void>(m_content.append(asText(input.der)))
                  : appendPem("CERTIFICATE", input.der, m_content);
-    if (m_content.failed()) return "Out of memory.";
+    whole(m_content);
     const std::string path = pathOf(input);
     const char* reason = write(path);
     reason == nullptr ? tell(path) : complain(path, reason);
@@ -100,7 +101,7 @@ class WriteFiles final : public CertificateVisitor {
     XString subject;
     if (m_loaded.get().getDN(true, true, subject, m_log, 0)) {
       out.append("  ");
-      appendPrintable(subject.view(), out);
+      appendPrintable(whole(subject).view(), out);
     }
     out.appendChar('\n');
   }
@@ -122,9 +123,21 @@ class WriteFiles final : public CertificateVisitor {
   std::unordered_set<std::string> m_written;
 };
 
-bool makeFolder(const std::string& folder, std::string& usageError) {
-  if (folder.empty() || ::mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST) return true;
-  usageError = "cannot make the folder \"" + folder + "\": " + std::strerror(errno);
+// What cannot be written to has its line here, and not one for each certificate.
+bool makeFolder(const std::string& folder, Console& console) {
+  struct stat status;
+  if (folder.empty() || ::mkdir(folder.c_str(), 0777) == 0) return true;
+  int failure = errno;
+  if (failure == EEXIST && ::stat(folder.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return true;
+    failure = ENOTDIR;
+  }
+  StringBuffer line("velmora-x509: ");
+  appendPrintable(folder, line);
+  line.append(": ");
+  line.append(std::strerror(failure));
+  console.error(line.view());
+  console.raise(ExitStatus::kUnreadable);
   return false;
 }
 
@@ -134,7 +147,7 @@ bool runSplit(const Arguments& arguments, Console& console, std::string& usageEr
   form.folder = arguments.value("--out").value_or("");
   form.asDer = arguments.has("--der");
   form.force = arguments.has("--force");
-  if (!makeFolder(form.folder, usageError)) return false;
+  if (!makeFolder(form.folder, console)) return true;
   WriteFiles visitor(form, console);
   visitCertificates(arguments.files(), false, visitor, console);
   return true;

@@ -190,7 +190,7 @@ void CertificateReader::pemEvent(PemScanner::Event event) {
   if (m_pem.encrypted() && saysPrivateKey) {
     fail("An encrypted private key, not a certificate.");
   } else if (event == PemScanner::Event::kFault) {
-    fail(m_pem.reason());
+    fail(m_pem.reason(), std::nullopt, m_pem.faultLine());
   } else if (der.empty()) {
     fail("The PEM block is empty.");
   } else if (m_place.label.empty() && der[0] != 0x30) {
@@ -319,8 +319,8 @@ void CertificateReader::give(std::span<const unsigned char> der) {
   ++m_place.index;
 }
 
-void CertificateReader::fail(std::string_view reason, std::optional<size_t> offset) {
-  m_sink.failure(m_place, {reason, offset});
+void CertificateReader::fail(std::string_view reason, std::optional<size_t> offset, size_t line) {
+  m_sink.failure(m_place, {reason, offset, line});
   ++m_place.index;
 }
 
@@ -355,6 +355,7 @@ class HolderSink final : public CertificateSink {
     if (failure.offset) m_log.LogDataLong("offset", static_cast<int64_t>(*failure.offset));
     if (!place.label.empty()) m_log.LogData("label", place.label);
     if (place.line != 0) m_log.LogDataLong("line", static_cast<int64_t>(place.line));
+    if (failure.line != 0) m_log.LogDataLong("faultLine", static_cast<int64_t>(failure.line));
   }
 
  private:

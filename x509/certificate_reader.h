@@ -27,6 +27,7 @@ struct CertificatePlace {
 struct CertificateFailure {
   std::string_view reason;
   std::optional<size_t> offset;  // of the octet at fault in the input's (the block's) DER
+  size_t line = 0;               // at fault in a PEM block, from 1; 0 where unknown
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
@@ -104,7 +105,7 @@ class CertificateReader {
   void readBundleMember(const Asn1Element& member);
 
   void give(std::span<const unsigned char> der);
-  void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt);
+  void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt, size_t line = 0);
   void failAtFault(const Asn1Fault& fault) { fail(fault.reason, fault.offset); }
   void stop(const char* reason);
 
@@ -126,7 +127,8 @@ class CertificateReader {
 /// VelmoraX509Holder of each, loaded, to `out`, in order. True when there was nothing else in the
 /// input; false when something was no certificate or could not be read (the certificates found
 /// before and behind it are appended all the same), each with an error line and the data items
-/// "index", "offset", "label" and "line" where they are known. Log context "readCertificates".
+/// "index", "offset", "label", "line" and "faultLine" where they are known. Log context
+/// "readCertificates".
 /// Takes no lock.
 bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out, LogBase& log);
 bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log);

@@ -60,8 +60,7 @@ PemScanner::Event PemScanner::finish() noexcept {
     m_state = State::kSkipLine;
     return closeBlock();
   }
-  if (m_inBlock && !m_failed) return fail("The PEM block has no END line.");
-  return Event::kNone;
+  return m_inBlock && !m_failed ? failWithoutEnd() : Event::kNone;
 }
 
 // Reads text that may be base64 without markers.
@@ -157,7 +156,7 @@ PemScanner::Event PemScanner::beginMarker() noexcept {
     return Event::kNone;
   }
   m_beginPending = true;
-  return fail("The PEM block has no END line.");
+  return failWithoutEnd();
 }
 
 void PemScanner::openBlock() noexcept {
@@ -234,10 +233,17 @@ PemScanner::Event PemScanner::readData(std::string_view& text) noexcept {
 
 PemScanner::Event PemScanner::fail(const char* reason) noexcept {
   m_reason = reason;
+  m_faultLine = m_line;
   m_failed = true;
   m_state = State::kSkipLine;
   m_base64.release();
   return Event::kFault;
+}
+
+PemScanner::Event PemScanner::failWithoutEnd() noexcept {
+  const Event event = fail("The PEM block has no END line.");
+  m_faultLine = 0;
+  return event;
 }
 
 PemScanner::Event PemScanner::failBase64() noexcept {

@@ -43,6 +43,8 @@ class PemScanner {
   bool encrypted() const noexcept { return m_encrypted; }
   std::span<const unsigned char> der() const noexcept { return m_base64.bytes(); }
   const char* reason() const noexcept { return m_reason; }
+  /// The line at fault, from 1; 0 where it is one that is missing.
+  size_t faultLine() const noexcept { return m_faultLine; }
 
  private:
   enum class State { kBare, kLineStart, kSkipLine, kMarker, kMaybeHeader, kData };
@@ -66,6 +68,7 @@ class PemScanner {
   void openBlock() noexcept;
   Event closeBlock() noexcept;
   Event fail(const char* reason) noexcept;
+  Event failWithoutEnd() noexcept;
   Event failBase64() noexcept;
 
   bool takeLineEnd(std::string_view& text) noexcept;
@@ -86,6 +89,7 @@ class PemScanner {
   bool m_encrypted = false;
   size_t m_line = 1;
   size_t m_blockLine = 0;
+  size_t m_faultLine = 0;
   std::array<char, kMaxHeldLine> m_held;
   size_t m_heldSize = 0;
   std::array<char, kMaxHeldLine> m_label;

@@ -28,8 +28,8 @@ XmlSplitter::Event XmlSplitter::advance(std::string_view& text) noexcept {
 }
 
 XmlSplitter::Event XmlSplitter::finish() noexcept {
-  const bool complete = m_state == State::kText && !m_inDocument;
-  return complete ? Event::kNone : fail("The XML document is not complete.");
+  if (m_state == State::kText && !m_inDocument) return Event::kNone;
+  return m_tooLarge || m_noMemory ? closeDocument() : fail("The XML document is not complete.");
 }
 
 // Keeps everything up to the next tag; false when the tag starts here.
@@ -169,8 +169,9 @@ XmlSplitter::Event XmlSplitter::closeDocument() noexcept {
   const bool tooLarge = m_tooLarge;
   const bool noMemory = m_noMemory;
   m_inDocument = m_tooLarge = m_noMemory = false;
-  if (tooLarge) return fail("The XML document is larger than 256 MiB.");
-  return noMemory ? fail("Memory ran out.") : Event::kDocument;
+  if (!tooLarge && !noMemory) return Event::kDocument;
+  m_reason = tooLarge ? "The XML document is larger than 256 MiB." : "Memory ran out.";
+  return Event::kFault;
 }
 
 XmlSplitter::Event XmlSplitter::fail(const char* reason, Event event) noexcept {

@@ -47,6 +47,7 @@ inline constexpr int kMaxAsn1Depth = 100;
 struct Asn1Fault {
   const char* reason = nullptr;
   size_t offset = 0;
+  bool noMemory = false;  // nothing is wrong with the input
 };
 
 /// A non-owning cursor over BER or DER: the one place where lengths are checked against the bytes

@@ -226,7 +226,7 @@ class DerToXml {
   // Certificates take two and a half to three times their size.
   size_t estimate() const noexcept { return 4 * m_size + kElementRoom; }
 
-  Asn1Fault noMemory() const noexcept { return {kNoMemory, m_walk.offset()}; }
+  Asn1Fault noMemory() const noexcept { return {kNoMemory, m_walk.offset(), true}; }
 
   bool convert() noexcept {
     for (;;) {

@@ -20,7 +20,7 @@ DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
 THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.org"]
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
         "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
-        "authorityKeyIdentifier", "subjectAltName", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
+        "authorityKeyIdentifier", "subjectAltNames", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
         "publicKey", "extensions"]
 # What no output may hold, except the newlines between its lines.
 STEERING = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]")
@@ -112,6 +112,17 @@ class Inputs(unittest.TestCase):
         self.assertEqual([i for i, line in enumerate(lines) if "error" in line], [0, 1, 4])
         self.assertEqual(len(errors.splitlines()), 3)
 
+    def test_blocks_in_a_row_with_one_fault_share_a_line(self):
+        status, out, errors = run("show", "--json", "-", stdin=b"\x30\0" * 50_000 + b"\x30\3\2\1\0" * 2)
+        self.assertEqual([line["index"] for line in json_lines(out)], [*range(50_002)])
+        self.assertEqual((status, [line.split(": ")[2] for line in errors.splitlines()]),
+                         (3, ["block 1", "blocks 2 to 50002"]))
+        block = "-----BEGIN X-----\nMA\nM*\n-----END X-----\n"
+        errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y")).encode())[2]
+        self.assertEqual([line.split(": ", 2)[2].replace("the PEM block holds a ", "") for line in errors.splitlines()], [
+            'block 1 ("X", line 1): line that is not base64 (line 3)', "blocks 2 to 3 (lines 5 to 9): line that is not base64",
+            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)'])
+
     def test_endless_input_is_refused_in_bounded_memory(self):
         limits = ["sh", "-c", 'ulimit -v 400000; exec "$0" "$@"', PROGRAM, "show", "-"]
         if b"__asan_init" in pathlib.Path(PROGRAM).read_bytes():
@@ -134,7 +145,7 @@ class Show(unittest.TestCase):
         first = dict(lines[0], source="")
         added = {key: first.pop(key) for key in KEYS[11:]}
         self.assertEqual(added, {
-            "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltName": [], "emails": [],
+            "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltNames": [], "emails": [],
             "sha1": added["sha1"], "sha256": added["sha256"], "spkiSha256": added["spkiSha256"],
             "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": []})
         self.assertEqual(lines[4]["emails"], ["a@example.org"])
@@ -304,7 +315,7 @@ class Extensions(unittest.TestCase):
             (tlv(0x87, v6("0" * 20 + "ffffc0000201")), ("ip", "::ffff:192.0.2.1")),
             (tlv(0x87, b"12345"), ("ip", base64.b64encode(tlv(0x87, b"12345")).decode())),
         ]
-        names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltName"]
+        names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltNames"]
         self.assertEqual([(each["type"], each["value"]) for each in names], [expected for _, expected in cases])
         text = self.shown(with_names(*(der for der, _ in cases)))
         self.assertIn("  Alternative names    otherName userPrincipalName=user@corp\n", text)
@@ -319,7 +330,10 @@ class Extensions(unittest.TestCase):
             ("1.3.6.1.5.5.7.1.1", tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.48.1"), uri)), "ocsp uri http://x/"),
             ("2.5.29.31", tlv(0x30, tlv(0x30, tlv(0xA0, tlv(0xA0, uri, uri)))), "uri http://x/, uri http://x/"),
             ("2.5.29.32", tlv(0x30, tlv(0x30, oid("2.23.140.1.2.1"), tlv(0x30, tlv(
-                0x30, oid("1.3.6.1.5.5.7.2.1"), tlv(IA5, b"http://c/\n"))))), r"domainValidated http://c/\x0A"),
+                0x30, oid("1.3.6.1.5.5.7.2.1"), tlv(IA5, b"http://c/\n"))))), r'domainValidated "http://c/\x0A"'),
+            ("2.5.29.32", tlv(0x30, tlv(0x30, oid("1.2.3"), tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.2.2"), tlv(0x30, tlv(
+                UTF8, b'a "b", 1.2.4')))))), r'critical: 1.2.3 "a \x22b\x22, 1.2.4"'),
+            ("2.5.29.31", tlv(0x30, tlv(0x30, tlv(0xA2, tlv(0xA4, name((CN, tlv(UTF8, b"i"))))))), "critical: issued by directory CN=i"),
             ("2.5.29.30", tlv(0x30, tlv(0xA0, tlv(0x30, tlv(0x87, bytes([10, 0, 0, 0, 255, 0, 0, 0])))),
                               tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
             ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
@@ -342,24 +356,27 @@ class Extensions(unittest.TestCase):
         der = certificate(subject, extensions=[
             extension("2.5.29.14", tlv(0x04, b"\xab\1")),
             extension("2.5.29.35", tlv(0x30, tlv(0xA1, tlv(0xA4, name())), tlv(0x80, b"\0\xcd"))),
-            extension("2.5.29.17", tlv(0x30, tlv(0x82, b"x"), tlv(0x81, b"t@x"), tlv(0x81, b"u@x")))])
+            extension("2.5.29.17", tlv(0x30, tlv(0x82, b"x"), tlv(0x81, b"t@x"), tlv(0x81, b""), tlv(0x81, b"u@x")))])
         shown = self.shown(der, "--json", "--with-der")
         self.assertEqual((shown["subjectKeyIdentifier"], shown["authorityKeyIdentifier"]), ("AB01", "00CD"))
         self.assertEqual(shown["emails"], ["s@x", "t@x", "u@x"])
         self.assertEqual(base64.b64decode(shown["der"]), der)
         self.assertEqual((shown["sha1"], shown["sha256"]),
                          (hashlib.sha1(der).hexdigest().upper(), hashlib.sha256(der).hexdigest().upper()))
-        self.assertTrue(self.shown(certificate(name((CN, tlv(PRINTABLE, b"issuer")))), "--json")["selfIssued"])
+        for kind, expected in ((CN, True), (O, False)):
+            self.assertIs(self.shown(certificate(name((kind, tlv(PRINTABLE, b"issuer")))), "--json")["selfIssued"], expected)
 
     def test_a_list_in_the_subject_is_not_the_certificates(self):
         forged = tlv(0xA3, tlv(0x30, extension("2.5.29.14", tlv(0x04, b"\1"))))
         shown = self.shown(certificate(name((CN, forged))), "--json")
         self.assertEqual((shown["extensions"], shown["subjectKeyIdentifier"]), ([], None))
+        both = certificate(name((CN, forged)), extensions=[extension("2.5.29.14", tlv(0x04, b"\2"))])
+        self.assertEqual(run("ext", "--hex", "2.5.29.14", "-", stdin=both)[1], "040102\n")
 
     def test_nothing_is_left_out_of_what_is_large(self):
         names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
         shown = self.shown(with_names(*names), "--json")
-        self.assertEqual((len(shown["subjectAltName"]), len(shown["emails"])), (100_000, 100_000))
+        self.assertEqual((len(shown["subjectAltNames"]), len(shown["emails"])), (100_000, 100_000))
         subject = tlv(0x30, tlv(0x31, *(tlv(0x30, oid("1.2.3"), tlv(UTF8, b"%d" % i)) for i in range(10_000))))
         self.assertEqual(len(json.loads(run("name", "--json", "-", stdin=certificate(subject))[1])[0]), 10_000)
         # One large extension again and again: reading it once for each would take minutes.
@@ -459,6 +476,7 @@ class Files(unittest.TestCase):
             status, _, errors = run("split", "--der", "--force", "--out", str(out), data("three_0.der"), str(same))
             self.assertEqual((status, (out / "three_0-001.der").read_bytes()), (3, (DATA / "three_0.der").read_bytes()))
             self.assertIn("another source", errors)
+            self.assertEqual(run("split", "--out", str(same), data("three.pem")), (3, "", f"velmora-x509: {same}: Not a directory\n"))
 
     def test_expires(self):
         status, out, _ = run("expires", data("hostile.pem"))

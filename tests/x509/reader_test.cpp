@@ -33,12 +33,14 @@ class Found final : public CertificateSink {
     EXPECT_FALSE(failure.reason.empty());
     take(place, std::string(1, '!').append(failure.reason));
     if (failure.offset) offsets.push_back(*failure.offset);
+    faultLines.push_back(failure.line);
   }
 
   std::vector<std::string> items;
   std::vector<std::string> labels;
   std::vector<size_t> lines;
   std::vector<size_t> offsets;
+  std::vector<size_t> faultLines;
 
  private:
   void take(const CertificatePlace& place, std::string item) {
@@ -152,6 +154,11 @@ TEST(CertificateReader, TellsWhereAFailureIs) {
   EXPECT_EQ(inPem.lines, (std::vector<size_t>{4, 7, 7}));
   EXPECT_EQ(inPem.labels, (Items{"SOME KEY", "CERTIFICATE", "CERTIFICATE"}));
   EXPECT_EQ(inPem.offsets, (std::vector<size_t>{kA.size()}));  // and none for the key
+
+  const std::string begin = "-----BEGIN X-----\r\n";
+  const Found inLine = readIn(begin + "MAAA\r\nMA*A\r\n" + begin + "MAAA\n", 3);
+  EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4}));
+  EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0}));
 
   const Found inXml =
       readIn(std::string(1, '\n') + xmlOf(kA) + "\n\n<sequence>\n</set>" + xmlOf(kB), 3);
