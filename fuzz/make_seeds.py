@@ -5,6 +5,7 @@ The seeds are small and cover each form that an input can take, so that a fuzzer
 them and a replay runs through all of them. Run it again after a change; the result is committed.
 """
 
+import base64
 from pathlib import Path
 
 SEEDS = Path(__file__).resolve().parent / "seeds"
@@ -48,7 +49,17 @@ def name(*values):
     return sequence(*(element(0x31, sequence(COMMON_NAME, value)) for value in values))
 
 
-def certificate():
+RSA_KEY = sequence(RSA_SHA256, element(0x03, b"\x00", bytes(range(64))))
+BASIC_CONSTRAINTS = sequence(element(0x06, bytes.fromhex("551D13")), element(0x01, b"\xFF"),
+                             octets(sequence(element(0x01, b"\xFF"))))
+
+
+def extension(last_arc, value):
+    return sequence(element(0x06, b"\x55\x1D" + bytes([last_arc])), octets(value))
+
+
+def certificate(key=RSA_KEY,
+                extensions=(BASIC_CONSTRAINTS, extension(17, sequence(element(0x82, b"host.example"))))):
     tbs = sequence(
         element(0xA0, element(0x02, b"\x02")),
         element(0x02, bytes.fromhex("00F1E2D3C4B5")),
@@ -56,13 +67,8 @@ def certificate():
         name(element(0x13, b"Root & <Sons>")),
         sequence(element(0x17, b"200101000000Z"), element(0x18, b"20500101000000Z")),
         name(element(0x0C, "Zürich".encode()), element(0x1E, "Bern".encode("utf-16-be"))),
-        sequence(RSA_SHA256, element(0x03, b"\x00", bytes(range(64)))),
-        element(0xA3, sequence(
-            sequence(element(0x06, bytes.fromhex("551D13")), element(0x01, b"\xFF"),
-                     octets(sequence(element(0x01, b"\xFF")))),
-            sequence(element(0x06, bytes.fromhex("551D11")),
-                     octets(sequence(element(0x82, b"host.example"))))))
-    )
+        key,
+        element(0xA3, sequence(*extensions)))
     return sequence(tbs, RSA_SHA256, element(0x03, b"\x00", bytes(range(255, 127, -1))))
 
 
@@ -121,11 +127,36 @@ def der_round_trip():
     yield "overlong", b"\x30\x88\x80\x00\x00\x00\x00\x00\x00\x00"
 
 
+def certificate_answers():
+    yield "certificate", certificate()
+    ec = sequence(element(0x06, bytes.fromhex("2A8648CE3D0201")),
+                  element(0x06, bytes.fromhex("2A8648CE3D030107")))
+    yield "ec_key", certificate(sequence(ec, element(0x03, b"\x00\x04", bytes(64))))
+    dsa = sequence(element(0x06, bytes.fromhex("2A8648CE380401")),
+                   sequence(*(element(0x02, bytes([n])) for n in (23, 11, 4))))
+    yield "dsa_key", certificate(
+        sequence(dsa, element(0x03, b"\x00", element(0x02, b"\x08"))))
+    ed25519 = sequence(element(0x06, bytes.fromhex("2B6570")))
+    yield "ed25519_key", certificate(sequence(ed25519, element(0x03, b"\x00", bytes(range(32)))))
+    names = sequence(
+        element(0xA0, element(0x06, b"\x2A\x03"), element(0xA0, element(0x0C, b"other"))),
+        element(0x81, b"a@b.example"), element(0x82, b"host"), element(0xA4, name(octets(b"x"))),
+        element(0x86, b"https://host/"), element(0x87, b"\x7F\x00\x00\x01"), element(0x88, b"\x2A\x03"))
+    yield "alternative_names", certificate(extensions=(extension(17, names),))
+    yield "key_identifiers", certificate(extensions=(
+        extension(14, octets(b"own")),
+        extension(35, sequence(element(0x80, b"issuer"), element(0xA1), element(0x82, b"\x01")))))
+    text = base64.encodebytes(certificate())
+    yield "pem", b"-----BEGIN CERTIFICATE-----\n" + text + b"-----END CERTIFICATE-----\n"
+    yield "base64", text
+
+
 def main():
-    folder = SEEDS / "der_round_trip"
-    folder.mkdir(parents=True, exist_ok=True)
-    for title, data in der_round_trip():
-        (folder / title).write_bytes(data)
+    for target in der_round_trip, certificate_answers:
+        folder = SEEDS / target.__name__
+        folder.mkdir(parents=True, exist_ok=True)
+        for title, data in target():
+            (folder / title).write_bytes(data)
 
 
 if __name__ == "__main__":

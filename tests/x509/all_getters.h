@@ -4,7 +4,7 @@
 #include <type_traits>
 
 #include "support/asn1/vm_asn1.h"
-#include "tests/x509/x509_test.h"
+#include "x509/velmora_x509.h"
 
 namespace velmora::test {
 
