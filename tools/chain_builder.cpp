@@ -13,19 +13,10 @@ constexpr size_t kMostCandidates = 64;
 constexpr size_t kMostSignatures = 100;
 
 bool isGood(const ChainStep& step) {
-  return step.signature && step.signature->verdict == SignatureVerdict::kGood;
+  return step.signature != nullptr && step.signature->verdict == SignatureVerdict::kGood;
 }
 
 }  // namespace
-
-std::string_view matchesAsIssuer(const KnownCertificate& certificate,
-                                 const KnownCertificate& issuer) {
-  if (certificate.issuerKey.empty() || certificate.issuerKey != issuer.subjectKey) return {};
-  const std::string& wanted = certificate.authorityKeyIdentifier;
-  const std::string& offered = issuer.subjectKeyIdentifier;
-  if (wanted.empty() || offered.empty()) return "name";
-  return wanted == offered ? "name and key identifier" : std::string_view();
-}
 
 Chain ChainBuilder::build(const KnownCertificate& certificate) {
   m_best = Chain();
@@ -54,54 +45,59 @@ bool ChainBuilder::climb() {
     fail("the chain is longer than 16 certificates");
     return false;
   }
-  bool any = false;
-  for (const KnownCertificate* issuer : candidates()) {
+  const Certificates issuers = candidates();
+  bool anyIsNew = false;
+  for (const KnownCertificate* issuer : issuers) {
     if (isOnTheWay(*issuer)) continue;
-    if (m_signaturesChecked >= kMostSignatures) {
-      fail("gave up: more than 100 signatures would have to be checked");
-      return false;
-    }
-    any = true;
+    if (!mayCheckAnother()) return false;
+    anyIsNew = true;
     if (tryIssuer(*issuer)) return true;
   }
-  if (!any && !last.selfIssued) {
-    fail("no issuer of it is among the certificates given");
-  }
+  // Why it is not its own issuer has been noted.
+  if (!anyIsNew && m_way.back().signer == nullptr) fail(whyNoIssuer(!issuers.empty()));
   return false;
+}
+
+std::string ChainBuilder::whyNoIssuer(bool areOnTheWay) const {
+  if (areOnTheWay) return "its issuers are below it in the chain";
+  std::string reason = "no issuer of it is among the certificates given";
+  if (offered().hasIssuerNameOf(*m_way.back().certificate)) {
+    reason += ": those with the name have another key identifier";
+  }
+  return reason;
 }
 
 // Of a certificate that is not its own issuer nothing is noted: it needs another one.
 bool ChainBuilder::endsAtRoot() {
   ChainStep& step = m_way.back();
   const KnownCertificate& certificate = *step.certificate;
-  if (!certificate.selfIssued) return false;
-  ++m_signaturesChecked;
+  const bool isConfined = isDirect() && !m_directIssuers->holds(certificate);
+  if (!certificate.selfIssued || isConfined || !mayCheckAnother()) return false;
   step.signer = &certificate;
   step.matchedBy = "itself";
-  step.signature = checkSignature(certificate, certificate);
+  step.signature = &signature(certificate, certificate);
   if (isGood(step)) {
-    FirstErrorLog log;
-    step.isTrustedRoot = certificate.loaded.get().verifyCertSignature(nullptr, log);
-    if (!step.isTrustedRoot) fail(std::string(log.error()));
+    const std::string& reason = distrust(certificate);
+    step.isTrustedRoot = reason.empty();
+    if (!step.isTrustedRoot) fail(reason);
   } else {
-    fail("issued by itself, but not a root that its own key signed");
+    fail("issued by itself, but not a root that its own key is known to have signed");
   }
   return step.isTrustedRoot;
 }
 
 bool ChainBuilder::tryIssuer(const KnownCertificate& issuer) {
-  ++m_signaturesChecked;
-  {
-    ChainStep& step = m_way.back();
-    step.signer = &issuer;
-    step.matchedBy = matchesAsIssuer(*step.certificate, issuer);
-    step.signature = checkSignature(*step.certificate, issuer);
-  }
-  const bool signatureIsGood = isGood(m_way.back());
+  ChainStep& step = m_way.back();
+  const bool byKeyIdentifier =
+      !step.certificate->authorityKeyIdentifier.empty() && !issuer.subjectKeyIdentifier.empty();
+  step.signer = &issuer;
+  step.matchedBy = byKeyIdentifier ? "name and key identifier" : "name";
+  step.signature = &signature(*step.certificate, issuer);
+  const bool signatureIsGood = isGood(step);
   ChainStep above;
   above.certificate = &issuer;
   checkCertificate(issuer, m_at, above.findings);
-  checkIssuer(issuer, intermediatesOnTheWay(), issuer.selfIssued, above.findings);
+  checkIssuer(issuer, intermediatesOnTheWay(), above.findings);
   const bool isFit = above.findings.failures.empty();
   m_way.push_back(std::move(above));
   if (signatureIsGood && isFit) {
@@ -111,6 +107,43 @@ bool ChainBuilder::tryIssuer(const KnownCertificate& issuer) {
   }
   m_way.pop_back();
   return false;
+}
+
+// What was found out before counts too, since each step of the search has to be paid for.
+bool ChainBuilder::mayCheckAnother() {
+  if (m_signaturesChecked == kMostSignatures) {
+    fail("gave up: more than 100 signatures would have to be checked");
+    return false;
+  }
+  ++m_signaturesChecked;
+  return true;
+}
+
+const SignatureReport& ChainBuilder::signature(const KnownCertificate& certificate,
+                                               const KnownCertificate& signer) {
+  const Link link(&certificate, &signer);
+  const auto known = m_signatures.find(link);
+  if (known != m_signatures.end()) return known->second;
+  return m_signatures.emplace(link, checkSignature(certificate, signer)).first->second;
+}
+
+// Why a certificate that its own key signed is no trusted root; empty when it is one.
+const std::string& ChainBuilder::distrust(const KnownCertificate& root) {
+  const auto known = m_distrust.find(&root);
+  if (known != m_distrust.end()) return known->second;
+  FirstErrorLog log;
+  const bool trusted = root.loaded.get().verifyCertSignature(nullptr, log);
+  std::string reason(trusted ? std::string_view() : log.empty() ? "not trusted" : log.error());
+  return m_distrust.emplace(&root, std::move(reason)).first->second;
+}
+
+bool ChainBuilder::isDirect() const {
+  return m_way.size() == 1 && m_directIssuers != nullptr;
+}
+
+// Where the issuers of the last certificate of the way are looked for.
+const CertificateIndex& ChainBuilder::offered() const {
+  return isDirect() ? *m_directIssuers : m_pool.index();
 }
 
 bool ChainBuilder::isOnTheWay(const KnownCertificate& certificate) const {
@@ -126,17 +159,11 @@ size_t ChainBuilder::intermediatesOnTheWay() const {
 }
 
 // Self-issued certificates come first: where one of them is a trusted root, the way is shortest.
-std::vector<const KnownCertificate*> ChainBuilder::candidates() const {
-  const KnownCertificate& certificate = *m_way.back().certificate;
-  const bool isDirect = m_way.size() == 1 && m_directIssuers.has_value();
-  const auto& offered = isDirect ? *m_directIssuers : m_pool.withSubject(certificate.issuerKey);
-  std::vector<const KnownCertificate*> matching;
-  for (size_t i = 0; i < std::min(offered.size(), kMostCandidates); ++i) {
-    if (!matchesAsIssuer(certificate, *offered[i]).empty()) matching.push_back(offered[i]);
-  }
-  std::stable_partition(matching.begin(), matching.end(),
+Certificates ChainBuilder::candidates() const {
+  Certificates found = offered().issuersOf(*m_way.back().certificate, kMostCandidates);
+  std::stable_partition(found.begin(), found.end(),
                         [](const KnownCertificate* each) { return each->selfIssued; });
-  return matching;
+  return found;
 }
 
 // Notes why the way ends here.

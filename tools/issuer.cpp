@@ -1,6 +1,6 @@
-#include "tools/chain_builder.h"
 #include "tools/command.h"
 #include "tools/json_writer.h"
+#include "tools/known_certificate.h"
 
 namespace velmora::tool {
 
@@ -92,7 +92,9 @@ bool runIssuer(const Arguments& arguments, Console& console, std::string&) {
 }
 
 constexpr OptionSpec kOptions[] = {
-    {"--json", "", "one JSON object a line"},
+    {"--json", "",
+     "one JSON object a line: source, index, subject, matches, by (keyIdentifiers or names), "
+     "wholeNamesEqual"},
 };
 
 }  // namespace

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <unordered_set>
+#include <set>
 
 #include "tools/certificate_facts.h"
+#include "tools/name_key.h"
+#include "tools/whole.h"
 
 namespace velmora::tool {
 
@@ -12,6 +14,9 @@ namespace {
 
 constexpr std::string_view kBasicConstraints = "2.5.29.19";
 constexpr std::string_view kKeyUsage = "2.5.29.15";
+
+// How many extensions of a kind are named, however many there are.
+constexpr size_t kMostNamed = 8;
 
 // The extensions of RFC 5280 §4.2 that change nothing about whether a signature may be trusted.
 constexpr std::string_view kKnownExtensions[] = {
@@ -32,44 +37,18 @@ std::string_view viewOf(const DataBuffer& octets) {
   return {reinterpret_cast<const char*>(octets.data()), octets.size()};
 }
 
-void appendPart(std::string_view part, std::string& key) {
-  key += std::to_string(part.size());
-  key += ':';
-  key += part;
-}
-
-// The three string types of which all new certificates are made are compared by their text, since
-// issuers write one name now with the one and now with the other; of every other type the element
-// as it stands is compared.
-void appendValue(const ClsXml& value, std::string& key) {
-  const bool isText =
-      value.tagEquals("printable") || value.tagEquals("utf8") || value.tagEquals("ia5");
-  StringBuffer xml;
+void xmlOf(const ClsXml& at, StringBuffer& xml) {
   LogNull log;
-  if (!isText) value.getXml(true, xml, log);
-  key += isText ? 't' : 'x';
-  appendPart(isText ? value.contentView() : xml.view(), key);
+  if (!at.getXml(true, xml, log)) throw std::bad_alloc();
+  whole(xml);
 }
 
-std::string keyOfName(const XmlHandle& name) {
-  std::string key;
-  if (!name) return key;
-  const bool wellFormed = eachAttribute(*name, [&](size_t rdn, std::string_view oid) {
-    key += std::to_string(rdn);
-    key += ' ';
-    appendPart(oid, key);
-    appendValue(*name, key);
-  });
-  if (!wellFormed) key.clear();
-  return key;
-}
-
-bool sameXml(const XmlHandle& a, const XmlHandle& b) {
+bool sameXml(const ClsXml& a, const ClsXml& b) {
   StringBuffer textOfA;
   StringBuffer textOfB;
-  LogNull log;
-  return a && b && a->getXml(true, textOfA, log) && b->getXml(true, textOfB, log) &&
-         textOfA.equals(textOfB);
+  xmlOf(a, textOfA);
+  xmlOf(b, textOfB);
+  return textOfA.equals(textOfB);
 }
 
 // INTEGER (0..MAX) in hexadecimal; what fits no 60 bits is as good as no limit.
@@ -87,8 +66,9 @@ std::optional<KnownCertificate::BasicConstraints> readBasicConstraints(const Xml
   KnownCertificate::BasicConstraints constraints;
   if (!at || !at->tagEquals("sequence")) return std::nullopt;
   bool wellFormed = true;
+  bool first = true;
   eachChild(*at, [&] {
-    if (at->tagEquals("bool")) {
+    if (first && at->tagEquals("bool")) {
       constraints.isCa = !at->contentEquals("00");
     } else if (at->tagEquals("int") && !constraints.pathLength) {
       constraints.pathLength = readLength(at->contentView());
@@ -96,6 +76,7 @@ std::optional<KnownCertificate::BasicConstraints> readBasicConstraints(const Xml
     } else {
       wellFormed = false;
     }
+    first = false;
   });
   return wellFormed ? std::optional(constraints) : std::nullopt;
 }
@@ -110,14 +91,20 @@ std::optional<bool> readKeyCertSign(const XmlHandle& at) {
   return !bits.empty() && (bits.span().front() & kKeyCertSign) != 0;
 }
 
+void nameExtension(std::string_view oid, std::vector<std::string>& list) {
+  if (list.size() < kMostNamed) list.emplace_back(oid);
+}
+
 void readExtensions(const CertificateTree& tree, KnownCertificate& known) {
-  std::unordered_set<std::string_view> met;
+  std::set<std::string_view> met;
   for (const ListedExtension& extension : tree.extensions()) {
     const std::string_view oid = extension.oid;
     if (!met.insert(oid).second) known.repeatsExtension = true;
-    if (!extension.critical || contains(kKnownExtensions, oid)) continue;
-    auto& list = contains(kConstraints, oid) ? known.uncheckedConstraints : known.unknownCritical;
-    list.emplace_back(oid);
+    if (contains(kConstraints, oid)) {
+      nameExtension(oid, known.uncheckedConstraints);
+    } else if (extension.critical && !contains(kKnownExtensions, oid)) {
+      nameExtension(oid, known.unknownCritical);
+    }
   }
   known.basicConstraints = {met.contains(kBasicConstraints),
                             readBasicConstraints(tree.extension(kBasicConstraints))};
@@ -126,7 +113,6 @@ void readExtensions(const CertificateTree& tree, KnownCertificate& known) {
 
 void readKey(const CertificateTree& tree, KnownCertificate& known) {
   const XmlHandle key = tree.publicKey();
-  if (!key) return;
   known.key = describeKey(*key);
   known.keyAlgorithm.reset(key->getChildWithTagUtf8("sequence"));
 }
@@ -135,10 +121,12 @@ void readNames(const CertificateTree& tree, KnownCertificate& known) {
   LogNull log;
   XString subject;
   known.loaded.get().getDN(true, true, subject, log, 0);
-  known.subject = subject.view();
-  known.subjectKey = keyOfName(tree.subject());
-  known.issuerKey = keyOfName(tree.issuer());
-  known.selfIssued = known.loaded.get().isIssuerSelf(log);
+  known.subject = whole(subject).view();
+  known.subjectKey = nameKey(*tree.subject());
+  known.issuerKey = nameKey(*tree.issuer());
+  // The library compares values alone: to it CN=a and O=a are one name. But what it does not take
+  // for self-issued, such as what it had no memory for, it does not take for a root either.
+  known.selfIssued = known.subjectKey == known.issuerKey && known.loaded.get().isIssuerSelf(log);
   DataBuffer octets;
   readKeyIdentifier(tree, KeyIdentifier::kSubject, octets);
   known.subjectKeyIdentifier = viewOf(octets);
@@ -154,13 +142,13 @@ const char* readAll(const InputCertificate& input, KnownCertificate& known) {
   appendPlace(input, place);
   known.source = input.source;
   known.index = input.index;
-  known.place = place.view();
+  known.place = whole(place).view();
   LogNull log;
   XString version;
   readVersion(known.loaded.get(), version, log);
-  known.isVersion3 = version.view() == "3";
+  known.isVersion3 = whole(version).view() == "3";
   known.outerAlgorithm = tree.outerAlgorithm();
-  known.sameAlgorithms = sameXml(tree.innerAlgorithm(), known.outerAlgorithm);
+  known.sameAlgorithms = sameXml(*tree.innerAlgorithm(), *known.outerAlgorithm);
   readNames(tree, known);
   readKey(tree, known);
   readExtensions(tree, known);
@@ -169,10 +157,41 @@ const char* readAll(const InputCertificate& input, KnownCertificate& known) {
 
 }  // namespace
 
+void CertificateIndex::add(const KnownCertificate& certificate) {
+  if (!m_all.insert(&certificate).second || certificate.subjectKey.empty()) return;
+  SameName& same = m_bySubject[certificate.subjectKey];
+  same.all.push_back(&certificate);
+  same.byKeyIdentifier[certificate.subjectKeyIdentifier].push_back(&certificate);
+}
+
+bool CertificateIndex::hasIssuerNameOf(const KnownCertificate& certificate) const {
+  return m_bySubject.contains(certificate.issuerKey);
+}
+
+Certificates CertificateIndex::issuersOf(const KnownCertificate& certificate, size_t most) const {
+  Certificates found;
+  const auto append = [&](const Certificates& matching) {
+    const size_t count = std::min(matching.size(), most - found.size());
+    found.insert(found.end(), matching.begin(), matching.begin() + static_cast<ptrdiff_t>(count));
+  };
+  const auto same = m_bySubject.find(certificate.issuerKey);
+  if (same == m_bySubject.end()) return found;
+  const std::string& wanted = certificate.authorityKeyIdentifier;
+  if (wanted.empty()) {
+    append(same->second.all);
+    return found;
+  }
+  for (const std::string& identifier : {wanted, std::string()}) {
+    const auto matching = same->second.byKeyIdentifier.find(identifier);
+    if (matching != same->second.byKeyIdentifier.end()) append(matching->second);
+  }
+  return found;
+}
+
 const KnownCertificate* CertificatePool::add(const InputCertificate& input, const char*& reason) {
   DataBuffer digest;
   sha256(input.der, digest);
-  const KnownCertificate*& known = m_byDigest[std::string(viewOf(digest))];
+  const KnownCertificate*& known = m_byDigest[std::string(viewOf(whole(digest)))];
   if (known != nullptr) return known;
   KnownCertificate& added = m_certificates.emplace_back();
   reason = readAll(input, added);
@@ -180,15 +199,9 @@ const KnownCertificate* CertificatePool::add(const InputCertificate& input, cons
     m_certificates.pop_back();
     return nullptr;
   }
+  m_index.add(added);
   known = &added;
-  if (!added.subjectKey.empty()) m_bySubject[added.subjectKey].push_back(known);
   return known;
-}
-
-const std::vector<const KnownCertificate*>& CertificatePool::withSubject(
-    const std::string& subjectKey) const {
-  const auto found = m_bySubject.find(subjectKey);
-  return found == m_bySubject.end() ? m_none : found->second;
 }
 
 }  // namespace velmora::tool

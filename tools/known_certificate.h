@@ -1,10 +1,11 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "tools/certificate_tree.h"
@@ -21,18 +22,16 @@ struct KnownCertificate {
   std::string place;                 // both, safe to print: "FILE: certificate 2"
   std::string subject;               // in style 0, as it is
 
-  // Keys by which names are compared: every attribute of every RDN in order, octet by octet. Empty
-  // for a name that is empty or malformed, which equals no other.
-  std::string subjectKey;
-  std::string issuerKey;
-  bool selfIssued = false;             // as the library tells it
+  std::string subjectKey;              // of nameKey()
+  std::string issuerKey;               // likewise
+  bool selfIssued = false;             // the two are equal, as the library's texts of the names are
   std::string subjectKeyIdentifier;    // octets; empty when absent
   std::string authorityKeyIdentifier;  // likewise
 
   bool isVersion3 = false;
   KeyDescription key;
   XmlHandle keyAlgorithm;    // AlgorithmIdentifier of the key; may be none
-  XmlHandle outerAlgorithm;  // of the signature; may be none
+  XmlHandle outerAlgorithm;  // of the signature
   bool sameAlgorithms = false;
 
   /// A field of an extension that may be absent, or there and malformed.
@@ -47,25 +46,50 @@ struct KnownCertificate {
   };
   Field<BasicConstraints> basicConstraints;
   Field<bool> mayCertify;                         // keyCertSign of keyUsage
-  std::vector<std::string> unknownCritical;       // OIDs
-  std::vector<std::string> uncheckedConstraints;  // OIDs of critical extensions not looked into
+  std::vector<std::string> unknownCritical;       // OIDs, the first few
+  std::vector<std::string> uncheckedConstraints;  // OIDs of extensions not looked into, likewise
   bool repeatsExtension = false;
 };
 
-/// Certificates, each kept once however often it was given, to be found by their subjects.
+using Certificates = std::vector<const KnownCertificate*>;
+
+/// Certificates that may be found as issuers. It does not own them.
+class CertificateIndex {
+ public:
+  void add(const KnownCertificate& certificate);
+
+  /// Those that may be taken for the issuer of a certificate, at most `most`: their whole name has
+  /// to be its issuer's, and the key identifiers have to be equal where both are there. Such that
+  /// have an equal one come first, else in the order in which they were added.
+  Certificates issuersOf(const KnownCertificate& certificate, size_t most) const;
+
+  /// Whether any has the name of a certificate's issuer, whatever its key identifier.
+  bool hasIssuerNameOf(const KnownCertificate& certificate) const;
+
+  bool holds(const KnownCertificate& certificate) const { return m_all.contains(&certificate); }
+
+ private:
+  struct SameName {
+    Certificates all;
+    std::map<std::string, Certificates> byKeyIdentifier;
+  };
+  // Ordered maps, since hostile names cannot make them slow.
+  std::map<std::string, SameName> m_bySubject;
+  std::set<const KnownCertificate*> m_all;
+};
+
+/// Certificates, each kept once however often it was given.
 class CertificatePool {
  public:
   /// Keeps a certificate. Null, with `reason` set, when it cannot be read.
   const KnownCertificate* add(const InputCertificate& input, const char*& reason);
 
-  /// The certificates with this subject, in the order in which they came.
-  const std::vector<const KnownCertificate*>& withSubject(const std::string& subjectKey) const;
+  const CertificateIndex& index() const noexcept { return m_index; }
 
  private:
   std::deque<KnownCertificate> m_certificates;
-  std::unordered_map<std::string, const KnownCertificate*> m_byDigest;
-  std::unordered_map<std::string, std::vector<const KnownCertificate*>> m_bySubject;
-  std::vector<const KnownCertificate*> m_none;
+  std::map<std::string, const KnownCertificate*> m_byDigest;
+  CertificateIndex m_index;
 };
 
 }  // namespace velmora::tool

@@ -6,6 +6,7 @@
 #include "support/hash/vm_hash.h"
 #include "tools/dates.h"
 #include "tools/oid_text.h"
+#include "tools/whole.h"
 #include "x509/first_error_log.h"
 #include "x509/signature_algorithms.h"
 
@@ -87,7 +88,8 @@ PssParameters pssParameters(const XmlHandle& algorithm) {
 // Whether a key that is for RSASSA-PSS alone allows the parameters: without some of its own it
 // allows any, else these hashes and no shorter salt (RFC 4055 §1.2 and §3.3).
 bool pssKeyAllows(const KnownCertificate& signer, const PssParameters& pss) {
-  if (!signer.keyAlgorithm || signer.keyAlgorithm->get_NumChildren() <= 1) return true;
+  if (!signer.keyAlgorithm) return false;
+  if (signer.keyAlgorithm->get_NumChildren() <= 1) return true;
   const PssParameters bound = pssParameters(signer.keyAlgorithm);
   return pss.hashId == bound.hashId && pss.maskHashId == bound.maskHashId &&
          pss.saltLength >= bound.saltLength;
@@ -109,9 +111,11 @@ class SignatureCheck {
 
   SignatureReport run() {
     m_certificate.loaded.get().getCertDer(m_der);
-    if (!readCertificateSignature(m_der, m_parts, m_log)) {
-      return close(SignatureVerdict::kRefused, error());
-    }
+    const bool read = readCertificateSignature(whole(m_der), m_parts, m_log);
+    whole(m_parts.toBeSigned);
+    whole(m_parts.signature);
+    whole(m_parts.algorithmOid);
+    if (!read) return close(SignatureVerdict::kRefused, error());
     m_report.algorithm = m_parts.algorithmOid.view();
     if (!m_certificate.sameAlgorithms) {
       return close(SignatureVerdict::kRefused,
@@ -267,17 +271,17 @@ void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime&
   }
   if (certificate.repeatsExtension) findings.failures.emplace_back("an extension is there twice");
   for (const std::string& oid : certificate.uncheckedConstraints) {
-    findings.warnings.push_back("the critical extension " + oidText(oid) + " is not evaluated");
+    findings.warnings.push_back("the extension " + oidText(oid) + " is not evaluated");
   }
 }
 
-void checkIssuer(const KnownCertificate& issuer, size_t below, bool maybeRoot, Findings& findings) {
+void checkIssuer(const KnownCertificate& issuer, size_t below, Findings& findings) {
   const auto& constraints = issuer.basicConstraints;
   if (constraints.present && !constraints.value) {
     findings.failures.emplace_back("its basicConstraints cannot be read");
   } else if (constraints.present && !constraints.value->isCa) {
     findings.failures.emplace_back("by its basicConstraints it is not a CA");
-  } else if (!constraints.present && (issuer.isVersion3 || !maybeRoot)) {
+  } else if (!constraints.present && (issuer.isVersion3 || !issuer.selfIssued)) {
     findings.failures.emplace_back("it is not a CA: it has no basicConstraints");
   } else if (constraints.present && constraints.value->pathLength &&
              below > *constraints.value->pathLength) {
@@ -285,7 +289,10 @@ void checkIssuer(const KnownCertificate& issuer, size_t below, bool maybeRoot, F
                                 std::to_string(*constraints.value->pathLength) +
                                 " CAs below it, not " + std::to_string(below));
   }
-  if (issuer.mayCertify.present && !issuer.mayCertify.value.value_or(false)) {
+  const auto& mayCertify = issuer.mayCertify;
+  if (mayCertify.present && !mayCertify.value) {
+    findings.failures.emplace_back("its keyUsage cannot be read");
+  } else if (mayCertify.present && !*mayCertify.value) {
     findings.failures.emplace_back("its keyUsage does not allow it to sign certificates");
   }
 }

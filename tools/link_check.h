@@ -48,6 +48,6 @@ void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime&
 /// path length that `below` other CAs on the way down keep, and by keyUsage, where it is there,
 /// for signing certificates. What may yet prove a root may be of a version that has no
 /// extensions. Appends.
-void checkIssuer(const KnownCertificate& issuer, size_t below, bool maybeRoot, Findings& findings);
+void checkIssuer(const KnownCertificate& issuer, size_t below, Findings& findings);
 
 }  // namespace velmora::tool

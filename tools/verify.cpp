@@ -1,104 +1,117 @@
-#include <algorithm>
-#include <filesystem>
-
+#include "support/text/printable.h"
 #include "tools/command.h"
 #include "tools/dates.h"
 #include "tools/verify_report.h"
+#include "tools/whole.h"
 #include "x509/first_error_log.h"
+#include "x509/root_files.h"
 #include "x509/trusted_root_loading.h"
 
 namespace velmora::tool {
 
 namespace {
 
-using Certificates = std::vector<const KnownCertificate*>;
-
-// Keeps certificates in the pool and in a list of their own.
+// Keeps certificates in the pool.
 class Collect : public CertificateVisitor {
  public:
   explicit Collect(CertificatePool& pool) : m_pool(pool) {}
 
-  const char* visit(const InputCertificate& input) override {
+  const char* visit(const InputCertificate& input) final {
     const char* reason = nullptr;
     const KnownCertificate* known = m_pool.add(input, reason);
-    if (known == nullptr) return reason;
-    m_certificates.push_back(known);
-    m_sources.push_back({input.source, input.index, {}});
-    return nullptr;
+    return known == nullptr ? reason : take(input, *known);
   }
 
-  const Certificates& certificates() const noexcept { return m_certificates; }
-  /// Where the i-th of the certificates was read, without its bytes.
-  const InputCertificate& source(size_t i) const { return m_sources[i]; }
-
  private:
+  // Null, or why the certificate is no use here.
+  virtual const char* take(const InputCertificate&, const KnownCertificate&) { return nullptr; }
+
   CertificatePool& m_pool;
-  Certificates m_certificates;
-  std::vector<InputCertificate> m_sources;
 };
 
-// Keeps certificates and trusts them.
+// Trusts them.
 class CollectRoots final : public Collect {
  public:
   using Collect::Collect;
 
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = Collect::visit(input)) return reason;
+ private:
+  const char* take(const InputCertificate&, const KnownCertificate& known) override {
+    if (!known.selfIssued) return "A trusted root has to be issued by itself.";
     m_log.clear();
-    if (addTrustedRoot(certificates().back()->loaded.get(), nullptr, m_log)) return nullptr;
+    if (addTrustedRoot(known.loaded.get(), nullptr, m_log)) return nullptr;
     m_reason = m_log.error();
     return m_reason.c_str();
   }
 
- private:
   FirstErrorLog m_log;
   std::string m_reason;
 };
 
-// The files that --roots means.
-bool listRootFiles(std::string_view given, std::vector<std::string>& files,
-                   std::string& usageError) {
-  std::string path(given);
-  if (given == "system") {
-    const char* found = systemTrustedRootsPath();
-    if (found == nullptr) {
-      usageError = "this system keeps no file of trusted roots in any of the usual places";
-      return false;
-    }
-    path = found;
-  }
-  std::error_code error;
-  if (!std::filesystem::is_directory(path, error)) {
-    files.push_back(path);
-    return true;
-  }
-  std::filesystem::directory_iterator entry(path, error);
-  for (const std::filesystem::directory_iterator end; !error && entry != end;
-       entry.increment(error)) {
-    std::error_code unknown;
-    if (entry->is_regular_file(unknown)) files.push_back(entry->path().string());
-  }
-  std::sort(files.begin(), files.end());
-  if (error) usageError = "--roots " + path + ": " + error.message();
-  return !error;
-}
+// Keeps them apart from the others.
+class CollectIssuers final : public Collect {
+ public:
+  using Collect::Collect;
 
-struct Wishes {
-  VelmoraSysTime at;
-  std::vector<std::string> rootFiles;
-  bool json = false;
+  const CertificateIndex& index() const noexcept { return m_index; }
+
+ private:
+  const char* take(const InputCertificate&, const KnownCertificate& known) override {
+    m_index.add(known);
+    return nullptr;
+  }
+
+  CertificateIndex m_index;
 };
 
-bool readWishes(const Arguments& arguments, Wishes& wishes, std::string& usageError) {
-  wishes.json = arguments.has("--json");
-  wishes.at.getCurrentGmt();
-  const auto at = arguments.value("--at");
-  if (at && !parseIsoTime(*at, wishes.at)) {
-    usageError = "option \"--at\" needs a time such as 2025-01-31 or 2025-01-31T23:59:59Z";
-    return false;
+// Keeps them in order, with where each stands: one that was met before is known by another place.
+class CollectWanted final : public Collect {
+ public:
+  using Collect::Collect;
+
+  struct Wanted {
+    const KnownCertificate* certificate;
+    InputCertificate place;  // without the bytes
+  };
+  const std::vector<Wanted>& wanted() const noexcept { return m_wanted; }
+
+ private:
+  const char* take(const InputCertificate& input, const KnownCertificate& known) override {
+    m_wanted.push_back({&known, {input.source, input.index, {}}});
+    return nullptr;
   }
-  const auto roots = arguments.value("--roots");
-  return !roots || listRootFiles(*roots, wishes.rootFiles, usageError);
+
+  std::vector<Wanted> m_wanted;
+};
+
+void complain(std::string_view what, std::string_view reason, Console& console) {
+  StringBuffer line("velmora-x509: ");
+  appendPrintable(what, line);
+  line.append(": ");
+  appendPrintable(reason, line);
+  console.error(line.view());
+  console.raise(ExitStatus::kUnreadable);
+}
+
+// Reads what --roots means; without roots nothing is trusted, so that the rest can go on.
+void collectRoots(std::string_view given, CollectRoots& roots, Console& console) {
+  const char* path = nullptr;
+  if (given == "system" && (path = systemTrustedRootsPath()) == nullptr) {
+    return complain("system", "no file of trusted roots in any of the usual places", console);
+  }
+  const std::string wanted(path != nullptr ? path : given);
+  std::vector<std::string> files;
+  if (const std::error_code error = listRootFiles(wanted, files)) {
+    complain(wanted, error.message(), console);
+  }
+  for (const std::string& file : files) visitCertificates({file}, false, roots, console);
+}
+
+bool readTime(const Arguments& arguments, VelmoraSysTime& at, std::string& usageError) {
+  at.getCurrentGmt();
+  const auto given = arguments.value("--at");
+  if (!given || parseIsoTime(*given, at)) return true;
+  usageError = "option \"--at\" needs a time such as 2025-01-31 or 2025-01-31T23:59:59Z";
+  return false;
 }
 
 void collectOption(const Arguments& arguments, std::string_view option, Collect& collect,
@@ -107,39 +120,46 @@ void collectOption(const Arguments& arguments, std::string_view option, Collect&
   if (file) visitCertificates({*file}, false, collect, console);
 }
 
-void report(const Collect& wanted, const Wishes& wishes, ChainBuilder& builder, Console& console) {
+void report(const CollectWanted& collected, bool json, const VelmoraSysTime& at,
+            ChainBuilder& builder, Console& console) {
   StringBuffer place;
-  for (size_t i = 0; i < wanted.certificates().size(); ++i) {
-    const Chain chain = builder.build(*wanted.certificates()[i]);
-    if (!chain.verified) console.raise(ExitStatus::kNo);
-    if (wishes.json) {
-      appendChainJson(wanted.source(i), chain, wishes.at, console.out());
+  for (const CollectWanted::Wanted& each : collected.wanted()) {
+    const Chain chain = builder.build(*each.certificate);
+    const size_t start = console.out().getSize();
+    if (json) {
+      appendChainJson(each.place, chain, at, console.out());
     } else {
       place.weakClear();
-      appendPlace(wanted.source(i), place);
-      appendChainText(place.view(), chain, wishes.at, console.out());
+      appendPlace(each.place, place);
+      appendChainText(whole(place).view(), chain, at, console.out());
     }
+    if (console.out().failed()) {
+      // No half of a record is left behind.
+      console.takeBack(start);
+      throw std::bad_alloc();
+    }
+    if (!chain.verified) console.raise(ExitStatus::kNo);
     console.endRecord();
   }
-  if (!wishes.json && !wanted.certificates().empty()) console.out().append(kNotTheWhole);
+  if (!json && !collected.wanted().empty()) console.out().append(kNotTheWhole);
 }
 
 bool runVerify(const Arguments& arguments, Console& console, std::string& usageError) {
-  Wishes wishes;
-  if (!readWishes(arguments, wishes, usageError)) return false;
+  VelmoraSysTime at;
+  if (!readTime(arguments, at, usageError)) return false;
+  const bool json = arguments.has("--json");
   CertificatePool pool;
   CollectRoots roots(pool);
-  Collect direct(pool);
+  CollectIssuers direct(pool);
   Collect others(pool);
-  const std::vector<std::string_view> rootFiles(wishes.rootFiles.begin(), wishes.rootFiles.end());
-  visitCertificates(rootFiles, false, roots, console);
+  CollectWanted wanted(pool);
+  if (const auto given = arguments.value("--roots")) collectRoots(*given, roots, console);
   collectOption(arguments, "--issuer", direct, console);
   collectOption(arguments, "--chain", others, console);
-  Collect wanted(pool);
-  visitCertificates(arguments.files(), wishes.json, wanted, console);
-  ChainBuilder builder(pool, wishes.at);
-  if (arguments.has("--issuer")) builder.setDirectIssuers(direct.certificates());
-  report(wanted, wishes, builder, console);
+  visitCertificates(arguments.files(), json, wanted, console);
+  ChainBuilder builder(pool, at);
+  if (arguments.has("--issuer")) builder.setDirectIssuers(direct.index());
+  report(wanted, json, at, builder, console);
   return true;
 }
 
@@ -148,7 +168,9 @@ constexpr OptionSpec kOptions[] = {
     {"--chain", "FILE", "certificates that may stand between FILE and a root"},
     {"--roots", "WHERE",
      "the trusted roots: a file, a directory of files, or system; without it nothing is trusted"},
-    {"--at", "TIME", "check the dates at 2025-01-31 or 2025-01-31T23:59:59Z, in UTC (default now)"},
+    {"--at", "TIME",
+     "check the dates at 2025-01-31T23:59:59Z, or at the start of 2025-01-31, in UTC (default "
+     "now)"},
     {"--json", "", "one JSON object a line"},
 };
 
@@ -158,11 +180,19 @@ const Command kVerifyCommand = {
     "verify", "check signatures, dates and issuers up to a trusted root",
     "Issuers are looked for among the roots, the --issuer and --chain certificates\n"
     "and the FILEs themselves: the whole names have to be equal, and the key\n"
-    "identifiers where both are there. The exit status is 1 when any certificate of a\n"
+    "identifiers where both are there. What of the roots is not issued by itself is no\n"
+    "root, has a line on standard error and may still stand in a chain. Issuers have to\n"
+    "be CAs that may sign certificates. The exit status is 1 when any certificate of a\n"
     "FILE does not verify.\n"
     "\n"
     "Checked are signatures, dates and issuer links. This is not the whole of RFC\n"
-    "5280's path validation: no name or policy constraints, and no revocation.\n",
+    "5280's path validation: no name or policy constraints, and no revocation.\n"
+    "\n"
+    "JSON has for each certificate of a FILE source, index, verified, at, chain and\n"
+    "notChecked; chain lists {source, index, subject, notBefore, notAfter, trustedRoot,\n"
+    "signature, failures, warnings}, and signature is null or {signer, matchedBy,\n"
+    "verdict, reason, algorithm, algorithmName, hash, key, warnings}, with the verdict\n"
+    "good, wrong, cannotCheck or refused.\n",
     kOptions, runVerify};
 
 }  // namespace velmora::tool

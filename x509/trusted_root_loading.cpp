@@ -1,10 +1,8 @@
 #include "x509/trusted_root_loading.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <new>
 #include <string>
@@ -14,6 +12,7 @@
 #include "support/trust/trusted_roots.h"
 #include "x509/certificate_reader.h"
 #include "x509/first_error_log.h"
+#include "x509/root_files.h"
 
 namespace velmora {
 namespace {
@@ -82,6 +81,7 @@ class RootSink final : public CertificateSink {
     m_log.LogDataLong("index", static_cast<int64_t>(place.index));
     if (!place.label.empty()) m_log.LogData("label", place.label);
     if (place.line != 0) m_log.LogDataLong("line", static_cast<int64_t>(place.line));
+    if (failure.line != 0) m_log.LogDataLong("faultLine", static_cast<int64_t>(failure.line));
     if (failure.offset) m_log.LogDataLong("offset", static_cast<int64_t>(*failure.offset));
   }
 
@@ -133,25 +133,9 @@ void readFile(const std::string& path, RootSink& sink) {
   reader.finish();
 }
 
-// The files of a directory, in the order of their names; false, with the error, when they cannot be
-// listed.
-bool listFiles(const std::string& directory, std::vector<std::string>& files,
-               std::error_code& error) {
-  std::filesystem::directory_iterator entry(directory, error);
-  const std::filesystem::directory_iterator end;
-  for (; !error && entry != end; entry.increment(error)) {
-    std::error_code unknown;
-    if (entry->is_regular_file(unknown)) files.push_back(entry->path().string());
-  }
-  std::sort(files.begin(), files.end());
-  return !error;
-}
-
 void readFileOrDirectory(const std::string& path, RootSink& sink) {
-  std::error_code error;
-  if (!std::filesystem::is_directory(path, error)) return readFile(path, sink);
   std::vector<std::string> files;
-  if (!listFiles(path, files, error)) {
+  if (const std::error_code error = listRootFiles(path, files)) {
     sink.startFile(path);
     sink.refuseFile(error.message());
   }

@@ -37,7 +37,7 @@ struct TrustedRootCount {
 /// Registers every certificate of a file, in any form that CertificateReader reads, or of all the
 /// regular files of a directory (in the order of their names, without the directories in it). What
 /// is refused is passed over, each with an error and the data items "file", "index", "label",
-/// "line", "offset" and "subject" where they are known. Log context "addTrustedRoots".
+/// "line", "faultLine", "offset" and "subject" where they are known. Log context "addTrustedRoots".
 TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log);
 
 /// The file of trusted roots that the operating system keeps: the one that the environment variable

@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import shutil
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -88,6 +89,7 @@ class Made(unittest.TestCase):
         cases = [("basicConstraints=CA:FALSE\n", "not a CA"), ("", "no basicConstraints"),
                  (CA + "keyUsage=digitalSignature\n", "keyUsage does not allow"),
                  (CA + "1.2.3.4=critical,DER:0500\n", "extension 1.2.3.4 is unknown"),
+                 (CA + "keyUsage=DER:0500\n", "keyUsage cannot be read"),
                  ("basicConstraints=DER:0500\n", "basicConstraints cannot be read")]
         for number, (extensions, reason) in enumerate(cases):
             with self.subTest(reason):
@@ -95,6 +97,10 @@ class Made(unittest.TestCase):
                 self.assert_refused(reason, "--roots", root, "--chain", middle, self.make(f"below{number}", middle))
         self.assert_refused("1.2.3.4 is unknown", "--roots", root,
                             self.make("critical", root, extensions="1.2.3.4=critical,DER:0500\n"))
+        # Each certificate below repeats what is wrong with its issuer, so that this has an end.
+        many = "".join(f"1.2.3.{i}=critical,DER:0500\n" for i in range(20))
+        chain = self.assert_refused("1.2.3.0 is", "--roots", root, self.make("many", root, extensions=many))
+        self.assertLess(len(chain["chain"][0]["failures"]), 10)
 
     def test_path_length(self):
         root = self.make("long", extensions="basicConstraints=CA:TRUE,pathlen:1\n" + IDS)
@@ -105,6 +111,11 @@ class Made(unittest.TestCase):
         both = self.folder / "both.pem"
         both.write_text(first.read_text() + second.read_text())
         self.assert_refused("path length allows 1", "--roots", root, "--chain", both, leaf)
+        # Where only the attributes differ, the certificate is not issued by itself.
+        root = self.make("unit", subject="/O=Twin", extensions="basicConstraints=CA:TRUE,pathlen:0\n")
+        middle = self.make("common", root, subject="/CN=Twin", extensions=CA)
+        self.assert_refused("path length allows 0", "--roots", root, "--chain", middle, self.make("twin leaf", middle))
+        self.assertEqual(verify("--roots", middle, root)[0], 3)
 
     def test_dates(self):
         arguments = ["--roots", EXAMPLES / "root.pem", EXAMPLES / "intermediate.pem"]
@@ -128,11 +139,34 @@ class Made(unittest.TestCase):
         # The key identifiers differ, so that the name alone is no link.
         elsewhere = self.make("elsewhere", subject="/O=Test/CN=known", extensions=CA + IDS)
         known = self.make("known", extensions=CA + IDS)
-        self.assert_refused("no issuer of it", "--roots", elsewhere, self.make("known leaf", known))
+        self.assert_refused("another key identifier", "--roots", elsewhere, self.make("known leaf", known))
         self.assert_refused("no issuer of it", "--roots", root, self.make("known leaf 2", known))
+        self.assert_refused("no issuer of it", "--roots", root, "--issuer", others[1], root)
+
+    def test_the_key_identifier_tells_one_of_a_crowd(self):
+        root = self.make("crowded", extensions=CA + IDS)
+        middle = self.make("one of many", root, extensions=CA + IDS)
+        der = ssl.PEM_cert_to_DER_cert(middle.read_text())
+        at = der.index(bytes.fromhex("551d0e04160414")) + 7
+        others = [der[:at] + bytes([i]) * 20 + der[at + 20:] for i in range(100)]
+        crowd = self.folder / "many.pem"
+        crowd.write_text("".join(map(ssl.DER_cert_to_PEM_cert, others)) + middle.read_text())
+        leaf = self.make("crowded leaf", middle)
+        for option in ("--chain", "--issuer"):
+            self.assertEqual(verify("--roots", root, option, crowd, leaf)[0], 0)
+
+    def test_names_that_only_look_alike(self):
+        root = self.make("accent", subject="/CN=\u00e9", extensions=CA + NO_IDS)
+        xml = run("asn1", "--compact", self.make("accent leaf", root, extensions=NO_IDS))[1]
+        changed = self.folder / "accent.xml"
+        for tag, reason in (("utf8", "wrong signature"), ("printable", "no issuer of it")):
+            # One octet for each character is not what UTF-8 has.
+            changed.write_text(re.sub("<utf8>([^<]*[^\0-~][^<]*)</utf8>", rf"<{tag}>\1</{tag}>", xml).replace(
+                "accent leaf", "another leaf"))
+            self.assert_refused(reason, "--roots", root, changed)
 
     def test_a_new_key_that_the_old_one_certifies(self):
-        old = self.make("old", subject="/CN=Rolling", extensions=CA + IDS)
+        old = self.make("old", subject="/CN=Rolling", extensions="basicConstraints=CA:TRUE,pathlen:0\n" + IDS)
         new = self.make("new", old, subject="/CN=Rolling", extensions=CA + IDS)
         leaf = self.make("rolled", new)
         status, (chain,) = verify("--roots", old, "--chain", new, leaf)

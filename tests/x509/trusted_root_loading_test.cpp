@@ -72,6 +72,7 @@ TEST(TrustedRootLoading, ReadsFilesAndDirectories) {
   folder.write("b.der", derOf(all.issuer("rsa-2048")));
   folder.write("c.pem", pemOf(all.byName("Ed25519").der) + pemOf(derOf(all.issuer("rsa-2048"))));
   folder.write("d.txt", "no certificate");
+  folder.write("e.pem", "-----BEGIN CERTIFICATE-----\nMAMC!!==\n-----END CERTIFICATE-----\n");
   fs::create_directory(folder.path("directory"));
 
   LogText log;
@@ -82,13 +83,14 @@ TEST(TrustedRootLoading, ReadsFilesAndDirectories) {
   EXPECT_EQ(log.text().view(), "addTrustedRoots:\n");
   EXPECT_TRUE(isTrusted(all.issuer("P-256")) && isTrusted(all.issuer("ed25519")));
   EXPECT_FALSE(isTrusted(all.issuer("rsa-2048")));
-  EXPECT_EQ(counts(addTrustedRootsFrom(folder.path().c_str(), nullptr, log)), "4 + 2");
+  EXPECT_EQ(counts(addTrustedRootsFrom(folder.path().c_str(), nullptr, log)), "4 + 3");
   EXPECT_EQ(TrustedRoots::getCount(nullptr), 3u);
   EXPECT_TRUE(isTrusted(all.issuer("rsa-2048")));
   EXPECT_TRUE(
       says("  ERROR: A trusted root has to be issued by itself.\n  file: " + folder.path("c.pem") +
            "\n  index: 0\n  label: CERTIFICATE\n  line: 1\n  subject: CN=host\n"));
   EXPECT_TRUE(says("  file: " + folder.path("d.txt") + "\n  index: 0\n"));
+  EXPECT_TRUE(says("  label: CERTIFICATE\n  line: 1\n  faultLine: 2\n"));
 
   const std::string missing = folder.path("missing");
   EXPECT_EQ(counts(addTrustedRootsFrom(missing.c_str(), nullptr, log)), "0 + 1");

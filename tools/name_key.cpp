@@ -1,0 +1,58 @@
+#include "tools/name_key.h"
+
+#include <algorithm>
+
+#include "support/xml/cls_xml.h"
+#include "tools/whole.h"
+
+namespace velmora::tool {
+
+namespace {
+
+void appendPart(std::string_view part, std::string& key) {
+  key += std::to_string(part.size());
+  key += ':';
+  key += part;
+}
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// The three string types of which all new certificates are made are compared by their text, since
+// issuers write one name now with the one and now with the other. Where the octets are not those of
+// that text, and for every other type, the element as it stands is compared.
+bool isComparedAsText(const ClsXml& value) {
+  if (value.tagEquals("utf8")) return !value.hasAttrWithValue("encoding", "latin1");
+  return (value.tagEquals("printable") || value.tagEquals("ia5")) && isAscii(value.contentView());
+}
+
+void appendValue(const ClsXml& value, std::string& key) {
+  if (isComparedAsText(value)) {
+    key += 't';
+    return appendPart(value.contentView(), key);
+  }
+  StringBuffer xml;
+  LogNull log;
+  // A value that is there has XML, if there is memory for it.
+  if (!value.getXml(true, xml, log)) throw std::bad_alloc();
+  key += 'x';
+  appendPart(whole(xml).view(), key);
+}
+
+}  // namespace
+
+std::string nameKey(ClsXml& name) {
+  std::string key;
+  const bool wellFormed = eachAttribute(name, [&](size_t rdn, std::string_view oid) {
+    key += std::to_string(rdn);
+    key += ' ';
+    appendPart(oid, key);
+    appendValue(name, key);
+  });
+  if (!wellFormed) key.clear();
+  return key;
+}
+
+}  // namespace velmora::tool
