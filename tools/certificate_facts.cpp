@@ -4,6 +4,7 @@
 
 #include "support/hash/vm_hash.h"
 #include "tools/general_name.h"
+#include "tools/name_key.h"
 #include "tools/whole.h"
 #include "x509/dn_names.h"
 
@@ -54,12 +55,9 @@ void readVersion(VelmoraX509& certificate, XString& version, LogBase& log) {
   if (!certificate.get_Version(version, log)) version.setFromUtf8("1");
 }
 
-bool isSelfIssued(VelmoraX509& certificate, LogBase& log) {
-  XString subject;
-  XString issuer;
-  const bool read = certificate.getDN(true, true, subject, log, 0) &&
-                    certificate.getDN(false, true, issuer, log, 0);
-  return read && whole(subject).equalsX(whole(issuer));
+bool isSelfIssued(const CertificateTree& tree) {
+  const std::string subject = nameKey(*tree.subject());
+  return !subject.empty() && subject == nameKey(*tree.issuer());
 }
 
 // Every certificate has a SubjectPublicKeyInfo: what can fail is memory alone.

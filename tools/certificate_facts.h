@@ -18,8 +18,8 @@ inline constexpr std::string_view kAuthorityKeyIdentifier = "2.5.29.35";
 /// The version as people count it; a certificate without the field is one of version 1.
 void readVersion(VelmoraX509& certificate, XString& version, LogBase& log);
 
-/// Whether subject and issuer are the same text in style 0. False when either cannot be read.
-bool isSelfIssued(VelmoraX509& certificate, LogBase& log);
+/// Whether subject and issuer are the same name (nameKey), which no empty or malformed one is.
+bool isSelfIssued(const CertificateTree& tree);
 
 /// The SHA-256 of the SubjectPublicKeyInfo in base64 (RFC 7469).
 void readSpkiPin(VelmoraX509& certificate, XString& pin, LogBase& log);

@@ -27,7 +27,7 @@ class ShowJson final : public CertificateVisitor {
     writeAlternativeNames(line);
     writeEmails(line);
     writeDigests(line, input.der);
-    line.boolean("selfIssued", isSelfIssued(m_loaded.get(), m_log));
+    line.boolean("selfIssued", isSelfIssued(m_tree));
     writeKey(line);
     writeExtensions(line);
     if (m_withDer) line.base64("der", input.der);

@@ -28,7 +28,7 @@ class ShowText final : public CertificateVisitor {
     VelmoraX509& certificate = m_loaded.get();
     row("Subject", certificate.getDN(true, true, m_text, m_log, 0));
     row("Issuer", certificate.getDN(false, true, m_text, m_log, 0));
-    line("Self-issued", isSelfIssued(certificate, m_log) ? "yes" : "no");
+    line("Self-issued", isSelfIssued(m_tree) ? "yes" : "no");
     m_text.weakClear();
     row("Serial number", certificate.get_SerialNumber(m_text, m_log));
     readVersion(certificate, m_text, m_log);
