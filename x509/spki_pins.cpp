@@ -5,16 +5,11 @@ namespace velmora {
 
 // Fills the cache that pins are taken of; nothing is left in it on failure.
 bool VelmoraX509::fillSpkiDer(LogBase& log) {
-  LogNull noLog;
-  XString unused;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath("sequence|sequence[4]|$", unused, noLog)) {
-    if (m_certXml != nullptr) m_certXml->GetRoot2();
+  if (!moveToSpki()) {
     log.LogError("No SubjectPublicKeyInfo found in ASN.1");
     return false;
   }
-  const bool encoded = encodeSubtree(m_spkiDer, log);
-  m_certXml->GetRoot2();
-  if (encoded) return true;
+  if (encodeSpki(m_spkiDer, log)) return true;
   m_spkiDer.clear();
   log.LogError("Error encoding SubjectPublicKeyInfo to DER.");
   return false;

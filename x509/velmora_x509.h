@@ -317,8 +317,9 @@ class VelmoraX509 : public RefCountedObject {
 
  private:
   bool compareNames(bool& same, LogBase& log);
-  bool encodeSubtree(DataBuffer& out, LogBase& log);
-  bool getSpkiAsKey(DataBuffer& out, LogBase& log);
+  bool moveToSpki();
+  bool encodeSpki(DataBuffer& out, LogBase& log);
+  bool readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log);
   bool getKeyBits(DataBuffer& out);
   bool getEcPoint(DataBuffer& out, LogBase& log);
   bool fillSpkiDer(LogBase& log);
@@ -326,8 +327,10 @@ class VelmoraX509 : public RefCountedObject {
   bool becomeFirstOfBundle(SystemCerts* store, LogBase& log);
   static bool appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArrayRc& out, LogBase& log);
 
-  DataBuffer m_publicKeyDer;    // cache, emptied on load
-  StringBuffer m_keyId64;       // cache, emptied on load
+  DataBuffer m_publicKeyDer;  // cache, emptied on load
+  // Comes before computing the identifier and is emptied on load. Nothing fills it, on purpose: the
+  // identifier is computed on every call.
+  StringBuffer m_keyId64;
   DataBuffer m_spkiDer;         // cache, emptied on load
   DataBuffer m_certDer;         // exactly as loaded
   ClsXml* m_certXml = nullptr;  // owned; on the root between operations
