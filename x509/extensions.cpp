@@ -85,10 +85,8 @@ bool VelmoraX509::getSubjectKeyIdentifier(StringBuffer& out, LogBase& log) {
   LogContextExitor context(log, "getSubjectKeyIdentifier");
   out.clear();
   if (!getExtensionAsnXmlByOid(kSubjectKeyIdentifier, out, log)) return false;
-  if (!out.isEmpty()) {
-    out.replaceFirstOccurance("<octets>", "", false);
-    out.replaceFirstOccurance("</octets>", "", false);
-  }
+  out.replaceFirstOccurance("<octets>", "", false);
+  out.replaceFirstOccurance("</octets>", "", false);
   out.trim2();
   return !out.isEmpty();
 }
@@ -99,12 +97,10 @@ bool VelmoraX509::getAuthorityKeyIdentifier(StringBuffer& out, LogBase& log) {
   out.clear();
   if (!getExtensionAsnXmlByOid(kAuthorityKeyIdentifier, out, log)) return false;
   const StringBuffer xml(out.view());
-  if (!out.isEmpty()) {
-    out.replaceFirstOccurance("<octets>", "", false);
-    out.replaceFirstOccurance("</octets>", "", false);
-    out.replaceFirstOccurance("<sequence><contextSpecific tag=\"0\" constructed=\"0\">", "", false);
-    out.replaceFirstOccurance("</contextSpecific></sequence>", "", false);
-  }
+  out.replaceFirstOccurance("<octets>", "", false);
+  out.replaceFirstOccurance("</octets>", "", false);
+  out.replaceFirstOccurance("<sequence><contextSpecific tag=\"0\" constructed=\"0\">", "", false);
+  out.replaceFirstOccurance("</contextSpecific></sequence>", "", false);
   // What still holds markup is not the identifier alone: there are other fields, or no [0] at all.
   if (out.containsChar('<')) extractKeyIdentifier(xml, out);
   out.trim2();

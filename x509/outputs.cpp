@@ -8,7 +8,6 @@ namespace {
 
 // Certificate ::= SEQUENCE { tbsCertificate TBSCertificate, ... }
 bool encodeToBeSigned(_vmAsn1& certificate, DataBuffer& out, LogBase& log) {
-  if (certificate.numAsnParts() == 0) return false;
   _vmAsn1* tbsCertificate = certificate.getAsnPart(0);
   return tbsCertificate != nullptr && tbsCertificate->EncodeToDer(out, false, log);
 }

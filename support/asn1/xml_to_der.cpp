@@ -123,7 +123,6 @@ class XmlToDer {
   bool run() noexcept {
     const bool done = (makeRoom() || refuse(kNoMemory)) && readElements() && insertHeaders();
     if (!done) m_der.truncate(m_start);
-    if (m_reason == kNoMemory) m_der.reserve(SIZE_MAX);  // marks it
     return done;
   }
 
