@@ -32,7 +32,7 @@ bool moveToExtensions(ClsXml& tree) {
 // The first [0] of an identifier that holds more than that.
 void extractKeyIdentifier(const StringBuffer& identifier, StringBuffer& out) {
   out.clear();
-  if (identifier.failed()) out.append(identifier);  // passes the mark on
+  if (identifier.failed()) out.markFailed();
   const std::string_view xml = identifier.view();
   size_t start = xml.find(kKeyIdentifierOpen);
   if (start == std::string_view::npos) return;
@@ -76,8 +76,8 @@ bool VelmoraX509::getExtensionAsnXmlByOid(const char* oid, StringBuffer& out, Lo
   out.weakClear();
   DataBuffer value;
   const bool found = getExtensionDerDataByOid(oid, value, log);
-  if (value.failed()) return out.append(value);  // passes the mark on
-  return found && DerXmlCodec::derToXml(value, false, true, out, nullptr, log);
+  if (value.failed()) out.markFailed();
+  return found && !value.failed() && DerXmlCodec::derToXml(value, false, true, out, nullptr, log);
 }
 
 bool VelmoraX509::getSubjectKeyIdentifier(StringBuffer& out, LogBase& log) {

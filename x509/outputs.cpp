@@ -47,7 +47,7 @@ void VelmoraX509::get_Sha1ThumbprintX(XString& out, LogBase&) {
   hex.appendHexDataNoWS(digest.data(), digest.size());
   hex.canonicalizeHexString();
   out.appendX(hex);
-  if (digest.failed()) out.getUtf8Sb_rw().append(digest);  // passes the mark on
+  if (digest.failed()) out.markFailed();
 }
 
 bool VelmoraX509::getCertHash(int hashAlg, DataBuffer& out, LogBase& log) {
