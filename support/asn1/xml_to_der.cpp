@@ -9,6 +9,7 @@
 #include "support/asn1/strict_der.h"
 #include "support/core/pod_array.h"
 #include "support/text/byte_codecs.h"
+#include "support/text/encoding_convert.h"
 #include "support/text/unicode.h"
 #include "support/xml/xml_chars.h"
 
@@ -329,7 +330,7 @@ class XmlToDer {
                  size_t& size) noexcept {
     if (encoding == "latin1") return writeLatin1(text, out, size);
     if (!encoding.empty()) return refuse(kBadEncoding);
-    if (!isUtf8(text)) return refuse(kBadUtf8);
+    if (!isValidUtf8(text)) return refuse(kBadUtf8);
     if (!text.empty()) std::memcpy(out, text.data(), text.size());
     size = text.size();
     return true;

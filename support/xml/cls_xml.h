@@ -94,7 +94,6 @@ class ClsXml final : public ClsBase {
 
   /// Sets the index that "[j]" steps use.
   void put_J(int j) noexcept { m_j = j; }
-  int get_J() const noexcept { return m_j; }
 
   // Moves and new handles.
 

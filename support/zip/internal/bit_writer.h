@@ -43,9 +43,6 @@ class BitWriter {
     m_next += count;
   }
 
-  /// Bits in the byte that is not full yet.
-  unsigned pendingBits() const noexcept { return m_count; }
-
  private:
   // A store writes a whole word, and the bits kept back add up to one byte.
   static constexpr size_t kSpare = 16;
