@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "support/core/little_endian.h"
 #include "support/text/data_buffer.h"
-#include "support/zip/internal/little_endian.h"
 
 namespace velmora::deflate {
 
