@@ -1,6 +1,7 @@
 #include "support/asn1/vm_asn1.h"
 #include "support/hash/sha_digest.h"
 #include "support/hash/vm_hash.h"
+#include "x509/signature_algorithms.h"
 #include "x509/velmora_x509.h"
 
 namespace velmora {
@@ -54,16 +55,8 @@ bool VelmoraX509::getCertHash(int hashAlg, DataBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getCertHash");
   out.clear();
-  RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(
-      m_certDer.data(), static_cast<unsigned int>(m_certDer.size()), log));
-  if (!certificate) {
-    log.LogError("Failed to ASN decode certificate DER.");
-    return false;
-  }
-  if (!certificate->DecodeInner(false, log)) {
-    log.LogError("Failed to decode inner ASN for cert signature verification.");
-    return false;
-  }
+  RefOwner<_vmAsn1> certificate(decodeCertificate(m_certDer, log));
+  if (!certificate) return false;
   DataBuffer toBeSigned;
   encodeToBeSigned(*certificate, toBeSigned, log);
   certificate.reset();

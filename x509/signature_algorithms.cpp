@@ -185,12 +185,22 @@ bool verifyEd25519(const CertificateSignature& parts, const Ed25519KeyData& key,
 
 }  // namespace
 
-bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log) {
-  const RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(der.data(), sizeOf(der), log));
-  if (!certificate) return refuse("Failed to ASN decode certificate DER.", log);
-  if (!certificate->DecodeInner(false, log)) {
-    return refuse("Failed to decode inner ASN for cert signature verification.", log);
+_vmAsn1* decodeCertificate(const DataBuffer& der, LogBase& log) {
+  RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(der.data(), sizeOf(der), log));
+  if (!certificate) {
+    log.LogError("Failed to ASN decode certificate DER.");
+    return nullptr;
   }
+  if (!certificate->DecodeInner(false, log)) {
+    log.LogError("Failed to decode inner ASN for cert signature verification.");
+    return nullptr;
+  }
+  return certificate.release();
+}
+
+bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log) {
+  const RefOwner<_vmAsn1> certificate(decodeCertificate(der, log));
+  if (!certificate) return false;
   readParts(*certificate, parts, log);
   return hasAllParts(parts, log);
 }
