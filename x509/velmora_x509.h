@@ -49,10 +49,11 @@ class VelmoraX509 : public RefCountedObject {
   bool loadX509Der(DataBuffer& der, LogBase& log);
 
   /// Makes one certificate of each child of `xml` and appends it, counted once, to `out`: the first
-  /// grandchild is the root of a certificate in the ASN.1 XML form. Stops at the first failure and
-  /// keeps what was appended before; `xml` always ends on the element it started on. Null `xml`
-  /// gives false, no children true. Takes no lock; `xml` belongs to the caller. Log context
-  /// "loadX509_fromXml".
+  /// grandchild is the root of a certificate in the ASN.1 XML form. Its tree is made of the DER
+  /// that this encodes to, so that getters and signatures speak of the same bytes. Stops at the
+  /// first failure and keeps what was appended before; `xml` always ends on the element it started
+  /// on. Null `xml` gives false, no children true. Takes no lock; `xml` belongs to the caller. Log
+  /// context "loadX509_fromXml".
   static bool loadX509_fromXml(ClsXml* xml, ExtPtrArrayRc& out, LogBase& log);
 
   // Validity, version, serial number and algorithms (RFC 5280 §4.1). These open no log context, and
@@ -308,7 +309,8 @@ class VelmoraX509 : public RefCountedObject {
   /// Lenient on purpose: an unknown hash in a DigestInfo is tried as SHA-1, and its digest may lack
   /// leading zeros; RSASSA-PSS parameters that cannot be read stand for SHA-1, after an error;
   /// other OIDs stand for SHA-1 with DSA and for SHA-256 with ECDSA; of a longer Ed25519 signature
-  /// 64 octets count; the algorithm named inside tbsCertificate is never compared.
+  /// 64 octets count; the algorithm named inside tbsCertificate is never compared. A certificate
+  /// whose first part is no SEQUENCE is refused, since its fields would not be those signed.
   ///
   /// Holds this certificate's lock, and takes the issuer's for single questions: always the subject
   /// first. Two certificates that certify each other must therefore not be verified against each
