@@ -1,4 +1,3 @@
-#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 #include <utility>

@@ -1,4 +1,3 @@
-#include <string_view>
 #include <utility>
 
 #include "support/asn1/vm_asn1.h"

@@ -1,6 +1,6 @@
-#include <cstdint>
 #include <string_view>
 
+#include "support/asn1/der_xml_codec.h"
 #include "x509/velmora_x509.h"
 
 // Extensions (RFC 5280 §4.1.2.9 and §4.2):

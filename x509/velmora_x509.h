@@ -1,6 +1,5 @@
 #pragma once
 
-#include "support/asn1/der_xml_codec.h"
 #include "support/core/arrays.h"
 #include "support/core/objects.h"
 #include "support/log/log_base.h"

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/asn1/der_xml_codec.h"
 #include "support/log/log_sinks.h"
 #include "tests/common/der_builder.h"
 #include "x509/velmora_x509.h"
