@@ -1,4 +1,3 @@
-#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -26,7 +25,8 @@ constexpr int kDnsName = 2;
 constexpr int kDirectoryName = 4;
 constexpr int kUri = 6;
 
-// A text that lacks a name must not pass for a whole one. Always false.
+// A text that lacks a name must not pass for a whole one, nor an extension for which memory ran out
+// for an absent one. Always false.
 bool markIncomplete(XString& text) {
   text.markFailed();
   return false;
@@ -40,7 +40,7 @@ void decodeText(std::string_view base64, DataBuffer& text) {
   LogNull noLog;
   EncodingConvert::EncConvert(kUtf8, kUtf8, std::as_const(octets).data(),
                               static_cast<unsigned int>(octets.size()), text, noLog);
-  if (octets.failed()) text.append(octets);
+  if (octets.failed()) text.markFailed();
 }
 
 bool putDecoded(ClsXml& element, std::string_view base64) {
@@ -181,7 +181,7 @@ bool VelmoraX509::getSubjectAlternativeNameXml(XString& out, LogBase& log) {
   out.weakClear();
   StringBuffer xml;
   const bool found = getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log);
-  if (xml.failed()) return out.getUtf8Sb_rw().append(xml);  // passes the mark on
+  if (xml.failed()) return markIncomplete(out);
   if (!found) {
     log.LogInfo("Cert has no 2.5.29.17 extension.");
     return false;
@@ -197,7 +197,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
   out.weakClear();
   StringBuffer xml;
   const bool found = getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log);
-  if (xml.failed()) return out.getUtf8Sb_rw().append(xml);  // passes the mark on
+  if (xml.failed()) return markIncomplete(out);
   if (!found) return false;
   if (log.m_verbose) log.LogDataSb("SAN_xml", xml);
   const _clsOwner tree(ClsXml::createNewCls());
@@ -207,7 +207,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
     DataBuffer text;
     text.appendEncoded(tree->getContentPtr_careful(), "base64");
     out.appendAnsi(text.view());
-    if (text.failed()) out.getUtf8Sb_rw().append(text);
+    if (text.failed()) out.markFailed();
     return true;
   }
   appendAddresses(*tree, out);

@@ -17,19 +17,6 @@ struct Asn1Element {
   size_t contentOffset() const noexcept { return offset + header.headerSize; }
 };
 
-/// What a walk through everything inside an element found.
-struct Asn1Extent {
-  size_t size = 0;          // octets of the element
-  bool encoderForm = true;  // all lengths definite and shortest, all strings primitive
-};
-
-/// Walks the first element of `bytes` down to its last member: true, or false with `fault` set for
-/// what is not BER (X.690 §8), for members that do not fill their element, and for nesting beyond
-/// what DerXmlCodec takes. `base` is added to the fault's offset. Takes time proportional to the
-/// element and no memory that depends on it.
-bool scanAsn1Element(std::span<const unsigned char> bytes, size_t base, Asn1Extent& extent,
-                     Asn1Fault& fault) noexcept;
-
 /// Gives the elements that stand in a row in some bytes, such as the members of a SEQUENCE, one
 /// after the other. Indefinite lengths are understood. What is inside an element of definite length
 /// is not looked at.

@@ -25,7 +25,6 @@ VelmoraX509::VelmoraX509() : m_certXml(ClsXml::createNewCls()) {}
 
 VelmoraX509::~VelmoraX509() {
   if (m_certXml != nullptr) m_certXml->deleteSelf();
-  m_certXml = nullptr;
 }
 
 VelmoraX509* VelmoraX509::createNewX509() {

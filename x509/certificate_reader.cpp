@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "support/asn1/ber_walk.h"
 #include "support/asn1/der_xml_codec.h"
+#include "support/asn1/vm_asn1.h"
 #include "support/text/ascii.h"
 #include "support/xml/cls_xml.h"
 #include "support/xml/xml_names.h"
@@ -63,12 +65,12 @@ bool isUnknown(const DerShape& shape) {
 }
 
 // Appends the DER of one element in BER, as loading a bundle makes it.
-bool convertToDer(std::span<const unsigned char> ber, DataBuffer& der, LogBase& log) {
-  StringBuffer xml;
-  Asn1Fault fault;
-  _clsOwner tree(ClsXml::createNewCls());
-  return tree && DerXmlCodec::derToXml(ber, xml, fault) && tree->loadXml(xml, false, log) &&
-         DerXmlCodec::xmlToDer(*tree, der, log);
+bool convertToDer(std::span<const unsigned char> ber, DataBuffer& der) {
+  LogNull noLog;
+  unsigned consumed = 0;
+  const RefOwner<_vmAsn1> element(
+      _vmAsn1::DecodeToAsn(ber.data(), static_cast<unsigned>(ber.size()), consumed, noLog));
+  return element && element->EncodeToDer(der, false, noLog);
 }
 
 }  // namespace
@@ -304,13 +306,12 @@ void CertificateReader::readBundleMember(const Asn1Element& member) {
   }
   const DerShape shape = classifyDer(member.bytes, member.offset);
   if (!shape.isCertificate()) return fail(shape.text, shape.offset);
-  Asn1Extent extent;
+  size_t size = 0;
+  bool isDer = false;
   Asn1Fault fault;
-  scanAsn1Element(member.bytes, 0, extent, fault);
-  if (extent.encoderForm) return give(member.bytes);
+  if (scanBer(member.bytes, size, isDer, fault) && isDer) return give(member.bytes);
   m_converted.clear();
-  m_log.clear();
-  if (convertToDer(member.bytes, m_converted, m_log)) return give(m_converted.span());
+  if (convertToDer(member.bytes, m_converted)) return give(m_converted.span());
   fail("A certificate that cannot be converted to DER.", member.offset);
 }
 

@@ -127,9 +127,8 @@ class CertificateReader {
 /// VelmoraX509Holder of each, loaded, to `out`, in order. True when there was nothing else in the
 /// input; false when something was no certificate or could not be read (the certificates found
 /// before and behind it are appended all the same), each with an error line and the data items
-/// "index", "offset", "label", "line" and "faultLine" where they are known. Log context
-/// "readCertificates".
-/// Takes no lock.
+/// "index", "offset", "label", "line" and "faultLine" where they are known. Takes no lock. Log
+/// context "readCertificates".
 bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out, LogBase& log);
 bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "support/asn1/ber_walk.h"
 #include "x509/asn1_element.h"
 
 namespace velmora {
@@ -254,13 +255,14 @@ DerShape classifyElement(const Asn1Element& element) {
 }  // namespace
 
 DerShape classifyDer(std::span<const unsigned char> bytes, size_t base) noexcept {
-  Asn1Extent extent;
+  size_t size = 0;
+  bool isDer = false;
   Asn1Fault fault;
-  if (!scanAsn1Element(bytes, base, extent, fault)) {
-    return {DerKind::kNotAsn1, fault.reason, fault.offset};
+  if (!scanBer(bytes, size, isDer, fault)) {
+    return {DerKind::kNotAsn1, fault.reason, base + fault.offset};
   }
-  if (extent.size != bytes.size()) {
-    return {DerKind::kOtherAsn1, "Octets follow the element.", base + extent.size};
+  if (size != bytes.size()) {
+    return {DerKind::kOtherAsn1, "Octets follow the element.", base + size};
   }
   Asn1Element element;
   Asn1Members(bytes, base).next(element);

@@ -1,8 +1,8 @@
-#include <string_view>
 #include <utility>
 
 #include "support/asn1/vm_asn1.h"
 #include "support/text/encoding_convert.h"
+#include "x509/dn_names.h"
 #include "x509/velmora_x509.h"
 
 // Single attributes of the issuer and subject names (RFC 5280 §4.1.2.4):
@@ -11,9 +11,6 @@
 
 namespace velmora {
 namespace {
-
-constexpr const char* kIssuerPath = "sequence|sequence[1]|$";
-constexpr const char* kSubjectPath = "sequence|sequence[3]|$";
 
 constexpr const char* kCountry = "2.5.4.6";
 constexpr const char* kState = "2.5.4.8";
@@ -33,7 +30,7 @@ void decodeUtf16(XString& value) {
   if (!vmIsBigEndian()) units.byteSwap21();
   value.weakClear();
   value.appendUtf16N_xe(std::as_const(units).data(), static_cast<unsigned int>(units.size() / 2));
-  if (units.failed()) value.getUtf8Sb_rw().append(units);  // passes the mark on
+  if (units.failed()) value.markFailed();
 }
 
 // Reads the value of the attribute type `oid`, below the name at the handle, and leaves the handle
@@ -43,7 +40,7 @@ void decodeUtf16(XString& value) {
 Found readValue(ClsXml& name, const char* oid, XString& value) {
   StringBuffer path;
   path.append3("/C/oid,", oid, "|..|$");
-  if (path.failed()) value.getUtf8Sb_rw().append(path);  // passes the mark on
+  if (path.failed()) value.markFailed();
   LogNull noLog;
   // Every query would start with the same search, so it is made once.
   if (value.failed() || !name.velmoraPath(path.view(), value, noLog)) return Found::kNothing;
@@ -63,7 +60,7 @@ bool VelmoraX509::get_IssuerValue(const char* oid, XString& value, LogBase& log)
   CritSecExitor lock(this);
   LogNull noLog;
   if (m_certXml == nullptr) return false;
-  if (!m_certXml->velmoraPath(kIssuerPath, value, noLog)) {
+  if (!m_certXml->velmoraPath(namePath(false), value, noLog)) {
     log.LogError("Cannot get certificate issuer value (1)");
     return false;
   }
@@ -76,7 +73,7 @@ bool VelmoraX509::get_SubjectValue(const char* oid, XString& value, LogBase& log
   value.weakClear();
   CritSecExitor lock(this);
   LogNull noLog;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath(kSubjectPath, value, noLog)) {
+  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(true), value, noLog)) {
     log.LogError("Navigation to the certificate subject failed.");
     return false;
   }
@@ -91,8 +88,7 @@ _vmAsn1* VelmoraX509::getDnAsn(bool forSubject, LogBase& log) {
   CritSecExitor lock(this);
   LogNull noLog;
   XString unused;
-  if (m_certXml == nullptr ||
-      !m_certXml->velmoraPath(forSubject ? kSubjectPath : kIssuerPath, unused, noLog)) {
+  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(forSubject), unused, noLog)) {
     return nullptr;
   }
   _vmAsn1* name = _vmAsn1::xml_to_asn(*m_certXml, log);

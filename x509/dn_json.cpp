@@ -37,9 +37,10 @@ bool VelmoraX509::getDnJson(bool forSubject, StringBuffer& out, LogBase& log, in
   CritSecExitor lock(this);
   LogNull noLog;
   LogContextExitor context(log, "getDnJson");
-  const std::string_view path = forSubject ? "sequence|sequence[3]|$" : "sequence|sequence[1]|$";
   XString unused;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath(path, unused, noLog)) return false;
+  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(forSubject), unused, noLog)) {
+    return false;
+  }
   if (m_certXml->LastChild2()) {
     int rdnIndex = 0;
     do {

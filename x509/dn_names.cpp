@@ -1,7 +1,5 @@
 #include "x509/dn_names.h"
 
-#include <cstdint>
-
 #include "support/asn1/der_xml_codec.h"
 #include "support/text/data_buffer.h"
 #include "support/text/encoding_convert.h"

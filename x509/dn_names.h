@@ -10,8 +10,13 @@
 
 namespace velmora {
 
-// What the renderers of distinguished names share: how attribute types are called in each name
-// style, and how attribute values become text.
+// What the readers of distinguished names share: where the names stand, how attribute types are
+// called in each name style, and how attribute values become text.
+
+/// The path that moves from the root of a certificate to its subject or issuer name.
+constexpr std::string_view namePath(bool forSubject) noexcept {
+  return forSubject ? "sequence|sequence[3]|$" : "sequence|sequence[1]|$";
+}
 
 /// The ways to write an attribute type, for the example of title.
 enum class DnNameForm : uint8_t {

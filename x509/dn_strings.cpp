@@ -36,9 +36,8 @@ constexpr Direction kBackward = {&ClsXml::LastChild2, &ClsXml::PreviousSibling2}
 // the log and left out.
 bool appendName(ClsXml* tree, bool forSubject, bool withNames, int nameStyle, Direction direction,
                 XString& out, LogBase& log) {
-  const std::string_view path = forSubject ? "sequence|sequence[3]|$" : "sequence|sequence[1]|$";
   LogNull noLog;
-  if (tree == nullptr || !tree->velmoraPath(path, out, noLog)) return false;
+  if (tree == nullptr || !tree->velmoraPath(namePath(forSubject), out, noLog)) return false;
   out.getUtf8Sb_rw().reserve(kUsualNameSize);
   if ((tree->*direction.toFirst)()) {
     do {

@@ -1,6 +1,6 @@
-#include <cstdint>
 #include <string_view>
 
+#include "support/asn1/der_xml_codec.h"
 #include "x509/velmora_x509.h"
 
 // Extensions (RFC 5280 §4.1.2.9 and §4.2):
@@ -32,7 +32,7 @@ bool moveToExtensions(ClsXml& tree) {
 // The first [0] of an identifier that holds more than that.
 void extractKeyIdentifier(const StringBuffer& identifier, StringBuffer& out) {
   out.clear();
-  if (identifier.failed()) out.append(identifier);  // passes the mark on
+  if (identifier.failed()) out.markFailed();
   const std::string_view xml = identifier.view();
   size_t start = xml.find(kKeyIdentifierOpen);
   if (start == std::string_view::npos) return;
@@ -76,8 +76,8 @@ bool VelmoraX509::getExtensionAsnXmlByOid(const char* oid, StringBuffer& out, Lo
   out.weakClear();
   DataBuffer value;
   const bool found = getExtensionDerDataByOid(oid, value, log);
-  if (value.failed()) return out.append(value);  // passes the mark on
-  return found && DerXmlCodec::derToXml(value, false, true, out, nullptr, log);
+  if (value.failed()) out.markFailed();
+  return found && !value.failed() && DerXmlCodec::derToXml(value, false, true, out, nullptr, log);
 }
 
 bool VelmoraX509::getSubjectKeyIdentifier(StringBuffer& out, LogBase& log) {
@@ -85,10 +85,8 @@ bool VelmoraX509::getSubjectKeyIdentifier(StringBuffer& out, LogBase& log) {
   LogContextExitor context(log, "getSubjectKeyIdentifier");
   out.clear();
   if (!getExtensionAsnXmlByOid(kSubjectKeyIdentifier, out, log)) return false;
-  if (!out.isEmpty()) {
-    out.replaceFirstOccurance("<octets>", "", false);
-    out.replaceFirstOccurance("</octets>", "", false);
-  }
+  out.replaceFirstOccurance("<octets>", "", false);
+  out.replaceFirstOccurance("</octets>", "", false);
   out.trim2();
   return !out.isEmpty();
 }
@@ -99,12 +97,10 @@ bool VelmoraX509::getAuthorityKeyIdentifier(StringBuffer& out, LogBase& log) {
   out.clear();
   if (!getExtensionAsnXmlByOid(kAuthorityKeyIdentifier, out, log)) return false;
   const StringBuffer xml(out.view());
-  if (!out.isEmpty()) {
-    out.replaceFirstOccurance("<octets>", "", false);
-    out.replaceFirstOccurance("</octets>", "", false);
-    out.replaceFirstOccurance("<sequence><contextSpecific tag=\"0\" constructed=\"0\">", "", false);
-    out.replaceFirstOccurance("</contextSpecific></sequence>", "", false);
-  }
+  out.replaceFirstOccurance("<octets>", "", false);
+  out.replaceFirstOccurance("</octets>", "", false);
+  out.replaceFirstOccurance("<sequence><contextSpecific tag=\"0\" constructed=\"0\">", "", false);
+  out.replaceFirstOccurance("</contextSpecific></sequence>", "", false);
   // What still holds markup is not the identifier alone: there are other fields, or no [0] at all.
   if (out.containsChar('<')) extractKeyIdentifier(xml, out);
   out.trim2();

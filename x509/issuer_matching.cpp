@@ -33,8 +33,6 @@ bool VelmoraX509::isIssuedBy(VelmoraX509& issuer, LogBase& log) {
   StringBuffer issuerKeyId;
   if (getAuthorityKeyIdentifier(authorityKeyId, log) &&
       issuer.getSubjectKeyIdentifier(issuerKeyId, log)) {
-    authorityKeyId.trim2();
-    issuerKeyId.trim2();
     return authorityKeyId.equals(issuerKeyId);
   }
   // What memory ran out for is not absent, so that nothing weaker may decide in its place.

@@ -2,6 +2,7 @@
 #include <climits>
 #include <memory>
 
+#include "support/asn1/der_xml_codec.h"
 #include "x509/velmora_x509.h"
 
 namespace velmora {

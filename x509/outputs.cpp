@@ -1,6 +1,7 @@
 #include "support/asn1/vm_asn1.h"
 #include "support/hash/sha_digest.h"
 #include "support/hash/vm_hash.h"
+#include "x509/signature_algorithms.h"
 #include "x509/velmora_x509.h"
 
 namespace velmora {
@@ -8,7 +9,6 @@ namespace {
 
 // Certificate ::= SEQUENCE { tbsCertificate TBSCertificate, ... }
 bool encodeToBeSigned(_vmAsn1& certificate, DataBuffer& out, LogBase& log) {
-  if (certificate.numAsnParts() == 0) return false;
   _vmAsn1* tbsCertificate = certificate.getAsnPart(0);
   return tbsCertificate != nullptr && tbsCertificate->EncodeToDer(out, false, log);
 }
@@ -48,23 +48,15 @@ void VelmoraX509::get_Sha1ThumbprintX(XString& out, LogBase&) {
   hex.appendHexDataNoWS(digest.data(), digest.size());
   hex.canonicalizeHexString();
   out.appendX(hex);
-  if (digest.failed()) out.getUtf8Sb_rw().append(digest);  // passes the mark on
+  if (digest.failed()) out.markFailed();
 }
 
 bool VelmoraX509::getCertHash(int hashAlg, DataBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getCertHash");
   out.clear();
-  RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(
-      m_certDer.data(), static_cast<unsigned int>(m_certDer.size()), log));
-  if (!certificate) {
-    log.LogError("Failed to ASN decode certificate DER.");
-    return false;
-  }
-  if (!certificate->DecodeInner(false, log)) {
-    log.LogError("Failed to decode inner ASN for cert signature verification.");
-    return false;
-  }
+  RefOwner<_vmAsn1> certificate(decodeCertificate(m_certDer, log));
+  if (!certificate) return false;
   DataBuffer toBeSigned;
   encodeToBeSigned(*certificate, toBeSigned, log);
   certificate.reset();

@@ -28,7 +28,6 @@ void hashToBeSigned(const CertificateSignature& parts, int hashId, DataBuffer& h
 
 // The OID that an AlgorithmIdentifier starts with; `oid` stays empty when it does not.
 void readAlgorithmOid(_vmAsn1& algorithm, StringBuffer& oid) {
-  if (algorithm.numAsnParts() == 0) return;
   if (const _vmAsn1* first = algorithm.getAsnPart(0)) first->GetOid(oid);
 }
 
@@ -53,7 +52,6 @@ void readSignatureAlgorithm(_vmAsn1& algorithm, CertificateSignature& parts, Log
 // Certificate ::= SEQUENCE { tbsCertificate TBSCertificate,
 //   signatureAlgorithm AlgorithmIdentifier, signatureValue BIT STRING }
 void readParts(_vmAsn1& certificate, CertificateSignature& parts, LogBase& log) {
-  if (certificate.numAsnParts() == 0) return;
   if (_vmAsn1* tbsCertificate = certificate.getAsnPart(0)) {
     tbsCertificate->EncodeToDer(parts.toBeSigned, false, log);
     // The fields are read from the first SEQUENCE. Were something else in front of it, any other
@@ -93,7 +91,6 @@ bool verifyDsa(const CertificateSignature& parts, const DsaKeyData& key, LogBase
 
 // DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
 void readDigestInfo(_vmAsn1& info, StringBuffer& hashOid, DataBuffer& digest) {
-  if (info.numAsnParts() == 0) return;
   if (const _vmAsn1* octets = info.getAsnPart(1)) octets->getAsnContent(digest);
   if (_vmAsn1* algorithm = info.getAsnPart(0)) readAlgorithmOid(*algorithm, hashOid);
 }
@@ -188,12 +185,22 @@ bool verifyEd25519(const CertificateSignature& parts, const Ed25519KeyData& key,
 
 }  // namespace
 
-bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log) {
-  const RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(der.data(), sizeOf(der), log));
-  if (!certificate) return refuse("Failed to ASN decode certificate DER.", log);
-  if (!certificate->DecodeInner(false, log)) {
-    return refuse("Failed to decode inner ASN for cert signature verification.", log);
+_vmAsn1* decodeCertificate(const DataBuffer& der, LogBase& log) {
+  RefOwner<_vmAsn1> certificate(_vmAsn1::DecodeToAsn_1Step(der.data(), sizeOf(der), log));
+  if (!certificate) {
+    log.LogError("Failed to ASN decode certificate DER.");
+    return nullptr;
   }
+  if (!certificate->DecodeInner(false, log)) {
+    log.LogError("Failed to decode inner ASN for cert signature verification.");
+    return nullptr;
+  }
+  return certificate.release();
+}
+
+bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log) {
+  const RefOwner<_vmAsn1> certificate(decodeCertificate(der, log));
+  if (!certificate) return false;
   readParts(*certificate, parts, log);
   return hasAllParts(parts, log);
 }

@@ -9,6 +9,8 @@
 
 namespace velmora {
 
+class _vmAsn1;
+
 /// What of a certificate its signature is about.
 struct CertificateSignature {
   DataBuffer toBeSigned;      // the DER of tbsCertificate
@@ -24,6 +26,10 @@ struct SignatureForm {
   bool digestWasShorter = false;  // PKCS #1 v1.5: zeros had to be put in front of the digest
   PssForm pss;
 };
+
+/// A certificate in DER (or BER) as an ASN.1 object, decoded and counted once for the caller; null,
+/// with an error, when it cannot be decoded.
+_vmAsn1* decodeCertificate(const DataBuffer& der, LogBase& log);
 
 /// Takes the DER (or BER) of a certificate apart. False, with an error for each part that is
 /// missing.

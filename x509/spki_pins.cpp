@@ -5,16 +5,11 @@ namespace velmora {
 
 // Fills the cache that pins are taken of; nothing is left in it on failure.
 bool VelmoraX509::fillSpkiDer(LogBase& log) {
-  LogNull noLog;
-  XString unused;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath("sequence|sequence[4]|$", unused, noLog)) {
-    if (m_certXml != nullptr) m_certXml->GetRoot2();
+  if (!moveToSpki()) {
     log.LogError("No SubjectPublicKeyInfo found in ASN.1");
     return false;
   }
-  const bool encoded = encodeSubtree(m_spkiDer, log);
-  m_certXml->GetRoot2();
-  if (encoded) return true;
+  if (encodeSpki(m_spkiDer, log)) return true;
   m_spkiDer.clear();
   log.LogError("Error encoding SubjectPublicKeyInfo to DER.");
   return false;
@@ -43,29 +38,24 @@ bool VelmoraX509::matchesPinSet(XString& pinSet, LogBase& log) {
     log.LogDataX("pinset", pinSet);
     return false;
   }
-  StringBuffer* hashAlg = fields.sbAt(0);
-  StringBuffer* encoding = fields.sbAt(1);
-  if (hashAlg == nullptr || encoding == nullptr) return false;
-  hashAlg->trim2();
-  encoding->trim2();
+  const StringBuffer& hashAlg = *fields.sbAt(0);
+  const StringBuffer& encoding = *fields.sbAt(1);
   // The result is not looked at: without a fingerprint there is an empty text, which equals no pin,
   // since split leaves no empty ones.
   XString fingerprint;
-  getSpkiFingerprint(*hashAlg, *encoding, fingerprint, log);
+  getSpkiFingerprint(hashAlg, encoding, fingerprint, log);
   if (log.m_detail) {
-    log.LogDataSb("hashAlg", *hashAlg);
-    log.LogDataSb("encoding", *encoding);
+    log.LogDataSb("hashAlg", hashAlg);
+    log.LogDataSb("encoding", encoding);
   }
-  const bool ignoreCase = encoding->beginsWithIgnoreCase("hex");
+  const bool ignoreCase = encoding.beginsWithIgnoreCase("hex");
   if (ignoreCase) fingerprint.getUtf8Sb_rw().toLowerCase();
   if (log.m_detail) log.LogDataX("server_spki_fingerprint", fingerprint);
   for (int i = 2; i < fields.getSize(); ++i) {
-    StringBuffer* pin = fields.sbAt(i);
-    if (pin == nullptr) continue;
-    pin->trim2();
-    if (ignoreCase) pin->toLowerCase();
-    if (log.m_detail) log.LogDataSb("acceptablePin", *pin);
-    if (!pin->equals(fingerprint.getUtf8Sb())) continue;
+    StringBuffer& pin = *fields.sbAt(i);
+    if (ignoreCase) pin.toLowerCase();
+    if (log.m_detail) log.LogDataSb("acceptablePin", pin);
+    if (!pin.equals(fingerprint.getUtf8Sb())) continue;
     if (log.m_detail) log.LogDataX("spki_pinning_match", fingerprint);
     return true;
   }

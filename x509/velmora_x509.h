@@ -1,6 +1,5 @@
 #pragma once
 
-#include "support/asn1/der_xml_codec.h"
 #include "support/core/arrays.h"
 #include "support/core/objects.h"
 #include "support/log/log_base.h"
@@ -49,10 +48,11 @@ class VelmoraX509 : public RefCountedObject {
   bool loadX509Der(DataBuffer& der, LogBase& log);
 
   /// Makes one certificate of each child of `xml` and appends it, counted once, to `out`: the first
-  /// grandchild is the root of a certificate in the ASN.1 XML form. Stops at the first failure and
-  /// keeps what was appended before; `xml` always ends on the element it started on. Null `xml`
-  /// gives false, no children true. Takes no lock; `xml` belongs to the caller. Log context
-  /// "loadX509_fromXml".
+  /// grandchild is the root of a certificate in the ASN.1 XML form. Its tree is made of the DER
+  /// that this encodes to, so that getters and signatures speak of the same bytes. Stops at the
+  /// first failure and keeps what was appended before; `xml` always ends on the element it started
+  /// on. Null `xml` gives false, no children true. Takes no lock; `xml` belongs to the caller. Log
+  /// context "loadX509_fromXml".
   static bool loadX509_fromXml(ClsXml* xml, ExtPtrArrayRc& out, LogBase& log);
 
   // Validity, version, serial number and algorithms (RFC 5280 §4.1). These open no log context, and
@@ -308,7 +308,8 @@ class VelmoraX509 : public RefCountedObject {
   /// Lenient on purpose: an unknown hash in a DigestInfo is tried as SHA-1, and its digest may lack
   /// leading zeros; RSASSA-PSS parameters that cannot be read stand for SHA-1, after an error;
   /// other OIDs stand for SHA-1 with DSA and for SHA-256 with ECDSA; of a longer Ed25519 signature
-  /// 64 octets count; the algorithm named inside tbsCertificate is never compared.
+  /// 64 octets count; the algorithm named inside tbsCertificate is never compared. A certificate
+  /// whose first part is no SEQUENCE is refused, since its fields would not be those signed.
   ///
   /// Holds this certificate's lock, and takes the issuer's for single questions: always the subject
   /// first. Two certificates that certify each other must therefore not be verified against each
@@ -317,8 +318,9 @@ class VelmoraX509 : public RefCountedObject {
 
  private:
   bool compareNames(bool& same, LogBase& log);
-  bool encodeSubtree(DataBuffer& out, LogBase& log);
-  bool getSpkiAsKey(DataBuffer& out, LogBase& log);
+  bool moveToSpki();
+  bool encodeSpki(DataBuffer& out, LogBase& log);
+  bool readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log);
   bool getKeyBits(DataBuffer& out);
   bool getEcPoint(DataBuffer& out, LogBase& log);
   bool fillSpkiDer(LogBase& log);
@@ -326,8 +328,10 @@ class VelmoraX509 : public RefCountedObject {
   bool becomeFirstOfBundle(SystemCerts* store, LogBase& log);
   static bool appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArrayRc& out, LogBase& log);
 
-  DataBuffer m_publicKeyDer;    // cache, emptied on load
-  StringBuffer m_keyId64;       // cache, emptied on load
+  DataBuffer m_publicKeyDer;  // cache, emptied on load
+  // Comes before computing the identifier and is emptied on load. Nothing fills it, on purpose: the
+  // identifier is computed on every call.
+  StringBuffer m_keyId64;
   DataBuffer m_spkiDer;         // cache, emptied on load
   DataBuffer m_certDer;         // exactly as loaded
   ClsXml* m_certXml = nullptr;  // owned; on the root between operations

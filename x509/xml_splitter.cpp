@@ -1,7 +1,6 @@
 #include "x509/xml_splitter.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace velmora {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "support/asn1/asn1_xml_form.h"
+#include "support/asn1/strict_der.h"
 
 namespace velmora {
 namespace {
@@ -39,7 +40,32 @@ class BitSegments {
   DataBuffer& m_joined;
 };
 
+bool isStringInSegments(const Asn1Header& header) noexcept {
+  return header.constructed && header.tagClass == Asn1Class::kUniversal &&
+         isBerString(header.tagNumber);
+}
+
 }  // namespace
+
+bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
+             Asn1Fault& fault) noexcept {
+  BerWalk walk(bytes);
+  isDer = true;
+  do {
+    Asn1Header header;
+    std::span<const unsigned char> content;
+    const BerStep step = walk.next(header, content);
+    if (step == BerStep::kFault) {
+      fault = walk.fault();
+      return false;
+    }
+    if (step == BerStep::kElement) {
+      isDer = isDer && hasShortestHeader(header) && !isStringInSegments(header);
+    }
+  } while (walk.depth() != 0);
+  size = walk.offset();
+  return true;
+}
 
 bool isBerString(uint32_t universalTag) noexcept {
   switch (universalTag) {

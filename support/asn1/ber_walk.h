@@ -117,6 +117,13 @@ class BerWalk {
   size_t m_notJoinableCount = 0;
 };
 
+/// Walks the element that `bytes` start with down to its last member. `size` becomes its octets,
+/// and `isDer` whether DerXmlCodec would encode it as it stands: all lengths definite and shortest,
+/// all strings primitive. False, with `fault` set, for what BerWalk refuses; what follows the
+/// element is not looked at. Takes no memory that depends on the input.
+bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
+             Asn1Fault& fault) noexcept;
+
 /// Whether elements of this universal type are strings in the sense of BER: they may come in
 /// segments (X.690 §8.6, §8.7, §8.23; the time types and ObjectDescriptor are strings too).
 bool isBerString(uint32_t universalTag) noexcept;

@@ -9,7 +9,7 @@
 #include "support/asn1/der_xml_codec.h"
 #include "support/asn1/oids.h"
 #include "support/text/byte_codecs.h"
-#include "support/xml/xml_chars.h"
+#include "support/text/encoding_convert.h"
 
 namespace velmora {
 namespace {
@@ -373,7 +373,7 @@ class DerToXml {
   }
 
   bool putUtf8(const ElementText& text, Octets content) noexcept {
-    const bool valid = isUtf8({reinterpret_cast<const char*>(content.data()), content.size()});
+    const bool valid = isValidUtf8({reinterpret_cast<const char*>(content.data()), content.size()});
     const size_t extra = extraFor(content, valid ? kUtf8Extra : kLatin1Extra);
     if (!m_out.room(kElementRoom + content.size() + extra)) return false;
     if (valid) {

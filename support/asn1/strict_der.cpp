@@ -1,29 +1,15 @@
 #include "support/asn1/strict_der.h"
 
-#include <bit>
-
 namespace velmora {
 namespace {
 
-constexpr uint32_t kFirstLongTag = 0x1F;
-constexpr size_t kFirstLongLength = 0x80;
 constexpr unsigned char kSignBit = 0x80;
-
-size_t septets(uint32_t number) noexcept {
-  return (static_cast<size_t>(std::bit_width(number)) + 6) / 7;
-}
-
-size_t octets(size_t number) noexcept {
-  return (static_cast<size_t>(std::bit_width(number)) + 7) / 8;
-}
 
 }  // namespace
 
 bool hasShortestHeader(const Asn1Header& header) noexcept {
-  if (header.indefinite) return false;
-  const size_t identifier = header.tagNumber < kFirstLongTag ? 1 : 1 + septets(header.tagNumber);
-  const size_t length = header.contentSize < kFirstLongLength ? 1 : 1 + octets(header.contentSize);
-  return header.headerSize == identifier + length;
+  return !header.indefinite &&
+         header.headerSize == identifierSize(header.tagNumber) + lengthSize(header.contentSize);
 }
 
 bool StrictDer::take(uint32_t universalTag, std::span<const unsigned char>& content) noexcept {

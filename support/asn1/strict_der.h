@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -8,7 +9,17 @@
 
 namespace velmora {
 
-/// Whether identifier and length take as few octets as DER allows (X.690 §10.1).
+/// The octets of an identifier with that tag number (X.690 §8.1.2).
+constexpr size_t identifierSize(uint32_t tagNumber) noexcept {
+  return tagNumber < 0x1F ? 1 : 1 + (static_cast<size_t>(std::bit_width(tagNumber)) + 6) / 7;
+}
+
+/// The octets of a length in the form that DER demands (X.690 §8.1.3, §10.1).
+constexpr size_t lengthSize(size_t contentSize) noexcept {
+  return contentSize < 0x80 ? 1 : 1 + (static_cast<size_t>(std::bit_width(contentSize)) + 7) / 8;
+}
+
+/// Whether identifier and length take as few octets as DER allows.
 bool hasShortestHeader(const Asn1Header& header) noexcept;
 
 /// A non-owning cursor for what must be DER to the letter, because a signature, a key or a match

@@ -26,28 +26,6 @@ bool refuseForMemory(const char* operation, LogBase& log) {
   return false;
 }
 
-// Walks the element that the bytes start with. `size` becomes its size; `isDer` says whether it is
-// already what encoding it would give.
-bool scan(std::span<const unsigned char> bytes, size_t& size, bool& isDer, Asn1Fault& fault) {
-  BerWalk walk(bytes);
-  isDer = true;
-  do {
-    Asn1Header header;
-    std::span<const unsigned char> content;
-    const BerStep step = walk.next(header, content);
-    if (step == BerStep::kFault) {
-      fault = walk.fault();
-      return false;
-    }
-    if (step != BerStep::kElement) continue;
-    const bool segments = header.constructed && header.tagClass == Asn1Class::kUniversal &&
-                          isBerString(header.tagNumber);
-    if (segments || !hasShortestHeader(header)) isDer = false;
-  } while (walk.depth() != 0);
-  size = walk.offset();
-  return true;
-}
-
 // BER that is not DER is rare (some p7b files), and takes the way through the XML form: so there is
 // one encoder, and one set of rules for what it changes.
 bool convertToDer(DataBuffer& bytes, LogBase& log) {
@@ -152,7 +130,7 @@ _vmAsn1* _vmAsn1::DecodeToAsn(const unsigned char* der, unsigned size, unsigned&
   size_t elementSize = 0;
   bool isDer = false;
   Asn1Fault fault;
-  if (!scan({der, size}, elementSize, isDer, fault)) {
+  if (!scanBer({der, size}, elementSize, isDer, fault)) {
     refuse(fault, log);
     return nullptr;
   }
@@ -180,7 +158,7 @@ bool _vmAsn1::decode(LogBase& log) {
   size_t size = 0;
   bool isDer = false;
   Asn1Fault fault;
-  if (!scan(bytes.span(), size, isDer, fault)) return refuse(fault, log);
+  if (!scanBer(bytes.span(), size, isDer, fault)) return refuse(fault, log);
   // Octets may follow an indefinite length only, which is no DER; the conversion refuses them.
   if (!isDer && !convertToDer(bytes, log)) return false;
   m_end = bytes.size();

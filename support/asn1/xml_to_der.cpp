@@ -6,8 +6,10 @@
 #include "support/asn1/asn1_xml_form.h"
 #include "support/asn1/der_xml_codec.h"
 #include "support/asn1/oids.h"
+#include "support/asn1/strict_der.h"
 #include "support/core/pod_array.h"
 #include "support/text/byte_codecs.h"
+#include "support/text/encoding_convert.h"
 #include "support/text/unicode.h"
 #include "support/xml/xml_chars.h"
 
@@ -49,13 +51,6 @@ constexpr FormTable makeFormTable() noexcept {
 
 constexpr FormTable kForms = makeFormTable();
 
-size_t lengthSize(size_t contentSize) noexcept {
-  if (contentSize < kFirstLongLength) return 1;
-  size_t size = 1;
-  for (; contentSize != 0; contentSize >>= 8) ++size;
-  return size;
-}
-
 unsigned char* writeLength(size_t contentSize, unsigned char* out) noexcept {
   if (contentSize < kFirstLongLength) {
     *out = static_cast<unsigned char>(contentSize);
@@ -76,23 +71,13 @@ Identifier makeIdentifier(Asn1Class tagClass, bool constructed, uint32_t number)
   return {static_cast<uint32_t>(tagClass) << 6 | (constructed ? kConstructedBit : 0), number};
 }
 
-size_t septetCount(uint32_t number) noexcept {
-  size_t count = 1;
-  while ((number >>= 7) != 0) ++count;
-  return count;
-}
-
-size_t identifierSize(const Identifier& id) noexcept {
-  return id.number < kFirstLongTag ? 1 : 1 + septetCount(id.number);
-}
-
 unsigned char* writeIdentifier(const Identifier& id, unsigned char* out) noexcept {
   if (id.number < kFirstLongTag) {
     *out = static_cast<unsigned char>(id.classAndForm | id.number);
     return out + 1;
   }
   *out++ = static_cast<unsigned char>(id.classAndForm | kFirstLongTag);
-  for (size_t septets = septetCount(id.number); septets-- > 0;) {
+  for (size_t septets = identifierSize(id.number) - 1; septets-- > 0;) {
     const uint32_t septet = id.number >> (7 * septets) & 0x7F;
     *out++ = static_cast<unsigned char>(septet | (septets == 0 ? 0U : 0x80U));
   }
@@ -123,7 +108,6 @@ class XmlToDer {
   bool run() noexcept {
     const bool done = (makeRoom() || refuse(kNoMemory)) && readElements() && insertHeaders();
     if (!done) m_der.truncate(m_start);
-    if (m_reason == kNoMemory) m_der.reserve(SIZE_MAX);  // marks it
     return done;
   }
 
@@ -236,7 +220,7 @@ class XmlToDer {
     Constructed& element = m_constructed[m_open[--m_depth]];
     const size_t headersInside = m_headersSize - element.headersBefore;
     element.contentSize = m_der.size() - element.start + headersInside;
-    m_headersSize += identifierSize(element.identifier) + lengthSize(element.contentSize);
+    m_headersSize += identifierSize(element.identifier.number) + lengthSize(element.contentSize);
   }
 
   bool insertHeaders() noexcept {
@@ -250,7 +234,7 @@ class XmlToDer {
       to -= moved;
       std::memmove(der + to, der + element.start, moved);
       from = element.start;
-      to -= identifierSize(element.identifier) + lengthSize(element.contentSize);
+      to -= identifierSize(element.identifier.number) + lengthSize(element.contentSize);
       writeLength(element.contentSize, writeIdentifier(element.identifier, der + to));
     }
     return true;
@@ -346,7 +330,7 @@ class XmlToDer {
                  size_t& size) noexcept {
     if (encoding == "latin1") return writeLatin1(text, out, size);
     if (!encoding.empty()) return refuse(kBadEncoding);
-    if (!isUtf8(text)) return refuse(kBadUtf8);
+    if (!isValidUtf8(text)) return refuse(kBadUtf8);
     if (!text.empty()) std::memcpy(out, text.data(), text.size());
     size = text.size();
     return true;

@@ -64,7 +64,7 @@ void ShaDigest<Variant>::finish(unsigned char* digest) noexcept {
 template <class Variant>
 void ShaDigest<Variant>::hashData(const DataBuffer& data, DataBuffer& out) noexcept {
   if (data.failed()) {
-    out.append(data);  // hands the mark on; a digest of shortened bytes must not pass for theirs
+    out.markFailed();  // a digest of shortened bytes must not pass for theirs
     return;
   }
   unsigned char digest[kDigestSize];

@@ -7,6 +7,7 @@
 #include "support/text/printable.h"
 
 namespace velmora {
+
 void LogLines::LogError(const char* message) {
   emit("ERROR: ", viewOrEmpty(message), "");
 }

@@ -9,8 +9,8 @@ namespace velmora {
 
 /// What the sinks for people share: one line for each event, indented by two spaces for each open
 /// context. "name:" opens a context, "ERROR: message" and "message" are the lines, "key: value" the
-/// data items. Every text goes through appendPrintable, so that no value can forge a line
-/// or drive a terminal.
+/// data items. Every text goes through appendPrintable, so that no value can forge a line or drive
+/// a terminal.
 class LogLines : public LogBase {
  public:
   void LogError(const char* message) final;

@@ -82,7 +82,10 @@ bool DataBuffer::appendEncoded(std::string_view text, const char* encoding) noex
 bool DataBuffer::encodeDB(const char* encoding, StringBuffer& out) const noexcept {
   const TextEncoding known = encodingByName(encoding);
   if (known == TextEncoding::kUnknown) return false;
-  if (failed()) return out.append(*this);  // passes the mark on
+  if (failed()) {
+    out.markFailed();
+    return false;
+  }
   switch (known) {
     case TextEncoding::kHexUpper:
       return appendHex(*this, true, out);

@@ -75,13 +75,15 @@ bool appendCodePointUtf8(char32_t codePoint, StringBuffer& out) noexcept {
   return out.appendN(reinterpret_cast<const char*>(bytes), count);
 }
 
-bool isValidUtf8(const unsigned char* bytes, size_t count) noexcept {
-  const unsigned char* at = bytes;
-  const unsigned char* const end = bytes + count;
+bool isValidUtf8(std::string_view text) noexcept {
+  const auto* at = reinterpret_cast<const unsigned char*>(text.data());
+  const unsigned char* const end = at + text.size();
   while (at != end) {
     uint64_t word = 0;
     if (end - at >= 8 && (std::memcpy(&word, at, 8), (word & 0x8080808080808080) == 0)) {
       at += 8;  // eight US-ASCII characters at once
+    } else if (*at < 0x80) {
+      ++at;
     } else if (readUtf8(at, end) == kInvalidSequence) {
       return false;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "support/text/data_buffer.h"
 #include "support/text/string_buffer.h"
@@ -15,9 +16,9 @@ bool vmIsBigEndian() noexcept;
 /// Appends one Unicode code point as UTF-8; what is no scalar value becomes U+FFFD.
 bool appendCodePointUtf8(char32_t codePoint, StringBuffer& out) noexcept;
 
-/// True when the bytes are UTF-8 (RFC 3629): no overlong forms, no surrogates, nothing above
+/// True when a text is UTF-8 (RFC 3629): no overlong forms, no surrogates, nothing above
 /// U+10FFFF.
-bool isValidUtf8(const unsigned char* bytes, size_t count) noexcept;
+bool isValidUtf8(std::string_view text) noexcept;
 
 /// Appends bytes that stand for U+0000 to U+00FF, one each, as UTF-8.
 bool appendLatin1AsUtf8(const unsigned char* bytes, size_t count, StringBuffer& out) noexcept;

@@ -22,7 +22,6 @@ class XString {
   const StringBuffer& getUtf8Sb() const noexcept { return m_utf8; }
   /// The UTF-8 text itself, to be read and changed.
   StringBuffer& getUtf8Sb_rw() noexcept { return m_utf8; }
-  size_t getSizeUtf8() const noexcept { return m_utf8.getSize(); }
   bool isEmpty() const noexcept { return m_utf8.isEmpty(); }
   bool failed() const noexcept { return m_utf8.failed(); }
   void markFailed() noexcept { m_utf8.markFailed(); }

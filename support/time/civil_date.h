@@ -6,6 +6,8 @@ namespace velmora {
 
 /// The proleptic Gregorian calendar, years 1 to 9999, counted in days from 1970-01-01.
 
+inline constexpr int64_t kSecondsInDay = 86400;
+
 struct CivilDate {
   int year;
   int month;  // 1 to 12

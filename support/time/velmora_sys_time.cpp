@@ -8,7 +8,6 @@
 namespace velmora {
 namespace {
 
-constexpr int64_t kSecondsInDay = 86400;
 constexpr int64_t kFirstSecond = -62135596800;  // 0001-01-01T00:00:00Z
 constexpr int64_t kLastSecond = 253402300799;   // 9999-12-31T23:59:59Z
 constexpr int64_t kNanosecondsInSecond = 1000000000;

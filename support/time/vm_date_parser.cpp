@@ -10,8 +10,6 @@ constexpr const char* kDays[] = {"Thu", "Fri", "Sat", "Sun", "Mon", "Tue", "Wed"
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-constexpr int64_t kSecondsInDay = 86400;
-
 int64_t dayNumber(int64_t seconds) noexcept {
   const int64_t days = seconds / kSecondsInDay;
   return seconds % kSecondsInDay < 0 ? days - 1 : days;
@@ -20,8 +18,11 @@ int64_t dayNumber(int64_t seconds) noexcept {
 }  // namespace
 
 bool _vmDateParser::generateDateRFC822(const VelmoraSysTime& t, StringBuffer& out) noexcept {
-  StringBuffer iso;                                   // YYYY-MM-DDThh:mm:ssZ
-  if (!t.appendIso8601(iso)) return out.append(iso);  // passes the mark on
+  StringBuffer iso;  // YYYY-MM-DDThh:mm:ssZ
+  if (!t.appendIso8601(iso)) {
+    out.markFailed();
+    return false;
+  }
   const int64_t day = dayNumber(t.toUnixSeconds());
   StringBuffer date(kDays[((day % 7) + 7) % 7]);
   date.append(", ");

@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "support/text/ascii.h"
+
 namespace velmora {
 namespace {
 
@@ -58,10 +60,6 @@ Registry& registry() {
   return instance;
 }
 
-std::string_view textOf(const char* text) {
-  return text != nullptr ? std::string_view(text) : std::string_view();
-}
-
 struct RootRange {
   using Iterator = decltype(Registry::roots)::iterator;
 
@@ -74,13 +72,13 @@ struct RootRange {
 
 // The roots of a set that have the serial number.
 RootRange rootsOf(Registry& r, const char* set, std::string_view serialNumber) {
-  const auto [first, last] = r.roots.equal_range(KeyView(textOf(set), serialNumber));
+  const auto [first, last] = r.roots.equal_range(KeyView(viewOrEmpty(set), serialNumber));
   return {first, last};
 }
 
 // All roots of a set: they stand in a row, the empty serial number first.
 RootRange rootsOf(Registry& r, const char* set) {
-  const std::string_view name = textOf(set);
+  const std::string_view name = viewOrEmpty(set);
   const auto first = r.roots.lower_bound(KeyView(name, {}));
   const auto last = std::find_if(first, r.roots.end(),
                                  [name](const auto& entry) { return entry.first.first != name; });
@@ -92,7 +90,7 @@ Root& rootNamed(Registry& r, const char* set, const TrustedRoots::Name& name) {
   for (auto& [key, root] : rootsOf(r, set, name.serialNumber)) {
     if (root.is(name)) return root;
   }
-  return r.roots.emplace(Key(textOf(set), name.serialNumber), Root(name))->second;
+  return r.roots.emplace(Key(viewOrEmpty(set), name.serialNumber), Root(name))->second;
 }
 
 bool refuse(const char* reason, LogBase& log) {
@@ -158,8 +156,8 @@ bool TrustedRoots::isTrustedRoot(const char* set, std::string_view serialNumber,
 
 bool TrustedRoots::isTrustedRoot(const char* set, const char* serialNumber, const char* subjectDn,
                                  DataBuffer& rootDer, bool& implicitlyTrusted, LogBase& log) {
-  return isTrustedRoot(set, textOf(serialNumber), textOf(subjectDn), rootDer, implicitlyTrusted,
-                       log);
+  return isTrustedRoot(set, viewOrEmpty(serialNumber), viewOrEmpty(subjectDn), rootDer,
+                       implicitlyTrusted, log);
 }
 
 bool TrustedRoots::addRoot(const char* set, const Name& name, const DataBuffer& der,

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 
 #include "support/core/objects.h"
@@ -94,7 +93,6 @@ class ClsXml final : public ClsBase {
 
   /// Sets the index that "[j]" steps use.
   void put_J(int j) noexcept { m_j = j; }
-  int get_J() const noexcept { return m_j; }
 
   // Moves and new handles.
 

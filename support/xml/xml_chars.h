@@ -7,7 +7,7 @@
 
 namespace velmora {
 
-/// What the bytes of an XML text may stand for. Internal to the XML floor.
+/// What the bytes of an XML text may stand for. Internal to the XML and ASN.1 floors.
 
 enum : uint8_t {
   kXmlNameByte = 1,   // may stand in a name
@@ -47,9 +47,6 @@ inline constexpr size_t kMaxXmlNameSize = 0xFFFF;
 /// Whether a name can be written and read back: its bytes are those of names, it is UTF-8, and it
 /// starts with neither "." nor "-".
 bool isXmlName(std::string_view name) noexcept;
-
-/// Whether a text is valid UTF-8.
-bool isUtf8(std::string_view text) noexcept;
 
 /// Whether a text is white space alone; the empty one is.
 bool isXmlWhite(std::string_view text) noexcept;

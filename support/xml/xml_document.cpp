@@ -4,6 +4,7 @@
 #include <functional>
 #include <new>
 
+#include "support/text/encoding_convert.h"
 #include "support/text/string_buffer.h"
 #include "support/text/unicode.h"
 #include "support/xml/xml_chars.h"
@@ -30,11 +31,8 @@ bool growableBy(PodArray<T>& array, size_t count, size_t limit) noexcept {
 bool appendRepaired(std::string_view text, StringBuffer& out) noexcept {
   const auto* at = reinterpret_cast<const unsigned char*>(text.data());
   const unsigned char* const end = at + text.size();
-  while (at < end) {
-    const char32_t c = readUtf8(at, end);
-    unsigned char bytes[4];
-    const size_t size = writeUtf8(c == kInvalidSequence ? kReplacementCharacter : c, bytes);
-    if (!out.appendN(reinterpret_cast<const char*>(bytes), size)) return false;
+  while (at != end) {
+    if (!appendCodePointUtf8(readUtf8(at, end), out)) return false;
   }
   return true;
 }
@@ -48,11 +46,6 @@ XmlDocument* XmlDocument::create() noexcept {
   if (!document->makeRoom(1, 0, 0)) return nullptr;
   document->addNode(kUnnamed, XmlText{0, 0});
   return document.release();
-}
-
-size_t XmlDocument::heapUsage() const noexcept {
-  return m_nodes.capacity() * sizeof(XmlNode) + m_attributes.capacity() * sizeof(XmlAttribute) +
-         m_text.capacity();
 }
 
 XmlIndex XmlDocument::firstChildNamed(XmlIndex parent, const XmlNameKey& key) const noexcept {
@@ -158,7 +151,7 @@ bool XmlDocument::store(std::string_view text, XmlText& piece) noexcept {
 }
 
 bool XmlDocument::storeRepaired(std::string_view text, XmlText& piece) noexcept {
-  if (isUtf8(text)) return store(text, piece);
+  if (isValidUtf8(text)) return store(text, piece);
   StringBuffer repaired;
   return appendRepaired(text, repaired) && store(repaired.view(), piece);
 }

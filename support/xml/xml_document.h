@@ -72,10 +72,7 @@ class XmlDocument final : public RefCountedObject {
   std::string_view content(XmlIndex i) const noexcept { return text(m_nodes[i].content); }
   std::string_view name(XmlIndex i) const noexcept { return nameOf(m_nodes[i]); }
   std::string_view attributeName(XmlIndex i) const noexcept { return nameOf(m_attributes[i]); }
-  size_t nodeCount() const noexcept { return m_nodes.size(); }
   size_t attributeCount() const noexcept { return m_attributes.size(); }
-  /// Bytes that the three arrays hold.
-  size_t heapUsage() const noexcept;
 
   bool hasName(XmlIndex i, const XmlNameKey& key) const noexcept {
     return matches(m_nodes[i], key);

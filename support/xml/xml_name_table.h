@@ -1,12 +1,10 @@
 #pragma once
 
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
+#include "support/core/little_endian.h"
 #include "support/xml/xml_names.h"
 
 namespace velmora {
@@ -16,31 +14,14 @@ namespace velmora {
 
 inline constexpr size_t kXmlNameCount = static_cast<size_t>(XmlName::kCount);
 
-inline constexpr std::array<std::string_view, kXmlNameCount> kXmlNameTexts = {"",
-                                                                              "sequence",
-                                                                              "set",
-                                                                              "contextSpecific",
-                                                                              "int",
-                                                                              "oid",
-                                                                              "bits",
-                                                                              "octets",
-                                                                              "utctime",
-                                                                              "printable",
-                                                                              "utf8",
-                                                                              "ia5",
-                                                                              "t61",
-                                                                              "universal",
-                                                                              "bool",
-                                                                              "null",
-                                                                              "enumerated",
-                                                                              "application",
-                                                                              "private",
-                                                                              "tag",
-                                                                              "constructed",
-                                                                              "number",
-                                                                              "unused",
-                                                                              "encoding",
-                                                                              "unnamed"};
+/// By number.
+inline constexpr std::string_view kXmlNameTexts[kXmlNameCount] = {
+    "",  // kOther
+    "sequence",   "set",         "contextSpecific", "int",       "oid",
+    "bits",       "octets",      "utctime",         "printable", "utf8",
+    "ia5",        "t61",         "universal",       "bool",      "null",
+    "enumerated", "application", "private",         "tag",       "constructed",
+    "number",     "unused",      "encoding",        "unnamed"};
 
 /// Sixteen bytes of text: the first in the lowest bits of `low`, whatever the machine's byte order.
 struct XmlNameWords {
@@ -56,20 +37,6 @@ constexpr XmlNameWords xmlNameWords(std::string_view text) noexcept {
     (i < 8 ? words.low : words.high) |= byte << (i % 8 * 8);
   }
   return words;
-}
-
-inline uint64_t loadLittleEndian64(const char* at) noexcept {
-  uint64_t word;
-  std::memcpy(&word, at, sizeof word);
-  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
-  return word;
-}
-
-inline uint32_t loadLittleEndian32(const char* at) noexcept {
-  uint32_t word;
-  std::memcpy(&word, at, sizeof word);
-  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap32(word);
-  return word;
 }
 
 /// The numbered names, each with the ">" that ends a tag without attributes, and a perfect hash of

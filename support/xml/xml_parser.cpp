@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "support/text/encoding_convert.h"
 #include "support/xml/xml_chars.h"
 #include "support/xml/xml_scan.h"
 
@@ -328,7 +329,7 @@ XmlParser::Cursor XmlParser::readName(Cursor c, XmlNamed& name) noexcept {
   if (text.size() > kMaxXmlNameSize) {
     return fail(start, "Failed to parse XML: a name is longer than 65535 bytes.");
   }
-  if (seen >= 0x80 && !isUtf8(text)) return fail(start, kNotUtf8);
+  if (seen >= 0x80 && !isValidUtf8(text)) return fail(start, kNotUtf8);
   name = {static_cast<uint16_t>(text.size()), xmlNameOf(text), 0};
   if (name.nameId == XmlName::kOther) {
     name.nameOffset = offsetOf(c.out);

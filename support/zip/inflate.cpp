@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/core/little_endian.h"
 #include "support/zip/internal/bit_reader.h"
 #include "support/zip/internal/decode_table.h"
 #include "support/zip/internal/deflate_format.h"
-#include "support/zip/internal/little_endian.h"
 #include "support/zip/internal/output_space.h"
 
 namespace velmora {

@@ -511,7 +511,7 @@ class Usage(unittest.TestCase):
     def test_help_and_version(self):
         status, out, errors = run("--help")
         self.assertEqual((status, errors), (0, ""))
-        for command in ("show", "asn1", "name", "ext", "key", "pin", "match", "expires", "split"):
+        for command in ("show", "verify", "issuer", "name", "ext", "key", "pin", "match", "expires", "split", "asn1"):
             self.assertRegex(out, rf"(?m)^  {command} ")
             self.assertIn(f"velmora-x509 {command} ", run(command, "--help")[1])
         self.assertRegex(run("--version")[1], r"^velmora-x509 \d+\.\d+\.\d+\n$")

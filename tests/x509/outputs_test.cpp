@@ -111,33 +111,5 @@ TEST(Summary, WithoutAKeyItIsWholeAndFalse) {
             std::string::npos);
 }
 
-TEST(BinaryContent, WhatIsNotItsFormIsRefusedWithTheReason) {
-  const _clsOwner xml(ClsXml::createNewCls());
-  LogNull quiet;
-  ASSERT_TRUE(xml->setBinaryContent(bytesOf("0123456789"), true, false, nullptr, quiet));
-  const std::string zipped(xml->contentView());
-  const struct {
-    std::string content;
-    bool zip;
-    size_t maxSize;
-    const char* reason;  // "": it reads back
-  } kCases[] = {
-      {zipped, true, 10, ""},
-      {zipped, true, 9, "the output is larger than allowed"},
-      {"MDEyMzQ1Njc4OQ==", false, 10, ""},
-      {"MDEyMzQ1Njc4OQ==", false, 9, "the output is larger than allowed"},
-      {"no base64!", false, 10, "Failed to decode binary content."},
-      {"AAAA", true, 10, "Failed to read binary content."},
-  };
-  for (const auto& [content, zip, maxSize, reason] : kCases) {
-    LogText log;
-    ASSERT_TRUE(xml->put_ContentUtf8(content));
-    DataBuffer out = bytesOf("x");
-    EXPECT_EQ(xml->getBinaryContent(zip, maxSize, out, log), *reason == 0);
-    EXPECT_EQ(out.view(), *reason == 0 ? "x0123456789" : "x");
-    EXPECT_TRUE(log.text().containsSubstring(reason)) << log.text().view();
-  }
-}
-
 }  // namespace
 }  // namespace velmora::test

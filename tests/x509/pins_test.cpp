@@ -8,7 +8,8 @@ namespace {
 
 using namespace std::string_literals;
 
-// SHA-256 of the SubjectPublicKeyInfo of der::Certificate, computed by another program.
+// SHA-256 of the SubjectPublicKeyInfo of der::Certificate in two encodings, and its SHA-1, computed
+// by another program.
 const std::string kHex = "adadd54f4b930d5ed50ac321ef6879803e7591278a968b7788e451ac0afb12b2";
 const std::string kBase64 = "ra3VT0uTDV7VCsMh72h5gD51kSeKlot3iORRrAr7ErI=";
 const std::string kSha1Hex = "51315d719cac4f6168d5309f2b74c8ce49e90475";

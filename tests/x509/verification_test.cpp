@@ -44,12 +44,6 @@ class OwnLines final : public LogBase {
   int m_depth = 0;
 };
 
-DataBuffer bytesOf(std::string_view text) {
-  DataBuffer bytes;
-  EXPECT_TRUE(bytes.append(text.data(), text.size()));
-  return bytes;
-}
-
 TEST(CertificateSignatures, AreJudgedAsTheyAre) {
   SignedCertificates& all = signedCertificates();
   ASSERT_GT(all.cases.size(), 200u);

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/asn1/der_xml_codec.h"
 #include "support/log/log_sinks.h"
 #include "tests/common/der_builder.h"
 #include "x509/velmora_x509.h"
@@ -27,12 +28,12 @@ struct LoadedX509 : VelmoraX509 {
   }
 };
 
-/// A certificate in a holder, null when it cannot be loaded.
 struct DeleteHolder {
   void operator()(VelmoraX509Holder* holder) const { VelmoraObject::deleteObject(holder); }
 };
 using Holder = std::unique_ptr<VelmoraX509Holder, DeleteHolder>;
 
+/// A certificate in a holder, null when it cannot be loaded.
 inline Holder holderOf(std::string_view der, LogBase& log) {
   return Holder(VelmoraX509Holder::createFromDer(reinterpret_cast<const unsigned char*>(der.data()),
                                                  static_cast<unsigned int>(der.size()), log));

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "support/zip/internal/little_endian.h"
+#include "support/core/little_endian.h"
 
 namespace velmora::deflate {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "support/core/little_endian.h"
 #include "support/text/data_buffer.h"
-#include "support/zip/internal/little_endian.h"
 
 namespace velmora::deflate {
 
@@ -42,9 +42,6 @@ class BitWriter {
     std::memcpy(m_next, bytes, count);
     m_next += count;
   }
-
-  /// Bits in the byte that is not full yet.
-  unsigned pendingBits() const noexcept { return m_count; }
 
  private:
   // A store writes a whole word, and the bits kept back add up to one byte.

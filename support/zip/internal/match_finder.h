@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <span>
 
+#include "support/core/little_endian.h"
 #include "support/core/pod_array.h"
 #include "support/zip/internal/deflate_format.h"
-#include "support/zip/internal/little_endian.h"
 
 namespace velmora::deflate {
 

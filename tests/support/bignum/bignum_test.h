@@ -2,18 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "support/bignum/cpu_features.h"
 #include "support/bignum/curve.h"
 #include "support/bignum/limbs.h"
+#include "tests/common/each_path.h"
 #include "tests/common/key_value_file.h"
 
 namespace velmora::vartime {
 
+using test::EachPath;
 using test::KeyValueRecord;
 using Limbs = std::vector<Limb>;
 
@@ -68,25 +68,4 @@ class Numbers {
   Limb m_state = 0x9e3779b97f4a7c15;
 };
 
-/// A test that runs once for each way of computing that the CPU has.
-class EachPath : public testing::TestWithParam<ArithmeticPath> {
- protected:
-  void SetUp() override {
-    if (!arithmeticPathSupported(GetParam())) GTEST_SKIP() << "not on this CPU";
-  }
-  static ArithmeticPath path() { return GetParam(); }
-};
-
-inline std::string pathName(const testing::TestParamInfo<ArithmeticPath>& info) {
-  std::string name;
-  for (const char* c = arithmeticPathName(info.param); *c != 0; ++c) {
-    if (std::isalnum(static_cast<unsigned char>(*c)) != 0) name += *c;
-  }
-  return name;
-}
-
 }  // namespace velmora::vartime
-
-/// Runs the tests of a fixture derived from EachPath on every path.
-#define VELMORA_ON_EACH_PATH(Fixture) \
-  INSTANTIATE_TEST_SUITE_P(Paths, Fixture, testing::ValuesIn(kArithmeticPaths), pathName)

@@ -4,8 +4,8 @@
 namespace velmora::test {
 namespace {
 
-class PublicKey : public OnEachPath {};
-INSTANTIATE_TEST_SUITE_P(Paths, PublicKey, testing::ValuesIn(vartime::kArithmeticPaths), pathName);
+class PublicKey : public EachPath {};
+VELMORA_ON_EACH_PATH(PublicKey);
 
 void expectEmpty(_vmPublicKey& key) {
   LogNull log;
@@ -22,7 +22,7 @@ void expectEmpty(_vmPublicKey& key) {
 }
 
 TEST_P(PublicKey, LoadsOrRefuses) {
-  _vmPublicKey key(GetParam());
+  _vmPublicKey key(path());
   forEachRecord(keyDataFile("keys.txt"), [&](const KeyValueRecord& record) {
     SCOPED_TRACE(record.get("Case"));
     LogText log;

@@ -75,15 +75,15 @@ Outcome verify(const std::string& scheme, const Signed& it, DataBuffer& content,
   return verifyPair(checked, valid);
 }
 
-class Signatures : public OnEachPath {};
-INSTANTIATE_TEST_SUITE_P(Paths, Signatures, testing::ValuesIn(vartime::kArithmeticPaths), pathName);
+class Signatures : public EachPath {};
+VELMORA_ON_EACH_PATH(Signatures);
 
 TEST_P(Signatures, AreJudgedAsTheyAre) {
   std::map<std::string, _vmPublicKey> signers;
   forEachRecord(keyDataFile("signatures.txt"), [&](const KeyValueRecord& record) {
     LogText log;
     if (record.has("Signer")) {
-      _vmPublicKey& key = signers.try_emplace(record.get("Signer"), GetParam()).first->second;
+      _vmPublicKey& key = signers.try_emplace(record.get("Signer"), path()).first->second;
       EXPECT_TRUE(key.loadAnyDer(fromHex(record.get("Der")), log)) << log.text().view();
       return;
     }
@@ -105,7 +105,7 @@ TEST_P(Signatures, OfTheStandardsAreJudgedAsThere) {
   forEachRecord(keyDataFile("standards.txt"), [&](const KeyValueRecord& record) {
     SCOPED_TRACE(record.get("Case"));
     LogText log;
-    _vmPublicKey key(GetParam());
+    _vmPublicKey key(path());
     ASSERT_TRUE(key.loadAnyDer(fromHex(record.get("Key")), log)) << log.text().view();
     DataBuffer content;
     const Outcome outcome = verify(record.get("Scheme"), Signed(key, record), content, log);

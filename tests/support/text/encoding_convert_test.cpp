@@ -73,9 +73,9 @@ TEST(EncConvert, ReplacesMaximalPartsOfBrokenUtf8) {
   };
   for (const auto& [text, expected] : cases) {
     EXPECT_EQ(convert(kUtf8, kAscii, text), expected);
-    EXPECT_FALSE(isValidUtf8(bytesOf(text), text.size()));
+    EXPECT_FALSE(isValidUtf8(text));
     const std::string clean = convert(kUtf8, kUtf8, text);
-    EXPECT_TRUE(isValidUtf8(bytesOf(clean), clean.size()));
+    EXPECT_TRUE(isValidUtf8(clean));
   }
 }
 
@@ -88,7 +88,7 @@ TEST(EncConvert, EveryCharacterSurvivesTheUnicodeForms) {
   for (const char32_t c : {0xD800U, 0xDFFFU, 0x110000U, 0xFFFFFFFFU}) appendCodePointUtf8(c, none);
   EXPECT_EQ(none.view(), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
   EXPECT_EQ(utf8.getSize(), 128U + 1920 * 2 + (63488 - 2048) * 3 + 1048576 * 4);
-  EXPECT_TRUE(isValidUtf8(bytesOf(utf8.view()), utf8.getSize()));
+  EXPECT_TRUE(isValidUtf8(utf8.view()));
   for (const int form : {kUtf16Be, kUtf16Le, kUtf8}) {
     EXPECT_TRUE(convert(form, kUtf8, convert(kUtf8, form, utf8.view())) == utf8.view()) << form;
   }
