@@ -65,6 +65,22 @@ inline void squareP256(Limb* r, const Limb* a, const Limb* p) {
   MulxRows::reduceOnce4(r, t4, t5, t6, t7, t8, p);
 }
 
+// r = a + b or a - b of four limbs, with what carries out folded, twice.
+#define VELMORA_FOLDED_CHAIN(first, next)                                                     \
+  Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], mask;                                      \
+  asm(first " 0(%[b]), %[t0]\n\t" next " 8(%[b]), %[t1]\n\t" next " 16(%[b]), %[t2]\n\t" next \
+            " 24(%[b]), %[t3]\n\t"                                                            \
+            "sbb %[mask], %[mask]\n\t"                                                        \
+            "and %[fold], %[mask]\n\t" first " %[mask], %[t0]\n\t" next " $0, %[t1]\n\t" next \
+            " $0, %[t2]\n\t" next                                                             \
+            " $0, %[t3]\n\t"                                                                  \
+            "sbb %[mask], %[mask]\n\t"                                                        \
+            "and %[fold], %[mask]\n\t" first " %[mask], %[t0]\n\t"                            \
+      : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [mask] "=&r"(mask)    \
+      : [b] "r"(b), [fold] "r"(fold), "m"(*reinterpret_cast<const Limb(*)[4]>(b))             \
+      : "cc");                                                                                \
+  MulxRows::store4(r, t0, t1, t2, t3)
+
 template <>
 struct PrimeOperations<MulxRows> {
   static inline void fold(Limb* r, const Limb* t, Limb fold) {
@@ -88,48 +104,16 @@ struct PrimeOperations<MulxRows> {
   }
 
   static inline void foldAdd(Limb* r, const Limb* a, const Limb* b, Limb fold) {
-    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], mask;
-    asm("add 0(%[b]), %[t0]\n\t"
-        "adc 8(%[b]), %[t1]\n\t"
-        "adc 16(%[b]), %[t2]\n\t"
-        "adc 24(%[b]), %[t3]\n\t"
-        "sbb %[mask], %[mask]\n\t"
-        "and %[fold], %[mask]\n\t"
-        "add %[mask], %[t0]\n\t"
-        "adc $0, %[t1]\n\t"
-        "adc $0, %[t2]\n\t"
-        "adc $0, %[t3]\n\t"
-        "sbb %[mask], %[mask]\n\t"
-        "and %[fold], %[mask]\n\t"
-        "add %[mask], %[t0]\n\t"
-        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [mask] "=&r"(mask)
-        : [b] "r"(b), [fold] "r"(fold), "m"(*reinterpret_cast<const Limb(*)[4]>(b))
-        : "cc");
-    MulxRows::store4(r, t0, t1, t2, t3);
+    VELMORA_FOLDED_CHAIN("add", "adc");
   }
 
   static inline void foldSubtract(Limb* r, const Limb* a, const Limb* b, Limb fold) {
-    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], mask;
-    asm("sub 0(%[b]), %[t0]\n\t"
-        "sbb 8(%[b]), %[t1]\n\t"
-        "sbb 16(%[b]), %[t2]\n\t"
-        "sbb 24(%[b]), %[t3]\n\t"
-        "sbb %[mask], %[mask]\n\t"
-        "and %[fold], %[mask]\n\t"
-        "sub %[mask], %[t0]\n\t"
-        "sbb $0, %[t1]\n\t"
-        "sbb $0, %[t2]\n\t"
-        "sbb $0, %[t3]\n\t"
-        "sbb %[mask], %[mask]\n\t"
-        "and %[fold], %[mask]\n\t"
-        "sub %[mask], %[t0]\n\t"
-        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [mask] "=&r"(mask)
-        : [b] "r"(b), [fold] "r"(fold), "m"(*reinterpret_cast<const Limb(*)[4]>(b))
-        : "cc");
-    MulxRows::store4(r, t0, t1, t2, t3);
+    VELMORA_FOLDED_CHAIN("sub", "sbb");
   }
 };
 
 }  // namespace velmora::vartime
+
+#undef VELMORA_FOLDED_CHAIN
 
 #endif  // defined(__x86_64__)

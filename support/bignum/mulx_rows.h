@@ -2,6 +2,7 @@
 
 #if defined(__x86_64__)
 
+#include "support/bignum/mulx_blocks.h"
 #include "support/bignum/portable_rows.h"
 
 // Rows on mulx, adcx and adox: mulx leaves the flags alone, adcx carries in CF and adox in OF, so
@@ -92,9 +93,13 @@ struct MulxRows {
       multiply6(r, a, b);
     } else if constexpr (N < 4) {
       PortableRows::multiply<N>(r, a, b);  // too short to win anything
+    } else if constexpr (N == 8) {
+      MulxBlocks::multiply(r, a, b, N);
     } else {
-      clearLimbs(r, N);
-      for (size_t i = 0; i < N; ++i) r[i + N] = addMultiply(r + i, a, N, b[i]);
+      static_assert(N == 9);
+      MulxBlocks::multiply(r, a, b, 8);
+      r[16] = addMultiply(r + 8, a, 8, b[8]);
+      r[17] = addMultiply(r + 8, b, 9, a[8]);
     }
   }
 
@@ -107,11 +112,19 @@ struct MulxRows {
       store4(r + 4, r4, r5, r6, r7);
     } else if constexpr (N < 4) {
       PortableRows::square<N>(r, a);
+    } else if constexpr (N == 8) {
+      MulxBlocks::square(r, a, N);
+    } else if constexpr (N == 9) {
+      MulxBlocks::square(r, a, 8);
+      // Once and once more: twice a[8] need not fit a limb.
+      r[16] = addMultiply(r + 8, a, 8, a[8]);
+      r[17] = addMultiply(r + 8, a, 9, a[8]);
     } else {
+      static_assert(N == 6);
       clearLimbs(r, N);
       r[2 * N - 1] = 0;
       squareRows<N>(r, a);
-      doubleAndAddSquares(r, a, N);
+      MulxBlocks::doubleAndAddSquares(r, a, N);
     }
   }
 
@@ -124,10 +137,8 @@ struct MulxRows {
     } else if constexpr (N < 4) {
       PortableRows::montgomeryReduce<N>(r, t, p, n0);
     } else {
-      Limb carry = 0;
-      for (size_t i = 0; i < N; ++i) {
-        t[i + N] = addWithCarry(t[i + N], addMultiply(t + i, p, N, t[i] * n0), carry);
-      }
+      static_assert(N == 8);
+      const Limb carry = MulxBlocks::montgomeryReduce(t, p, n0, N);
       PortableRows::reduceOnce<N>(r, t + N, p, carry);
     }
   }
@@ -305,34 +316,6 @@ struct MulxRows {
           [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [lo] "=&r"(lo), [hi] "=&r"(hi)
         : [a] "r"(a), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
         : "cc", "rdx");
-  }
-
-  // r (2n limbs) = 2 r + the squares of the limbs of a, each at its place.
-  static inline void doubleAndAddSquares(Limb* r, const Limb* a, size_t n) {
-    Limb lo, hi, x, y;
-    asm volatile(
-        "xor %k[lo], %k[lo]\n"
-        "1:\n\t"
-        "mov 0(%[a]), %%rdx\n\t"
-        "mov 0(%[r]), %[x]\n\t"
-        "mov 8(%[r]), %[y]\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "adcx %[x], %[x]\n\t"
-        "adox %[lo], %[x]\n\t"
-        "mov %[x], 0(%[r])\n\t"
-        "adcx %[y], %[y]\n\t"
-        "adox %[hi], %[y]\n\t"
-        "mov %[y], 8(%[r])\n\t"
-        "lea 8(%[a]), %[a]\n\t"
-        "lea 16(%[r]), %[r]\n\t"
-        "lea -1(%%rcx), %%rcx\n\t"
-        "jrcxz 2f\n\t"
-        "jmp 1b\n"
-        "2:\n\t"
-        : [lo] "=&r"(lo), [hi] "=&r"(hi), [x] "=&r"(x), [y] "=&r"(y), [r] "+&r"(r), [a] "+&r"(a),
-          "+&c"(n)
-        :
-        : "cc", "memory", "rdx");
   }
 
  private:

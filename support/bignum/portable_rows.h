@@ -6,7 +6,8 @@ namespace velmora::vartime {
 
 /// The multiplication rows of the portable path, in C++ alone. A "row" is one number times one
 /// limb; every multiplication, squaring and Montgomery reduction is made of rows. MulxRows has the
-/// same members. N is a number of limbs known at compile time.
+/// same members for N, a number of limbs known at compile time, MulxBlocks those for any n,
+/// which are always inlined here, so that those for N are made of loops of known length.
 struct PortableRows {
   static constexpr bool kHasAssembly = false;
 
@@ -21,22 +22,29 @@ struct PortableRows {
     return carry;
   }
 
-  /// r (2N limbs) = a * b. r overlaps neither.
+  /// r (2n limbs) = a * b. r overlaps neither.
+  __attribute__((always_inline)) static void multiply(Limb* r, const Limb* a, const Limb* b,
+                                                      size_t n) {
+    clearLimbs(r, n);
+    for (size_t i = 0; i < n; ++i) r[i + n] = addMultiply(r + i, a, n, b[i]);
+  }
   template <size_t N>
   static void multiply(Limb* r, const Limb* a, const Limb* b) {
-    clearLimbs(r, N);
-    for (size_t i = 0; i < N; ++i) r[i + N] = addMultiply(r + i, a, N, b[i]);
+    multiply(r, a, b, N);
   }
 
-  /// r (2N limbs) = a * a. r does not overlap a.
+  /// r (2n limbs) = a * a. r does not overlap a.
+  __attribute__((always_inline)) static void square(Limb* r, const Limb* a, size_t n) {
+    clearLimbs(r, n);
+    r[2 * n - 1] = 0;
+    for (size_t i = 0; i + 1 < n; ++i) {
+      r[i + n] = addMultiply(r + 2 * i + 1, a + i + 1, n - 1 - i, a[i]);
+    }
+    doubleAndAddSquares(r, a, n);
+  }
   template <size_t N>
   static void square(Limb* r, const Limb* a) {
-    clearLimbs(r, N);
-    r[2 * N - 1] = 0;
-    for (size_t i = 0; i + 1 < N; ++i) {
-      r[i + N] = addMultiply(r + 2 * i + 1, a + i + 1, N - 1 - i, a[i]);
-    }
-    doubleAndAddSquares(r, a, N);
+    square(r, a, N);
   }
 
   /// r (2n limbs) = 2 * r + the squares of the limbs of a, each at its place.
@@ -54,14 +62,21 @@ struct PortableRows {
     }
   }
 
-  /// r (N limbs) = t / 2^(64N) modulo p, fully reduced, for t < p * 2^(64N); t (2N limbs) is
-  /// destroyed. `n0` is -1/p modulo 2^64. r may be part of t.
+  /// The upper half of t (2n limbs) = t / 2^(64n) modulo p, below 2p, for t < p * 2^(64n); the limb
+  /// carried out. The lower half is destroyed. `n0` is -1/p modulo 2^64.
+  __attribute__((always_inline)) static Limb montgomeryReduce(Limb* t, const Limb* p, Limb n0,
+                                                              size_t n) {
+    Limb carry = 0;
+    for (size_t i = 0; i < n; ++i) {
+      t[i + n] = addWithCarry(t[i + n], addMultiply(t + i, p, n, t[i] * n0), carry);
+    }
+    return carry;
+  }
+
+  /// r (N limbs) = the same, fully reduced; t is destroyed. r may be part of t.
   template <size_t N>
   static void montgomeryReduce(Limb* r, Limb* t, const Limb* p, Limb n0) {
-    Limb carry = 0;
-    for (size_t i = 0; i < N; ++i) {
-      t[i + N] = addWithCarry(t[i + N], addMultiply(t + i, p, N, t[i] * n0), carry);
-    }
+    const Limb carry = montgomeryReduce(t, p, n0, N);
     reduceOnce<N>(r, t + N, p, carry);
   }
 

@@ -193,5 +193,35 @@ TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
   }
 }
 
+// Numbers of many zeros and ones, in which a carry runs far and which random ones never are.
+TEST(MontgomeryTest, CarriesRunAsFarAsOnThePortablePath) {
+  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP();
+  const MontgomeryKernel& kernel = montgomeryKernel(ArithmeticPath::kMulxAdx);
+  const MontgomeryKernel& portable = montgomeryKernel(ArithmeticPath::kPortable);
+  Numbers numbers;
+  for (int round = 0; round < 4000; ++round) {
+    const size_t n = 8 * (1 + static_cast<size_t>(round) % 5);
+    Limbs a(n), b(n), m(n), product(n), expected(n);
+    for (Limbs* number : {&a, &b, &m}) {
+      const Limb choice = round < 5 ? 1 : 3;
+      for (Limb& limb : *number) {
+        limb = numbers.limb() % choice;
+        limb = limb == 2 ? numbers.limb() : limb - 1;
+      }
+    }
+    m[0] |= 1;
+    m[n - 1] = ~Limb{0};
+    a[n - 1] &= ~Limb{1};
+    b[n - 1] &= ~Limb{1};
+    const Limb n0 = Limb{0} - inverseModWord(m[0]);
+    portable.multiply(expected.data(), a.data(), b.data(), m.data(), n0, n);
+    kernel.multiply(product.data(), a.data(), b.data(), m.data(), n0, n);
+    ASSERT_EQ(product, expected) << round;
+    portable.square(expected.data(), a.data(), m.data(), n0, n);
+    kernel.square(a.data(), a.data(), m.data(), n0, n);
+    ASSERT_EQ(a, expected) << round;
+  }
+}
+
 }  // namespace
 }  // namespace velmora::vartime
