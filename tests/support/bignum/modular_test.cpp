@@ -195,7 +195,7 @@ TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
 
 // Numbers of many zeros and ones, in which a carry runs far and which random ones never are.
 TEST(MontgomeryTest, CarriesRunAsFarAsOnThePortablePath) {
-  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP();
+  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
   const MontgomeryKernel& kernel = montgomeryKernel(ArithmeticPath::kMulxAdx);
   const MontgomeryKernel& portable = montgomeryKernel(ArithmeticPath::kPortable);
   Numbers numbers;
