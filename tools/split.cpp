@@ -1,12 +1,13 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <unordered_set>
 
 #include "tools/command.h"
@@ -125,17 +126,13 @@ class WriteFiles final : public CertificateVisitor {
 
 // What cannot be written to has its line here, and not one for each certificate.
 bool makeFolder(const std::string& folder, Console& console) {
-  struct stat status;
-  if (folder.empty() || ::mkdir(folder.c_str(), 0777) == 0) return true;
-  int failure = errno;
-  if (failure == EEXIST && ::stat(folder.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return true;
-    failure = ENOTDIR;
-  }
+  std::error_code failure;
+  if (!folder.empty()) std::filesystem::create_directories(folder, failure);
+  if (!failure) return true;
   StringBuffer line("velmora-x509: ");
   appendPrintable(folder, line);
   line.append(": ");
-  line.append(std::strerror(failure));
+  line.append(failure.message());
   console.error(line.view());
   console.raise(ExitStatus::kUnreadable);
   return false;

@@ -91,13 +91,13 @@ void signatureRows(const SignatureReport& signature, StringBuffer& out) {
   out.appendChar('\n');
 }
 
-void appendStep(size_t number, const ChainStep& step, StringBuffer& out) {
+void appendStep(size_t number, std::string_view place, const ChainStep& step, StringBuffer& out) {
   out.append("  ");
   out.appendInt(static_cast<int64_t>(number));
   out.append(" ");
   appendPrintable(step.certificate->subject, out);
   out.append("\n");
-  row("certificate", step.certificate->place, out);
+  row("certificate", place, out);
   datesRow(*step.certificate, out);
   if (step.signer != nullptr) issuerRow(step, out);
   if (step.signature) {
@@ -136,9 +136,9 @@ void writeKey(const KeyDescription& key, JsonLine& line) {
   line.endObject();
 }
 
-void writePlace(const KnownCertificate& certificate, JsonLine& line) {
-  line.text("source", certificate.source);
-  line.number("index", static_cast<int64_t>(certificate.index));
+void writePlace(std::string_view source, size_t index, JsonLine& line) {
+  line.text("source", source);
+  line.number("index", static_cast<int64_t>(index));
 }
 
 void writeSignature(const ChainStep& step, JsonLine& line) {
@@ -146,7 +146,7 @@ void writeSignature(const ChainStep& step, JsonLine& line) {
   const SignatureReport& signature = *step.signature;
   line.beginObject("signature");
   line.beginObject("signer");
-  writePlace(*step.signer, line);
+  writePlace(step.signer->source, step.signer->index, line);
   line.endObject();
   line.text("matchedBy", step.matchedBy);
   line.text("verdict", verdictName(signature.verdict));
@@ -159,10 +159,10 @@ void writeSignature(const ChainStep& step, JsonLine& line) {
   line.endObject();
 }
 
-void writeStep(const ChainStep& step, JsonLine& line) {
+void writeStep(std::string_view source, size_t index, const ChainStep& step, JsonLine& line) {
   StringBuffer date;
   line.beginObject("");
-  writePlace(*step.certificate, line);
+  writePlace(source, index, line);
   line.text("subject", step.certificate->subject);
   line.textOrNull("notBefore", dateText(step.certificate->loaded.get(), true, date));
   line.textOrNull("notAfter", dateText(step.certificate->loaded.get(), false, date));
@@ -183,7 +183,11 @@ void appendChainText(std::string_view place, const Chain& chain, const VelmoraSy
   at.appendIso8601(out);
   out.appendChar('\n');
   size_t number = 0;
-  for (const ChainStep& step : chain.steps) appendStep(++number, step, out);
+  for (const ChainStep& step : chain.steps) {
+    // The first is the one that was asked about, which may have been met at another place before.
+    appendStep(number + 1, number == 0 ? place : step.certificate->place, step, out);
+    ++number;
+  }
 }
 
 void appendChainJson(const InputCertificate& input, const Chain& chain, const VelmoraSysTime& at,
@@ -191,12 +195,15 @@ void appendChainJson(const InputCertificate& input, const Chain& chain, const Ve
   StringBuffer time;
   at.appendIso8601(time);
   JsonLine line(out);
-  line.text("source", input.source);
-  line.number("index", static_cast<int64_t>(input.index));
+  writePlace(input.source, input.index, line);
   line.boolean("verified", chain.verified);
   line.text("at", time.view());
   line.beginList("chain");
-  for (const ChainStep& step : chain.steps) writeStep(step, line);
+  for (const ChainStep& step : chain.steps) {
+    const bool isFirst = &step == &chain.steps.front();
+    writeStep(isFirst ? input.source : step.certificate->source,
+              isFirst ? input.index : step.certificate->index, step, line);
+  }
   line.endList();
   line.beginList("notChecked");
   for (const std::string_view each : {"nameConstraints", "policyConstraints", "revocation"}) {

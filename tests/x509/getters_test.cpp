@@ -161,8 +161,13 @@ std::vector<der::Bytes> malformedCertificates() {
 TEST(Getters, LeaveNoTrace) {
   std::vector<der::Bytes> ders = malformedCertificates();
   for (const der::Bytes& der : dataCertificates()) ders.push_back(der);
+  LoadedX509 reloaded(ders.front());
   for (const der::Bytes& der : ders) {
     LoadedX509 shared(der);
+    LogNull noLog;
+    answersOf(reloaded);
+    ASSERT_TRUE(load(reloaded, der, noLog));
+    EXPECT_EQ(answersOf(reloaded), answersOf(shared)) << "something of the one before is left";
     const std::string probe = serialOf(shared);
     for (const NamedGetter& getter : kGetters) {
       SCOPED_TRACE(getter.name);
