@@ -29,8 +29,8 @@ struct Chain {
 
 /// Finds the way from certificates to the roots that TrustedRoots holds. A chain has at most 16
 /// certificates, for each of them at most 64 candidates are tried, and for one certificate at most
-/// 100 signatures are checked, whatever the candidates are. No signature is checked twice with one
-/// key.
+/// 100 signatures are checked, whatever the candidates are. What was found out about a link or a
+/// root is kept for the next certificate.
 class ChainBuilder {
  public:
   /// The pool outlives the builder.

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/text/printable.h"
+
 namespace velmora::tool {
 
 namespace {
@@ -72,6 +74,15 @@ void Console::outputFailed(const char* reason) {
   StringBuffer line("velmora-x509: standard output: ");
   line.append(reason);
   error(line.view());
+}
+
+void Console::complain(std::string_view what, std::string_view reason) {
+  StringBuffer line("velmora-x509: ");
+  appendPrintable(what, line);
+  line.append(": ");
+  appendPrintable(reason, line);
+  error(line.view());
+  raise(ExitStatus::kUnreadable);
 }
 
 bool Console::takesBinary(std::string& error) const {

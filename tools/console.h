@@ -32,6 +32,10 @@ class Console {
   /// Writes one line to standard error, behind the output so far. `line` is safe to print.
   void error(std::string_view line);
 
+  /// Says in such a line why `what`, a file or the like, could not be read or written, both made
+  /// safe to print, and raises the exit status to kUnreadable.
+  void complain(std::string_view what, std::string_view reason);
+
   /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
   bool coloured() const noexcept { return m_coloured; }
 

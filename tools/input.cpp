@@ -143,10 +143,7 @@ class SourceSink final : public CertificateSink {
     endRun();
     const char* reason = std::strerror(error);
     if (m_errorsAsJson) writeJson(index, reason);
-    StringBuffer line = lineStart();
-    line.append(": ");
-    line.append(reason);
-    complain(line);
+    m_console.complain(sourceForPeople(m_source), reason);
   }
 
   // Writes what is held back while blocks fail for the same reason.

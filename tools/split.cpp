@@ -61,7 +61,7 @@ class WriteFiles final : public CertificateVisitor {
     whole(m_content);
     const std::string path = pathOf(input);
     const char* reason = write(path);
-    reason == nullptr ? tell(path) : complain(path, reason);
+    reason == nullptr ? tell(path) : m_console.complain(path, reason);
     return nullptr;
   }
 
@@ -107,15 +107,6 @@ class WriteFiles final : public CertificateVisitor {
     out.appendChar('\n');
   }
 
-  void complain(const std::string& path, const char* reason) {
-    StringBuffer line("velmora-x509: ");
-    appendPrintable(path, line);
-    line.append(": ");
-    line.append(reason);
-    m_console.error(line.view());
-    m_console.raise(ExitStatus::kUnreadable);
-  }
-
   SplitForm m_form;
   Console& m_console;
   LoadedCertificate m_loaded;
@@ -129,12 +120,7 @@ bool makeFolder(const std::string& folder, Console& console) {
   std::error_code failure;
   if (!folder.empty()) std::filesystem::create_directories(folder, failure);
   if (!failure) return true;
-  StringBuffer line("velmora-x509: ");
-  appendPrintable(folder, line);
-  line.append(": ");
-  line.append(failure.message());
-  console.error(line.view());
-  console.raise(ExitStatus::kUnreadable);
+  console.complain(folder, failure.message());
   return false;
 }
 

@@ -1,4 +1,3 @@
-#include "support/text/printable.h"
 #include "tools/command.h"
 #include "tools/dates.h"
 #include "tools/verify_report.h"
@@ -83,25 +82,16 @@ class CollectWanted final : public Collect {
   std::vector<Wanted> m_wanted;
 };
 
-void complain(std::string_view what, std::string_view reason, Console& console) {
-  StringBuffer line("velmora-x509: ");
-  appendPrintable(what, line);
-  line.append(": ");
-  appendPrintable(reason, line);
-  console.error(line.view());
-  console.raise(ExitStatus::kUnreadable);
-}
-
 // Reads what --roots means; without roots nothing is trusted, so that the rest can go on.
 void collectRoots(std::string_view given, CollectRoots& roots, Console& console) {
   const char* path = nullptr;
   if (given == "system" && (path = systemTrustedRootsPath()) == nullptr) {
-    return complain("system", "no file of trusted roots in any of the usual places", console);
+    return console.complain("system", "no file of trusted roots in any of the usual places");
   }
   const std::string wanted(path != nullptr ? path : given);
   std::vector<std::string> files;
   if (const std::error_code error = listRootFiles(wanted, files)) {
-    complain(wanted, error.message(), console);
+    console.complain(wanted, error.message());
   }
   for (const std::string& file : files) visitCertificates({file}, false, roots, console);
 }

@@ -182,11 +182,9 @@ void appendChainText(std::string_view place, const Chain& chain, const VelmoraSy
   out.append(" at ");
   at.appendIso8601(out);
   out.appendChar('\n');
-  size_t number = 0;
-  for (const ChainStep& step : chain.steps) {
+  for (size_t i = 0; i < chain.steps.size(); ++i) {
     // The first is the one that was asked about, which may have been met at another place before.
-    appendStep(number + 1, number == 0 ? place : step.certificate->place, step, out);
-    ++number;
+    appendStep(i + 1, i == 0 ? place : chain.steps[i].certificate->place, chain.steps[i], out);
   }
 }
 
