@@ -84,8 +84,8 @@ bool VelmoraX509::get_SerialNumber(XString& out, LogBase&) {
   return found;
 }
 
-// Callers have long read the certificate's own serial number under this name. The tree's form is
-// the canonical one of get_SerialNumber already.
+// Despite its name no attribute of the subject, but the certificate's serial number. The tree's
+// form is the canonical one of get_SerialNumber already.
 bool VelmoraX509::get_SubjectSerial(XString& out, LogBase&) {
   CritSecExitor lock(this);
   out.weakClear();
@@ -126,7 +126,7 @@ bool VelmoraX509::get_Valid_To_or_From_UTC(bool from, VelmoraSysTime& t, LogBase
   const _clsOwner date(m_certXml != nullptr ? m_certXml->getChildWithTagUtf8("sequence|sequence[2]")
                                             : nullptr);
   if (date.get() == nullptr || !moveToDate(*date, from)) {
-    // Applications look for this text, its slip and its "From" for either date included.
+    // The text is part of the interface, its slip and its "From" for either date included.
     log.LogError("Failed to get X509 certificate Valid-From date/timme");
     return false;
   }
