@@ -21,7 +21,7 @@ constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
 
-// Some certificates carry their extensions under [0].
+// Some old certificates carry their extensions under [0].
 bool moveToExtensions(ClsXml& tree) {
   LogNull noLog;
   XString unused;
