@@ -126,7 +126,7 @@ bool VelmoraX509::get_Valid_To_or_From_UTC(bool from, VelmoraSysTime& t, LogBase
   const _clsOwner date(m_certXml != nullptr ? m_certXml->getChildWithTagUtf8("sequence|sequence[2]")
                                             : nullptr);
   if (date.get() == nullptr || !moveToDate(*date, from)) {
-    // The text is part of the interface, its slip and its "From" for either date included.
+    // Applications look for this text, its slip and its "From" for either date included.
     log.LogError("Failed to get X509 certificate Valid-From date/timme");
     return false;
   }

@@ -255,7 +255,7 @@ class XmlToDer {
     }
   }
 
-  // Writes the contents to where they belong if they are as long as they can be, and moves them
+  // Writes the contents where they are to be if they are as long as they can be, and moves them
   // when their length turns out to take fewer octets.
   bool writePrimitive(Asn1Content content, const Identifier& id, std::string_view text,
                       const Attributes& attributes) noexcept {
