@@ -33,9 +33,9 @@ class VelmoraReader {
     certificate.get_PublicKeyAlgorithm(m_keyAlgorithm, m_log);
   }
 
-  /// What a store or a TLS layer asks for beyond these: three attributes of the subject, both key
-  /// identifiers, the alternative names in a form to read, the e-mail addresses, two extension
-  /// values, the public key, the SHA-1 thumbprint and the SHA-256 pin in base64.
+  /// What else can be asked: three attributes of the subject, both key identifiers, the alternative
+  /// names in a form to read, the e-mail addresses, two extension values, the public key, the SHA-1
+  /// thumbprint and the SHA-256 pin in base64.
   void readRest() {
     VelmoraX509& certificate = *m_certificate;
     certificate.get_SubjectCN(m_commonName, m_log);

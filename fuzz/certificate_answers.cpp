@@ -2,9 +2,9 @@
 #include "tests/x509/all_getters.h"
 #include "x509/certificate_reader.h"
 
-// Property: whatever loads, every question has the same answer the second time, the first one after
-// any other question included; the certificate is nobody's until a root is trusted; and what reads
-// inputs of any form finds nothing in it that does not load.
+// Property: of whatever loads, every getter gives the same answer the second time, after all others
+// and after a verification; without a trusted root no certificate verifies by itself; and what the
+// reader of inputs of any form finds loads again.
 
 namespace velmora {
 namespace {

@@ -46,7 +46,7 @@ const char* CertificateTree::load(std::span<const unsigned char> der) {
 }
 
 void CertificateTree::listExtensions() {
-  // Some old certificates carry their extensions under [0].
+  // Some certificates carry their extensions under [0].
   if (!listExtensionsIn(3)) listExtensionsIn(0);
 }
 

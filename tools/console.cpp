@@ -65,7 +65,7 @@ void Console::write() {
   if (failure != 0) outputFailed(failure == EPIPE ? nullptr : std::strerror(failure));
 }
 
-// Tells of the first failure; one without a reason is no news.
+// Tells of the first failure, unless it has no reason: a reader that went away knows.
 void Console::outputFailed(const char* reason) {
   const bool isFirst = !m_outputFailed;
   m_outputFailed = true;

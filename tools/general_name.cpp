@@ -20,7 +20,7 @@ std::string_view typeOf(const ClsXml& at) {
   return isKnown ? kTypes[tag] : "unknown";
 }
 
-// There must be one.
+// There must be a child.
 XmlHandle firstChild(const ClsXml& at) {
   XmlHandle child(at.GetChild(0));
   if (!child) throw std::bad_alloc();

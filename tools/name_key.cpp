@@ -20,9 +20,9 @@ bool isAscii(std::string_view text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// The three string types of which all new certificates are made are compared by their text, since
-// issuers write one name now with the one and now with the other. Where the octets are not those of
-// that text, and for every other type, the element as it stands is compared.
+// PrintableString, UTF8String and IA5String are compared by their text, since issuers write one
+// name in more than one of them. Where the octets are not those of that text, and for every other
+// type, the element as it stands is compared.
 bool isComparedAsText(const ClsXml& value) {
   if (value.tagEquals("utf8")) return !value.hasAttrWithValue("encoding", "latin1");
   return (value.tagEquals("printable") || value.tagEquals("ia5")) && isAscii(value.contentView());

@@ -25,8 +25,8 @@ constexpr int kDnsName = 2;
 constexpr int kDirectoryName = 4;
 constexpr int kUri = 6;
 
-// A text that lacks a name must not pass for a whole one, nor an extension for which memory ran out
-// for an absent one. Always false.
+// Marks a text that lacks something, so that it does not pass for a whole one, nor an extension for
+// which memory ran out for an absent one. Always false.
 bool markIncomplete(XString& text) {
   text.markFailed();
   return false;
@@ -138,8 +138,8 @@ bool isEmailOrDnsName(const ClsXml& name) {
          (name.hasAttrWithValue("tag", "1") || name.hasAttrWithValue("tag", "2"));
 }
 
-// Appends every e-mail address and DNS name below the handle. Those who ask for the addresses of a
-// certificate have always been given its hosts as well.
+// Appends every e-mail address and DNS name below the handle: hosts count as addresses here, which
+// is part of the interface.
 void appendAddresses(ClsXml& names, XString& out) {
   const int count = names.get_NumChildren();
   for (int i = 0; i < count; ++i) {
@@ -203,7 +203,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
   const _clsOwner tree(ClsXml::createNewCls());
   if (!tree || !tree->loadXml(xml, true, log)) return markIncomplete(out);
   if (tree->get_NumChildren() == 0) {
-    // An extension that is one bare string: from issuers that wrote it in their own code page.
+    // One bare string in place of a list: it is taken to be in the ANSI code page.
     DataBuffer text;
     text.appendEncoded(tree->getContentPtr_careful(), "base64");
     out.appendAnsi(text.view());

@@ -36,7 +36,7 @@ class CertificateSink {
   virtual ~CertificateSink() = default;
 
   /// One certificate. The bytes have the shape of one (classifyDer) and are valid during the call.
-  /// They are DER, or BER where the input holds a single certificate in BER.
+  /// They are DER, or BER where a certificate that stands outside a bundle is in BER.
   virtual void certificate(const CertificatePlace& place, std::span<const unsigned char> der) = 0;
 
   /// Something that is no certificate or could not be read. Reading goes on behind it.

@@ -78,7 +78,7 @@ bool VelmoraX509::get_SubjectValue(const char* oid, XString& value, LogBase& log
     return false;
   }
   const Found found = readValue(*m_certXml, oid, value);
-  // Only subjects leave this trace; logs of issuers have never had it.
+  // Only subjects leave this trace: what stands on the log is part of the interface.
   if (found == Found::kUtf16) log.LogData("bmpStr", value.view());
   m_certXml->GetRoot2();
   return found != Found::kNothing;

@@ -6,8 +6,8 @@
 namespace velmora {
 namespace {
 
-// Consumers of the JSON members rely on fewer styles than readers of the text: the organization
-// identifier has one key in all of them, and styles 4, 5 and 6 change nothing.
+// The JSON members know fewer styles than the text: the organization identifier has one key in all
+// of them, and styles 4, 5 and 6 change nothing.
 DnNameForm jsonForm(const DnAttribute& attribute, int nameStyle) {
   if (attribute.oid == kOrganizationIdentifierOid) return DnNameForm::kShort;
   const bool hasMeaning = (nameStyle >= 1 && nameStyle <= 3) || nameStyle == 22;

@@ -13,8 +13,8 @@ constexpr DnNameForm P = DnNameForm::kPrefixedOid;
 constexpr DnNameForm H = DnNameForm::kPrefixedOidHex;
 constexpr DnNameForm X = DnNameForm::kOidHex;
 
-// One column for each style. Style 4 leaves the e-mail address alone and style 5 knows the
-// organization identifier only, because the readers they serve do.
+// One column for each style. That style 4 leaves the e-mail address alone, and that style 5 changes
+// the organization identifier only, is part of the interface.
 // clang-format off
 //                                       0  1  2  3  4  5  6  22
 constexpr DnAttribute::Forms kNamed   = {S, S, S, S, S, S, S, S};

@@ -58,8 +58,8 @@ DnAttributeName chooseName(std::string_view oid, int nameStyle, bool lowercase,
   return dnAttributeName(attribute, form, lowercase, oid);
 }
 
-// Only a comma asks for quotes, and nothing is escaped: this is a text for people, and what
-// applications keep and compare, not the notation of RFC 4514.
+// Only a comma asks for quotes, and nothing is escaped: this is a text for people and for
+// comparison with its like, not the notation of RFC 4514.
 void appendQuotedValue(ClsXml& value, bool hexValue, StringBuffer& out, LogBase& log) {
   const size_t start = out.getSize();
   appendDnValue(value, hexValue, out, log);
@@ -117,7 +117,7 @@ bool VelmoraX509::appendToDN(ClsXml& xml, bool withNames, int nameStyle, XString
     plusSeparator = nameStyle == kPlusStyle;
   }
   xml.GetParent2();
-  return false;  // never meant anything; callers go by the text
+  return false;  // carries no meaning; the text tells
 }
 
 bool VelmoraX509::appendToDN_inner(ClsXml& xml, bool withNames, int nameStyle, bool lowercase,

@@ -10,9 +10,8 @@ constexpr const char* kSerialNumber = "2.5.4.5";
 
 }  // namespace
 
-// Counted by length: a name that holds a NUL may be as much its own issuer's as any other, and must
-// then be known as such. False when memory ran out, since a name that lacks something would pass
-// for another one.
+// Names that hold a NUL are compared to their end. False when memory ran out, since a name that
+// lacks something would pass for another one.
 bool VelmoraX509::compareNames(bool& same, LogBase& log) {
   XString issuerDn;
   XString subjectDn;
@@ -35,12 +34,13 @@ bool VelmoraX509::isIssuedBy(VelmoraX509& issuer, LogBase& log) {
       issuer.getSubjectKeyIdentifier(issuerKeyId, log)) {
     return authorityKeyId.equals(issuerKeyId);
   }
-  // What memory ran out for is not absent, so that nothing weaker may decide in its place.
+  // An identifier for which memory ran out is not absent: the names, which tell less, must not
+  // decide in its place.
   if (authorityKeyId.failed() || issuerKeyId.failed()) return false;
   XString ownText;
   XString issuerText;
-  // An attribute of a name against a certificate's serial number: some issuers put the one into the
-  // other, and what was told apart by it has to stay so.
+  // An attribute of a name against a certificate's serial number: where issuers of one common name
+  // put the one into the other, it tells them apart.
   get_IssuerValue(kSerialNumber, ownText, log);
   issuer.get_SerialNumber(issuerText, log);
   if (ownText.failed() || (!ownText.isEmpty() && !ownText.equalsX(issuerText))) return false;

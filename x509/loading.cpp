@@ -8,7 +8,8 @@
 namespace velmora {
 namespace {
 
-// Applications watch for one progress line, wherever a batch of certificates comes from.
+// One progress line, wherever a batch of certificates comes from: its text is part of the
+// interface.
 constexpr const char* kProgressLine = "Loading PKCS7 (p7b) certificate...";
 
 // A text that ran out of memory is refused unread.
@@ -16,8 +17,8 @@ bool loadTree(ClsXml* tree, const StringBuffer& text, bool autoTrim, LogBase& lo
   return tree != nullptr && !text.failed() && tree->loadXml(text, autoTrim, log);
 }
 
-// Drops the bytes that memory ran out for a tree of. The tree is still that of something else, for
-// which their signature must not speak.
+// Drops bytes for whose tree memory ran out. The tree that is there is another certificate's, for
+// which a signature in these bytes must not vouch.
 void forget(DataBuffer& der) {
   der.clear();
   der.markFailed();
@@ -40,7 +41,7 @@ class ParentExitor {
 bool VelmoraX509::loadX509Der(DataBuffer& der, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "loadX509Der");
-  // What ran out of memory is not the certificate that its bytes show: none of them is loaded.
+  // A buffer that ran out of memory may hold a part of its certificate alone: none of it is loaded.
   const size_t size = der.failed() ? 0 : std::min<size_t>(der.size(), UINT_MAX);
   return loadX509DerAlt(der.data(), static_cast<unsigned int>(size), nullptr, log);
 }
@@ -91,7 +92,7 @@ bool VelmoraX509::loadBundle(SystemCerts* store, LogBase& log) {
   return success;
 }
 
-// Stands on the certificates of a bundle. A certificate that cannot be encoded is passed over, but
+// The handle stands on the certificates of a bundle. One that cannot be encoded is passed over, but
 // without the first there is nothing to become.
 bool VelmoraX509::becomeFirstOfBundle(SystemCerts* store, LogBase& log) {
   const int count = m_certXml->get_NumChildren();
@@ -111,7 +112,7 @@ bool VelmoraX509::becomeFirstOfBundle(SystemCerts* store, LogBase& log) {
   }
   if (firstDer.empty() || firstDer.failed()) return false;
   m_certDer.swap(firstDer);
-  // The flag differs from the one that the bundle was loaded with; both have always been so.
+  // The flag is reserved and has no effect; a bundle as a whole is loaded with true.
   if (loadTree(m_certXml, firstXml, false, log)) return true;
   forget(m_certDer);
   return false;

@@ -112,7 +112,7 @@ bool VelmoraX509::get_PublicKeyXml(StringBuffer& out, LogBase& log) {
 
 bool VelmoraX509::getVelmoraKeyId64(StringBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
-  // The name under which logs have always shown this.
+  // The name of the context is part of the interface.
   LogContextExitor context(log, "x509GetKeyModulus");
   out.weakClear();
   if (!m_keyId64.isEmpty()) return out.append(m_keyId64);

@@ -75,7 +75,7 @@ bool hasAllParts(const CertificateSignature& parts, LogBase& log) {
 }
 
 bool verifyDsa(const CertificateSignature& parts, const DsaKeyData& key, LogBase& log) {
-  // Every other OID, known or not, is taken for dsa-with-sha1, the one that DSA began with.
+  // Every other OID, known or not, is taken for dsa-with-sha1.
   const bool isSha256 = parts.algorithmOid.equals(kDsaWithSha256);
   DataBuffer hash;
   hashToBeSigned(parts, isSha256 ? _vmHash::kSha256 : _vmHash::kSha1, hash);
@@ -108,9 +108,10 @@ bool digestMatches(const CertificateSignature& parts, DataBuffer& digest, Signat
                    LogBase& log) {
   const int hashId = _vmHash::oidToHashAlg(form.hashOid);
   DataBuffer hash;
-  // What is not known is tried as SHA-1: old signers wrote all kinds of OIDs for it.
+  // What is not known is tried as SHA-1, which goes by more OIDs than one. That this lets no
+  // forgery pass rests on kMaxHashOidSize.
   hashToBeSigned(parts, hashId != _vmHash::kUnknown ? hashId : _vmHash::kSha1, hash);
-  // Some signers encoded the digest as a number, which drops its leading zeros.
+  // A digest that was encoded as a number lacks its leading zeros.
   const unsigned char zero = 0;
   form.digestWasShorter = hash.size() > digest.size();
   while (hash.size() > digest.size() && digest.prepend(&zero, 1)) {
@@ -178,7 +179,7 @@ bool verifyEd25519(const CertificateSignature& parts, const Ed25519KeyData& key,
       Ed25519Primitive::verifyDetached(parts.signature.data(), parts.toBeSigned.data(),
                                        parts.toBeSigned.size(), key, log);
   if (!valid) return refuse("Ed25519 signature does not match.", log);
-  // Logs have always shown this line in its own style.
+  // The text is part of the interface, its own style included.
   if (log.m_verbose) log.LogInfo("ed25519 signature is valid");
   return true;
 }

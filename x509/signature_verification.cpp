@@ -3,7 +3,7 @@
 #include "x509/signature_algorithms.h"
 #include "x509/velmora_x509.h"
 
-// The road of one verification, from the names to the trusted roots. The algorithms are in
+// The steps of one verification, from the names to the trusted roots. The algorithms are in
 // signature_algorithms.cpp.
 
 namespace velmora {

@@ -3,7 +3,7 @@
 
 namespace velmora {
 
-// Fills the cache that pins are taken of; nothing is left in it on failure.
+// Fills the cache that pins are made from; nothing is left in it on failure.
 bool VelmoraX509::fillSpkiDer(LogBase& log) {
   if (!moveToSpki()) {
     log.LogError("No SubjectPublicKeyInfo found in ASN.1");
@@ -20,7 +20,7 @@ bool VelmoraX509::getSpkiFingerprint(const StringBuffer& hashAlg, const StringBu
   LogContextExitor context(log, "getSpkiFingerprint");
   CritSecExitor lock(this);
   if (m_spkiDer.empty() && !fillSpkiDer(log)) return false;
-  // A name with a NUL inside names nothing, and equals not even its own beginning.
+  // A name with a NUL inside is that of no encoding, whatever stands before the NUL.
   if (!encoding.equals(encoding.getString())) return false;
   DataBuffer digest;
   _vmHash::doHash(m_spkiDer.data(), static_cast<unsigned int>(m_spkiDer.size()),

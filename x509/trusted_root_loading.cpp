@@ -23,7 +23,7 @@ constexpr const char* kNoMemory = "Out of memory.";
 constexpr const char* kUsualPlaces[] = {
     "/etc/ssl/certs/ca-certificates.crt",                 // Debian, Arch and what comes from them
     "/etc/pki/tls/certs/ca-bundle.crt",                   // Fedora, RHEL
-    "/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem",  // the same, later ones
+    "/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem",  // likewise
     "/etc/ssl/ca-bundle.pem",                             // SUSE
     "/etc/ssl/cert.pem",                                  // Alpine, macOS, OpenBSD
     "/usr/local/share/certs/ca-root-nss.crt",             // FreeBSD

@@ -19,9 +19,9 @@ namespace velmora {
 bool addTrustedRoot(VelmoraX509& root, const char* set, LogBase& log);
 
 /// Marks a certificate's name and serial number as implicitly trusted: every certificate that has
-/// them and signed itself is then a trusted root, whatever its key. False, with an error, when the
-/// serial number cannot be read or memory ran out. Holds the certificate's lock. Log context
-/// "trustRootImplicitly".
+/// them and whose signature is right is then a trusted root, whatever its key. False, with an
+/// error, when the serial number cannot be read or memory ran out. Holds the certificate's lock.
+/// Log context "trustRootImplicitly".
 bool trustRootImplicitly(VelmoraX509& root, const char* set, LogBase& log);
 
 /// Forgets a certificate's name and serial number, and with them a mark. True when they were known.
@@ -41,7 +41,8 @@ struct TrustedRootCount {
 TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log);
 
 /// The file of trusted roots that the operating system keeps: the one that the environment variable
-/// SSL_CERT_FILE names, else the first that exists of the usual places. Null when there is none.
+/// SSL_CERT_FILE names, else the first that can be opened of the usual places. Null when there is
+/// none.
 const char* systemTrustedRootsPath();
 
 /// The same with that file. Without one an error, and nothing is registered.

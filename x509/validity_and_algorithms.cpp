@@ -84,8 +84,8 @@ bool VelmoraX509::get_SerialNumber(XString& out, LogBase&) {
   return found;
 }
 
-// Callers have long read the certificate's own serial number under this name. The tree's form is
-// the canonical one of get_SerialNumber already.
+// Despite its name no attribute of the subject, but the certificate's serial number. The tree's
+// form is the canonical one of get_SerialNumber already.
 bool VelmoraX509::get_SubjectSerial(XString& out, LogBase&) {
   CritSecExitor lock(this);
   out.weakClear();

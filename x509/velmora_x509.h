@@ -15,9 +15,9 @@ namespace velmora {
 class _vmAsn1;
 
 /// One X.509 certificate (RFC 5280): its DER as it was loaded, and an XML tree in which every ASN.1
-/// element is one element (DerXmlCodec describes the form). Every question is answered by a path
-/// query on the tree, so that a strange field never fails the load and is met only by the one who
-/// asks for it.
+/// element is one element (DerXmlCodec describes the form). Nearly every question is answered by a
+/// path query on the tree, so that a strange field never fails the load and is met only by the one
+/// who asks for it.
 ///
 /// Counted from 0: whoever keeps an object increments its count, and an object that was never kept
 /// is deleted. Any thread may call any operation; each member operation holds the object's
@@ -35,12 +35,16 @@ class VelmoraX509 : public RefCountedObject {
 
   /// Loads `n` bytes of DER: one certificate, or a PKCS #7 SignedData bundle ("p7b", RFC 2315 §9.1;
   /// BER is understood). Of a bundle the first certificate becomes this object, and each, the first
-  /// included, is handed in order to `store` when that is not null. Any SEQUENCE loads whose first
-  /// element is no OID; what the fields hold is not looked at.
+  /// included, is handed in order to `store` when that is not null; one that cannot be encoded or
+  /// kept is passed over. Any one element with members loads, whatever its tag, and is a bundle
+  /// when the first of them is an OID; what the fields hold is not looked at. The certificates of a
+  /// bundle are the members of the first context-specific member of what stands for the SignedData,
+  /// so that a CRL of a bundle of CRLs alone ([1]) loads as if it were a certificate.
   ///
-  /// Empties the caches and replaces the stored DER by the bytes given before anything can fail:
-  /// after a failure the object holds the new bytes, and the tree of before or, when the bundle
-  /// itself was at fault, the bundle's. When memory ran out it holds no bytes. Log context
+  /// Empties the caches and replaces the stored DER by the bytes given before anything can fail.
+  /// After a failure the object holds these bytes: with the tree of before when they are not BER,
+  /// and with their own when they are an element without members or a bundle without a certificate.
+  /// Where memory ran out it holds them with their own tree, or no bytes at all. Log context
   /// "loadX509DerAlt".
   bool loadX509DerAlt(const unsigned char* der, unsigned int n, SystemCerts* store, LogBase& log);
 
@@ -58,8 +62,9 @@ class VelmoraX509 : public RefCountedObject {
   // Validity, version, serial number and algorithms (RFC 5280 §4.1). These open no log context, and
   // all but the two validity operations log nothing: a missing field is just false.
 
-  /// The version as people count it, in decimal ("3"); `out` is emptied first. False for a
-  /// certificate without the field, which is one of version 1 (§4.1.2.1).
+  /// The version as people count it, in decimal ("3"); `out` is emptied first. The hexadecimal
+  /// digits of the field are read as if they were decimal, which makes no difference below 10.
+  /// False for a certificate without the field, which is one of version 1 (§4.1.2.1).
   bool get_Version(XString& out, LogBase& log);
 
   /// Appends the serial number's octets in canonical hexadecimal: upper case, the sign octet kept
@@ -111,13 +116,15 @@ class VelmoraX509 : public RefCountedObject {
   bool getDN_reverseOrder(bool forSubject, bool withNames, int nameStyle, XString& out,
                           LogBase& log);
 
-  /// Appends one RDN to `out`; `xml` stands on its "set" and returns to it. Always false: the
-  /// result carries no meaning. Takes no lock.
+  /// Appends one RDN to `out`; `xml` stands on its "set" and returns to it, unless the RDN is
+  /// malformed, which is an error on the log. Always false: the result carries no meaning. Takes no
+  /// lock.
   static bool appendToDN(ClsXml& xml, bool withNames, int nameStyle, XString& out, LogBase& log);
 
   /// Appends one attribute to `out`, after a separator when `out` is not empty (" + " with
-  /// `plusSeparator`, else a comma, followed by a space with `spaceAfterComma`); `xml` stands on
-  /// the attribute's "sequence" and returns to it. False when that does not start with an OID.
+  /// `plusSeparator`, else a comma, followed by a space with `spaceAfterComma`); nothing, and true,
+  /// for one without a value. `xml` stands on the attribute's "sequence" and returns to it, or to
+  /// its parent when that has no members. False, with an error, when it does not start with an OID.
   /// Takes no lock.
   static bool appendToDN_inner(ClsXml& xml, bool withNames, int nameStyle, bool lowercase,
                                bool spaceAfterComma, bool plusSeparator, XString& out,
@@ -128,7 +135,8 @@ class VelmoraX509 : public RefCountedObject {
   /// The size of the stored DER in bytes; 0 before anything was loaded.
   int getCertDerSize();
 
-  /// Appends the stored DER, exactly as it was loaded, to `out`, which is not emptied.
+  /// Appends the stored DER to `out`, which is not emptied: exactly as it was loaded, BER included,
+  /// but as DerXmlCodec::xmlToDer encodes it for a certificate of a bundle or of XML.
   void getCertDer(DataBuffer& out);
 
   /// Replaces `out` by the ASN.1 XML of the whole certificate. The log is not written to.
@@ -151,9 +159,11 @@ class VelmoraX509 : public RefCountedObject {
   // Attributes of the names (RFC 5280 §4.1.2.4 and §4.1.2.6, X.520).
 
   /// Replaces `value` by the first value of the attribute type `oid` (dotted) in the issuer name;
-  /// where a name holds several attributes of the type, the first decides. Understood are
-  /// PrintableString, UTF8String, IA5String and T61String, and as UTF-16 every other type. False,
-  /// with `value` empty and nothing logged, when there is none.
+  /// where a name holds several attributes of the type, the first decides. What decides is the
+  /// first OID of that text at any depth of the name, and a value beside it. Understood are
+  /// PrintableString, UTF8String, IA5String and T61String, and as UTF-16 every type that the tree
+  /// carries as "universal"; an odd last octet is dropped. False, with `value` empty and nothing
+  /// logged, when there is none; with an error when the name cannot be reached.
   bool get_IssuerValue(const char* oid, XString& value, LogBase& log);
 
   /// The same for the subject name. A value that was read as UTF-16 is also logged as "bmpStr".
@@ -191,7 +201,8 @@ class VelmoraX509 : public RefCountedObject {
   bool getDnJson(bool forSubject, StringBuffer& out, LogBase& log, int nameStyle);
 
   /// Appends the pair of one RDN, after a comma when `rdnIndex` is above 0; `xml` stands on its
-  /// "set". Takes no lock. False, with `xml` possibly moved, for what is no RDN.
+  /// "set". Takes no lock. True, with nothing appended, for an attribute without a value; false,
+  /// with an error and `xml` possibly moved, for what is no RDN.
   static bool appendToDnJson(ClsXml& xml, int rdnIndex, int nameStyle, StringBuffer& out,
                              LogBase& log);
 
@@ -207,13 +218,14 @@ class VelmoraX509 : public RefCountedObject {
   /// Replaces `out` by the ASN.1 XML of the extension value.
   bool getExtensionAsnXmlByOid(const char* oid, StringBuffer& out, LogBase& log);
 
-  /// Replaces `out` by the subject key identifier (§4.2.1.2) in base64. Log context
-  /// "getSubjectKeyIdentifier".
+  /// Replaces `out` by the subject key identifier (§4.2.1.2) in base64, or by the XML of an
+  /// extension that is no OCTET STRING. Log context "getSubjectKeyIdentifier".
   bool getSubjectKeyIdentifier(StringBuffer& out, LogBase& log);
 
-  /// Replaces `out` by the keyIdentifier of the authority key identifier (§4.2.1.1) in base64.
-  /// False without that field; the data item "authKeyIdXml" then shows an extension that is there.
-  /// Log context "getAuthorityKeyIdentifier".
+  /// Replaces `out` by the keyIdentifier of the authority key identifier (§4.2.1.1) in base64: the
+  /// first primitive [0] at any depth of the extension, or the octets of one that is an OCTET
+  /// STRING. False without these; the data item "authKeyIdXml" then shows an extension that is
+  /// there. Log context "getAuthorityKeyIdentifier".
   bool getAuthorityKeyIdentifier(StringBuffer& out, LogBase& log);
 
   // Alternative names (RFC 5280 §4.2.1.6).
@@ -223,8 +235,9 @@ class VelmoraX509 : public RefCountedObject {
   /// context "generalizedNames".
   bool generalizedNamesXml(ClsXml& node, XString& out, LogBase& log);
 
-  /// The same for the subject alternative names. Without that extension false, and the information
-  /// line "Cert has no 2.5.29.17 extension.". Log context "getSubjectAlternativeNameXml".
+  /// The same for the subject alternative names. Without that extension, or with one that is not
+  /// BER, false, and the information line "Cert has no 2.5.29.17 extension.". Log context
+  /// "getSubjectAlternativeNameXml".
   bool getSubjectAlternativeNameXml(XString& out, LogBase& log);
 
   /// Replaces `out` by the e-mail addresses and the DNS names of the subject alternative names, in
@@ -239,11 +252,12 @@ class VelmoraX509 : public RefCountedObject {
 
   /// Replaces `out` by the key in the form that loads and verifies: DSA and EC the DER of the
   /// SubjectPublicKeyInfo, every other the octets of the BIT STRING (RSA: the PKCS #1 RSAPublicKey;
-  /// Ed25519: 32 bytes), which are cached. GOST R 34.10-94 is refused with an error. Log context
-  /// "x509_getPublicKey".
+  /// Ed25519: 32 bytes), which are cached. The algorithm 1.2.804.2.1.1.1.1.3.1.1 is refused with an
+  /// error. Log context "x509_getPublicKey".
   bool get_PublicKey(DataBuffer& out, LogBase& log);
 
-  /// The same in the form that an OCSP request hashes: of an EC key the point. Log context
+  /// The same in the form that an OCSP request hashes (RFC 6960 §4.1.1): of an EC key the point. A
+  /// DSA key stays a SubjectPublicKeyInfo here as well, which is not what is hashed. Log context
   /// "get_PublicKeyForOCSP".
   bool get_PublicKeyForOCSP(DataBuffer& out, LogBase& log);
 
@@ -277,7 +291,10 @@ class VelmoraX509 : public RefCountedObject {
   // cannot be read counts as empty.
 
   /// True when the issuer name renders to the same text as the subject name (getDN without names),
-  /// letter case included. Key identifiers are not looked at.
+  /// letter case included. What is compared are the values alone, one behind the other: types of
+  /// attributes and of strings and the borders of RDNs make no difference, CN=a and O=a are the
+  /// same name, and so are two names that are empty or cannot be read. Key identifiers are not
+  /// looked at.
   bool isIssuerSelf(LogBase& log);
 
   /// True when `issuer` is to be taken for this certificate's issuer. When this one has an
@@ -300,6 +317,11 @@ class VelmoraX509 : public RefCountedObject {
   /// key has to be that of the registered root. Nothing else of a chain is looked at: neither
   /// isIssuedBy, nor dates, nor extensions.
   ///
+  /// An issuer that is given is taken at its word, for a certificate with two equal names too: what
+  /// is true then is that the issuer's key signed it and that a root of its name and serial number
+  /// is trusted, and not that it is signed with its own key. Pass null to ask whether a certificate
+  /// is a trusted root.
+  ///
   /// RSA (PKCS #1 v1.5 and RSASSA-PSS, RFC 8017), DSA, ECDSA (FIPS 186-4) and Ed25519 (RFC 8032);
   /// the key's kind chooses between them, and the OID of the outer signatureAlgorithm only the hash
   /// or the scheme of it. False, with an error, for everything that fails. Log context
@@ -312,8 +334,8 @@ class VelmoraX509 : public RefCountedObject {
   /// whose first part is no SEQUENCE is refused, since its fields would not be those signed.
   ///
   /// Holds this certificate's lock, and takes the issuer's for single questions: always the subject
-  /// first. Two certificates that certify each other must therefore not be verified against each
-  /// other by two threads at once.
+  /// first. Certificates that certify each other, two or more in a ring, must therefore not be
+  /// verified against each other by several threads at once.
   bool verifyCertSignature(VelmoraX509* issuer, LogBase& log);
 
  private:
@@ -329,11 +351,11 @@ class VelmoraX509 : public RefCountedObject {
   static bool appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArrayRc& out, LogBase& log);
 
   DataBuffer m_publicKeyDer;  // cache, emptied on load
-  // Comes before computing the identifier and is emptied on load. Nothing fills it, on purpose: the
-  // identifier is computed on every call.
+  // When not empty, it is given out in place of a computed identifier; emptied on load. Nothing
+  // fills it, on purpose: the identifier is computed on every call.
   StringBuffer m_keyId64;
   DataBuffer m_spkiDer;         // cache, emptied on load
-  DataBuffer m_certDer;         // exactly as loaded
+  DataBuffer m_certDer;         // exactly as loaded or, of a bundle or of XML, as encoded
   ClsXml* m_certXml = nullptr;  // owned; on the root between operations
 };
 

@@ -18,8 +18,8 @@ struct Subject {
 };
 std::deque<Subject> makeSubjects();
 
-/// A line of a table: the best times of two benchmarks in microseconds and how often theirs goes
-/// into ours; nothing when one of the two did not run.
+/// A line of a table: the best times of two benchmarks in microseconds, and ours divided by theirs;
+/// nothing when one of the two did not run.
 void printBeside(const Timings& timings, const char* what, const std::string& ours,
                  const std::string& theirs, const char* note = "");
 
@@ -36,8 +36,8 @@ void printCertificates(const Timings& timings);
 /// Keys that are as expensive as possible, and keys beyond the limits, beside usual ones.
 class ExpensiveKeys {
  public:
-  /// A key that nobody made to sign with, and a signature that costs all that one can: it is found
-  /// wrong only after the last multiplication, if the key is accepted at all.
+  /// A key of random numbers, and a signature that costs as much as one can: it is found wrong only
+  /// after the last multiplication, if the key is accepted at all.
   struct Trial {
     const char* name;
     const Scheme& scheme;

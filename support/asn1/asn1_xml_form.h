@@ -68,7 +68,7 @@ inline constexpr Asn1XmlForm kOwnForms[] = {
     universalForm(XmlName::kUtcTime, "utctime", Asn1Content::kLatin1, asn1_tag::kUtcTime),
 };
 
-/// The count of unused bits in the last octet of a BIT STRING.
+/// The most bits that may be unused in the last octet of a BIT STRING.
 inline constexpr unsigned kMaxUnusedBits = 7;
 
 }  // namespace velmora

@@ -21,9 +21,9 @@ enum class BerStep : uint8_t {
 /// Walks one element of BER (X.690 §8) and everything inside it in the order of the bytes, without
 /// recursion: lengths definite or indefinite, each checked against the element around it. Refused
 /// are nesting beyond kMaxAsn1Depth, a missing end-of-contents and octets behind the element, and
-/// more elements than bytes of any use hold: an element costs much more memory than its smallest
-/// form, so beyond 65,536 they must have four octets each on average. Time is proportional to the
-/// input, also when its strings are in segments and nested in a hostile way.
+/// more than 65,536 elements and one for every four octets of the input, since an element costs
+/// much more memory than its smallest form takes. Time is proportional to the input, also when its
+/// strings are in segments and nested in a hostile way.
 class BerWalk {
  public:
   explicit BerWalk(std::span<const unsigned char> bytes) noexcept
@@ -111,8 +111,8 @@ class BerWalk {
   Asn1Fault m_fault;
   std::array<Open, kMaxAsn1Depth> m_open;
 
-  // Where the elements start that the last failed joinString stood in: none of them can be joined,
-  // and without this each would be scanned anew, once per level.
+  // Where the elements start that were open around the segment at which joinString failed last:
+  // none of them can be joined, and without this each would be scanned again, once for each level.
   std::array<size_t, kMaxAsn1Depth> m_notJoinable;
   size_t m_notJoinableCount = 0;
 };

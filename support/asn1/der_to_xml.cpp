@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* kNoMemory = "Out of memory.";
 
-// Each element has its two tags in memory of one size, which is copied whole, longer than the tag
-// as a rule: a copy of constant size is a few instructions.
+// The tags of each element stand in memory of one size, which is copied whole although most tags
+// are shorter: a copy of constant size is a few instructions.
 constexpr size_t kTagRoom = 24;
 
 struct TagText {
@@ -223,7 +223,7 @@ class DerToXml {
   // Room for the tags of one element in any form, kTagRoom of it because tags are copied whole.
   static constexpr size_t kElementRoom = 96 + kTagRoom;
 
-  // Certificates take two and a half to three times their size.
+  // The text of a certificate is two and a half to three times the size of its DER.
   size_t estimate() const noexcept { return 4 * m_size + kElementRoom; }
 
   Asn1Fault noMemory() const noexcept { return {kNoMemory, m_walk.offset(), true}; }

@@ -33,17 +33,19 @@ namespace velmora {
 ///
 /// Base64 has no line breaks, the text has no white space between elements, an empty element is a
 /// pair of tags, and control characters (U+0000 to U+001F, U+007F) are numeric references. No input
-/// that is BER fails for the strangeness of a field. Depth is limited to 100 elements, and an
-/// input of more than 65,536 elements must have four octets for each; time and memory are
-/// proportional to the input.
+/// that is BER fails for the strangeness of a field, but for a tag number above 2^31 - 1. Depth is
+/// limited to 100 elements, and their number to 65,536 and one for every four octets of the input;
+/// time and memory are proportional to the input.
 class DerXmlCodec {
  public:
   static constexpr int kMaxDepth = kMaxAsn1Depth;
 
   /// Appends the XML text of one element in BER to `xml`. Indefinite and non-minimal lengths and
-  /// constructed strings are understood (X.690 §8); the text is then that of the DER. Octets after
-  /// the element are refused. On failure `xml` is as it was, and the error says why, with the data
-  /// item "offset". The flags are passed as false, true and have no effect; `extra` must be null.
+  /// constructed strings of a universal type are understood (X.690 §8); the text is then that of
+  /// the same octets with minimal lengths and primitive strings. Octets after the element are
+  /// refused. On failure `xml` is as it was, and the error says why, with the data item "offset".
+  /// The flags, to be passed as false and true, are reserved and have no effect; `extra` is
+  /// reserved, to be null.
   static bool derToXml(const DataBuffer& der, bool, bool, StringBuffer& xml, ExtPtrArray* extra,
                        LogBase& log);
 

@@ -10,8 +10,8 @@
 namespace velmora {
 
 /// Object identifiers as content octets (X.690 §8.19) and as dotted decimal. An arc may take up to
-/// kMaxOidArcOctets octets, which is 28 times a UUID: turning one number of n digits from binary to
-/// decimal costs n * n steps, so that some bound has to stand against hostile input.
+/// kMaxOidArcOctets octets, where a UUID takes 19: turning a number of n digits from binary to
+/// decimal costs n * n steps, so that hostile input has to meet a bound.
 inline constexpr size_t kMaxOidArcOctets = 512;
 
 /// Appends the dotted decimal form of content octets. False, with `out` as it was, when the octets

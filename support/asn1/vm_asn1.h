@@ -27,7 +27,8 @@ class _vmAsn1 final : public RefCountedObject {
 
   /// Reads the header of the one element that `size` octets hold and leaves the contents undecoded:
   /// the node has no parts until DecodeInner. Null, with an error, when the header is malformed,
-  /// octets follow the element, or memory ran out.
+  /// octets follow the element (behind one of indefinite length DecodeInner finds them), or memory
+  /// ran out.
   static _vmAsn1* DecodeToAsn_1Step(const unsigned char* der, unsigned size, LogBase& log);
 
   /// Decodes the element that the octets start with and everything inside it. `consumed` becomes
@@ -40,9 +41,9 @@ class _vmAsn1 final : public RefCountedObject {
   /// it; null, with an error, when it is not of that form.
   static _vmAsn1* xml_to_asn(ClsXml& at, LogBase& log);
 
-  /// Decodes the contents, every level of them. The flag, passed as false for a certificate and
-  /// true for an algorithm identifier, has no effect: a level costs nothing until its parts are
-  /// asked for. May be called again. False, with an error, when the contents are not BER.
+  /// Decodes the contents, every level of them; a level costs nothing until its parts are asked
+  /// for. The flag is reserved and has no effect. May be called again. False, with an error, when
+  /// the contents are not BER or memory ran out.
   bool DecodeInner(bool, LogBase& log);
 
   /// How many parts a decoded constructed element has; 0 for a primitive one and, as nothing can be
@@ -54,7 +55,8 @@ class _vmAsn1 final : public RefCountedObject {
   _vmAsn1* getAsnPart(int i);
 
   /// Appends the DER of the element. False, with `out` as it was, when the contents of an undecoded
-  /// element are not BER or memory ran out. The flag, passed as false, has no effect.
+  /// element are not BER or memory ran out. The flag, to be passed as false, is reserved and has no
+  /// effect.
   bool EncodeToDer(DataBuffer& out, bool, LogBase& log);
 
   /// Appends the octets of a BIT STRING. False, with nothing appended, for any other element and

@@ -6,11 +6,11 @@
 
 namespace velmora::vartime {
 
+enum class CurveSlope { kMinus3, kZero, kGeneral };  // the a of the curve
+
 /// Points of y^2 = x^3 + a x + b. `Constants` has Field, kSlope and the field elements a() and b().
 /// Every operation is complete: infinity, equal and opposite points give what the group law says.
 /// Results may be the same objects as operands.
-enum class CurveSlope { kMinus3, kZero, kGeneral };  // the a of the curve
-
 template <class Constants>
 struct JacobianArithmetic {
   using Field = typename Constants::Field;

@@ -19,7 +19,7 @@ struct MontgomeryKernel {
 /// The kernel of a path that is supported on this CPU.
 const MontgomeryKernel& montgomeryKernel(ArithmeticPath path) noexcept;
 
-/// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 6 KiB;
+/// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 5 KiB;
 /// immutable after assign, then safe to share. The operations keep their working memory on the
 /// stack (at most 60 KiB) whatever the exponent.
 class MontgomeryModulus {

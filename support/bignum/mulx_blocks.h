@@ -12,7 +12,7 @@
 // The window is to live in registers from one of these pieces to the next.
 #define VELMORA_INLINE __attribute__((always_inline)) inline
 
-// The assembly takes all registers but one, which callers would not always leave.
+// The assembly takes all registers but one, which callers cannot always spare.
 #define VELMORA_OUT_OF_LINE __attribute__((noinline))
 
 // One product: adds the limb `low` of the window and a[i] * rdx, whose upper half takes the place

@@ -18,8 +18,8 @@ inline constexpr size_t kMaxHashOidSize = 20;
 bool isStrictDigestInfo(std::span<const unsigned char> bytes) noexcept;
 
 /// Whether code that reads the octets leniently, as BER of whatever form, could find a hash OID and
-/// a digest in them: as the first part of the first part, and as the content of the second. At most
-/// as many octets as the largest modulus has.
+/// a digest in them: as the first part of the first part, and as the content of the second. To be
+/// given at most as many octets as the largest modulus has.
 bool hasHashAndDigest(std::span<const unsigned char> bytes) noexcept;
 
 }  // namespace velmora

@@ -29,8 +29,8 @@ class EccKeyData {
 
   /// Checks an ECDSA signature (FIPS 186-4 §6.4), the DER of SEQUENCE { r INTEGER, s INTEGER }, on
   /// a hash. False, with the reason logged, when it cannot be checked because it is not that or the
-  /// hash is empty; else `valid` says whether it is right. The flag and the last number, passed as
-  /// false and 0, have no effect.
+  /// hash is empty; else `valid` says whether it is right. The flag and the last number, to be
+  /// passed as false and 0, are reserved and have no effect.
   bool eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool, const unsigned char* hash,
                      unsigned hashLen, bool& valid, LogBase& log, unsigned) const;
 

@@ -13,8 +13,8 @@ class Ed25519Primitive {
   static constexpr size_t kSignatureSize = 64;
 
   /// True when the 64 octets at `sig64` are the signature of the message by the 32 octets of a key
-  /// that Ed25519KeyData accepts; else the reason is logged. The flag, passed as false, has no
-  /// effect, and `scratch` is left as it is: the message is hashed where it lies.
+  /// that Ed25519KeyData accepts; else the reason is logged. The flag, to be passed as false, and
+  /// `scratch`, which is left as it is, are reserved: the message is hashed where it lies.
   static bool verifyDetached(const unsigned char* sig64, const unsigned char* msg, unsigned msgLen,
                              const unsigned char* publicKey32, DataBuffer& scratch, bool,
                              LogBase& log);

@@ -33,7 +33,7 @@ class _vmPublicKey {
   bool loadAnyDer(const DataBuffer& der, LogBase& log);
 
   /// Replaces the key by 32 octets of an Ed25519 key. It is empty when they are not a point, or one
-  /// of small order. The second argument, passed as null, has no effect.
+  /// of small order. The second argument, to be passed as null, is reserved and has no effect.
   void loadEd25519Public(const unsigned char* key32, const char*);
 
   bool isEmpty() const noexcept { return std::holds_alternative<std::monostate>(m_key); }

@@ -8,7 +8,7 @@
 
 namespace velmora {
 
-/// Writing text that anyone may have made where it could forge a line or drive a terminal.
+/// Writing text of any origin to where it could forge a line or drive a terminal.
 
 /// Characters beyond ASCII that move the cursor, turn the direction of text or end a line: C1
 /// controls, bidirectional controls, line and paragraph separators, the byte order mark.

@@ -52,18 +52,18 @@ class ClsXml final : public ClsBase {
   /// other handles keep the document they stand on. White space is kept in content, and dropped
   /// where it stands alone beside child elements. Refused, with an error line and the data item
   /// "offset" (bytes from the start): what is not well-formed, a DOCTYPE, an entity other than the
-  /// five of XML, text between or after child elements, invalid UTF-8, control characters that are
-  /// not references (TAB, LF and CR may stand as they are), depth beyond 256, more than 256
+  /// five of XML, text between or after child elements, invalid UTF-8, characters below U+0020 that
+  /// are not references (TAB, LF and CR may stand as they are), depth beyond 256, more than 256
   /// attributes of an element, names beyond 65,535 bytes, and texts beyond 4 GiB;
   /// the handle's document is then unchanged. An XML declaration, comments, processing instructions
-  /// and CDATA sections are read. `autoTrim` is accepted for its callers and has no effect: content
-  /// always stays as it is.
+  /// and CDATA sections are read. `autoTrim` is reserved and has no effect: content stays as it is,
+  /// but that each of its lines ends with LF, whatever it ended with (XML 1.0 §2.11).
   bool loadXml(const StringBuffer& xml, bool autoTrim, LogBase& log);
   bool loadXml(std::string_view xml, bool autoTrim, LogBase& log);
 
   /// Appends the XML text of the subtree at the handle to `out`: no white space between elements,
-  /// an empty element as a pair of tags, no XML declaration. `compact` is accepted for its callers
-  /// and has no effect: there is one form only, since callers cut these texts out.
+  /// an empty element as a pair of tags, no XML declaration. `compact` is reserved and has no
+  /// effect: there is one form only, and key identifiers are cut out of it.
   bool getXml(bool compact, StringBuffer& out, LogBase& log) const;
 
   /// Replaces `out` by the XML text of the whole document, in the form of getXml.
@@ -85,7 +85,8 @@ class ClsXml final : public ClsBase {
   ClsXml* getChildWithTagUtf8(const char* path) const;
 
   /// Replaces `out` by the content of the element that a path of plain steps reaches; `out` is
-  /// empty when nothing is reached. The flag has no effect. True when the element was reached.
+  /// empty when nothing is reached. The flag is reserved and has no effect. True when the element
+  /// was reached.
   bool getChildContentUtf8(const char* path, StringBuffer& out, bool) const;
 
   /// How many children with the last step's tag the element has that the earlier steps reach.
@@ -152,7 +153,7 @@ class ClsXml final : public ClsBase {
   bool addChildTree(int index, ClsXml& tree, LogBase& log);
 
   /// Replaces the content by bytes in base64, with `zip` as a zlib stream (RFC 1950). The second
-  /// flag and the text, passed as false and null, have no effect.
+  /// flag and the text, to be passed as false and null, are reserved and have no effect.
   bool setBinaryContent(const DataBuffer& data, bool zip, bool, const char*, LogBase& log);
   /// Appends the bytes that setBinaryContent put there with the same `zip` to `out`, at most
   /// `maxSize` of them. False, with the reason logged and `out` as it was, for content that is

@@ -17,7 +17,7 @@ constexpr size_t kMaxNodes = 0x7FFFFFFF;  // child counts are given as int
 
 constexpr XmlNamed kUnnamed = {7, XmlName::kUnnamed, 0};
 
-// Whether an array can take that many more elements without growing any more.
+// Whether an array can take that many more elements without growing.
 template <class T>
 bool growableBy(PodArray<T>& array, size_t count, size_t limit) noexcept {
   const size_t size = array.size();

@@ -55,7 +55,7 @@ struct XmlNameKey {
 };
 
 /// One XML document: all elements, attributes and characters in three growable arrays, linked by
-/// indexes, so that reading a document costs three allocations whatever it holds and destroying one
+/// indexes, so that reading a document costs a few allocations whatever it holds and destroying one
 /// walks nothing. Node 0 is the root and always exists. Text that is replaced stays behind unused
 /// until the document goes. Counted, because several handles may stand on one document; the handles
 /// that share it must not be used concurrently while one of them changes it.

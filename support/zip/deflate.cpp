@@ -118,8 +118,8 @@ class BlockBuilder {
   size_t m_position = 0;       // how much of the input the symbols stand for
 };
 
-/// True when a literal and then `next`, a longer match one byte later, beat `match`: the bytes that
-/// it covers more must be worth the bits that a greater distance costs more.
+/// True when a literal and then `next`, a longer match one byte later, beat `match`: the additional
+/// bytes that it covers must be worth the additional bits of a greater distance.
 bool isWorthALiteral(const Match& match, const Match& next) noexcept {
   const int longer = static_cast<int>(next.length) - static_cast<int>(match.length);
   const int farther = static_cast<int>(std::bit_width(next.distance)) -

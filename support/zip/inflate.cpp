@@ -154,7 +154,7 @@ class Inflater {
     const InflateResult result = readLengths(table, {lengths, literals + distances});
     if (result != InflateResult::kOk) return result;
     const std::span<const uint8_t> all(lengths, literals + distances);
-    // A block without an end, which never could stop, is refused.
+    // A block that has no code word for its end is refused.
     const bool good = all[kEndOfBlock] != 0 &&
                       m_tables.literals.build(all.first(literals), kLiteralMeanings.data(),
                                               IncompleteCode::kAllowOneSymbol) &&

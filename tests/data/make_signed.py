@@ -5,7 +5,8 @@ Records with the key Issuer are certificates whose two names are the same: those
 their own key verify the other records, the namesakes at the end were signed by the key rsa-1024.
 Honest ones are made by the openssl command line alone. The strange ones are put together here, with
 signatures of the same keys. A record with the key Strict is valid for the library, which is lenient,
-but not for the command line, and these words are in its reason. New keys are made in every run, so that the file changes as a whole.
+but not for the command line, and these words are in its reason. New keys are made in every run, so that
+the file changes as a whole.
 """
 
 import hashlib

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Drives the program as its users do: cli_test.py PROGRAM [unittest arguments]."""
+"""Drives the program from outside: cli_test.py PROGRAM [unittest arguments]."""
 import base64
 import contextlib
 import hashlib

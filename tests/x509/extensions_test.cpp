@@ -19,7 +19,7 @@ TEST(Extensions, AreFoundByTheirOid) {
                     extension("1.2.3.4", "longer OID"), extension("1.2.5", "first"),
                     extension("1.2.5", "second"), der::sequence(der::oid("1.2.6")),
                     extension("1.2.6", "after one without a value"), extension("1.2.7", ""));
-  for (const unsigned tag : {3u, 0u}) {  // [0] was used for extensions before version 3
+  for (const unsigned tag : {3u, 0u}) {  // both places of the list
     der::Certificate fields;
     fields.extensions = der::context(tag, listed);
     if (tag == 0) fields.version = "";

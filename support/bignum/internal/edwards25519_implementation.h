@@ -240,7 +240,7 @@ class Edwards25519Implementation final : public Edwards25519 {
     }
   }
 
-  // Made at first use, which takes about as long as two verifications.
+  // Made at first use, which takes as long as a few verifications.
   static const BaseTable& baseTable() {
     static const BaseTable table = makeBaseTable();
     return table;
