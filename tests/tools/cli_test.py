@@ -268,6 +268,10 @@ class Name(unittest.TestCase):
         members = [("CN", "next"), ("CN", "Zürich")]
         _, out, _ = run("name", "--members", "-", stdin=certificate(subject))
         self.assertEqual(json.loads(out, object_pairs_hook=list), members)
+        first, bare = tlv(0x31, tlv(0x30, oid(O), tlv(UTF8, b"first"))), tlv(0x30, oid(CN))
+        for last in (tlv(0x31, bare), tlv(0x31), bare, b""):
+            _, out, _ = run("name", "--members", "-", stdin=certificate(tlv(0x30, first, last)))
+            self.assertEqual(out, '{"O":"first"}\n')
         status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
         self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
 
