@@ -69,9 +69,10 @@ const Command kShowCommand = {
     "\n"
     "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
     "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"
-    "otherName {oid, text} or {oid, hex}, and of x400, ediParty and what is malformed\n"
-    "the base64 of the whole name in DER. publicKey is {type, bits, curve},\n"
-    "extensions lists {oid, name, critical, value}, where value is base64.\n",
+    "otherName {oid, text} or {oid, hex}, and of x400 and ediParty the base64 of the\n"
+    "whole name in DER. Of a malformed one it is null, and that base64 is the member\n"
+    "malformed. publicKey is {type, bits, curve}, extensions lists {oid, name,\n"
+    "critical, value}, where value is base64.\n",
     kOptions, runShow};
 
 }  // namespace velmora::tool

@@ -298,7 +298,7 @@ class Extensions(unittest.TestCase):
             return tlv(0xA0, oid("1.3.6.1.4.1.311.20.2.3"), tlv(0xA0, value))
 
         other_der = tlv(0x30, tlv(0x05))
-        party, unknown = tlv(0xA5, tlv(0xA1, tlv(UTF8, b"p"))), tlv(0x89, b"?")
+        x400, party, unknown = tlv(0xA3, tlv(0x30)), tlv(0xA5, tlv(0xA1, tlv(UTF8, b"p"))), tlv(0x89, b"?")
         v6 = bytes.fromhex
         cases = [
             (other(tlv(UTF8, b"user@corp")), ("otherName", {"oid": "1.3.6.1.4.1.311.20.2.3", "text": "user@corp"})),
@@ -306,6 +306,7 @@ class Extensions(unittest.TestCase):
             (tlv(0x81, b"a@b.example"), ("email", "a@b.example")),
             (tlv(0x82, b"a.example\0.evil\nDNS:b,"), ("dns", "a.example\0.evil\nDNS:b,")),
             (tlv(0x86, b"https://x/?a=b"), ("uri", "https://x/?a=b")),
+            (x400, ("x400", base64.b64encode(x400).decode())),
             (party, ("ediParty", base64.b64encode(party).decode())),
             (tlv(0xA4, name((CN, tlv(UTF8, b"d")), (O, tlv(UTF8, b"e, f")))), ("directory", 'CN=d, O="e, f"')),
             (tlv(0x88, oid(f"1.2.{2**200}")[2:]), ("registeredId", f"1.2.{2**200}")),
@@ -318,13 +319,21 @@ class Extensions(unittest.TestCase):
             (tlv(0x87, v6("20010db8000000000001000000000001")), ("ip", "2001:db8::1:0:0:1")),
             (tlv(0x87, bytes(16)), ("ip", "::")),
             (tlv(0x87, v6("0" * 20 + "ffffc0000201")), ("ip", "::ffff:192.0.2.1")),
-            (tlv(0x87, b"12345"), ("ip", base64.b64encode(tlv(0x87, b"12345")).decode())),
         ]
+        # Each differs from a name that is in order by its tag or its length alone.
+        malformed = [("otherName", tlv(0x80, b"?")), ("email", tlv(0xA1, tlv(IA5, b"a@b"))), ("dns", tlv(0xA2, tlv(IA5, b"b"))),
+                     ("x400", tlv(0x83, b"?")), ("directory", tlv(0xA4, tlv(UTF8, b"d"))), ("ediParty", tlv(0x85, b"?")),
+                     ("uri", tlv(0xA6, tlv(IA5, b"u:"))), ("ip", tlv(0x87, b"12345")), ("registeredId", tlv(0x88, b"\x80\1"))]
         names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltNames"]
         self.assertEqual([(each["type"], each["value"]) for each in names], [expected for _, expected in cases])
         text = self.shown(with_names(*(der for der, _ in cases)))
         self.assertIn("  Alternative names    otherName userPrincipalName=user@corp\n", text)
         self.assertIn("\n                       dns a.example\\x00.evil\\x0ADNS:b,\n", text)
+        names = self.shown(with_names(*(der for _, der in malformed)), "--json")["subjectAltNames"]
+        self.assertEqual(names, [{"type": kind, "value": None, "malformed": base64.b64encode(der).decode()} for kind, der in malformed])
+        # A DNS name whose text is the DER of another is told from it.
+        text = self.shown(with_names(malformed[2][1], tlv(0x82, b"malformed #a203160162")))
+        self.assertIn("malformed dns #a203160162\n                       dns malformed #a203160162\n", text)
 
     def test_meanings(self):
         uri = tlv(0x86, b"http://x/")
