@@ -352,7 +352,12 @@ class Extensions(unittest.TestCase):
                               tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
             ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
             ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02, b"\xff")), "cannot be read, 8 bytes"),
-            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"), ("2.5.29.19", tlv(0x30), "not a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01)), "cannot be read, 4 bytes"), ("2.5.29.19", tlv(0x30, tlv(0x01, b"\1")), "critical: a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\xff\xff")), "cannot be read, 6 bytes"),
+            ("2.5.29.19", tlv(0x30, CRITICAL, CRITICAL), "cannot be read, 8 bytes"),
+            ("2.5.29.15", tlv(0x03, b"\1\6"), "critical: keyCertSign, cRLSign"), ("2.5.29.15", tlv(0x03, b"\2\6"), "cannot be read, 4 bytes"),
+            ("2.5.29.15", tlv(0x03, b"\7\6\xff"), "cannot be read, 5 bytes"), ("2.5.29.15", tlv(0x03, b"\0"), "critical: nothing"),
             ("2.5.29.15", tlv(0x30), "cannot be read, 2 bytes"), ("2.5.29.19", b"junk", "cannot be read, 4 bytes"),
             ("1.2.3.4", b"junk!", "1.2.3.4, critical: 5 bytes"),
         ]
