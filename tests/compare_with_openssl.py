@@ -130,6 +130,7 @@ def fields(der):
             "emails": addresses(attributes["subject"], names),
             "subjectKeyIdentifier": subject_key_identifier(extensions),
             "authorityKeyIdentifier": authority_key_identifier(extensions),
+            "warnings": ["only a certificate of version 3 may have extensions"] if extensions and version < 3 else [],
             "publicKey": public_key(parts[5][1]), "sha1": hashlib.sha1(der).hexdigest().upper(),
             "sha256": hashlib.sha256(der).hexdigest().upper(),
             "spkiSha256": base64.b64encode(hashlib.sha256(encoded(0x30, parts[5][1])).digest()).decode()}

@@ -14,9 +14,9 @@ namespace {
 
 constexpr std::string_view kEmailAddress = "1.2.840.113549.1.9.1";
 
-// Addresses in the order in which they are added, each once; an empty text is none. Whoever asks for
-// a certificate chooses them, so that they must not decide how long it takes to find one again: a
-// tree takes the same for all, where the texts of one hash would fill one bucket.
+// Addresses in the order in which they are added, each once; an empty text is none. Whoever asks
+// for a certificate chooses them, so that they must not decide how long it takes to find one again:
+// a tree takes the same for all, where the texts of one hash would fill one bucket.
 class AddressList {
  public:
   void add(std::string_view address) {

@@ -22,7 +22,7 @@ THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.or
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
         "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
         "authorityKeyIdentifier", "subjectAltNames", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
-        "publicKey", "extensions"]
+        "publicKey", "extensions", "warnings"]
 # What no output may hold, except the newlines between its lines.
 STEERING = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]")
 
@@ -148,7 +148,7 @@ class Show(unittest.TestCase):
         self.assertEqual(added, {
             "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltNames": [], "emails": [],
             "sha1": added["sha1"], "sha256": added["sha256"], "spkiSha256": added["spkiSha256"],
-            "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": []})
+            "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": [], "warnings": []})
         self.assertEqual(lines[4]["emails"], ["a@example.org"])
         self.assertEqual(first, {
             "source": "", "index": 0, "subject": "CN=Zurich", "issuer": "CN=issuer", "serialNumber": "00ABCD",
@@ -190,6 +190,32 @@ class Show(unittest.TestCase):
         _, xml, _ = run("show", "--xml", data("hostile.pem"))
         self.assertEqual(xml.count("\n</certificate>\n"), 15)
         self.assertIn("<CN>host.example&#0;.evil.example</CN>", xml)
+
+    def test_version_is_a_number_and_fits_the_extensions(self):
+        def field(content):
+            return tlv(0xA0, tlv(0x02, content))
+
+        odd, unread, extended = (["the version is none of 1, 2 and 3"], ["the version cannot be read"],
+                                 ["only a certificate of version 3 may have extensions"])
+        cases = [
+            (b"", 1, []), (field(b"\1"), 2, []), (field(b"\2"), 3, []), (field(b"\0"), 1, []), (field(b"\0\2"), 3, []),
+            (field(b"\x10"), 17, odd), (field(b"\2\xab"), 684, odd), (field(b"\xff"), 0, odd), (field(b"\xfe"), -1, odd),
+            (field(b"\3"), 4, odd), (field(b"\x7f" + b"\xff" * 5), 2**47, odd), (field(b"\x80" + bytes(5)), 1 - 2**47, odd),
+            (field(b"\x7f" + b"\xff" * 6), "an INTEGER of 7 octets", odd), (field(b"\2" + bytes(99_999)), "an INTEGER of 100000 octets", odd),
+            (field(b""), "cannot be read", unread), (tlv(0x80, b"\2"), "cannot be read", unread),
+            (tlv(0xA0, tlv(0x04, b"\2")), "cannot be read", unread), (tlv(0xA0, 2 * tlv(0x02, b"\2")), "cannot be read", unread),
+        ]
+        listed = [tlv(0x30, oid("1.2.3"), tlv(0x04))]
+        for version, number, expected in cases:
+            for extensions in ([], listed):
+                with self.subTest(version=version[:9], extensions=extensions):
+                    der = certificate(name(), version=version, extensions=extensions)
+                    warnings = extended if extensions and number in (1, 2) else expected
+                    said = json.loads(run("show", "--json", "-", stdin=der)[1])
+                    self.assertEqual((said["version"], said["warnings"]), (number if isinstance(number, int) else None, warnings))
+                    text = run("show", "-", stdin=der)[1]
+                    self.assertIn(f"\n  Version              {number}\n", text)
+                    self.assertEqual(re.findall("\n  Warning              (.*)", text), warnings)
 
     def test_colours_only_on_a_terminal_and_without_no_color(self):
         for variable, coloured in (({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)):
