@@ -130,6 +130,7 @@ def fields(der):
             "emails": addresses(attributes["subject"], names),
             "subjectKeyIdentifier": subject_key_identifier(extensions),
             "authorityKeyIdentifier": authority_key_identifier(extensions),
+            "warnings": ["only a certificate of version 3 may have extensions"] if extensions and version < 3 else [],
             "publicKey": public_key(parts[5][1]), "sha1": hashlib.sha1(der).hexdigest().upper(),
             "sha256": hashlib.sha256(der).hexdigest().upper(),
             "spkiSha256": base64.b64encode(hashlib.sha256(encoded(0x30, parts[5][1])).digest()).decode()}
@@ -181,12 +182,14 @@ def general_names(extensions):
 
 
 def shown_name(tag, content):
-    """A general name as the program shows it."""
+    """A general name as the program shows it; the data have no malformed one but of an IP address."""
     kinds = ["otherName", "email", "dns", "x400", "directory", "ediParty", "uri", "ip", "registeredId"]
     value = base64.b64encode(encoded(tag, content)).decode()
     if tag in (0x81, 0x82, 0x86):
         value = content.decode("utf-8", "replace")
-    elif tag == 0x87 and len(content) in (4, 16):
+    elif tag == 0x87 and len(content) not in (4, 16):
+        return {"type": "ip", "value": None, "malformed": value}
+    elif tag == 0x87:
         value = str(ipaddress.ip_address(content))
     elif tag == 0x88:
         value = dotted(content)

@@ -1,6 +1,6 @@
 #include "tools/certificate_facts.h"
 
-#include <unordered_set>
+#include <set>
 
 #include "support/hash/vm_hash.h"
 #include "tools/general_name.h"
@@ -14,7 +14,9 @@ namespace {
 
 constexpr std::string_view kEmailAddress = "1.2.840.113549.1.9.1";
 
-// Addresses in the order in which they are added, each once; an empty text is none.
+// Addresses in the order in which they are added, each once; an empty text is none. Whoever asks
+// for a certificate chooses them, so that they must not decide how long it takes to find one again:
+// a tree takes the same for all, where the texts of one hash would fill one bucket.
 class AddressList {
  public:
   void add(std::string_view address) {
@@ -26,7 +28,7 @@ class AddressList {
 
  private:
   std::vector<std::string> m_addresses;
-  std::unordered_set<std::string> m_known;
+  std::set<std::string> m_known;
 };
 
 void addFromSubject(ClsXml& subject, AddressList& addresses) {

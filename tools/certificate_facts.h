@@ -15,7 +15,7 @@ inline constexpr std::string_view kSubjectKeyIdentifier = "2.5.29.14";
 inline constexpr std::string_view kSubjectAltName = "2.5.29.17";
 inline constexpr std::string_view kAuthorityKeyIdentifier = "2.5.29.35";
 
-/// The version as people count it; a certificate without the field is one of version 1.
+/// The version as get_Version has it; a certificate without the field is one of version 1.
 void readVersion(VelmoraX509& certificate, XString& version, LogBase& log);
 
 /// Whether subject and issuer are the same name (nameKey), which no empty or malformed one is.

@@ -40,6 +40,7 @@ class CertificateTree {
   // New handles on parts, which everything with the shape of a certificate (classifyDer) has. The
   // two algorithms are those of the signature: inside tbsCertificate (§4.1.2.3) and behind it
   // (§4.1.1.2).
+  XmlHandle signedPart() const { return part("sequence"); }
   XmlHandle innerAlgorithm() const { return part("sequence|sequence"); }
   XmlHandle outerAlgorithm() const { return part("sequence[1]"); }
   XmlHandle subject() const { return part("sequence|sequence[3]"); }

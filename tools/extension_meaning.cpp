@@ -71,13 +71,27 @@ bool appendNumber(std::string_view digits, StringBuffer& out) {
 
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
 bool explainBasicConstraints(ClsXml& at, Items& items) {
-  StringBuffer text;
-  const bool isCa = readChild(at, "bool", text) && !text.equals("00");
-  items.next().append(isCa ? "a CA" : "not a CA");
-  if (!readChild(at, "int", text)) return true;
+  constexpr std::string_view kFalse = "00";
+  std::string_view isCa = kFalse;
+  std::optional<std::string_view> pathLength;
+  bool wellFormed = true;
+  bool first = true;
+  eachChild(at, [&] {
+    if (first && at.tagEquals("bool")) {
+      isCa = at.contentView();
+    } else if (!pathLength && at.tagEquals("int")) {
+      pathLength = at.contentView();
+    } else {
+      wellFormed = false;
+    }
+    first = false;
+  });
+  if (!wellFormed || isCa.size() != kFalse.size()) return false;  // one octet (X.690 §8.2.1)
+  items.next().append(isCa == kFalse ? "not a CA" : "a CA");
+  if (!pathLength) return true;
   StringBuffer& out = items.next();
   out.append("path length ");
-  return appendNumber(text.view(), out);
+  return appendNumber(*pathLength, out);
 }
 
 // KeyUsage ::= BIT STRING, the first bit being digitalSignature
@@ -88,6 +102,9 @@ bool explainKeyUsage(ClsXml& at, Items& items) {
   DataBuffer octets;
   octets.appendEncoded(at.contentView(), "hex");
   const std::span<const unsigned char> bits = whole(octets).span();
+  // In DER the unused bits are zero (X.690 §11.2.1).
+  const unsigned unused = (1U << at.getAttrValueInt("unused")) - 1;
+  if (!bits.empty() && (bits.back() & unused) != 0) return false;
   for (size_t i = 0; i < std::size(kUsages) && i / 8 < bits.size(); ++i) {
     if ((bits[i / 8] & (0x80U >> (i % 8))) != 0) items.next().append(kUsages[i]);
   }

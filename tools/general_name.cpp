@@ -13,11 +13,13 @@ namespace {
 constexpr std::string_view kTypes[] = {"otherName", "email", "dns", "x400",        "directory",
                                        "ediParty",  "uri",   "ip",  "registeredId"};
 
+constexpr std::string_view kUnknown = "unknown";
+
 std::string_view typeOf(const ClsXml& at) {
-  if (!at.tagEquals("contextSpecific")) return "unknown";
+  if (!at.tagEquals("contextSpecific")) return kUnknown;
   const int tag = at.getAttrValueInt("tag");
   const bool isKnown = tag >= 0 && tag < static_cast<int>(std::size(kTypes));
-  return isKnown ? kTypes[tag] : "unknown";
+  return isKnown ? kTypes[tag] : kUnknown;
 }
 
 // There must be a child.
@@ -56,6 +58,12 @@ bool readDirectoryName(const ClsXml& at, GeneralName& name) {
   return name.text.append(whole(text).getUtf8Sb());
 }
 
+// Of x400Address and ediPartyName, and of what is no general name of RFC 5280, nothing is read.
+bool isUnread(const ClsXml& at, const GeneralName& name) {
+  if (name.type == kUnknown) return true;
+  return (isContext(at, 3) || isContext(at, 5)) && at.getAttrValueInt("constructed") != 0;
+}
+
 bool readValue(ClsXml& at, GeneralName& name) {
   if (isContext(at, 0)) return readOtherName(at, name);
   if (isContext(at, 4)) return readDirectoryName(at, name);
@@ -78,7 +86,7 @@ void readGeneralName(ClsXml& at, GeneralName& name) {
   name.text.weakClear();
   name.octets.clear();
   if (!readValue(at, name)) {
-    name.form = GeneralName::Form::kOctets;
+    name.form = isUnread(at, name) ? GeneralName::Form::kOctets : GeneralName::Form::kMalformed;
     whole(name.octets).clear();
     appendDer(at, name.octets);
   }
@@ -95,6 +103,9 @@ void writeGeneralName(const GeneralName& name, JsonLine& line) {
     line.text("value", name.text.view());
   } else if (name.form == Form::kOctets) {
     line.base64("value", name.octets.span());
+  } else if (name.form == Form::kMalformed) {
+    line.null("value");
+    line.base64("malformed", name.octets.span());
   } else {
     line.beginObject("value");
     line.text("oid", name.oid.view());
@@ -111,6 +122,7 @@ using AppendText = void (*)(std::string_view text, StringBuffer& out);
 
 void appendName(const GeneralName& name, OidStyle style, AppendText appendText, StringBuffer& out) {
   using Form = GeneralName::Form;
+  if (name.form == Form::kMalformed) out.append("malformed ");
   out.append(name.type);
   out.appendChar(' ');
   if (name.form == Form::kOtherText || name.form == Form::kOtherOctets) {

@@ -17,7 +17,8 @@ struct GeneralName {
                    // rendering in UTF-8
     kOtherText,    // otherName: `text` of the type `oid`
     kOtherOctets,  // otherName: `octets`, DER of the type `oid`
-    kOctets        // `octets`: the DER of the whole general name
+    kOctets,       // of a type without a text: `octets`, the DER of the whole general name
+    kMalformed     // `octets`: the same, of what is not what its type says
   };
 
   std::string_view type;  // otherName, email, dns, x400, directory, ediParty, uri, ip, registeredId
@@ -27,15 +28,15 @@ struct GeneralName {
   DataBuffer octets;
 };
 
-/// Reads the general name at the handle, which is back afterwards. What is malformed, and what has
-/// no text, is given as octets.
+/// Reads the general name at the handle, which is back afterwards.
 void readGeneralName(ClsXml& at, GeneralName& name);
 
-/// The name as {type, value}.
+/// The name as {type, value}; of a malformed one the value is null and the member "malformed" has
+/// its DER in base64.
 void writeGeneralName(const GeneralName& name, JsonLine& line);
 
 /// The name for people: the type and the value, safe to print; the second as one of several items
-/// of a line.
+/// of a line. A malformed one has "malformed" in front, where no value can stand.
 void appendGeneralName(const GeneralName& name, OidStyle style, StringBuffer& out);
 void appendGeneralNameItem(const GeneralName& name, OidStyle style, StringBuffer& out);
 

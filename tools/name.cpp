@@ -42,13 +42,16 @@ class PrintName final : public CertificateVisitor {
 
  private:
   const char* printMembers() {
-    StringBuffer members("{");
+    StringBuffer members;
     const bool read = m_loaded.get().getDnJson(!m_form.issuer, members, m_log, m_form.style);
-    whole(members);
+    std::string_view text = whole(members).view();
     if (!read) return "The name cannot be read.";
-    members.appendChar('}');
-    appendJsonDocument(members.view(), m_console.out());
-    m_console.out().appendChar('\n');
+    // The members start with a comma where the last RDN gives no pair.
+    if (text.starts_with(',')) text.remove_prefix(1);
+    StringBuffer& out = m_console.out();
+    out.appendChar('{');
+    appendJsonDocument(text, out);
+    out.append("}\n");
     return nullptr;
   }
 

@@ -50,7 +50,7 @@ constexpr OptionSpec kOptions[] = {
      "one JSON object a line: source, index, subject, issuer, serialNumber, version, notBefore, "
      "notAfter, validNow, signatureAlgorithm, publicKeyAlgorithm, subjectKeyIdentifier, "
      "authorityKeyIdentifier, subjectAltNames, emails, sha1, sha256, spkiSha256, selfIssued, "
-     "publicKey, extensions; or source, index, error"},
+     "publicKey, extensions, warnings; or source, index, error"},
     {"--with-der", "", "with --json: also der, the certificate in base64"},
     {"--xml", "", "the summary of each certificate as XML"},
     {"--oids", "", "OIDs as numbers alone, without their names"},
@@ -65,13 +65,15 @@ std::unique_ptr<CertificateVisitor> makeShowXml(Console& console) {
 const Command kShowCommand = {
     "show", "show the fields of each certificate (the default when the first argument is a file)",
     "The index in JSON counts from 0 within each source, the blocks for people from\n"
-    "1; what could not be read counts too. A date that cannot be read is null.\n"
+    "1; what could not be read counts too. A date that cannot be read is null, and\n"
+    "so is a version that is no number. warnings is a list of texts.\n"
     "\n"
     "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
     "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"
-    "otherName {oid, text} or {oid, hex}, and of x400, ediParty and what is malformed\n"
-    "the base64 of the whole name in DER. publicKey is {type, bits, curve},\n"
-    "extensions lists {oid, name, critical, value}, where value is base64.\n",
+    "otherName {oid, text} or {oid, hex}, and of x400 and ediParty the base64 of the\n"
+    "whole name in DER. Of a malformed one it is null, and that base64 is the member\n"
+    "malformed. publicKey is {type, bits, curve}, extensions lists {oid, name,\n"
+    "critical, value}, where value is base64.\n",
     kOptions, runShow};
 
 }  // namespace velmora::tool

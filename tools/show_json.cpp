@@ -4,6 +4,7 @@
 #include "tools/json_writer.h"
 #include "tools/key_description.h"
 #include "tools/show.h"
+#include "tools/version.h"
 #include "tools/whole.h"
 #include "x509/oid_names.h"
 
@@ -30,6 +31,7 @@ class ShowJson final : public CertificateVisitor {
     line.boolean("selfIssued", isSelfIssued(m_tree));
     writeKey(line);
     writeExtensions(line);
+    writeWarnings(line);
     if (m_withDer) line.base64("der", input.der);
     line.end();
     return nullptr;
@@ -42,8 +44,8 @@ class ShowJson final : public CertificateVisitor {
     field(line, "issuer", certificate.getDN(false, true, m_text, m_log, 0));
     m_text.weakClear();
     field(line, "serialNumber", certificate.get_SerialNumber(m_text, m_log));
-    readVersion(certificate, m_text, m_log);
-    line.number("version", whole(m_text).view());
+    const std::optional<int64_t> version = describeVersion(m_tree).number;
+    version ? line.number("version", *version) : line.null("version");
     date(line, "notBefore", true);
     date(line, "notAfter", false);
     line.boolean("validNow", !certificate.isCertExpired(m_log));
@@ -116,6 +118,12 @@ class ShowJson final : public CertificateVisitor {
       extension.value ? line.text("value", *extension.value) : line.null("value");
       line.endObject();
     }
+    line.endList();
+  }
+
+  void writeWarnings(JsonLine& line) {
+    line.beginList("warnings");
+    for (const auto text : versionWarnings(describeVersion(m_tree), m_tree)) line.text("", text);
     line.endList();
   }
 

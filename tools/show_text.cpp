@@ -8,6 +8,7 @@
 #include "tools/general_name.h"
 #include "tools/key_description.h"
 #include "tools/show.h"
+#include "tools/version.h"
 #include "tools/whole.h"
 
 namespace velmora::tool {
@@ -31,8 +32,7 @@ class ShowText final : public CertificateVisitor {
     line("Self-issued", isSelfIssued(m_tree) ? "yes" : "no");
     m_text.weakClear();
     row("Serial number", certificate.get_SerialNumber(m_text, m_log));
-    readVersion(certificate, m_text, m_log);
-    row("Version", true);
+    version();
     validity();
     oidRow("Signature algorithm", certificate.get_SignatureAlgorithm(m_text, m_log));
     oidRow("Key algorithm", certificate.get_PublicKeyAlgorithm(m_text, m_log));
@@ -43,6 +43,7 @@ class ShowText final : public CertificateVisitor {
     nameRows();
     digests(input.der);
     extensions();
+    warnings();
     return nullptr;
   }
 
@@ -92,6 +93,31 @@ class ShowText final : public CertificateVisitor {
     label(name);
     read ? appendOid(m_text.view(), m_style, m_out) : unreadable();
     m_out.appendChar('\n');
+  }
+
+  void version() {
+    const Version version = describeVersion(m_tree);
+    label("Version");
+    if (version.number) {
+      m_out.appendInt(*version.number);
+    } else if (version.longOctets != 0) {
+      m_out.append("an INTEGER of ");
+      m_out.appendInt(static_cast<int64_t>(version.longOctets));
+      m_out.append(" octets");
+    } else {
+      unreadable();
+    }
+    m_out.appendChar('\n');
+  }
+
+  void warnings() {
+    for (const auto text : versionWarnings(describeVersion(m_tree), m_tree)) {
+      label("Warning");
+      colour(Colour::kBad);
+      m_out.append(text);
+      colour(Colour::kNone);
+      m_out.appendChar('\n');
+    }
   }
 
   void key() {

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <system_error>
-#include <unordered_set>
 
 #include "tools/command.h"
 #include "tools/escape.h"
@@ -112,7 +112,7 @@ class WriteFiles final : public CertificateVisitor {
   LoadedCertificate m_loaded;
   LogNull m_log;
   StringBuffer m_content;
-  std::unordered_set<std::string> m_written;
+  std::set<std::string> m_written;
 };
 
 // What cannot be written to has its line here, and not one for each certificate.

@@ -7,13 +7,14 @@ import json
 import os
 import pathlib
 import re
+import resource
 import subprocess
 import sys
 import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
-from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, UTF8, certificate, name, oid, pem, tlv
+from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, UTF8, certificate, name, oid, one_hash, pem, tlv
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
@@ -21,7 +22,7 @@ THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.or
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
         "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
         "authorityKeyIdentifier", "subjectAltNames", "emails", "sha1", "sha256", "spkiSha256", "selfIssued",
-        "publicKey", "extensions"]
+        "publicKey", "extensions", "warnings"]
 # What no output may hold, except the newlines between its lines.
 STEERING = re.compile("[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff]")
 
@@ -147,7 +148,7 @@ class Show(unittest.TestCase):
         self.assertEqual(added, {
             "subjectKeyIdentifier": None, "authorityKeyIdentifier": None, "subjectAltNames": [], "emails": [],
             "sha1": added["sha1"], "sha256": added["sha256"], "spkiSha256": added["spkiSha256"],
-            "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": []})
+            "selfIssued": False, "publicKey": {"type": "EC", "bits": None, "curve": None}, "extensions": [], "warnings": []})
         self.assertEqual(lines[4]["emails"], ["a@example.org"])
         self.assertEqual(first, {
             "source": "", "index": 0, "subject": "CN=Zurich", "issuer": "CN=issuer", "serialNumber": "00ABCD",
@@ -189,6 +190,32 @@ class Show(unittest.TestCase):
         _, xml, _ = run("show", "--xml", data("hostile.pem"))
         self.assertEqual(xml.count("\n</certificate>\n"), 15)
         self.assertIn("<CN>host.example&#0;.evil.example</CN>", xml)
+
+    def test_version_is_a_number_and_fits_the_extensions(self):
+        def field(content):
+            return tlv(0xA0, tlv(0x02, content))
+
+        odd, unread, extended = (["the version is none of 1, 2 and 3"], ["the version cannot be read"],
+                                 ["only a certificate of version 3 may have extensions"])
+        cases = [
+            (b"", 1, []), (field(b"\1"), 2, []), (field(b"\2"), 3, []), (field(b"\0"), 1, []), (field(b"\0\2"), 3, []),
+            (field(b"\x10"), 17, odd), (field(b"\2\xab"), 684, odd), (field(b"\xff"), 0, odd), (field(b"\xfe"), -1, odd),
+            (field(b"\3"), 4, odd), (field(b"\x7f" + b"\xff" * 5), 2**47, odd), (field(b"\x80" + bytes(5)), 1 - 2**47, odd),
+            (field(b"\x7f" + b"\xff" * 6), "an INTEGER of 7 octets", odd), (field(b"\2" + bytes(99_999)), "an INTEGER of 100000 octets", odd),
+            (field(b""), "cannot be read", unread), (tlv(0x80, b"\2"), "cannot be read", unread),
+            (tlv(0xA0, tlv(0x04, b"\2")), "cannot be read", unread), (tlv(0xA0, 2 * tlv(0x02, b"\2")), "cannot be read", unread),
+        ]
+        listed = [tlv(0x30, oid("1.2.3"), tlv(0x04))]
+        for version, number, expected in cases:
+            for extensions in ([], listed):
+                with self.subTest(version=version[:9], extensions=extensions):
+                    der = certificate(name(), version=version, extensions=extensions)
+                    warnings = extended if extensions and number in (1, 2) else expected
+                    said = json.loads(run("show", "--json", "-", stdin=der)[1])
+                    self.assertEqual((said["version"], said["warnings"]), (number if isinstance(number, int) else None, warnings))
+                    text = run("show", "-", stdin=der)[1]
+                    self.assertIn(f"\n  Version              {number}\n", text)
+                    self.assertEqual(re.findall("\n  Warning              (.*)", text), warnings)
 
     def test_colours_only_on_a_terminal_and_without_no_color(self):
         for variable, coloured in (({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)):
@@ -267,6 +294,10 @@ class Name(unittest.TestCase):
         members = [("CN", "next"), ("CN", "Zürich")]
         _, out, _ = run("name", "--members", "-", stdin=certificate(subject))
         self.assertEqual(json.loads(out, object_pairs_hook=list), members)
+        first, bare = tlv(0x31, tlv(0x30, oid(O), tlv(UTF8, b"first"))), tlv(0x30, oid(CN))
+        for last in (tlv(0x31, bare), tlv(0x31), bare, b""):
+            _, out, _ = run("name", "--members", "-", stdin=certificate(tlv(0x30, first, last)))
+            self.assertEqual(out, '{"O":"first"}\n')
         status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
         self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
 
@@ -293,7 +324,7 @@ class Extensions(unittest.TestCase):
             return tlv(0xA0, oid("1.3.6.1.4.1.311.20.2.3"), tlv(0xA0, value))
 
         other_der = tlv(0x30, tlv(0x05))
-        party, unknown = tlv(0xA5, tlv(0xA1, tlv(UTF8, b"p"))), tlv(0x89, b"?")
+        x400, party, unknown = tlv(0xA3, tlv(0x30)), tlv(0xA5, tlv(0xA1, tlv(UTF8, b"p"))), tlv(0x89, b"?")
         v6 = bytes.fromhex
         cases = [
             (other(tlv(UTF8, b"user@corp")), ("otherName", {"oid": "1.3.6.1.4.1.311.20.2.3", "text": "user@corp"})),
@@ -301,6 +332,7 @@ class Extensions(unittest.TestCase):
             (tlv(0x81, b"a@b.example"), ("email", "a@b.example")),
             (tlv(0x82, b"a.example\0.evil\nDNS:b,"), ("dns", "a.example\0.evil\nDNS:b,")),
             (tlv(0x86, b"https://x/?a=b"), ("uri", "https://x/?a=b")),
+            (x400, ("x400", base64.b64encode(x400).decode())),
             (party, ("ediParty", base64.b64encode(party).decode())),
             (tlv(0xA4, name((CN, tlv(UTF8, b"d")), (O, tlv(UTF8, b"e, f")))), ("directory", 'CN=d, O="e, f"')),
             (tlv(0x88, oid(f"1.2.{2**200}")[2:]), ("registeredId", f"1.2.{2**200}")),
@@ -313,13 +345,21 @@ class Extensions(unittest.TestCase):
             (tlv(0x87, v6("20010db8000000000001000000000001")), ("ip", "2001:db8::1:0:0:1")),
             (tlv(0x87, bytes(16)), ("ip", "::")),
             (tlv(0x87, v6("0" * 20 + "ffffc0000201")), ("ip", "::ffff:192.0.2.1")),
-            (tlv(0x87, b"12345"), ("ip", base64.b64encode(tlv(0x87, b"12345")).decode())),
         ]
+        # Each differs from a name that is in order by its tag or its length alone.
+        malformed = [("otherName", tlv(0x80, b"?")), ("email", tlv(0xA1, tlv(IA5, b"a@b"))), ("dns", tlv(0xA2, tlv(IA5, b"b"))),
+                     ("x400", tlv(0x83, b"?")), ("directory", tlv(0xA4, tlv(UTF8, b"d"))), ("ediParty", tlv(0x85, b"?")),
+                     ("uri", tlv(0xA6, tlv(IA5, b"u:"))), ("ip", tlv(0x87, b"12345")), ("registeredId", tlv(0x88, b"\x80\1"))]
         names = self.shown(with_names(*(der for der, _ in cases)), "--json")["subjectAltNames"]
         self.assertEqual([(each["type"], each["value"]) for each in names], [expected for _, expected in cases])
         text = self.shown(with_names(*(der for der, _ in cases)))
         self.assertIn("  Alternative names    otherName userPrincipalName=user@corp\n", text)
         self.assertIn("\n                       dns a.example\\x00.evil\\x0ADNS:b,\n", text)
+        names = self.shown(with_names(*(der for _, der in malformed)), "--json")["subjectAltNames"]
+        self.assertEqual(names, [{"type": kind, "value": None, "malformed": base64.b64encode(der).decode()} for kind, der in malformed])
+        # A DNS name whose text is the DER of another is told from it.
+        text = self.shown(with_names(malformed[2][1], tlv(0x82, b"malformed #a203160162")))
+        self.assertIn("malformed dns #a203160162\n                       dns malformed #a203160162\n", text)
 
     def test_meanings(self):
         uri = tlv(0x86, b"http://x/")
@@ -338,7 +378,12 @@ class Extensions(unittest.TestCase):
                               tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
             ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
             ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02, b"\xff")), "cannot be read, 8 bytes"),
-            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"), ("2.5.29.19", tlv(0x30), "not a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01)), "cannot be read, 4 bytes"), ("2.5.29.19", tlv(0x30, tlv(0x01, b"\1")), "critical: a CA"),
+            ("2.5.29.19", tlv(0x30, tlv(0x01, b"\xff\xff")), "cannot be read, 6 bytes"),
+            ("2.5.29.19", tlv(0x30, CRITICAL, CRITICAL), "cannot be read, 8 bytes"),
+            ("2.5.29.15", tlv(0x03, b"\1\6"), "critical: keyCertSign, cRLSign"), ("2.5.29.15", tlv(0x03, b"\2\6"), "cannot be read, 4 bytes"),
+            ("2.5.29.15", tlv(0x03, b"\7\6\xff"), "cannot be read, 5 bytes"), ("2.5.29.15", tlv(0x03, b"\0"), "critical: nothing"),
             ("2.5.29.15", tlv(0x30), "cannot be read, 2 bytes"), ("2.5.29.19", b"junk", "cannot be read, 4 bytes"),
             ("1.2.3.4", b"junk!", "1.2.3.4, critical: 5 bytes"),
         ]
@@ -383,6 +428,14 @@ class Extensions(unittest.TestCase):
         names = extension("2.5.29.17", tlv(0x30, *names[:20_000]))
         der = certificate(name(), extensions=[names] + [extension("2.5.29.17", b"")] * 20_000)
         self.assertEqual(len(self.shown(der, "--json")["extensions"]), 20_001)
+
+    def test_no_choice_of_addresses_takes_longer_than_another(self):
+        def seconds(addresses):
+            before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
+            self.assertEqual(len(self.shown(with_names(*(tlv(0x81, each) for each in addresses)), "--json")["emails"]), 40_000)
+            return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
+
+        self.assertLess(seconds(one_hash(40_000)), 5 * seconds(b"%07d@%08d" % (i, i) for i in range(40_000)))
 
     def test_ext(self):
         names = tlv(0x30, tlv(0x82, b"a\n\x1b"))
