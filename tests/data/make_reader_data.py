@@ -55,23 +55,6 @@ def certificate(subject, version=tlv(0xA0, tlv(0x02, b"\x02")), not_before=tlv(0
     return tlv(0x30, tbs, RSA, tlv(0x03, b"\0signature"))
 
 
-def one_hash(count):
-    """So many strings of 16 octets that std::hash of libstdc++ for 64 bits (MurmurHash64A with a seed
-    that everybody knows) gives one value."""
-    mask, factor = 2**64 - 1, 0xC6A4A7935BD1E995
-    inverse = pow(factor, -1, 2**64)
-
-    def mixed(block):
-        return block ^ block >> 47  # its own inverse
-
-    for i in range(count):
-        first = b"%07d@" % i
-        state = 0xC70F6907 ^ 16 * factor & mask
-        state ^= mixed(int.from_bytes(first, "little") * factor & mask) * factor & mask
-        second = mixed((state * factor & mask) * inverse & mask) * inverse & mask  # leaves a state of 0
-        yield first + second.to_bytes(8, "little")
-
-
 def common_name(tag, value):
     return certificate(name((CN, tlv(tag, value))))
 
