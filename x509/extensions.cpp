@@ -21,12 +21,44 @@ constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
 
-// Some old certificates carry their extensions under [0].
-bool moveToExtensions(ClsXml& tree) {
-  LogNull noLog;
-  XString unused;
-  return tree.velmoraPath("sequence|/A/contextSpecific,tag,3|sequence|$", unused, noLog) ||
-         tree.velmoraPath("sequence|/A/contextSpecific,tag,0|sequence|$", unused, noLog);
+// Moves the handle from an element to the first of its children for which moveIn() is true. That
+// may move on into the child, and leaves the handle on it otherwise; where none is found, the
+// handle is back on the element.
+template <class MoveIn>
+bool moveToChild(ClsXml& at, MoveIn moveIn) {
+  if (!at.FirstChild2()) return false;
+  do {
+    if (moveIn()) return true;
+  } while (at.NextSibling2());
+  at.getParent2();
+  return false;
+}
+
+// Moves the handle from TBSCertificate to the list of extensions under [tag].
+bool moveToExtensions(ClsXml& at, const char* tag) {
+  return moveToChild(at, [&] {
+    return at.tagEquals("contextSpecific") && at.hasAttrWithValue("tag", tag) &&
+           at.findChild2("sequence");
+  });
+}
+
+// Moves the handle from the list to the extnValue of the first extension with that extnID.
+bool moveToExtnValue(ClsXml& at, std::string_view oid) {
+  const bool found = moveToChild(at, [&] {
+    if (!at.FirstChild2()) return false;
+    const bool hasOid = at.tagEquals("oid") && at.contentView() == oid;
+    at.getParent2();
+    return hasOid;
+  });
+  return found && at.findChild2("octets");
+}
+
+// Moves the handle from the root to the extnValue. Every step goes to a child at its place: whoever
+// asks for a certificate chooses what stands deeper, in names and in the parameters of the key.
+// [0] holds the extensions of some certificates from before version 3, and the version of others.
+bool moveToExtension(ClsXml& tree, std::string_view oid) {
+  return tree.findChild2("sequence") &&
+         (moveToExtensions(tree, "3") || moveToExtensions(tree, "0")) && moveToExtnValue(tree, oid);
 }
 
 // The first [0] of an identifier that holds more than that.
@@ -46,15 +78,10 @@ void extractKeyIdentifier(const StringBuffer& identifier, StringBuffer& out) {
 bool VelmoraX509::getExtensionDerDataByOid(const char* oid, DataBuffer& out, LogBase&) {
   out.clear();
   CritSecExitor lock(this);
-  if (m_certXml == nullptr || !moveToExtensions(*m_certXml)) return false;
-  StringBuffer path;
-  path.append3("/C/oid,", oid, "|..|octets|*");
-  LogNull noLog;
-  XString base64;
-  const bool found = !path.failed() && m_certXml->velmoraPath(path.view(), base64, noLog);
-  if (found) out.appendEncoded(base64.view(), "base64");
-  // An extension for which memory ran out must not pass for an absent one.
-  if (path.failed() || base64.failed()) out.markFailed();
+  if (m_certXml == nullptr) return false;
+  const bool found = moveToExtension(*m_certXml, viewOrEmpty(oid));
+  // Where memory runs out, `out` is marked: such an extension must not pass for an absent one.
+  if (found) out.appendEncoded(m_certXml->contentView(), "base64");
   m_certXml->GetRoot2();
   return found;
 }

@@ -370,8 +370,10 @@ class Extensions(unittest.TestCase):
         forged = tlv(0xA3, tlv(0x30, extension("2.5.29.14", tlv(0x04, b"\1"))))
         shown = self.shown(certificate(name((CN, forged))), "--json")
         self.assertEqual((shown["extensions"], shown["subjectKeyIdentifier"]), ([], None))
+        self.assertNotIn("<subjectKeyIdentifier>", self.shown(certificate(name((CN, forged))), "--xml"))
         both = certificate(name((CN, forged)), extensions=[extension("2.5.29.14", tlv(0x04, b"\2"))])
         self.assertEqual(run("ext", "--hex", "2.5.29.14", "-", stdin=both)[1], "040102\n")
+        self.assertIn("<subjectKeyIdentifier>Ag==</subjectKeyIdentifier>", self.shown(both, "--xml"))
 
     def test_nothing_is_left_out_of_what_is_large(self):
         names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
