@@ -65,7 +65,8 @@ std::unique_ptr<CertificateVisitor> makeShowXml(Console& console) {
 const Command kShowCommand = {
     "show", "show the fields of each certificate (the default when the first argument is a file)",
     "The index in JSON counts from 0 within each source, the blocks for people from\n"
-    "1; what could not be read counts too. A date that cannot be read is null.\n"
+    "1; what could not be read counts too. A date that cannot be read is null, and\n"
+    "validNow with it.\n"
     "\n"
     "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
     "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"
