@@ -419,7 +419,8 @@ def differences(der, view, shown, xml):
     # OpenSSL shows only dates in the form of RFC 5280; what it says of others is no answer.
     expected.update({key: view[key] for key in ("notBefore", "notAfter") if view[key]})
     now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
-    expected["validNow"] = (shown["notBefore"] or "") <= now <= (shown["notAfter"] or "")
+    dates = shown["notBefore"], shown["notAfter"]
+    expected["validNow"] = None if None in dates else dates[0] <= now <= dates[1]
     for one in shown["extensions"]:
         del one["name"]  # for people
     for key, value in expected.items():

@@ -23,15 +23,16 @@ class ListExpiring final : public CertificateVisitor {
     if (const char* reason = m_loaded.load(input.der)) return reason;
     VelmoraSysTime until;
     const bool read = readDate(m_loaded.get(), false, until, m_log);
+    const bool expired = m_now.is_after_by_compare(until, false);
     const int64_t left = until.toUnixSeconds() - m_now.toUnixSeconds();
-    if (read && left >= m_days * kSecondsInDay) return nullptr;
+    if (read && !expired && left >= m_days * kSecondsInDay) return nullptr;
     m_console.raise(ExitStatus::kNo);
     StringBuffer& out = m_console.out();
     if (read) {
       until.appendIso8601(out);
-      out.append(left < 0 ? "  expired " : "  expires in ");
-      appendSpan(left < 0 ? -left : left, out);
-      out.append(left < 0 ? " ago" : "");
+      out.append(expired ? "  expired " : "  expires in ");
+      appendSpan(expired ? -left : left, out);
+      out.append(expired ? " ago" : "");
     } else {
       // As the library judges it: what has no end that can be read is not valid.
       out.append("no date that can be read");

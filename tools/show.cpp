@@ -66,7 +66,8 @@ const Command kShowCommand = {
     "show", "show the fields of each certificate (the default when the first argument is a file)",
     "The index in JSON counts from 0 within each source, the blocks for people from\n"
     "1; what could not be read counts too. A date that cannot be read is null, and\n"
-    "so is a version that is no number. warnings is a list of texts.\n"
+    "validNow with it; so is a version that is no number. warnings is a list of\n"
+    "texts.\n"
     "\n"
     "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
     "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"

@@ -46,9 +46,10 @@ class ShowJson final : public CertificateVisitor {
     field(line, "serialNumber", certificate.get_SerialNumber(m_text, m_log));
     const std::optional<int64_t> version = describeVersion(m_tree).number;
     version ? line.number("version", *version) : line.null("version");
-    date(line, "notBefore", true);
-    date(line, "notAfter", false);
-    line.boolean("validNow", !certificate.isCertExpired(m_log));
+    const bool fromRead = date(line, "notBefore", true);
+    const bool untilRead = date(line, "notAfter", false);
+    const bool known = fromRead && untilRead;
+    known ? line.boolean("validNow", !certificate.isCertExpired(m_log)) : line.null("validNow");
     field(line, "signatureAlgorithm", certificate.get_SignatureAlgorithm(m_text, m_log));
     field(line, "publicKeyAlgorithm", certificate.get_PublicKeyAlgorithm(m_text, m_log));
   }
@@ -59,11 +60,14 @@ class ShowJson final : public CertificateVisitor {
     read ? line.text(key, m_text.view()) : line.null(key);
   }
 
-  void date(JsonLine& line, std::string_view key, bool from) {
+  // Whether it could be read.
+  bool date(JsonLine& line, std::string_view key, bool from) {
     VelmoraSysTime time;
     m_date.weakClear();
-    const bool read = readDate(m_loaded.get(), from, time, m_log) && time.appendIso8601(m_date);
+    const bool read = readDate(m_loaded.get(), from, time, m_log);
+    if (read) time.appendIso8601(m_date);
     read ? line.text(key, whole(m_date).view()) : line.null(key);
+    return read;
   }
 
   void keyIdentifier(JsonLine& line, std::string_view key, KeyIdentifier which) {

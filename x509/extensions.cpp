@@ -21,12 +21,35 @@ constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
 
-// Some old certificates carry their extensions under [0].
-bool moveToExtensions(ClsXml& tree) {
-  LogNull noLog;
-  XString unused;
-  return tree.velmoraPath("sequence|/A/contextSpecific,tag,3|sequence|$", unused, noLog) ||
-         tree.velmoraPath("sequence|/A/contextSpecific,tag,0|sequence|$", unused, noLog);
+// Moves the handle from an element to the first of its children for which moveIn() is true. That
+// may move on into the child, and leaves the handle on it otherwise; where none is found, the
+// handle is back on the element.
+template <class MoveIn>
+bool moveToChild(ClsXml& at, MoveIn moveIn) {
+  if (!at.FirstChild2()) return false;
+  do {
+    if (moveIn()) return true;
+  } while (at.NextSibling2());
+  at.getParent2();
+  return false;
+}
+
+// Moves the handle from TBSCertificate to the list of extensions under [tag].
+bool moveToExtensions(ClsXml& at, const char* tag) {
+  return moveToChild(at, [&] {
+    return at.tagEquals("contextSpecific") && at.hasAttrWithValue("tag", tag) &&
+           at.findChild2("sequence");
+  });
+}
+
+// Moves the handle from the root to the list. Every step goes to a child at its place: whoever asks
+// for a certificate chooses what stands deeper, in names and in the parameters of the key. [0] is
+// where the list stands in certificates that have no [3].
+bool moveToList(ClsXml& tree) {
+  if (!tree.findChild2("sequence")) return false;
+  if (moveToExtensions(tree, "3") || moveToExtensions(tree, "0")) return true;
+  tree.GetRoot2();
+  return false;
 }
 
 // The first [0] of an identifier that holds more than that.
@@ -46,7 +69,7 @@ void extractKeyIdentifier(const StringBuffer& identifier, StringBuffer& out) {
 bool VelmoraX509::getExtensionDerDataByOid(const char* oid, DataBuffer& out, LogBase&) {
   out.clear();
   CritSecExitor lock(this);
-  if (m_certXml == nullptr || !moveToExtensions(*m_certXml)) return false;
+  if (m_certXml == nullptr || !moveToList(*m_certXml)) return false;
   StringBuffer path;
   path.append3("/C/oid,", oid, "|..|octets|*");
   LogNull noLog;

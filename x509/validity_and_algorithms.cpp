@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 
@@ -24,21 +25,49 @@ bool readField(ClsXml* tree, std::string_view path, XString& result) {
   return tree != nullptr && tree->velmoraPath(path, result, noLog);
 }
 
-// Moves a handle from the validity element to one of its two dates.
-bool moveToDate(ClsXml& validity, bool from) {
-  return from ? validity.FirstChild2() : validity.GetChild2(1);
+// Dates are read without taking memory: one that memory ran out for would count as long past, and a
+// notBefore in the past makes a certificate valid.
+
+// Moves the handle from the root to one of the two dates; where there is none it stays on the root.
+bool moveToDate(ClsXml& tree, bool from) {
+  LogNull noLog;
+  XString unused;
+  if (!tree.velmoraPath("sequence|sequence[2]|$", unused, noLog)) return false;
+  if (from ? tree.FirstChild2() : tree.GetChild2(1)) return true;
+  tree.GetRoot2();
+  return false;
 }
 
-// Allocates nothing: a date that memory ran out for would count as one long past, and a notBefore
-// in the past makes a certificate valid. The text goes on counted by its length, so that a NUL
-// inside does not shorten it to a date.
-void readGeneralizedTime(std::string_view base64, VelmoraSysTime& t, LogBase& log) {
-  constexpr size_t kLongestDate = 96;  // base64; far more than any date takes
-  unsigned char text[kLongestDate / 4 * 3 + 3];
-  size_t size = 0;
-  if (base64.size() <= kLongestDate) size = base64Decode(base64, false, text).written;
-  t.fromX509({reinterpret_cast<const char*>(text), size}, true, log);
-}
+// The text of a GeneralizedTime of any length in little room: of a run of digits the first kDigits
+// are kept. Only a fraction may have more, of which nine count, so that what is kept stands for the
+// same date, or is as little of a date, as the whole. The text is counted by its length, so that a
+// NUL inside does not shorten it to a date.
+class DateText {
+ public:
+  explicit DateText(std::string_view base64) noexcept {
+    constexpr size_t kStep = 64;  // whole groups of four characters
+    for (; !base64.empty(); base64.remove_prefix(std::min(kStep, base64.size()))) {
+      unsigned char octets[kStep / 4 * 3 + 3];
+      const size_t count = base64Decode(base64.substr(0, kStep), false, octets).written;
+      for (size_t i = 0; i < count; ++i) put(static_cast<char>(octets[i]));
+    }
+  }
+
+  std::string_view view() const noexcept { return {m_text, m_size}; }
+
+ private:
+  static constexpr size_t kDigits = 72;
+  static constexpr size_t kRoom = 100;  // no date that is shortened so fills it
+
+  void put(char c) noexcept {
+    m_run = c >= '0' && c <= '9' ? m_run + 1 : 0;
+    if (m_run <= kDigits && m_size < kRoom) m_text[m_size++] = c;
+  }
+
+  char m_text[kRoom];
+  size_t m_size = 0;
+  size_t m_run = 0;
+};
 
 // Reads the date on which the handle stands. A date whose text is none leaves `t` as it is and
 // counts as read all the same: with its long past default it makes the certificate an expired one.
@@ -48,7 +77,7 @@ bool readDate(ClsXml& date, VelmoraSysTime& t, LogBase& log) {
     return true;
   }
   if (date.tagEquals("universal")) {  // the form that a GeneralizedTime is carried in
-    readGeneralizedTime(date.contentView(), t, log);
+    t.fromX509(DateText(date.contentView()).view(), true, log);
     return true;
   }
   return false;
@@ -123,16 +152,15 @@ bool VelmoraX509::get_PublicKeyAlgorithm(XString& out, LogBase&) {
 
 bool VelmoraX509::get_Valid_To_or_From_UTC(bool from, VelmoraSysTime& t, LogBase& log) {
   CritSecExitor lock(this);
-  const _clsOwner date(m_certXml != nullptr ? m_certXml->getChildWithTagUtf8("sequence|sequence[2]")
-                                            : nullptr);
-  if (date.get() == nullptr || !moveToDate(*date, from)) {
-    // Applications look for this text, its slip and its "From" for either date included.
+  if (m_certXml == nullptr || !moveToDate(*m_certXml, from)) {
+    // The text is part of the interface, its slip and its "From" for either date included.
     log.LogError("Failed to get X509 certificate Valid-From date/timme");
     return false;
   }
-  if (readDate(*date, t, log)) return true;
-  reportStrangeDate(*date, log);
-  return false;
+  const bool read = readDate(*m_certXml, t, log);
+  if (!read) reportStrangeDate(*m_certXml, log);
+  m_certXml->GetRoot2();
+  return read;
 }
 
 bool VelmoraX509::isCertExpired(LogBase& log) {

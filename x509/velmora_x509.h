@@ -99,7 +99,9 @@ class VelmoraX509 : public RefCountedObject {
   bool get_Valid_To_or_From_UTC(bool from, VelmoraSysTime& t, LogBase& log);
 
   /// True unless now lies inside the validity period: also before notBefore. A date that cannot be
-  /// read counts as long past, so a certificate without a readable notAfter is expired.
+  /// read counts as long past, so a certificate without a readable notAfter is expired, and one
+  /// without a readable notBefore is judged by its notAfter alone. Reading dates takes no memory,
+  /// so that running out of it cannot make a certificate valid.
   bool isCertExpired(LogBase& log);
 
   // Names as one line of text, such as "CN=host, O=Example, C=US". docs/formats.md lists the styles

@@ -5,10 +5,12 @@
 namespace velmora {
 namespace {
 
-// Days are counted inside from 0000-03-01: a year that begins in March has its leap day at the end,
-// where it moves no other date.
-constexpr int64_t kDaysTo1970 = 719468;
+// Days are counted inside from -400-03-01: a year that begins in March has its leap day at the end,
+// where it moves no other date, and a whole cycle of leap years before year 0 keeps every number
+// positive.
+constexpr int64_t kCycle = 400;
 constexpr int64_t kDaysIn400Years = 146097;
+constexpr int64_t kDaysTo1970 = 719468 + kDaysIn400Years;
 constexpr int64_t kDaysIn100Years = 36524;
 constexpr int64_t kDaysIn4Years = 1461;
 
@@ -30,7 +32,7 @@ int daysInMonth(int year, int month) noexcept {
 }
 
 int64_t daysFromCivil(const CivilDate& date) noexcept {
-  const int64_t year = date.month > 2 ? date.year : date.year - 1;
+  const int64_t year = kCycle + (date.month > 2 ? date.year : date.year - 1);
   const int64_t fromMarch = (date.month + 9) % 12;
   return 365 * year + year / 4 - year / 100 + year / 400 + daysBeforeMonth(fromMarch) + date.day -
          1 - kDaysTo1970;
@@ -51,7 +53,8 @@ CivilDate civilFromDays(int64_t days) noexcept {
   const int64_t fromMarch = (5 * left + 2) / 153;
   const int64_t day = left - daysBeforeMonth(fromMarch) + 1;
   const int64_t month = fromMarch < 10 ? fromMarch + 3 : fromMarch - 9;
-  const int64_t year = 400 * cycles + 100 * centuries + 4 * fours + years + (month <= 2 ? 1 : 0);
+  const int64_t year =
+      kCycle * (cycles - 1) + 100 * centuries + 4 * fours + years + (month <= 2 ? 1 : 0);
   return {static_cast<int>(year), static_cast<int>(month), static_cast<int>(day)};
 }
 

@@ -8,7 +8,7 @@
 namespace velmora {
 namespace {
 
-constexpr int64_t kFirstSecond = -62135596800;  // 0001-01-01T00:00:00Z
+constexpr int64_t kFirstSecond = -62167219200;  // 0000-01-01T00:00:00Z
 constexpr int64_t kLastSecond = 253402300799;   // 9999-12-31T23:59:59Z
 constexpr int64_t kNanosecondsInSecond = 1000000000;
 
@@ -30,7 +30,7 @@ struct CivilTime {
 };
 
 bool isValid(const CivilTime& t) noexcept {
-  return t.year >= 1 && t.year <= 9999 && t.month >= 1 && t.month <= 12 && t.day >= 1 &&
+  return t.year >= 0 && t.year <= 9999 && t.month >= 1 && t.month <= 12 && t.day >= 1 &&
          t.day <= daysInMonth(t.year, t.month) && t.hour >= 0 && t.hour <= 23 && t.minute >= 0 &&
          t.minute <= 59 && t.second >= 0 && t.second <= 59;
 }

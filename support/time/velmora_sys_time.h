@@ -8,23 +8,25 @@
 
 namespace velmora {
 
-/// A moment in UTC on the proleptic Gregorian calendar, to the nanosecond. A default one lies at
-/// the start of year 1, so that a date that could not be read counts as long past. A plain value.
+/// A moment in UTC on the proleptic Gregorian calendar, to the nanosecond, in the years 0 to 9999
+/// that four digits can write. A default one lies at the start of year 1, so that a date that could
+/// not be read counts as long past. A plain value.
 class VelmoraSysTime {
  public:
   VelmoraSysTime() noexcept = default;
 
   /// Reads the time text of a certificate (RFC 5280 §4.1.2.5, X.690 §11.7 and §11.8, leniently
-  /// where real certificates are): UTCTime YYMMDDhhmm[ss](Z|±hhmm) when `generalized` is false
+  /// as some issuers write it): UTCTime YYMMDDhhmm[ss](Z|±hhmm) when `generalized` is false
   /// (years from 50 on are 19xx), GeneralizedTime YYYYMMDDhh[mm[ss]][(.|,)digits][Z|±hhmm] when it
   /// is true. An offset is taken into account, a GeneralizedTime without one counts as UTC; digits
-  /// of a fraction beyond the ninth are dropped. Ranges are strict: month lengths, leap years,
-  /// 23:59:59 (a second of 60 is refused). False, with the time unchanged and the error "Invalid
-  /// date/time." and the data item "dateTime" on the log, for anything else.
+  /// of a fraction beyond the ninth, of which there may be any number, are dropped. Ranges are
+  /// strict: month lengths, leap years, 23:59:59 (a second of 60 is refused); the years run from
+  /// 0000. False, with the time unchanged and the error "Invalid date/time." and the data item
+  /// "dateTime" on the log, for anything else.
   bool fromX509(const char* text, bool generalized, LogBase& log);
   bool fromX509(std::string_view text, bool generalized, LogBase& log);
 
-  /// The moment from its parts; false, with the time unchanged, when one is out of range (year 1 to
+  /// The moment from its parts; false, with the time unchanged, when one is out of range (year 0 to
   /// 9999).
   bool setCivil(int year, int month, int day, int hour, int minute, int second) noexcept;
 
@@ -38,7 +40,7 @@ class VelmoraSysTime {
   /// Seconds since 1970-01-01T00:00:00Z, negative before; the fraction is left out (rounded down).
   int64_t toUnixSeconds() const noexcept { return m_seconds; }
   /// The moment `seconds` after (before, when negative) 1970-01-01T00:00:00Z; false, with the time
-  /// unchanged, outside years 1 to 9999.
+  /// unchanged, outside years 0 to 9999.
   bool fromUnixSeconds(int64_t seconds) noexcept;
   int nanoseconds() const noexcept { return static_cast<int>(m_nanoseconds); }
 

@@ -157,9 +157,35 @@ class Show(unittest.TestCase):
         self.assertEqual([line["subject"] for line in lines[1:5]], ["CN=Zürich"] * 3 + ['E=a@example.org, O="Acme, Inc."'])
         facts = {line["subject"]: (line["version"], line["notAfter"], line["validNow"]) for line in lines}
         self.assertEqual(facts["CN=version 1"], (1, "2099-12-31T23:59:59Z", True))
-        self.assertEqual(facts["CN=no dates"], (3, None, False))
+        self.assertEqual(facts["CN=no dates"], (3, None, None))
         self.assertEqual(facts["CN=expired"], (3, "2021-01-01T00:00:00Z", False))
         self.assertEqual(facts["CN=not yet"], (3, "2099-12-31T23:59:59Z", False))
+
+    def test_no_two_commands_disagree_about_a_date(self):
+        first, late, end = "0000-01-01T00:00:00Z", "2090-01-01T00:00:00Z", "2099-12-31T23:59:59Z"
+        nines = b"9" * 100_000
+        cases = [
+            (b"00000101000000Z", b"20991231235959Z", first, end, True),
+            (b"00010101000000Z", b"00000101000000Z", "0001-01-01T00:00:00Z", first, False),
+            (b"20900101000000." + nines + b"Z", b"20991231235959." + nines, late, end, False),
+            (b"00000101000000." + nines + b"Z", b"20991231235959." + nines, first, end, True),
+            (b"20900101000000." + nines + b"?", b"20991231235959Z", None, end, None),
+            (b"00000101000000Z", b"20991231235959." + nines + b"?", first, None, None),
+        ]
+        for before, after, *expected in cases:
+            with self.subTest(before=before[:20], after=after[:20]):
+                der = certificate(name((CN, tlv(UTF8, b"x"))), not_before=tlv(0x18, before), not_after=tlv(0x18, after))
+                shown = json.loads(run("show", "--json", "-", stdin=der)[1])
+                self.assertEqual([shown[key] for key in ("notBefore", "notAfter", "validNow")], expected)
+                text = run("show", "-", stdin=der)[1]
+                dates = [date or "cannot be read" for date in expected[:2]]
+                self.assertRegex(text, "Valid from +{}.*\n +Valid until +{}".format(*dates))
+                self.assertIs("  valid, " in text, expected[2] is True)
+                verified = json.loads(run("verify", "--json", "-", stdin=der)[1])["chain"][0]
+                self.assertEqual([verified["notBefore"], verified["notAfter"]], expected[:2])
+                dated = re.search("not valid before|expired|date", " ".join(verified["failures"]))
+                self.assertIs(dated is None, expected[2] is True)
+                self.assertEqual(run("expires", "-", stdin=der)[0], int(expected[1] != end))
 
     def test_text_is_the_default_and_aligned(self):
         status, out, errors = run(data("hostile.pem"))
@@ -414,8 +440,10 @@ class Extensions(unittest.TestCase):
         forged = tlv(0xA3, tlv(0x30, extension("2.5.29.14", tlv(0x04, b"\1"))))
         shown = self.shown(certificate(name((CN, forged))), "--json")
         self.assertEqual((shown["extensions"], shown["subjectKeyIdentifier"]), ([], None))
+        self.assertNotIn("<subjectKeyIdentifier>", self.shown(certificate(name((CN, forged))), "--xml"))
         both = certificate(name((CN, forged)), extensions=[extension("2.5.29.14", tlv(0x04, b"\2"))])
         self.assertEqual(run("ext", "--hex", "2.5.29.14", "-", stdin=both)[1], "040102\n")
+        self.assertIn("<subjectKeyIdentifier>Ag==</subjectKeyIdentifier>", self.shown(both, "--xml"))
 
     def test_nothing_is_left_out_of_what_is_large(self):
         names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]

@@ -34,6 +34,49 @@ TEST(Extensions, AreFoundByTheirOid) {
   }
 }
 
+// What stands in the certificate's other fields, before the list and in it, and what is found.
+TEST(Extensions, AreFoundAtTheirPlaceAlone) {
+  const der::Bytes own = extension("1.2.3", "own");
+  const der::Bytes list = der::sequence(extension("1.2.3", "hidden"));
+  const auto keyWith = [](const der::Bytes& parameters) {
+    return der::sequence(der::sequence(der::oid("1.2.840.10045.2.1"), parameters),
+                         der::bits("key"));
+  };
+  const auto nameWith = [](const der::Bytes& value) {
+    return der::sequence(der::set(der::attribute("2.5.4.3", value)));
+  };
+  const der::Bytes key = der::Certificate().publicKey;
+  const der::Bytes name = der::Certificate().subject;
+  const der::Bytes listed = der::context(3, der::sequence(own));
+  const struct {
+    der::Bytes subject, publicKey, extensions;
+    const char* found;
+  } kCases[] = {
+      {name, keyWith(der::context(3, list)), listed, "own"},
+      {name, keyWith(der::context(3, list)), der::context(0, der::sequence(own)), "own"},
+      {name, keyWith(der::context(3, list)), "", "none"},
+      {name, keyWith(der::context(0, list)), "", "none"},
+      {nameWith(der::context(3, list)), key, listed, "own"},
+      {nameWith(der::context(3, list)), key, "", "none"},
+      {name, key, der::context(2, der::context(3, list)) + listed, "own"},
+      {name, key, der::context(3, der::context(3, list)) + listed, "own"},
+      {name, key, der::context(3, der::set(own)), "none"},
+      {name, key, der::context(0, list) + listed, "own"},
+      {name, key, der::context(3, der::integer("\x01")) + der::context(0, der::sequence(own)),
+       "own"},
+  };
+  for (const auto& row : kCases) {
+    SCOPED_TRACE(&row - kCases);
+    der::Certificate fields;
+    fields.subject = row.subject;
+    fields.publicKey = row.publicKey;
+    fields.extensions = row.extensions;
+    LoadedX509 cert(fields.der());
+    EXPECT_EQ(dataOf(cert, "1.2.3"), row.found);
+    EXPECT_EQ(serialOf(cert), "01") << "the handle is not back on the root";
+  }
+}
+
 TEST(Extensions, WhatIsNoDerHasNoXml) {
   LoadedX509 cert(withExtensions(extension("1.2.4", "no DER")));
   LogNull log;

@@ -58,6 +58,9 @@ TEST(X509Validity, DatesOfEveryKind) {
        "ERROR: Unexpected date/time content.\ndateTimeXml: <sequence><null></null>"
        "<utctime>491231235959Z</utctime></sequence>\n",
        false},
+      {der::sequence(der::generalizedTime("29990101000000." + std::string(60000, '9') + "-0100"),
+                     der::generalizedTime("99991231235959Z")),
+       "true 2999-01-01T01:00:00Z, true 9999-12-31T23:59:59Z", "", true},
       {der::sequence(der::utcTime("200102030405Z")), "true 2020-01-02T03:04:05Z, false " + never,
        noDate, true},
       {der::sequence(), "false " + never + ", false " + never, noDate + noDate, true},
@@ -69,6 +72,25 @@ TEST(X509Validity, DatesOfEveryKind) {
     EXPECT_EQ(log.text().view(), text);
     EXPECT_EQ(cert.isCertExpired(log), expired);
     EXPECT_EQ(log.text().view(), text + text);
+  }
+}
+
+// However long a fraction is, each of its digits is looked at.
+TEST(X509Validity, FractionsOfEveryLength) {
+  LogNull log;
+  for (size_t digits = 1; digits < 200; ++digits) {
+    std::string fraction(digits, '9');
+    const auto notBefore = [&] {
+      const der::Bytes time = der::generalizedTime("29990101000000." + fraction + "Z");
+      LoadedX509 cert(withField(&der::Certificate::validity, der::sequence(time, time)));
+      return datesOf(cert, log).substr(0, 25);
+    };
+    EXPECT_EQ(notBefore(), "true 2999-01-01T00:00:00Z") << digits;
+    for (const size_t at : {size_t{0}, digits / 2, digits - 1}) {
+      fraction[at] = 'x';
+      EXPECT_EQ(notBefore(), "true 0001-01-01T00:00:00Z") << digits << " " << at;
+      fraction[at] = '9';
+    }
   }
 }
 

@@ -37,6 +37,9 @@ TEST(VelmoraSysTime, ReadsTheTimesOfCertificates) {
       {false, "0002292359Z", "2000-02-29T23:59:00Z", 0},
       {false, "0001010000+0130", "1999-12-31T22:30:00Z", 0},
       {false, "991231233000-0100", "2000-01-01T00:30:00Z", 0},
+      {true, "00000101000000Z", "0000-01-01T00:00:00Z", 0},
+      {true, "00000229000000Z", "0000-02-29T00:00:00Z", 0},
+      {true, "00010101000000+0001", "0000-12-31T23:59:00Z", 0},
       {true, "00010101000000Z", "0001-01-01T00:00:00Z", 0},
       {true, "99991231235959Z", "9999-12-31T23:59:59Z", 0},
       {true, "20240229000000", "2024-02-29T00:00:00Z", 0},
@@ -65,11 +68,11 @@ TEST(VelmoraSysTime, RefusesEverythingElse) {
       "991301120000Z", "990001120000Z", "990100120000Z", "990431120000Z", "990229120000Z",
       "990101240000Z", "990101126000Z", "990101120060Z"};
   const std::string_view generalizedTimes[] = {
-      "991231120000Z", "00000101000000Z", "19000229000000Z", "21000229000000Z", "20240229123456.Z",
-      "20240229123456.5,5Z", "2024022912345Z", "20240229123456ZZ", "20240229123456Z+0100",
-      "20240229123456+",
-      // the offset leads before year 1 or after year 9999
-      "00010101000000+0001", "99991231235900-0001", "99991231235959.9-0001"};
+      "991231120000Z", "00000001000000Z", "00010229000000Z", "19000229000000Z", "21000229000000Z",
+      "20240229123456.Z", "20240229123456.5,5Z", "2024022912345Z", "20240229123456ZZ",
+      "20240229123456Z+0100", "20240229123456+",
+      // the offset leads before year 0 or after year 9999
+      "00000101000000+0001", "99991231235900-0001", "99991231235959.9-0001"};
   VelmoraSysTime time;
   ASSERT_TRUE(time.setCivil(2001, 2, 3, 4, 5, 6));
   const auto expectRefused = [&](std::string_view text, bool generalized) {
@@ -88,8 +91,8 @@ TEST(VelmoraSysTime, RefusesEverythingElse) {
 // The first and last day of every month, beside a calendar that only counts days on.
 TEST(VelmoraSysTime, EveryMonthOfTheCalendarComesBack) {
   VelmoraSysTime time;
-  int64_t daysBefore = -719162;  // 0001-01-01
-  for (int year = 1; year <= 9999; ++year) {
+  int64_t daysBefore = -719528;  // 0000-01-01
+  for (int year = 0; year <= 9999; ++year) {
     const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
     const int lengths[] = {31, leap ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     for (int month = 1; month <= 12; ++month) {
@@ -113,14 +116,17 @@ TEST(VelmoraSysTime, UnixSecondsAreBoundedByTheYears) {
   VelmoraSysTime time;
   EXPECT_EQ(iso(time), "0001-01-01T00:00:00Z") << "a time that was not read is long past";
   for (const int64_t outside :
-       {INT64_MIN, int64_t{-62135596801}, int64_t{253402300800}, INT64_MAX}) {
+       {INT64_MIN, int64_t{-62167219201}, int64_t{253402300800}, INT64_MAX}) {
     EXPECT_FALSE(time.fromUnixSeconds(outside));
   }
   EXPECT_TRUE(time.fromUnixSeconds(-1));
   EXPECT_EQ(iso(time), "1969-12-31T23:59:59Z");
+  EXPECT_TRUE(time.fromUnixSeconds(-62167219200));
+  EXPECT_EQ(iso(time), "0000-01-01T00:00:00Z");
   EXPECT_TRUE(time.fromUnixSeconds(253402300799));
   EXPECT_EQ(iso(time), "9999-12-31T23:59:59Z");
   EXPECT_FALSE(time.setCivil(10000, 1, 1, 0, 0, 0));
+  EXPECT_FALSE(time.setCivil(-1, 12, 31, 23, 59, 59));
   EXPECT_FALSE(time.setCivil(2000, 1, 1, 0, 0, -1));
 }
 
