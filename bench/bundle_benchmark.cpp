@@ -12,11 +12,9 @@ namespace velmora::bench {
 
 namespace {
 
-// A certificate loaded from `der`, counted once.
-VelmoraX509* load(const DataBuffer& der) {
+RefOwner<VelmoraX509> load(const DataBuffer& der) {
   LogNull log;
-  VelmoraX509* certificate = VelmoraX509::createNewX509();
-  certificate->incRefCount();
+  RefOwner<VelmoraX509> certificate = VelmoraX509::createOwnedX509();
   certificate->loadX509DerAlt(der.data(), static_cast<unsigned int>(der.size()), nullptr, log);
   return certificate;
 }
@@ -30,8 +28,7 @@ void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count)
     malloc_trim(0);
     state.ResumeTiming();
     SystemCerts store;
-    const RefOwner<VelmoraX509> certificate(VelmoraX509::createNewX509());
-    certificate->incRefCount();
+    const auto certificate = VelmoraX509::createOwnedX509();
     const bool loaded = certificate->loadX509DerAlt(
         bundle.data(), static_cast<unsigned int>(bundle.size()), &store, log);
     if (!loaded || store.getCount() != count) {
@@ -50,12 +47,11 @@ void registerBundle(const DataBuffer& bundle, size_t count) {
 }
 
 double heapOfLoaded(const Ders& ders) {
-  std::vector<VelmoraX509*> certificates;
+  std::vector<RefOwner<VelmoraX509>> certificates;
   certificates.reserve(ders.size());
   const LiveHeap heap;
   for (const DataBuffer& der : ders) certificates.push_back(load(der));
   const double held = static_cast<double>(heap.bytes());
-  for (VelmoraX509* certificate : certificates) certificate->decRefCount();
   return held / static_cast<double>(ders.size());
 }
 

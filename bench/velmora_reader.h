@@ -9,13 +9,12 @@ namespace velmora::bench {
 class VelmoraReader {
  public:
   void load(const DataBuffer& der) {
-    m_certificate = VelmoraX509::createNewX509();
-    m_certificate->incRefCount();
+    m_certificate = VelmoraX509::createOwnedX509();
     m_certificate->loadX509DerAlt(der.data(), static_cast<unsigned int>(der.size()), nullptr,
                                   m_log);
   }
 
-  void unload() { m_certificate->decRefCount(); }
+  void unload() { m_certificate.reset(); }
 
   /// Both names as one line of UTF-8, the serial number in hexadecimal, both dates in parts, the
   /// version, and the dotted OIDs of the two signature algorithms and the key's.
@@ -55,7 +54,7 @@ class VelmoraReader {
   }
 
  private:
-  VelmoraX509* m_certificate = nullptr;
+  RefOwner<VelmoraX509> m_certificate;
   LogNull m_log;
   XString m_subject, m_issuer, m_serial, m_version;
   XString m_innerAlgorithm, m_outerAlgorithm, m_keyAlgorithm;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes the sample chain in examples/chain: a root, an intermediate and a server's certificate, valid
-# for fifty years. Names, dates, serial numbers and extensions are the same each time, keys are not,
+# for fifty years, as PEM and in part as DER. Names, dates, serial numbers and extensions are the same each time, keys are not,
 # and the private ones are thrown away.
 set -euo pipefail
 cd "$(dirname "$0")/chain"
@@ -63,4 +63,5 @@ authorityKeyIdentifier = keyid
 TEXT
 
 cat leaf.pem intermediate.pem root.pem >chain.pem
+for name in leaf intermediate; do openssl x509 -in $name.pem -outform DER -out $name.der; done
 openssl verify -CAfile root.pem -untrusted intermediate.pem leaf.pem

@@ -259,9 +259,8 @@ void visitCertificates(const std::vector<std::string_view>& sources, bool errors
   }
 }
 
-LoadedCertificate::LoadedCertificate() : m_certificate(VelmoraX509::createNewX509()) {
+LoadedCertificate::LoadedCertificate() : m_certificate(VelmoraX509::createOwnedX509()) {
   if (!m_certificate) throw std::bad_alloc();
-  m_certificate->incRefCount();
 }
 
 const char* LoadedCertificate::load(std::span<const unsigned char> der) {

@@ -31,9 +31,11 @@ VelmoraX509* VelmoraX509::createNewX509() {
   return createOrNull([] { return new (std::nothrow) VelmoraX509; });
 }
 
-VelmoraX509Holder::VelmoraX509Holder() : m_x509(VelmoraX509::createNewX509()) {
-  if (m_x509 != nullptr) m_x509->incRefCount();
+RefOwner<VelmoraX509> VelmoraX509::createOwnedX509() {
+  return RefOwner<VelmoraX509>::keep(createNewX509());
 }
+
+VelmoraX509Holder::VelmoraX509Holder() : m_x509(VelmoraX509::createOwnedX509().release()) {}
 
 VelmoraX509Holder::~VelmoraX509Holder() {
   if (m_x509 != nullptr) m_x509->decRefCount();

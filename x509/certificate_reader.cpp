@@ -4,7 +4,6 @@
 
 #include "support/asn1/ber_walk.h"
 #include "support/asn1/der_xml_codec.h"
-#include "support/asn1/vm_asn1.h"
 #include "support/text/ascii.h"
 #include "support/xml/cls_xml.h"
 #include "support/xml/xml_names.h"
@@ -62,15 +61,6 @@ std::optional<bool> isAsn1Xml(std::string_view start, bool atEnd) {
 
 bool isUnknown(const DerShape& shape) {
   return shape.kind == DerKind::kOtherAsn1 || shape.kind == DerKind::kNotAsn1;
-}
-
-// Appends the DER of one element in BER, as loading a bundle makes it.
-bool convertToDer(std::span<const unsigned char> ber, DataBuffer& der) {
-  LogNull noLog;
-  unsigned consumed = 0;
-  const RefOwner<_vmAsn1> element(
-      _vmAsn1::DecodeToAsn(ber.data(), static_cast<unsigned>(ber.size()), consumed, noLog));
-  return element && element->EncodeToDer(der, false, noLog);
 }
 
 }  // namespace
@@ -311,7 +301,8 @@ void CertificateReader::readBundleMember(const Asn1Element& member) {
   Asn1Fault fault;
   if (scanBer(member.bytes, size, isDer, fault) && isDer) return give(member.bytes);
   m_converted.clear();
-  if (convertToDer(member.bytes, m_converted)) return give(m_converted.span());
+  BerWalk walk(member.bytes);
+  if (berToDer(walk, m_converted)) return give(m_converted.span());
   fail("A certificate that cannot be converted to DER.", member.offset);
 }
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <climits>
-#include <memory>
 
 #include "support/asn1/der_xml_codec.h"
 #include "x509/velmora_x509.h"
@@ -140,8 +139,8 @@ bool VelmoraX509::appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArray
                                 LogBase& log) {
   scratch.weakClear();
   if (!root.getXml(true, scratch, log)) return false;
-  std::unique_ptr<VelmoraX509> cert(createNewX509());
-  if (cert == nullptr || cert->m_certXml == nullptr) return false;
+  RefOwner<VelmoraX509> cert = createOwnedX509();
+  if (!cert || cert->m_certXml == nullptr) return false;
   if (!DerXmlCodec::xmlToDer(root, cert->m_certDer, log)) return false;
   // The tree is made of the bytes, not of the text given: that may spell an element in a way which
   // the getters pass over, and a signature would then speak for fields that nobody sees.
@@ -158,7 +157,6 @@ bool VelmoraX509::appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArray
     cert->getDN(true, true, name, log, 0);
     log.LogDataX("xDn", name);
   }
-  cert->incRefCount();
   return out.appendRefCounted(cert.release());
 }
 

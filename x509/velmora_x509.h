@@ -19,16 +19,41 @@ class _vmAsn1;
 /// path query on the tree, so that a strange field never fails the load and is met only by the one
 /// who asks for it.
 ///
-/// Counted from 0: whoever keeps an object increments its count, and an object that was never kept
-/// is deleted. Any thread may call any operation; each member operation holds the object's
-/// re-entrant lock for its whole duration unless it says otherwise. No exception leaves an
-/// operation. Operations report on the log they are given and return whether they succeeded.
+/// Counted: createOwnedX509 makes one together with its owner. Any thread may call any operation;
+/// each member operation holds the object's re-entrant lock for its whole duration unless it says
+/// otherwise. No exception leaves an operation. Operations report on the log they are given and
+/// return whether they succeeded.
+///
+/// What each factory of counted objects hands out, and what it leaves to the caller:
+///
+///   VelmoraX509 createOwnedX509        count 1, the owner's; nothing
+///   VelmoraX509 createNewX509          count 0; to count it (RefOwner::keep), or to delete it
+///   VelmoraX509 getDnAsn,              count 1; to take it over (RefOwner), or to give it up
+///     decodeCertificate,                 with decRefCount
+///     _vmAsn1 DecodeToAsn_1Step,
+///     DecodeToAsn, xml_to_asn,
+///     XmlDocument create,
+///     XmlParser parse
+///   ClsXml createNewCls, newChild,     count 1; to take it over (_clsOwner), or to give it up
+///     GetChild, getChildWithTagUtf8      with deleteSelf
+///   VelmoraX509 loadX509_fromXml       count 1 each, the array's; nothing
+///   VelmoraX509Holder getX509Ptr,      an object that somebody else keeps; to count what is to
+///     getNthX509, getX509FromArray,      live longer (RefOwner::keep)
+///     ExtPtrArrayRc elementAt,
+///     _vmAsn1 getAsnPart
+///
+/// A VelmoraX509Holder is not counted itself and keeps one reference: createFromX509,
+/// appendNewX509Holder and setX509 count one more, createFromDer holds the only one.
 class VelmoraX509 : public RefCountedObject {
  public:
   VelmoraX509();
   ~VelmoraX509() override;
 
-  /// A new, empty certificate with count 0; null when memory ran out.
+  /// A new, empty certificate and its owner, which is empty when memory ran out.
+  static RefOwner<VelmoraX509> createOwnedX509();
+
+  /// The same with count 0 and no owner; null when memory ran out. A RefOwner made of the pointer
+  /// alone would take over a reference that nobody counted.
   static VelmoraX509* createNewX509();
 
   // Loading.

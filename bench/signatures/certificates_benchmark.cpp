@@ -8,17 +8,15 @@ namespace velmora::bench {
 
 namespace {
 
-// A certificate loaded from `der`, counted once.
-VelmoraX509* loadVelmora(const DataBuffer& der, LogBase& log) {
-  VelmoraX509* certificate = VelmoraX509::createNewX509();
-  certificate->incRefCount();
+RefOwner<VelmoraX509> loadVelmora(const DataBuffer& der, LogBase& log) {
+  RefOwner<VelmoraX509> certificate = VelmoraX509::createOwnedX509();
   certificate->loadX509DerAlt(der.data(), static_cast<unsigned>(der.size()), nullptr, log);
   return certificate;
 }
 
 bool verifyVelmora(const Subject& subject, LogBase& log) {
-  const RefOwner<VelmoraX509> leaf(loadVelmora(subject.leaf, log));
-  const RefOwner<VelmoraX509> issuer(loadVelmora(subject.issuer, log));
+  const auto leaf = loadVelmora(subject.leaf, log);
+  const auto issuer = loadVelmora(subject.issuer, log);
   return leaf->verifyCertSignature(issuer.get(), log);
 }
 

@@ -22,9 +22,8 @@ constexpr int kRounds = 600;
 
 // A certificate that was loaded on both sides.
 struct LoadedCertificate {
-  explicit LoadedCertificate(const DataBuffer& der) : velmora(VelmoraX509::createNewX509()) {
+  explicit LoadedCertificate(const DataBuffer& der) : velmora(VelmoraX509::createOwnedX509()) {
     LogNull log;
-    velmora->incRefCount();
     const unsigned char* at = der.data();
     openssl.reset(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
     require(openssl != nullptr && velmora->loadX509DerAlt(

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "support/asn1/asn1_xml_form.h"
+#include "support/asn1/internal/der_writer.h"
 #include "support/asn1/strict_der.h"
 
 namespace velmora {
@@ -45,6 +46,37 @@ bool isStringInSegments(const Asn1Header& header) noexcept {
          isBerString(header.tagNumber);
 }
 
+bool writeElement(BerWalk& walk, const Asn1Header& header, std::span<const unsigned char> content,
+                  DerWriter& writer, DataBuffer& joined) noexcept {
+  bool constructed = header.constructed;
+  if (isStringInSegments(header)) {
+    constructed = !walk.joinString(header, joined);
+    if (joined.failed()) return false;
+    content = joined.span();
+  }
+  const DerIdentifier id = makeIdentifier(header.tagClass, constructed, header.tagNumber);
+  return constructed ? writer.open(id) : writer.put(id, content);
+}
+
+bool writeElements(BerWalk& walk, DerWriter& writer, DataBuffer& joined) noexcept {
+  for (;;) {
+    Asn1Header header;
+    std::span<const unsigned char> content;
+    switch (walk.next(header, content)) {
+      case BerStep::kElement:
+        if (!writeElement(walk, header, content, writer, joined)) return false;
+        break;
+      case BerStep::kClose:
+        writer.close();
+        break;
+      case BerStep::kEnd:
+        return true;
+      case BerStep::kFault:
+        return false;
+    }
+  }
+}
+
 }  // namespace
 
 bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
@@ -65,6 +97,16 @@ bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
   } while (walk.depth() != 0);
   size = walk.offset();
   return true;
+}
+
+bool berToDer(BerWalk& walk, DataBuffer& der) noexcept {
+  const size_t start = der.size();
+  DerWriter writer(der);
+  DataBuffer joined;
+  const bool done = writer.makeRoom() && writeElements(walk, writer, joined) && writer.finish();
+  if (joined.failed()) der.markFailed();
+  if (!done) der.truncate(start);
+  return done;
 }
 
 bool isBerString(uint32_t universalTag) noexcept {
@@ -98,6 +140,7 @@ bool BerWalk::joinString(const Asn1Header& header, DataBuffer& joined) noexcept 
 template <class Segments>
 bool BerWalk::joinSegments(Segments& segments) noexcept {
   const DerReader atContents = m_reader;
+  const size_t elementsLeft = m_elementsLeft;
   const size_t outer = m_depth;
   size_t innermost = outer;
   for (;;) {
@@ -124,6 +167,7 @@ bool BerWalk::joinSegments(Segments& segments) noexcept {
   }
   m_depth = outer;
   m_reader = atContents;
+  m_elementsLeft = elementsLeft;
   return false;
 }
 

@@ -27,9 +27,11 @@ enum class BerStep : uint8_t {
 class BerWalk {
  public:
   explicit BerWalk(std::span<const unsigned char> bytes) noexcept
-      : m_reader(bytes),
-        m_inputEnd(bytes.size()),
-        m_elementsLeft(kFewElements + bytes.size() / kOctetsOfElement) {}
+      : BerWalk(bytes, kFewElements + bytes.size() / kOctetsOfElement) {}
+
+  /// The same with another limit, for bytes whose elements take no more memory.
+  BerWalk(std::span<const unsigned char> bytes, size_t mostElements) noexcept
+      : m_reader(bytes), m_inputEnd(bytes.size()), m_elementsLeft(mostElements) {}
 
   /// Moves on. At kElement `header` is that of the element and `content`, when it is primitive,
   /// what it holds.
@@ -66,7 +68,8 @@ class BerWalk {
   /// moves past the element, whose kClose then does not come. False, with the walk where it was,
   /// when the element is not a string in segments: a segment of another type, a segment of bits
   /// that is malformed or has unused bits and is not the last, or broken BER, which the walk over
-  /// the members will then refuse. False with joined.failed() when memory ran out.
+  /// the members will then refuse; its elements then count as not seen. False with joined.failed()
+  /// when memory ran out.
   bool joinString(const Asn1Header& header, DataBuffer& joined) noexcept;
 
  private:
@@ -123,6 +126,12 @@ class BerWalk {
 /// element is not looked at. Takes no memory that depends on the input.
 bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
              Asn1Fault& fault) noexcept;
+
+/// Appends the DER of the element that a fresh walk walks to `der`: lengths in their shortest form,
+/// strings primitive, nothing else changed; strings in segments that joinString cannot join stay
+/// constructed. False, with the octets of `der` as they were, when the walk fails, which has the
+/// fault, or memory ran out, which marks `der`. Time and memory are proportional to the input.
+bool berToDer(BerWalk& walk, DataBuffer& der) noexcept;
 
 /// Whether elements of this universal type are strings in the sense of BER: they may come in
 /// segments (X.690 §8.6, §8.7, §8.23; the time types and ObjectDescriptor are strings too).

@@ -28,8 +28,9 @@ namespace velmora {
 ///   with the attribute `encoding="latin1"`.
 /// - `universal`: every other universal type, and every element whose content does not fit its own
 ///   form: an OID with a padded arc or one beyond kMaxOidArcOctets, bits that claim more unused
-///   bits than there are, a primitive SEQUENCE, a constructed INTEGER. Attribute `number` (decimal)
-///   and, when constructed, `constructed="1"`. Members, or the content octets in base64.
+///   bits than there are, a primitive SEQUENCE, a constructed INTEGER, a string whose segments do
+///   not fit (BerWalk::joinString). Attribute `number` (decimal) and, when constructed,
+///   `constructed="1"`. Members, or the content octets in base64.
 ///
 /// Base64 has no line breaks, the text has no white space between elements, an empty element is a
 /// pair of tags, and control characters (U+0000 to U+001F, U+007F) are numeric references. No input
@@ -56,10 +57,12 @@ class DerXmlCodec {
   /// primitive, nothing else changed (the octets of a BOOLEAN and the order in a SET stay). For a
   /// tree made from DER this gives its bytes back. Reads any ASN.1 XML text, white space in
   /// hexadecimal and base64 included; an absent `constructed` or `unused` is 0, and attributes that
-  /// are not of the form are passed over. False, with the octets of `der` as they were (and `der`
-  /// marked when memory ran out), for a tree that is not in the ASN.1 XML form; the error says what
-  /// is wrong, with the data item "element" (the tags from that at the handle down to the one at
-  /// fault, with "|" between them).
+  /// are not of the form are passed over. A string in segments, which is a constructed `universal`
+  /// with the number of a string type, is joined as it is from BER; segments that do not fit stay
+  /// as they are. False, with the octets of `der` as they were (and `der` marked when memory ran
+  /// out), for a tree that is not in the ASN.1 XML form; the error says what is wrong, with the
+  /// data item "element" (the tags from that at the handle down to the one at fault, with "|"
+  /// between them).
   static bool xmlToDer(ClsXml& at, DataBuffer& der, LogBase& log);
 };
 

@@ -26,15 +26,12 @@ bool refuseForMemory(const char* operation, LogBase& log) {
   return false;
 }
 
-// BER that is not DER is rare (some p7b files), and takes the way through the XML form: so there is
-// one encoder, and one set of rules for what it changes.
 bool convertToDer(DataBuffer& bytes, LogBase& log) {
-  StringBuffer text;
-  if (!DerXmlCodec::derToXml(bytes, false, true, text, nullptr, log)) return false;
-  const RefOwner<ClsXml> xml(ClsXml::createNewCls());
-  if (!xml) return refuseForMemory(kDecoding, log);
+  BerWalk walk(bytes.span());
   DataBuffer der;
-  if (!xml->loadXml(text, false, log) || !DerXmlCodec::xmlToDer(*xml, der, log)) return false;
+  if (!berToDer(walk, der)) {
+    return der.failed() ? refuseForMemory(kDecoding, log) : refuse(walk.fault(), log);
+  }
   bytes.swap(der);
   return true;
 }

@@ -4,10 +4,10 @@
 #include <string_view>
 
 #include "support/asn1/asn1_xml_form.h"
+#include "support/asn1/ber_walk.h"
 #include "support/asn1/der_xml_codec.h"
+#include "support/asn1/internal/der_writer.h"
 #include "support/asn1/oids.h"
-#include "support/asn1/strict_der.h"
-#include "support/core/pod_array.h"
 #include "support/text/byte_codecs.h"
 #include "support/text/encoding_convert.h"
 #include "support/text/unicode.h"
@@ -32,12 +32,6 @@ constexpr const char* kBadUtf8 = "The content is not UTF-8.";
 constexpr const char* kBadEncoding = "The attribute \"encoding\" is not \"latin1\".";
 
 constexpr uint32_t kMaxTagNumber = 0x7FFFFFFF;
-constexpr uint32_t kFirstLongTag = 0x1F;
-constexpr uint32_t kConstructedBit = 0x20;
-constexpr size_t kFirstLongLength = 0x80;
-
-constexpr size_t kMaxIdentifierSize = 6;  // 31 bits of tag number in septets, behind one octet
-constexpr size_t kMaxLengthSize = 1 + sizeof(size_t);
 
 using FormTable = std::array<Asn1XmlForm, static_cast<size_t>(XmlName::kCount)>;
 
@@ -51,39 +45,6 @@ constexpr FormTable makeFormTable() noexcept {
 
 constexpr FormTable kForms = makeFormTable();
 
-unsigned char* writeLength(size_t contentSize, unsigned char* out) noexcept {
-  if (contentSize < kFirstLongLength) {
-    *out = static_cast<unsigned char>(contentSize);
-    return out + 1;
-  }
-  size_t octets = lengthSize(contentSize) - 1;
-  *out++ = static_cast<unsigned char>(0x80 | octets);
-  while (octets-- > 0) *out++ = static_cast<unsigned char>(contentSize >> (8 * octets));
-  return out;
-}
-
-struct Identifier {
-  uint32_t classAndForm;  // the bits of the first octet above the tag number
-  uint32_t number;
-};
-
-Identifier makeIdentifier(Asn1Class tagClass, bool constructed, uint32_t number) noexcept {
-  return {static_cast<uint32_t>(tagClass) << 6 | (constructed ? kConstructedBit : 0), number};
-}
-
-unsigned char* writeIdentifier(const Identifier& id, unsigned char* out) noexcept {
-  if (id.number < kFirstLongTag) {
-    *out = static_cast<unsigned char>(id.classAndForm | id.number);
-    return out + 1;
-  }
-  *out++ = static_cast<unsigned char>(id.classAndForm | kFirstLongTag);
-  for (size_t septets = identifierSize(id.number) - 1; septets-- > 0;) {
-    const uint32_t septet = id.number >> (7 * septets) & 0x7F;
-    *out++ = static_cast<unsigned char>(septet | (septets == 0 ? 0U : 0x80U));
-  }
-  return out;
-}
-
 // A whole number in decimal as it is written here: digits alone, no leading zero.
 bool readNumber(std::string_view text, uint32_t most, uint32_t& number) noexcept {
   if (text.empty() || text.size() > 10 || (text.size() > 1 && text[0] == '0')) return false;
@@ -96,22 +57,25 @@ bool readNumber(std::string_view text, uint32_t most, uint32_t& number) noexcept
   return value <= most;
 }
 
-// Encodes a subtree in two passes. The first writes, in the order of the document, every primitive
-// element whole and leaves the headers of the constructed ones out, whose lengths it only knows
-// when it leaves them; the second moves the pieces apart, from the last to the first, and puts
-// these headers in between.
 class XmlToDer {
  public:
   XmlToDer(const XmlDocument& document, XmlIndex top, DataBuffer& der) noexcept
-      : m_document(document), m_top(top), m_at(top), m_der(der), m_start(der.size()) {}
+      : m_document(document),
+        m_top(top),
+        m_at(top),
+        m_der(der),
+        m_start(der.size()),
+        m_writer(der) {}
 
   bool run() noexcept {
-    const bool done = (makeRoom() || refuse(kNoMemory)) && readElements() && insertHeaders();
+    const bool done = m_writer.makeRoom() && readElements() && m_writer.finish() &&
+                      (!m_stringInSegments || joinStrings());
     if (!done) m_der.truncate(m_start);
     return done;
   }
 
-  const char* reason() const noexcept { return m_reason; }
+  // What is wrong with the tree; when nothing is, memory ran out.
+  const char* reason() const noexcept { return m_reason != nullptr ? m_reason : kNoMemory; }
 
   // The tags from the top down to the element at fault.
   void appendPath(StringBuffer& path) const noexcept {
@@ -126,14 +90,6 @@ class XmlToDer {
   }
 
  private:
-  // A constructed element: where its contents start while no headers are in between, and its own.
-  struct Constructed {
-    size_t start;
-    size_t contentSize;
-    size_t headersBefore;  // size of all headers put in before its own, to know those inside
-    Identifier identifier;
-  };
-
   struct Attributes {
     std::string_view number;
     std::string_view constructed = "0";
@@ -143,21 +99,13 @@ class XmlToDer {
 
   bool refuse(const char* reason) noexcept {
     m_reason = reason;
-    if (reason == kNoMemory) m_der.markFailed();
     return false;
-  }
-
-  // Room for a certificate, so that it does not come piece by piece.
-  bool makeRoom() noexcept {
-    constexpr size_t kUsualSize = 2048;
-    constexpr size_t kUsualConstructed = 64;
-    return m_der.reserve(m_start + kUsualSize) && m_constructed.reserve(kUsualConstructed);
   }
 
   // Walks the subtree by its links.
   bool readElements() noexcept {
     for (;;) {
-      if (m_depth == kMaxAsn1Depth) return refuse(kTooDeep);
+      if (m_writer.depth() == kMaxAsn1Depth) return refuse(kTooDeep);
       bool constructed = false;
       if (!readElement(constructed)) return false;
       const XmlIndex child = m_document.node(m_at).firstChild;
@@ -165,10 +113,10 @@ class XmlToDer {
         m_at = child;
         continue;
       }
-      if (constructed) close();
+      if (constructed) m_writer.close();
       while (m_at != m_top && m_document.node(m_at).next == kNoXmlIndex) {
         m_at = m_document.node(m_at).parent;
-        close();
+        m_writer.close();
       }
       if (m_at == m_top) return true;
       m_at = m_document.node(m_at).next;
@@ -188,9 +136,12 @@ class XmlToDer {
       constructed = attributes.constructed == "1";
       if (!constructed && attributes.constructed != "0") return refuse(kBadConstructed);
     }
-    const Identifier id = makeIdentifier(form.tagClass, constructed, number);
+    const DerIdentifier id = makeIdentifier(form.tagClass, constructed, number);
     const std::string_view text = m_document.content(m_at);
-    if (constructed) return (isXmlWhite(text) || refuse(kTextInConstructed)) && open(id);
+    if (constructed) {
+      if (form.name == XmlName::kUniversal && isBerString(number)) m_stringInSegments = true;
+      return (isXmlWhite(text) || refuse(kTextInConstructed)) && m_writer.open(id);
+    }
     if (node.firstChild != kNoXmlIndex) return refuse(kMembersInPrimitive);
     return writePrimitive(form.content, id, text, attributes);
   }
@@ -211,33 +162,17 @@ class XmlToDer {
     }
   }
 
-  bool open(const Identifier& id) noexcept {
-    m_open[m_depth++] = m_constructed.size();
-    return m_constructed.push_back({m_der.size(), 0, m_headersSize, id}) || refuse(kNoMemory);
-  }
-
-  void close() noexcept {
-    Constructed& element = m_constructed[m_open[--m_depth]];
-    const size_t headersInside = m_headersSize - element.headersBefore;
-    element.contentSize = m_der.size() - element.start + headersInside;
-    m_headersSize += identifierSize(element.identifier.number) + lengthSize(element.contentSize);
-  }
-
-  bool insertHeaders() noexcept {
-    size_t from = m_der.size();
-    if (m_der.extend(m_headersSize) == nullptr) return refuse(kNoMemory);
-    unsigned char* const der = m_der.data();
-    size_t to = m_der.size();
-    for (size_t i = m_constructed.size(); i-- > 0;) {
-      const Constructed& element = m_constructed[i];
-      const size_t moved = from - element.start;
-      to -= moved;
-      std::memmove(der + to, der + element.start, moved);
-      from = element.start;
-      to -= identifierSize(element.identifier.number) + lengthSize(element.contentSize);
-      writeLength(element.contentSize, writeIdentifier(element.identifier, der + to));
+  // A string given in segments is joined by the rules for BER, which what was written is.
+  bool joinStrings() noexcept {
+    const std::span<const unsigned char> written = m_der.span().subspan(m_start);
+    DataBuffer joined;
+    BerWalk walk(written, written.size());  // no element is smaller than an octet
+    if (!berToDer(walk, joined)) {
+      m_der.markFailed();
+      return false;
     }
-    return true;
+    m_der.truncate(m_start);
+    return m_der.append(joined);
   }
 
   // The most octets that the text of a primitive element can stand for.
@@ -255,22 +190,12 @@ class XmlToDer {
     }
   }
 
-  // Writes the contents where they are to be if they are as long as they can be, and moves them
-  // when their length turns out to take fewer octets.
-  bool writePrimitive(Asn1Content content, const Identifier& id, std::string_view text,
+  bool writePrimitive(Asn1Content content, const DerIdentifier& id, std::string_view text,
                       const Attributes& attributes) noexcept {
-    const size_t most = mostOctets(content, text.size());
-    const size_t start = m_der.size();
-    unsigned char* const element = m_der.extend(kMaxIdentifierSize + kMaxLengthSize + most);
-    if (element == nullptr) return refuse(kNoMemory);
-    unsigned char* const length = writeIdentifier(id, element);
-    unsigned char* const guess = length + lengthSize(most);
-    size_t size = 0;
-    if (!writeContent(content, text, attributes, guess, size)) return false;
-    unsigned char* const contents = writeLength(size, length);
-    if (contents != guess) std::memmove(contents, guess, size);
-    m_der.truncate(start + static_cast<size_t>(contents + size - element));
-    return true;
+    return m_writer.putMade(id, mostOctets(content, text.size()),
+                            [&](unsigned char* out, size_t& size) {
+                              return writeContent(content, text, attributes, out, size);
+                            });
   }
 
   bool writeContent(Asn1Content content, std::string_view text, const Attributes& attributes,
@@ -341,11 +266,9 @@ class XmlToDer {
   XmlIndex m_at;
   DataBuffer& m_der;
   size_t m_start;
-  size_t m_headersSize = 0;
-  size_t m_depth = 0;
+  DerWriter m_writer;
+  bool m_stringInSegments = false;
   const char* m_reason = nullptr;
-  PodArray<Constructed> m_constructed;
-  std::array<size_t, kMaxAsn1Depth> m_open;  // indexes of the constructed elements around m_at
 };
 
 }  // namespace

@@ -2,7 +2,8 @@
 
 namespace velmora::vartime {
 
-/// The ways in which this floor can multiply. Each gives the same results.
+/// The ways in which this floor can multiply, from the slowest; each gives the same results, and a
+/// CPU that can run one can run those before it.
 enum class ArithmeticPath {
   kPortable,    ///< C++ alone
   kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side

@@ -45,15 +45,28 @@ class RefCountedObject : public VelmoraCritSec {
   std::atomic<int> m_count{0};
 };
 
-/// Owner of one reference to a counted object, for the length of a scope.
+/// Owner of one reference to a counted object, or of none. Movable, so that it can be handed on and
+/// stand in containers.
 template <class T>
 class RefOwner {
  public:
-  /// Takes over a reference that the caller already counted; null is allowed.
+  /// Takes over a reference that is counted already, as most factories hand it out; null is
+  /// allowed. For an object that nobody counted, or that somebody else holds, there is keep.
   explicit RefOwner(T* counted = nullptr) noexcept : m_object(counted) {}
   ~RefOwner() { reset(); }
   RefOwner(const RefOwner&) = delete;
   RefOwner& operator=(const RefOwner&) = delete;
+  RefOwner(RefOwner&& other) noexcept : m_object(other.release()) {}
+  RefOwner& operator=(RefOwner&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+
+  /// An owner with a reference of its own, which it counts; null gives an owner of nothing.
+  static RefOwner keep(T* object) noexcept {
+    if (object != nullptr) object->incRefCount();
+    return RefOwner(object);
+  }
 
   T* get() const noexcept { return m_object; }
   T* operator->() const noexcept { return m_object; }

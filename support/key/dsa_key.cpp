@@ -23,22 +23,18 @@ bool DsaKeyData::assign(const Numbers& numbers, LogBase& log) {
   if (m_order[0] % 2 == 0) return refuse("The DSA order q is even.", log);
   m_orderDivisor.assign(m_order, kMaxOrderLimbs);
   if (!readBase(m_g, numbers.g)) return refuse("The DSA generator g is not in its range.", log);
-  if (!readBase(m_y, numbers.y)) return refuse("The DSA public value y is not in its range.", log);
-  // p - 1 as y would make every other signature valid; p is odd, so that p - 1 only clears a bit.
-  Limb last[kMaxPrimeLimbs];
-  vartime::copyLimbs(last, m_prime, kMaxPrimeLimbs);
-  last[0] -= 1;
-  if (vartime::compareLimbs(m_y, last, kMaxPrimeLimbs) == 0) {
-    return refuse("The DSA public value y is not in its range.", log);
-  }
-  return true;
+  return readBase(m_y, numbers.y) || refuse("The DSA public value y is not in its range.", log);
 }
 
-// Reads a number above 1 and below p.
+// Reads a number above 1 and below p - 1. Everybody knows the powers of these two: with one of them
+// as g or as y, anyone can make up a signature that is valid.
 bool DsaKeyData::readBase(Limb* value, std::span<const unsigned char> octets) const noexcept {
+  Limb last[kMaxPrimeLimbs];  // p - 1; p is odd
+  vartime::copyLimbs(last, m_prime, kMaxPrimeLimbs);
+  last[0] -= 1;
   return vartime::limbsFromBigEndian(value, kMaxPrimeLimbs, octets.data(), octets.size()) &&
          vartime::bitLength(value, kMaxPrimeLimbs) > 1 &&
-         vartime::compareLimbs(value, m_prime, kMaxPrimeLimbs) < 0;
+         vartime::compareLimbs(value, last, kMaxPrimeLimbs) < 0;
 }
 
 unsigned DsaKeyData::get_ModulusBitLen() const noexcept {

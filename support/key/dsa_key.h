@@ -27,7 +27,8 @@ class DsaKeyData {
   explicit DsaKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
 
   /// Sets the key. False, with the reason logged and the key not to be used, for a prime or an
-  /// order that is even or outside the limits above, and unless 1 < g < p and 1 < y < p - 1.
+  /// order that is even or outside the limits above, and unless g and y are above 1 and below
+  /// p - 1: beyond these, signatures can be made up without the private key.
   ///
   /// That q divides p - 1 and that g and y have order q is not checked. It would cost more than a
   /// verification, and would keep nobody from anything: whoever chooses the key of an issuer can

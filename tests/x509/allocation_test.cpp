@@ -19,18 +19,18 @@ constexpr const char* kSubject = "C=US, O=Acme, CN=host";
 TEST(X509OutOfMemory, LoadingFailsOrIsRight) {
   for (const der::Bytes& der : {kCert, der::bundle(kCert, kCert)}) {
     bool loaded = false;
-    std::unique_ptr<VelmoraX509> cert;
+    RefOwner<VelmoraX509> cert;
     SystemCerts store;
     LogNull log;
     log.m_verbose = true;
     const size_t faults = forEachAllocationFault(
         [&] {
-          cert.reset(VelmoraX509::createNewX509());
-          loaded = cert != nullptr && load(*cert, der, log, &store);
+          cert = VelmoraX509::createOwnedX509();
+          loaded = cert && load(*cert, der, log, &store);
         },
         [&](bool faulted) {
           EXPECT_TRUE(loaded || faulted);
-          if (cert == nullptr) return;
+          if (!cert) return;
           EXPECT_TRUE(!loaded || subjectOf(*cert) == kSubject);
           // Only a certificate that never got its tree stays useless.
           const bool reloaded = load(*cert, kCert, log);

@@ -172,10 +172,9 @@ TEST(X509LoadingFromXml, NamesEachCertificateInAVerboseLog) {
 
 TEST(X509Holder, KeepsOneCountedReference) {
   LogNull log;
-  RefOwner<VelmoraX509> x(VelmoraX509::createNewX509());
-  ASSERT_TRUE(x);
-  EXPECT_EQ(x->refCount(), 0);
-  x->incRefCount();
+  const std::unique_ptr<VelmoraX509> uncounted(VelmoraX509::createNewX509());
+  EXPECT_EQ(uncounted->refCount(), 0);
+  const auto x = VelmoraX509::createOwnedX509();
   {
     ExtPtrArray certs;
     EXPECT_FALSE(VelmoraX509Holder::appendNewX509Holder(nullptr, certs, log));

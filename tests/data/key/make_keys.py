@@ -79,7 +79,7 @@ def dsa_key_cases():
     y = int.from_bytes(split(key_bits(info))[0][1], "big")
     for case, numbers in (("p of 512 bits", (2**511 + 1, q, 2, 3)), ("p of 8192 bits", (2**8192 - 1, q, 2, 3)),
                           ("q of 160 bits", (p, 2**159 + 1, g, y)), ("q of 256 bits", (p, 2**256 - 1, g, y)),
-                          ("g is 2", (p, q, 2, y)), ("y is p - 2", (p, q, g, p - 2))):
+                          ("g is 2", (p, q, 2, y)), ("g is p - 2", (p, q, p - 2, y)), ("y is p - 2", (p, q, g, p - 2))):
         good_key("DSA " + case, dsa_info(*numbers), "DSA", numbers[0].bit_length())
     p_size, q_size = (f"The DSA {what} has fewer than {low} or more than {high} bits." for what, low, high in
                       (("prime p", 512, 8192), ("order q", 160, 256)))
@@ -89,8 +89,8 @@ def dsa_key_cases():
             ("even p", (p + 1, q, g, y), "The DSA prime p is even."),
             ("q of 159 bits", (p, 2**159 - 1, g, y), q_size), ("q of 257 bits", (p, 2**256 + 1, g, y), q_size),
             ("even q", (p, q + 1, g, y), "The DSA order q is even."),
-            ("g is 1", (p, q, 1, y), bad_g), ("g is p", (p, q, p, y), bad_g), ("g is longer than p", (p, q, 2**8193,
-             y), bad_g),
+            ("g is 1", (p, q, 1, y), bad_g), ("g is p - 1", (p, q, p - 1, y), bad_g), ("g is p", (p, q, p, y), bad_g),
+            ("g is longer than p", (p, q, 2**8193, y), bad_g),
             ("y is 1", (p, q, g, 1), bad_y), ("y is p - 1", (p, q, g, p - 1), bad_y), ("y is p", (p, q, g, p), bad_y)):
         bad_key("DSA " + case, dsa_info(*numbers), reason)
     parameters = sequence(integer(p), integer(q), integer(g))

@@ -255,6 +255,27 @@ def dsa_cases():
             pair_cases(name, "dsa", dsa_numbers(info)[1], *integers(sign_with(name, "sha256")))
 
 
+def prime_from(candidate, step):
+    while pow(2, candidate - 1, candidate) != 1:
+        candidate += step
+    return candidate
+
+
+def dsa_order_of_163_bits():
+    """The command line makes orders of whole octets only. Of a longer hash the leftmost bits count
+    (FIPS 186-4, 4.6), here 163; the same key is made in every run."""
+    q = prime_from(2**162 + 1, 2)
+    p = prime_from(2 * q * 2**360 + 1, 2 * q)
+    g, x, k = pow(2, (p - 1) // q, p), 3**100, 5**60
+    signer("DSA 524 163", dsa_info(p, q, g, pow(g, x, p)))
+    for hash_name in HASH_OIDS:
+        digest = hashlib.new(hash_name, MESSAGE).digest()
+        z = int.from_bytes(digest, "big") >> max(0, 8 * len(digest) - 163)
+        r = pow(g, k, p) % q
+        signature(f"DSA 524 163 {hash_name}", "DSA 523 163", "dsa", pair(r, pow(k, -1, q) * (z + x * r) % q),
+                  hash_name, **VALID)
+
+
 # Ed25519
 
 P = 2**255 - 19
@@ -342,6 +363,7 @@ def main():
     pss_cases(tiny, small, large, odd)
     ecdsa_cases()
     dsa_cases()
+    dsa_order_of_163_bits()
     ed25519_cases()
 
 

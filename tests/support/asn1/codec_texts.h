@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "support/asn1/der_xml_codec.h"
+#include "support/asn1/vm_asn1.h"
 #include "support/log/log_sinks.h"
 
 namespace velmora::test {
@@ -39,13 +40,17 @@ inline std::optional<std::string> toXml(std::string_view octets) {
   return std::string(xml.view().substr(1));
 }
 
-/// The DER of an XML text in hexadecimal, or what the log has to say.
+/// The DER of an XML text in hexadecimal, which _vmAsn1 has to agree on, or what the log has to
+/// say.
 inline std::string toDerHex(std::string_view xml) {
   LogText log;
   const _clsOwner tree(ClsXml::createNewCls());
   if (!tree->loadXml(xml, true, log)) return "not loaded: " + std::string(log.text().view());
   DataBuffer der;
   if (!DerXmlCodec::xmlToDer(*tree, der, log)) return std::string(log.text().view());
+  const RefOwner<_vmAsn1> node(_vmAsn1::xml_to_asn(*tree, log));
+  DataBuffer ofNode;
+  EXPECT_TRUE(node && node->EncodeToDer(ofNode, false, log) && ofNode.equals(der)) << xml;
   EXPECT_TRUE(log.text().isEmpty());
   return hexOf(der.view());
 }

@@ -85,6 +85,10 @@ TEST(HostileDer, DepthIsBounded) {
   for (int i = 0; i < 10'000; ++i) indefinite += "\x30\x80";
   EXPECT_FALSE(toXml(indefinite));
 
+  const auto inXmlSegments = [](const std::string& inner) {
+    return "<universal number=\"4\" constructed=\"1\">" + inner + "</universal>";
+  };
+  EXPECT_EQ(toDerHex(nested(100, "<octets>YQ==</octets>", inXmlSegments)), "040161");
   const auto inSet = [](const std::string& inner) { return "<set>" + inner + "</set>"; };
   EXPECT_EQ(toDerHex(nested(100, "<null/>", inSet)).substr(0, 4), "3181");
   const std::string refusal = toDerHex(nested(101, "<null/>", inSet));
@@ -93,13 +97,20 @@ TEST(HostileDer, DepthIsBounded) {
 
 // The smallest elements take thirty times their octets as text, so their number is bounded.
 TEST(HostileDer, NumberOfElementsIsBounded) {
-  const auto nulls = [](size_t count) {
-    std::string members(2 * count, '\0');
-    for (size_t i = 0; i < count; ++i) members[2 * i] = 5;
-    return der::sequence(members);
+  const auto repeated = [](size_t count, std::string_view one) {
+    std::string all;
+    while (count-- > 0) all += one;
+    return all;
   };
-  EXPECT_TRUE(toXml(nulls(131'072)));
-  EXPECT_FALSE(toXml(nulls(131'073)));
+  EXPECT_TRUE(toXml(der::sequence(repeated(131'072, der::null()))));
+  EXPECT_FALSE(toXml(der::sequence(repeated(131'073, der::null()))));
+  // Segments that turn out not to fit are walked twice and count once.
+  EXPECT_TRUE(toXml(der::element(0x24, repeated(131'071, der::octets("")) + der::null())));
+  EXPECT_FALSE(toXml(der::element(0x24, repeated(131'072, der::octets("")) + der::null())));
+  // What stands in a tree has its memory already.
+  EXPECT_EQ(toDerHex("<universal number=\"4\" constructed=\"1\">" + repeated(200'000, "<octets/>") +
+                     "</universal>"),
+            "0400");
 }
 
 TEST(HostileDer, LongInputs) {

@@ -1,4 +1,6 @@
 #include "support/bignum/divisor.h"
+#include "support/bignum/internal/cpu_words.h"
+#include "support/bignum/internal/mulx_implementations.h"
 #include "support/bignum/inverse.h"
 #include "support/bignum/limb_rows.h"
 #include "support/bignum/montgomery.h"
@@ -43,6 +45,42 @@ TEST(LimbsTest, WordsOfAnyWidthJoinToWhatTheyWereSplitFrom) {
     EXPECT_EQ(joined, limbs) << width;
   }
 }
+
+TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
+  constexpr unsigned kMulx = CpuWords::kBmi2 | CpuWords::kAdx;
+  constexpr unsigned kIfma = CpuWords::kAvx512F | CpuWords::kAvx512Ifma;
+  constexpr unsigned kZmm = CpuWords::kZmmStates;
+  const struct {
+    CpuWords cpu;
+    ArithmeticPath path;
+  } cases[] = {
+      {{0, 0}, ArithmeticPath::kPortable},
+      {{~0U ^ CpuWords::kBmi2, ~0U}, ArithmeticPath::kPortable},
+      {{~0U ^ CpuWords::kAdx, ~0U}, ArithmeticPath::kPortable},
+      {{kMulx, 0}, ArithmeticPath::kMulxAdx},
+      {{~0U ^ CpuWords::kAvx512F, ~0U}, ArithmeticPath::kMulxAdx},
+      {{~0U ^ CpuWords::kAvx512Ifma, ~0U}, ArithmeticPath::kMulxAdx},
+      {{~0U, 0}, ArithmeticPath::kMulxAdx},
+      {{~0U, ~0U ^ 0x80}, ArithmeticPath::kMulxAdx},  // ZMM16 to ZMM31 are not saved
+      {{kMulx | kIfma, kZmm}, ArithmeticPath::kAvx512Ifma},
+  };
+  for (const auto& c : cases) EXPECT_EQ(fastestPathOn(c.cpu), c.path) << c.cpu.leaf7Ebx;
+}
+
+// Were they the same code, that of one path would be tested nowhere.
+#if defined(__x86_64__)
+TEST(ArithmeticPaths, EachRunsItsOwnCode) {
+  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
+  const auto portable = ArithmeticPath::kPortable, mulx = ArithmeticPath::kMulxAdx;
+  EXPECT_EQ(limbRowFunction(portable), PortableRows::addMultiply);
+  EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
+  EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mulx));
+  EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
+  EXPECT_NE(curves(portable).curves, curves(mulx).curves);
+  EXPECT_EQ(&edwards25519(mulx), &edwards25519OnMulx());
+  EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));
+}
+#endif
 
 TEST(WindowTest, DigitsAddUpToTheNumber) {
   Numbers numbers;

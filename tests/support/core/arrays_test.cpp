@@ -87,8 +87,11 @@ TEST(RefCountedObject, CountsAndLocksBetweenThreads) {
 
 TEST(ExtPtrArray, HoldsObjectsOrReferences) {
   int living = 0;
-  const RefOwner<Counted> shared(new Counted(living));
-  shared->incRefCount();
+  RefOwner<Counted> shared = RefOwner<Counted>::keep(new Counted(living));
+  RefOwner<Counted> handedOn(std::move(shared));
+  shared = std::move(handedOn);
+  EXPECT_FALSE(handedOn);
+  EXPECT_FALSE(RefOwner<Counted>::keep(nullptr));
   {
     ExtPtrArray owning;
     auto* owned = new Owned(living);

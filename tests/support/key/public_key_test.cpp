@@ -107,7 +107,7 @@ TEST(PublicKeyMemory, NothingIsLoadedWithoutIt) {
                                                  EXPECT_EQ(loaded, !faulted);
                                                  EXPECT_EQ(key.isEmpty(), faulted);
                                                });
-  EXPECT_EQ(faults, 1U);
+  EXPECT_GT(faults, 0U);
 }
 
 }  // namespace
