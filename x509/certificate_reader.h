@@ -19,15 +19,16 @@ namespace velmora {
 /// Where in its input something was found. The label is valid during the call that brings it.
 struct CertificatePlace {
   size_t index = 0;        // from 0 within the input; what could not be read has one too
-  std::string_view label;  // of the PEM block; empty for every other form
-  size_t line = 0;         // of the BEGIN line or of the XML document, from 1; 0 where unknown
+  std::string_view label;  // of the PEM block or of an END without one; empty for all else
+  size_t line = 0;  // of the BEGIN, of a line at fault between PEM blocks, or of the XML document,
+                    // from 1; 0 where unknown
 };
 
 /// Why something is no certificate. The text is valid during the call that brings it.
 struct CertificateFailure {
   std::string_view reason;
   std::optional<size_t> offset;  // of the octet at fault in the input's (the block's) DER
-  size_t line = 0;               // at fault in a PEM block, from 1; 0 where unknown
+  size_t line = 0;               // at fault in PEM, from 1; 0 where unknown
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
@@ -47,9 +48,10 @@ class CertificateSink {
 /// bytes tell the form, never a name; a UTF-8 byte order mark and white space may precede them.
 ///
 ///   DER, BER     elements in a row; each a certificate or a PKCS #7 bundle
-///   PEM          blocks as in RFC 7468, text around them ignored; the content of a block tells
-///                what it holds, not its label ("TRUSTED CERTIFICATE" alone means that something
-///                follows the certificate, which is passed over)
+///   PEM          blocks as in RFC 7468, lines of text around them ignored (not what stands on the
+///                line of a BEGIN or END); the content of a block tells what it holds, not its
+///                label ("TRUSTED CERTIFICATE" alone means that something follows the certificate,
+///                which is passed over)
 ///   base64       the same without BEGIN and END lines
 ///   ASN.1 XML    documents in a row, as DerXmlCodec describes them
 ///

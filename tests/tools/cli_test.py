@@ -118,10 +118,11 @@ class Inputs(unittest.TestCase):
         self.assertEqual((status, [line.split(": ")[2] for line in errors.splitlines()]),
                          (3, ["block 1", "blocks 2 to 50002"]))
         block = "-----BEGIN X-----\nMA\nM*\n-----END X-----\n"
-        errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y")).encode())[2]
+        errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y") + "-----END Z-----").encode())[2]
         self.assertEqual([line.split(": ", 2)[2].replace("the PEM block holds a ", "") for line in errors.splitlines()], [
             'block 1 ("X", line 1): line that is not base64 (line 3)', "blocks 2 to 3 (lines 5 to 9): line that is not base64",
-            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)'])
+            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)',
+            'block 6 ("Z", line 21): a PEM END without a BEGIN'])
 
     def test_endless_input_is_refused_in_bounded_memory(self):
         limits = ["sh", "-c", 'ulimit -v 400000; exec "$0" "$@"', PROGRAM, "show", "-"]

@@ -65,6 +65,9 @@ Found readIn(const std::string& input, size_t pieceSize) {
 using Items = std::vector<std::string>;
 
 const std::string kNothing = "!No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
+const std::string kNotBase64 = "!The PEM block holds a line that is not base64.";
+const std::string kBeside = "!Text on the line of a PEM BEGIN or END.";
+const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
 struct ReadCase {
@@ -77,6 +80,7 @@ std::vector<ReadCase> readCases() {
   const std::string ber = "\x30\x80"s + kA.substr(3) + "\0\0"s;
   const std::string begin = "-----BEGIN CERTIFICATE-----\n";
   const std::string end = "-----END CERTIFICATE-----\n";
+  const std::string onOneLine = pemOf(kA, "X", "").append("\t") + pemOf(kB, "Y", "");
   return {
       {"DER in a row", kA + kB + kA, {kA, kB, kA}},
       {"mark and white space before DER", "\xEF\xBB\xBF \r\n" + kA, {kA}},
@@ -106,19 +110,34 @@ std::vector<ReadCase> readCases() {
        {"!The PEM block has no END line.", kB}},
       {"PEM, not base64",
        begin + "MII*\n" + base64Of(kA) + "\n" + end + pemOf(kB),
-       {"!The PEM block holds a line that is not base64.", kB}},
-      {"PEM, data behind padding",
-       begin + "MAA=MAA=\n" + end + pemOf(kB),
-       {"!The PEM block holds a line that is not base64.", kB}},
+       {kNotBase64, kB}},
+      {"PEM, data behind padding", begin + "MAA=MAA=\n" + end + pemOf(kB), {kNotBase64, kB}},
       {"PEM, empty, and base64 cut",
        begin + end + begin + "MAAAA\n" + end + pemOf(kB),
        {"!The PEM block is empty.", "!The base64 text is cut short.", kB}},
       {"PEM, encrypted key",
        pemOf(kA.substr(1), "OPENSSH PRIVATE KEY"),
        {"!A private key, not a certificate."}},
-      {"END without BEGIN, and lines of dashes",
-       end + "-----\n-----BEGIN\n" + std::string(500, '-') + "\n" + pemOf(kA),
-       {kA}},
+      {"PEM, lines of dashes", "-----\n- END\n" + std::string(500, '-') + "\n" + pemOf(kA), {kA}},
+      {"PEM, BEGIN behind END", onOneLine + pemOf(kA), {kA, kB, kA}},
+      {"PEM, markers behind a fault",
+       "-----BEGIN X-----\nA-B-----END X----------BEGIN X----- : -----BEGIN X-----" + base64Of(kA) +
+           "-----END X-----\n",
+       {kNotBase64, "!The PEM block has no END line.", kA}},
+      {"PEM, text beside markers",
+       "a -----BEGIN X-----\n" + base64Of(kA) + "\n-----END X----- b\n" + onOneLine + "c " +
+           onOneLine + "\nd\n",
+       {kBeside, kA, kBeside, kA, kB, kBeside, kA, kB}},
+      {"PEM, END alone",
+       end + pemOf(kA) + end + end,
+       {"!A PEM END without a BEGIN.", kA, "!A PEM END without a BEGIN.",
+        "!A PEM END without a BEGIN."}},
+      {"PEM, malformed markers",
+       "-----BEGIN\n-----BEGIN X----\n------END X-----\n-- BEGIN\n-----BEGIN " +
+           std::string(200, 'X') + "-----\n-" + pemOf(kA) + begin + "MA----END X-----" + begin +
+           "--MA\n-----END" + begin + "X: --END",
+       {kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kA, kMalformed,
+        kNotBase64, kMalformed, kMalformed}},
       {"base64", base64Of(kA).insert(76, "\r\n"), {kA}},
       {"base64 without padding", base64Of(kA).substr(0, base64Of(kA).find('=')), {kA}},
       {"text that starts like base64", "MAC\n" + pemOf(kA), {kA}},
@@ -156,9 +175,12 @@ TEST(CertificateReader, TellsWhereAFailureIs) {
   EXPECT_EQ(inPem.offsets, (std::vector<size_t>{kA.size()}));  // and none for the key
 
   const std::string begin = "-----BEGIN X-----\r\n";
-  const Found inLine = readIn(begin + "MAAA\r\nMA*A\r\n" + begin + "MAAA\n", 3);
-  EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4}));
-  EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0}));
+  const Found inLine = readIn(begin + "MAAA\r\nMA*A\r\n" + begin + "MAAA\n" + begin +
+                                  "MAA=\n-----END X----- ?\n-----END Y-----",
+                              3);
+  EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4, 6, 8, 9}));
+  EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0, 0, 8, 9}));
+  EXPECT_EQ(inLine.labels, (Items{"X", "X", "X", "", "Y"}));
 
   const Found inXml =
       readIn(std::string(1, '\n') + xmlOf(kA) + "\n\n<sequence>\n</set>" + xmlOf(kB), 3);
