@@ -9,6 +9,7 @@
 #include "support/core/arrays.h"
 #include "support/log/log_base.h"
 #include "support/text/data_buffer.h"
+#include "support/text/utf16_stream.h"
 #include "x509/asn1_element.h"
 #include "x509/first_error_log.h"
 #include "x509/pem_scanner.h"
@@ -46,6 +47,7 @@ class CertificateSink {
 
 /// Reads certificates from an input that comes in pieces, in any of the forms below. The first
 /// bytes tell the form, never a name; a UTF-8 byte order mark and white space may precede them.
+/// Text behind a mark of UTF-16 is read as the same text in UTF-8.
 ///
 ///   DER, BER     elements in a row; each a certificate or a PKCS #7 bundle
 ///   PEM          blocks as in RFC 7468, lines of text around them ignored (not what stands on the
@@ -53,7 +55,7 @@ class CertificateSink {
 ///                label ("TRUSTED CERTIFICATE" alone means that something follows the certificate,
 ///                which is passed over)
 ///   base64       the same without BEGIN and END lines
-///   ASN.1 XML    documents in a row, as DerXmlCodec describes them
+///   ASN.1 XML    documents in a row, as DerXmlCodec describes them and ClsXml::loadXml takes them
 ///
 /// A bundle (PKCS #7 SignedData, RFC 2315 §9.1) gives each of its certificates in order, duplicates
 /// included, as DER with the bytes that VelmoraX509::loadX509DerAlt cuts out.
@@ -87,6 +89,9 @@ class CertificateReader {
  private:
   enum class Form { kUnknown, kBinary, kText, kXml, kDone };
 
+  std::string_view takeMark(std::string_view text);
+  void readUtf16(std::string_view text);
+  void readUtf8(std::string_view text);
   std::string_view sniff(std::string_view text);
   bool dropBlankStart();
   std::optional<Form> formOf(std::string_view start, bool atEnd) const;
@@ -116,7 +121,9 @@ class CertificateReader {
   Form m_form = Form::kUnknown;
   std::array<char, 32> m_start;  // the first bytes, until they tell the form
   size_t m_startSize = 0;
-  bool m_markPossible = true;  // a byte order mark may stand here
+  bool m_markPossible = true;          // a byte order mark may stand here
+  std::optional<Utf16Stream> m_utf16;  // of an input with its mark
+  StringBuffer m_utf8;                 // a piece of it
   bool m_lastWasCr = false;
   DataBuffer m_binary;
   PemScanner m_pem;

@@ -1,6 +1,7 @@
 #include "x509/xml_splitter.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmora {
 
@@ -66,6 +67,7 @@ XmlSplitter::Event XmlSplitter::step(char c) noexcept {
       readUntil("]]>", c);
       break;
     case State::kPi:
+      if (!m_inDocument) readInstruction(c);
       readUntil("?>", c);
       break;
   }
@@ -88,7 +90,7 @@ XmlSplitter::Event XmlSplitter::readText(char c) noexcept {
 // `c` follows a "<".
 XmlSplitter::Event XmlSplitter::readOpened(char c) noexcept {
   if (!m_inDocument) m_startLine = m_line;
-  m_declarationSize = 0;
+  m_openingSize = m_targetSize = 0;
   if (c == '!') {
     enter(State::kDeclaration);
   } else if (c == '?') {
@@ -99,6 +101,7 @@ XmlSplitter::Event XmlSplitter::readOpened(char c) noexcept {
   } else {
     if (!m_inDocument) {
       m_inDocument = true;
+      m_documentDeclaration = std::exchange(m_declaration, {});
       m_document.weakClear();
       const char start[] = {'<', c};
       keep({start, sizeof start});
@@ -135,10 +138,10 @@ XmlSplitter::Event XmlSplitter::readEndTag(char c) noexcept {
   return --m_depth == 0 ? closeDocument() : Event::kNone;
 }
 
-// `c` follows a "<!" and m_declarationSize characters.
+// `c` follows a "<!" and m_openingSize characters.
 XmlSplitter::Event XmlSplitter::readDeclaration(char c) noexcept {
-  m_declaration[m_declarationSize++] = c;
-  const std::string_view read(m_declaration, m_declarationSize);
+  m_opening[m_openingSize++] = c;
+  const std::string_view read(m_opening, m_openingSize);
   if (read == kCommentStart) {
     enter(State::kComment);
   } else if (read == kCdataStart && m_inDocument) {
@@ -149,6 +152,19 @@ XmlSplitter::Event XmlSplitter::readDeclaration(char c) noexcept {
     return fail("Text outside the XML documents.", Event::kFatal);
   }
   return Event::kNone;
+}
+
+// A declaration, if the instruction's target is "xml", in front of the next document.
+void XmlSplitter::readInstruction(char c) noexcept {
+  constexpr std::string_view kTarget = "xml";
+  constexpr size_t kOther = kTarget.size() + 2;
+  if (m_targetSize < kTarget.size()) {
+    m_targetSize = c == kTarget[m_targetSize] ? m_targetSize + 1 : kOther;
+  } else if (m_targetSize == kTarget.size()) {
+    m_targetSize = isXmlSpace(c) ? m_targetSize + 1 : kOther;
+  } else if (m_targetSize != kOther && c != '?') {
+    m_declaration.take(c);
+  }
 }
 
 // Ends the present markup where `c` completes its terminator.

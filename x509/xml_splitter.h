@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "support/text/string_buffer.h"
+#include "support/xml/xml_encoding.h"
 
 namespace velmora {
 
@@ -33,6 +34,8 @@ class XmlSplitter {
   // About the last event; valid until the next call.
 
   std::string_view document() const noexcept { return m_document.view(); }
+  /// What stands in front of the document and is no part of it: its XML declaration.
+  const XmlDeclaration& declaration() const noexcept { return m_documentDeclaration; }
   /// The line where the document or the fault starts, from 1.
   size_t line() const noexcept { return m_startLine; }
   const char* reason() const noexcept { return m_reason; }
@@ -46,6 +49,7 @@ class XmlSplitter {
   Event readStartTag(char c) noexcept;
   Event readEndTag(char c) noexcept;
   Event readDeclaration(char c) noexcept;
+  void readInstruction(char c) noexcept;
   void readUntil(std::string_view terminator, char c) noexcept;
   void enter(State state) noexcept;
   bool passOverText(std::string_view& text) noexcept;
@@ -65,8 +69,11 @@ class XmlSplitter {
   bool m_strayText = false;  // reported already
   char m_quote = 0;          // open in a start tag
   char m_last[2] = {0, 0};   // the characters before this one, inside the present markup
-  size_t m_declarationSize = 0;
-  char m_declaration[8] = {};
+  size_t m_targetSize = 0;   // how much of "xml" and a space a processing instruction starts with
+  XmlDeclaration m_declaration;          // of the next document
+  XmlDeclaration m_documentDeclaration;  // of the present one
+  size_t m_openingSize = 0;
+  char m_opening[8] = {};  // behind "<!"
   const char* m_reason = nullptr;
 };
 

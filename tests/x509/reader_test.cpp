@@ -13,6 +13,7 @@ using std::string_literals::operator""s;
 const std::string kA = withSubject(der::name({{"2.5.4.3", "A"}}));
 const std::string kB = withSubject(der::name({{"2.5.4.3", "B"}}));
 const std::string kC = withSubject(der::name({{"2.5.4.3", "C"}}));
+const std::string kUmlaut = withSubject(der::name({{"2.5.4.3", "\xFC"}}));
 const std::string kKey = der::sequence(der::integer("\0"s), der::algorithm("1.2.840.113549.1.1.1"),
                                        der::octets("the secret of this key"));
 
@@ -21,6 +22,13 @@ std::string readFile(const std::string& name) {
                      std::ios::binary);
   EXPECT_TRUE(file) << name;
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// ASCII as UTF-16, with its mark.
+std::string utf16(std::string_view text) {
+  std::string out = "\xFF\xFE";
+  for (const char c : text) out.append({c, '\0'});
+  return out;
 }
 
 // What a reader found: for each item the DER of a certificate, or "!" and the reason.
@@ -68,6 +76,7 @@ const std::string kNothing = "!No certificate: neither DER, PEM, base64 of DER n
 const std::string kNotBase64 = "!The PEM block holds a line that is not base64.";
 const std::string kBeside = "!Text on the line of a PEM BEGIN or END.";
 const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
+const std::string kNotAsDeclared = "!"s + kXmlNotAsDeclared;
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
 struct ReadCase {
@@ -152,9 +161,29 @@ std::vector<ReadCase> readCases() {
       {"XML, DOCTYPE",
        "<!-- --><!DOCTYPE x [<!ENTITY y \"z\">]>" + xmlOf(kA),
        {"!A DOCTYPE or other declaration, which is not accepted."}},
+      {"XML, declared as what is read",
+       "<?xml encoding='UTF-8'?>" + xmlOf(kUmlaut) + "<?xml encoding='US-ASCII'?>" + xmlOf(kA) +
+           xmlOf(kUmlaut) + "<?xml encoding='latin1'?>",
+       {kUmlaut, kA, kUmlaut}},
+      {"XML, declared as what is not read",
+       "<?xml encoding='US-ASCII'?> <?xmlx?>" + xmlOf(kUmlaut) + "<?xml encoding='latin1'?>" +
+           xmlOf(kA) + "<?xml encoding='UTF-16'?>" + xmlOf(kA) + xmlOf(kB),
+       {kNotAsDeclared, "!"s + kXmlOtherEncoding, "!"s + kXmlNoUtf16Mark, kB}},
+      {"XML in UTF-16",
+       utf16("<?xml encoding='UTF-16'?>" + xmlOf(kA) + "<?xml encoding='UTF-8'?>" + xmlOf(kB)),
+       {kA, kNotAsDeclared}},
+      {"PEM in UTF-16", utf16("\n" + pemOf(kA)), {kA}},
+      {"PEM in UTF-16, cut", utf16(pemOf(kA)) + '-', {kA, "!The text is not UTF-16."}},
+      {"PEM in UTF-16, unpaired surrogate",
+       utf16(pemOf(kA)) + "\0\xDC\n\0"s + utf16(pemOf(kB)),
+       {kA, "!The text is not UTF-16."}},
+      {"UTF-16 without its mark",
+       utf16(xmlOf(kA)).substr(2),
+       {"!UTF-16 without a byte order mark."}},
       {"other XML", "<html>\n" + pemOf(kA) + "</html>", {kA}},
       {"empty", "", {"!The input is empty."}},
       {"half a mark", "\xEF\xBB", {kNothing}},
+      {"half a mark before PEM", "\xEF\xBB\n" + pemOf(kA), {kA}},
       {"text of digits", "00:11:22", {kNothing}},
   };
 }
