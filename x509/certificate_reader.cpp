@@ -51,19 +51,35 @@ std::optional<bool> isSequence(std::string_view start, bool atEnd) {
   return start.size() >= size || atEnd ? std::optional<bool>(false) : std::nullopt;
 }
 
-// Whether text that starts with "<" is XML that can be ASN.1: its first tag, or what may precede
-// the first tag. Without a value, more characters are needed.
+// Whether text that starts with "<" may be XML with ASN.1 in it: a start tag, of which the splitter
+// judges, or what may precede the first tag. Without a value, more characters are needed.
 std::optional<bool> isAsn1Xml(std::string_view start, bool atEnd) {
   for (const std::string_view opening : {std::string_view("<?xml"), std::string_view("<!--")}) {
     if (start.starts_with(opening)) return true;
     if (opening.starts_with(start) && !atEnd) return std::nullopt;
   }
-  const std::string_view tag = start.substr(1);
-  const size_t size = std::min(tag.find_first_of("> /\t\r\n"), tag.size());
-  if (xmlNameOf(tag.substr(0, size)) != XmlName::kOther) return true;
-  constexpr size_t kLongestName = 16;
-  return size < tag.size() || size >= kLongestName || atEnd ? std::optional<bool>(false)
-                                                            : std::nullopt;
+  if (start.size() < 2) return atEnd ? std::optional<bool>(false) : std::nullopt;
+  return !isAsciiSpace(start[1]) &&
+         std::string_view("/?!>").find(start[1]) == std::string_view::npos;
+}
+
+bool isAsn1(const ClsXml& element) {
+  return isAsn1Element(xmlNameOf(element.tagView()));
+}
+
+// Whether a document is a list: its root is no ASN.1 element, but the first one in one of its
+// children is. What the root and its children are called does not matter. The handle stays on the
+// root.
+bool isListOfAsn1(ClsXml& root) {
+  if (isAsn1(root)) return false;
+  bool found = false;
+  for (bool more = root.FirstChild2(); more && !found; more = root.NextSibling2()) {
+    if (!root.FirstChild2()) continue;
+    found = isAsn1(root);
+    root.getParent2();
+  }
+  root.GetRoot2();
+  return found;
 }
 
 bool isUnknown(const DerShape& shape) {
@@ -198,12 +214,11 @@ void CertificateReader::finish() {
     case Form::kBinary:
       readElements(m_binary.span(), false);
       break;
-    case Form::kText:
-      pemEvent(m_pem.finish());
-      if (count() == 0) fail(kNothing);
-      break;
     case Form::kXml:
       xmlEvent(m_xml.finish());
+      [[fallthrough]];
+    case Form::kText:
+      if (m_form == Form::kText) pemEvent(m_pem.finish());
       if (count() == 0) fail(kNothing);
       break;
     case Form::kDone:
@@ -251,7 +266,8 @@ void CertificateReader::readXml(std::string_view text) {
   do {
     event = m_xml.advance(text);
     xmlEvent(event);
-  } while (event != XmlSplitter::Event::kNone && m_form != Form::kDone);
+  } while (event != XmlSplitter::Event::kNone && m_form == Form::kXml);
+  if (m_form == Form::kText) readText(text);
 }
 
 void CertificateReader::xmlEvent(XmlSplitter::Event event) {
@@ -261,6 +277,9 @@ void CertificateReader::xmlEvent(XmlSplitter::Event event) {
       return;
     case XmlSplitter::Event::kDocument:
       return xmlDocument();
+    case XmlSplitter::Event::kForeign:
+      m_form = Form::kText;
+      return readText(m_xml.document());
     case XmlSplitter::Event::kFault:
       return fail(m_xml.reason());
     case XmlSplitter::Event::kFatal:
@@ -288,12 +307,31 @@ void CertificateReader::xmlDocument() {
       m_xml.declaration().fault(m_utf16 ? utf16 : XmlEncoding::kUtf8, m_xml.document());
   if (fault != nullptr) return fail(fault);
   m_log.clear();
-  DataBuffer der;
   _clsOwner tree(ClsXml::createNewCls());
-  if (!tree || !tree->loadXml(m_xml.document(), true, m_log) ||
-      !DerXmlCodec::xmlToDer(*tree, der, m_log)) {
-    return failAsLogged();
+  if (!tree || !tree->loadXml(m_xml.document(), true, m_log)) return failAsLogged();
+  if (isListOfAsn1(*tree)) {
+    readXmlList(*tree);
+  } else {
+    readXmlElement(*tree);
   }
+}
+
+// What follows the first element in a wrapper is passed over, as loading does.
+void CertificateReader::readXmlList(ClsXml& root) {
+  for (bool more = root.FirstChild2(); more; more = root.NextSibling2()) {
+    if (root.FirstChild2()) {
+      readXmlElement(root);
+      root.getParent2();
+    } else {
+      fail("An XML element without a certificate in it.");
+    }
+  }
+}
+
+void CertificateReader::readXmlElement(ClsXml& root) {
+  m_log.clear();
+  DataBuffer der;
+  if (!DerXmlCodec::xmlToDer(root, der, m_log)) return failAsLogged();
   if (der.size() > kMaxDerSize) return fail(kTooLarge);
   readElements(der.span(), false);
 }

@@ -17,6 +17,8 @@
 
 namespace velmora {
 
+class ClsXml;
+
 /// Where in its input something was found. The label is valid during the call that brings it.
 struct CertificatePlace {
   size_t index = 0;        // from 0 within the input; what could not be read has one too
@@ -55,7 +57,9 @@ class CertificateSink {
 ///                label ("TRUSTED CERTIFICATE" alone means that something follows the certificate,
 ///                which is passed over)
 ///   base64       the same without BEGIN and END lines
-///   ASN.1 XML    documents in a row, as DerXmlCodec describes them and ClsXml::loadXml takes them
+///   ASN.1 XML    documents in a row, as DerXmlCodec describes them and ClsXml::loadXml takes them;
+///                each of one element, or a list of them, each first in a wrapper of its own, as
+///                VelmoraX509::loadX509_fromXml takes it
 ///
 /// A bundle (PKCS #7 SignedData, RFC 2315 §9.1) gives each of its certificates in order, duplicates
 /// included, as DER with the bytes that VelmoraX509::loadX509DerAlt cuts out.
@@ -105,6 +109,8 @@ class CertificateReader {
   void xmlEvent(XmlSplitter::Event event);
   void failAsLogged();
   void xmlDocument();
+  void readXmlList(ClsXml& root);
+  void readXmlElement(ClsXml& root);
 
   void readElements(std::span<const unsigned char> der, bool firstOnly);
   void readElement(const Asn1Element& element);

@@ -38,6 +38,10 @@ class VelmoraX509 : public RefCountedObject {
   /// included, is handed in order to `store` when that is not null. Any SEQUENCE loads whose first
   /// element is no OID; what the fields hold is not looked at.
   ///
+  /// What a bundle holds is not looked at either: its certificates are the members of the first
+  /// context-specific element of the SignedData. In a bundle of CRLs alone that is the [1] with the
+  /// CRLs, and the first CRL becomes this object. CertificateReader refuses such a bundle.
+  ///
   /// Empties the caches and replaces the stored DER by the bytes given before anything can fail:
   /// after a failure the object holds the new bytes, and the tree of before or, when the bundle
   /// itself was at fault, the bundle's. When memory ran out it holds no bytes. Log context

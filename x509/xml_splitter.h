@@ -11,11 +11,16 @@ namespace velmora {
 /// Cuts a row of XML documents that comes in pieces into single ones, by the depth of tags alone:
 /// whether a document is well-formed is for its parser to say. White space, comments and processing
 /// instructions, the XML declaration among them, may stand between documents. Held is one document.
+///
+/// The first document may turn out to be foreign, if nothing precedes it: neither ASN.1 XML nor a
+/// list of it, because no ASN.1 element stands at its first three levels, in front of any other at
+/// the third and in its first 16 KiB.
 class XmlSplitter {
  public:
   enum class Event {
     kNone,      // the text is used up
     kDocument,  // document and line tell what was found
+    kForeign,   // document holds all that was read, and nothing more is to be read
     kFault,     // line and reason tell what was wrong; the splitter goes on behind it
     kFatal      // as kFault, but nothing behind it can be read
   };
@@ -49,6 +54,8 @@ class XmlSplitter {
   Event readStartTag(char c) noexcept;
   Event readEndTag(char c) noexcept;
   Event readDeclaration(char c) noexcept;
+  Event judgeName(size_t following) noexcept;
+  Event foreign() noexcept;
   void readInstruction(char c) noexcept;
   void readUntil(std::string_view terminator, char c) noexcept;
   void enter(State state) noexcept;
@@ -67,6 +74,9 @@ class XmlSplitter {
   bool m_tooLarge = false;
   bool m_noMemory = false;
   bool m_strayText = false;  // reported already
+  bool m_doubtful = true;    // the document may be foreign
+  bool m_inName = false;     // of a start tag, while doubtful
+  size_t m_nameStart = 0;    // in the document
   char m_quote = 0;          // open in a start tag
   char m_last[2] = {0, 0};   // the characters before this one, inside the present markup
   size_t m_targetSize = 0;   // how much of "xml" and a space a processing instruction starts with

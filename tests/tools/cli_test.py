@@ -68,6 +68,10 @@ class Inputs(unittest.TestCase):
             _, xml, _ = run("asn1", *options, data("hostile.pem"))
             self.assertEqual(len(xml.splitlines()) == 15, bool(options))
             self.assertEqual(run("show", "--json", "-", stdin=xml.encode()), (0, expected, ""))
+        wrapped = "".join(f"<certs><cert>{line}</cert></certs>\n" for line in xml.splitlines())
+        for listed in (wrapped, wrapped.replace("</certs>\n<certs>", "")):
+            self.assertEqual(run("show", "--json", "-", stdin=listed.encode("utf-8-sig")), (0, expected, ""))
+            self.assertEqual(run("show", "--json", "-", stdin=listed.encode("utf-16")), (0, expected, ""))
 
     def test_what_is_no_certificate(self):
         cases = {
@@ -128,7 +132,7 @@ class Inputs(unittest.TestCase):
         limits = ["sh", "-c", 'ulimit -v 400000; exec "$0" "$@"', PROGRAM, "show", "-"]
         if b"__asan_init" in pathlib.Path(PROGRAM).read_bytes():
             limits = [PROGRAM, "show", "-"]  # the sanitizer itself maps more than that
-        for start in (b"\0", b"0\0\0", b"M", b"-----BEGIN X-----\nM", b"<sequence>", b"-----BEGIN "):
+        for start in (b"\0", b"0\0\0", b"M", b"-----BEGIN X-----\nM", b"<sequence>", b"<certs>", b"<?xml ", b"-----BEGIN "):
             with self.subTest(start):
                 program = subprocess.Popen(limits, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
                 chunk = (b"\0" if start in (b"\0", b"0\0\0") else b"M") * 2**20

@@ -14,6 +14,10 @@ const std::string kA = withSubject(der::name({{"2.5.4.3", "A"}}));
 const std::string kB = withSubject(der::name({{"2.5.4.3", "B"}}));
 const std::string kC = withSubject(der::name({{"2.5.4.3", "C"}}));
 const std::string kUmlaut = withSubject(der::name({{"2.5.4.3", "\xFC"}}));
+// SignedData with CRLs alone, which are the first context-specific element in it.
+const std::string kCrlBundle = der::sequence(
+    der::oid("1.2.840.113549.1.7.2"),
+    der::context(0, der::sequence(der::integer("\x01"), der::set(), der::context(1, kB))));
 const std::string kKey = der::sequence(der::integer("\0"s), der::algorithm("1.2.840.113549.1.1.1"),
                                        der::octets("the secret of this key"));
 
@@ -29,6 +33,13 @@ std::string utf16(std::string_view text) {
   std::string out = "\xFF\xFE";
   for (const char c : text) out.append({c, '\0'});
   return out;
+}
+
+std::string wrapped(std::string_view der) {
+  return "<cert>" + xmlOf(der) + "</cert>";
+}
+std::string list(const std::string& wrappers) {
+  return "<certs>" + wrappers + "</certs>";
 }
 
 // What a reader found: for each item the DER of a certificate, or "!" and the reason.
@@ -77,6 +88,7 @@ const std::string kNotBase64 = "!The PEM block holds a line that is not base64."
 const std::string kBeside = "!Text on the line of a PEM BEGIN or END.";
 const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
 const std::string kNotAsDeclared = "!"s + kXmlNotAsDeclared;
+const std::string kEmptyWrapper = "!An XML element without a certificate in it.";
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
 struct ReadCase {
@@ -99,9 +111,9 @@ std::vector<ReadCase> readCases() {
        der::sequence(der::sequence("\x02\x05\x01"s)) + kB,
        {"!An element is longer than what holds it.", kB}},
       {"bundle with what is no certificate",
-       der::bundle(kA, der::context(1, "\x05\0"s), kKey, kB) + der::bundle(),
+       der::bundle(kA, der::context(1, "\x05\0"s), kKey, kB) + der::bundle() + kCrlBundle,
        {kA, "!An attribute certificate or the like, not an X.509 certificate.", kIsKey, kB,
-        "!A PKCS #7 bundle without certificates."}},
+        "!A PKCS #7 bundle without certificates.", "!A PKCS #7 bundle without certificates."}},
       {"PEM with text around",
        "0 s:CN = x\n" + pemOf(kA) + "words\n" + pemOf(kB) + "more",
        {kA, kB}},
@@ -154,6 +166,22 @@ std::vector<ReadCase> readCases() {
       {"XML, quoted and CDATA",
        "<printable a='>'><![CDATA[</printable>]]></printable>" + xmlOf(kA),
        {"!ASN.1, but not a certificate.", kA}},
+      {"XML, lists",
+       list(wrapped(kA) + "<!-- --><sequence>" + xmlOf(kB) + "<more/></sequence>") + "\n" +
+           xmlOf(kC) + list(wrapped(der::bundle(kC, kA))),
+       {kA, kB, kC, kC, kA}},
+      {"XML, a list with something before it, and white space",
+       "<?xml version='1.0'?><!-- --><l a='/>'>" + std::string(20000, ' ') + wrapped(kA) + "</l>",
+       {kA}},
+      {"XML, lists with what is no certificate",
+       list("words<c></c><c/>" + wrapped(kKey) + "<c><d/></c>" + wrapped(kA)) + list(xmlOf(kA)) +
+           list("") + list(wrapped(kB)),
+       {kEmptyWrapper, kEmptyWrapper, kIsKey,
+        "!The element is not of the ASN.1 XML form (element d).", kA,
+        "!ASN.1, but not a certificate.",
+        "!The element is not of the ASN.1 XML form (element certs).", kB}},
+      {"XML, lists in a list", list(list(wrapped(kA))), {kNothing}},
+      {"XML, an empty list", list("<c></c>"), {kNothing}},
       {"XML, text between",
        xmlOf(kA) + "words" + xmlOf(kB),
        {kA, "!Text outside the XML documents.", kB}},
@@ -181,6 +209,10 @@ std::vector<ReadCase> readCases() {
        utf16(xmlOf(kA)).substr(2),
        {"!UTF-16 without a byte order mark."}},
       {"other XML", "<html>\n" + pemOf(kA) + "</html>", {kA}},
+      {"other XML, cut", "<html><body>\n" + pemOf(kA), {kA}},
+      {"other XML, DOCTYPE inside", "<set2><!DOCTYPE><set/>\n" + pemOf(kA), {kA}},
+      {"other XML, three levels", "<x><y><z><set/></z></y></x>\n" + pemOf(kA), {kA}},
+      {"other XML, long", "<x>" + std::string(20000, ' ') + "\n" + pemOf(kA) + "<set/></x>", {kA}},
       {"empty", "", {"!The input is empty."}},
       {"half a mark", "\xEF\xBB", {kNothing}},
       {"half a mark before PEM", "\xEF\xBB\n" + pemOf(kA), {kA}},
@@ -233,6 +265,9 @@ TEST(CertificateReader, ReadsBundlesOfOtherProgramsAsLoadingThemDoes) {
     EXPECT_EQ(contentsOf(store), input[0] == '0' ? three : Items()) << name;
   }
   EXPECT_EQ(readIn(readFile("trusted.pem"), 1000).items, Items{three[0]});
+  LogNull log;
+  VelmoraX509 crl;  // loading alone takes what such a bundle holds
+  EXPECT_TRUE(load(crl, kCrlBundle, log));
 }
 
 // Elements of exactly the limit, and of one octet more.
