@@ -53,9 +53,9 @@ void appendNumber(std::string_view before, size_t number, StringBuffer& out) {
 }
 
 // The reason, and where in the block it lies.
-void appendReasonAndPlace(const CertificateFailure& failure, StringBuffer& out) {
+void appendReasonAndPlace(const CertificateFailure& failure, bool withLine, StringBuffer& out) {
   appendReason(failure.reason, out);
-  if (failure.line != 0) {
+  if (withLine && failure.line != 0) {
     appendNumber(" (line ", failure.line, out);
     out.appendChar(')');
   }
@@ -125,24 +125,22 @@ class SourceSink final : public CertificateSink {
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
-    StringBuffer reason;
-    appendReasonAndPlace(failure, reason);
-    if (m_errorsAsJson) writeJson(place.index, reason.view());
+    if (m_errorsAsJson) writeJson(place.index, failure);
     if (m_run.continuesWith(place, failure.reason)) {
       m_run.add(place);
-      if (m_run.count() == 1) m_heldLine = lineOf(place, reason.view());
+      if (m_run.count() == 1) m_heldLine = lineOf(place, failure);
       return;
     }
     endRun();
     m_run.start(place, failure.reason);
-    complain(lineOf(place, reason.view()));
+    complain(lineOf(place, failure));
   }
 
   // The source as a whole.
   void systemFailure(size_t index, int error) {
     endRun();
     const char* reason = std::strerror(error);
-    if (m_errorsAsJson) writeJson(index, reason);
+    if (m_errorsAsJson) writeJson(index, std::string_view(reason));
     m_console.complain(sourceForPeople(m_source), reason);
   }
 
@@ -176,12 +174,14 @@ class SourceSink final : public CertificateSink {
     return line;
   }
 
-  StringBuffer lineOf(const CertificatePlace& place, std::string_view reason) const {
+  StringBuffer lineOf(const CertificatePlace& place, const CertificateFailure& failure) const {
+    StringBuffer reason;
+    appendReasonAndPlace(failure, failure.line != place.line, reason);
     StringBuffer line = lineStart();
     appendNumber(": block ", place.index + 1, line);
     appendLabelAndLine(place, line);
     line.append(": ");
-    appendPrintable(reason, line);
+    appendPrintable(reason.view(), line);
     return line;
   }
 
@@ -195,6 +195,12 @@ class SourceSink final : public CertificateSink {
     }
     appendNumber("line ", place.line, out);
     out.appendChar(')');
+  }
+
+  void writeJson(size_t index, const CertificateFailure& failure) {
+    StringBuffer reason;
+    appendReasonAndPlace(failure, true, reason);
+    writeJson(index, reason.view());
   }
 
   void writeJson(size_t index, std::string_view reason) {

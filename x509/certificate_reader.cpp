@@ -1,6 +1,8 @@
 #include "x509/certificate_reader.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "support/asn1/ber_walk.h"
 #include "support/asn1/der_xml_codec.h"
@@ -14,8 +16,12 @@ namespace velmora {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr std::string_view kMarks[] = {kUtf8Mark, kUtf16LittleEndianMark, kUtf16BigEndianMark};
+constexpr std::string_view kUtf16WithoutMark("<\0", 2);
 constexpr const char* kTooLarge = "The DER is larger than 64 MiB.";
+constexpr const char* kNoUtf16Mark = "UTF-16 without a byte order mark.";
+constexpr const char* kNotUtf16 = "The text is not UTF-16.";
 constexpr const char* kNoMemory = "Memory ran out.";
 constexpr const char* kNothing = "No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
 
@@ -44,19 +50,35 @@ std::optional<bool> isSequence(std::string_view start, bool atEnd) {
   return start.size() >= size || atEnd ? std::optional<bool>(false) : std::nullopt;
 }
 
-// Whether text that starts with "<" is XML that can be ASN.1: its first tag, or what may precede
-// the first tag. Without a value, more characters are needed.
+// Whether text that starts with "<" may be XML with ASN.1 in it: a start tag, of which the splitter
+// judges, or what may precede the first tag. Without a value, more characters are needed.
 std::optional<bool> isAsn1Xml(std::string_view start, bool atEnd) {
   for (const std::string_view opening : {std::string_view("<?xml"), std::string_view("<!--")}) {
     if (start.starts_with(opening)) return true;
     if (opening.starts_with(start) && !atEnd) return std::nullopt;
   }
-  const std::string_view tag = start.substr(1);
-  const size_t size = std::min(tag.find_first_of("> /\t\r\n"), tag.size());
-  if (xmlNameOf(tag.substr(0, size)) != XmlName::kOther) return true;
-  constexpr size_t kLongestName = 16;
-  return size < tag.size() || size >= kLongestName || atEnd ? std::optional<bool>(false)
-                                                            : std::nullopt;
+  if (start.size() < 2) return atEnd ? std::optional<bool>(false) : std::nullopt;
+  return !isAsciiSpace(start[1]) &&
+         std::string_view("/?!>").find(start[1]) == std::string_view::npos;
+}
+
+bool isAsn1(const ClsXml& element) {
+  return isAsn1Element(xmlNameOf(element.tagView()));
+}
+
+// Whether a document is a list: its root is no ASN.1 element, but the first one in one of its
+// children is. What the root and its children are called does not matter. The handle stays on the
+// root.
+bool isListOfAsn1(ClsXml& root) {
+  if (isAsn1(root)) return false;
+  bool found = false;
+  for (bool more = root.FirstChild2(); more && !found; more = root.NextSibling2()) {
+    if (!root.FirstChild2()) continue;
+    found = isAsn1(root);
+    root.getParent2();
+  }
+  root.GetRoot2();
+  return found;
 }
 
 bool isUnknown(const DerShape& shape) {
@@ -70,9 +92,52 @@ bool CertificateReader::feed(std::span<const unsigned char> bytes) {
 }
 
 bool CertificateReader::feed(std::string_view text) {
+  if (m_markPossible) text = takeMark(text);
+  if (m_utf16) {
+    readUtf16(text);
+  } else {
+    readUtf8(text);
+  }
+  return m_form != Form::kDone;
+}
+
+// Takes a byte order mark off the start and gives what is left. What only starts like one is read.
+std::string_view CertificateReader::takeMark(std::string_view text) {
+  while (m_markPossible && !text.empty()) {
+    m_start[m_startSize] = text.front();
+    const std::string_view start(m_start.data(), m_startSize + 1);
+    const auto mark = std::find_if(std::begin(kMarks), std::end(kMarks),
+                                   [&](std::string_view each) { return each.starts_with(start); });
+    m_markPossible = mark != std::end(kMarks) && *mark != start;
+    if (mark == std::end(kMarks)) {
+      const auto held = m_start;
+      readUtf8({held.data(), std::exchange(m_startSize, 0)});
+      return text;
+    }
+    text.remove_prefix(1);
+    m_startSize = m_markPossible ? m_startSize + 1 : 0;
+    if (!m_markPossible && *mark != kUtf8Mark) m_utf16.emplace(*mark == kUtf16BigEndianMark);
+  }
+  return text;
+}
+
+// Reads UTF-16 as the UTF-8 of the same characters, one piece after the other.
+void CertificateReader::readUtf16(std::string_view text) {
+  constexpr size_t kPiece = size_t{64} << 10;
+  while (!text.empty() && m_form != Form::kDone) {
+    const std::string_view piece = text.substr(0, kPiece);
+    text.remove_prefix(piece.size());
+    m_utf8.weakClear();
+    const bool converted = m_utf16->convert(piece, m_utf8);
+    if (m_utf8.failed()) return stop(kNoMemory);
+    readUtf8(m_utf8.view());
+    if (!converted && m_form != Form::kDone) return stop(kNotUtf16);
+  }
+}
+
+void CertificateReader::readUtf8(std::string_view text) {
   if (m_form == Form::kUnknown) text = sniff(text);
   if (m_form != Form::kUnknown) read(text);
-  return m_form != Form::kDone;
 }
 
 // Takes bytes until they tell the form, and gives those that are left.
@@ -86,23 +151,14 @@ std::string_view CertificateReader::sniff(std::string_view text) {
   return text;
 }
 
-// Whether the bytes so far are a part of what may precede the input; white space and a complete
-// byte order mark are dropped.
+// Drops white space in front of everything else.
 bool CertificateReader::dropBlankStart() {
-  const std::string_view start(m_start.data(), m_startSize);
-  if (m_markPossible && kByteOrderMark.starts_with(start)) {
-    if (start.size() < kByteOrderMark.size()) return true;
-    m_markPossible = false;
-    m_startSize = 0;
-    return true;
-  }
-  if (m_startSize != 1 || !isAsciiSpace(start.front())) return false;
-  const char c = start.front();
+  const char c = m_start[0];
+  if (m_startSize != 1 || !isAsciiSpace(c)) return false;
   const size_t lines = c == '\r' || (c == '\n' && !m_lastWasCr) ? 1 : 0;
   m_pem.skipLines(lines);
   m_xml.skipLines(lines);
   m_lastWasCr = c == '\r';
-  m_markPossible = false;
   m_startSize = 0;
   return true;
 }
@@ -113,12 +169,13 @@ std::optional<CertificateReader::Form> CertificateReader::formOf(std::string_vie
     return is ? std::optional<Form>(*is ? form : Form::kText) : std::nullopt;
   };
   if (start.front() == '0') return choose(isSequence(start, atEnd), Form::kBinary);
+  if (start == kUtf16WithoutMark) return Form::kDone;
   if (start.front() == '<') return choose(isAsn1Xml(start, atEnd), Form::kXml);
   return isBinary(start.front()) ? Form::kDone : Form::kText;
 }
 
 void CertificateReader::settle(Form form) {
-  if (form == Form::kDone) return stop(kNothing);
+  if (form == Form::kDone) return stop(m_start[0] == '<' ? kNoUtf16Mark : kNothing);
   m_form = form;
   read({m_start.data(), m_startSize});
 }
@@ -140,18 +197,18 @@ void CertificateReader::finish() {
   if (m_form == Form::kUnknown && m_startSize != 0) {
     settle(formOf({m_start.data(), m_startSize}, true).value_or(Form::kDone));
   }
+  if (m_utf16 && !m_utf16->atBoundary() && m_form != Form::kDone) stop(kNotUtf16);
   switch (m_form) {
     case Form::kUnknown:
       return stop("The input is empty.");
     case Form::kBinary:
       readElements(m_binary.span(), false);
       break;
-    case Form::kText:
-      pemEvent(m_pem.finish());
-      if (count() == 0) fail(kNothing);
-      break;
     case Form::kXml:
       xmlEvent(m_xml.finish());
+      [[fallthrough]];
+    case Form::kText:
+      if (m_form == Form::kText) pemEvent(m_pem.finish());
       if (count() == 0) fail(kNothing);
       break;
     case Form::kDone:
@@ -199,7 +256,8 @@ void CertificateReader::readXml(std::string_view text) {
   do {
     event = m_xml.advance(text);
     xmlEvent(event);
-  } while (event != XmlSplitter::Event::kNone && m_form != Form::kDone);
+  } while (event != XmlSplitter::Event::kNone && m_form == Form::kXml);
+  if (m_form == Form::kText) readText(text);
 }
 
 void CertificateReader::xmlEvent(XmlSplitter::Event event) {
@@ -209,6 +267,9 @@ void CertificateReader::xmlEvent(XmlSplitter::Event event) {
       return;
     case XmlSplitter::Event::kDocument:
       return xmlDocument();
+    case XmlSplitter::Event::kForeign:
+      m_form = Form::kText;
+      return readText(m_xml.document());
     case XmlSplitter::Event::kFault:
       return fail(m_xml.reason());
     case XmlSplitter::Event::kFatal:
@@ -230,13 +291,37 @@ void CertificateReader::failAsLogged() {
 }
 
 void CertificateReader::xmlDocument() {
+  const XmlEncoding utf16 = m_utf16 && m_utf16->bigEndian() ? XmlEncoding::kUtf16BigEndian
+                                                            : XmlEncoding::kUtf16LittleEndian;
+  const char* const fault =
+      m_xml.declaration().fault(m_utf16 ? utf16 : XmlEncoding::kUtf8, m_xml.document());
+  if (fault != nullptr) return fail(fault);
+  m_log.clear();
+  _clsOwner tree(ClsXml::createNewCls());
+  if (!tree || !tree->loadXml(m_xml.document(), true, m_log)) return failAsLogged();
+  if (isListOfAsn1(*tree)) {
+    readXmlList(*tree);
+  } else {
+    readXmlElement(*tree);
+  }
+}
+
+// What follows the first element in a wrapper is passed over, as loading does.
+void CertificateReader::readXmlList(ClsXml& root) {
+  for (bool more = root.FirstChild2(); more; more = root.NextSibling2()) {
+    if (root.FirstChild2()) {
+      readXmlElement(root);
+      root.getParent2();
+    } else {
+      fail("An XML element without a certificate in it.");
+    }
+  }
+}
+
+void CertificateReader::readXmlElement(ClsXml& root) {
   m_log.clear();
   DataBuffer der;
-  _clsOwner tree(ClsXml::createNewCls());
-  if (!tree || !tree->loadXml(m_xml.document(), true, m_log) ||
-      !DerXmlCodec::xmlToDer(*tree, der, m_log)) {
-    return failAsLogged();
-  }
+  if (!DerXmlCodec::xmlToDer(root, der, m_log)) return failAsLogged();
   if (der.size() > kMaxDerSize) return fail(kTooLarge);
   readElements(der.span(), false);
 }

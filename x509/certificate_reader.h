@@ -9,6 +9,7 @@
 #include "support/core/arrays.h"
 #include "support/log/log_base.h"
 #include "support/text/data_buffer.h"
+#include "support/text/utf16_stream.h"
 #include "x509/asn1_element.h"
 #include "x509/first_error_log.h"
 #include "x509/pem_scanner.h"
@@ -16,18 +17,21 @@
 
 namespace velmora {
 
+class ClsXml;
+
 /// Where in its input something was found. The label is valid during the call that brings it.
 struct CertificatePlace {
   size_t index = 0;        // from 0 within the input; what could not be read has one too
-  std::string_view label;  // of the PEM block; empty for every other form
-  size_t line = 0;         // of the BEGIN line or of the XML document, from 1; 0 where unknown
+  std::string_view label;  // of the PEM block or of an END without one; empty for all else
+  size_t line = 0;  // of the BEGIN, of a line at fault between PEM blocks, or of the XML document,
+                    // from 1; 0 where unknown
 };
 
 /// Why something is no certificate. The text is valid during the call that brings it.
 struct CertificateFailure {
   std::string_view reason;
   std::optional<size_t> offset;  // of the octet at fault in the input's (the block's) DER
-  size_t line = 0;               // at fault in a PEM block, from 1; 0 where unknown
+  size_t line = 0;               // at fault in PEM, from 1; 0 where unknown
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
@@ -45,13 +49,17 @@ class CertificateSink {
 
 /// Reads certificates from an input that comes in pieces, in any of the forms below. The first
 /// bytes tell the form, never a name; a UTF-8 byte order mark and white space may precede them.
+/// Text behind a mark of UTF-16 is read as the same text in UTF-8.
 ///
 ///   DER, BER     elements in a row; each a certificate or a PKCS #7 bundle
-///   PEM          blocks as in RFC 7468, text around them ignored; the content of a block tells
-///                what it holds, not its label ("TRUSTED CERTIFICATE" alone means that something
-///                follows the certificate, which is passed over)
+///   PEM          blocks as in RFC 7468, lines of text around them ignored (not what stands on the
+///                line of a BEGIN or END); the content of a block tells what it holds, not its
+///                label ("TRUSTED CERTIFICATE" alone means that something follows the certificate,
+///                which is passed over)
 ///   base64       the same without BEGIN and END lines
-///   ASN.1 XML    documents in a row, as DerXmlCodec describes them
+///   ASN.1 XML    documents in a row, as DerXmlCodec describes them and ClsXml::loadXml takes them;
+///                each of one element, or a list of them, each first in a wrapper of its own, as
+///                VelmoraX509::loadX509_fromXml takes it
 ///
 /// A bundle (PKCS #7 SignedData, RFC 2315 §9.1) gives each of its certificates in order, duplicates
 /// included, as DER with the bytes that VelmoraX509::loadX509DerAlt cuts out.
@@ -85,6 +93,9 @@ class CertificateReader {
  private:
   enum class Form { kUnknown, kBinary, kText, kXml, kDone };
 
+  std::string_view takeMark(std::string_view text);
+  void readUtf16(std::string_view text);
+  void readUtf8(std::string_view text);
   std::string_view sniff(std::string_view text);
   bool dropBlankStart();
   std::optional<Form> formOf(std::string_view start, bool atEnd) const;
@@ -98,6 +109,8 @@ class CertificateReader {
   void xmlEvent(XmlSplitter::Event event);
   void failAsLogged();
   void xmlDocument();
+  void readXmlList(ClsXml& root);
+  void readXmlElement(ClsXml& root);
 
   void readElements(std::span<const unsigned char> der, bool firstOnly);
   void readElement(const Asn1Element& element);
@@ -114,7 +127,9 @@ class CertificateReader {
   Form m_form = Form::kUnknown;
   std::array<char, 32> m_start;  // the first bytes, until they tell the form
   size_t m_startSize = 0;
-  bool m_markPossible = true;  // a byte order mark may stand here
+  bool m_markPossible = true;          // a byte order mark may stand here
+  std::optional<Utf16Stream> m_utf16;  // of an input with its mark
+  StringBuffer m_utf8;                 // a piece of it
   bool m_lastWasCr = false;
   DataBuffer m_binary;
   PemScanner m_pem;

@@ -6,9 +6,17 @@ namespace velmora {
 
 namespace {
 
-constexpr std::string_view kBegin = "-----BEGIN ";
-constexpr std::string_view kEnd = "-----END ";
-constexpr std::string_view kDashes = "-----";
+// A marker is "-----BEGIN LABEL-----" or "-----END LABEL-----". Fewer dashes before one of these
+// words, or more, are those of a marker that somebody has damaged; with more it is still read.
+constexpr std::string_view kBegin = "BEGIN";
+constexpr std::string_view kEnd = "END";
+constexpr size_t kDashes = 5;
+constexpr size_t kFewestDashes = 2;
+
+constexpr const char* kNotBase64 = "The PEM block holds a line that is not base64.";
+constexpr const char* kMalformedMarker = "A PEM BEGIN or END that is malformed.";
+constexpr const char* kBesideMarker = "Text on the line of a PEM BEGIN or END.";
+constexpr const char* kEndAlone = "A PEM END without a BEGIN.";
 
 bool isLineEnd(char c) {
   return c == '\n' || c == '\r';
@@ -39,10 +47,17 @@ PemScanner::Event PemScanner::run(std::string_view& text) noexcept {
         event = readLineStart(text);
         break;
       case State::kSkipLine:
+      case State::kHeader:
         event = readSkippedLine(text);
         break;
-      case State::kMarker:
-        event = readMarker(text);
+      case State::kDashes:
+        event = readDashes(text);
+        break;
+      case State::kKeyword:
+        event = readKeyword(text);
+        break;
+      case State::kLabel:
+        event = readLabel(text);
         break;
       case State::kMaybeHeader:
         event = readMaybeHeader(text);
@@ -60,7 +75,8 @@ PemScanner::Event PemScanner::finish() noexcept {
     m_state = State::kSkipLine;
     return closeBlock();
   }
-  return m_inBlock && !m_failed ? failWithoutEnd() : Event::kNone;
+  if (m_inBlock && !m_failed) return failWithoutEnd();
+  return m_state == State::kLabel ? malformedMarker() : Event::kNone;
 }
 
 // Reads text that may be base64 without markers.
@@ -79,10 +95,9 @@ PemScanner::Event PemScanner::readBare(std::string_view& text) noexcept {
     m_lineHasText = true;
     m_lastWasCr = false;
   }
-  if (text.empty()) return Event::kNone;
-  if (takeLineEnd(text)) {
-    m_lineHasText = false;
-  } else if (isBlank(text.front())) {
+  if (text.empty() || takeLineEnd(text)) return Event::kNone;
+  m_lastWasCr = false;
+  if (isBlank(text.front())) {
     text.remove_prefix(1);
   } else if (text.front() == '=' && !m_base64.empty()) {
     m_base64.takePadding();
@@ -115,56 +130,107 @@ PemScanner::Event PemScanner::readLineStart(std::string_view& text) noexcept {
     return Event::kNone;
   }
   m_heldSize = 0;
-  const bool folded = m_afterHeader && m_indented;  // RFC 822: the line continues a header
-  if (c == '-') {
-    m_state = State::kMarker;
-  } else if (!m_inBlock || m_failed || folded) {
-    m_state = State::kSkipLine;
+  const bool inGoodBlock = m_inBlock && !m_failed;
+  if (inGoodBlock && m_afterHeader && m_indented) {  // RFC 822: the line continues a header
+    m_state = State::kHeader;
+  } else if (c == '-') {
+    enterDashes();
+  } else if (!inGoodBlock) {
+    return skipText();
   } else {
     m_state = m_headersPossible ? State::kMaybeHeader : State::kData;
   }
   return Event::kNone;
 }
 
+// The rest of a line that is no data, up to what may be a marker.
 PemScanner::Event PemScanner::readSkippedLine(std::string_view& text) noexcept {
-  const auto end = std::find_if(text.begin(), text.end(), isLineEnd);
+  const auto end =
+      std::find_if(text.begin(), text.end(), [](char c) { return c == '-' || isLineEnd(c); });
   text.remove_prefix(static_cast<size_t>(end - text.begin()));
-  if (!text.empty()) takeLineEnd(text);
+  if (!text.empty() && !takeLineEnd(text)) enterDashes();
   return Event::kNone;
 }
 
-PemScanner::Event PemScanner::readMarker(std::string_view& text) noexcept {
+// Passes over text that belongs to no block, or to one that is at fault.
+PemScanner::Event PemScanner::skipText() noexcept {
+  m_state = State::kSkipLine;
+  if (m_inBlock) return Event::kNone;
+  m_lineHasText = true;
+  return m_lineHasMarker ? failLine(kBesideMarker) : Event::kNone;
+}
+
+void PemScanner::enterDashes() noexcept {
+  m_beforeDashes = m_state;
+  m_state = State::kDashes;
+  m_dashes = 0;
+}
+
+PemScanner::Event PemScanner::readDashes(std::string_view& text) noexcept {
+  const size_t count = std::min(text.find_first_not_of('-'), text.size());
+  m_dashes += count;
+  text.remove_prefix(count);
+  if (text.empty()) return Event::kNone;
+  if (m_dashes < kFewestDashes) return notAMarker();
+  m_markerIsReadable = m_dashes >= kDashes;
+  m_heldSize = 0;
+  m_state = State::kKeyword;
+  return Event::kNone;
+}
+
+PemScanner::Event PemScanner::readKeyword(std::string_view& text) noexcept {
   while (!text.empty()) {
     const char c = text.front();
-    if (isLineEnd(c) || !hold(c)) return notAMarker();
+    if (m_heldSize == 0 && isBlank(c)) {
+      m_markerIsReadable = false;
+    } else {
+      hold(c);
+      if (!kBegin.starts_with(held()) && !kEnd.starts_with(held())) return notAMarker();
+    }
     text.remove_prefix(1);
-    if (c != '-') continue;
-    if (holdsMarker(kBegin)) return beginMarker();
-    if (holdsMarker(kEnd)) return endMarker();
+    if (held() == kBegin || held() == kEnd) return keywordRead();
   }
   return Event::kNone;
 }
 
-bool PemScanner::holdsMarker(std::string_view prefix) const noexcept {
-  return m_heldSize >= prefix.size() + kDashes.size() && held().starts_with(prefix) &&
-         held().ends_with(kDashes);
+PemScanner::Event PemScanner::keywordRead() noexcept {
+  const bool isWhole = m_markerIsReadable && m_dashes == kDashes;
+  const Event event = isWhole ? Event::kNone : malformedMarker();
+  if (m_markerIsReadable) m_state = State::kLabel;
+  m_markerIsBegin = held() == kBegin;
+  m_heldSize = 0;
+  m_dashes = 0;
+  return event;
+}
+
+// A space, the label and dashes.
+PemScanner::Event PemScanner::readLabel(std::string_view& text) noexcept {
+  while (!text.empty()) {
+    const char c = text.front();
+    const bool fits = m_heldSize == 0 ? c == ' ' : !isLineEnd(c);
+    if (!fits || !hold(c)) return malformedMarker();
+    text.remove_prefix(1);
+    m_dashes = c == '-' ? m_dashes + 1 : 0;
+    if (m_dashes == kDashes) return m_markerIsBegin ? beginMarker() : endMarker();
+  }
+  return Event::kNone;
 }
 
 PemScanner::Event PemScanner::beginMarker() noexcept {
-  if (!m_inBlock || m_failed) {
-    openBlock();
-    return Event::kNone;
+  m_lineHasMarker = true;
+  Event event = Event::kNone;
+  if (m_inBlock && !m_failed) {
+    event = failWithoutEnd();
+  } else if (m_lineHasText) {
+    event = failLine(kBesideMarker);
   }
-  m_beginPending = true;
-  return failWithoutEnd();
+  m_beginPending = event != Event::kNone;
+  if (!m_beginPending) openBlock();
+  return event;
 }
 
 void PemScanner::openBlock() noexcept {
-  std::string_view name = held();
-  name.remove_prefix(kBegin.size());
-  name.remove_suffix(kDashes.size());
-  std::copy(name.begin(), name.end(), m_label.begin());
-  m_labelSize = name.size();
+  setLabel(markerLabel());
   m_blockLine = m_line;
   m_base64.restart();
   m_inBlock = true;
@@ -174,20 +240,31 @@ void PemScanner::openBlock() noexcept {
 }
 
 PemScanner::Event PemScanner::endMarker() noexcept {
-  const bool complete = m_inBlock && !m_failed;
+  m_lineHasMarker = true;
+  m_state = State::kLineStart;
+  if (!m_inBlock) return failLine(kEndAlone, markerLabel());
   m_inBlock = false;
-  m_state = State::kSkipLine;
-  return complete ? closeBlock() : Event::kNone;
+  return m_failed ? Event::kNone : closeBlock();
 }
 
 PemScanner::Event PemScanner::closeBlock() noexcept {
   return m_base64.finish() == Base64Stream::Fault::kNone ? Event::kBlock : failBase64();
 }
 
+// Dashes without BEGIN or END behind them.
 PemScanner::Event PemScanner::notAMarker() noexcept {
-  if (m_inBlock && !m_failed) return fail("The PEM block holds a line that is not base64.");
-  m_state = State::kSkipLine;
+  if (m_beforeDashes != State::kHeader) {
+    return m_inBlock && !m_failed ? fail(kNotBase64) : skipText();
+  }
+  m_state = State::kHeader;
   return Event::kNone;
+}
+
+PemScanner::Event PemScanner::malformedMarker() noexcept {
+  m_lineHasMarker = true;
+  if (m_inBlock && !m_failed) return fail(kMalformedMarker);
+  m_state = State::kSkipLine;
+  return failLine(kMalformedMarker);
 }
 
 PemScanner::Event PemScanner::readMaybeHeader(std::string_view& text) noexcept {
@@ -196,22 +273,26 @@ PemScanner::Event PemScanner::readMaybeHeader(std::string_view& text) noexcept {
     if (c == ':') {
       m_encrypted = m_encrypted || held() == "DEK-Info";
       m_afterHeader = true;
-      m_state = State::kSkipLine;
+      m_state = State::kHeader;
       return Event::kNone;
     }
-    if (!isHeaderNameChar(c) || !hold(c)) return replayAsData();
+    const bool startsMarker = c == '-' && held().ends_with('-');
+    if (!isHeaderNameChar(c) || startsMarker || !hold(c)) return replayAsData();
     text.remove_prefix(1);
   }
   return Event::kNone;
 }
 
-// The line that was held is no header. It cannot hold a whole marker, which has a space inside.
+// The line that was held is no header. Of a marker it can hold the first dash alone, so that what
+// stands behind a fault in it brings no second event.
 PemScanner::Event PemScanner::replayAsData() noexcept {
   const std::array<char, kMaxHeldLine> copy = m_held;
   std::string_view line(copy.data(), m_heldSize);
-  m_headersPossible = false;
+  m_headersPossible = m_afterHeader = false;
   m_state = State::kData;
-  return run(line);
+  const Event event = run(line);
+  run(line);
+  return event;
 }
 
 PemScanner::Event PemScanner::readData(std::string_view& text) noexcept {
@@ -221,29 +302,43 @@ PemScanner::Event PemScanner::readData(std::string_view& text) noexcept {
   if (takeLineEnd(text)) return Event::kNone;
   const char c = text.front();
   if (c == '-') {
-    m_heldSize = 0;
-    m_state = State::kMarker;
+    enterDashes();
     return Event::kNone;
   }
-  if (!isBlank(c) && c != '=') return fail("The PEM block holds a line that is not base64.");
+  if (!isBlank(c) && c != '=') return fail(kNotBase64);
   if (c == '=') m_base64.takePadding();
   text.remove_prefix(1);
   return Event::kNone;
 }
 
+// The block is at fault, on this line.
 PemScanner::Event PemScanner::fail(const char* reason) noexcept {
+  m_lineReported = true;
+  return failBlock(reason, m_line);
+}
+
+PemScanner::Event PemScanner::failWithoutEnd() noexcept {
+  return failBlock("The PEM block has no END line.", 0);
+}
+
+PemScanner::Event PemScanner::failBlock(const char* reason, size_t line) noexcept {
   m_reason = reason;
-  m_faultLine = m_line;
+  m_faultLine = line;
   m_failed = true;
   m_state = State::kSkipLine;
   m_base64.release();
   return Event::kFault;
 }
 
-PemScanner::Event PemScanner::failWithoutEnd() noexcept {
-  const Event event = fail("The PEM block has no END line.");
-  m_faultLine = 0;
-  return event;
+// This line is at fault, and no block with it. One report is enough for a line.
+PemScanner::Event PemScanner::failLine(const char* reason, std::string_view label) noexcept {
+  if (m_lineReported) return Event::kNone;
+  m_lineReported = true;
+  m_reason = reason;
+  m_blockLine = m_faultLine = m_line;
+  m_encrypted = false;
+  setLabel(label);
+  return Event::kFault;
 }
 
 PemScanner::Event PemScanner::failBase64() noexcept {
@@ -265,8 +360,18 @@ bool PemScanner::takeLineEnd(std::string_view& text) noexcept {
   m_lastWasCr = c == '\r';
   text.remove_prefix(1);
   if (m_state != State::kBare) m_state = State::kLineStart;
-  m_indented = false;
+  m_indented = m_lineHasText = m_lineHasMarker = m_lineReported = false;
   return true;
+}
+
+// The label of the marker that is held, between the space and the dashes.
+std::string_view PemScanner::markerLabel() const noexcept {
+  return held().substr(1, m_heldSize - 1 - kDashes);
+}
+
+void PemScanner::setLabel(std::string_view label) noexcept {
+  std::copy(label.begin(), label.end(), m_label.begin());
+  m_labelSize = label.size();
 }
 
 bool PemScanner::hold(char c) noexcept {

@@ -64,7 +64,8 @@ class VelmoraX509 : public RefCountedObject {
   /// kept is passed over. Any one element with members loads, whatever its tag, and is a bundle
   /// when the first of them is an OID; what the fields hold is not looked at. The certificates of a
   /// bundle are the members of the first context-specific member of what stands for the SignedData,
-  /// so that a CRL of a bundle of CRLs alone ([1]) loads as if it were a certificate.
+  /// so that a CRL of a bundle of CRLs alone ([1]) loads as if it were a certificate;
+  /// CertificateReader refuses such a bundle.
   ///
   /// Empties the caches and replaces the stored DER by the bytes given before anything can fail.
   /// After a failure the object holds these bytes: with the tree of before when they are not BER,

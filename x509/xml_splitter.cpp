@@ -1,6 +1,9 @@
 #include "x509/xml_splitter.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "support/xml/xml_names.h"
 
 namespace velmora {
 
@@ -8,6 +11,9 @@ namespace {
 
 constexpr std::string_view kCommentStart = "--";
 constexpr std::string_view kCdataStart = "[CDATA[";
+
+// How much of a document may stand in front of its first ASN.1 element.
+constexpr size_t kMaxDoubtful = size_t{16} << 10;
 
 bool isXmlSpace(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
@@ -17,17 +23,20 @@ bool isXmlSpace(char c) {
 
 XmlSplitter::Event XmlSplitter::advance(std::string_view& text) noexcept {
   while (!text.empty()) {
-    if (m_state == State::kText && m_inDocument && passOverText(text)) continue;
+    if (m_state == State::kText && m_inDocument && !m_doubtful && passOverText(text)) continue;
     const char c = text.front();
     text.remove_prefix(1);
     const Event event = step(c);
     if (event != Event::kNone) return event;
+    if (m_doubtful && m_document.getSize() > kMaxDoubtful) return foreign();
   }
   return Event::kNone;
 }
 
 XmlSplitter::Event XmlSplitter::finish() noexcept {
   if (m_state == State::kText && !m_inDocument) return Event::kNone;
+  if (m_inName) judgeName(0);
+  if (m_inDocument && m_doubtful) return foreign();
   return m_tooLarge || m_noMemory ? closeDocument() : fail("The XML document is not complete.");
 }
 
@@ -66,6 +75,7 @@ XmlSplitter::Event XmlSplitter::step(char c) noexcept {
       readUntil("]]>", c);
       break;
     case State::kPi:
+      if (!m_inDocument) readInstruction(c);
       readUntil("?>", c);
       break;
   }
@@ -88,7 +98,7 @@ XmlSplitter::Event XmlSplitter::readText(char c) noexcept {
 // `c` follows a "<".
 XmlSplitter::Event XmlSplitter::readOpened(char c) noexcept {
   if (!m_inDocument) m_startLine = m_line;
-  m_declarationSize = 0;
+  m_openingSize = m_targetSize = 0;
   if (c == '!') {
     enter(State::kDeclaration);
   } else if (c == '?') {
@@ -99,13 +109,17 @@ XmlSplitter::Event XmlSplitter::readOpened(char c) noexcept {
   } else {
     if (!m_inDocument) {
       m_inDocument = true;
+      m_documentDeclaration = std::exchange(m_declaration, {});
       m_document.weakClear();
       const char start[] = {'<', c};
       keep({start, sizeof start});
     }
     enter(State::kStartTag);
+    m_inName = m_doubtful;
+    m_nameStart = m_document.getSize() - 1;
     return readStartTag(c);
   }
+  if (!m_inDocument) m_doubtful = false;
   return Event::kNone;
 }
 
@@ -115,7 +129,26 @@ void XmlSplitter::enter(State state) noexcept {
   m_last[0] = m_last[1] = 0;
 }
 
+// Judges the document by the name of a start tag, behind which some characters are held.
+XmlSplitter::Event XmlSplitter::judgeName(size_t following) noexcept {
+  constexpr size_t kThirdLevel = 2;
+  m_inName = false;
+  if (m_noMemory) return Event::kNone;
+  std::string_view name = m_document.view().substr(m_nameStart);
+  name.remove_suffix(following);
+  m_doubtful = !isAsn1Element(xmlNameOf(name));
+  return m_doubtful && m_depth == kThirdLevel ? foreign() : Event::kNone;
+}
+
+XmlSplitter::Event XmlSplitter::foreign() noexcept {
+  return m_noMemory ? fail("Memory ran out.", Event::kFatal) : Event::kForeign;
+}
+
 XmlSplitter::Event XmlSplitter::readStartTag(char c) noexcept {
+  if (m_inName && (isXmlSpace(c) || c == '/' || c == '>')) {
+    const Event event = judgeName(1);
+    if (event != Event::kNone) return event;
+  }
   if (m_quote != 0) {
     if (c == m_quote) m_quote = 0;
     return Event::kNone;
@@ -135,20 +168,34 @@ XmlSplitter::Event XmlSplitter::readEndTag(char c) noexcept {
   return --m_depth == 0 ? closeDocument() : Event::kNone;
 }
 
-// `c` follows a "<!" and m_declarationSize characters.
+// `c` follows a "<!" and m_openingSize characters.
 XmlSplitter::Event XmlSplitter::readDeclaration(char c) noexcept {
-  m_declaration[m_declarationSize++] = c;
-  const std::string_view read(m_declaration, m_declarationSize);
+  m_opening[m_openingSize++] = c;
+  const std::string_view read(m_opening, m_openingSize);
   if (read == kCommentStart) {
     enter(State::kComment);
   } else if (read == kCdataStart && m_inDocument) {
     enter(State::kCdata);
   } else if (!kCommentStart.starts_with(read) && !kCdataStart.starts_with(read)) {
+    if (m_doubtful) return foreign();
     return fail("A DOCTYPE or other declaration, which is not accepted.", Event::kFatal);
   } else if (read == kCdataStart) {
     return fail("Text outside the XML documents.", Event::kFatal);
   }
   return Event::kNone;
+}
+
+// A declaration, if the instruction's target is "xml", in front of the next document.
+void XmlSplitter::readInstruction(char c) noexcept {
+  constexpr std::string_view kTarget = "xml";
+  constexpr size_t kOther = kTarget.size() + 2;
+  if (m_targetSize < kTarget.size()) {
+    m_targetSize = c == kTarget[m_targetSize] ? m_targetSize + 1 : kOther;
+  } else if (m_targetSize == kTarget.size()) {
+    m_targetSize = isXmlSpace(c) ? m_targetSize + 1 : kOther;
+  } else if (m_targetSize != kOther && c != '?') {
+    m_declaration.take(c);
+  }
 }
 
 // Ends the present markup where `c` completes its terminator.
@@ -165,6 +212,7 @@ void XmlSplitter::keep(std::string_view piece) noexcept {
 }
 
 XmlSplitter::Event XmlSplitter::closeDocument() noexcept {
+  if (m_doubtful) return foreign();
   const bool tooLarge = m_tooLarge;
   const bool noMemory = m_noMemory;
   m_inDocument = m_tooLarge = m_noMemory = false;

@@ -39,6 +39,11 @@ enum class XmlName : uint8_t {
 /// The number of a name, kOther when it has none.
 XmlName xmlNameOf(std::string_view text) noexcept;
 
+/// Whether a name is that of an element of the ASN.1 XML form.
+constexpr bool isAsn1Element(XmlName name) noexcept {
+  return name >= XmlName::kSequence && name <= XmlName::kPrivate;
+}
+
 /// The text of a numbered name; empty for kOther.
 std::string_view xmlNameText(XmlName name) noexcept;
 

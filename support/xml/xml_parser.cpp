@@ -4,6 +4,7 @@
 #include <new>
 
 #include "support/text/encoding_convert.h"
+#include "support/text/utf16_stream.h"
 #include "support/xml/xml_chars.h"
 #include "support/xml/xml_scan.h"
 
@@ -33,13 +34,34 @@ void trim(PodArray<T>& array) noexcept {
 }  // namespace
 
 XmlDocument* XmlParser::parse(std::string_view xml, XmlFault& fault) noexcept {
+  if (xml.starts_with(kUtf16LittleEndianMark)) {
+    return parseUtf16(xml, XmlEncoding::kUtf16LittleEndian, fault);
+  }
+  if (xml.starts_with(kUtf16BigEndianMark)) {
+    return parseUtf16(xml, XmlEncoding::kUtf16BigEndian, fault);
+  }
+  return parseUtf8(xml, XmlEncoding::kUtf8, fault);
+}
+
+XmlDocument* XmlParser::parseUtf16(std::string_view xml, XmlEncoding mark,
+                                   XmlFault& fault) noexcept {
+  StringBuffer text;
+  Utf16Stream utf16(mark == XmlEncoding::kUtf16BigEndian);
+  xml.remove_prefix(kUtf16BigEndianMark.size());
+  if (utf16.convert(xml, text) && utf16.atBoundary()) return parseUtf8(text.view(), mark, fault);
+  fault = {text.failed() ? kNoMemory : kXmlNotUtf16, text.getSize()};
+  return nullptr;
+}
+
+XmlDocument* XmlParser::parseUtf8(std::string_view xml, XmlEncoding mark,
+                                  XmlFault& fault) noexcept {
   RefOwner<XmlDocument> document(new (std::nothrow) XmlDocument);
   if (!document) {
     fault = {kNoMemory, 0};
     return nullptr;
   }
   document->incRefCount();
-  return XmlParser(xml, *document, fault).run() ? document.release() : nullptr;
+  return XmlParser(xml, mark, *document, fault).run() ? document.release() : nullptr;
 }
 
 bool XmlParser::run() noexcept {
@@ -86,16 +108,29 @@ void XmlParser::finish() noexcept {
 XmlParser::Cursor XmlParser::readProlog(Cursor c) noexcept {
   if (lookingAt(c.at, "\xEF\xBB\xBF")) c.at += 3;
   if (lookingAt(c.at, "<?xml") && m_end - c.at > 5 && xmlByteIs(c.at[5], kXmlWhite)) {
-    c = skipPast({c.at + 5, c.out}, "?>");
+    c = readDeclaration(c);
   }
   c = skipMisc(c);
   if (c.at == nullptr) return c;
+  if (lookingAt(c.at, {"<\0", 2}) || lookingAt(c.at, {"\0<", 2})) {
+    return fail(c.at, kXmlNoUtf16Mark);
+  }
   if (c.at == m_end) return fail(c.at, "Failed to parse XML: there is no root element.");
   if (lookingAt(c.at, "<!DOCTYPE")) {
     return fail(c.at, "Failed to parse XML: document type declarations are not accepted.");
   }
   if (*c.at != '<') return fail(c.at, "Failed to parse XML: text before the root element.");
   return c;
+}
+
+XmlParser::Cursor XmlParser::readDeclaration(Cursor c) noexcept {
+  const char* const start = c.at + std::strlen("<?xml");
+  const Cursor behind = skipPast({start, c.out}, "?>");
+  if (behind.at == nullptr) return behind;
+  XmlDeclaration declaration;
+  declaration.take({start, behind.at - std::strlen("?>")});
+  const char* const reason = declaration.fault(m_mark, {behind.at, m_end});
+  return reason == nullptr ? behind : fail(c.at, reason);
 }
 
 void XmlParser::readElements() noexcept {

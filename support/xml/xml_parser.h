@@ -7,6 +7,7 @@
 
 #include "support/xml/xml_chars.h"
 #include "support/xml/xml_document.h"
+#include "support/xml/xml_encoding.h"
 #include "support/xml/xml_scan.h"
 
 namespace velmora {
@@ -62,17 +63,21 @@ class XmlParser {
     uint32_t depth;
   };
 
-  XmlParser(std::string_view xml, XmlDocument& document, XmlFault& fault) noexcept
+  XmlParser(std::string_view xml, XmlEncoding mark, XmlDocument& document, XmlFault& fault) noexcept
       : m_document(document),
         m_fault(fault),
+        m_mark(mark),
         m_begin(xml.data()),
         m_end(xml.data() + xml.size()),
         m_lastBlock(xml.size() < kXmlBlock ? nullptr : m_end - kXmlBlock) {}
 
+  static XmlDocument* parseUtf8(std::string_view xml, XmlEncoding mark, XmlFault& fault) noexcept;
+  static XmlDocument* parseUtf16(std::string_view xml, XmlEncoding mark, XmlFault& fault) noexcept;
   bool run() noexcept;
   bool prepare() noexcept;
   void finish() noexcept;
   Cursor readProlog(Cursor c) noexcept;
+  Cursor readDeclaration(Cursor c) noexcept;
   void readElements() noexcept;
   Cursor readEpilog(Cursor c) noexcept;
 
@@ -125,6 +130,7 @@ class XmlParser {
 
   XmlDocument& m_document;
   XmlFault& m_fault;
+  const XmlEncoding m_mark;  // of the text that this one, in UTF-8, was made of
   const char* const m_begin;
   const char* const m_end;
   const char* const m_lastBlock;  // where the last whole block begins; null when there is none

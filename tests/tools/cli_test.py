@@ -68,6 +68,10 @@ class Inputs(unittest.TestCase):
             _, xml, _ = run("asn1", *options, data("hostile.pem"))
             self.assertEqual(len(xml.splitlines()) == 15, bool(options))
             self.assertEqual(run("show", "--json", "-", stdin=xml.encode()), (0, expected, ""))
+        wrapped = "".join(f"<certs><cert>{line}</cert></certs>\n" for line in xml.splitlines())
+        for listed in (wrapped, wrapped.replace("</certs>\n<certs>", "")):
+            self.assertEqual(run("show", "--json", "-", stdin=listed.encode("utf-8-sig")), (0, expected, ""))
+            self.assertEqual(run("show", "--json", "-", stdin=listed.encode("utf-16")), (0, expected, ""))
 
     def test_what_is_no_certificate(self):
         cases = {
@@ -118,16 +122,17 @@ class Inputs(unittest.TestCase):
         self.assertEqual((status, [line.split(": ")[2] for line in errors.splitlines()]),
                          (3, ["block 1", "blocks 2 to 50002"]))
         block = "-----BEGIN X-----\nMA\nM*\n-----END X-----\n"
-        errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y")).encode())[2]
+        errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y") + "-----END Z-----").encode())[2]
         self.assertEqual([line.split(": ", 2)[2].replace("the PEM block holds a ", "") for line in errors.splitlines()], [
             'block 1 ("X", line 1): line that is not base64 (line 3)', "blocks 2 to 3 (lines 5 to 9): line that is not base64",
-            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)'])
+            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)',
+            'block 6 ("Z", line 21): a PEM END without a BEGIN'])
 
     def test_endless_input_is_refused_in_bounded_memory(self):
         limits = ["sh", "-c", 'ulimit -v 400000; exec "$0" "$@"', PROGRAM, "show", "-"]
         if b"__asan_init" in pathlib.Path(PROGRAM).read_bytes():
             limits = [PROGRAM, "show", "-"]  # the sanitizer itself maps more than that
-        for start in (b"\0", b"0\0\0", b"M", b"-----BEGIN X-----\nM", b"<sequence>", b"-----BEGIN "):
+        for start in (b"\0", b"0\0\0", b"M", b"-----BEGIN X-----\nM", b"<sequence>", b"<certs>", b"<?xml ", b"-----BEGIN "):
             with self.subTest(start):
                 program = subprocess.Popen(limits, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
                 chunk = (b"\0" if start in (b"\0", b"0\0\0") else b"M") * 2**20

@@ -13,6 +13,11 @@ using std::string_literals::operator""s;
 const std::string kA = withSubject(der::name({{"2.5.4.3", "A"}}));
 const std::string kB = withSubject(der::name({{"2.5.4.3", "B"}}));
 const std::string kC = withSubject(der::name({{"2.5.4.3", "C"}}));
+const std::string kUmlaut = withSubject(der::name({{"2.5.4.3", "\xFC"}}));
+// SignedData with CRLs alone, which are the first context-specific element in it.
+const std::string kCrlBundle = der::sequence(
+    der::oid("1.2.840.113549.1.7.2"),
+    der::context(0, der::sequence(der::integer("\x01"), der::set(), der::context(1, kB))));
 const std::string kKey = der::sequence(der::integer("\0"s), der::algorithm("1.2.840.113549.1.1.1"),
                                        der::octets("the secret of this key"));
 
@@ -21,6 +26,20 @@ std::string readFile(const std::string& name) {
                      std::ios::binary);
   EXPECT_TRUE(file) << name;
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// ASCII as UTF-16, with its mark.
+std::string utf16(std::string_view text) {
+  std::string out = "\xFF\xFE";
+  for (const char c : text) out.append({c, '\0'});
+  return out;
+}
+
+std::string wrapped(std::string_view der) {
+  return "<cert>" + xmlOf(der) + "</cert>";
+}
+std::string list(const std::string& wrappers) {
+  return "<certs>" + wrappers + "</certs>";
 }
 
 // What a reader found: for each item the DER of a certificate, or "!" and the reason.
@@ -65,6 +84,11 @@ Found readIn(const std::string& input, size_t pieceSize) {
 using Items = std::vector<std::string>;
 
 const std::string kNothing = "!No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
+const std::string kNotBase64 = "!The PEM block holds a line that is not base64.";
+const std::string kBeside = "!Text on the line of a PEM BEGIN or END.";
+const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
+const std::string kNotAsDeclared = "!"s + kXmlNotAsDeclared;
+const std::string kEmptyWrapper = "!An XML element without a certificate in it.";
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
 struct ReadCase {
@@ -77,6 +101,7 @@ std::vector<ReadCase> readCases() {
   const std::string ber = "\x30\x80"s + kA.substr(3) + "\0\0"s;
   const std::string begin = "-----BEGIN CERTIFICATE-----\n";
   const std::string end = "-----END CERTIFICATE-----\n";
+  const std::string onOneLine = pemOf(kA, "X", "").append("\t") + pemOf(kB, "Y", "");
   return {
       {"DER in a row", kA + kB + kA, {kA, kB, kA}},
       {"mark and white space before DER", "\xEF\xBB\xBF \r\n" + kA, {kA}},
@@ -86,9 +111,9 @@ std::vector<ReadCase> readCases() {
        der::sequence(der::sequence("\x02\x05\x01"s)) + kB,
        {"!An element is longer than what holds it.", kB}},
       {"bundle with what is no certificate",
-       der::bundle(kA, der::context(1, "\x05\0"s), kKey, kB) + der::bundle(),
+       der::bundle(kA, der::context(1, "\x05\0"s), kKey, kB) + der::bundle() + kCrlBundle,
        {kA, "!An attribute certificate or the like, not an X.509 certificate.", kIsKey, kB,
-        "!A PKCS #7 bundle without certificates."}},
+        "!A PKCS #7 bundle without certificates.", "!A PKCS #7 bundle without certificates."}},
       {"PEM with text around",
        "0 s:CN = x\n" + pemOf(kA) + "words\n" + pemOf(kB) + "more",
        {kA, kB}},
@@ -106,19 +131,34 @@ std::vector<ReadCase> readCases() {
        {"!The PEM block has no END line.", kB}},
       {"PEM, not base64",
        begin + "MII*\n" + base64Of(kA) + "\n" + end + pemOf(kB),
-       {"!The PEM block holds a line that is not base64.", kB}},
-      {"PEM, data behind padding",
-       begin + "MAA=MAA=\n" + end + pemOf(kB),
-       {"!The PEM block holds a line that is not base64.", kB}},
+       {kNotBase64, kB}},
+      {"PEM, data behind padding", begin + "MAA=MAA=\n" + end + pemOf(kB), {kNotBase64, kB}},
       {"PEM, empty, and base64 cut",
        begin + end + begin + "MAAAA\n" + end + pemOf(kB),
        {"!The PEM block is empty.", "!The base64 text is cut short.", kB}},
       {"PEM, encrypted key",
        pemOf(kA.substr(1), "OPENSSH PRIVATE KEY"),
        {"!A private key, not a certificate."}},
-      {"END without BEGIN, and lines of dashes",
-       end + "-----\n-----BEGIN\n" + std::string(500, '-') + "\n" + pemOf(kA),
-       {kA}},
+      {"PEM, lines of dashes", "-----\n- END\n" + std::string(500, '-') + "\n" + pemOf(kA), {kA}},
+      {"PEM, BEGIN behind END", onOneLine + pemOf(kA), {kA, kB, kA}},
+      {"PEM, markers behind a fault",
+       "-----BEGIN X-----\nA-B-----END X----------BEGIN X----- : -----BEGIN X-----" + base64Of(kA) +
+           "-----END X-----\n",
+       {kNotBase64, "!The PEM block has no END line.", kA}},
+      {"PEM, text beside markers",
+       "a -----BEGIN X-----\n" + base64Of(kA) + "\n-----END X----- b\n" + onOneLine + "c " +
+           onOneLine + "\nd\n",
+       {kBeside, kA, kBeside, kA, kB, kBeside, kA, kB}},
+      {"PEM, END alone",
+       end + pemOf(kA) + end + end,
+       {"!A PEM END without a BEGIN.", kA, "!A PEM END without a BEGIN.",
+        "!A PEM END without a BEGIN."}},
+      {"PEM, malformed markers",
+       "-----BEGIN\n-----BEGIN X----\n------END X-----\n-- BEGIN\n-----BEGIN " +
+           std::string(200, 'X') + "-----\n-" + pemOf(kA) + begin + "MA----END X-----" + begin +
+           "--MA\n-----END" + begin + "X: --END",
+       {kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kA, kMalformed,
+        kNotBase64, kMalformed, kMalformed}},
       {"base64", base64Of(kA).insert(76, "\r\n"), {kA}},
       {"base64 without padding", base64Of(kA).substr(0, base64Of(kA).find('=')), {kA}},
       {"text that starts like base64", "MAC\n" + pemOf(kA), {kA}},
@@ -126,6 +166,22 @@ std::vector<ReadCase> readCases() {
       {"XML, quoted and CDATA",
        "<printable a='>'><![CDATA[</printable>]]></printable>" + xmlOf(kA),
        {"!ASN.1, but not a certificate.", kA}},
+      {"XML, lists",
+       list(wrapped(kA) + "<!-- --><sequence>" + xmlOf(kB) + "<more/></sequence>") + "\n" +
+           xmlOf(kC) + list(wrapped(der::bundle(kC, kA))),
+       {kA, kB, kC, kC, kA}},
+      {"XML, a list with something before it, and white space",
+       "<?xml version='1.0'?><!-- --><l a='/>'>" + std::string(20000, ' ') + wrapped(kA) + "</l>",
+       {kA}},
+      {"XML, lists with what is no certificate",
+       list("words<c></c><c/>" + wrapped(kKey) + "<c><d/></c>" + wrapped(kA)) + list(xmlOf(kA)) +
+           list("") + list(wrapped(kB)),
+       {kEmptyWrapper, kEmptyWrapper, kIsKey,
+        "!The element is not of the ASN.1 XML form (element d).", kA,
+        "!ASN.1, but not a certificate.",
+        "!The element is not of the ASN.1 XML form (element certs).", kB}},
+      {"XML, lists in a list", list(list(wrapped(kA))), {kNothing}},
+      {"XML, an empty list", list("<c></c>"), {kNothing}},
       {"XML, text between",
        xmlOf(kA) + "words" + xmlOf(kB),
        {kA, "!Text outside the XML documents.", kB}},
@@ -133,9 +189,33 @@ std::vector<ReadCase> readCases() {
       {"XML, DOCTYPE",
        "<!-- --><!DOCTYPE x [<!ENTITY y \"z\">]>" + xmlOf(kA),
        {"!A DOCTYPE or other declaration, which is not accepted."}},
+      {"XML, declared as what is read",
+       "<?xml encoding='UTF-8'?>" + xmlOf(kUmlaut) + "<?xml encoding='US-ASCII'?>" + xmlOf(kA) +
+           xmlOf(kUmlaut) + "<?xml encoding='latin1'?>",
+       {kUmlaut, kA, kUmlaut}},
+      {"XML, declared as what is not read",
+       "<?xml encoding='US-ASCII'?> <?xmlx?>" + xmlOf(kUmlaut) + "<?xml encoding='latin1'?>" +
+           xmlOf(kA) + "<?xml encoding='UTF-16'?>" + xmlOf(kA) + xmlOf(kB),
+       {kNotAsDeclared, "!"s + kXmlOtherEncoding, "!"s + kXmlNoUtf16Mark, kB}},
+      {"XML in UTF-16",
+       utf16("<?xml encoding='UTF-16'?>" + xmlOf(kA) + "<?xml encoding='UTF-8'?>" + xmlOf(kB)),
+       {kA, kNotAsDeclared}},
+      {"PEM in UTF-16", utf16("\n" + pemOf(kA)), {kA}},
+      {"PEM in UTF-16, cut", utf16(pemOf(kA)) + '-', {kA, "!The text is not UTF-16."}},
+      {"PEM in UTF-16, unpaired surrogate",
+       utf16(pemOf(kA)) + "\0\xDC\n\0"s + utf16(pemOf(kB)),
+       {kA, "!The text is not UTF-16."}},
+      {"UTF-16 without its mark",
+       utf16(xmlOf(kA)).substr(2),
+       {"!UTF-16 without a byte order mark."}},
       {"other XML", "<html>\n" + pemOf(kA) + "</html>", {kA}},
+      {"other XML, cut", "<html><body>\n" + pemOf(kA), {kA}},
+      {"other XML, DOCTYPE inside", "<set2><!DOCTYPE><set/>\n" + pemOf(kA), {kA}},
+      {"other XML, three levels", "<x><y><z><set/></z></y></x>\n" + pemOf(kA), {kA}},
+      {"other XML, long", "<x>" + std::string(20000, ' ') + "\n" + pemOf(kA) + "<set/></x>", {kA}},
       {"empty", "", {"!The input is empty."}},
       {"half a mark", "\xEF\xBB", {kNothing}},
+      {"half a mark before PEM", "\xEF\xBB\n" + pemOf(kA), {kA}},
       {"text of digits", "00:11:22", {kNothing}},
   };
 }
@@ -156,9 +236,12 @@ TEST(CertificateReader, TellsWhereAFailureIs) {
   EXPECT_EQ(inPem.offsets, (std::vector<size_t>{kA.size()}));  // and none for the key
 
   const std::string begin = "-----BEGIN X-----\r\n";
-  const Found inLine = readIn(begin + "MAAA\r\nMA*A\r\n" + begin + "MAAA\n", 3);
-  EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4}));
-  EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0}));
+  const Found inLine = readIn(begin + "MAAA\r\nMA*A\r\n" + begin + "MAAA\n" + begin +
+                                  "MAA=\n-----END X----- ?\n-----END Y-----",
+                              3);
+  EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4, 6, 8, 9}));
+  EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0, 0, 8, 9}));
+  EXPECT_EQ(inLine.labels, (Items{"X", "X", "X", "", "Y"}));
 
   const Found inXml =
       readIn(std::string(1, '\n') + xmlOf(kA) + "\n\n<sequence>\n</set>" + xmlOf(kB), 3);
@@ -182,6 +265,9 @@ TEST(CertificateReader, ReadsBundlesOfOtherProgramsAsLoadingThemDoes) {
     EXPECT_EQ(contentsOf(store), input[0] == '0' ? three : Items()) << name;
   }
   EXPECT_EQ(readIn(readFile("trusted.pem"), 1000).items, Items{three[0]});
+  LogNull log;
+  VelmoraX509 crl;  // loading alone takes what such a bundle holds
+  EXPECT_TRUE(load(crl, kCrlBundle, log));
 }
 
 // Elements of exactly the limit, and of one octet more.

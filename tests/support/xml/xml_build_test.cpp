@@ -292,13 +292,17 @@ TEST(XmlAllocation, LoadingAndHandles) {
   const std::string normal = textOf(*_clsOwner(load(text)));
   _clsOwner xml(load("<r></r>"));
   bool done = false;
-  test::forEachAllocationFault([&] { done = xml->loadXml(text, true, log); },
-                               [&](bool faulted) {
-                                 // Giving spare memory back may fail without harm.
-                                 EXPECT_TRUE(done || faulted);
-                                 EXPECT_EQ(textOf(*xml), done ? normal : "<r></r>");
-                                 if (done) xml->loadXml("<r></r>"s, true, log);
-                               });
+  std::string utf16 = "\xFF\xFE";
+  for (const char c : text) utf16.append({c, '\0'});
+  for (const std::string& form : {text, utf16}) {
+    test::forEachAllocationFault([&] { done = xml->loadXml(form, true, log); },
+                                 [&](bool faulted) {
+                                   // Giving spare memory back may fail without harm.
+                                   EXPECT_TRUE(done || faulted);
+                                   EXPECT_EQ(textOf(*xml), done ? normal : "<r></r>");
+                                   if (done) xml->loadXml("<r></r>"s, true, log);
+                                 });
+  }
   ClsXml* handle = nullptr;
   const auto check = [&](bool faulted) {
     EXPECT_EQ(handle == nullptr, faulted);
