@@ -399,12 +399,13 @@ class Extensions(unittest.TestCase):
             *twice("2.5.29.35", tlv(0x30, tlv(0x80, b"\3"), tlv(0x80, b"\4")), tlv(0x30, tlv(0x80, b"\5"))),
             *twice("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), tlv(0x30, tlv(0x82, b"b"))),
             tlv(0x30, oid("1.2.3"), tlv(0x01, b"\1"), tlv(0x04, b"v"), tlv(0x04, b"w"), oid("1.2.4")),
-            tlv(0x30, tlv(0x04, b"x"), oid("1.2.5")), tlv(0x30, oid("1.2.6"))])
+            tlv(0x30, tlv(0x04, b"x"), oid("1.2.5")), tlv(0x30, oid("1.2.6")), extension("1.2.6", b"y")])
         shown = self.shown(der, "--json")
         self.assertEqual((shown["subjectKeyIdentifier"], shown["authorityKeyIdentifier"]), ("01", "03"))
         self.assertEqual(shown["subjectAltNames"], [{"type": "dns", "value": "a"}])
-        self.assertEqual([(each["oid"], each["critical"], each["value"]) for each in shown["extensions"][-3:]],
-                         [("1.2.3", True, "dg=="), (None, False, "eA=="), ("1.2.6", False, None)])
+        self.assertEqual([(each["oid"], each["critical"], each["value"]) for each in shown["extensions"][-4:]],
+                         [("1.2.3", True, "dg=="), (None, False, "eA=="), ("1.2.6", False, None),
+                          ("1.2.6", False, "eQ==")])
         for kind, value in (("2.5.29.14", "040101"), ("1.2.3", "76"), ("1.2.5", None), ("1.2.6", None)):
             self.assertEqual(run("ext", "--hex", kind, "-", stdin=der)[:2], (0, value + "\n") if value else (1, ""))
 
