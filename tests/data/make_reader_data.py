@@ -47,10 +47,10 @@ RSA = tlv(0x30, oid("1.2.840.113549.1.1.11"), tlv(0x05))
 
 
 def certificate(subject, version=tlv(0xA0, tlv(0x02, b"\x02")), not_before=tlv(0x17, b"200101000000Z"),
-                not_after=tlv(0x18, b"20991231235959Z"), extensions=(),
+                not_after=tlv(0x18, b"20991231235959Z"), extensions=(), issuer=name((CN, tlv(UTF8, b"issuer"))),
                 key=tlv(0x30, tlv(0x30, oid("1.2.840.10045.2.1")), tlv(0x03, b"\0key"))):
     listed = tlv(0xA3, tlv(0x30, *extensions)) if extensions else b""
-    tbs = tlv(0x30, version, tlv(0x02, b"\x00\xAB\xCD"), RSA, name((CN, tlv(UTF8, b"issuer"))),
+    tbs = tlv(0x30, version, tlv(0x02, b"\x00\xAB\xCD"), RSA, issuer,
               tlv(0x30, not_before, not_after), subject, key, listed)
     return tlv(0x30, tbs, RSA, tlv(0x03, b"\0signature"))
 

@@ -7,13 +7,14 @@ import json
 import os
 import pathlib
 import re
+import resource
 import subprocess
 import sys
 import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
-from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, UTF8, certificate, name, oid, pem, tlv
+from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, T61, UTF8, certificate, name, oid, pem, tlv
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
@@ -334,6 +335,22 @@ class Name(unittest.TestCase):
         status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
         self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
 
+    def test_names_that_are_the_same(self):
+        def cn(tag, value):
+            return name((CN, tlv(tag, value)))
+
+        pair = [tlv(0x30, oid(kind), tlv(UTF8, b"a")) for kind in (CN, O)]
+        cases = [(cn(PRINTABLE, b"a"), cn(UTF8, b"a"), True), (cn(UTF8, b"a"), cn(UTF8, b"A"), False),
+                 (tlv(0x30, tlv(0x31, *pair)), tlv(0x30, *(tlv(0x31, each) for each in pair)), False),
+                 (name((CN, tlv(UTF8, b"a")), (CN, tlv(UTF8, b"b"))), cn(UTF8, b"a1 :2.5.4.3t:b"), False),
+                 (cn(T61, b"YWI="), cn(0x04, b"ab"), False), (tlv(0x30, tlv(0x31)), tlv(0x30, tlv(0x31)), False)]
+        with tempfile.TemporaryDirectory() as folder:
+            for subject, issuer, expected in cases:
+                path = pathlib.Path(folder, "certificate.der")
+                path.write_bytes(certificate(subject, issuer=issuer))
+                self.assertIs(json.loads(run("show", "--json", path)[1])["selfIssued"], expected, subject)
+                self.assertIs(json.loads(run("issuer", "--json", path, path)[1])["wholeNamesEqual"], expected, subject)
+
 
 def extension(kind, value, critical=b""):
     return tlv(0x30, oid(kind), critical, tlv(0x04, value))
@@ -453,6 +470,32 @@ class Extensions(unittest.TestCase):
         self.assertEqual(run("ext", "--hex", "2.5.29.14", "-", stdin=both)[1], "040102\n")
         self.assertIn("<subjectKeyIdentifier>Ag==</subjectKeyIdentifier>", self.shown(both, "--xml"))
 
+    def test_of_several_the_first_counts(self):
+        def twice(kind, first, second):
+            return [extension(kind, first), extension(kind, second)]
+
+        der = certificate(name(), extensions=[
+            *twice("2.5.29.14", tlv(0x04, b"\1"), tlv(0x04, b"\2")),
+            *twice("2.5.29.35", tlv(0x30, tlv(0x80, b"\3"), tlv(0x80, b"\4")), tlv(0x30, tlv(0x80, b"\5"))),
+            *twice("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), tlv(0x30, tlv(0x82, b"b"))),
+            tlv(0x30, oid("1.2.3"), tlv(0x01, b"\1"), tlv(0x04, b"v"), tlv(0x04, b"w"), oid("1.2.4")),
+            tlv(0x30, tlv(0x04, b"x"), oid("1.2.5")), tlv(0x30, oid("1.2.6")), extension("1.2.6", b"y")])
+        shown = self.shown(der, "--json")
+        self.assertEqual((shown["subjectKeyIdentifier"], shown["authorityKeyIdentifier"]), ("01", "03"))
+        self.assertEqual(shown["subjectAltNames"], [{"type": "dns", "value": "a"}])
+        self.assertEqual([(each["oid"], each["critical"], each["value"]) for each in shown["extensions"][-4:]],
+                         [("1.2.3", True, "dg=="), (None, False, "eA=="), ("1.2.6", False, None),
+                          ("1.2.6", False, "eQ==")])
+        for kind, value in (("2.5.29.14", "040101"), ("1.2.3", "76"), ("1.2.5", None), ("1.2.6", None)):
+            self.assertEqual(run("ext", "--hex", kind, "-", stdin=der)[:2], (0, value + "\n") if value else (1, ""))
+
+    def test_extensions_of_another_type_say_nothing(self):
+        der = certificate(name(), extensions=[
+            extension("2.5.29.14", tlv(UTF8, b"AAAA")), extension("2.5.29.35", tlv(0x30, tlv(0xA0, tlv(0x04, b"x")))),
+            extension("2.5.29.17", tlv(0x31, tlv(0x82, b"a")))])
+        shown = self.shown(der, "--json")
+        self.assertEqual([shown[key] for key in KEYS[11:14]], [None, None, []])
+
     def test_nothing_is_left_out_of_what_is_large(self):
         names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
         shown = self.shown(with_names(*names), "--json")
@@ -557,6 +600,13 @@ class Files(unittest.TestCase):
             self.assertEqual((status, (out / "three_0-001.der").read_bytes()), (3, (DATA / "three_0.der").read_bytes()))
             self.assertIn("another source", errors)
             self.assertEqual(run("split", "--out", str(same), data("three.pem")), (3, "", f"velmora-x509: {same}: Not a directory\n"))
+
+    def test_split_leaves_no_half_of_a_file(self):
+        with tempfile.TemporaryDirectory() as folder:
+            status, out, errors = run("split", "--out", folder, data("three_0.der"), restore_signals=False,
+                                      preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+            self.assertEqual((status, out, os.listdir(folder)), (3, "", []))
+            self.assertIn("File too large", errors)
 
     def test_expires(self):
         status, out, _ = run("expires", data("hostile.pem"))

@@ -60,6 +60,15 @@ inline bool getFingerprint(VelmoraX509& x, LogBase& log, Answer& a) {
   return !hash.failed() && !encoding.failed() && x.getSpkiFingerprint(hash, encoding, a.text, log);
 }
 
+// `last` is the last digit of the pin; that of der::Certificate's key is 2.
+template <char last>
+bool matchesPin(VelmoraX509& x, LogBase& log, Answer&) {
+  XString pins(std::string_view(
+      "sha256,hexlower,00,adadd54f4b930d5ed50ac321ef6879803e7591278a968b7788e451ac0afb12b"));
+  pins.appendChar(last);
+  return x.matchesPinSet(pins, log);
+}
+
 inline bool getSummary(VelmoraX509& x, LogBase& log, Answer& a) {
   const _clsOwner root(ClsXml::createNewCls());
   return root && x.toXmlInfo(*root, log) && root->getXml(true, a.utf8(), log);
@@ -111,6 +120,8 @@ inline constexpr NamedGetter kGetters[] = {
     {"get_PublicKeyXml", get<&VelmoraX509::get_PublicKeyXml>},
     {"getVelmoraKeyId64", get<&VelmoraX509::getVelmoraKeyId64>},
     {"getSpkiFingerprint", getFingerprint},
+    {"matchesPinSet", matchesPin<'2'>},
+    {"matchesPinSet, another pin", matchesPin<'3'>},
     {"getCertHash", [](auto& x, auto& log, auto& a) { return x.getCertHash(7, a.bytes, log); }},
     {"getXml", get<&VelmoraX509::getXml>},
     {"get_Sha1Thumbprint",

@@ -1,5 +1,6 @@
 #include "tests/common/allocation_fault.h"
 
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -150,28 +151,6 @@ TEST(X509OutOfMemory, DatesAreThoseOfTheCertificate) {
   }
 }
 
-TEST(X509OutOfMemory, PinsMatchOrDoNot) {
-  const std::string right =
-      "sha256,hexlower,00,adadd54f4b930d5ed50ac321ef6879803e7591278a968b7788e451ac0afb12b2";
-  XString pins(right);
-  XString wrong(right.substr(0, right.size() - 1));
-  std::unique_ptr<LoadedX509> cert(new LoadedX509(kCert));
-  LogNull log;
-  bool matched = false;
-  bool wrongMatched = false;
-  forEachAllocationFault(
-      [&] {
-        matched = cert->matchesPinSet(pins, log);
-        wrongMatched = cert->matchesPinSet(wrong, log);
-      },
-      [&](bool faulted) {
-        EXPECT_TRUE(matched || faulted);
-        EXPECT_FALSE(wrongMatched);
-        EXPECT_TRUE(cert->matchesPinSet(pins, log));
-        cert.reset(new LoadedX509(kCert));
-      });
-}
-
 // What memory ran out for is not absent, so that nothing weaker decides in its place.
 TEST(X509OutOfMemory, IssuersMatchOrDoNot) {
   const auto keyIds = [](const std::string& authority, const std::string& subject) {
@@ -208,13 +187,51 @@ TEST(X509OutOfMemory, OfALoadThatFailedNothingVerifies) {
   const std::string genuine = all.byName("sha256 by P-256").der;
   LogNull log;
   std::unique_ptr<LoadedX509> cert(new LoadedX509(kCert));
-  forEachAllocationFault([&] { load(*cert, genuine, log); },
-                         [&](bool faulted) {
-                           const bool verified =
-                               cert->verifyCertSignature(&all.issuer("P-256"), log);
-                           EXPECT_TRUE(verified ? subjectOf(*cert) != kSubject : faulted);
-                           cert.reset(new LoadedX509(kCert));
-                         });
+  // A bundle that, taken for a certificate, has a subject of its own.
+  const der::Bytes forged = der::sequence(
+      der::oid("1.2.840.113549.1.7.2"), der::context(0, der::sequence(der::context(0, genuine))),
+      der::sequence(der::sequence(), der::sequence(), der::sequence(), der::Certificate().subject));
+  for (const std::string& bytes : {genuine, forged}) {
+    forEachAllocationFault(
+        [&] { load(*cert, bytes, log); },
+        [&](bool faulted) {
+          const bool verified = cert->verifyCertSignature(&all.issuer("P-256"), log);
+          EXPECT_TRUE(verified ? subjectOf(*cert) == "CN=host" : faulted);
+          DataBuffer der;
+          cert->getCertDer(der);
+          EXPECT_NE(der.empty(), !der.failed()) << "no bytes, and nothing says so";
+          cert.reset(new LoadedX509(kCert));
+        });
+  }
+}
+
+// Under its whole name or not at all.
+TEST(X509OutOfMemory, RootsAreRegisteredOrNot) {
+  const NoTrustedRoots none;
+  constexpr const char* kFile = VELMORA_SOURCE_DIR "/tests/data/reader/three_0.der";
+  std::ifstream file(kFile, std::ios::binary);
+  const std::string der(std::istreambuf_iterator<char>(file), {});
+  const auto fromFile = [](VelmoraX509&, const char* set, LogBase& log) {
+    const TrustedRootCount count = addTrustedRootsFrom(kFile, set, log);
+    EXPECT_EQ(count.registered + count.refused, 1u);
+    return count.registered == 1;
+  };
+  LogNull log;
+  LogNull compact;
+  compact.m_optionKeywords.append("DN_NoSpaceAfterComma");
+  for (auto* add : {+fromFile, addTrustedRoot, trustRootImplicitly}) {
+    std::unique_ptr<LoadedX509> root(new LoadedX509(der));
+    bool added = false;
+    forEachAllocationFault([&] { added = add(*root, nullptr, log); },
+                           [&](bool faulted) {
+                             EXPECT_TRUE(added || faulted);
+                             EXPECT_EQ(TrustedRoots::getCount(nullptr), added ? 1u : 0u);
+                             EXPECT_EQ(root->verifyCertSignature(nullptr, log), added);
+                             EXPECT_EQ(root->verifyCertSignature(nullptr, compact), added);
+                             TrustedRoots::clear(nullptr);
+                             root.reset(new LoadedX509(der));
+                           });
+  }
 }
 
 // Neither a bad signature nor a root that nobody trusts passes for a good one.
@@ -224,6 +241,11 @@ TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
   LogNull log;
   log.m_verbose = true;
   ASSERT_TRUE(addTrustedRoot(all.issuer("P-384"), nullptr, log));
+  // What is left of the namesake's name and serial number where memory runs out is trusted.
+  for (const TrustedRoots::Name& rest :
+       {TrustedRoots::Name{"", "issuer", "issuer"}, {"01", "", ""}}) {
+    ASSERT_TRUE(TrustedRoots::trustImplicitly(nullptr, rest, log));
+  }
   const struct {
     std::string der;
     const char* issuer;

@@ -94,5 +94,37 @@ TEST(X509Validity, FractionsOfEveryLength) {
   }
 }
 
+// From the first moment of one second to the first of another, counted from the one that it is.
+TEST(X509Validity, IsExactToTheSecondAndLess) {
+  VelmoraSysTime now, after;
+  const auto timeIn = [&](int64_t seconds, const char* fraction) {
+    VelmoraSysTime time;
+    StringBuffer iso;
+    EXPECT_TRUE(time.fromUnixSeconds(now.toUnixSeconds() + seconds) && time.appendIso8601(iso));
+    std::string text(iso.view());
+    std::erase_if(text, [](char c) { return c < '0' || c > '9'; });
+    return der::generalizedTime(text + fraction + "Z");
+  };
+  const struct {
+    int64_t from;
+    const char* fraction;
+    int64_t until;
+    bool expired;
+  } kCases[] = {{-9, "", -1, true}, {-9, "", 0, true}, {-9, "", 1, false},
+                {0, "", 1, false},  {1, "", 9, true},  {0, ".999999999", 9, true}};
+  for (const auto& it : kCases) {
+    bool expired = false;
+    do {
+      now.getCurrentGmt();
+      const der::Bytes validity = der::sequence(timeIn(it.from, it.fraction), timeIn(it.until, ""));
+      LoadedX509 cert(withField(&der::Certificate::validity, validity));
+      LogNull log;
+      expired = cert.isCertExpired(log);
+      after.getCurrentGmt();
+    } while (after.toUnixSeconds() != now.toUnixSeconds());
+    EXPECT_EQ(expired, it.expired) << it.from << it.fraction << " to " << it.until;
+  }
+}
+
 }  // namespace
 }  // namespace velmora::test

@@ -1,3 +1,6 @@
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <fstream>
 #include <map>
 #include <thread>
@@ -77,6 +80,10 @@ std::map<std::string, Expected> expectations() {
       {"getSpkiFingerprint",
        {"true oldADADD54F4B930D5ED50AC321EF6879803E7591278A968B7788E451AC0AFB12B2|old",
         "false old|old", "getSpkiFingerprint:\n  ERROR: No SubjectPublicKeyInfo found in ASN.1\n"}},
+      {"matchesPinSet",
+       {"true old|old", "false old|old",
+        "matchesPinSet:\n  getSpkiFingerprint:\n    ERROR: No SubjectPublicKeyInfo found in ASN.1\n"
+        "  ERROR: No SPKI pinning match found.\n"}},
       {"getXml", {"true " + xmlOf(fields.der()) + "|old", "true <unnamed></unnamed>|old", ""}},
       {"get_Sha1Thumbprint",
        {"true "
@@ -181,17 +188,33 @@ TEST(Getters, LeaveNoTrace) {
   }
 }
 
-TEST(Getters, AnswerRightOnTwoThreads) {
+// While somebody holds the certificate nothing is read of it, and nothing loaded into it; then
+// everything at once.
+TEST(Getters, WaitForTheLockAndAnswerRight) {
   const der::Bytes der = dataCertificates().front();
   LoadedX509 reference(der);
   const std::vector<std::string> expected = answersOf(reference);
   LoadedX509 shared(der);
-  const auto hammer = [&] {
-    for (int i = 0; i < 50; ++i) EXPECT_EQ(answersOf(shared), expected);
-  };
-  std::thread other(hammer);
-  hammer();
-  other.join();
+  std::array<std::atomic<bool>, std::size(kGetters) + 1> done{};
+  std::atomic<size_t> started = 0;
+  std::vector<std::thread> threads;
+  {
+    const CritSecExitor held(&shared);
+    for (size_t i = 0; i < done.size(); ++i) {
+      threads.emplace_back([&, i] {
+        ++started;
+        LogNull log;
+        for (int n = 0; n < 50; ++n, done[i] = true) {
+          EXPECT_TRUE(i < expected.size() ? answerOf(kGetters[i], shared, log) == expected[i]
+                                          : load(shared, der, log));
+        }
+      });
+    }
+    while (started < threads.size()) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (size_t i = 0; i < done.size(); ++i) EXPECT_FALSE(done[i]) << "getter " << i;
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

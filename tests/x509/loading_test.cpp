@@ -195,15 +195,6 @@ TEST(X509Holder, KeepsOneCountedReference) {
   EXPECT_EQ(x->refCount(), 1);
 }
 
-TEST(X509Holder, IsCreatedFromDerOrNotAtAll) {
-  LogNull log;
-  const Holder holder = holderOf(der::Certificate().der(), log);
-  ASSERT_TRUE(holder);
-  EXPECT_EQ(holder->getX509Ptr()->refCount(), 1);
-  EXPECT_EQ(subjectOf(*holder->getX509Ptr()), "C=US, O=Acme, CN=host");
-  EXPECT_FALSE(holderOf("no certificate", log));
-}
-
 class ThrowingLog final : public ErrorLog {
  public:
   void LogError(const char* message) override { throw std::runtime_error(message); }

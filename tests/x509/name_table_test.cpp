@@ -116,13 +116,5 @@ TEST(DistinguishedNameTable, EveryTypeInEveryStyleUnderEveryKeyword) {
   }
 }
 
-TEST(DistinguishedNameTable, KeywordsAreFoundInAnyLetterCaseInsideOtherText) {
-  LoadedX509 cert(der::Certificate().der());
-  LogNull log;
-  log.m_optionKeywords.append("other,dn_lowercaseDN_NOSPACEAFTERCOMMA;");
-  EXPECT_EQ(textOf([&](XString& out) { cert.getDN(true, true, out, log, 0); }),
-            "c=US,o=Acme,cn=host");
-}
-
 }  // namespace
 }  // namespace velmora::test

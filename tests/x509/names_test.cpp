@@ -180,30 +180,29 @@ TEST(NameAttributes, TheAccessorsReadTheirAttributeOfTheirName) {
   using Get = bool (VelmoraX509::*)(XString&, LogBase&);
   const struct {
     std::string oid;
-    Get issuer;
-    Get subject;
+    Get get[2];
   } kAccessors[] = {
-      {"2.5.4.6", &VelmoraX509::get_IssuerC, &VelmoraX509::get_SubjectC},
-      {"2.5.4.8", &VelmoraX509::get_IssuerS, &VelmoraX509::get_SubjectS},
-      {"2.5.4.7", &VelmoraX509::get_IssuerL, &VelmoraX509::get_SubjectL},
-      {"2.5.4.10", &VelmoraX509::get_IssuerO, &VelmoraX509::get_SubjectO},
-      {"2.5.4.11", &VelmoraX509::get_IssuerOU, &VelmoraX509::get_SubjectOU},
-      {"2.5.4.3", &VelmoraX509::get_IssuerCN, &VelmoraX509::get_SubjectCN},
-      {"1.2.840.113549.1.9.1", &VelmoraX509::get_IssuerE, &VelmoraX509::get_SubjectE},
-      {"2.5.4.5", &VelmoraX509::get_IssuerSerial, nullptr},
+      {"2.5.4.6", {&VelmoraX509::get_IssuerC, &VelmoraX509::get_SubjectC}},
+      {"2.5.4.8", {&VelmoraX509::get_IssuerS, &VelmoraX509::get_SubjectS}},
+      {"2.5.4.7", {&VelmoraX509::get_IssuerL, &VelmoraX509::get_SubjectL}},
+      {"2.5.4.10", {&VelmoraX509::get_IssuerO, &VelmoraX509::get_SubjectO}},
+      {"2.5.4.11", {&VelmoraX509::get_IssuerOU, &VelmoraX509::get_SubjectOU}},
+      {"2.5.4.3", {&VelmoraX509::get_IssuerCN, &VelmoraX509::get_SubjectCN}},
+      {"1.2.840.113549.1.9.1", {&VelmoraX509::get_IssuerE, &VelmoraX509::get_SubjectE}},
+      {"2.5.4.5", {&VelmoraX509::get_IssuerSerial, nullptr}},
   };
-  der::Bytes issuer;
-  der::Bytes subject;
+  const std::string whose[] = {"issuer ", "subject "};
+  der::Bytes rdns[2];
   for (const auto& it : kAccessors) {
-    issuer += der::set(der::attribute(it.oid, der::utf8("issuer " + it.oid)));
-    subject += der::set(der::attribute(it.oid, der::utf8("subject " + it.oid)));
+    for (int i : {0, 1}) rdns[i] += der::set(der::attribute(it.oid, der::utf8(whose[i] + it.oid)));
   }
-  LoadedX509 cert(withNames(der::sequence(issuer), der::sequence(subject)));
+  LoadedX509 cert(withNames(der::sequence(rdns[0]), der::sequence(rdns[1])));
   LogNull log;
   for (const auto& it : kAccessors) {
-    EXPECT_EQ(textOf([&](XString& out) { (cert.*it.issuer)(out, log); }), "issuer " + it.oid);
-    if (it.subject == nullptr) continue;
-    EXPECT_EQ(textOf([&](XString& out) { (cert.*it.subject)(out, log); }), "subject " + it.oid);
+    for (int i : {0, 1}) {
+      if (it.get[i] == nullptr) continue;
+      EXPECT_EQ(textOf([&](XString& out) { (cert.*it.get[i])(out, log); }), whose[i] + it.oid);
+    }
   }
 }
 

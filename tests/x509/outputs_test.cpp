@@ -22,28 +22,6 @@ TEST(Outputs, TheHashIsThatOfTheSignedPart) {
   EXPECT_FALSE(log.text().containsSubstring("ERROR"));
 }
 
-TEST(Outputs, OfBytesThatDoNotParseThereIsNoHash) {
-  const struct {
-    der::Bytes bytes;
-    const char* error;
-  } kCases[] = {
-      {"\x30\x09\x01", "Failed to ASN decode certificate DER."},
-      {der::element(0x30, "\x30\x05\x01"),
-       "Failed to decode inner ASN for cert signature verification."},
-      {der::sequence(), "Failed to get certificate DER."},
-      {der::octets("x"), "Failed to get certificate DER."},
-  };
-  for (const auto& [bytes, error] : kCases) {
-    VelmoraX509 cert;
-    LogNull quiet;
-    load(cert, bytes, quiet);
-    ErrorLog log;
-    DataBuffer hash;
-    EXPECT_FALSE(cert.getCertHash(_vmHash::kSha256, hash, log));
-    EXPECT_TRUE(log.errors.ends_with(error)) << log.errors;
-  }
-}
-
 std::string summaryOf(VelmoraX509& cert, bool expected) {
   LogText log;
   const _clsOwner root(ClsXml::createNewCls());

@@ -64,22 +64,5 @@ TEST(PublicKey, TheFormDependsOnTheAlgorithm) {
   }
 }
 
-TEST(PublicKey, ALoadLeavesNothingOfTheKeyBefore) {
-  LogNull log;
-  LoadedX509 cert(withKey(keyInfo("1.2.3", "first")));
-  const auto fingerprint = [&] {
-    return textOf([&](XString& out) {
-      cert.getSpkiFingerprint(StringBuffer("sha256"), StringBuffer("hex"), out, log);
-    });
-  };
-  EXPECT_EQ(kPublicKey(cert, nullptr), "first");
-  const std::string before = fingerprint();
-  ASSERT_TRUE(load(cert, withKey(keyInfo("1.2.3", "second")), log));
-  EXPECT_EQ(kPublicKey(cert, nullptr), "second");
-  EXPECT_NE(fingerprint(), before);
-  ASSERT_FALSE(load(cert, "no DER", log));  // the tree of before stays
-  EXPECT_EQ(kPublicKey(cert, nullptr), "second");
-}
-
 }  // namespace
 }  // namespace velmora::test

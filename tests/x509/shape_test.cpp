@@ -51,6 +51,7 @@ TEST(ClassifyDer, TellsWhatBytesHold) {
        kOtherAsn1},
       {"a date of another type", withField(&C::validity, der::sequence(kTime, kInt)), kOtherAsn1},
       {"algorithm without OID", withField(&C::signatureAlgorithm, der::sequence()), kOtherAsn1},
+      {"outer algorithm without OID", withField(&C::outerAlgorithm, der::sequence()), kOtherAsn1},
       {"key without algorithm",
        withField(&C::publicKey, der::sequence(der::sequence(), der::bits(""))), kOtherAsn1},
       {"primitive name", withField(&C::subject, der::element(0x10, "")), kOtherAsn1},

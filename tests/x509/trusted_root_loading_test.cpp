@@ -39,13 +39,13 @@ std::string counts(TrustedRootCount count) {
   return std::to_string(count.registered) + " + " + std::to_string(count.refused);
 }
 
-TEST(TrustedRootLoading, RefusesWhatIsNoRoot) {
+TEST(TrustedRootLoading, RefusesWhatIsNoRootAndKeepsToItsSet) {
   const NoTrustedRoots none;
   LogNull log;
   der::Certificate fields;
   const auto add = [&] {
     LoadedX509 cert(fields.der());
-    return addTrustedRoot(cert, nullptr, log);
+    return addTrustedRoot(cert, "own", log);
   };
   EXPECT_FALSE(add()) << "another issued it";
   fields.issuer = fields.subject;
@@ -57,10 +57,15 @@ TEST(TrustedRootLoading, RefusesWhatIsNoRoot) {
   fields.serial = der::octets("x");
   EXPECT_FALSE(add()) << "no serial number";
   LoadedX509 noSerial(fields.der());
-  EXPECT_FALSE(trustRootImplicitly(noSerial, nullptr, log));
+  EXPECT_FALSE(trustRootImplicitly(noSerial, "own", log));
   VelmoraX509 never;
-  EXPECT_FALSE(addTrustedRoot(never, nullptr, log));
-  EXPECT_EQ(TrustedRoots::getCount(nullptr), 1u);
+  EXPECT_FALSE(addTrustedRoot(never, "own", log));
+  EXPECT_EQ(TrustedRoots::getCount("own"), 1u);
+  LoadedX509 marked(der::Certificate().der());
+  EXPECT_TRUE(trustRootImplicitly(marked, "own", log));
+  EXPECT_FALSE(removeTrustedRoot(marked, nullptr, log));
+  EXPECT_TRUE(removeTrustedRoot(marked, "own", log));
+  EXPECT_EQ(TrustedRoots::getCount(nullptr) + TrustedRoots::getCount("own"), 0u);
 }
 
 TEST(TrustedRootLoading, ReadsFilesAndDirectories) {
@@ -90,6 +95,7 @@ TEST(TrustedRootLoading, ReadsFilesAndDirectories) {
       says("  ERROR: A trusted root has to be issued by itself.\n  file: " + folder.path("c.pem") +
            "\n  index: 0\n  label: CERTIFICATE\n  line: 1\n  subject: CN=host\n"));
   EXPECT_TRUE(says("  file: " + folder.path("d.txt") + "\n  index: 0\n"));
+  EXPECT_LT(log.text().view().find("c.pem"), log.text().view().find("d.txt"));
   EXPECT_TRUE(says("  label: CERTIFICATE\n  line: 1\n  faultLine: 2\n"));
 
   const std::string missing = folder.path("missing");
@@ -107,8 +113,9 @@ TEST(TrustedRootLoading, TakesTheSystemsFileFromTheEnvironment) {
   ::setenv("SSL_CERT_FILE", path.c_str(), 1);
   LogNull log;
   EXPECT_EQ(systemTrustedRootsPath(), path);
-  EXPECT_EQ(counts(addSystemTrustedRoots(nullptr, log)), "1 + 0");
-  EXPECT_TRUE(isTrusted(all.issuer("P-521")));
+  EXPECT_EQ(counts(addSystemTrustedRoots("own", log)), "1 + 0");
+  EXPECT_FALSE(isTrusted(all.issuer("P-521"))) << "in another set";
+  EXPECT_TRUE(removeTrustedRoot(all.issuer("P-521"), "own", log));
   ::setenv("SSL_CERT_FILE", "", 1);
   const char* const usual = systemTrustedRootsPath();
   EXPECT_TRUE(usual == nullptr || fs::exists(usual));

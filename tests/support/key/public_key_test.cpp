@@ -75,21 +75,6 @@ TEST(PublicKeyBytes, CutAndFlipped) {
   });
 }
 
-TEST(PublicKeyBytes, Ed25519FromBareOctets) {
-  forEachRecord(keyDataFile("keys.txt"), [](const KeyValueRecord& record) {
-    for (const char* unused : {"Case", "Type", "Bits", "Curve", "KeyId"}) {
-      if (record.has(unused)) record.get(unused);
-    }
-    const bool refused = record.has("Refused") && !record.get("Refused").empty();
-    const DataBuffer octets = fromHex(record.get("Der"));
-    if (octets.size() != Ed25519KeyData::kKeySize) return;
-    _vmPublicKey key;
-    key.loadEd25519Public(octets.data(), nullptr);
-    EXPECT_EQ(key.isEd25519(), !refused);
-    EXPECT_EQ(key.isEmpty(), refused);
-  });
-}
-
 TEST(PublicKeyMemory, NothingIsLoadedWithoutIt) {
   DataBuffer der;
   forEachRecord(keyDataFile("keys.txt"), [&](const KeyValueRecord& record) {

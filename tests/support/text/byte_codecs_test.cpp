@@ -111,12 +111,5 @@ TEST(ByteCodecs, EveryLengthAndByteComesBack) {
   }
 }
 
-TEST(DataBuffer, SwapsTheBytesOfWholeUnits) {
-  DataBuffer bytes;
-  bytes.append("ABCDE", 5);
-  bytes.byteSwap21();
-  EXPECT_EQ(bytes.view(), "BADCE");
-}
-
 }  // namespace
 }  // namespace velmora
