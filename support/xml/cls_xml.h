@@ -54,11 +54,11 @@ class ClsXml final : public ClsBase {
   /// "offset" (bytes from the start, in the UTF-8 form of UTF-16): what is not well-formed, a
   /// DOCTYPE, an entity other than the five of XML, text between or after child elements, invalid
   /// UTF-8 or UTF-16, characters below U+0020 that are not references (TAB, LF and CR may stand as
-  /// they are), depth beyond 256, more than 256 attributes of an element, names beyond 65,535 bytes,
-  /// and texts beyond 4 GiB; the handle's document is then unchanged. An XML declaration, comments,
-  /// processing instructions and CDATA sections are read. `autoTrim` is reserved and has no effect:
-  /// content stays as it is, but that each of its lines ends with LF, whatever it ended with (XML
-  /// 1.0 §2.11).
+  /// they are), depth beyond 256, more than 256 attributes of an element, names beyond 65,535
+  /// bytes, and texts beyond 4 GiB; the handle's document is then unchanged. An XML declaration,
+  /// comments, processing instructions and CDATA sections are read. `autoTrim` is reserved and has
+  /// no effect: content stays as it is, but that each of its lines ends with LF, whatever it ended
+  /// with (XML 1.0 §2.11).
   ///
   /// The text is UTF-8, or UTF-16 where it starts with its byte order mark (XML 1.0 §4.3.3, F).
   /// A declared encoding has to say so: "UTF-8", "US-ASCII" (of a text that is), or behind the mark
