@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bench/certificate_bundle.h"
-#include "support/text/string_buffer.h"
+#include "velmora/support/text/string_buffer.h"
 
 namespace velmora::bench {
 

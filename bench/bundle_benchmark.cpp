@@ -6,7 +6,7 @@
 
 #include "bench/benchmarks.h"
 #include "bench/live_heap.h"
-#include "x509/velmora_x509.h"
+#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::bench {
 

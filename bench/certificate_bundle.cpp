@@ -7,7 +7,7 @@
 #include <span>
 #include <string_view>
 
-#include "x509/certificate_reader.h"
+#include "velmora/reading/certificate_reader.h"
 
 namespace velmora::bench {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/text/data_buffer.h"
+#include "velmora/support/text/data_buffer.h"
 
 namespace velmora::bench {
 

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-#include "support/text/data_buffer.h"
+#include "velmora/support/text/data_buffer.h"
 
 namespace velmora::bench {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/text/data_buffer.h"
-#include "x509/velmora_x509.h"
+#include "velmora/support/text/data_buffer.h"
+#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::bench {
 

@@ -2,7 +2,7 @@
 # gives consumers velmora::x509.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS velmora_options ${VELMORA_FLOORS} EXPORT velmora-x509-targets
+install(TARGETS velmora_options velmora_x509 ${VELMORA_FLOORS} EXPORT velmora-x509-targets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 foreach(folder IN LISTS VELMORA_FLOOR_FOLDERS)
   install(DIRECTORY ${folder}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}

@@ -20,32 +20,36 @@ endif()
 set(VELMORA_FLOORS "" CACHE INTERNAL "")
 set(VELMORA_FLOOR_FOLDERS "" CACHE INTERNAL "")
 
-# velmora_floor(NAME FOLDER [FLOOR...]): the static library velmora::NAME from the sources of a folder,
+# velmora_floor(NAME FOLDER [FLOOR...]): the static library velmora::floor_NAME from the sources below a folder,
 # which may include only its own headers and those of the floors named.
 function(velmora_floor name folder)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
-  set(target velmora_${name})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+  set(target velmora_floor_${name})
   add_library(${target} STATIC ${sources})
-  add_library(velmora::${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} CXX_EXTENSIONS OFF LINKER_LANGUAGE CXX)
+  add_library(velmora::floor_${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME floor_${name} CXX_EXTENSIONS OFF LINKER_LANGUAGE CXX)
   target_include_directories(${target} PUBLIC
       $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PUBLIC velmora_options)
   foreach(floor IN LISTS ARGN)
-    target_link_libraries(${target} PUBLIC velmora_${floor})
+    target_link_libraries(${target} PUBLIC velmora_floor_${floor})
   endforeach()
   set(VELMORA_FLOORS ${VELMORA_FLOORS} ${target} CACHE INTERNAL "")
   set(VELMORA_FLOOR_FOLDERS ${VELMORA_FLOOR_FOLDERS} ${folder} CACHE INTERNAL "")
 endfunction()
 
-# velmora_test(NAME FOLDER LIBRARY...): one test program from the sources of a folder under tests/.
+# velmora_test(NAME FOLDER [FLOOR...]): the test program of a floor from the sources of a folder under
+# tests/, with other floors that give it material.
 function(velmora_test name folder)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
   if(NOT sources)
     return()
   endif()
   add_executable(test_${name} ${sources})
-  target_link_libraries(test_${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
+  target_link_libraries(test_${name} PRIVATE velmora::floor_${name} GTest::gtest GTest::gtest_main)
+  foreach(floor IN LISTS ARGN)
+    target_link_libraries(test_${name} PRIVATE velmora::floor_${floor})
+  endforeach()
   # GCC 12 warns of overlapping copies in its own std::string wherever texts are joined at -O3.
   target_compile_options(test_${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
   target_compile_definitions(test_${name} PRIVATE VELMORA_SOURCE_DIR="${PROJECT_SOURCE_DIR}")

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <iterator>
 
-#include "support/log/log_sinks.h"
-#include "x509/velmora_x509.h"
+#include "velmora/support/log/log_sinks.h"
+#include "velmora/x509/velmora_x509.h"
 
 using namespace velmora;
 

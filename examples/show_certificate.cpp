@@ -4,9 +4,9 @@
 #include <iterator>
 #include <string>
 
-#include "support/log/log_sinks.h"
-#include "x509/certificate_reader.h"
-#include "x509/velmora_x509.h"
+#include "velmora/reading/certificate_reader.h"
+#include "velmora/support/log/log_sinks.h"
+#include "velmora/x509/velmora_x509.h"
 
 using namespace velmora;
 

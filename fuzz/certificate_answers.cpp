@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 #include "tests/x509/all_getters.h"
-#include "x509/certificate_reader.h"
+#include "velmora/reading/certificate_reader.h"
 
 // Property: of whatever loads, every getter gives the same answer the second time, after all others
 // and after a verification; without a trusted root no certificate verifies by itself; and what the

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "fuzz/fuzz_target.h"
-#include "support/asn1/ber_walk.h"
-#include "support/asn1/der_xml_codec.h"
+#include "velmora/support/asn1/ber_walk.h"
+#include "velmora/support/asn1/der_xml_codec.h"
 
 // Property: what derToXml takes becomes a text that the XML reader takes and writes back unchanged;
 // xmlToDer turns its tree into DER; and that DER stands for the same text. Where the input was DER,

@@ -63,5 +63,5 @@ configure() {
 
 # The C++ files of the project.
 cxx_files() {
-  find x509 support tools tests examples bench fuzz -name '*.h' -o -name '*.cpp' | sort
+  find velmora tools tests examples bench fuzz -name '*.h' -o -name '*.cpp' | sort
 }

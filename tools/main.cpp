@@ -4,8 +4,8 @@
 #include <csignal>
 #include <new>
 
-#include "tools/command.h"
-#include "tools/escape.h"
+#include "tools/commands/command.h"
+#include "tools/render/escape.h"
 
 namespace velmora::tool {
 

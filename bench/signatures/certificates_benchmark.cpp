@@ -1,8 +1,8 @@
 #include <cstdio>
 
 #include "bench/signatures/signature_benchmarks.h"
-#include "support/log/log_sinks.h"
-#include "x509/velmora_x509.h"
+#include "velmora/support/log/log_sinks.h"
+#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::bench {
 

@@ -7,7 +7,7 @@
 
 #include "bench/benchmarks.h"
 #include "bench/signatures/signature_benchmarks.h"
-#include "support/bignum/cpu_features.h"
+#include "velmora/support/bignum/cpu_features.h"
 
 namespace velmora::bench {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bench/signatures/signed_material.h"
-#include "support/key/vm_public_key.h"
+#include "velmora/support/key/vm_public_key.h"
 
 namespace velmora::bench {
 

@@ -5,7 +5,7 @@
 #include <cctype>
 #include <string>
 
-#include "support/bignum/cpu_features.h"
+#include "velmora/support/bignum/cpu_features.h"
 
 namespace velmora::test {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <type_traits>
 
-#include "support/asn1/vm_asn1.h"
-#include "x509/velmora_x509.h"
+#include "velmora/support/asn1/vm_asn1.h"
+#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::test {
 

@@ -7,7 +7,7 @@
 
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"
-#include "x509/certificate_reader.h"
+#include "velmora/reading/certificate_reader.h"
 
 namespace velmora::test {
 namespace {

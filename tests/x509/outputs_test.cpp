@@ -1,5 +1,5 @@
-#include "support/hash/vm_hash.h"
 #include "tests/x509/signed_certificates.h"
+#include "velmora/support/hash/vm_hash.h"
 
 namespace velmora::test {
 namespace {

@@ -3,9 +3,9 @@
 #include <map>
 #include <memory>
 
-#include "support/trust/trusted_roots.h"
 #include "tests/common/key_value_file.h"
 #include "tests/x509/x509_test.h"
+#include "velmora/support/trust/trusted_roots.h"
 
 namespace velmora::test {
 

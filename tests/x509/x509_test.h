@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "support/asn1/der_xml_codec.h"
-#include "support/log/log_sinks.h"
 #include "tests/common/der_builder.h"
-#include "x509/velmora_x509.h"
+#include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/log/log_sinks.h"
+#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::test {
 

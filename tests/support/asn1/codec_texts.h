@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "support/asn1/der_xml_codec.h"
-#include "support/asn1/vm_asn1.h"
-#include "support/log/log_sinks.h"
+#include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/asn1/vm_asn1.h"
+#include "velmora/support/log/log_sinks.h"
 
 namespace velmora::test {
 

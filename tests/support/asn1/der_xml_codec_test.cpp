@@ -1,4 +1,4 @@
-#include "support/asn1/der_xml_codec.h"
+#include "velmora/support/asn1/der_xml_codec.h"
 
 #include <gtest/gtest.h>
 

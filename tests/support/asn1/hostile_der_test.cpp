@@ -3,10 +3,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "support/asn1/oids.h"
 #include "tests/common/allocation_fault.h"
 #include "tests/common/der_builder.h"
 #include "tests/support/asn1/codec_texts.h"
+#include "velmora/support/asn1/oids.h"
 
 // Inputs that an attacker would send. Work on them is bounded by their size, so that one which is
 // not handled in linear time shows as a test that does not come back.

@@ -1,4 +1,4 @@
-#include "support/asn1/oids.h"
+#include "velmora/support/asn1/oids.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
-#include "support/asn1/vm_asn1.h"
+#include "velmora/support/asn1/vm_asn1.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "support/asn1/der_xml_codec.h"
-#include "support/hash/vm_hash.h"
-#include "support/log/log_sinks.h"
 #include "tests/common/der_builder.h"
 #include "tests/support/asn1/codec_texts.h"
+#include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/log/log_sinks.h"
 
 namespace velmora::test {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "support/bignum/curve.h"
-#include "support/bignum/limbs.h"
 #include "tests/common/each_path.h"
 #include "tests/common/key_value_file.h"
+#include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/bignum/curves/curve.h"
 
 namespace velmora::vartime {
 

@@ -1,7 +1,7 @@
-#include "support/bignum/edwards25519.h"
-#include "support/bignum/internal/curve_implementation.h"
-#include "support/bignum/internal/edwards25519_implementation.h"
 #include "tests/support/bignum/bignum_test.h"
+#include "velmora/support/bignum/curves/edwards25519.h"
+#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 
 namespace velmora::vartime {
 namespace {

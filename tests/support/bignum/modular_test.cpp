@@ -1,12 +1,12 @@
-#include "support/bignum/divisor.h"
-#include "support/bignum/internal/cpu_words.h"
-#include "support/bignum/internal/mulx_implementations.h"
-#include "support/bignum/inverse.h"
-#include "support/bignum/limb_rows.h"
-#include "support/bignum/montgomery.h"
-#include "support/bignum/portable_rows.h"
-#include "support/bignum/window.h"
 #include "tests/support/bignum/bignum_test.h"
+#include "velmora/support/bignum/arithmetic/divisor.h"
+#include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
+#include "velmora/support/bignum/arithmetic/inverse.h"
+#include "velmora/support/bignum/arithmetic/limb_rows.h"
+#include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+#include "velmora/support/bignum/curves/internal/window.h"
+#include "velmora/support/bignum/internal/cpu_words.h"
 
 namespace velmora::vartime {
 namespace {

@@ -1,4 +1,4 @@
-#include "support/core/arrays.h"
+#include "velmora/support/core/arrays.h"
 
 #include <gtest/gtest.h>
 

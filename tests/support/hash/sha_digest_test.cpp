@@ -1,4 +1,4 @@
-#include "support/hash/sha_digest.h"
+#include "velmora/support/hash/sha_digest.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/text/string_buffer.h"
+#include "velmora/support/text/string_buffer.h"
 
 namespace velmora {
 namespace {

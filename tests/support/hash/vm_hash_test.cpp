@@ -1,4 +1,4 @@
-#include "support/hash/vm_hash.h"
+#include "velmora/support/hash/vm_hash.h"
 
 #include <gtest/gtest.h>
 

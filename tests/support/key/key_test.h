@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "support/key/vm_public_key.h"
-#include "support/log/log_sinks.h"
 #include "tests/common/each_path.h"
 #include "tests/common/key_value_file.h"
+#include "velmora/support/key/vm_public_key.h"
+#include "velmora/support/log/log_sinks.h"
 
 namespace velmora::test {
 

@@ -1,10 +1,10 @@
 #include <map>
 
-#include "support/hash/vm_hash.h"
-#include "support/key/dsa_primitive.h"
-#include "support/key/ed25519_primitive.h"
-#include "support/key/rsa_primitive.h"
 #include "tests/support/key/key_test.h"
+#include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/key/dsa_primitive.h"
+#include "velmora/support/key/ed25519_primitive.h"
+#include "velmora/support/key/rsa_primitive.h"
 
 namespace velmora::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "support/log/log_sinks.h"
+#include "velmora/support/log/log_sinks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "support/text/byte_codecs.h"
+#include "velmora/support/text/byte_codecs.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "support/text/data_buffer.h"
-#include "support/text/string_buffer.h"
+#include "velmora/support/text/data_buffer.h"
+#include "velmora/support/text/string_buffer.h"
 
 namespace velmora {
 namespace {

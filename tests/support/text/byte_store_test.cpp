@@ -1,4 +1,4 @@
-#include "support/text/byte_store.h"
+#include "velmora/support/text/byte_store.h"
 
 #include <gtest/gtest.h>
 
@@ -7,11 +7,11 @@
 #include <string_view>
 #include <utility>
 
-#include "support/text/data_buffer.h"
-#include "support/text/encoding_convert.h"
-#include "support/text/string_buffer.h"
-#include "support/text/x_string.h"
 #include "tests/common/allocation_fault.h"
+#include "velmora/support/text/data_buffer.h"
+#include "velmora/support/text/encoding_convert.h"
+#include "velmora/support/text/string_buffer.h"
+#include "velmora/support/text/x_string.h"
 
 namespace velmora {
 namespace {

@@ -1,4 +1,4 @@
-#include "support/text/encoding_convert.h"
+#include "velmora/support/text/encoding_convert.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "support/log/log_base.h"
-#include "support/text/x_string.h"
+#include "velmora/support/log/log_base.h"
+#include "velmora/support/text/x_string.h"
 
 namespace velmora {
 namespace {

@@ -1,4 +1,4 @@
-#include "support/text/string_buffer.h"
+#include "velmora/support/text/string_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/text/x_string.h"
+#include "velmora/support/text/x_string.h"
 
 namespace velmora {
 namespace {

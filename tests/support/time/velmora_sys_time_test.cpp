@@ -1,4 +1,4 @@
-#include "support/time/velmora_sys_time.h"
+#include "velmora/support/time/velmora_sys_time.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "support/log/log_sinks.h"
+#include "velmora/support/log/log_sinks.h"
 
 namespace velmora {
 namespace {

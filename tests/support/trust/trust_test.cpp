@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "support/trust/system_certs.h"
-#include "support/trust/trusted_roots.h"
 #include "tests/common/allocation_fault.h"
+#include "velmora/support/trust/system_certs.h"
+#include "velmora/support/trust/trusted_roots.h"
 
 namespace velmora::test {
 namespace {

@@ -1,7 +1,7 @@
-#include "support/xml/xml_encoding.h"
+#include "velmora/support/xml/xml_encoding.h"
 
-#include "support/text/encoding_convert.h"
 #include "tests/support/xml/xml_test_support.h"
+#include "velmora/support/text/encoding_convert.h"
 
 namespace velmora {
 namespace {

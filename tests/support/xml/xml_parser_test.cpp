@@ -1,12 +1,12 @@
-#include "support/xml/xml_parser.h"
+#include "velmora/support/xml/internal/xml_parser.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "support/xml/xml_scan.h"
 #include "tests/support/xml/xml_test_support.h"
+#include "velmora/support/xml/internal/xml_scan.h"
 
 namespace velmora {
 namespace {

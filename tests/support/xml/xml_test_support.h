@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "support/log/log_sinks.h"
-#include "support/xml/cls_xml.h"
+#include "velmora/support/log/log_sinks.h"
+#include "velmora/support/xml/cls_xml.h"
 
 namespace velmora::test {
 

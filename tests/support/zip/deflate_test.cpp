@@ -1,11 +1,11 @@
-#include "support/zip/deflate.h"
+#include "velmora/support/zip/deflate.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "support/zip/zlib_codec.h"
 #include "tests/support/zip/zip_samples.h"
+#include "velmora/support/zip/zlib_codec.h"
 
 namespace velmora {
 namespace {

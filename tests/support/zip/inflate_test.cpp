@@ -1,14 +1,14 @@
-#include "support/zip/inflate.h"
+#include "velmora/support/zip/inflate.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "support/zip/internal/deflate_format.h"
-#include "support/zip/zlib_codec.h"
 #include "tests/common/allocation_fault.h"
 #include "tests/support/zip/zip_samples.h"
+#include "velmora/support/zip/internal/deflate_format.h"
+#include "velmora/support/zip/zlib_codec.h"
 
 namespace velmora {
 namespace {

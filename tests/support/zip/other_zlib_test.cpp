@@ -5,9 +5,9 @@
 #include <fstream>
 #include <string>
 
-#include "support/text/string_buffer.h"
-#include "support/zip/zlib_codec.h"
 #include "tests/support/zip/zip_samples.h"
+#include "velmora/support/text/string_buffer.h"
+#include "velmora/support/zip/zlib_codec.h"
 
 // Streams of another implementation read here, and streams made here read there. other_zlib.py is
 // the other side, and describes the lines that are read.

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "tools/terminal/console.h"
+#include "tools/terminal/options.h"
+
+namespace velmora::tool {
+
+/// One command of the program.
+struct Command {
+  std::string_view name;
+  std::string_view summary;  // one line
+  std::string_view details;  // for the command's own help; ends with a newline when not empty
+  std::span<const OptionSpec> options;
+  /// Does the work; an argument that makes no sense is a usage error. The rest of the outcome is
+  /// told to the console.
+  bool (*run)(const Arguments& arguments, Console& console, std::string& usageError);
+  /// What to call an argument that comes before the files; empty when there is none.
+  std::string_view operand = {};
+};
+
+/// The commands, each defined in the file that bears its name ("match" beside "pin").
+extern const Command kShowCommand;
+extern const Command kAsn1Command;
+extern const Command kNameCommand;
+extern const Command kExtCommand;
+extern const Command kKeyCommand;
+extern const Command kPinCommand;
+extern const Command kMatchCommand;
+extern const Command kExpiresCommand;
+extern const Command kSplitCommand;
+extern const Command kVerifyCommand;
+extern const Command kIssuerCommand;
+
+}  // namespace velmora::tool

@@ -1,0 +1,80 @@
+#include "tools/render/show.h"
+
+#include "tools/commands/command.h"
+#include "tools/render/xml_layout.h"
+
+namespace velmora::tool {
+
+namespace {
+
+class ShowXml final : public CertificateVisitor {
+ public:
+  explicit ShowXml(Console& console) : m_console(console) {}
+
+  const char* visit(const InputCertificate& input) override {
+    if (const char* reason = m_loaded.load(input.der)) return reason;
+    const _clsOwner root(ClsXml::createNewCls());
+    if (!root || !root->put_TagUtf8("certificate")) return "Out of memory.";
+    // A certificate whose key has no XML has a summary all the same.
+    m_loaded.get().toXmlInfo(*root, m_log);
+    XString xml;
+    if (!root->GetXml(xml)) return "Out of memory.";
+    appendIndentedXml(xml.view(), m_console.out());
+    m_console.out().appendChar('\n');
+    return nullptr;
+  }
+
+ private:
+  Console& m_console;
+  LoadedCertificate m_loaded;
+  LogNull m_log;
+};
+
+bool runShow(const Arguments& arguments, Console& console, std::string& usageError) {
+  if (!arguments.atMostOneOf({"--json", "--xml", "--oids"}, usageError)) return false;
+  const bool json = arguments.has("--json");
+  if (arguments.has("--with-der") && !json) {
+    usageError = "option \"--with-der\" needs \"--json\"";
+    return false;
+  }
+  const OidStyle style = arguments.has("--oids") ? OidStyle::kNumbers : OidStyle::kNamed;
+  const auto visitor = json                     ? makeShowJson(arguments.has("--with-der"), console)
+                       : arguments.has("--xml") ? makeShowXml(console)
+                                                : makeShowText(style, console);
+  visitCertificates(arguments.files(), json, *visitor, console);
+  return true;
+}
+
+constexpr OptionSpec kOptions[] = {
+    {"--json", "",
+     "one JSON object a line: source, index, subject, issuer, serialNumber, version, notBefore, "
+     "notAfter, validNow, signatureAlgorithm, publicKeyAlgorithm, subjectKeyIdentifier, "
+     "authorityKeyIdentifier, subjectAltNames, emails, sha1, sha256, spkiSha256, selfIssued, "
+     "publicKey, extensions, warnings; or source, index, error"},
+    {"--with-der", "", "with --json: also der, the certificate in base64"},
+    {"--xml", "", "the summary of each certificate as XML"},
+    {"--oids", "", "OIDs as numbers alone, without their names"},
+};
+
+}  // namespace
+
+std::unique_ptr<CertificateVisitor> makeShowXml(Console& console) {
+  return std::make_unique<ShowXml>(console);
+}
+
+const Command kShowCommand = {
+    "show", "show the fields of each certificate (the default when the first argument is a file)",
+    "The index in JSON counts from 0 within each source, the blocks for people from\n"
+    "1; what could not be read counts too. A date that cannot be read is null, and\n"
+    "validNow with it; so is a version that is no number. warnings is a list of\n"
+    "texts.\n"
+    "\n"
+    "subjectAltNames lists {type, value}; the types are otherName, email, dns, x400,\n"
+    "directory, ediParty, uri, ip and registeredId. The value is a text, of an\n"
+    "otherName {oid, text} or {oid, hex}, and of x400 and ediParty the base64 of the\n"
+    "whole name in DER. Of a malformed one it is null, and that base64 is the member\n"
+    "malformed. publicKey is {type, bits, curve}, extensions lists {oid, name,\n"
+    "critical, value}, where value is base64.\n",
+    kOptions, runShow};
+
+}  // namespace velmora::tool

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "tools/terminal/console.h"
+#include "velmora/reading/certificate_reader.h"
+#include "velmora/support/log/log_base.h"
+#include "velmora/x509/velmora_x509.h"
+
+namespace velmora::tool {
+
+/// One certificate of the input.
+struct InputCertificate {
+  std::string_view source;  // as the user named it; "-" is standard input
+  size_t index;             // from 0 within the source; what could not be read counts too
+  std::span<const unsigned char> der;
+};
+
+/// Does a command's work on one certificate after the other.
+class CertificateVisitor {
+ public:
+  virtual ~CertificateVisitor() = default;
+
+  /// Gives null, or a constant text that says why the certificate could not be treated. May throw
+  /// std::bad_alloc: what the certificate has put out since the last flush is then taken back.
+  virtual const char* visit(const InputCertificate& input) = 0;
+};
+
+/// Reads every source in turn and hands each certificate to `visitor`. What cannot be read or is no
+/// certificate gets a line on standard error (blocks in a row with the same fault share one, behind
+/// the first) and, with `errorsAsJson`, an object {source, index, error} on standard output, raises
+/// the exit status to kUnreadable and stops nothing. Stops early only when standard output cannot
+/// be written to.
+void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
+                       CertificateVisitor& visitor, Console& console);
+
+/// A certificate object that is loaded again and again.
+class LoadedCertificate {
+ public:
+  LoadedCertificate();
+
+  /// Null, or why the certificate does not load.
+  const char* load(std::span<const unsigned char> der);
+  VelmoraX509& get() noexcept { return *m_certificate; }
+
+ private:
+  RefOwner<VelmoraX509> m_certificate;
+};
+
+/// Appends where a certificate stands, for people: "FILE: certificate 2".
+void appendPlace(const InputCertificate& input, StringBuffer& out);
+
+/// How people name a source.
+std::string_view sourceForPeople(std::string_view source);
+
+}  // namespace velmora::tool

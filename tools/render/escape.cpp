@@ -1,0 +1,60 @@
+#include "tools/render/escape.h"
+
+#include <algorithm>
+
+#include "velmora/support/text/printable.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr char kLowerDigits[] = "0123456789abcdef";
+
+}  // namespace
+
+void appendPrintableItem(std::string_view text, StringBuffer& out) {
+  const bool isVisible = std::all_of(text.begin(), text.end(),
+                                     [](char c) { return c > ' ' && c < '\x7F' && c != '"'; });
+  if (isVisible && !text.empty()) return appendPrintable(text, out);
+  out.appendChar('"');
+  for (;;) {
+    const size_t quote = text.find('"');
+    appendPrintable(text.substr(0, quote), out);
+    if (quote == text.npos) break;
+    out.append("\\x22");
+    text.remove_prefix(quote + 1);
+  }
+  out.appendChar('"');
+}
+
+void appendJsonText(std::string_view text, StringBuffer& out) {
+  static constexpr AsciiSet kPlain = printableWithout("\"\\");
+  copyEscaped(text, kPlain, out, [&](char32_t c, std::string_view) {
+    if (c == '"' || c == '\\') {
+      out.appendChar('\\');
+      out.appendChar(static_cast<char>(c));
+    } else {
+      out.append("\\u");
+      appendHexDigits(c == kInvalidSequence ? kReplacementCharacter : c, 4, kLowerDigits, out);
+    }
+  });
+}
+
+void appendJsonDocument(std::string_view json, StringBuffer& out) {
+  static constexpr AsciiSet kPlain = printableWithout("");
+  copyEscaped(json, kPlain, out, [&](char32_t c, std::string_view) {
+    out.append("\\u");
+    appendHexDigits(c == kInvalidSequence ? kReplacementCharacter : c, 4, kLowerDigits, out);
+  });
+}
+
+void appendXmlText(std::string_view xml, StringBuffer& out) {
+  static constexpr AsciiSet kPlain = printableWithout("");
+  copyEscaped(xml, kPlain, out, [&](char32_t c, std::string_view) {
+    out.append("&#");
+    out.appendInt(c == kInvalidSequence ? kReplacementCharacter : c);
+    out.appendChar(';');
+  });
+}
+
+}  // namespace velmora::tool

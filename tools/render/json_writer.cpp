@@ -1,0 +1,80 @@
+#include "tools/render/json_writer.h"
+
+#include "tools/render/escape.h"
+#include "velmora/support/text/byte_codecs.h"
+
+namespace velmora::tool {
+
+void JsonLine::key(std::string_view name) {
+  if (!m_first) m_out.appendChar(',');
+  m_first = false;
+  if (name.empty()) return;
+  m_out.appendChar('"');
+  m_out.append(name);
+  m_out.append("\":");
+}
+
+void JsonLine::begin(std::string_view name, char bracket) {
+  key(name);
+  m_out.appendChar(bracket);
+  m_first = true;
+}
+
+void JsonLine::finish(char bracket) {
+  m_out.appendChar(bracket);
+  m_first = false;
+}
+
+void JsonLine::text(std::string_view name, std::string_view value) {
+  key(name);
+  m_out.appendChar('"');
+  appendJsonText(value, m_out);
+  m_out.appendChar('"');
+}
+
+void JsonLine::number(std::string_view name, std::string_view decimal) {
+  key(name);
+  m_out.append(decimal);
+}
+
+void JsonLine::number(std::string_view name, int64_t value) {
+  key(name);
+  m_out.appendInt(value);
+}
+
+void JsonLine::boolean(std::string_view name, bool value) {
+  key(name);
+  m_out.append(value ? "true" : "false");
+}
+
+void JsonLine::null(std::string_view name) {
+  key(name);
+  m_out.append("null");
+}
+
+void JsonLine::textOrNull(std::string_view name, std::string_view value) {
+  value.empty() ? null(name) : text(name, value);
+}
+
+void JsonLine::base64(std::string_view name, std::span<const unsigned char> bytes) {
+  key(name);
+  m_out.appendChar('"');
+  char* digits = m_out.extend(base64Length(bytes.size()));
+  if (digits != nullptr) base64Encode(bytes.data(), bytes.size(), digits);
+  m_out.appendChar('"');
+}
+
+void JsonLine::hex(std::string_view name, std::span<const unsigned char> bytes) {
+  key(name);
+  m_out.appendChar('"');
+  char* digits = m_out.extend(2 * bytes.size());
+  if (digits != nullptr) hexEncodeUpper(bytes.data(), bytes.size(), digits);
+  m_out.appendChar('"');
+}
+
+void JsonLine::end() {
+  m_out.appendChar(m_close);
+  m_out.appendChar('\n');
+}
+
+}  // namespace velmora::tool

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "velmora/support/text/string_buffer.h"
+
+namespace velmora::tool {
+
+/// Appends one JSON value as one line to a text, piece by piece. A member of an object is written
+/// with its key, an item of a list with an empty one; keys are written as they are.
+class JsonLine {
+ public:
+  enum class Kind { kObject, kList };
+
+  explicit JsonLine(StringBuffer& out, Kind kind = Kind::kObject) noexcept
+      : m_out(out), m_close(kind == Kind::kObject ? '}' : ']') {
+    m_out.appendChar(kind == Kind::kObject ? '{' : '[');
+  }
+
+  void text(std::string_view key, std::string_view value);
+  /// `decimal` is a whole number in decimal.
+  void number(std::string_view key, std::string_view decimal);
+  void number(std::string_view key, int64_t value);
+  void boolean(std::string_view key, bool value);
+  void null(std::string_view key);
+  /// The text, or null when it is empty.
+  void textOrNull(std::string_view key, std::string_view value);
+  void base64(std::string_view key, std::span<const unsigned char> bytes);
+  /// The bytes as upper-case hexadecimal digits.
+  void hex(std::string_view key, std::span<const unsigned char> bytes);
+
+  void beginObject(std::string_view key) { begin(key, '{'); }
+  void endObject() { finish('}'); }
+  void beginList(std::string_view key) { begin(key, '['); }
+  void endList() { finish(']'); }
+
+  /// Closes the value and the line.
+  void end();
+
+ private:
+  void key(std::string_view name);
+  void begin(std::string_view key, char bracket);
+  void finish(char bracket);
+
+  StringBuffer& m_out;
+  char m_close;
+  bool m_first = true;
+};
+
+}  // namespace velmora::tool

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+#include "tools/reading/input.h"
+#include "tools/render/oid_text.h"
+
+namespace velmora::tool {
+
+/// The forms of "show".
+std::unique_ptr<CertificateVisitor> makeShowText(OidStyle style, Console& console);
+std::unique_ptr<CertificateVisitor> makeShowJson(bool withDer, Console& console);
+std::unique_ptr<CertificateVisitor> makeShowXml(Console& console);
+
+}  // namespace velmora::tool

@@ -1,0 +1,101 @@
+#include "tools/terminal/console.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "velmora/support/text/printable.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr size_t kRecordBuffer = size_t{64} << 10;
+
+// 0, or what write() failed with.
+int writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<size_t>(written));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+bool takesColours() {
+  const char* terminal = std::getenv("TERM");
+  const bool isDumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
+  return ::isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
+}
+
+}  // namespace
+
+Console::Console() : m_coloured(takesColours()) {}
+
+void Console::endRecord() {
+  if (m_out.getSize() >= kRecordBuffer) flush();
+}
+
+bool Console::flush() {
+  const bool outOfMemory = m_out.failed();
+  write();
+  if (outOfMemory) outputFailed("out of memory");
+  return !m_outputFailed;
+}
+
+void Console::takeBack(size_t size) {
+  m_out.truncate(std::min(size, m_out.getSize()));
+  write();
+}
+
+void Console::write() {
+  const int failure = m_outputFailed ? 0 : writeAll(STDOUT_FILENO, m_out.view());
+  m_out.weakClear();
+  if (failure != 0) outputFailed(failure == EPIPE ? nullptr : std::strerror(failure));
+}
+
+// Tells of the first failure, unless it has no reason: a reader that went away knows.
+void Console::outputFailed(const char* reason) {
+  const bool isFirst = !m_outputFailed;
+  m_outputFailed = true;
+  raise(ExitStatus::kUnreadable);
+  if (!isFirst || reason == nullptr) return;
+  StringBuffer line("velmora-x509: standard output: ");
+  line.append(reason);
+  error(line.view());
+}
+
+void Console::complain(std::string_view what, std::string_view reason) {
+  StringBuffer line("velmora-x509: ");
+  appendPrintable(what, line);
+  line.append(": ");
+  appendPrintable(reason, line);
+  error(line.view());
+  raise(ExitStatus::kUnreadable);
+}
+
+bool Console::takesBinary(std::string& error) const {
+  if (::isatty(STDOUT_FILENO) == 0) return true;
+  error = "binary output is not written to a terminal";
+  return false;
+}
+
+void Console::error(std::string_view line) {
+  flush();
+  StringBuffer text(line);
+  text.appendChar('\n');
+  writeAll(STDERR_FILENO, text.view());
+}
+
+}  // namespace velmora::tool

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "velmora/support/text/string_buffer.h"
+
+namespace velmora::tool {
+
+/// What the program ends with; the higher value wins over the lower one.
+enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3 };
+
+/// Standard output, buffered, and standard error.
+class Console {
+ public:
+  Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  /// What is to be written to standard output; append to it.
+  StringBuffer& out() noexcept { return m_out; }
+  /// Ends one record: writes the output when a good deal of it has gathered.
+  void endRecord();
+  /// Writes what has gathered. False when standard output cannot be written to, now or before; the
+  /// first failure has an error line, except that of a reader who went away.
+  bool flush();
+
+  /// Takes back what was gathered beyond the first `size` bytes, and the mark of memory that ran
+  /// out on the way; writes those bytes.
+  void takeBack(size_t size);
+
+  /// Writes one line to standard error, behind the output so far. `line` is safe to print.
+  void error(std::string_view line);
+
+  /// Says in such a line why `what`, a file or the like, could not be read or written, both made
+  /// safe to print, and raises the exit status to kUnreadable.
+  void complain(std::string_view what, std::string_view reason);
+
+  /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
+  bool coloured() const noexcept { return m_coloured; }
+
+  /// Whether standard output takes bytes as they are: false, with `error` set, for a terminal,
+  /// which they could drive.
+  bool takesBinary(std::string& error) const;
+
+  void raise(ExitStatus status) noexcept {
+    if (status > m_status) m_status = status;
+  }
+  ExitStatus status() const noexcept { return m_status; }
+
+ private:
+  void write();
+  void outputFailed(const char* reason);
+
+  StringBuffer m_out;
+  bool m_coloured;
+  bool m_outputFailed = false;
+  ExitStatus m_status = ExitStatus::kDone;
+};
+
+}  // namespace velmora::tool

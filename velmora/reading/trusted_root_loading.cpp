@@ -1,0 +1,207 @@
+#include "velmora/reading/trusted_root_loading.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "velmora/reading/certificate_reader.h"
+#include "velmora/reading/root_files.h"
+#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/first_error_log.h"
+#include "velmora/support/trust/trusted_roots.h"
+
+namespace velmora {
+namespace {
+
+constexpr const char* kNoMemory = "Out of memory.";
+
+// Where operating systems keep their roots as one file of PEM blocks.
+constexpr const char* kUsualPlaces[] = {
+    "/etc/ssl/certs/ca-certificates.crt",                 // Debian, Arch and what comes from them
+    "/etc/pki/tls/certs/ca-bundle.crt",                   // Fedora, RHEL
+    "/etc/pki/ca-trust/extracted/pem/tls-ca-bundle.pem",  // likewise
+    "/etc/ssl/ca-bundle.pem",                             // SUSE
+    "/etc/ssl/cert.pem",                                  // Alpine, macOS, OpenBSD
+    "/usr/local/share/certs/ca-root-nss.crt",             // FreeBSD
+};
+
+// The texts by which verification asks for a root: the subject as it renders without and with the
+// option keyword that changes such a text.
+class RootTexts {
+ public:
+  bool read(VelmoraX509& root, LogBase& log) {
+    LogNull quiet;
+    const bool hasSerial = root.get_SerialNumber(m_serialNumber, quiet);
+    root.getDN(true, false, m_subjectDn, quiet, 0);
+    quiet.m_optionKeywords.append("DN_NoSpaceAfterComma");
+    root.getDN(true, false, m_compactSubjectDn, quiet, 0);
+    if (m_serialNumber.failed() || m_subjectDn.failed() || m_compactSubjectDn.failed() ||
+        quiet.m_optionKeywords.failed()) {
+      return refuse(kNoMemory, log);
+    }
+    return hasSerial || refuse("The serial number of the root cannot be read.", log);
+  }
+
+  TrustedRoots::Name name() const {
+    return {m_serialNumber.view(), m_subjectDn.view(), m_compactSubjectDn.view()};
+  }
+
+ private:
+  XString m_serialNumber;
+  XString m_subjectDn;
+  XString m_compactSubjectDn;
+};
+
+// Registers what is found in one file after the other.
+class RootSink final : public CertificateSink {
+ public:
+  RootSink(const char* set, LogBase& log) : m_set(set), m_log(log) {}
+
+  const TrustedRootCount& count() const { return m_count; }
+  void startFile(std::string_view path) { m_file = path; }
+
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
+    FirstErrorLog reason;
+    const auto size = static_cast<unsigned>(der.size());
+    const bool loaded = m_root.loadX509DerAlt(der.data(), size, nullptr, reason);
+    if (loaded && addTrustedRoot(m_root, m_set, reason)) {
+      ++m_count.registered;
+      return;
+    }
+    failure(place, {reason.error(), std::nullopt});
+    if (loaded) logSubject();
+  }
+
+  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
+    refuseFile(failure.reason);
+    m_log.LogDataLong("index", static_cast<int64_t>(place.index));
+    if (!place.label.empty()) m_log.LogData("label", place.label);
+    if (place.line != 0) m_log.LogDataLong("line", static_cast<int64_t>(place.line));
+    if (failure.line != 0) m_log.LogDataLong("faultLine", static_cast<int64_t>(failure.line));
+    if (failure.offset) m_log.LogDataLong("offset", static_cast<int64_t>(*failure.offset));
+  }
+
+  void refuseFile(std::string_view reason) {
+    ++m_count.refused;
+    const StringBuffer text(reason);
+    m_log.LogError(text.getString());
+    m_log.LogData("file", m_file);
+  }
+
+ private:
+  void logSubject() {
+    XString subject;
+    LogNull quiet;
+    m_root.getDN(true, true, subject, quiet, 0);
+    m_log.LogDataX("subject", subject);
+  }
+
+  const char* m_set;
+  LogBase& m_log;
+  VelmoraX509 m_root;  // one after the other
+  std::string_view m_file;
+  TrustedRootCount m_count;
+};
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// 0, or the error with which reading failed.
+int feedFile(const std::string& path, CertificateReader& reader) {
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  if (file == nullptr) return errno;
+  unsigned char chunk[16384];
+  size_t size = 0;
+  do {
+    size = std::fread(chunk, 1, sizeof chunk, file.get());
+    if (std::ferror(file.get()) != 0) return errno;
+  } while (size != 0 && reader.feed({chunk, size}));
+  return 0;
+}
+
+void readFile(const std::string& path, RootSink& sink) {
+  sink.startFile(path);
+  CertificateReader reader(sink);
+  if (const int error = feedFile(path, reader); error != 0) {
+    return sink.refuseFile(std::generic_category().message(error));
+  }
+  reader.finish();
+}
+
+void readFileOrDirectory(const std::string& path, RootSink& sink) {
+  std::vector<std::string> files;
+  if (const std::error_code error = listRootFiles(path, files)) {
+    sink.startFile(path);
+    sink.refuseFile(error.message());
+  }
+  for (const std::string& file : files) readFile(file, sink);
+}
+
+}  // namespace
+
+bool addTrustedRoot(VelmoraX509& root, const char* set, LogBase& log) {
+  LogContextExitor context(log, "addTrustedRoot");
+  CritSecExitor lock(&root);
+  if (!root.isIssuerSelf(log)) {
+    return refuse("A trusted root has to be issued by itself.", log);
+  }
+  DataBuffer publicKey;
+  if (!root.get_PublicKey(publicKey, log)) {
+    return refuse("The public key of the root cannot be read.", log);
+  }
+  RootTexts texts;
+  DataBuffer der;
+  root.getCertDer(der);
+  if (der.failed()) return refuse(kNoMemory, log);
+  return texts.read(root, log) && TrustedRoots::addRoot(set, texts.name(), der, publicKey, log);
+}
+
+bool trustRootImplicitly(VelmoraX509& root, const char* set, LogBase& log) {
+  LogContextExitor context(log, "trustRootImplicitly");
+  CritSecExitor lock(&root);
+  RootTexts texts;
+  return texts.read(root, log) && TrustedRoots::trustImplicitly(set, texts.name(), log);
+}
+
+bool removeTrustedRoot(VelmoraX509& root, const char* set, LogBase& log) {
+  CritSecExitor lock(&root);
+  RootTexts texts;
+  return texts.read(root, log) && TrustedRoots::removeRoot(set, texts.name());
+}
+
+TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log) {
+  LogContextExitor context(log, "addTrustedRoots");
+  RootSink sink(set, log);
+  const char* const given = path != nullptr ? path : "";
+  try {
+    readFileOrDirectory(given, sink);
+  } catch (const std::bad_alloc&) {
+    sink.startFile(given);
+    sink.refuseFile(kNoMemory);
+  }
+  return sink.count();
+}
+
+const char* systemTrustedRootsPath() {
+  const char* chosen = std::getenv("SSL_CERT_FILE");
+  if (chosen != nullptr && *chosen != '\0') return chosen;
+  for (const char* place : kUsualPlaces) {
+    if (const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(place, "rb")); file) {
+      return place;
+    }
+  }
+  return nullptr;
+}
+
+TrustedRootCount addSystemTrustedRoots(const char* set, LogBase& log) {
+  if (const char* path = systemTrustedRootsPath()) return addTrustedRootsFrom(path, set, log);
+  log.LogError("The operating system keeps no trusted roots where they usually are.");
+  return {};
+}
+
+}  // namespace velmora

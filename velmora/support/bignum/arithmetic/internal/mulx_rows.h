@@ -1,0 +1,546 @@
+#pragma once
+
+#if defined(__x86_64__)
+
+#include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
+#include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
+
+// Rows on mulx, adcx and adox: mulx leaves the flags alone, adcx carries in CF and adox in OF, so
+// the low halves and the high halves of the products are added in two chains that do not wait for
+// each other. Compilers keep only one carry chain alive, hence the assembly. Nothing outside this
+// file and its users' dispatch may run it on a CPU without BMI2 and ADX. adcx is used where adc
+// would do as well: some CPUs let add and adc take turns from mulx on the only port that
+// multiplies.
+
+// The pieces that field arithmetic is made of are smaller than a call to them.
+#define VELMORA_INLINE __attribute__((always_inline)) inline
+
+// One limb of a row that lives in memory: adds a[i] * rdx and the carry `in` to r[i].
+#define VELMORA_MEMORY_STEP(offset, in, out) \
+  "mulx " offset "(%[a]), %[lo], %[" out     \
+  "]\n\t"                                    \
+  "adcx %[" in                               \
+  "], %[lo]\n\t"                             \
+  "adox " offset                             \
+  "(%[r]), %[lo]\n\t"                        \
+  "mov %[lo], " offset "(%[r])\n\t"
+
+// Ends a row: both carries into the last high half.
+#define VELMORA_ROW_END(last) \
+  "mov $0, %k[lo]\n\t"        \
+  "adcx %[lo], %[" last       \
+  "]\n\t"                     \
+  "adox %[lo], %[" last "]\n\t"
+
+// One limb of a row whose accumulators are registers.
+#define VELMORA_REGISTER_STEP(offset, low, high) \
+  "mulx " offset                                 \
+  "(%[a]), %[lo], %[hi]\n\t"                     \
+  "adcx %[lo], %[" low                           \
+  "]\n\t"                                        \
+  "adox %[hi], %[" high "]\n\t"
+
+// After the last step of a reduction row: adds the carry of the row before, gives this row's.
+#define VELMORA_CARRY_END(top) \
+  "mov $0, %k[lo]\n\t"         \
+  "adcx %[c], %[" top          \
+  "]\n\t"                      \
+  "mov %[lo], %[c]\n\t"        \
+  "adcx %[lo], %[c]\n\t"       \
+  "adox %[lo], %[c]\n\t"
+
+// One limb of a sum or difference in memory.
+#define VELMORA_CHAIN_STEP(operation, offset)           \
+  "mov " offset "(%[a]), %[t]\n\t" operation " " offset \
+  "(%[b]), %[t]\n\t"                                    \
+  "mov %[t], " offset "(%[r])\n\t"
+
+// Six limbs of one, which all lengths of more than four have.
+#define VELMORA_CHAIN_OF_6(first, next) \
+  VELMORA_CHAIN_STEP(first, "0")        \
+  VELMORA_CHAIN_STEP(next, "8")         \
+  VELMORA_CHAIN_STEP(next, "16")        \
+  VELMORA_CHAIN_STEP(next, "24")        \
+  VELMORA_CHAIN_STEP(next, "32")        \
+  VELMORA_CHAIN_STEP(next, "40")
+
+// A chain of any of those lengths; its last carry becomes a mask in t.
+#define VELMORA_CHAIN(first, next, rest)                                 \
+  asm volatile(VELMORA_CHAIN_OF_6(first, next) rest "sbb %[t], %[t]\n\t" \
+               : [t] "=&r"(mask)                                         \
+               : [r] "r"(r), [a] "r"(a), [b] "r"(b)                      \
+               : "cc", "memory")
+
+namespace velmora::vartime {
+
+/// The rows of PortableRows for CPUs with BMI2 and ADX; the same members with the same contracts.
+struct MulxRows {
+  static constexpr bool kHasAssembly = true;
+
+  VELMORA_INLINE static Limb addMultiply(Limb* r, const Limb* a, size_t n, Limb b) {
+    Limb carry = 0;
+    if ((n & 1) != 0) carry = addMultiply1(r, a, b, carry);
+    if ((n & 2) != 0) carry = addMultiply2(r + (n & 1), a + (n & 1), b, carry);
+    if ((n & 4) != 0) carry = addMultiply4(r + (n & 3), a + (n & 3), b, carry);
+    return n < 8 ? carry : addMultiply8s(r + (n & 7), a + (n & 7), n / 8, b, carry);
+  }
+
+  template <size_t N>
+  static void multiply(Limb* r, const Limb* a, const Limb* b) {
+    if constexpr (N == 4) {
+      multiply4(r, a, b);
+    } else if constexpr (N == 6) {
+      multiply6(r, a, b);
+    } else if constexpr (N < 4) {
+      PortableRows::multiply<N>(r, a, b);  // too short to win anything
+    } else if constexpr (N == 8) {
+      MulxBlocks::multiply(r, a, b, N);
+    } else {
+      static_assert(N == 9);
+      MulxBlocks::multiply(r, a, b, 8);
+      r[16] = addMultiply(r + 8, a, 8, b[8]);
+      r[17] = addMultiply(r + 8, b, 9, a[8]);
+    }
+  }
+
+  template <size_t N>
+  static void square(Limb* r, const Limb* a) {
+    if constexpr (N == 4) {
+      Limb r0, r1, r2, r3, r4, r5, r6, r7;
+      square4(r0, r1, r2, r3, r4, r5, r6, r7, a);
+      store4(r, r0, r1, r2, r3);
+      store4(r + 4, r4, r5, r6, r7);
+    } else if constexpr (N < 4) {
+      PortableRows::square<N>(r, a);
+    } else if constexpr (N == 8) {
+      MulxBlocks::square(r, a, N);
+    } else if constexpr (N == 9) {
+      MulxBlocks::square(r, a, 8);
+      // Once and once more: twice a[8] need not fit a limb.
+      r[16] = addMultiply(r + 8, a, 8, a[8]);
+      r[17] = addMultiply(r + 8, a, 9, a[8]);
+    } else {
+      static_assert(N == 6);
+      clearLimbs(r, N);
+      r[2 * N - 1] = 0;
+      squareRows<N>(r, a);
+      MulxBlocks::doubleAndAddSquares(r, a, N);
+    }
+  }
+
+  template <size_t N>
+  static void montgomeryReduce(Limb* r, Limb* t, const Limb* p, Limb n0) {
+    if constexpr (N == 4) {
+      montgomeryReduce4(r, t, p, n0);
+    } else if constexpr (N == 6) {
+      montgomeryReduce6(r, t, p, n0);
+    } else if constexpr (N < 4) {
+      PortableRows::montgomeryReduce<N>(r, t, p, n0);
+    } else {
+      static_assert(N == 8);
+      const Limb carry = MulxBlocks::montgomeryReduce(t, p, n0, N);
+      PortableRows::reduceOnce<N>(r, t + N, p, carry);
+    }
+  }
+
+  template <size_t N>
+  static void addMod(Limb* r, const Limb* a, const Limb* b, const Limb* p) {
+    if constexpr (N == 4) {
+      addMod4(r, a, b, p);
+    } else if constexpr (N == 6 || N == 8) {
+      Limb complement[N];  // a + b = a - (p - b)
+      subChain<N>(complement, p, b);
+      subMod<N>(r, a, complement, p);
+    } else {
+      PortableRows::addMod<N>(r, a, b, p);
+    }
+  }
+
+  template <size_t N>
+  static void subMod(Limb* r, const Limb* a, const Limb* b, const Limb* p) {
+    if constexpr (N == 4) {
+      subMod4(r, a, b, p);
+    } else if constexpr (N == 6 || N == 8) {
+      static constexpr Limb kZero[N] = {};
+      const Limb borrow = subChain<N>(r, a, b);
+      addChain<N>(r, r, borrow != 0 ? p : kZero);
+    } else {
+      PortableRows::subMod<N>(r, a, b, p);
+    }
+  }
+
+  template <size_t N>
+  static void add(Limb* r, const Limb* a, const Limb* b) {
+    addChain<N>(r, a, b);
+  }
+
+  template <size_t N>
+  static void halveMod(Limb* r, const Limb* a, const Limb* p) {
+    if constexpr (N == 4) {
+      halveMod4(r, a, p);
+    } else {
+      PortableRows::halveMod<N>(r, a, p);
+    }
+  }
+
+  // t0..t3 and t4 += a * b; the sum must fit five limbs.
+  VELMORA_INLINE static void row4(Limb& t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4, const Limb* a,
+                                  Limb b) {
+    Limb lo = 0;
+    Limb hi;
+    asm("xor %k[lo], %k[lo]\n\t"  // clears CF and OF
+        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
+            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
+        "mov $0, %k[lo]\n\t"
+        "adcx %[lo], %[t4]\n\t"
+        : [lo] "+&r"(lo), [hi] "=&r"(hi), [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2),
+          [t3] "+&r"(t3), [t4] "+&r"(t4)
+        : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
+        : "cc");
+  }
+
+  // t0..t3 and t4 += a * b, and t4 += carry; carry becomes the carry out.
+  VELMORA_INLINE static void carryRow4(Limb& t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4,
+                                       Limb& carry, const Limb* a, Limb b) {
+    Limb lo = 0;
+    Limb hi;
+    asm("xor %k[lo], %k[lo]\n\t"  //
+        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
+            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
+                VELMORA_CARRY_END("t4")
+        : [lo] "+&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [t0] "+&r"(t0), [t1] "+&r"(t1),
+          [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4)
+        : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
+        : "cc");
+  }
+
+  // r = t, or t - p where t + carry * 2^256 is not below p.
+  VELMORA_INLINE static void reduceOnce4(Limb* r, Limb t0, Limb t1, Limb t2, Limb t3, Limb carry,
+                                         const Limb* p) {
+    Limb s0 = t0;
+    Limb s1 = t1;
+    Limb s2 = t2;
+    Limb s3 = t3;
+    asm("sub 0(%[p]), %[s0]\n\t"
+        "sbb 8(%[p]), %[s1]\n\t"
+        "sbb 16(%[p]), %[s2]\n\t"
+        "sbb 24(%[p]), %[s3]\n\t"
+        "sbb $0, %[c]\n\t"
+        "cmovc %[t0], %[s0]\n\t"
+        "cmovc %[t1], %[s1]\n\t"
+        "cmovc %[t2], %[s2]\n\t"
+        "cmovc %[t3], %[s3]\n\t"
+        : [s0] "+&r"(s0), [s1] "+&r"(s1), [s2] "+&r"(s2), [s3] "+&r"(s3), [c] "+&r"(carry)
+        : [t0] "r"(t0), [t1] "r"(t1), [t2] "r"(t2), [t3] "r"(t3), [p] "r"(p),
+          "m"(*reinterpret_cast<const Limb(*)[4]>(p))
+        : "cc");
+    store4(r, s0, s1, s2, s3);
+  }
+
+  VELMORA_INLINE static void store4(Limb* r, Limb s0, Limb s1, Limb s2, Limb s3) {
+    r[0] = s0;
+    r[1] = s1;
+    r[2] = s2;
+    r[3] = s3;
+  }
+
+  // t0..t4 = a * b.
+  VELMORA_INLINE static void firstRow4(Limb& t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4,
+                                       const Limb* a, Limb b) {
+    Limb lo;
+    asm("xor %k[lo], %k[lo]\n\t"
+        "mulx 0(%[a]), %[t0], %[t1]\n\t"
+        "mulx 8(%[a]), %[lo], %[t2]\n\t"
+        "adcx %[lo], %[t1]\n\t"
+        "mulx 16(%[a]), %[lo], %[t3]\n\t"
+        "adcx %[lo], %[t2]\n\t"
+        "mulx 24(%[a]), %[lo], %[t4]\n\t"
+        "adcx %[lo], %[t3]\n\t"
+        "mov $0, %k[lo]\n\t"
+        "adcx %[lo], %[t4]\n\t"
+        : [lo] "=&r"(lo), [t0] "=&r"(t0), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3),
+          [t4] "=&r"(t4)
+        : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
+        : "cc");
+  }
+
+  // r0..r7 = a * a: the six products of different limbs, doubled, plus the four squares.
+  VELMORA_INLINE static void square4(Limb& r0, Limb& r1, Limb& r2, Limb& r3, Limb& r4, Limb& r5,
+                                     Limb& r6, Limb& r7, const Limb* a) {
+    Limb lo, hi;
+    asm("mov 0(%[a]), %%rdx\n\t"
+        "xor %k[r5], %k[r5]\n\t"
+        "mulx 8(%[a]), %[r1], %[r2]\n\t"   // a0 a1
+        "mulx 16(%[a]), %[lo], %[r3]\n\t"  // a0 a2
+        "adcx %[lo], %[r2]\n\t"
+        "mulx 24(%[a]), %[lo], %[r4]\n\t"  // a0 a3
+        "adcx %[lo], %[r3]\n\t"
+        "mov 8(%[a]), %%rdx\n\t"
+        "adcx %[r5], %[r4]\n\t"
+        "mulx 16(%[a]), %[lo], %[hi]\n\t"  // a1 a2
+        "adcx %[lo], %[r3]\n\t"
+        "adox %[hi], %[r4]\n\t"
+        "mulx 24(%[a]), %[lo], %[hi]\n\t"  // a1 a3
+        "adcx %[lo], %[r4]\n\t"
+        "adox %[hi], %[r5]\n\t"
+        "mov 16(%[a]), %%rdx\n\t"
+        "mulx 24(%[a]), %[lo], %[r6]\n\t"  // a2 a3
+        "adcx %[lo], %[r5]\n\t"
+        "mov $0, %k[r7]\n\t"
+        "adox %[r7], %[r6]\n\t"
+        "adcx %[r7], %[r6]\n\t"
+        "xor %k[lo], %k[lo]\n\t"  // CF doubles, OF adds the squares
+        "mov 0(%[a]), %%rdx\n\t"
+        "mulx %%rdx, %[r0], %[hi]\n\t"
+        "adcx %[r1], %[r1]\n\t"
+        "adox %[hi], %[r1]\n\t"
+        "mov 8(%[a]), %%rdx\n\t"
+        "mulx %%rdx, %[lo], %[hi]\n\t"
+        "adcx %[r2], %[r2]\n\t"
+        "adox %[lo], %[r2]\n\t"
+        "adcx %[r3], %[r3]\n\t"
+        "adox %[hi], %[r3]\n\t"
+        "mov 16(%[a]), %%rdx\n\t"
+        "mulx %%rdx, %[lo], %[hi]\n\t"
+        "adcx %[r4], %[r4]\n\t"
+        "adox %[lo], %[r4]\n\t"
+        "adcx %[r5], %[r5]\n\t"
+        "adox %[hi], %[r5]\n\t"
+        "mov 24(%[a]), %%rdx\n\t"
+        "mulx %%rdx, %[lo], %[hi]\n\t"
+        "adcx %[r6], %[r6]\n\t"
+        "adox %[lo], %[r6]\n\t"
+        "adcx %[r7], %[r7]\n\t"
+        "adox %[hi], %[r7]\n\t"
+        : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
+          [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [lo] "=&r"(lo), [hi] "=&r"(hi)
+        : [a] "r"(a), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
+        : "cc", "rdx");
+  }
+
+ private:
+  // r = a + b over 6, 8 or 9 limbs; all ones when it carries out.
+  template <size_t N>
+  VELMORA_INLINE static Limb addChain(Limb* r, const Limb* a, const Limb* b) {
+    Limb mask;
+    if constexpr (N == 6) {
+      VELMORA_CHAIN("add", "adc", "");
+    } else if constexpr (N == 8) {
+      VELMORA_CHAIN("add", "adc", VELMORA_CHAIN_STEP("adc", "48") VELMORA_CHAIN_STEP("adc", "56"));
+    } else {
+      static_assert(N == 9);
+      VELMORA_CHAIN("add", "adc",
+                    VELMORA_CHAIN_STEP("adc", "48") VELMORA_CHAIN_STEP("adc", "56")
+                        VELMORA_CHAIN_STEP("adc", "64"));
+    }
+    return mask;
+  }
+
+  // r = a - b over 6 or 8 limbs; all ones when it borrows.
+  template <size_t N>
+  VELMORA_INLINE static Limb subChain(Limb* r, const Limb* a, const Limb* b) {
+    Limb mask;
+    if constexpr (N == 6) {
+      VELMORA_CHAIN("sub", "sbb", "");
+    } else {
+      VELMORA_CHAIN("sub", "sbb", VELMORA_CHAIN_STEP("sbb", "48") VELMORA_CHAIN_STEP("sbb", "56"));
+    }
+    return mask;
+  }
+
+  static inline Limb addMultiply1(Limb* r, const Limb* a, Limb b, Limb carry) {
+    Limb lo, hi;
+    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi") VELMORA_ROW_END("hi")
+                 : [lo] "=&r"(lo), [hi] "=&r"(hi)
+                 : [r] "r"(r), [a] "r"(a), [c] "r"(carry), "d"(b)
+                 : "cc", "memory");
+    return hi;
+  }
+
+  static inline Limb addMultiply2(Limb* r, const Limb* a, Limb b, Limb carry) {
+    Limb lo, hi;
+    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi")
+                     VELMORA_MEMORY_STEP("8", "hi", "c") VELMORA_ROW_END("c")
+                 : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
+                 : [r] "r"(r), [a] "r"(a), "d"(b)
+                 : "cc", "memory");
+    return carry;
+  }
+
+  static inline Limb addMultiply4(Limb* r, const Limb* a, Limb b, Limb carry) {
+    Limb lo, hi;
+    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi")
+                     VELMORA_MEMORY_STEP("8", "hi", "c") VELMORA_MEMORY_STEP("16", "c", "hi")
+                         VELMORA_MEMORY_STEP("24", "hi", "c") VELMORA_ROW_END("c")
+                 : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
+                 : [r] "r"(r), [a] "r"(a), "d"(b)
+                 : "cc", "memory");
+    return carry;
+  }
+
+  // Eights of limbs, at least one. lea and jrcxz count without touching either carry.
+  static inline Limb addMultiply8s(Limb* r, const Limb* a, size_t eights, Limb b, Limb carry) {
+    Limb lo, hi;
+    asm volatile("xor %k[lo], %k[lo]\n"
+        "1:\n\t"  //
+        VELMORA_MEMORY_STEP("0", "c", "hi") VELMORA_MEMORY_STEP("8", "hi", "c")
+            VELMORA_MEMORY_STEP("16", "c", "hi") VELMORA_MEMORY_STEP("24", "hi", "c")
+                VELMORA_MEMORY_STEP("32", "c", "hi") VELMORA_MEMORY_STEP("40", "hi", "c")
+                    VELMORA_MEMORY_STEP("48", "c", "hi") VELMORA_MEMORY_STEP("56", "hi", "c")
+        "lea 64(%[a]), %[a]\n\t"
+        "lea 64(%[r]), %[r]\n\t"
+        "lea -1(%%rcx), %%rcx\n\t"
+        "jrcxz 2f\n\t"
+        "jmp 1b\n"
+        "2:\n\t"  //
+        VELMORA_ROW_END("c")
+        : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [r] "+&r"(r), [a] "+&r"(a),
+          "+&c"(eights)
+        : "d"(b)
+        : "cc", "memory");
+    return carry;
+  }
+
+  static inline void multiply4(Limb* r, const Limb* a, const Limb* b) {
+    Limb t0, t1, t2, t3, t4, t5 = 0, t6 = 0, t7 = 0;
+    firstRow4(t0, t1, t2, t3, t4, a, b[0]);
+    row4(t1, t2, t3, t4, t5, a, b[1]);
+    row4(t2, t3, t4, t5, t6, a, b[2]);
+    row4(t3, t4, t5, t6, t7, a, b[3]);
+    store4(r, t0, t1, t2, t3);
+    store4(r + 4, t4, t5, t6, t7);
+  }
+
+  static inline void montgomeryReduce4(Limb* r, const Limb* t, const Limb* p, Limb n0) {
+    Limb t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], t4 = t[4], t5 = t[5], t6 = t[6], t7 = t[7];
+    Limb carry = 0;
+    carryRow4(t0, t1, t2, t3, t4, carry, p, t0 * n0);
+    carryRow4(t1, t2, t3, t4, t5, carry, p, t1 * n0);
+    carryRow4(t2, t3, t4, t5, t6, carry, p, t2 * n0);
+    carryRow4(t3, t4, t5, t6, t7, carry, p, t3 * n0);
+    reduceOnce4(r, t4, t5, t6, t7, carry, p);
+  }
+
+  VELMORA_INLINE static void row6(Limb* t, const Limb* a, Limb b) {
+    Limb t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], t4 = t[4], t5 = t[5], t6 = 0, carry = 0;
+    carryRow6(t0, t1, t2, t3, t4, t5, t6, carry, a, b);
+    store4(t, t0, t1, t2, t3);
+    t[4] = t4;
+    t[5] = t5;
+    t[6] = t6;
+  }
+
+  VELMORA_INLINE static void carryRow6(Limb& t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4, Limb& t5,
+                                       Limb& t6, Limb& carry, const Limb* a, Limb b) {
+    Limb lo = 0;
+    Limb hi;
+    asm("xor %k[lo], %k[lo]\n\t"  //
+        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
+            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
+                VELMORA_REGISTER_STEP("32", "t4", "t5") VELMORA_REGISTER_STEP("40", "t5", "t6")
+                    VELMORA_CARRY_END("t6")
+        : [lo] "+&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [t0] "+&r"(t0), [t1] "+&r"(t1),
+          [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6)
+        : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[6]>(a))
+        : "cc");
+  }
+
+  static inline void multiply6(Limb* r, const Limb* a, const Limb* b) {
+    clearLimbs(r, 6);
+    for (size_t i = 0; i < 6; ++i) row6(r + i, a, b[i]);
+  }
+
+  static inline void montgomeryReduce6(Limb* r, Limb* t, const Limb* p, Limb n0) {
+    Limb carry = 0;
+    Limb t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], t4 = t[4], t5 = t[5];
+    for (size_t i = 0; i < 6; ++i) {
+      Limb t6 = t[i + 6];
+      carryRow6(t0, t1, t2, t3, t4, t5, t6, carry, p, t0 * n0);
+      t0 = t1;
+      t1 = t2;
+      t2 = t3;
+      t3 = t4;
+      t4 = t5;
+      t5 = t6;
+    }
+    const Limb reduced[6] = {t0, t1, t2, t3, t4, t5};
+    PortableRows::reduceOnce<6>(r, reduced, p, carry);
+  }
+
+  // The products of different limbs, row i and those below. Recursion, so that each row's length is
+  // known and nothing is left to branch on.
+  template <size_t N, size_t kRow = 0>
+  VELMORA_INLINE static void squareRows(Limb* r, const Limb* a) {
+    if constexpr (kRow + 1 < N) {
+      r[kRow + N] = addMultiply(r + 2 * kRow + 1, a + kRow + 1, N - 1 - kRow, a[kRow]);
+      squareRows<N, kRow + 1>(r, a);
+    }
+  }
+
+  // Operands are passed in registers, not as addresses, so that a compiler can keep the numbers of
+  // a chain of additions there.
+  VELMORA_INLINE static void addMod4(Limb* r, const Limb* a, const Limb* b, const Limb* p) {
+    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], carry = 0;
+    asm("add %[b0], %[t0]\n\t"
+        "adc %[b1], %[t1]\n\t"
+        "adc %[b2], %[t2]\n\t"
+        "adc %[b3], %[t3]\n\t"
+        "adc $0, %[c]\n\t"
+        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [c] "+&r"(carry)
+        : [b0] "rm"(b[0]), [b1] "rm"(b[1]), [b2] "rm"(b[2]), [b3] "rm"(b[3])
+        : "cc");
+    reduceOnce4(r, t0, t1, t2, t3, carry, p);
+  }
+
+  VELMORA_INLINE static void subMod4(Limb* r, const Limb* a, const Limb* b, const Limb* p) {
+    static constexpr Limb kZero[4] = {};
+    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3];
+    const Limb* addend = kZero;
+    asm("sub %[b0], %[t0]\n\t"
+        "sbb %[b1], %[t1]\n\t"
+        "sbb %[b2], %[t2]\n\t"
+        "sbb %[b3], %[t3]\n\t"
+        "cmovc %[p], %[addend]\n\t"
+        "add 0(%[addend]), %[t0]\n\t"
+        "adc 8(%[addend]), %[t1]\n\t"
+        "adc 16(%[addend]), %[t2]\n\t"
+        "adc 24(%[addend]), %[t3]\n\t"
+        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [addend] "+&r"(addend)
+        : [b0] "rm"(b[0]), [b1] "rm"(b[1]), [b2] "rm"(b[2]), [b3] "rm"(b[3]), [p] "r"(p),
+          "m"(*reinterpret_cast<const Limb(*)[4]>(p)), "m"(kZero)
+        : "cc");
+    store4(r, t0, t1, t2, t3);
+  }
+
+  VELMORA_INLINE static void halveMod4(Limb* r, const Limb* a, const Limb* p) {
+    static constexpr Limb kZero[4] = {};
+    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], carry = 0;
+    const Limb* addend = (t0 & 1) != 0 ? p : kZero;
+    asm("add 0(%[addend]), %[t0]\n\t"
+        "adc 8(%[addend]), %[t1]\n\t"
+        "adc 16(%[addend]), %[t2]\n\t"
+        "adc 24(%[addend]), %[t3]\n\t"
+        "adc $0, %[c]\n\t"
+        "shrd $1, %[t1], %[t0]\n\t"
+        "shrd $1, %[t2], %[t1]\n\t"
+        "shrd $1, %[t3], %[t2]\n\t"
+        "shrd $1, %[c], %[t3]\n\t"
+        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [c] "+&r"(carry)
+        : [addend] "r"(addend), "m"(*reinterpret_cast<const Limb(*)[4]>(p)), "m"(kZero)
+        : "cc");
+    store4(r, t0, t1, t2, t3);
+  }
+};
+
+}  // namespace velmora::vartime
+
+#undef VELMORA_INLINE
+#undef VELMORA_MEMORY_STEP
+#undef VELMORA_ROW_END
+#undef VELMORA_REGISTER_STEP
+#undef VELMORA_CARRY_END
+#undef VELMORA_CHAIN_STEP
+#undef VELMORA_CHAIN_OF_6
+#undef VELMORA_CHAIN
+
+#endif  // defined(__x86_64__)

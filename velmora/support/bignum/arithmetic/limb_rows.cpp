@@ -1,0 +1,15 @@
+#include "velmora/support/bignum/arithmetic/limb_rows.h"
+
+#include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
+#include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
+
+namespace velmora::vartime {
+
+LimbRowFunction limbRowFunction([[maybe_unused]] ArithmeticPath path) noexcept {
+#if defined(__x86_64__)
+  if (path != ArithmeticPath::kPortable) return MulxRows::addMultiply;
+#endif
+  return PortableRows::addMultiply;
+}
+
+}  // namespace velmora::vartime

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/bignum/cpu_features.h"
+
+namespace velmora::vartime {
+
+/// r += a * b over n limbs, giving the limb carried out; r and a do not overlap.
+using LimbRowFunction = Limb (*)(Limb* r, const Limb* a, size_t n, Limb b);
+
+/// The row of a path that is supported on this CPU.
+LimbRowFunction limbRowFunction(ArithmeticPath path) noexcept;
+
+}  // namespace velmora::vartime

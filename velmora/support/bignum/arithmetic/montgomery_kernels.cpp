@@ -1,0 +1,49 @@
+#include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
+#include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
+#include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
+#include "velmora/support/bignum/arithmetic/montgomery.h"
+
+namespace velmora::vartime {
+
+namespace {
+
+/// Montgomery multiplication with words of 64 bits: the whole product first, so that a square needs
+/// half of the products, then the reduction. Results are below the modulus.
+template <class Products>
+struct LimbKernel {
+  static void multiply(Limb* r, const Limb* a, const Limb* b, const Limb* modulus, Limb n0,
+                       size_t n) {
+    Limb t[2 * kMaxModulusLimbs];
+    Products::multiply(t, a, b, n);
+    reduce(r, t, modulus, n0, n);
+  }
+
+  static void square(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n) {
+    Limb t[2 * kMaxModulusLimbs];
+    Products::square(t, a, n);
+    reduce(r, t, modulus, n0, n);
+  }
+
+  static void reduce(Limb* r, Limb* t, const Limb* modulus, Limb n0, size_t n) {
+    const Limb carry = Products::montgomeryReduce(t, modulus, n0, n);
+    if (carry != 0 || compareLimbs(t + n, modulus, n) >= 0) {
+      subLimbs(r, t + n, modulus, n);
+    } else {
+      copyLimbs(r, t + n, n);
+    }
+  }
+
+  static constexpr MontgomeryKernel kKernel{kLimbBits, multiply, square};
+};
+
+}  // namespace
+
+const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path) noexcept {
+#if defined(__x86_64__)
+  if (path == ArithmeticPath::kAvx512Ifma) return montgomeryIfmaKernel();
+  if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
+#endif
+  return LimbKernel<PortableRows>::kKernel;
+}
+
+}  // namespace velmora::vartime

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <string_view>
+
+#include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/curves/curve_data.h"
+
+namespace velmora::vartime {
+
+/// Limbs of the largest field and order (P-521).
+inline constexpr size_t kMaxCurveLimbs = 9;
+
+/// A point of a curve in plain affine coordinates, each of Curve::limbs() limbs and below the
+/// prime. Infinity has no coordinates.
+struct CurvePoint {
+  Limb x[kMaxCurveLimbs];
+  Limb y[kMaxCurveLimbs];
+  bool infinity;
+};
+
+/// A named curve, computed on in one way. Objects are constant, exist once per curve and path for
+/// the life of the program, and may be used by any thread. Scalars and field numbers have limbs()
+/// limbs.
+class Curve {
+ public:
+  virtual ~Curve() = default;
+  Curve(const Curve&) = delete;
+  Curve& operator=(const Curve&) = delete;
+
+  const CurveParameters& parameters() const noexcept { return m_parameters; }
+
+  /// Limbs of a coordinate, which are also those of the order.
+  size_t limbs() const noexcept { return limbsForBits(m_parameters.bits); }
+
+  /// Bytes of a coordinate.
+  size_t coordinateBytes() const noexcept { return (m_parameters.bits + 7) / 8; }
+
+  /// The prime of the field, and the order of the group; limbs() limbs each.
+  const Limb* prime() const noexcept { return m_prime; }
+  const Limb* order() const noexcept { return m_order; }
+
+  /// The base point.
+  virtual CurvePoint basePoint() const noexcept = 0;
+
+  /// Reads a point as SEC 1, section 2.3.4 writes it: 04 and both coordinates, or 02 or 03 and x.
+  /// False for any other form (infinity included), for a coordinate not below the prime and for a
+  /// point that is not on the curve; the point is then unspecified.
+  virtual bool decodePoint(CurvePoint& point, const std::uint8_t* bytes,
+                           size_t size) const noexcept = 0;
+
+  /// True for a point with coordinates below the prime that satisfy the equation.
+  virtual bool isOnCurve(const CurvePoint& point) const noexcept = 0;
+
+  /// u1 * G + u2 * q for any scalars, q on the curve or infinity.
+  virtual CurvePoint doubleMultiply(const Limb* u1, const Limb* u2,
+                                    const CurvePoint& q) const noexcept = 0;
+
+  /// The last step of an ECDSA verification: true when u1 * G + u2 * q is not infinity and its x
+  /// coordinate is r modulo the order, for r below the order. No inversion is made.
+  virtual bool doubleMultiplyHasX(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                                  const Limb* r) const noexcept = 0;
+
+ protected:
+  Curve(const CurveParameters& parameters, const Limb* prime, const Limb* order)
+      : m_parameters(parameters), m_prime(prime), m_order(order) {}
+
+ private:
+  const CurveParameters& m_parameters;
+  const Limb* m_prime;
+  const Limb* m_order;
+};
+
+/// The curves of a path, in the order of curve_data.h.
+struct CurveList {
+  const Curve* const* curves;
+  size_t count;
+};
+CurveList curves(ArithmeticPath path = bestArithmeticPath()) noexcept;
+
+/// The curve of a dotted OID; null when it is none of those.
+const Curve* findCurve(std::string_view oid, ArithmeticPath path = bestArithmeticPath()) noexcept;
+
+}  // namespace velmora::vartime

@@ -1,0 +1,21 @@
+#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+
+namespace velmora::vartime {
+
+CurveList curves([[maybe_unused]] ArithmeticPath path) noexcept {
+#if defined(__x86_64__)
+  if (path != ArithmeticPath::kPortable) return curvesOnMulx();
+#endif
+  return curvesOn<PortableRows>();
+}
+
+const Curve* findCurve(std::string_view oid, ArithmeticPath path) noexcept {
+  const CurveList list = curves(path);
+  for (size_t i = 0; i < list.count; ++i) {
+    if (list.curves[i]->parameters().oid == oid) return list.curves[i];
+  }
+  return nullptr;
+}
+
+}  // namespace velmora::vartime

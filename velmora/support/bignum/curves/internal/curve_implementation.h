@@ -1,0 +1,239 @@
+#pragma once
+
+#include "velmora/support/bignum/curves/curve.h"
+#include "velmora/support/bignum/curves/internal/jacobian.h"
+
+namespace velmora::vartime {
+
+template <const CurveParameters& kParameters>
+struct CurveNumbers {
+  static constexpr size_t kLimbs = limbsForBits(kParameters.bits);
+  static constexpr auto kPrime = limbsFromHex<kLimbs>(kParameters.prime);
+  static constexpr auto kOrder = limbsFromHex<kLimbs>(kParameters.order);
+  static constexpr auto kA = limbsFromHex<kLimbs>(kParameters.a);
+  static constexpr auto kB = limbsFromHex<kLimbs>(kParameters.b);
+  static constexpr auto kBaseX = limbsFromHex<kLimbs>(kParameters.baseX);
+  static constexpr auto kBaseY = limbsFromHex<kLimbs>(kParameters.baseY);
+};
+
+// The field that suits the shape of a curve's prime.
+template <class Numbers, class Rows>
+struct FieldChoice {
+  using Type = MontgomeryField<Numbers, Rows>;
+};
+template <class Rows>
+struct FieldChoice<CurveNumbers<kSecp256k1>, Rows> {
+  // 2^256 - 2^32 - 977
+  using Type = FoldField<CurveNumbers<kSecp256k1>, (Limb{1} << 32) + 977, Rows>;
+};
+template <class Rows>
+struct FieldChoice<CurveNumbers<kP521>, Rows> {
+  using Type = Mersenne521Field<CurveNumbers<kP521>, Rows>;
+};
+
+template <const CurveParameters& kParameters, class Rows>
+struct CurveConstants {
+  using Numbers = CurveNumbers<kParameters>;
+  using Field = typename FieldChoice<Numbers, Rows>::Type;
+  using Element = typename Field::Element;
+
+  static constexpr CurveSlope slope() {
+    Limb plus3[Numbers::kLimbs] = {};
+    const Limb three[Numbers::kLimbs] = {3};
+    addLimbs(plus3, Numbers::kA.data(), three, Numbers::kLimbs);
+    if (isZero(Numbers::kA.data(), Numbers::kLimbs)) return CurveSlope::kZero;
+    return compareLimbs(plus3, Numbers::kPrime.data(), Numbers::kLimbs) == 0 ? CurveSlope::kMinus3
+                                                                             : CurveSlope::kGeneral;
+  }
+  static constexpr CurveSlope kSlope = slope();
+
+  static const Element& a() {
+    static const Element element = make(Numbers::kA.data());
+    return element;
+  }
+  static const Element& b() {
+    static const Element element = make(Numbers::kB.data());
+    return element;
+  }
+
+ private:
+  static Element make(const Limb* limbs) {
+    Element element;
+    Field::fromPlain(element, limbs);
+    return element;
+  }
+};
+
+template <const CurveParameters& kParameters, class Rows>
+class CurveImplementation final : public Curve {
+  using Constants = CurveConstants<kParameters, Rows>;
+  using Numbers = typename Constants::Numbers;
+  using Field = typename Constants::Field;
+  using Element = typename Field::Element;
+  using Arithmetic = JacobianArithmetic<Constants>;
+  using Affine = typename Arithmetic::Affine;
+  using Jacobian = typename Arithmetic::Jacobian;
+  using Cached = typename Arithmetic::Cached;
+  static constexpr size_t kLimbs = Field::kLimbs;
+
+ public:
+  CurveImplementation() : Curve(kParameters, Numbers::kPrime.data(), Numbers::kOrder.data()) {}
+
+  CurvePoint basePoint() const noexcept override {
+    CurvePoint point;
+    copyLimbs(point.x, Numbers::kBaseX.data(), kLimbs);
+    copyLimbs(point.y, Numbers::kBaseY.data(), kLimbs);
+    point.infinity = false;
+    return point;
+  }
+
+  bool decodePoint(CurvePoint& point, const std::uint8_t* bytes,
+                   size_t size) const noexcept override {
+    const size_t length = coordinateBytes();
+    if (size == 0 || size < 1 + length) return false;
+    const std::uint8_t form = bytes[0];
+    point.infinity = false;
+    if (!limbsFromBigEndian(point.x, kLimbs, bytes + 1, length)) return false;
+    if (form == 4 && size == 1 + 2 * length) {
+      return limbsFromBigEndian(point.y, kLimbs, bytes + 1 + length, length) && isOnCurve(point);
+    }
+    return (form == 2 || form == 3) && size == 1 + length && recoverY(point, form & 1);
+  }
+
+  bool isOnCurve(const CurvePoint& point) const noexcept override {
+    return !point.infinity && isReduced(point.x) && isReduced(point.y) &&
+           Arithmetic::isOnCurve(enter(point));
+  }
+
+  CurvePoint doubleMultiply(const Limb* u1, const Limb* u2,
+                            const CurvePoint& q) const noexcept override {
+    const Jacobian sum = multiply(u1, u2, q);
+    CurvePoint point{};
+    point.infinity = Arithmetic::isInfinity(sum);
+    if (point.infinity) return point;
+    const Affine affine = Arithmetic::toAffine(sum);
+    Field::toPlain(point.x, affine.x);
+    Field::toPlain(point.y, affine.y);
+    return point;
+  }
+
+  // x == r modulo the order, where x = X / Z^2 is below the prime: X == r Z^2 or X == (r + n) Z^2.
+  bool doubleMultiplyHasX(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                          const Limb* r) const noexcept override {
+    const Jacobian sum = multiply(u1, u2, q);
+    if (Arithmetic::isInfinity(sum)) return false;
+    Element z2;
+    Field::square(z2, sum.z);
+    Limb candidate[kLimbs];
+    copyLimbs(candidate, r, kLimbs);
+    for (Limb carry = 0; carry == 0 && isReduced(candidate);) {
+      Element x;
+      Field::fromPlain(x, candidate);
+      Field::multiply(x, x, z2);
+      if (Field::equal(x, sum.x)) return true;
+      carry = addLimbs(candidate, candidate, Numbers::kOrder.data(), kLimbs);
+    }
+    return false;
+  }
+
+ private:
+  static constexpr unsigned kPointWindow = 5;
+  static constexpr unsigned kBaseWindow = 8;
+  static constexpr size_t kPointMultiples = size_t{1} << (kPointWindow - 2);
+  static constexpr size_t kBaseMultiples = size_t{1} << (kBaseWindow - 2);
+  static constexpr size_t kMaxDigits = kLimbs * kLimbBits + 1;
+
+  struct BaseTable {
+    Affine multiple[kBaseMultiples];  // G, 3 G, 5 G ...
+  };
+
+  static bool isReduced(const Limb* x) {
+    return compareLimbs(x, Numbers::kPrime.data(), kLimbs) < 0;
+  }
+
+  static Affine enter(const CurvePoint& point) {
+    Affine r;
+    Field::fromPlain(r.x, point.x);
+    Field::fromPlain(r.y, point.y);
+    return r;
+  }
+
+  // Completes a point from x and the lowest bit of y.
+  static bool recoverY(CurvePoint& point, Limb odd) {
+    if (!isReduced(point.x)) return false;
+    Element x, y;
+    Field::fromPlain(x, point.x);
+    Arithmetic::rightSide(y, x);
+    if (!squareRoot<Field>(y, y, kParameters.nonResidue)) return false;
+    Field::toPlain(point.y, y);
+    if ((point.y[0] & 1) == odd) return true;
+    if (isZero(point.y, kLimbs)) return false;
+    subLimbs(point.y, Numbers::kPrime.data(), point.y, kLimbs);
+    return true;
+  }
+
+  // Made at first use, which takes about as long as two verifications.
+  static const BaseTable& baseTable() {
+    static const BaseTable table = makeBaseTable();
+    return table;
+  }
+
+  static BaseTable makeBaseTable() {
+    Affine base;
+    Field::fromPlain(base.x, Numbers::kBaseX.data());
+    Field::fromPlain(base.y, Numbers::kBaseY.data());
+    Cached multiples[kBaseMultiples];
+    Arithmetic::oddMultiples(multiples, kBaseMultiples, base);
+    BaseTable table;
+    for (size_t i = 0; i < kBaseMultiples; ++i) {
+      table.multiple[i] = Arithmetic::toAffine(multiples[i].point);
+    }
+    return table;
+  }
+
+  template <class Point, size_t kCount>
+  static void addDigit(Jacobian& sum, const Point (&table)[kCount], int digit) {
+    const int magnitude = digit < 0 ? -digit : digit;
+    Arithmetic::add(sum, sum, table[magnitude / 2], digit < 0);
+  }
+
+  // u1 * G + u2 * q, both in non-adjacent form over one chain of doublings.
+  static Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) {
+    signed char baseDigits[kMaxDigits];
+    signed char pointDigits[kMaxDigits];
+    const size_t baseCount = nonAdjacentForm(baseDigits, u1, kLimbs, kBaseWindow);
+    size_t pointCount = 0;
+    Cached pointTable[kPointMultiples];
+    if (!q.infinity) {
+      pointCount = nonAdjacentForm(pointDigits, u2, kLimbs, kPointWindow);
+      Arithmetic::oddMultiples(pointTable, kPointMultiples, enter(q));
+    }
+    const BaseTable& base = baseTable();
+    Jacobian sum = Arithmetic::infinity();
+    for (size_t i = baseCount > pointCount ? baseCount : pointCount; i-- != 0;) {
+      Arithmetic::twice(sum, sum);
+      if (i < pointCount && pointDigits[i] != 0) addDigit(sum, pointTable, pointDigits[i]);
+      if (i < baseCount && baseDigits[i] != 0) addDigit(sum, base.multiple, baseDigits[i]);
+    }
+    return sum;
+  }
+};
+
+/// All curves on one path.
+template <class Rows>
+CurveList curvesOn() {
+  static const CurveImplementation<kP192, Rows> p192;
+  static const CurveImplementation<kP224, Rows> p224;
+  static const CurveImplementation<kP256, Rows> p256;
+  static const CurveImplementation<kP384, Rows> p384;
+  static const CurveImplementation<kP521, Rows> p521;
+  static const CurveImplementation<kSecp256k1, Rows> secp256k1;
+  static const CurveImplementation<kBrainpoolP256r1, Rows> brainpool256;
+  static const CurveImplementation<kBrainpoolP384r1, Rows> brainpool384;
+  static const CurveImplementation<kBrainpoolP512r1, Rows> brainpool512;
+  static const Curve* const list[] = {&p192,      &p224,         &p256,         &p384,        &p521,
+                                      &secp256k1, &brainpool256, &brainpool384, &brainpool512};
+  return {list, sizeof list / sizeof list[0]};
+}
+
+}  // namespace velmora::vartime

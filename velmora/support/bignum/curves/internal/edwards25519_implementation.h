@@ -1,0 +1,316 @@
+#pragma once
+
+#include "velmora/support/bignum/curves/edwards25519.h"
+#include "velmora/support/bignum/curves/internal/window.h"
+#include "velmora/support/bignum/fields/internal/prime_field.h"
+
+namespace velmora::vartime {
+
+struct Edwards25519Numbers {
+  static constexpr auto kPrime =
+      limbsFromHex<4>("7fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffed");
+  // -121665 / 121666
+  static constexpr auto kD =
+      limbsFromHex<4>("52036cee2b6ffe738cc740797779e89800700a4d4141d8ab75eb4dca135978a3");
+  static constexpr auto kRootOfMinus1 =
+      limbsFromHex<4>("2b8324804fc1df0b2b4d00993dfbd7a72f431806ad2fe478c4ee1b274a0ea0b0");
+  static constexpr auto kBaseX =
+      limbsFromHex<4>("216936d3cd6e53fec0a4e231fdd6dc5c692cc7609525a7b2c9562d608f25d51a");
+  static constexpr auto kBaseY =
+      limbsFromHex<4>("6666666666666666666666666666666666666666666666666666666666666658");
+};
+
+// Formulas of Hisil, Wong, Carter and Dawson ("Twisted Edwards curves revisited", 2008), which are
+// complete on this curve: no point needs care.
+template <class Rows>
+class Edwards25519Implementation final : public Edwards25519 {
+  using Numbers = Edwards25519Numbers;
+  using Field = FoldField<Numbers, 38, Rows>;  // 2^256 - 38 is twice the prime
+  using Element = typename Field::Element;
+
+  // x = X / Z, y = Y / Z, and in extended form x y = T / Z.
+  struct Projective {
+    Element x, y, z;
+  };
+  struct Extended {
+    Element x, y, z, t;
+  };
+  // X = e f, Y = g h, Z = f g, T = e h: what a formula ends with before its last multiplications.
+  struct Completed {
+    Element e, f, g, h;
+  };
+  // What an addition needs of its second operand.
+  struct CachedAffine {
+    Element yMinusX, yPlusX, t2d;
+  };
+  struct Cached {
+    CachedAffine affine;
+    Element z2;  // 2 Z
+  };
+
+ public:
+  bool decode(EdwardsPoint& point, const std::uint8_t* bytes) const noexcept override {
+    const Limb sign = bytes[31] >> 7;
+    for (size_t i = 0; i < 4; ++i) point.y[i] = littleEndianLimb(bytes + 8 * i);
+    point.y[3] &= ~Limb{0} >> 1;
+    if (compareLimbs(point.y, Numbers::kPrime.data(), 4) >= 0) return false;
+    Element y, x, u, v;
+    Field::fromPlain(y, point.y);
+    Field::square(u, y);
+    Field::multiply(v, u, constants().d);
+    Field::subtract(u, u, constants().one);
+    Field::add(v, v, constants().one);
+    if (!rootOfRatio(x, u, v)) return false;
+    Field::toPlain(point.x, x);
+    if (isZero(point.x, 4)) return sign == 0;
+    if ((point.x[0] & 1) != sign) subLimbs(point.x, Numbers::kPrime.data(), point.x, 4);
+    return true;
+  }
+
+  bool hasSmallOrder(const EdwardsPoint& point) const noexcept override {
+    const Extended start = enter(point);
+    Projective p{start.x, start.y, start.z};
+    for (int doubling = 0; doubling < 3; ++doubling) p = toProjective(twice(p));
+    return Field::isZero(p.x) && Field::equal(p.y, p.z);
+  }
+
+  EdwardsPoint basePoint() const noexcept override {
+    EdwardsPoint point;
+    copyLimbs(point.x, Numbers::kBaseX.data(), 4);
+    copyLimbs(point.y, Numbers::kBaseY.data(), 4);
+    return point;
+  }
+
+  EdwardsPoint doubleMultiply(const Limb* s, const Limb* k,
+                              const EdwardsPoint& a) const noexcept override {
+    signed char baseDigits[kMaxDigits];
+    signed char pointDigits[kMaxDigits];
+    const size_t baseCount = nonAdjacentForm(baseDigits, s, 4, kBaseWindow);
+    const size_t pointCount = nonAdjacentForm(pointDigits, k, 4, kPointWindow);
+    Cached multiples[kPointMultiples];
+    oddMultiples(multiples, kPointMultiples, enter(a));
+    const BaseTable& base = baseTable();
+
+    Projective sum{constants().zero, constants().one, constants().one};
+    for (size_t i = baseCount > pointCount ? baseCount : pointCount; i-- != 0;) {
+      Completed next = twice(sum);
+      if (i < pointCount && pointDigits[i] != 0) {
+        const int digit = -pointDigits[i];
+        next = add(toExtended(next), multiples[magnitude(digit) / 2], digit < 0);
+      }
+      if (i < baseCount && baseDigits[i] != 0) {
+        const int digit = baseDigits[i];
+        next = add(toExtended(next), base.multiple[magnitude(digit) / 2], digit < 0);
+      }
+      sum = toProjective(next);
+    }
+    return toAffine(sum);
+  }
+
+ private:
+  static constexpr unsigned kPointWindow = 5;
+  static constexpr unsigned kBaseWindow = 8;
+  static constexpr size_t kPointMultiples = size_t{1} << (kPointWindow - 2);
+  static constexpr size_t kBaseMultiples = size_t{1} << (kBaseWindow - 2);
+  static constexpr size_t kMaxDigits = 4 * kLimbBits + 1;
+
+  struct BaseTable {
+    CachedAffine multiple[kBaseMultiples];  // B, 3 B, 5 B ...
+  };
+
+  struct Constants {
+    Element zero{}, one{}, d{}, d2{}, rootOfMinus1{};
+    Constants() {
+      setSmall<Field>(one, 1);
+      Field::fromPlain(d, Numbers::kD.data());
+      Field::add(d2, d, d);
+      Field::fromPlain(rootOfMinus1, Numbers::kRootOfMinus1.data());
+    }
+  };
+  static const Constants& constants() {
+    static const Constants all;
+    return all;
+  }
+
+  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
+
+  static Limb littleEndianLimb(const std::uint8_t* bytes) {
+    Limb limb = 0;
+    for (size_t i = 8; i-- != 0;) limb = limb << 8 | bytes[i];
+    return limb;
+  }
+
+  static Extended enter(const EdwardsPoint& point) {
+    Extended r;
+    Field::fromPlain(r.x, point.x);
+    Field::fromPlain(r.y, point.y);
+    r.z = constants().one;
+    Field::multiply(r.t, r.x, r.y);
+    return r;
+  }
+
+  static EdwardsPoint toAffine(const Projective& p) {
+    Element inverse, t;
+    EdwardsPoint r;
+    invert<Field>(inverse, p.z);
+    Field::multiply(t, p.x, inverse);
+    Field::toPlain(r.x, t);
+    Field::multiply(t, p.y, inverse);
+    Field::toPlain(r.y, t);
+    return r;
+  }
+
+  static Projective toProjective(const Completed& c) {
+    Projective r;
+    Field::multiply(r.x, c.e, c.f);
+    Field::multiply(r.y, c.g, c.h);
+    Field::multiply(r.z, c.f, c.g);
+    return r;
+  }
+
+  static Extended toExtended(const Completed& c) {
+    Extended r;
+    Field::multiply(r.x, c.e, c.f);
+    Field::multiply(r.y, c.g, c.h);
+    Field::multiply(r.z, c.f, c.g);
+    Field::multiply(r.t, c.e, c.h);
+    return r;
+  }
+
+  static Completed twice(const Projective& p) {
+    Completed r;
+    Element x2, y2, z2;
+    Field::square(x2, p.x);
+    Field::square(y2, p.y);
+    Field::square(z2, p.z);
+    Field::add(z2, z2, z2);
+    Field::add(r.e, p.x, p.y);
+    Field::square(r.e, r.e);
+    Field::add(r.h, x2, y2);  // all four with their signs turned, which changes no product
+    Field::subtract(r.e, r.h, r.e);
+    Field::subtract(r.g, x2, y2);
+    Field::add(r.f, r.g, z2);
+    return r;
+  }
+
+  // p + q, or p - q: -q swaps its two sums and negates its product.
+  static Completed add(const Extended& p, const CachedAffine& q, bool minus) {
+    Element z2;
+    Field::add(z2, p.z, p.z);
+    return addProducts(p, q, z2, minus);
+  }
+
+  static Completed add(const Extended& p, const Cached& q, bool minus) {
+    Element z2;
+    Field::multiply(z2, p.z, q.z2);
+    return addProducts(p, q.affine, z2, minus);
+  }
+
+  static Completed addProducts(const Extended& p, const CachedAffine& q, const Element& z2,
+                               bool minus) {
+    Completed r;
+    Element a, b, c;
+    Field::subtract(a, p.y, p.x);
+    Field::multiply(a, a, minus ? q.yPlusX : q.yMinusX);
+    Field::add(b, p.y, p.x);
+    Field::multiply(b, b, minus ? q.yMinusX : q.yPlusX);
+    Field::multiply(c, p.t, q.t2d);
+    Field::subtract(r.e, b, a);
+    Field::add(r.h, b, a);
+    Field::subtract(minus ? r.g : r.f, z2, c);
+    Field::add(minus ? r.f : r.g, z2, c);
+    return r;
+  }
+
+  static Cached cache(const Extended& p) {
+    Cached r;
+    Field::subtract(r.affine.yMinusX, p.y, p.x);
+    Field::add(r.affine.yPlusX, p.y, p.x);
+    Field::multiply(r.affine.t2d, p.t, constants().d2);
+    Field::add(r.z2, p.z, p.z);
+    return r;
+  }
+
+  // table[i] = (2i + 1) p.
+  static void oddMultiples(Cached* table, size_t count, const Extended& p) {
+    const Extended doubled = toExtended(twice(Projective{p.x, p.y, p.z}));
+    table[0] = cache(p);
+    for (size_t i = 1; i < count; ++i) {
+      table[i] = cache(toExtended(add(doubled, table[i - 1], false)));
+    }
+  }
+
+  // Made at first use, which takes as long as a few verifications.
+  static const BaseTable& baseTable() {
+    static const BaseTable table = makeBaseTable();
+    return table;
+  }
+
+  static BaseTable makeBaseTable() {
+    Extended base;
+    Field::fromPlain(base.x, Numbers::kBaseX.data());
+    Field::fromPlain(base.y, Numbers::kBaseY.data());
+    base.z = constants().one;
+    Field::multiply(base.t, base.x, base.y);
+    Cached multiples[kBaseMultiples];
+    oddMultiples(multiples, kBaseMultiples, base);
+    BaseTable table;
+    for (size_t i = 0; i < kBaseMultiples; ++i) {
+      Element inverse, halfZ;
+      Field::halve(halfZ, multiples[i].z2);
+      invert<Field>(inverse, halfZ);
+      const CachedAffine& scaled = multiples[i].affine;
+      Field::multiply(table.multiple[i].yMinusX, scaled.yMinusX, inverse);
+      Field::multiply(table.multiple[i].yPlusX, scaled.yPlusX, inverse);
+      Field::multiply(table.multiple[i].t2d, scaled.t2d, inverse);
+    }
+    return table;
+  }
+
+  // r = a^(2^k) * b.
+  static void squareTimesMultiply(Element& r, const Element& a, int k, const Element& b) {
+    Element t;
+    Field::square(t, a);
+    while (--k > 0) Field::square(t, t);
+    Field::multiply(r, t, b);
+  }
+
+  // r = a^(2^252 - 3), which is a^((p - 5) / 8). `xn` is a^(2^n - 1).
+  static void powerPMinus5Over8(Element& r, const Element& a) {
+    Element x2, x4, x5, x10, x20, x25, x50, x100, x125, x250;
+    squareTimesMultiply(x2, a, 1, a);
+    squareTimesMultiply(x4, x2, 2, x2);
+    squareTimesMultiply(x5, x4, 1, a);
+    squareTimesMultiply(x10, x5, 5, x5);
+    squareTimesMultiply(x20, x10, 10, x10);
+    squareTimesMultiply(x25, x20, 5, x5);
+    squareTimesMultiply(x50, x25, 25, x25);
+    squareTimesMultiply(x100, x50, 50, x50);
+    squareTimesMultiply(x125, x100, 25, x25);
+    squareTimesMultiply(x250, x125, 125, x125);
+    squareTimesMultiply(r, x250, 2, a);
+  }
+
+  // r = sqrt(u / v); false when there is none. The candidate u v^3 (u v^7)^((p - 5) / 8) is right
+  // up to a factor sqrt(-1) (RFC 8032, section 5.1.3).
+  static bool rootOfRatio(Element& r, const Element& u, const Element& v) {
+    Element v3, t, minusU;
+    Field::square(v3, v);
+    Field::multiply(v3, v3, v);
+    Field::square(t, v3);
+    Field::multiply(t, t, v);
+    Field::multiply(t, t, u);
+    powerPMinus5Over8(t, t);
+    Field::multiply(t, t, v3);
+    Field::multiply(r, t, u);
+    Field::square(t, r);
+    Field::multiply(t, t, v);
+    if (Field::equal(t, u)) return true;
+    Field::subtract(minusU, constants().zero, u);
+    if (!Field::equal(t, minusU)) return false;
+    Field::multiply(r, r, constants().rootOfMinus1);
+    return true;
+  }
+};
+
+}  // namespace velmora::vartime

@@ -1,0 +1,208 @@
+#pragma once
+
+#include "velmora/support/bignum/curves/curve_data.h"
+#include "velmora/support/bignum/curves/internal/window.h"
+#include "velmora/support/bignum/fields/internal/prime_field.h"
+
+namespace velmora::vartime {
+
+enum class CurveSlope { kMinus3, kZero, kGeneral };  // the a of the curve
+
+/// Points of y^2 = x^3 + a x + b. `Constants` has Field, kSlope and the field elements a() and b().
+/// Every operation is complete: infinity, equal and opposite points give what the group law says.
+/// Results may be the same objects as operands.
+template <class Constants>
+struct JacobianArithmetic {
+  using Field = typename Constants::Field;
+  using Element = typename Field::Element;
+
+  /// A point that is not infinity.
+  struct Affine {
+    Element x, y;
+  };
+  /// (X / Z^2, Y / Z^3); infinity when Z is 0.
+  struct Jacobian {
+    Element x, y, z;
+  };
+  /// A Jacobian point with the powers of Z that an addition needs. Not infinity.
+  struct Cached {
+    Jacobian point;
+    Element z2, z3;
+  };
+
+  static Jacobian infinity() {
+    Jacobian r;
+    setSmall<Field>(r.x, 1);
+    setSmall<Field>(r.y, 1);
+    setSmall<Field>(r.z, 0);
+    return r;
+  }
+
+  static Jacobian fromAffine(const Affine& p) {
+    Jacobian r{p.x, p.y, {}};
+    setSmall<Field>(r.z, 1);
+    return r;
+  }
+
+  static bool isInfinity(const Jacobian& p) { return Field::isZero(p.z); }
+
+  static Cached cache(const Jacobian& p) {
+    Cached r{p, {}, {}};
+    Field::square(r.z2, p.z);
+    Field::multiply(r.z3, r.z2, p.z);
+    return r;
+  }
+
+  /// r = 2 p. Infinity stays infinity because Z is a factor of the new Z. The usual formula with
+  /// all coordinates scaled by 1/2, which saves additions: with m = (3 X^2 + a Z^4) / 2, the new
+  /// point is (m^2 - 2 X Y^2, m (X Y^2 - X') - Y^4, Y Z).
+  static void twice(Jacobian& r, const Jacobian& p) {
+    Element m, y2, xy2, t;
+    halfTangent(m, p);
+    Field::multiply(r.z, p.y, p.z);
+    Field::square(y2, p.y);
+    Field::multiply(xy2, p.x, y2);
+    Field::square(y2, y2);
+    Field::square(t, m);
+    Field::subtract(t, t, xy2);
+    Field::subtract(r.x, t, xy2);
+    Field::subtract(t, xy2, r.x);
+    Field::multiply(t, t, m);
+    Field::subtract(r.y, t, y2);
+  }
+
+  /// r = p + q, or p - q.
+  static void add(Jacobian& r, const Jacobian& p, const Affine& q, bool minus) {
+    if (isInfinity(p)) {
+      r = fromAffine(q);
+      if (minus) negate(r.y);
+      return;
+    }
+    Element z2, u2, s2;
+    Field::square(z2, p.z);
+    Field::multiply(u2, q.x, z2);
+    Field::multiply(z2, z2, p.z);
+    Field::multiply(s2, q.y, z2);
+    if (minus) negate(s2);
+    addAligned(r, p, p.x, p.y, u2, s2, p.z);
+  }
+
+  static void add(Jacobian& r, const Jacobian& p, const Cached& q, bool minus) {
+    if (isInfinity(p)) {
+      r = q.point;
+      if (minus) negate(r.y);
+      return;
+    }
+    Element z2, u1, s1, u2, s2, z;
+    Field::square(z2, p.z);
+    Field::multiply(u2, q.point.x, z2);
+    Field::multiply(z2, z2, p.z);
+    Field::multiply(s2, q.point.y, z2);
+    if (minus) negate(s2);
+    Field::multiply(u1, p.x, q.z2);
+    Field::multiply(s1, p.y, q.z3);
+    Field::multiply(z, p.z, q.point.z);
+    addAligned(r, p, u1, s1, u2, s2, z);
+  }
+
+  /// y^2 == x^3 + a x + b.
+  static bool isOnCurve(const Affine& p) {
+    Element left, right;
+    Field::square(left, p.y);
+    rightSide(right, p.x);
+    return Field::equal(left, right);
+  }
+
+  /// r = x^3 + a x + b.
+  static void rightSide(Element& r, const Element& x) {
+    Element t;
+    Field::square(t, x);
+    Field::add(t, t, Constants::a());
+    Field::multiply(t, t, x);
+    Field::add(r, t, Constants::b());
+  }
+
+  static Affine toAffine(const Jacobian& p) {
+    Affine r;
+    Element inverse, power;
+    invert<Field>(inverse, p.z);
+    Field::square(power, inverse);
+    Field::multiply(r.x, p.x, power);
+    Field::multiply(power, power, inverse);
+    Field::multiply(r.y, p.y, power);
+    return r;
+  }
+
+  /// table[i] = (2i + 1) p for `count` entries.
+  static void oddMultiples(Cached* table, size_t count, const Affine& p) {
+    Jacobian doubled;
+    table[0] = cache(fromAffine(p));
+    twice(doubled, table[0].point);
+    const Cached step = cache(doubled);
+    for (size_t i = 1; i < count; ++i) {
+      Jacobian sum;
+      add(sum, table[i - 1].point, step, false);
+      table[i] = cache(sum);
+    }
+  }
+
+ private:
+  static void negate(Element& y) {
+    Element zero;
+    setSmall<Field>(zero, 0);
+    Field::subtract(y, zero, y);
+  }
+
+  // (3 X^2 + a Z^4) / 2.
+  static void halfTangent(Element& r, const Jacobian& p) {
+    Element z2, t;
+    if constexpr (Constants::kSlope == CurveSlope::kMinus3) {
+      Field::square(z2, p.z);
+      Field::subtract(t, p.x, z2);
+      Field::add(z2, p.x, z2);
+      Field::multiply(t, t, z2);
+    } else {
+      Field::square(t, p.x);
+    }
+    Field::add(r, t, t);
+    Field::add(r, r, t);
+    if constexpr (Constants::kSlope == CurveSlope::kGeneral) {
+      Field::square(z2, p.z);
+      Field::square(z2, z2);
+      Field::multiply(z2, z2, Constants::a());
+      Field::add(r, r, z2);
+    }
+    Field::halve(r, r);
+  }
+
+  // Adds two points brought to one denominator: (u1, s1) is p, (u2, s2) the other, z the product of
+  // the denominators.
+  static void addAligned(Jacobian& r, const Jacobian& p, const Element& u1, const Element& s1,
+                         const Element& u2, const Element& s2, const Element& z) {
+    Element h, slope, h2, h3, v;
+    Field::subtract(h, u2, u1);
+    Field::subtract(slope, s2, s1);
+    if (Field::isZero(h)) {
+      if (Field::isZero(slope)) {
+        twice(r, p);
+      } else {
+        r = infinity();
+      }
+      return;
+    }
+    Field::square(h2, h);
+    Field::multiply(h3, h2, h);
+    Field::multiply(v, u1, h2);
+    Field::multiply(h2, s1, h3);
+    Field::multiply(r.z, z, h);
+    Field::square(r.x, slope);
+    Field::subtract(r.x, r.x, h3);
+    Field::subtract(r.x, r.x, v);
+    Field::subtract(r.x, r.x, v);
+    Field::subtract(v, v, r.x);
+    Field::multiply(v, v, slope);
+    Field::subtract(r.y, v, h2);
+  }
+};
+
+}  // namespace velmora::vartime

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "velmora/support/bignum/curves/curve.h"
+#include "velmora/support/bignum/curves/edwards25519.h"
+
+namespace velmora::vartime {
+
+#if defined(__x86_64__)
+/// The curves on MulxRows; for CPUs with BMI2 and ADX only.
+CurveList curvesOnMulx() noexcept;
+const Edwards25519& edwards25519OnMulx() noexcept;
+#endif
+
+}  // namespace velmora::vartime

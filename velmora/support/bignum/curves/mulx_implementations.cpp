@@ -1,0 +1,19 @@
+#include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+
+#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
+
+namespace velmora::vartime {
+
+#if defined(__x86_64__)
+CurveList curvesOnMulx() noexcept {
+  return curvesOn<MulxRows>();
+}
+
+const Edwards25519& edwards25519OnMulx() noexcept {
+  static const Edwards25519Implementation<MulxRows> curve;
+  return curve;
+}
+#endif
+
+}  // namespace velmora::vartime

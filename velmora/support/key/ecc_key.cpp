@@ -1,0 +1,46 @@
+#include "velmora/support/key/ecc_key.h"
+
+#include "velmora/support/asn1/oids.h"
+#include "velmora/support/key/internal/signature_pair.h"
+#include "velmora/support/key/refuse.h"
+
+namespace velmora {
+namespace {
+
+constexpr size_t kLongestCurveOid = 16;
+
+}  // namespace
+
+EccKeyData::EccKeyData(vartime::ArithmeticPath path) : m_path(path), m_orderDivisor(path) {}
+
+bool EccKeyData::assign(std::span<const unsigned char> curveOid,
+                        std::span<const unsigned char> point, LogBase& log) {
+  char dotted[maxDottedSize(kLongestCurveOid)];
+  const size_t size = curveOid.size() <= kLongestCurveOid ? writeDottedOid(curveOid, dotted) : 0;
+  m_curve = vartime::findCurve({dotted, size}, m_path);
+  if (m_curve == nullptr) {
+    log.LogData("curveOid", {dotted, size});
+    return refuse("The curve of the key is not known.", log);
+  }
+  if (!m_curve->decodePoint(m_point, point.data(), point.size())) {
+    return refuse("The key is not a point of its curve.", log);
+  }
+  m_orderDivisor.assign(m_curve->order(), m_curve->limbs());
+  return true;
+}
+
+bool EccKeyData::eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool,
+                               const unsigned char* hash, unsigned hashLen, bool& valid,
+                               LogBase& log, unsigned) const {
+  const LogContextExitor context(log, "eccVerifyHash");
+  valid = false;
+  SignaturePair pair;
+  const auto outcome =
+      pair.read({sig, sigLen}, {hash, hashLen}, {m_curve->order(), m_orderDivisor}, log);
+  if (outcome == SignaturePair::Outcome::kUnreadable) return false;
+  valid = outcome == SignaturePair::Outcome::kReady &&
+          m_curve->doubleMultiplyHasX(pair.u1, pair.u2, m_point, pair.r);
+  return true;
+}
+
+}  // namespace velmora

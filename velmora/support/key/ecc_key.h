@@ -1,0 +1,44 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "velmora/support/bignum/arithmetic/divisor.h"
+#include "velmora/support/bignum/curves/curve.h"
+#include "velmora/support/log/log_base.h"
+
+namespace velmora {
+
+/// A public key on a named curve (RFC 5480), prepared for ECDSA. Fixed in size; safe to share once
+/// set.
+class EccKeyData {
+ public:
+  explicit EccKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
+
+  /// Sets the curve from the content octets of its OID and the point from the form of SEC 1 §2.3.3,
+  /// compressed or not. False, with the reason logged and the key not to be used, for an unknown
+  /// curve and for octets that are no point of it.
+  bool assign(std::span<const unsigned char> curveOid, std::span<const unsigned char> point,
+              LogBase& log);
+
+  /// The size of the curve in bits.
+  unsigned get_ModulusBitLen() const noexcept { return m_curve->parameters().bits; }
+
+  /// Such as "P-256", "secp256k1", "brainpoolP256r1".
+  std::string_view curveName() const noexcept { return m_curve->parameters().name; }
+
+  /// Checks an ECDSA signature (FIPS 186-4 §6.4), the DER of SEQUENCE { r INTEGER, s INTEGER }, on
+  /// a hash. False, with the reason logged, when it cannot be checked because it is not that or the
+  /// hash is empty; else `valid` says whether it is right. The flag and the last number, to be
+  /// passed as false and 0, are reserved and have no effect.
+  bool eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool, const unsigned char* hash,
+                     unsigned hashLen, bool& valid, LogBase& log, unsigned) const;
+
+ private:
+  vartime::ArithmeticPath m_path;
+  const vartime::Curve* m_curve = nullptr;
+  vartime::CurvePoint m_point;
+  vartime::Divisor m_orderDivisor;
+};
+
+}  // namespace velmora

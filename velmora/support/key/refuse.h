@@ -1,0 +1,13 @@
+#pragma once
+
+#include "velmora/support/log/log_base.h"
+
+namespace velmora {
+
+/// Logs why something was refused; always false.
+inline bool refuse(const char* reason, LogBase& log) {
+  log.LogError(reason);
+  return false;
+}
+
+}  // namespace velmora

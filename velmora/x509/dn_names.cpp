@@ -1,0 +1,122 @@
+#include "velmora/x509/dn_names.h"
+
+#include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/text/data_buffer.h"
+#include "velmora/support/text/encoding_convert.h"
+
+namespace velmora {
+namespace {
+
+constexpr DnNameForm S = DnNameForm::kShort;
+constexpr DnNameForm A = DnNameForm::kAbbreviated;
+constexpr DnNameForm P = DnNameForm::kPrefixedOid;
+constexpr DnNameForm H = DnNameForm::kPrefixedOidHex;
+constexpr DnNameForm X = DnNameForm::kOidHex;
+
+// One column for each style. That style 4 leaves the e-mail address alone, and that style 5 changes
+// the organization identifier only, is part of the interface.
+// clang-format off
+//                                       0  1  2  3  4  5  6  22
+constexpr DnAttribute::Forms kNamed   = {S, S, S, S, S, S, S, S};
+constexpr DnAttribute::Forms kEmail   = {S, X, H, S, S, S, S, P};
+constexpr DnAttribute::Forms kSerial  = {S, X, H, S, X, S, S, P};
+constexpr DnAttribute::Forms kTitle   = {S, X, H, A, X, S, A, P};
+constexpr DnAttribute::Forms kOrgId   = {S, X, H, S, X, P, S, P};
+constexpr DnAttribute::Forms kUnknown = {P, X, P, P, P, P, P, P};
+// clang-format on
+
+// The types that nearly every name holds come first, so that looking one up is short.
+constexpr DnAttribute kAttributes[] = {
+    {"2.5.4.3", "CN", "cn", kNamed},
+    {"2.5.4.10", "O", "o", kNamed},
+    {"2.5.4.6", "C", "c", kNamed},
+    {"2.5.4.11", "OU", "ou", kNamed},
+    {"2.5.4.7", "L", "l", kNamed},
+    {"2.5.4.8", "ST", "st", kNamed},
+    {"1.2.840.113549.1.9.1", "E", "e", kEmail},
+    {"0.9.2342.19200300.100.1.25", "DC", "DC", kNamed},
+    {"2.5.4.5", "SERIALNUMBER", "SERIALNUMBER", kSerial},
+    {kOrganizationIdentifierOid, "OrganizationID", "OrganizationID", kOrgId},
+    {"2.5.4.4", "SN", "sn", kNamed},
+    {"2.5.4.42", "G", "g", kNamed},
+    {"2.5.4.12", "Title", "Title", kTitle},
+    {"2.5.4.9", "STREET", "street", kNamed},
+    {"2.5.4.17", "PostalCode", "PostalCode", kNamed},
+    {"2.5.4.15", "BusinessCategory", "BusinessCategory", kNamed},
+    {"2.5.4.13", "Description", "Description", kNamed},
+    {"2.5.4.14", "SearchGuide", "SearchGuide", kNamed},
+    {"2.5.4.16", "PostalAddress", "PostalAddress", kNamed},
+    {"2.5.4.18", "PostOfficeBox", "PostOfficeBox", kNamed},
+    {"2.5.4.19", "PhysicalDeliveryOfficeName", "PhysicalDeliveryOfficeName", kNamed},
+    {"2.5.4.20", "TelephoneNumber", "TelephoneNumber", kNamed},
+    {"2.5.4.23", "FaxNumber", "FaxNumber", kNamed},
+};
+
+constexpr DnAttribute kUnknownAttribute = {"", "", "", kUnknown};
+
+// Only title has an abbreviation.
+constexpr std::string_view kTitleAbbreviation = "T";
+constexpr std::string_view kOidPrefix = "OID.";
+
+void appendHexOfDer(ClsXml& value, StringBuffer& out, LogBase& log) {
+  DataBuffer der;
+  out.appendChar('#');
+  // A value that is no ASN.1 element, which no certificate has, leaves the "#" alone.
+  DerXmlCodec::xmlToDer(value, der, log);
+  if (der.failed()) out.markFailed();
+  der.encodeDB("hexlower", out);
+}
+
+void appendUtf16(std::string_view base64, StringBuffer& out, LogBase& log) {
+  constexpr int kUtf16BigEndian = 1201;
+  constexpr int kUtf8 = 65001;
+  DataBuffer utf16;
+  utf16.appendEncoded(base64, "base64");
+  if (utf16.failed()) out.markFailed();  // a text that lacks a value must not pass for a whole one
+  DataBuffer utf8;
+  EncodingConvert::EncConvert(kUtf16BigEndian, kUtf8, utf16.data(),
+                              static_cast<unsigned int>(utf16.size()), utf8, log);
+  out.append(utf8);
+}
+
+}  // namespace
+
+DnNameForm DnAttribute::form(int nameStyle) const noexcept {
+  if (nameStyle == 22) return forms[7];
+  return forms[nameStyle >= 1 && nameStyle <= 6 ? static_cast<size_t>(nameStyle) : 0];
+}
+
+const DnAttribute& findDnAttribute(std::string_view oid) noexcept {
+  for (const DnAttribute& attribute : kAttributes) {
+    if (attribute.oid == oid) return attribute;
+  }
+  return kUnknownAttribute;
+}
+
+DnAttributeName dnAttributeName(const DnAttribute& attribute, DnNameForm form, bool lowercase,
+                                std::string_view oid) noexcept {
+  switch (form) {
+    case DnNameForm::kAbbreviated:
+      return {"", kTitleAbbreviation, false};
+    case DnNameForm::kPrefixedOid:
+      return {kOidPrefix, oid, false};
+    case DnNameForm::kPrefixedOidHex:
+      return {kOidPrefix, oid, true};
+    case DnNameForm::kOidHex:
+      return {"", oid, true};
+    default:
+      return {"", lowercase ? attribute.lowerName : attribute.name, false};
+  }
+}
+
+void appendDnValue(ClsXml& value, bool hexValue, StringBuffer& out, LogBase& log) {
+  if (hexValue) {
+    appendHexOfDer(value, out, log);
+  } else if (hasTag(value, XmlName::kUniversal)) {
+    appendUtf16(value.contentView(), out, log);
+  } else {
+    out.append(value.contentView());
+  }
+}
+
+}  // namespace velmora

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/key/rsa_primitive.h"
+#include "velmora/support/key/vm_public_key.h"
+#include "velmora/support/log/log_base.h"
+#include "velmora/support/text/data_buffer.h"
+#include "velmora/support/text/string_buffer.h"
+
+namespace velmora {
+
+class _vmAsn1;
+
+/// What of a certificate its signature is about.
+struct CertificateSignature {
+  DataBuffer toBeSigned;      // the DER of tbsCertificate
+  DataBuffer signature;       // the octets of signatureValue
+  StringBuffer algorithmOid;  // of the outer signatureAlgorithm, dotted
+  int padding = RsaPrimitive::kPaddingPkcs1;
+  int pssHashId = _vmHash::kSha1;
+};
+
+/// What an RSA signature holds that verifies, for who is stricter than verifyWithKey.
+struct SignatureForm {
+  StringBuffer hashOid;           // PKCS #1 v1.5: of the DigestInfo, dotted
+  bool digestWasShorter = false;  // PKCS #1 v1.5: zeros had to be put in front of the digest
+  PssForm pss;
+};
+
+/// A certificate in DER (or BER) as an ASN.1 object, decoded and counted once for the caller; null,
+/// with an error, when it cannot be decoded.
+_vmAsn1* decodeCertificate(const DataBuffer& der, LogBase& log);
+
+/// Takes the DER (or BER) of a certificate apart. False, with an error for each part that is
+/// missing.
+bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts, LogBase& log);
+
+/// Loads the key that VelmoraX509::get_PublicKey gave for the issuer. An Ed25519 key that is no
+/// point is no failure here: it leaves the key empty.
+bool loadIssuerKey(const CertificateSignature& parts, const DataBuffer& keyBytes, _vmPublicKey& key,
+                   LogBase& log);
+
+/// True when the signature is the key's, with its form; else an error says why not.
+bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, SignatureForm& form,
+                   LogBase& log);
+
+}  // namespace velmora
