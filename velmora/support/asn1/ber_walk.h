@@ -27,11 +27,14 @@ enum class BerStep : uint8_t {
 class BerWalk {
  public:
   explicit BerWalk(std::span<const unsigned char> bytes) noexcept
-      : BerWalk(bytes, kFewElements + bytes.size() / kOctetsOfElement) {}
+      : BerWalk(bytes, maxElements(bytes.size())) {}
 
   /// The same with another limit, for bytes whose elements take no more memory.
   BerWalk(std::span<const unsigned char> bytes, size_t mostElements) noexcept
       : m_reader(bytes), m_inputEnd(bytes.size()), m_elementsLeft(mostElements) {}
+
+  /// How many elements there may be in so many octets.
+  static constexpr size_t maxElements(size_t octets) noexcept { return 65536 + octets / 4; }
 
   /// Moves on. At kElement `header` is that of the element and `content`, when it is primitive,
   /// what it holds.
@@ -73,9 +76,6 @@ class BerWalk {
   bool joinString(const Asn1Header& header, DataBuffer& joined) noexcept;
 
  private:
-  static constexpr size_t kFewElements = 65536;
-  static constexpr size_t kOctetsOfElement = 4;
-
   // A constructed element around the place of the walk.
   struct Open {
     size_t start;  // of its identifier

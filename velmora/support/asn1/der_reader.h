@@ -19,7 +19,7 @@ inline constexpr uint32_t kBoolean = 1, kInteger = 2, kBitString = 3, kOctetStri
                           kOid = 6, kObjectDescriptor = 7, kEnumerated = 10, kUtf8String = 12,
                           kSequence = 16, kSet = 17, kNumericString = 18, kPrintableString = 19,
                           kT61String = 20, kIa5String = 22, kUtcTime = 23, kGeneralizedTime = 24,
-                          kUniversalString = 28, kBmpString = 30;
+                          kVisibleString = 26, kUniversalString = 28, kBmpString = 30;
 }  // namespace asn1_tag
 
 /// The identifier and length octets of one element (X.690 §8.1).
