@@ -1,0 +1,204 @@
+#include "velmora/certificate/certificate.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/name_maker.h"
+#include "velmora/support/hash/sha_digest.h"
+#include "velmora/support/hash/sip_hash.h"
+#include "velmora/support/log/log_base.h"
+#include "velmora/support/text/byte_codecs.h"
+#include "velmora/support/time/velmora_sys_time.h"
+
+namespace velmora {
+namespace {
+
+constexpr size_t kShortHeader = 2;  // of an element whose contents are below 128 octets
+
+template <class Digest>
+void digestInto(Bytes octets, std::byte* digest) noexcept {
+  Digest hash;
+  hash.update(octets.data(), octets.size());
+  hash.finish(reinterpret_cast<unsigned char*>(digest));
+}
+
+// The value of an INTEGER, when int holds it.
+std::optional<int> smallInteger(Bytes content) noexcept {
+  if (content.size() > sizeof(int)) return std::nullopt;
+  uint32_t value = (content[0] & std::byte{0x80}) != std::byte{0} ? ~uint32_t{0} : 0;
+  for (const std::byte octet : content) value = value << 8 | std::to_integer<uint32_t>(octet);
+  return static_cast<int>(value);
+}
+
+// Whether the extension has these contents of an Oid, which are none for an empty one.
+bool hasId(Bytes der, const ExtensionEntry& entry, Bytes id) noexcept {
+  if (entry.idSize != id.size() || id.empty()) return false;
+  return sameOctets(der.subspan(entry.id + kShortHeader, id.size()), id);
+}
+
+Extension extensionOf(Bytes der, const ExtensionEntry& entry) noexcept {
+  const Bytes id = contentAt(der, entry.id);
+  return {Oid::fromDer(id), entry.critical, contentAt(der, entry.value), id, entry.at};
+}
+
+}  // namespace
+
+Parts Certificate::parts() const& noexcept {
+  const Bytes der = m_block.bytes();
+  const CertificateIndex& index = m_block->index();
+  Bytes signature = contentAt(der, index.signature);
+  const bool wholeOctets = !signature.empty() && signature[0] == std::byte{0};
+  signature = wholeOctets ? signature.subspan(1) : Bytes();
+  return {der,
+          elementAt(der, index.tbs),
+          contentAt(der, index.serial),
+          elementAt(der, index.issuer),
+          elementAt(der, index.validity),
+          elementAt(der, index.subject),
+          elementAt(der, index.spki),
+          elementAt(der, index.innerAlgorithm),
+          elementAt(der, index.outerAlgorithm),
+          signature};
+}
+
+// Version ::= INTEGER { v1(0), v2(1), v3(2) }
+Result<int> Certificate::version() const noexcept {
+  const uint32_t at = m_block->index().version;
+  if (at == 0) return 1;
+  DerElement field;
+  DerElement number;
+  DerCursor(m_block.bytes().subspan(at), at).next(field);
+  if (!field.header.constructed) return Error::at(ErrorCode::malformedField, at);
+  DerCursor members(field);
+  if (!members.take(asn1_tag::kInteger, number) || !isShortestInteger(number.content)) {
+    return Error::at(ErrorCode::malformedField, field.contentOffset());
+  }
+  if (!members.atEnd()) return Error::at(ErrorCode::malformedField, members.offset());
+  const std::optional<int> value = smallInteger(number.content);
+  if (!value || *value == std::numeric_limits<int>::max()) {
+    return Error::at(ErrorCode::tooLarge, number.offset);
+  }
+  return *value + 1;
+}
+
+std::string Certificate::serialHex() const {
+  const Bytes serial = contentAt(m_block.bytes(), m_block->index().serial);
+  std::string digits(2 * serial.size(), '0');
+  hexEncodeUpper(octetsOf(serial).data(), serial.size(), digits.data());
+  return digits;
+}
+
+Oid Certificate::signatureAlgorithm() const noexcept {
+  DerElement oid;
+  const Bytes content = contentAt(m_block.bytes(), m_block->index().outerAlgorithm);
+  DerCursor(content, 0).take(asn1_tag::kOid, oid);
+  return Oid::fromDer(oid.content);
+}
+
+Name Certificate::subject() const noexcept {
+  return NameMaker::make(m_block, m_block->index().subject);
+}
+
+Name Certificate::issuer() const noexcept {
+  return NameMaker::make(m_block, m_block->index().issuer);
+}
+
+bool Certificate::isSelfIssued() const noexcept {
+  const Name ours = subject();
+  return !ours.isEmpty() && ours.matches(issuer());
+}
+
+// Validity ::= SEQUENCE { notBefore Time, notAfter Time }
+Result<Validity> Certificate::validity() const noexcept {
+  const uint32_t at = m_block->index().validity;
+  DerElement period;
+  DerCursor(m_block.bytes().subspan(at), at).next(period);
+  DerCursor dates(period);
+  Validity validity;
+  for (std::chrono::sys_seconds* const end : {&validity.notBefore, &validity.notAfter}) {
+    DerElement date;
+    VelmoraSysTime time;
+    LogNull log;
+    dates.next(date);
+    const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
+    if (!time.fromX509(charactersOf(date.content), isGeneralized, log)) {
+      return Error::at(ErrorCode::malformedDate, date.offset);
+    }
+    *end = std::chrono::sys_seconds(std::chrono::seconds(time.toUnixSeconds()));
+  }
+  return validity;
+}
+
+Octets Certificate::fingerprint(Hash hash) const {
+  Octets digest(digestSize(hash));
+  writeDigest(hash, m_block.bytes(), digest.data());
+  return digest;
+}
+
+Octets Certificate::spkiPin(Hash hash) const {
+  Octets digest(digestSize(hash));
+  writeDigest(hash, parts().spki, digest.data());
+  return digest;
+}
+
+std::vector<Extension> Certificate::extensions() const& {
+  std::vector<Extension> extensions;
+  extensions.reserve(m_block->extensions().size());
+  for (const ExtensionEntry& entry : m_block->extensions()) {
+    if (entry.isWellFormed) extensions.push_back(extensionOf(m_block.bytes(), entry));
+  }
+  return extensions;
+}
+
+Result<Extension> Certificate::extension(const Oid& id) const& noexcept {
+  const Bytes der = m_block.bytes();
+  const ExtensionEntry* found = nullptr;
+  for (const ExtensionEntry& entry : m_block->extensions()) {
+    if (!hasId(der, entry, id.der())) continue;
+    if (found != nullptr) return Error::at(ErrorCode::repeatedExtension, entry.at);
+    found = &entry;
+  }
+  if (found != nullptr && found->isWellFormed) return extensionOf(der, *found);
+  const uint32_t fault = found != nullptr ? found->at : m_block->index().extensionFault;
+  if (fault != 0) return Error::at(ErrorCode::malformedExtension, fault);
+  return Error{ErrorCode::absent};
+}
+
+void Certificate::writeDigest(Hash hash, Bytes octets, std::byte* digest) noexcept {
+  switch (hash) {
+    case Hash::sha1:
+      return digestInto<Sha1Digest>(octets, digest);
+    case Hash::sha256:
+      return digestInto<Sha256Digest>(octets, digest);
+    case Hash::sha384:
+      return digestInto<Sha384Digest>(octets, digest);
+    case Hash::sha512:
+      return digestInto<Sha512Digest>(octets, digest);
+  }
+}
+
+bool operator==(const Certificate& a, const Certificate& b) noexcept {
+  return sameOctets(a.der(), b.der());
+}
+
+std::strong_ordering operator<=>(const Certificate& a, const Certificate& b) noexcept {
+  const Bytes left = a.der();
+  const Bytes right = b.der();
+  const auto differ = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+  if (differ.first == left.end() || differ.second == right.end()) {
+    return left.size() <=> right.size();
+  }
+  return *differ.first <=> *differ.second;
+}
+
+}  // namespace velmora
+
+size_t std::hash<velmora::Certificate>::operator()(
+    const velmora::Certificate& certificate) const noexcept {
+  static const velmora::SipHash keyed = velmora::SipHash::withSecretKey();
+  return static_cast<size_t>(keyed(certificate.der()));
+}

@@ -1,0 +1,176 @@
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/internal/der_check.h"
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/support/asn1/certificate_shape.h"
+
+// Certificate ::= SEQUENCE { tbsCertificate TBSCertificate,
+//   signatureAlgorithm AlgorithmIdentifier, signatureValue BIT STRING }
+// TBSCertificate ::= SEQUENCE { version [0] EXPLICIT INTEGER DEFAULT v1, serialNumber INTEGER,
+//   signature AlgorithmIdentifier, issuer Name, validity Validity, subject Name,
+//   subjectPublicKeyInfo SubjectPublicKeyInfo, issuerUniqueID [1] IMPLICIT BIT STRING OPTIONAL,
+//   subjectUniqueID [2] IMPLICIT BIT STRING OPTIONAL,
+//   extensions [3] EXPLICIT SEQUENCE OF Extension OPTIONAL }
+// Extension ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE,
+//   extnValue OCTET STRING }
+
+namespace velmora {
+namespace {
+
+constexpr size_t kMaxSize = 0x7FFFFFFF;
+
+// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
+bool isAlgorithm(const DerElement& element) noexcept {
+  DerElement oid;
+  return element.isSequence() && DerCursor(element).take(asn1_tag::kOid, oid);
+}
+
+// Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }
+bool takeTime(DerCursor& members) noexcept {
+  DerElement time;
+  return members.take(asn1_tag::kUtcTime, time) || members.take(asn1_tag::kGeneralizedTime, time);
+}
+
+bool isValidity(const DerElement& element) noexcept {
+  DerCursor members(element);
+  return takeTime(members) && takeTime(members) && members.atEnd();
+}
+
+bool isPublicKey(const DerElement& element) noexcept {
+  DerCursor members(element);
+  DerElement part;
+  return members.next(part) && isAlgorithm(part) && members.take(asn1_tag::kBitString, part) &&
+         members.atEnd();
+}
+
+// An optional [number], in whatever form it is.
+void takeTagged(DerCursor& members, uint32_t number, uint32_t& at) noexcept {
+  DerElement element;
+  if (members.takeContext(number, true, element) || members.takeContext(number, false, element)) {
+    at = element.offset;
+  }
+}
+
+bool indexTbs(const DerElement& tbs, CertificateIndex& index) noexcept {
+  DerCursor members(tbs);
+  DerElement element;
+  const auto takeSequence = [&](uint32_t& at) {
+    if (!members.takeSequence(element)) return false;
+    at = element.offset;
+    return true;
+  };
+  takeTagged(members, 0, index.version);
+  if (!members.take(asn1_tag::kInteger, element)) return false;
+  index.serial = element.offset;
+  if (!takeSequence(index.innerAlgorithm) || !isAlgorithm(element)) return false;
+  if (!takeSequence(index.issuer)) return false;
+  if (!takeSequence(index.validity) || !isValidity(element)) return false;
+  if (!takeSequence(index.subject)) return false;
+  if (!takeSequence(index.spki) || !isPublicKey(element)) return false;
+  takeTagged(members, 1, index.issuerUniqueId);
+  takeTagged(members, 2, index.subjectUniqueId);
+  takeTagged(members, 3, index.extensions);
+  return members.atEnd();
+}
+
+bool indexCertificate(Bytes der, CertificateIndex& index) noexcept {
+  DerCursor outer(der, 0);
+  DerElement element;
+  if (!outer.takeSequence(element)) return false;
+  DerCursor members(element);
+  if (!members.takeSequence(element)) return false;
+  index.tbs = element.offset;
+  if (!indexTbs(element, index)) return false;
+  if (!members.takeSequence(element) || !isAlgorithm(element)) return false;
+  index.outerAlgorithm = element.offset;
+  if (!members.take(asn1_tag::kBitString, element)) return false;
+  index.signature = element.offset;
+  return members.atEnd();
+}
+
+// Moves to the first of the members of [3], and notes where that holds no list of members alone.
+DerCursor extensionsOf(Bytes der, CertificateIndex& index) noexcept {
+  DerCursor none({}, 0);
+  DerElement tagged;
+  DerElement list;
+  if (index.extensions == 0) return none;
+  DerCursor(der.subspan(index.extensions), index.extensions).next(tagged);
+  DerCursor members(tagged);
+  if (!tagged.header.constructed || !members.takeSequence(list)) {
+    index.extensionFault = tagged.header.constructed ? members.offset() : tagged.offset;
+    return none;
+  }
+  if (list.content.empty()) index.extensionFault = list.offset;
+  if (!members.atEnd()) index.extensionFault = members.offset();
+  return DerCursor(list);
+}
+
+uint32_t count(DerCursor elements) noexcept {
+  uint32_t number = 0;
+  for (DerElement element; elements.next(element);) ++number;
+  return number;
+}
+
+// Reads a member of the list, of which everything that is in order is kept.
+ExtensionEntry readEntry(const DerElement& member) noexcept {
+  ExtensionEntry entry{member.offset, 0, 0, 0, false, false};
+  if (!member.header.constructed) return entry;
+  DerCursor parts(member);
+  DerElement part;
+  if (parts.take(asn1_tag::kOid, part)) {
+    entry.id = part.offset;
+    if (part.content.size() <= Oid::kMaxSize)
+      entry.idSize = static_cast<uint8_t>(part.content.size());
+  }
+  const bool hasCritical = parts.take(asn1_tag::kBoolean, part);
+  const bool isOneOctet = hasCritical && part.content.size() == 1;
+  entry.critical = hasCritical && !(isOneOctet && part.content[0] == std::byte{0});
+  if (parts.take(asn1_tag::kOctetString, part)) entry.value = part.offset;
+  entry.isWellFormed = member.isSequence() && entry.id != 0 && hasCritical == isOneOctet &&
+                       entry.value != 0 && parts.atEnd();
+  // What else is in a malformed one may still make it critical, and hold a value.
+  while (parts.next(part)) {
+    if (part.is(asn1_tag::kBoolean)) entry.critical = true;
+    if (part.is(asn1_tag::kOctetString) && entry.value == 0) entry.value = part.offset;
+  }
+  return entry;
+}
+
+void readEntries(DerCursor extensions, CertificateIndex& index, ExtensionEntry* entries) noexcept {
+  for (DerElement member; extensions.next(member); ++entries) {
+    *entries = readEntry(member);
+    const bool isFirstFault = index.extensionFault == 0 || index.extensionFault > entries->at;
+    if (!entries->isWellFormed && isFirstFault) index.extensionFault = entries->at;
+  }
+}
+
+Found foundOf(DerKind kind) noexcept {
+  return static_cast<Found>(kind);
+}
+static_assert(static_cast<int>(Found::notAsn1) == static_cast<int>(DerKind::kNotAsn1) &&
+              static_cast<int>(Found::crl) == static_cast<int>(DerKind::kCrl));
+
+Error whatElse(Bytes der) noexcept {
+  const DerShape shape = classifyDer(octetsOf(der));
+  return {ErrorCode::notACertificate, foundOf(shape.kind),
+          static_cast<uint32_t>(shape.offset.value_or(0))};
+}
+
+}  // namespace
+
+Result<Certificate> Certificate::parseBytes(Bytes der) noexcept {
+  if (der.size() > kMaxSize) return Error{ErrorCode::tooLarge};
+  if (const auto fault = derFault(der)) return *fault;
+  CertificateIndex index;
+  if (!indexCertificate(der, index)) return whatElse(der);
+  const DerCursor extensions = extensionsOf(der, index);
+  index.extensionCount = count(extensions);
+  Result<BlockRef> block =
+      Block::create(der, index, [&](CertificateIndex& copy, ExtensionEntry* entries) {
+        readEntries(extensions, copy, entries);
+      });
+  if (!block) return block.error();
+  return Certificate(*std::move(block));
+}
+
+}  // namespace velmora

@@ -1,0 +1,174 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "velmora/certificate/bytes.h"
+#include "velmora/certificate/general_name.h"
+#include "velmora/certificate/oid.h"
+
+namespace velmora {
+
+// What the extensions of a certificate say (RFC 5280 §4.2), as Certificate answers it. `Bytes` live
+// as long as any copy of the certificate, everything else owns what it holds.
+//
+// They are read to the letter of their syntax and of DER, inside and out: a BOOLEAN is FF or 00, an
+// INTEGER in its shortest form, unused bits are 0, a list that may not be empty is not, nothing
+// follows. What does not fit is malformedExtension with the offset of the element at fault.
+// Tolerated are two things that change no meaning: a default that is written all the same, and zero
+// bits at the end of a named bit list. General names that are malformed stand in their lists as
+// RawName, for the one who judges them.
+
+/// One extension as it stands there.
+struct Extension {
+  Oid id;           // empty for one of more than Oid::kMaxSize octets
+  bool critical;    // also for a BOOLEAN that is neither 00 nor FF
+  Bytes value;      // the octets of extnValue
+  Bytes rawId;      // the content octets of extnID
+  uint32_t offset;  // of the extension, from the start of the certificate
+};
+
+/// §4.2.1.9.
+struct BasicConstraints {
+  bool ca = false;
+  std::optional<uint64_t>
+      pathLength;  // one that 64 bits do not hold is UINT64_MAX: no limit at all
+};
+
+/// The bits of keyUsage (§4.2.1.3), bit 0 first.
+enum class KeyUse : uint16_t {
+  digitalSignature = 1,
+  nonRepudiation = 2,
+  keyEncipherment = 4,
+  dataEncipherment = 8,
+  keyAgreement = 16,
+  keyCertSign = 32,
+  crlSign = 64,
+  encipherOnly = 128,
+  decipherOnly = 256,
+};
+
+struct KeyUsage {
+  uint16_t bits = 0;  // bits beyond those of KeyUse are left out
+  constexpr bool has(KeyUse use) const noexcept { return (bits & static_cast<uint16_t>(use)) != 0; }
+};
+
+/// §4.2.1.12; a purpose of more than Oid::kMaxSize octets is an empty Oid, which equals nothing.
+struct ExtendedKeyUsage {
+  std::vector<Oid> purposes;
+  bool has(const Oid& purpose) const noexcept;
+};
+
+/// §4.2.1.1. RFC 5280 has issuer and serial both or neither; each is given as it stands there.
+struct AuthorityKeyId {
+  std::optional<Bytes> keyId;
+  std::vector<GeneralName> issuer;
+  std::optional<Bytes> serial;  // the content octets of the INTEGER
+};
+
+/// An AccessDescription of authority or subject information access (§4.2.2).
+struct Access {
+  Oid method;
+  GeneralName location;
+};
+
+/// The reasons of §4.2.1.13, bit 0 first; bit 0 is unused.
+enum class RevocationReason : uint16_t {
+  unused = 1,
+  keyCompromise = 2,
+  caCompromise = 4,
+  affiliationChanged = 8,
+  superseded = 16,
+  cessationOfOperation = 32,
+  certificateHold = 64,
+  privilegeWithdrawn = 128,
+  aaCompromise = 256,
+};
+
+/// §4.2.1.13, and of freshestCRL §4.2.1.15. One without a name and an issuer is malformed.
+struct DistributionPoint {
+  std::vector<GeneralName> fullName;
+  std::vector<Attribute> relativeName;  // one RDN, below the name of the CRL's issuer
+  std::vector<GeneralName> crlIssuer;
+  std::optional<uint16_t> reasons;  // bits of RevocationReason; without, all of them
+};
+
+/// The qualifiers of §4.2.1.4. Texts may have more than 200 characters.
+struct CpsUri {
+  std::string text;
+};
+struct UserNotice {
+  std::optional<std::string> organization;  // of the reference, with its numbers
+  std::vector<int64_t> numbers;  // one that 64 bits do not hold is INT64_MAX or INT64_MIN
+  std::optional<std::string> text;
+};
+struct OtherQualifier {
+  Oid id;
+  Octets value;  // the DER of one element
+};
+using PolicyQualifier = std::variant<CpsUri, UserNotice, OtherQualifier>;
+
+struct Policy {
+  Oid id;        // empty for one of more than Oid::kMaxSize octets
+  Octets rawId;  // its content octets
+  std::vector<PolicyQualifier> qualifiers;
+};
+
+/// §4.2.1.5.
+struct PolicyMapping {
+  Oid issuerPolicy;
+  Oid subjectPolicy;
+  Octets rawIssuerPolicy;
+  Octets rawSubjectPolicy;
+};
+
+/// §4.2.1.11, with one of the two at least, else malformed; numbers that 64 bits do not hold are
+/// UINT64_MAX.
+struct PolicyConstraints {
+  std::optional<uint64_t> requireExplicitPolicy;
+  std::optional<uint64_t> inhibitPolicyMapping;
+};
+
+/// §4.2.1.14.
+struct InhibitAnyPolicy {
+  uint64_t skipCerts = 0;  // UINT64_MAX for a number that 64 bits do not hold
+};
+
+/// The GeneralSubtrees of nameConstraints (§4.2.1.10), one at least: minimum is 0 and maximum
+/// absent, else the extension counts as malformed, as no profile gives them a meaning. IP addresses
+/// are IpRange.
+struct NameConstraints {
+  std::vector<GeneralName> permitted;
+  std::vector<GeneralName> excluded;
+};
+
+/// A SignedCertificateTimestamp of version 1 in the list of RFC 6962 §3.3. Those of other versions
+/// are left out of the list. A time that does not fit is malformed.
+struct SignedTimestamp {
+  std::array<std::byte, 32> logId;
+  std::chrono::sys_time<std::chrono::milliseconds> at;
+  Octets extensions;
+  uint8_t hashAlgorithm = 0;       // of RFC 5246 §7.4.1.4.1: 4 is SHA-256
+  uint8_t signatureAlgorithm = 0;  // 1 RSA, 3 ECDSA
+  Octets signature;
+};
+
+/// TLS feature (RFC 7633): numbers of TLS extensions, none perhaps; 5, status_request, is "must
+/// staple". A number above 65535 is malformed.
+struct TlsFeatures {
+  std::vector<uint16_t> features;
+  bool has(uint16_t feature) const noexcept;
+};
+
+/// id-pkix-ocsp-nocheck (RFC 6960 §4.2.2.2.1) and noRevAvail (RFC 9608): that they are there is
+/// all that they say.
+struct OcspNoCheck {};
+struct NoRevocationAvailable {};
+
+}  // namespace velmora

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <algorithm>
+
+#include "velmora/certificate/bytes.h"
+
+namespace velmora {
+
+/// Whether these are the content octets of an INTEGER in its shortest form (X.690 §8.3.2).
+inline bool isShortestInteger(Bytes content) noexcept {
+  if (content.size() < 2) return content.size() == 1;
+  const bool maybePadded = content[0] == std::byte{0} || content[0] == std::byte{0xFF};
+  return !maybePadded || ((content[0] ^ content[1]) & std::byte{0x80}) != std::byte{0};
+}
+
+/// Whether these are the content octets of an OBJECT IDENTIFIER (X.690 §8.19.2): no arc starts with
+/// an octet that adds nothing, and the last one ends. Of any size, Oid::kMaxSize or not.
+inline bool isOid(Bytes content) noexcept {
+  constexpr std::byte kMoreFollows{0x80};
+  bool atArcStart = true;
+  for (const std::byte octet : content) {
+    if (atArcStart && octet == kMoreFollows) return false;
+    atArcStart = (octet & kMoreFollows) == std::byte{0};
+  }
+  return atArcStart && !content.empty();
+}
+
+/// Whether these are the content octets of a BIT STRING (X.690 §8.6.2): one that counts the unused
+/// bits of the last, and the others.
+inline bool isBitString(Bytes content) noexcept {
+  return !content.empty() && content[0] < std::byte{8} &&
+         (content.size() > 1 || content[0] == std::byte{0});
+}
+
+/// Whether both are the same octets, in the same number.
+inline bool sameOctets(Bytes a, Bytes b) noexcept {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+
+}  // namespace velmora

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/name.h"
+
+namespace velmora {
+
+/// Makes the names of a block.
+struct NameMaker {
+  /// Of the element at `offset`.
+  static Name make(const BlockRef& block, uint32_t offset) noexcept {
+    return Name(block, offset, static_cast<uint32_t>(elementAt(block.bytes(), offset).size()));
+  }
+};
+
+}  // namespace velmora

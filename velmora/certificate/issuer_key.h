@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <variant>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/support/key/dsa_key.h"
+#include "velmora/support/key/ecc_key.h"
+#include "velmora/support/key/ed25519_key.h"
+#include "velmora/support/key/rsa_key.h"
+
+namespace velmora {
+
+/// The public key of an issuer, made ready once to check any number of signatures with; about
+/// 10 KiB that stand on their own. Never changes; any number of threads may check with one.
+class IssuerKey {
+ public:
+  /// A key that cannot be used is no failure here: every check tells.
+  explicit IssuerKey(const Certificate& issuer) noexcept : IssuerKey(issuer.parts().spki) {}
+  /// From the DER of a SubjectPublicKeyInfo (RFC 5280 §4.1.2.7), which is not needed afterwards.
+  explicit IssuerKey(Bytes subjectPublicKeyInfo) noexcept;
+
+  IssuerKey(const IssuerKey&) = delete;
+  IssuerKey& operator=(const IssuerKey&) = delete;
+
+  /// Whether signatures can be checked with the key: it is well-formed, of a kind and size that
+  /// this library computes with, and says all of itself. DSA keys that take their parameters from
+  /// their issuer's key and EC keys without a named curve do not.
+  bool isUsable() const noexcept { return !std::holds_alternative<std::monostate>(m_key); }
+
+  /// Whether the signature of the certificate is this key's: Certificate::checkSignature.
+  SignatureCheck check(const Certificate& certificate) const noexcept;
+
+ private:
+  bool load(const struct KeyParts& parts) noexcept;
+  bool fits(const SignatureScheme& scheme) const noexcept;
+  SignatureFault faultOf(const Certificate& certificate) const noexcept;
+  SignatureFault compute(const SignatureScheme& scheme, const Parts& parts) const noexcept;
+
+  KeyKind m_kind = KeyKind::other;           // also of a key that cannot be used
+  std::optional<SignatureScheme> m_boundTo;  // a key for RSASSA-PSS with these parameters alone
+  bool m_isBoundToUnknown = false;           // and one with parameters that are not understood
+  std::variant<std::monostate, RsaKeyData, DsaKeyData, EccKeyData, Ed25519KeyData> m_key;
+};
+
+}  // namespace velmora

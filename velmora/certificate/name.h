@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "velmora/certificate/block_ref.h"
+#include "velmora/certificate/bytes.h"
+#include "velmora/certificate/oid.h"
+#include "velmora/certificate/result.h"
+
+namespace velmora {
+
+/// The string type of an attribute value (X.520, RFC 5280 §4.1.2.4). PrintableString,
+/// NumericString, VisibleString and IA5String are taken for ASCII, T61String for Latin-1, BMPString
+/// for UTF-16.
+enum class TextKind : uint8_t {
+  none,  // no string, or octets that are none of its type
+  utf8,
+  printable,
+  ia5,
+  t61,
+  bmp,
+  universal,
+  numeric,
+  visible,
+};
+
+/// An AttributeTypeAndValue of a name. It owns what it holds.
+struct Attribute {
+  Oid type;          // empty for one of more than Oid::kMaxSize octets
+  uint32_t rdn = 0;  // of which RDN, from 0: two with one number are one multi-valued RDN
+  TextKind kind = TextKind::none;
+  std::string text;  // in UTF-8, any character included; empty with TextKind::none
+  Octets der;        // the value whole: identifier, length and contents
+  Octets rawType;    // the content octets of the type
+};
+
+/// A distinguished name (RFC 5280 §4.1.2.4: Name ::= SEQUENCE OF RelativeDistinguishedName) with
+/// its RDNs as they stand in a certificate. It keeps the octets of its certificate alive. Never
+/// changes; any thread may ask.
+class Name {
+ public:
+  /// From the text of RFC 4514 §3, last RDN first: "CN=Steve Kille,O=Isode Limited,C=GB". Attribute
+  /// types are the keywords that rfc4514() writes, in any letter case, or dotted OIDs; values are
+  /// text or "#" and the hexadecimal of their DER. Text becomes a PrintableString for country,
+  /// serialNumber and dnQualifier, an IA5String for domainComponent and the e-mail address, else,
+  /// and where these do not hold it, a UTF8String; the attributes of an RDN are sorted as DER wants
+  /// it. So what rfc4514() wrote of a name like that comes back to the octet. The empty text is the
+  /// empty name. Spaces around separators and values in quotes, which older texts have, are
+  /// refused. Errors malformedText with the offset of the character at fault, tooLarge beyond
+  /// 64 KiB of text, outOfMemory.
+  static Result<Name> parse(std::string_view rfc4514) noexcept;
+
+  /// All attributes in the certificate's order. Error malformedName with the offset of what is no
+  /// RDN of one attribute or more, or an attribute whose type is no OID in its shortest form.
+  Result<std::vector<Attribute>> attributes() const;
+
+  /// The text of the first attribute of a type: absent, or malformedText with the offset of its
+  /// value when that one is no string, or its octets are none of its type; malformedName as above,
+  /// wherever in the name it is.
+  Result<std::string> find(const Oid& type) const;
+
+  /// The text of RFC 4514 §2: last RDN first, "," between RDNs and "+" within one, whose attributes
+  /// keep their order. Types that §3 or RFC 4519 have a keyword for, and the e-mail address, are
+  /// written with it (docs/formats.md lists them), others dotted and then with the value as "#" and
+  /// hexadecimal, as is every value that is no text. Escaped is what §2.4 demands and nothing else:
+  /// line breaks and terminal escapes stay. Parsed back, it matches. Errors malformedName as above,
+  /// and tooLarge for a type with an arc of more than 512 octets.
+  Result<std::string> rfc4514() const;
+
+  /// Whether there is no RDN. False for what is malformed.
+  bool isEmpty() const noexcept { return m_size == 2; }
+
+  /// The DER, which lives as long as any copy of the certificate or of this name.
+  Bytes der() const& noexcept { return m_block.bytes().subspan(m_at, m_size); }
+  Bytes der() const&& = delete;
+
+  /// Whether both are the same name in the sense of RFC 5280 §7.1: RDN by RDN the same attributes
+  /// in any order, where text is equal when its characters are, whatever string types they are in,
+  /// after the letters A to Z are folded to small ones, spaces at the ends are dropped and those
+  /// within run together. Other letters are not folded, which is stricter than RFC 4518 asks: what
+  /// no table of ours vouches for is not the same. Values that are no text are equal octet by
+  /// octet. A malformed name matches nothing, not even itself. Memory that runs out makes false.
+  bool matches(const Name& other) const noexcept;
+
+  /// The same octets.
+  friend bool operator==(const Name& a, const Name& b) noexcept;
+
+ private:
+  friend struct NameMaker;  // internal to this floor
+  Name(BlockRef block, uint32_t at, uint32_t size) noexcept
+      : m_block(std::move(block)), m_at(at), m_size(size) {}
+
+  BlockRef m_block;
+  uint32_t m_at;
+  uint32_t m_size;
+};
+
+}  // namespace velmora

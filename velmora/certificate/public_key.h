@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "velmora/certificate/oid.h"
+
+namespace velmora {
+
+enum class KeyKind : uint8_t { rsa, rsaPss, dsa, ec, ed25519, other };
+
+/// A public key described from its SubjectPublicKeyInfo (RFC 5280 §4.1.2.7), not judged: whether
+/// signatures may be checked with it is another question.
+struct PublicKey {
+  KeyKind kind = KeyKind::other;
+  Oid algorithm;      // empty for one of more than Oid::kMaxSize octets
+  Oid curve;          // the named curve of an EC key; empty where there is none
+  unsigned bits = 0;  // of the modulus, of the prime p, of the curve's field; 0 when not known
+
+  /// "RSA", "RSA-PSS", "DSA", "EC", "Ed25519"; empty for others.
+  std::string_view kindName() const noexcept;
+};
+
+}  // namespace velmora
