@@ -1,0 +1,115 @@
+#include <iterator>
+
+#include "velmora/certificate/internal/attribute_keywords.h"
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/internal/name_reader.h"
+#include "velmora/certificate/internal/text_reader.h"
+#include "velmora/certificate/name.h"
+#include "velmora/support/asn1/oids.h"
+#include "velmora/support/text/byte_codecs.h"
+
+// Names as the text of RFC 4514.
+
+namespace velmora {
+namespace {
+
+bool isSpecial(char c) noexcept {
+  switch (c) {
+    case '"':
+    case '+':
+    case ',':
+    case ';':
+    case '<':
+    case '>':
+    case '\\':
+      return true;
+    default:
+      return false;
+  }
+}
+
+// RFC 4514 §2.4. What is beyond ASCII stays as it is.
+void appendEscaped(std::string_view value, std::string& out) {
+  size_t done = 0;
+  for (size_t i = 0; i < value.size(); ++i) {
+    const char c = value[i];
+    const bool isAtEnd = i == 0 || i + 1 == value.size();
+    const bool isEscaped = isSpecial(c) || (c == ' ' && isAtEnd) || (c == '#' && i == 0);
+    if (!isEscaped && c != '\0') continue;
+    out.append(value.substr(done, i - done)).append(c == '\0' ? "\\00" : "\\");
+    done = c == '\0' ? i + 1 : i;
+  }
+  out.append(value.substr(done));
+}
+
+void appendHex(Bytes der, std::string& out) {
+  out += '#';
+  const size_t before = out.size();
+  out.resize(before + 2 * der.size());
+  hexEncodeUpper(octetsOf(der).data(), der.size(), out.data() + before);
+}
+
+// False for a type with an arc of more than kMaxOidArcOctets, which no text is made of.
+bool appendDotted(Bytes type, std::string& out) {
+  const size_t before = out.size();
+  out.resize(before + maxDottedSize(type.size()));
+  const size_t written = writeDottedOid(octetsOf(type), out.data() + before);
+  out.resize(before + written);
+  return written != 0;
+}
+
+void appendText(TextKind kind, Bytes content, std::string& out) {
+  if (isUtf8(kind)) {
+    appendEscaped(charactersOf(content), out);
+  } else {
+    appendEscaped(utf8Of(kind, content), out);
+  }
+}
+
+bool appendAttribute(const AttributeElements& attribute, std::string& out) {
+  const Bytes type = attribute.type.content;
+  const std::string_view keyword = keywordOf(type);
+  if (keyword.empty() && !appendDotted(type, out)) return false;
+  out.append(keyword) += '=';
+  const TextKind kind = keyword.empty() ? TextKind::none : textKindOf(attribute.value);
+  if (kind == TextKind::none) {
+    appendHex(attribute.value.whole, out);
+  } else {
+    appendText(kind, attribute.value.content, out);
+  }
+  return true;
+}
+
+// The attributes of one RDN in their order.
+template <class Iterator>
+bool appendRdn(Iterator from, Iterator to, std::string& out) {
+  for (Iterator at = from; at != to; ++at) {
+    if (at != from) out += '+';
+    if (!appendAttribute(*at, out)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+Result<std::string> Name::rfc4514() const {
+  constexpr size_t kUsualCount = 8;
+  std::vector<AttributeElements> attributes;
+  attributes.reserve(kUsualCount);
+  AttributeElements attribute;
+  NameReader reader(der(), m_at);
+  while (reader.next(attribute)) attributes.push_back(attribute);
+  if (const auto fault = reader.fault()) return Error::at(ErrorCode::malformedName, *fault);
+  std::string text;
+  text.reserve(m_size);  // the DER of an attribute is mostly longer than its text
+  for (auto end = attributes.end(); end != attributes.begin();) {
+    auto start = std::prev(end);
+    while (start != attributes.begin() && std::prev(start)->rdn == start->rdn) --start;
+    if (end != attributes.end()) text += ',';
+    if (!appendRdn(start, end, text)) return Error::at(ErrorCode::tooLarge, m_at);
+    end = start;
+  }
+  return text;
+}
+
+}  // namespace velmora
