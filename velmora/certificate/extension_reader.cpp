@@ -1,0 +1,155 @@
+#include "velmora/certificate/internal/extension_reader.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "velmora/certificate/internal/der_check.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/text_reader.h"
+
+namespace velmora {
+namespace {
+
+bool isNegative(Bytes integer) noexcept {
+  return !integer.empty() && (integer[0] & std::byte{0x80}) != std::byte{0};
+}
+
+}  // namespace
+
+bool ExtensionReader::isNext(Tag tag) const noexcept {
+  DerCursor look = m_members;
+  DerElement found;
+  return !m_source.fault && look.next(found) &&
+         Tag{found.header.tagClass, found.header.tagNumber} == tag;
+}
+
+DerElement ExtensionReader::element() noexcept {
+  const uint32_t at = offset();
+  DerElement taken;
+  if (m_source.fault || !m_members.next(taken)) {
+    refuse(at);
+    return {};
+  }
+  return taken;
+}
+
+DerElement ExtensionReader::take(Tag tag, bool constructed) noexcept {
+  const DerElement taken = element();
+  const bool fits = Tag{taken.header.tagClass, taken.header.tagNumber} == tag &&
+                    taken.header.constructed == constructed;
+  if (!m_source.fault && fits) return taken;
+  refuse(taken.offset);
+  return {};
+}
+
+ExtensionReader ExtensionReader::enter(Tag tag) noexcept {
+  const DerElement parent = take(tag, true);
+  return {m_source, parent.content, parent.contentOffset()};
+}
+
+size_t ExtensionReader::count() const noexcept {
+  DerCursor look = m_members;
+  DerElement skipped;
+  size_t count = 0;
+  while (look.next(skipped)) ++count;
+  return count;
+}
+
+bool ExtensionReader::booleanOrFalse() noexcept {
+  constexpr Tag kBoolean = universal(asn1_tag::kBoolean);
+  if (!isNext(kBoolean)) return false;
+  const DerElement taken = primitive(kBoolean);
+  const Bytes content = taken.content;
+  const bool isTrue = content.size() == 1 && content[0] == std::byte{0xFF};
+  const bool isFalse = content.size() == 1 && content[0] == std::byte{0};
+  if (!isTrue && !isFalse) refuse(taken.offset);
+  return isTrue;
+}
+
+Bytes ExtensionReader::integerOctets(Tag tag) noexcept {
+  const DerElement taken = primitive(tag);
+  if (!isShortestInteger(taken.content)) refuse(taken.offset);
+  return taken.content;
+}
+
+uint64_t ExtensionReader::unsignedInteger(Tag tag) noexcept {
+  const uint32_t at = offset();
+  Bytes octets = integerOctets(tag);
+  if (isNegative(octets)) refuse(at);
+  if (m_source.fault) return 0;
+  if (octets[0] == std::byte{0}) octets = octets.subspan(1);
+  if (octets.size() > sizeof(uint64_t)) return std::numeric_limits<uint64_t>::max();
+  uint64_t value = 0;
+  for (const std::byte octet : octets) value = value << 8 | std::to_integer<uint64_t>(octet);
+  return value;
+}
+
+int64_t ExtensionReader::integer() noexcept {
+  using Limits = std::numeric_limits<int64_t>;
+  const Bytes octets = integerOctets();
+  if (octets.size() > sizeof(int64_t)) return isNegative(octets) ? Limits::min() : Limits::max();
+  uint64_t value = isNegative(octets) ? ~uint64_t{0} : 0;
+  for (const std::byte octet : octets) value = value << 8 | std::to_integer<uint64_t>(octet);
+  return static_cast<int64_t>(value);
+}
+
+// X.690 §8.6.2 and §11.2.1: an octet that counts the unused bits of the last one, which are 0, and
+// the bits, highest first.
+uint16_t ExtensionReader::namedBits(Tag tag) noexcept {
+  constexpr size_t kNamed = 9;
+  const DerElement taken = primitive(tag);
+  const Bytes content = taken.content;
+  if (content.empty()) {
+    refuse(taken.offset);
+    return 0;
+  }
+  const auto unused = std::to_integer<unsigned>(content[0]);
+  const auto last = std::to_integer<unsigned>(content.back());
+  const bool fits =
+      content.size() == 1 ? unused == 0 : unused < 8 && (last & ((1U << unused) - 1)) == 0;
+  if (!fits) refuse(taken.offset);
+  unsigned bits = 0;
+  for (size_t i = 0; i < std::min(8 * (content.size() - 1), kNamed); ++i) {
+    const auto octet = std::to_integer<unsigned>(content[1 + i / 8]);
+    bits |= (octet >> (7 - i % 8) & 1) << i;
+  }
+  return static_cast<uint16_t>(bits);
+}
+
+void ExtensionReader::null() noexcept {
+  const DerElement taken = primitive(universal(asn1_tag::kNull));
+  if (!taken.content.empty()) refuse(taken.offset);
+}
+
+Bytes ExtensionReader::objectId(Tag tag) noexcept {
+  const DerElement taken = primitive(tag);
+  if (!isOid(taken.content)) refuse(taken.offset);
+  return taken.content;
+}
+
+std::string ExtensionReader::ascii(Tag tag) {
+  const DerElement taken = primitive(tag);
+  const auto isAscii = [](std::byte octet) { return octet < std::byte{0x80}; };
+  if (!std::all_of(taken.content.begin(), taken.content.end(), isAscii)) refuse(taken.offset);
+  return std::string(charactersOf(taken.content));
+}
+
+std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
+  const DerElement taken = element();
+  const TextKind kind = textKindOf(taken);
+  const bool fits = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+  if (m_source.fault || !fits) {
+    refuse(taken.offset);
+    return {};
+  }
+  return utf8Of(kind, taken.content);
+}
+
+Bytes ExtensionReader::any() noexcept {
+  const DerElement taken = element();
+  if (m_source.fault) return {};
+  if (const auto fault = derFault(taken.whole)) refuse(taken.offset + fault->offset);
+  return taken.whole;
+}
+
+}  // namespace velmora

@@ -1,0 +1,57 @@
+#include <algorithm>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/extension_reader.h"
+#include "velmora/certificate/internal/general_name_reader.h"
+
+// The extensions on what a key is and may do (RFC 5280 §4.2.1.1 to §4.2.1.3, §4.2.1.12).
+
+namespace velmora {
+
+// KeyUsage ::= BIT STRING { digitalSignature(0), nonRepudiation(1), keyEncipherment(2),
+//   dataEncipherment(3), keyAgreement(4), keyCertSign(5), cRLSign(6), encipherOnly(7),
+//   decipherOnly(8) }
+Result<KeyUsage> Certificate::keyUsage() const noexcept {
+  return readExtension<KeyUsage>(m_block, extension(oid::keyUsage), [](ExtensionReader& value) {
+    return KeyUsage{value.namedBits()};
+  });
+}
+
+// ExtKeyUsageSyntax ::= SEQUENCE SIZE (1..MAX) OF KeyPurposeId
+// KeyPurposeId ::= OBJECT IDENTIFIER
+Result<ExtendedKeyUsage> Certificate::extendedKeyUsage() const {
+  const auto purpose = [](ExtensionReader& list) { return Oid::fromDer(list.objectId()); };
+  const auto production = [&](ExtensionReader& value) {
+    return ExtendedKeyUsage{value.oneOrMoreOf<Oid>(kSequenceTag, purpose)};
+  };
+  return readExtension<ExtendedKeyUsage>(m_block, extension(oid::extKeyUsage), production);
+}
+
+bool ExtendedKeyUsage::has(const Oid& purpose) const noexcept {
+  return std::find(purposes.begin(), purposes.end(), purpose) != purposes.end();
+}
+
+// SubjectKeyIdentifier ::= KeyIdentifier
+// KeyIdentifier ::= OCTET STRING
+Result<Bytes> Certificate::subjectKeyId() const& noexcept {
+  return readExtension<Bytes>(m_block, extension(oid::subjectKeyIdentifier),
+                              [](ExtensionReader& value) { return value.octets(); });
+}
+
+// AuthorityKeyIdentifier ::= SEQUENCE { keyIdentifier [0] KeyIdentifier OPTIONAL,
+//   authorityCertIssuer [1] GeneralNames OPTIONAL,
+//   authorityCertSerialNumber [2] CertificateSerialNumber OPTIONAL }
+Result<AuthorityKeyId> Certificate::authorityKeyId() const& {
+  const auto production = [](ExtensionReader& value) {
+    AuthorityKeyId id;
+    value.sequence([&](ExtensionReader& members) {
+      if (members.isNext(context(0))) id.keyId = members.octets(context(0));
+      if (members.isNext(context(1))) id.issuer = readGeneralNames(members, context(1));
+      if (members.isNext(context(2))) id.serial = members.integerOctets(context(2));
+    });
+    return id;
+  };
+  return readExtension<AuthorityKeyId>(m_block, extension(oid::authorityKeyIdentifier), production);
+}
+
+}  // namespace velmora

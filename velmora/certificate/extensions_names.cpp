@@ -1,0 +1,126 @@
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/extension_reader.h"
+#include "velmora/certificate/internal/general_name_reader.h"
+#include "velmora/certificate/internal/name_reader.h"
+
+// The extensions made of general names (RFC 5280 §4.2.1.6, §4.2.1.7, §4.2.1.13, §4.2.1.15, §4.2.2).
+
+namespace velmora {
+namespace {
+
+Result<std::vector<GeneralName>> readNames(const BlockRef& block,
+                                           const Result<Extension>& extension) {
+  return readExtension<std::vector<GeneralName>>(
+      block, extension, [](ExtensionReader& value) { return readGeneralNames(value); });
+}
+
+// AuthorityInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+// SubjectInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+// AccessDescription ::= SEQUENCE { accessMethod OBJECT IDENTIFIER, accessLocation GeneralName }
+Result<std::vector<Access>> readAccesses(const BlockRef& block,
+                                         const Result<Extension>& extension) {
+  const auto description = [](ExtensionReader& list) {
+    Access access;
+    list.sequence([&](ExtensionReader& members) {
+      access.method = Oid::fromDer(members.objectId());
+      access.location = readGeneralName(members);
+    });
+    return access;
+  };
+  const auto production = [&](ExtensionReader& value) {
+    return value.oneOrMoreOf<Access>(kSequenceTag, description);
+  };
+  return readExtension<std::vector<Access>>(block, extension, production);
+}
+
+Attribute readAttribute(ExtensionReader& rdn) {
+  const uint32_t at = rdn.offset();
+  const Bytes whole = rdn.any();
+  if (rdn.hasFault()) return {};
+  NameReader reader = NameReader::ofRdn(whole, at);
+  AttributeElements elements;
+  if (reader.next(elements)) return attributeOf(elements);
+  rdn.refuse(*reader.fault());
+  return {};
+}
+
+// DistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
+//   reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }, where the name or the
+//   issuer has to be there
+// DistributionPointName ::= CHOICE { fullName [0] GeneralNames,
+//   nameRelativeToCRLIssuer [1] RelativeDistinguishedName }
+// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+// ReasonFlags ::= BIT STRING { unused(0), keyCompromise(1), cACompromise(2), affiliationChanged(3),
+//   superseded(4), cessationOfOperation(5), certificateHold(6), privilegeWithdrawn(7),
+//   aACompromise(8) }
+DistributionPoint readPoint(ExtensionReader& list) {
+  DistributionPoint point;
+  const uint32_t at = list.offset();
+  list.sequence([&](ExtensionReader& members) {
+    const bool hasName = members.isNext(context(0));
+    if (hasName) {
+      members.members(context(0), [&](ExtensionReader& name) {
+        if (name.isNext(context(1))) {
+          point.relativeName = name.oneOrMoreOf<Attribute>(context(1), readAttribute);
+        } else {
+          point.fullName = readGeneralNames(name, context(0));
+        }
+      });
+    }
+    if (members.isNext(context(1))) point.reasons = members.namedBits(context(1));
+    const bool hasIssuer = members.isNext(context(2));
+    if (hasIssuer) point.crlIssuer = readGeneralNames(members, context(2));
+    if (!hasName && !hasIssuer) members.refuse(at);
+  });
+  return point;
+}
+
+// CRLDistributionPoints ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
+// FreshestCRL ::= CRLDistributionPoints
+Result<std::vector<DistributionPoint>> readPoints(const BlockRef& block,
+                                                  const Result<Extension>& extension) {
+  const auto production = [](ExtensionReader& value) {
+    return value.oneOrMoreOf<DistributionPoint>(kSequenceTag, readPoint);
+  };
+  return readExtension<std::vector<DistributionPoint>>(block, extension, production);
+}
+
+}  // namespace
+
+// SubjectAltName ::= GeneralNames
+Result<std::vector<GeneralName>> Certificate::subjectAltNames() const {
+  return readNames(m_block, extension(oid::subjectAltName));
+}
+
+// IssuerAltName ::= GeneralNames
+Result<std::vector<GeneralName>> Certificate::issuerAltNames() const {
+  return readNames(m_block, extension(oid::issuerAltName));
+}
+
+std::vector<std::string> Certificate::dnsNames() const {
+  std::vector<std::string> hosts;
+  Result<std::vector<GeneralName>> names = subjectAltNames();
+  if (!names) return hosts;
+  for (GeneralName& name : *names) {
+    if (DnsName* const host = std::get_if<DnsName>(&name)) hosts.push_back(std::move(host->text));
+  }
+  return hosts;
+}
+
+Result<std::vector<Access>> Certificate::authorityInfoAccess() const {
+  return readAccesses(m_block, extension(oid::authorityInfoAccess));
+}
+
+Result<std::vector<Access>> Certificate::subjectInfoAccess() const {
+  return readAccesses(m_block, extension(oid::subjectInfoAccess));
+}
+
+Result<std::vector<DistributionPoint>> Certificate::crlDistributionPoints() const {
+  return readPoints(m_block, extension(oid::crlDistributionPoints));
+}
+
+Result<std::vector<DistributionPoint>> Certificate::freshestCrl() const {
+  return readPoints(m_block, extension(oid::freshestCrl));
+}
+
+}  // namespace velmora

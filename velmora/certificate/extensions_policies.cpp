@@ -1,0 +1,105 @@
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/extension_reader.h"
+
+// The extensions on certificate policies (RFC 5280 §4.2.1.4 and §4.2.1.5).
+
+namespace velmora {
+namespace {
+
+Octets copyOf(Bytes octets) {
+  return {octets.begin(), octets.end()};
+}
+
+// DisplayText ::= CHOICE { ia5String IA5String, visibleString VisibleString,
+//   bmpString BMPString, utf8String UTF8String }, each of 1 to 200 characters, which is not checked
+std::string readDisplayText(ExtensionReader& members) {
+  return members.text({TextKind::ia5, TextKind::visible, TextKind::bmp, TextKind::utf8});
+}
+
+// NoticeReference ::= SEQUENCE { organization DisplayText,
+//   noticeNumbers SEQUENCE OF INTEGER }
+void readReference(ExtensionReader& members, UserNotice& notice) {
+  notice.organization = readDisplayText(members);
+  notice.numbers = members.listOf<int64_t>(
+      kSequenceTag, [](ExtensionReader& numbers) { return numbers.integer(); });
+}
+
+// UserNotice ::= SEQUENCE { noticeRef NoticeReference OPTIONAL, explicitText DisplayText OPTIONAL }
+UserNotice readNotice(ExtensionReader& qualifier) {
+  UserNotice notice;
+  qualifier.sequence([&](ExtensionReader& members) {
+    if (members.isNext(kSequenceTag)) {
+      members.sequence([&](ExtensionReader& reference) { readReference(reference, notice); });
+    }
+    if (!members.atEnd()) notice.text = readDisplayText(members);
+  });
+  return notice;
+}
+
+// PolicyQualifierInfo ::= SEQUENCE { policyQualifierId PolicyQualifierId,
+//   qualifier ANY DEFINED BY policyQualifierId }
+// Qualifier ::= CHOICE { cPSuri CPSuri, userNotice UserNotice }
+// CPSuri ::= IA5String
+PolicyQualifier readQualifier(ExtensionReader& list) {
+  PolicyQualifier qualifier;
+  list.sequence([&](ExtensionReader& members) {
+    const Oid id = Oid::fromDer(members.objectId());
+    if (id == oid::cpsQualifier) {
+      qualifier = CpsUri{members.ascii()};
+    } else if (id == oid::userNoticeQualifier) {
+      qualifier = readNotice(members);
+    } else {
+      qualifier = OtherQualifier{id, copyOf(members.any())};
+    }
+  });
+  return qualifier;
+}
+
+// PolicyInformation ::= SEQUENCE { policyIdentifier CertPolicyId,
+//   policyQualifiers SEQUENCE SIZE (1..MAX) OF PolicyQualifierInfo OPTIONAL }
+// CertPolicyId ::= OBJECT IDENTIFIER
+Policy readPolicy(ExtensionReader& list) {
+  Policy policy;
+  list.sequence([&](ExtensionReader& members) {
+    const Bytes id = members.objectId();
+    policy.id = Oid::fromDer(id);
+    policy.rawId = copyOf(id);
+    if (members.atEnd()) return;
+    policy.qualifiers = members.oneOrMoreOf<PolicyQualifier>(kSequenceTag, readQualifier);
+  });
+  return policy;
+}
+
+PolicyMapping readMapping(ExtensionReader& list) {
+  PolicyMapping mapping;
+  list.sequence([&](ExtensionReader& members) {
+    const Bytes issuers = members.objectId();
+    const Bytes subjects = members.objectId();
+    mapping = {Oid::fromDer(issuers), Oid::fromDer(subjects), copyOf(issuers), copyOf(subjects)};
+  });
+  return mapping;
+}
+
+}  // namespace
+
+// CertificatePolicies ::= SEQUENCE SIZE (1..MAX) OF PolicyInformation
+Result<std::vector<Policy>> Certificate::policies() const {
+  const auto production = [](ExtensionReader& value) {
+    return value.oneOrMoreOf<Policy>(kSequenceTag, readPolicy);
+  };
+  return readExtension<std::vector<Policy>>(m_block, extension(oid::certificatePolicies),
+                                            production);
+}
+
+// PolicyMappings ::= SEQUENCE SIZE (1..MAX) OF SEQUENCE {
+//   issuerDomainPolicy CertPolicyId, subjectDomainPolicy CertPolicyId }
+Result<std::vector<PolicyMapping>> Certificate::policyMappings() const {
+  const auto production = [](ExtensionReader& value) {
+    return value.oneOrMoreOf<PolicyMapping>(kSequenceTag, readMapping);
+  };
+  return readExtension<std::vector<PolicyMapping>>(m_block, extension(oid::policyMappings),
+                                                   production);
+}
+
+}  // namespace velmora

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/internal/der_cursor.h"
+
+namespace velmora {
+
+/// The tag that an ASN.1 production asks for; implicit tagging is a tag in place of another.
+struct Tag {
+  Asn1Class tagClass;
+  uint32_t number;
+
+  friend constexpr bool operator==(const Tag&, const Tag&) noexcept = default;
+};
+constexpr Tag universal(uint32_t number) noexcept {
+  return {Asn1Class::kUniversal, number};
+}
+constexpr Tag context(uint32_t number) noexcept {
+  return {Asn1Class::kContextSpecific, number};
+}
+inline constexpr Tag kSequenceTag = universal(asn1_tag::kSequence);
+
+/// Reads the value of an extension in the words of its ASN.1 production, to the letter of X.690.
+/// The first thing that does not fit is a fault, which is noted with its offset; from then on every
+/// reader of that value is at its end and gives empty answers, so that a production need not ask.
+/// Tolerated is what changes no meaning and real certificates do: a default that is encoded, and
+/// zero bits at the end of a named bit list.
+class ExtensionReader {
+ public:
+  /// What the readers of one value share.
+  struct Source {
+    const BlockRef& block;  // the certificate
+    std::optional<uint32_t> fault = {};
+  };
+
+  ExtensionReader(Source& source, Bytes bytes, uint32_t offset) noexcept
+      : m_source(source), m_members(bytes, offset) {}
+
+  bool atEnd() const noexcept { return m_source.fault || m_members.atEnd(); }
+  bool hasFault() const noexcept { return m_source.fault.has_value(); }
+  bool isNext(Tag tag) const noexcept;
+  uint32_t offset() const noexcept { return m_members.offset(); }
+  const BlockRef& block() const noexcept { return m_source.block; }
+
+  /// Notes a fault, unless there is one.
+  void refuse(uint32_t offset) noexcept {
+    if (!m_source.fault) m_source.fault = offset;
+  }
+  /// What is left does not belong there.
+  void end() noexcept {
+    if (!atEnd()) refuse(m_members.offset());
+  }
+
+  // Each of these takes the element that has to come next. What they give of one that does not, or
+  // is not of its type, is empty or 0.
+
+  /// A constructed element; `read` gets a reader of its members and has to take them all.
+  template <class Read>
+  void members(Tag tag, Read read) {
+    ExtensionReader inside = enter(tag);
+    read(inside);
+    inside.end();
+  }
+  template <class Read>
+  void sequence(Read read) {
+    members(kSequenceTag, read);
+  }
+
+  /// SEQUENCE OF: what `readMember`, which takes one member, gives of each.
+  template <class T, class Read>
+  std::vector<T> listOf(Tag tag, Read readMember) {
+    std::vector<T> list;
+    members(tag, [&](ExtensionReader& inside) {
+      list.reserve(inside.count());
+      while (!inside.atEnd()) list.push_back(readMember(inside));
+    });
+    return list;
+  }
+  /// SEQUENCE SIZE (1..MAX) OF.
+  template <class T, class Read>
+  std::vector<T> oneOrMoreOf(Tag tag, Read readMember) {
+    const uint32_t at = offset();
+    std::vector<T> list = listOf<T>(tag, readMember);
+    if (list.empty()) refuse(at);
+    return list;
+  }
+
+  /// BOOLEAN DEFAULT FALSE: FF or 00.
+  bool booleanOrFalse() noexcept;
+  /// INTEGER (0..MAX): what 64 bits do not hold is UINT64_MAX.
+  uint64_t unsignedInteger(Tag tag = universal(asn1_tag::kInteger)) noexcept;
+  /// INTEGER: what 64 bits do not hold is INT64_MAX or INT64_MIN.
+  int64_t integer() noexcept;
+  /// INTEGER: its content octets.
+  Bytes integerOctets(Tag tag = universal(asn1_tag::kInteger)) noexcept;
+  /// A BIT STRING of named bits, bit 0 the lowest; those from 9 on, which no standard names here,
+  /// are left out.
+  uint16_t namedBits(Tag tag = universal(asn1_tag::kBitString)) noexcept;
+  /// OCTET STRING: its content octets.
+  Bytes octets(Tag tag = universal(asn1_tag::kOctetString)) noexcept {
+    return primitive(tag).content;
+  }
+  void null() noexcept;
+  /// OBJECT IDENTIFIER: its content octets.
+  Bytes objectId(Tag tag = universal(asn1_tag::kOid)) noexcept;
+  /// IA5String.
+  std::string ascii(Tag tag = universal(asn1_tag::kIa5String));
+  /// A string of one of the types, in UTF-8.
+  std::string text(std::initializer_list<TextKind> kinds);
+  /// ANY: one element of DER, down to its last member.
+  Bytes any() noexcept;
+  /// The next element, whatever it is; what is in it is not looked at.
+  DerElement element() noexcept;
+  /// How many elements are left, so that room for them is taken once.
+  size_t count() const noexcept;
+
+ private:
+  ExtensionReader enter(Tag tag) noexcept;
+  DerElement primitive(Tag tag) noexcept { return take(tag, false); }
+  DerElement take(Tag tag, bool constructed) noexcept;
+
+  Source& m_source;
+  DerCursor m_members;
+};
+
+/// What `production`, called with a reader of the extension's value, gives of it; or the error.
+template <class T, class Production>
+Result<T> readExtension(const BlockRef& block, const Result<Extension>& extension,
+                        Production production) {
+  if (!extension) return extension.error();
+  const Bytes value = extension->value;
+  const auto offset = static_cast<uint32_t>(value.data() - block.bytes().data());
+  ExtensionReader::Source source{block};
+  ExtensionReader reader(source, value, offset);
+  T answer = production(reader);
+  reader.end();
+  if (source.fault) return Error{ErrorCode::malformedExtension, Found::certificate, *source.fault};
+  return answer;
+}
+
+}  // namespace velmora
