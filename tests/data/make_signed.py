@@ -5,8 +5,8 @@ Records with the key Issuer are certificates whose two names are the same: those
 their own key verify the other records, the namesakes at the end were signed by the key rsa-1024.
 Honest ones are made by the openssl command line alone. The strange ones are put together here, with
 signatures of the same keys. A record with the key Strict is valid for the library, which is lenient,
-but not for the command line, and these words are in its reason. New keys are made in every run, so that
-the file changes as a whole.
+but not for the command line, and these words are in its reason; one with the key Typed is so for the
+typed certificate, whose fault it names. New keys are made in every run, so that the file changes as a whole.
 """
 
 import hashlib
@@ -30,9 +30,9 @@ def record(**values):
             OUT.write(f"{key} = {value.hex() if isinstance(value, bytes) else value}\n")
 
 
-def accepted(case, by, cert, errors="", data="", strict=""):
+def accepted(case, by, cert, errors="", data="", strict="", typed=""):
     """Errors with | between them, and the keys of data items, all of those that are always logged."""
-    record(Case=case, By=by, Cert=cert, Result="valid", Strict=strict, Errors=errors, Data=data)
+    record(Case=case, By=by, Cert=cert, Result="valid", Strict=strict, Typed=typed, Errors=errors, Data=data)
 
 
 def tolerated(case, by, cert, reason, errors=""):
@@ -240,6 +240,10 @@ def strange_rsa():
         "rsa-2049", RSA_SHA256, lambda tbs: forge_with_octets_behind(257, tbs), NULL), unsign)
     refused("RSA signature by another key", "rsa-2048", put_together("rsa-2048", RSA_SHA256, good, NULL), unsign)
 
+    accepted("RSA without parameters", by, put_together(by, RSA_SHA256, good))
+    accepted("RSA with parameters that are not NULL", by, put_together(by, RSA_SHA256, good, octets(b"abcd")),
+             typed="parametersForbidden")
+
     # The key's kind decides, not the OID; that in the certificate's inside is not looked at.
     unfit, unknown, two = "does not fit the issuer's key", "cannot check this algorithm", "two different signature algorithms"
     for case, algorithm, reason in (("of ECDSA", ECDSA["sha512"], unfit), ("of DSA", DSA_SHA1, unfit),
@@ -252,8 +256,8 @@ def strange_rsa():
         options = pss_options(mask or hash_name, salt)
         return put_together(name, RSA_PSS, signer(name, hash_name, *options), parameters)
 
-    def params(hash_name, mask, salt):
-        hash_of, mask_of = (sequence(oid(bytes.fromhex(HASH_OIDS[h])), NULL) for h in (hash_name, mask))
+    def params(hash_name, mask, salt, of_hash=NULL):
+        hash_of, mask_of = (sequence(oid(bytes.fromhex(HASH_OIDS[h])), of_hash) for h in (hash_name, mask))
         return sequence(element(0xA0, hash_of), element(0xA1, sequence(oid(bytes.fromhex("2a864886f70d010108")), mask_of)),
                         element(0xA2, integer(salt)))
 
@@ -264,6 +268,9 @@ def strange_rsa():
         tolerated(f"PSS {case} is SHA-1", by, pss("sha1", parameters), "parameters that are not understood", no_params)
         refused(f"PSS {case} is not SHA-256", by, pss("sha256", parameters), no_params + "|" + unsign)
     accepted("PSS with default parameters", by, pss("sha1", sequence()))
+    accepted("PSS with default parameters that are encoded", by, pss("sha1", sequence(
+        *(part for _, _, part in members(params("sha1", "sha1", 20))), element(0xA3, integer(1)))))
+    accepted("PSS with hashes without parameters", by, pss("sha256", params("sha256", "sha256", 20, b"")))
     accepted("PSS with all parameters", by, pss("sha256", params("sha256", "sha512", 21), 21, "sha512"))
     tolerated("PSS with another mask", by, pss("sha256", params("sha256", "sha512", 20)), "masked with SHA-256")
     tolerated("PSS with the mask of the default", by, pss("sha1", sequence(), mask="sha256"), "says with SHA-1")
@@ -311,6 +318,7 @@ def strange_pairs(by, algorithm, order, unreadable, invalid, data):
         return sequence(element(2, b"\x00", integer(r)[2:]), integer(s))
 
     accepted(f"{by}: SHA-1", by, put_together(by, algorithm, good), "", data)
+    accepted(f"{by}: parameters", by, put_together(by, algorithm, good, NULL), "", data, typed="parametersForbidden")
     for case, change in (("r is 0", lambda r, s: pair(0, s)), ("s is 0", lambda r, s: pair(r, 0)),
                          ("r is the order", lambda r, s: pair(order, s)), ("s is the order", lambda r, s: pair(r, order)),
                          ("order added to r", lambda r, s: pair(r + order, s)),
@@ -364,6 +372,7 @@ def strange_others():
         return put_together(by, algorithm, lambda tbs: change(good(tbs)), **options)
 
     accepted("Ed25519, put together", by, put_together(by, OID_ED25519, good))
+    accepted("Ed25519 with parameters", by, put_together(by, OID_ED25519, good, NULL), typed="parametersForbidden")
     tolerated("Ed25519 key and another OID", by, put_together(by, ECDSA["sha256"], good), "does not fit")
     tolerated("Ed25519 signature with octets behind", by, made(OID_ED25519, lambda sig: sig + b"\x00"), "64 bytes, this one 65")
     no_match = "Ed25519 signature does not match."

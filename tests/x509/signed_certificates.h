@@ -39,6 +39,7 @@ struct SignedCertificates {
     const std::string der(bytes.view());
     const auto optional = [&](const char* key) { return record.has(key) ? record.get(key) : ""; };
     optional("Strict");  // of the command line alone
+    optional("Typed");   // of the typed certificate alone
     if (record.has("Issuer")) {
       issuers[record.get("Issuer")] = std::make_unique<LoadedX509>(der);
     } else {

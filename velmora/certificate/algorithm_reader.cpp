@@ -1,0 +1,189 @@
+#include "velmora/certificate/internal/algorithm_reader.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "velmora/certificate/internal/der_values.h"
+
+namespace velmora {
+namespace {
+
+Error malformedAt(uint32_t offset) noexcept {
+  return {ErrorCode::malformedField, Found::certificate, offset};
+}
+Error unknownAt(uint32_t offset) noexcept {
+  return {ErrorCode::unknownAlgorithm, Found::certificate, offset};
+}
+
+// An algorithm with which signatures are made, the kind of key that it is for and its hash.
+struct KnownScheme {
+  Oid oid;
+  KeyKind key;
+  Hash hash;  // of RSASSA-PSS the parameters tell
+};
+
+constexpr Oid kRsaPss{"1.2.840.113549.1.1.10"};
+constexpr Oid kMgf1{"1.2.840.113549.1.1.8"};
+
+// RFC 4055 §5, RFC 3279 §2.2, RFC 5758 §3, RFC 8410 §3.
+constexpr KnownScheme kSchemes[] = {
+    {"1.2.840.113549.1.1.5", KeyKind::rsa, Hash::sha1},
+    {"1.2.840.113549.1.1.11", KeyKind::rsa, Hash::sha256},
+    {"1.2.840.113549.1.1.12", KeyKind::rsa, Hash::sha384},
+    {"1.2.840.113549.1.1.13", KeyKind::rsa, Hash::sha512},
+    {kRsaPss, KeyKind::rsaPss, Hash::sha1},
+    {"1.2.840.10045.4.1", KeyKind::ec, Hash::sha1},
+    {"1.2.840.10045.4.3.2", KeyKind::ec, Hash::sha256},
+    {"1.2.840.10045.4.3.3", KeyKind::ec, Hash::sha384},
+    {"1.2.840.10045.4.3.4", KeyKind::ec, Hash::sha512},
+    {"1.2.840.10040.4.3", KeyKind::dsa, Hash::sha1},
+    {"2.16.840.1.101.3.4.3.2", KeyKind::dsa, Hash::sha256},
+    {"1.3.101.112", KeyKind::ed25519, Hash::sha512},
+};
+
+struct KnownHash {
+  Oid oid;
+  Hash hash;
+};
+
+constexpr KnownHash kHashes[] = {
+    {"1.3.14.3.2.26", Hash::sha1},
+    {"2.16.840.1.101.3.4.2.1", Hash::sha256},
+    {"2.16.840.1.101.3.4.2.2", Hash::sha384},
+    {"2.16.840.1.101.3.4.2.3", Hash::sha512},
+};
+
+// AlgorithmIdentifier with parameters that are NULL or absent (RFC 4055 §2.1).
+Result<Hash> readHash(const DerElement& identifier) noexcept {
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  if (!algorithm) return algorithm.error();
+  if (algorithm->parameters && !algorithm->hasNull()) {
+    return malformedAt(algorithm->parameters->offset);
+  }
+  const std::optional<Hash> hash = hashOfOid(algorithm->oid);
+  if (!hash) return unknownAt(identifier.offset);
+  return *hash;
+}
+
+// MaskGenAlgorithm ::= AlgorithmIdentifier: MGF1, whose parameters are a hash (RFC 4055 §2.2).
+Result<Hash> readMaskHash(const DerElement& identifier) noexcept {
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  if (!algorithm) return algorithm.error();
+  if (!algorithm->is(kMgf1)) return unknownAt(identifier.offset);
+  if (!algorithm->parameters) return malformedAt(identifier.offset);
+  return readHash(*algorithm->parameters);
+}
+
+// INTEGER (0..MAX)
+Result<uint32_t> readNumber(const DerElement& element) noexcept {
+  Bytes content = element.content;
+  if (!element.is(asn1_tag::kInteger) || !isShortestInteger(content) ||
+      (content[0] & std::byte{0x80}) != std::byte{0}) {
+    return malformedAt(element.offset);
+  }
+  if (content[0] == std::byte{0}) content = content.subspan(1);
+  if (content.size() > sizeof(uint32_t)) return std::numeric_limits<uint32_t>::max();
+  uint32_t number = 0;
+  for (const std::byte octet : content) number = number << 8 | std::to_integer<uint32_t>(octet);
+  return number;
+}
+
+// The member [number] EXPLICIT, when it comes next.
+template <class T>
+std::optional<Error> readOptional(DerCursor& members, uint32_t number,
+                                  Result<T> (*read)(const DerElement&) noexcept,
+                                  T& value) noexcept {
+  DerElement tagged;
+  DerElement inside;
+  if (!members.takeContext(number, true, tagged)) return std::nullopt;
+  DerCursor content(tagged);
+  if (!content.next(inside) || !content.atEnd()) return malformedAt(tagged.offset);
+  const Result<T> answer = read(inside);
+  if (!answer) return answer.error();
+  value = *answer;
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool AlgorithmParts::is(const Oid& algorithm) const noexcept {
+  return sameOctets(oid, algorithm.der());
+}
+
+bool AlgorithmParts::hasNull() const noexcept {
+  return parameters && parameters->is(asn1_tag::kNull) && parameters->content.empty();
+}
+
+std::optional<Hash> hashOfOid(Bytes oid) noexcept {
+  for (const KnownHash& known : kHashes) {
+    if (sameOctets(oid, known.oid.der())) return known.hash;
+  }
+  return std::nullopt;
+}
+
+Result<AlgorithmParts> readAlgorithm(const DerElement& identifier) noexcept {
+  AlgorithmParts parts;
+  DerElement element;
+  DerCursor members(identifier);
+  if (!identifier.isSequence() || !members.take(asn1_tag::kOid, element)) {
+    return malformedAt(identifier.offset);
+  }
+  parts.oid = element.content;
+  if (members.next(element)) parts.parameters = element;
+  if (!members.atEnd()) return malformedAt(members.offset());
+  return parts;
+}
+
+// RSASSA-PSS-params ::= SEQUENCE {
+//   hashAlgorithm     [0] HashAlgorithm     DEFAULT sha1Identifier,
+//   maskGenAlgorithm  [1] MaskGenAlgorithm  DEFAULT mgf1SHA1Identifier,
+//   saltLength        [2] INTEGER           DEFAULT 20,
+//   trailerField      [3] INTEGER           DEFAULT 1 }
+Result<PssParameters> readPssParameters(const DerElement& parameters) noexcept {
+  if (!parameters.isSequence()) return malformedAt(parameters.offset);
+  PssParameters values;
+  uint32_t trailer = 1;
+  DerCursor members(parameters);
+  if (const auto error = readOptional(members, 0, &readHash, values.hash)) return *error;
+  if (const auto error = readOptional(members, 1, &readMaskHash, values.maskHash)) return *error;
+  if (const auto error = readOptional(members, 2, &readNumber, values.saltLength)) return *error;
+  const uint32_t trailerAt = members.offset();
+  if (const auto error = readOptional(members, 3, &readNumber, trailer)) return *error;
+  if (!members.atEnd()) return malformedAt(members.offset());
+  if (trailer != 1) return unknownAt(trailerAt);
+  return values;
+}
+
+namespace {
+
+// RFC 4055 §3.1: the parameters are there.
+SchemeReading readPssScheme(const DerElement& identifier,
+                            const std::optional<DerElement>& parameters) noexcept {
+  constexpr SignatureFault kFault = SignatureFault::parametersNotUnderstood;
+  if (!parameters) return {kFault, identifier.offset, true};
+  const Result<PssParameters> pss = readPssParameters(*parameters);
+  if (pss) return {.scheme = {KeyKind::rsaPss, pss->hash, pss->maskHash, pss->saltLength}};
+  return {kFault, pss.error().offset, pss.error().code == ErrorCode::malformedField};
+}
+
+}  // namespace
+
+SchemeReading readScheme(const DerElement& identifier) noexcept {
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  if (!algorithm) return {SignatureFault::parametersForbidden, algorithm.error().offset};
+  const auto* const known =
+      std::find_if(std::begin(kSchemes), std::end(kSchemes),
+                   [&](const KnownScheme& scheme) { return algorithm->is(scheme.oid); });
+  if (known == std::end(kSchemes)) return {SignatureFault::algorithmUnknown, identifier.offset};
+  const auto& parameters = algorithm->parameters;
+  if (known->key == KeyKind::rsaPss) {
+    return readPssScheme(identifier, parameters);
+  }
+  const bool isNullAllowed = known->key == KeyKind::rsa && algorithm->hasNull();
+  if (parameters && !isNullAllowed) {
+    return {SignatureFault::parametersForbidden, parameters->offset};
+  }
+  return {.scheme = {known->key, known->hash}};
+}
+
+}  // namespace velmora

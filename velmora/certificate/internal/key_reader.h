@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+
+#include "velmora/certificate/bytes.h"
+#include "velmora/certificate/internal/algorithm_reader.h"
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/public_key.h"
+#include "velmora/certificate/result.h"
+
+namespace velmora {
+
+/// A SubjectPublicKeyInfo (RFC 5280 §4.1.2.7) taken apart by the syntax of its algorithm. Numbers
+/// are big-endian without a zero octet in front, and above 0.
+struct KeyParts {
+  KeyKind kind = KeyKind::other;
+  Bytes algorithm;  // the content octets of its OID
+  Bytes bits;       // of subjectPublicKey, without the octet that counts unused ones
+
+  Bytes modulus, exponent;           // of an RSA key
+  std::optional<PssParameters> pss;  // of one for RSASSA-PSS that is bound to some
+  bool isBoundToUnknown = false;     // to such that are not understood
+
+  Bytes p, q, g, y;  // of a DSA key; p, q and g are empty when they are those of the issuer's key
+
+  Bytes curve;       // of an EC key: the content octets of the curve's OID, empty without one
+  Bytes fieldPrime;  // of one with explicit parameters, where its field has a prime
+};
+
+/// The kind that the OID of the algorithm says, whatever else is wrong with the key.
+KeyKind kindOfKey(const DerElement& spki) noexcept;
+
+/// Error malformedKey with the offset of what is not of the syntax of RFC 3279 §2.3, RFC 4055 §1.2,
+/// RFC 5480 §2 or RFC 8410 §3 and §4, in DER to the letter. Of other algorithms the outer form is
+/// all that is looked at, and whether a point lies on its curve is another question.
+Result<KeyParts> readKey(const DerElement& spki) noexcept;
+
+/// The bits of a field or number; 0 for none.
+unsigned bitsOf(Bytes number) noexcept;
+/// The bits of a known curve's field; 0 for another.
+unsigned bitsOfCurve(Bytes oid) noexcept;
+
+}  // namespace velmora

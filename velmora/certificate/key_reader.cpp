@@ -1,0 +1,213 @@
+#include "velmora/certificate/internal/key_reader.h"
+
+#include <bit>
+
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/support/asn1/oids.h"
+#include "velmora/support/bignum/curves/curve.h"
+
+namespace velmora {
+namespace {
+
+using Fault = std::optional<uint32_t>;  // the offset of what does not fit
+
+// The parts of the key that every algorithm has.
+struct Outside {
+  AlgorithmParts algorithm;
+  DerElement identifier;
+  DerElement key;  // the BIT STRING
+};
+
+struct KnownKey {
+  Oid oid;
+  KeyKind kind;
+  Fault (*read)(const Outside& outside, KeyParts& parts) noexcept;
+};
+
+// INTEGER above 0 in its shortest form.
+bool takePositive(DerCursor& members, Bytes& number) noexcept {
+  DerElement element;
+  DerCursor look = members;
+  if (!look.take(asn1_tag::kInteger, element) || !isShortestInteger(element.content)) return false;
+  const Bytes content = element.content;
+  if ((content[0] & std::byte{0x80}) != std::byte{0}) return false;
+  number = content[0] == std::byte{0} ? content.subspan(1) : content;
+  if (number.empty()) return false;
+  members = look;
+  return true;
+}
+
+Fault endOf(const DerCursor& members) noexcept {
+  return members.atEnd() ? Fault() : members.offset();
+}
+
+// SEQUENCE { INTEGER, ... } with so many numbers.
+template <class... Numbers>
+Fault readNumbers(const DerElement& sequence, Numbers&... numbers) noexcept {
+  DerCursor members(sequence);
+  if (!sequence.isSequence()) return sequence.offset;
+  if (!(takePositive(members, numbers) && ...)) return members.offset();
+  return endOf(members);
+}
+
+// The one element that the octets of the key are.
+DerCursor insideOf(const Outside& outside, const KeyParts& parts) noexcept {
+  return {parts.bits, outside.key.contentOffset() + 1};
+}
+
+// RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017 §A.1.1)
+Fault readRsaNumbers(const Outside& outside, KeyParts& parts) noexcept {
+  DerElement numbers;
+  DerCursor inside = insideOf(outside, parts);
+  if (!inside.next(numbers)) return inside.offset();
+  if (const Fault fault = readNumbers(numbers, parts.modulus, parts.exponent)) return fault;
+  return endOf(inside);
+}
+
+// The parameters are NULL (RFC 4055 §1.2); keys without any are read as well, as NULL says nothing.
+Fault readRsa(const Outside& outside, KeyParts& parts) noexcept {
+  const auto& parameters = outside.algorithm.parameters;
+  if (parameters && !outside.algorithm.hasNull()) return parameters->offset;
+  return readRsaNumbers(outside, parts);
+}
+
+// The parameters are those of RSASSA-PSS, or absent (RFC 4055 §1.2).
+Fault readRsaPss(const Outside& outside, KeyParts& parts) noexcept {
+  if (const auto& parameters = outside.algorithm.parameters) {
+    const Result<PssParameters> pss = readPssParameters(*parameters);
+    parts.isBoundToUnknown = !pss && pss.error().code == ErrorCode::unknownAlgorithm;
+    if (!pss && !parts.isBoundToUnknown) return pss.error().offset;
+    if (pss) parts.pss = *pss;
+  }
+  return readRsaNumbers(outside, parts);
+}
+
+// Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }, or absent when they are those of the
+// issuer's key; DSAPublicKey ::= INTEGER (RFC 3279 §2.3.2).
+Fault readDsa(const Outside& outside, KeyParts& parts) noexcept {
+  if (const auto& parameters = outside.algorithm.parameters) {
+    if (const Fault fault = readNumbers(*parameters, parts.p, parts.q, parts.g)) return fault;
+  }
+  DerCursor inside = insideOf(outside, parts);
+  if (!takePositive(inside, parts.y)) return inside.offset();
+  return endOf(inside);
+}
+
+// SpecifiedECDomain ::= SEQUENCE { version INTEGER, fieldID SEQUENCE { fieldType OBJECT IDENTIFIER,
+//   parameters ANY DEFINED BY fieldType }, ... } (SEC 1 §C.2), of which the prime is looked for.
+Fault readExplicitCurve(const DerElement& domain, KeyParts& parts) noexcept {
+  DerElement element;
+  DerCursor members(domain);
+  if (!members.take(asn1_tag::kInteger, element)) return members.offset();
+  if (!members.takeSequence(element)) return members.offset();
+  DerCursor field(element);
+  if (!field.take(asn1_tag::kOid, element)) return field.offset();
+  takePositive(field, parts.fieldPrime);
+  return std::nullopt;
+}
+
+// ECPoint ::= OCTET STRING, as octets of SEC 1 §2.3.3: 04 and both coordinates, or 02 or 03 and one
+// (RFC 5480 §2.2).
+bool isPoint(Bytes octets, unsigned fieldBits) noexcept {
+  if (octets.empty()) return false;
+  const bool isWhole = octets[0] == std::byte{4};
+  const bool isCompressed = octets[0] == std::byte{2} || octets[0] == std::byte{3};
+  const size_t size = (fieldBits + 7) / 8;
+  return (isWhole && (size == 0 || octets.size() == 1 + 2 * size)) ||
+         (isCompressed && (size == 0 || octets.size() == 1 + size));
+}
+
+// ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER, implicitCurve NULL,
+//   specifiedCurve SpecifiedECDomain }
+Fault readEc(const Outside& outside, KeyParts& parts) noexcept {
+  const auto& parameters = outside.algorithm.parameters;
+  if (!parameters) return outside.identifier.offset;
+  if (parameters->is(asn1_tag::kOid) && isOid(parameters->content)) {
+    parts.curve = parameters->content;
+  } else if (parameters->isSequence()) {
+    if (const Fault fault = readExplicitCurve(*parameters, parts)) return fault;
+  } else if (!outside.algorithm.hasNull()) {
+    return parameters->offset;
+  }
+  const unsigned bits = parts.curve.empty() ? bitsOf(parts.fieldPrime) : bitsOfCurve(parts.curve);
+  return isPoint(parts.bits, bits) ? Fault() : outside.key.offset;
+}
+
+// No parameters, and 32 octets (RFC 8410 §3 and §4).
+Fault readEd25519(const Outside& outside, KeyParts& parts) noexcept {
+  constexpr size_t kKeySize = 32;
+  if (const auto& parameters = outside.algorithm.parameters) return parameters->offset;
+  return parts.bits.size() == kKeySize ? Fault() : outside.key.offset;
+}
+
+constexpr KnownKey kKeys[] = {
+    {"1.2.840.113549.1.1.1", KeyKind::rsa, &readRsa},
+    {"1.2.840.10045.2.1", KeyKind::ec, &readEc},
+    {"1.2.840.113549.1.1.10", KeyKind::rsaPss, &readRsaPss},
+    {"1.3.101.112", KeyKind::ed25519, &readEd25519},
+    {"1.2.840.10040.4.1", KeyKind::dsa, &readDsa},
+};
+
+const KnownKey* findKey(Bytes algorithm) noexcept {
+  for (const KnownKey& key : kKeys) {
+    if (sameOctets(algorithm, key.oid.der())) return &key;
+  }
+  return nullptr;
+}
+
+Error malformedAt(uint32_t offset) noexcept {
+  return {ErrorCode::malformedKey, Found::certificate, offset};
+}
+
+}  // namespace
+
+KeyKind kindOfKey(const DerElement& spki) noexcept {
+  DerCursor members(spki);
+  DerElement identifier;
+  DerElement oid;
+  if (!members.takeSequence(identifier)) return KeyKind::other;
+  DerCursor(identifier).take(asn1_tag::kOid, oid);
+  const KnownKey* const known = findKey(oid.content);
+  return known != nullptr ? known->kind : KeyKind::other;
+}
+
+// SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
+Result<KeyParts> readKey(const DerElement& spki) noexcept {
+  Outside outside;
+  DerCursor members(spki);
+  if (!spki.isSequence()) return malformedAt(spki.offset);
+  if (!members.takeSequence(outside.identifier)) return malformedAt(members.offset());
+  const Result<AlgorithmParts> algorithm = readAlgorithm(outside.identifier);
+  if (!algorithm) return malformedAt(algorithm.error().offset);
+  outside.algorithm = *algorithm;
+  if (!isOid(algorithm->oid)) return malformedAt(outside.identifier.contentOffset());
+  if (!members.take(asn1_tag::kBitString, outside.key)) return malformedAt(members.offset());
+  if (!members.atEnd()) return malformedAt(members.offset());
+  if (!isBitString(outside.key.content)) return malformedAt(outside.key.offset);
+  KeyParts parts;
+  parts.algorithm = algorithm->oid;
+  parts.bits = outside.key.content.subspan(1);
+  const KnownKey* const known = findKey(algorithm->oid);
+  if (known == nullptr) return parts;
+  parts.kind = known->kind;
+  if (outside.key.content[0] != std::byte{0}) return malformedAt(outside.key.offset);
+  if (const Fault fault = known->read(outside, parts)) return malformedAt(*fault);
+  return parts;
+}
+
+unsigned bitsOf(Bytes number) noexcept {
+  if (number.empty()) return 0;
+  const auto first = std::to_integer<unsigned>(number.front());
+  return static_cast<unsigned>(8 * (number.size() - 1)) +
+         static_cast<unsigned>(std::bit_width(first));
+}
+
+unsigned bitsOfCurve(Bytes oid) noexcept {
+  constexpr size_t kLongest = 16;  // more than the OID of any curve
+  char dotted[maxDottedSize(kLongest)];
+  const size_t size = oid.size() <= kLongest ? writeDottedOid(octetsOf(oid), dotted) : 0;
+  const vartime::Curve* const curve = vartime::findCurve({dotted, size});
+  return curve != nullptr ? curve->parameters().bits : 0;
+}
+
+}  // namespace velmora

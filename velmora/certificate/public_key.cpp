@@ -1,0 +1,58 @@
+#include "velmora/certificate/public_key.h"
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/block.h"
+#include "velmora/certificate/internal/key_reader.h"
+
+namespace velmora {
+namespace {
+
+unsigned sizeOf(const KeyParts& parts) noexcept {
+  constexpr unsigned kEd25519Bits = 255;
+  switch (parts.kind) {
+    case KeyKind::rsa:
+    case KeyKind::rsaPss:
+      return bitsOf(parts.modulus);
+    case KeyKind::dsa:
+      return bitsOf(parts.p);
+    case KeyKind::ec:
+      return parts.curve.empty() ? bitsOf(parts.fieldPrime) : bitsOfCurve(parts.curve);
+    case KeyKind::ed25519:
+      return kEd25519Bits;
+    case KeyKind::other:
+      break;
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::string_view PublicKey::kindName() const noexcept {
+  switch (kind) {
+    case KeyKind::rsa:
+      return "RSA";
+    case KeyKind::rsaPss:
+      return "RSA-PSS";
+    case KeyKind::dsa:
+      return "DSA";
+    case KeyKind::ec:
+      return "EC";
+    case KeyKind::ed25519:
+      return "Ed25519";
+    case KeyKind::other:
+      break;
+  }
+  return {};
+}
+
+Result<PublicKey> Certificate::publicKey() const noexcept {
+  const uint32_t at = m_block->index().spki;
+  DerElement spki;
+  DerCursor(m_block.bytes().subspan(at), at).next(spki);
+  const Result<KeyParts> parts = readKey(spki);
+  if (!parts) return parts.error();
+  return PublicKey{parts->kind, Oid::fromDer(parts->algorithm), Oid::fromDer(parts->curve),
+                   sizeOf(*parts)};
+}
+
+}  // namespace velmora
