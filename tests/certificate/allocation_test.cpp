@@ -1,0 +1,43 @@
+#include "tests/common/allocation_fault.h"
+
+#include "tests/certificate/typed_test.h"
+
+namespace velmora::test {
+namespace {
+
+TEST(Allocation, IsOneForACertificateOfAnyNumberOfExtensions) {
+  std::string many;
+  for (int i = 0; i < 1000; ++i) many += extension("1.2.3", der::octets(""));
+  for (const std::string& der : {der::Certificate().der(), withExtensions(many)}) {
+    Result<Certificate> result = Error();
+    const size_t faults = forEachAllocationFault(
+        [&] { result = Certificate::parse(der); },
+        [&](bool faulted) {
+          ASSERT_EQ(result.has_value(), !faulted);
+          EXPECT_TRUE(!faulted || result.error().code == ErrorCode::outOfMemory);
+        });
+    EXPECT_EQ(faults, 1U);
+  }
+}
+
+TEST(Allocation, WithoutMemoryNoNameIsParsedOrMatched) {
+  const char* const text = R"(CN=a\00+O=#0C0141,1.2.3=b+UID=\C3\BC)";
+  const Name name = *Name::parse(text);
+  Result<Name> parsedName = Error();
+  const size_t parseFaults = forEachAllocationFault(
+      [&] { parsedName = Name::parse(text); },
+      [&](bool faulted) {
+        EXPECT_EQ(faulted, !parsedName);
+        EXPECT_TRUE(parsedName ? *parsedName == name
+                               : parsedName.error() == Error{ErrorCode::outOfMemory});
+      });
+  EXPECT_GT(parseFaults, 0U);
+  const Name other = *Name::parse("o=A+CN=A\\00,1.2.3=B+UID=\xC3\xBC");
+  bool matched = false;
+  const size_t matchFaults = forEachAllocationFault(
+      [&] { matched = name.matches(other); }, [&](bool faulted) { EXPECT_EQ(matched, !faulted); });
+  EXPECT_EQ(matchFaults, 8U);  // two for each of four multi-valued RDNs
+}
+
+}  // namespace
+}  // namespace velmora::test

@@ -1,0 +1,103 @@
+#include "tests/certificate/typed_test.h"
+
+namespace velmora::test {
+namespace {
+
+using namespace std::string_literals;
+using der::Bytes;
+
+constexpr const char *kRsa = "1.2.840.113549.1.1.1", *kPss = "1.2.840.113549.1.1.10",
+                     *kDsa = "1.2.840.10040.4.1", *kEc = "1.2.840.10045.2.1",
+                     *kEd25519 = "1.3.101.112", *kP256 = "1.2.840.10045.3.1.7",
+                     *kPrimeField = "1.2.840.10045.1.1";
+
+Bytes key(const char* algorithm, const Bytes& parameters, const Bytes& bits) {
+  return der::sequence(der::sequence(der::oid(algorithm), parameters), bits);
+}
+
+// "EC 1.2.840.10045.3.1.7 256", or "malformed".
+std::string shown(const Result<PublicKey>& key) {
+  if (!key) return key.error().code == ErrorCode::malformedKey ? "malformed" : "?";
+  const std::string curve = key->curve.isEmpty() ? "" : key->curve.text() + " ";
+  const std::string kind = key->kind == KeyKind::other ? key->algorithm.text() : "";
+  return kind + std::string(key->kindName()) + " " + curve + std::to_string(key->bits);
+}
+
+// Keys are read to the letter: under each that can be there is one that differs from it in one
+// thing and cannot, with the place of that.
+TEST(PublicKeys, AreDescribedOrMalformed) {
+  const Bytes n = der::integer("\0\x80\1"s), e = der::integer("\3");
+  const Bytes rsa = der::bits(der::sequence(n, e));
+  const Bytes sha256 = der::algorithm("2.16.840.1.101.3.4.2.1");
+  const Bytes text = der::utf8("x");
+  const auto pss = [](const Bytes& hash) { return der::sequence(der::context(0, hash)); };
+  const Bytes numbers =
+      der::sequence(der::integer("\x7F"), der::integer("\x11"), der::integer("\2"));
+  const Bytes dsa = der::bits(der::integer("\5"));
+  const Bytes point = der::bits("\4" + std::string(64, 'x'));
+  const Bytes shortPoint = der::bits("\4" + std::string(63, 'x'));
+  const Bytes field = der::sequence(der::oid(kPrimeField), der::integer("\x1F"));
+  const Bytes unknownCurve = der::oid("1.2.3");
+  const struct {
+    Bytes key;
+    std::string shown;
+    Bytes at = "";
+  } rows[] = {
+      {key(kRsa, der::null(), rsa), "RSA 16"},
+      {key(kRsa, "", rsa), "RSA 16"},
+      {key(kRsa, text, rsa), "malformed", text},
+      {key(kRsa, der::null() + text, rsa), "malformed", text},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, e), 1)), "malformed",
+       der::bits(der::sequence(n, e), 1)},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, e) + text)), "malformed", text},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, e, text))), "malformed", text},
+      {key(kRsa, der::null(), der::bits(der::sequence(n))), "malformed"},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, der::integer("\0"s)))), "malformed",
+       der::integer("\0"s)},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, der::integer("\x83")))), "malformed",
+       der::integer("\x83")},
+      {key(kRsa, der::null(), der::bits(der::sequence(n, der::integer("\0\3"s)))), "malformed",
+       der::integer("\0\3"s)},
+      {key(kPss, "", rsa), "RSA-PSS 16"},
+      {key(kPss, pss(sha256), rsa), "RSA-PSS 16"},
+      {key(kPss, pss(der::algorithm("1.2.3")), rsa), "RSA-PSS 16"},
+      {key(kPss, pss(text), rsa), "malformed", text},
+      {key(kDsa, numbers, dsa), "DSA 7"},
+      {key(kDsa, "", dsa), "DSA 0"},
+      {key(kDsa, der::null(), dsa), "malformed", der::null() + dsa},
+      {key(kDsa, numbers, der::bits(der::integer(""))), "malformed", der::integer("")},
+      {key(kEc, der::oid(kP256), point), "EC 1.2.840.10045.3.1.7 256"},
+      {key(kEc, der::oid(kP256), der::bits("\2" + std::string(32, 'x'))),
+       "EC 1.2.840.10045.3.1.7 256"},
+      {key(kEc, der::oid(kP256), shortPoint), "malformed", shortPoint},
+      {key(kEc, der::oid(kP256), der::bits("\6" + std::string(64, 'x'))), "malformed"},
+      {key(kEc, unknownCurve, shortPoint), "EC 1.2.3 0"},
+      {key(kEc, unknownCurve, der::bits("")), "malformed", der::bits("")},
+      {key(kEc, der::null(), point), "EC 0"},
+      {key(kEc, "", point), "malformed", der::sequence(der::oid(kEc))},
+      {key(kEc, text, point), "malformed", text},
+      {key(kEc, der::sequence(der::integer("\1"), field), der::bits("\4xy")), "EC 5"},
+      {key(kEc, der::sequence(der::integer("\1"), text), der::bits("\4xy")), "malformed", text},
+      {key(kEd25519, "", der::bits(std::string(32, 'x'))), "Ed25519 255"},
+      {key(kEd25519, "", der::bits(std::string(31, 'x'))), "malformed",
+       der::bits(std::string(31, 'x'))},
+      {key(kEd25519, der::null(), der::bits(std::string(32, 'x'))), "malformed"},
+      {key("1.2.3", text, der::bits("\x10", 4)), "1.2.3 0"},
+      {key("1.2.3", text, der::element(3, "\x08\x10")), "malformed"},
+      {key("1.2.3", text, der::element(3, "")), "malformed", der::element(3, "")},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    der::Certificate fields;
+    fields.publicKey = row.key;
+    const Certificate certificate = parsed(fields.der());
+    const Result<PublicKey> found = certificate.publicKey();
+    EXPECT_EQ(shown(found), row.shown);
+    if (!found && !row.at.empty()) {
+      EXPECT_EQ(found.error().offset, offsetOf(certificate, row.at));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velmora::test

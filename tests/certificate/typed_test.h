@@ -1,0 +1,108 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/common/der_builder.h"
+#include "velmora/certificate/certificate.h"
+#include "velmora/reading/certificate_reader.h"
+
+namespace velmora::test {
+
+/// A certificate that has to be one.
+inline Certificate parsed(const der::Bytes& der) {
+  const Result<Certificate> certificate = Certificate::parse(der);
+  if (!certificate) std::abort();
+  return *certificate;
+}
+
+inline Certificate withSubject(const der::Bytes& name) {
+  der::Certificate fields;
+  fields.subject = name;
+  return parsed(fields.der());
+}
+
+inline Certificate withExtension(const der::Bytes& id, const der::Bytes& value) {
+  der::Certificate fields;
+  fields.extensions = der::context(3, der::sequence(der::sequence(id, der::octets(value))));
+  return parsed(fields.der());
+}
+
+/// An Extension of these members behind its OID.
+template <class... Parts>
+der::Bytes extension(const std::string& oid, const Parts&... parts) {
+  return der::sequence(der::oid(oid), parts...);
+}
+
+/// The DER of a certificate with one field replaced.
+inline der::Bytes withField(der::Bytes der::Certificate::*field, const der::Bytes& value) {
+  der::Certificate fields;
+  fields.*field = value;
+  return fields.der();
+}
+template <class... Extensions>
+der::Bytes withExtensions(const Extensions&... extensions) {
+  return withField(&der::Certificate::extensions, der::context(3, der::sequence(extensions...)));
+}
+
+/// The DER of the certificates of tests/data.
+inline std::vector<std::string> madeCertificates() {
+  struct Collector final : CertificateSink {
+    void certificate(const CertificatePlace&, std::span<const unsigned char> der) override {
+      ders.emplace_back(der.begin(), der.end());
+    }
+    void failure(const CertificatePlace&, const CertificateFailure&) override {}
+    std::vector<std::string> ders;
+  } collector;
+  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/certificates.pem", std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  CertificateReader reader(collector);
+  reader.feed(std::string_view(bytes));
+  reader.finish();
+  return collector.ders;
+}
+
+/// Where some octets that stand in a certificate once start in it.
+inline uint32_t offsetOf(const Certificate& certificate, std::string_view octets) {
+  const Bytes der = certificate.der();
+  const std::string_view all(reinterpret_cast<const char*>(der.data()), der.size());
+  EXPECT_EQ(all.find(octets), all.rfind(octets));
+  return static_cast<uint32_t>(all.find(octets));
+}
+
+inline std::string charactersOf(Bytes octets) {
+  return {reinterpret_cast<const char*>(octets.data()), octets.size()};
+}
+
+/// An implicitly tagged, primitive [n].
+inline der::Bytes primitive(unsigned n, std::string_view content) {
+  return der::element(0x80 | n, content);
+}
+
+/// A name with its kind in front; what a RawName is, with its tag.
+inline std::string textOf(const GeneralName& name) {
+  struct {
+    std::string operator()(const DnsName& dns) const { return "dns " + dns.text; }
+    std::string operator()(const EmailAddress& email) const { return "email " + email.text; }
+    std::string operator()(const Uri& uri) const { return "uri " + uri.text; }
+    std::string operator()(const IpAddress& ip) const { return "ip " + ip.text(); }
+    std::string operator()(const IpRange& range) const { return "range " + range.text(); }
+    std::string operator()(const Name& dn) const { return "name " + *dn.rfc4514(); }
+    std::string operator()(const RegisteredId& id) const { return "id " + id.id.text(); }
+    std::string operator()(const OtherName& other) const {
+      return "other " + other.type.text() + " " + other.text().value_or("no text");
+    }
+    std::string operator()(const RawName& raw) const {
+      return (raw.malformed ? "malformed " : "raw ") + std::to_string(raw.tag);
+    }
+  } const kind;
+  return std::visit(kind, name);
+}
+
+}  // namespace velmora::test

@@ -1,0 +1,236 @@
+#include <algorithm>
+#include <array>
+#include <new>
+#include <optional>
+
+#include "velmora/certificate/internal/departure_list.h"
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/encoding_check.h"
+
+// Where extensions depart from RFC 5280 §4.2 one by one: the list, what stands in each, and whether
+// it may be critical. What they say together is in departures_rules.cpp.
+
+namespace velmora {
+namespace {
+
+using Code = DepartureCode;
+
+enum class Criticality : uint8_t { either, must, mustNot };
+
+// One known extension with the place of each general name in it.
+class ExtensionPart {
+ public:
+  ExtensionPart(const ExaminedCertificate& examined, DepartureList& list) noexcept
+      : m_examined(examined), m_list(list) {}
+
+  const Certificate& certificate() const noexcept { return m_examined.certificate; }
+
+  // What an operation of Certificate answered: its error, and the names in it.
+  template <class T>
+  void judge(const Result<T>& answer) {
+    if (answer) return examine(*answer);
+    if (answer.error().code == ErrorCode::outOfMemory) throw std::bad_alloc();
+    const bool isMalformed = answer.error().code == ErrorCode::malformedExtension;
+    if (isMalformed && m_list.isCertain()) {
+      m_list.add(Code::extensionMalformed, answer.error().offset);
+    }
+  }
+
+ private:
+  template <class T>
+  void examine(const T&) {}
+
+  void examine(const GeneralName& name) {
+    if (const auto* const raw = std::get_if<RawName>(&name)) {
+      if (raw->malformed) m_list.add(Code::generalNameMalformed, raw->offset);
+    } else if (const auto* const directory = std::get_if<Name>(&name)) {
+      const Bytes der = directory->der();
+      examineName(der, static_cast<uint32_t>(der.data() - m_examined.der().data()), m_list);
+    }
+  }
+  void examine(const Access& access) { examine(access.location); }
+  void examine(const AuthorityKeyId& id) { examine(id.issuer); }
+  void examine(const DistributionPoint& point) {
+    examine(point.fullName);
+    examine(point.crlIssuer);
+  }
+  void examine(const NameConstraints& constraints) {
+    examine(constraints.permitted);
+    examine(constraints.excluded);
+  }
+  template <class T>
+  void examine(const std::vector<T>& list) {
+    for (const T& member : list) examine(member);
+  }
+
+  const ExaminedCertificate& m_examined;
+  DepartureList& m_list;
+};
+
+// What is known of an extension: its criticality where RFC 5280 says MUST, the spots of its syntax
+// that show their type to nobody else, and who reads it.
+struct KnownExtension {
+  Oid id;
+  Criticality criticality;
+  void (*judge)(ExtensionPart& part);  // null: the content is opaque here
+  std::array<ContentSpot, 2> spots = {};
+};
+
+constexpr auto kEither = Criticality::either;
+constexpr auto kMust = Criticality::must;
+constexpr auto kMustNot = Criticality::mustNot;
+constexpr uint32_t kBoolean = 0x01, kBitString = 0x03, kContext = 0x80, kConstructed = 0x20;
+
+// subjectDirectoryAttributes, of whose content nothing is known.
+constexpr Oid kDirectoryAttributes{"2.5.29.9"};
+
+// The reasons of a distribution point, and the RDN of its name.
+constexpr std::array<ContentSpot, 2> kPointSpots = {
+    {{2, kContext | 1, ContentRule::namedBits},
+     {3, kContext | kConstructed | 1, ContentRule::setOf}}};
+
+constexpr KnownExtension kKnown[] = {
+    {oid::subjectKeyIdentifier, kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().subjectKeyId()); }},
+    {oid::keyUsage,
+     kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().keyUsage()); },
+     {{{0, kBitString, ContentRule::namedBits}}}},
+    {oid::subjectAltName, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().subjectAltNames()); }},
+    {oid::issuerAltName, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().issuerAltNames()); }},
+    {oid::basicConstraints,
+     kEither,  // a rule of its own
+     [](ExtensionPart& part) { part.judge(part.certificate().basicConstraints()); },
+     {{{1, kBoolean, ContentRule::falseIsDefault}}}},
+    {oid::nameConstraints,
+     kMust,
+     [](ExtensionPart& part) { part.judge(part.certificate().nameConstraints()); },
+     {{{3, kContext | 0, ContentRule::zeroIsDefault}}}},
+    {oid::crlDistributionPoints, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().crlDistributionPoints()); },
+     kPointSpots},
+    {oid::certificatePolicies, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().policies()); }},
+    {oid::policyMappings, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().policyMappings()); }},
+    {oid::authorityKeyIdentifier,
+     kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().authorityKeyId()); },
+     {{{1, kContext | 2, ContentRule::integer}}}},
+    {oid::policyConstraints,
+     kMust,
+     [](ExtensionPart& part) { part.judge(part.certificate().policyConstraints()); },
+     {{{1, kContext | 0, ContentRule::integer}, {1, kContext | 1, ContentRule::integer}}}},
+    {oid::extKeyUsage, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().extendedKeyUsage()); }},
+    {oid::freshestCrl, kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().freshestCrl()); }, kPointSpots},
+    {oid::inhibitAnyPolicy, kMust,
+     [](ExtensionPart& part) { part.judge(part.certificate().inhibitAnyPolicy()); }},
+    {oid::noRevAvail, kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().noRevocationAvailable()); }},
+    {oid::authorityInfoAccess, kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().authorityInfoAccess()); }},
+    {oid::subjectInfoAccess, kMustNot,
+     [](ExtensionPart& part) { part.judge(part.certificate().subjectInfoAccess()); }},
+    {oid::tlsFeature, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().tlsFeatures()); }},
+    {oid::ocspNoCheck, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().ocspNoCheck()); }},
+    {oid::signedTimestamps, kEither,
+     [](ExtensionPart& part) { part.judge(part.certificate().signedTimestamps()); }},
+    {kDirectoryAttributes, kMustNot, nullptr},
+};
+
+// An extension of the list that has an OID.
+struct Listed {
+  const ExtensionEntry* entry;
+  Bytes id;
+  bool isRepeated;  // there is another one with that OID
+};
+
+const KnownExtension* findKnown(Bytes id) noexcept {
+  for (const KnownExtension& known : kKnown) {
+    if (sameOctets(id, known.id.der())) return &known;
+  }
+  return nullptr;
+}
+
+// Sorted by OIDs, so that those of one OID stand together, in the order of the certificate.
+std::vector<Listed> sortedExtensions(const ExaminedCertificate& examined) {
+  std::vector<Listed> listed;
+  listed.reserve(examined.block.extensions().size());
+  for (const ExtensionEntry& entry : examined.block.extensions()) {
+    if (entry.id != 0) listed.push_back({&entry, contentAt(examined.der(), entry.id), false});
+  }
+  std::sort(listed.begin(), listed.end(), [](const Listed& a, const Listed& b) {
+    const auto differ = std::mismatch(a.id.begin(), a.id.end(), b.id.begin(), b.id.end());
+    const bool aEnds = differ.first == a.id.end();
+    const bool bEnds = differ.second == b.id.end();
+    if (aEnds && bEnds) return a.entry->at < b.entry->at;
+    return aEnds || (!bEnds && *differ.first < *differ.second);
+  });
+  for (size_t i = 1; i < listed.size(); ++i) {
+    if (!sameOctets(listed[i - 1].id, listed[i].id)) continue;
+    listed[i - 1].isRepeated = listed[i].isRepeated = true;
+  }
+  return listed;
+}
+
+void examineList(const ExaminedCertificate& examined, DepartureList& list) {
+  const CertificateIndex& index = examined.index();
+  list.beginPart();
+  if (index.extensionFault != 0) list.add(Code::extensionListMalformed, index.extensionFault);
+  if (index.extensions != 0 && (examined.version == 1 || examined.version == 2)) {
+    list.add(Code::extensionsInOldVersion, index.extensions);
+  }
+}
+
+// What an extension of the list is beside its value.
+void examineOutside(const ExaminedCertificate& examined, const ExtensionEntry& entry,
+                    DepartureList& list) {
+  constexpr ContentSpot kSpots[] = {{1, kBoolean, ContentRule::falseIsDefault}};
+  checkEncoding(elementAt(examined.der(), entry.at), entry.at, kSpots, list);
+}
+
+void examineKnown(const ExaminedCertificate& examined, const Listed& listed,
+                  const KnownExtension& known, DepartureList& list) {
+  const ExtensionEntry& entry = *listed.entry;
+  const bool mustBe = known.criticality == kMust;
+  if (known.criticality != kEither && entry.critical != mustBe) {
+    list.add(Code::criticalityWrong, entry.at);
+  }
+  if (known.judge == nullptr || entry.value == 0) return;
+  const Bytes value = contentAt(examined.der(), entry.value);
+  const auto valueAt = static_cast<uint32_t>(value.data() - examined.der().data());
+  checkEncoding(value, valueAt, known.spots, list);
+  // One that is there twice is not answered.
+  if (listed.isRepeated || !entry.isWellFormed) return;
+  ExtensionPart part(examined, list);
+  known.judge(part);
+}
+
+}  // namespace
+
+void examineExtensions(const ExaminedCertificate& examined, DepartureList& list) {
+  examineList(examined, list);
+  const std::vector<Listed> extensions = sortedExtensions(examined);
+  for (size_t i = 0; i < extensions.size(); ++i) {
+    const Listed& listed = extensions[i];
+    if (i != 0 && sameOctets(extensions[i - 1].id, listed.id)) {
+      list.add(Code::extensionRepeated, listed.entry->at);
+    } else {
+      list.beginPart(Oid::fromDer(listed.id));
+    }
+    examineOutside(examined, *listed.entry, list);
+    if (const KnownExtension* const known = findKnown(listed.id)) {
+      examineKnown(examined, listed, *known, list);
+    }
+  }
+  examineRules(examined, list);
+}
+
+}  // namespace velmora

@@ -1,0 +1,225 @@
+#include <algorithm>
+
+#include "velmora/certificate/internal/algorithm_reader.h"
+#include "velmora/certificate/internal/departure_list.h"
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/encoding_check.h"
+#include "velmora/certificate/internal/key_reader.h"
+#include "velmora/certificate/internal/name_reader.h"
+#include "velmora/certificate/internal/text_reader.h"
+#include "velmora/support/log/log_base.h"
+#include "velmora/support/time/velmora_sys_time.h"
+
+// Where the fields of a certificate depart from RFC 5280 §4.1. parse() has seen that identifiers
+// and lengths are DER, and that each field is of its type.
+
+namespace velmora {
+namespace {
+
+using Code = DepartureCode;
+
+DerElement elementOf(const ExaminedCertificate& examined, uint32_t at) noexcept {
+  DerElement element;
+  DerCursor(examined.der().subspan(at), at).next(element);
+  return element;
+}
+
+// Starts the part that a field is.
+DerElement beginField(const ExaminedCertificate& examined, uint32_t at, DepartureList& list) {
+  const DerElement field = elementOf(examined, at);
+  list.beginPart();
+  checkEncoding(field.whole, at, {}, list);
+  return field;
+}
+
+void examineVersion(const ExaminedCertificate& examined, DepartureList& list) {
+  const uint32_t at = examined.index().version;
+  if (at == 0) return;
+  beginField(examined, at, list);
+  if (examined.version == 0 && list.isCertain()) list.add(Code::versionUnknown, at);
+  if (examined.version == 1) list.add(Code::versionOneEncoded, at);
+}
+
+void examineSerial(const ExaminedCertificate& examined, DepartureList& list) {
+  constexpr size_t kMostOctets = 20;
+  const DerElement serial = beginField(examined, examined.index().serial, list);
+  const Bytes content = serial.content;
+  if (content.empty()) return;
+  const bool isZero =
+      std::all_of(content.begin(), content.end(), [](std::byte c) { return c == std::byte{0}; });
+  if (isZero) list.add(Code::serialZero, serial.offset);
+  if ((content[0] & std::byte{0x80}) != std::byte{0}) list.add(Code::serialNegative, serial.offset);
+  if (content.size() > kMostOctets) list.add(Code::serialTooLong, serial.offset);
+}
+
+// What the parameters of RSASSA-PSS say that goes without saying.
+void examinePssDefaults(const DerElement& parameters, DepartureList& list) {
+  const Result<PssParameters> pss = readPssParameters(parameters);
+  if (!pss) return;
+  const bool isDefault[] = {pss->hash == Hash::sha1, pss->maskHash == Hash::sha1,
+                            pss->saltLength == PssParameters().saltLength, true};
+  DerCursor members(parameters);
+  DerElement member;
+  while (members.next(member)) {
+    if (isDefault[member.header.tagNumber]) list.add(Code::defaultEncoded, member.offset);
+  }
+}
+
+void examineScheme(const DerElement& identifier, DepartureList& list) {
+  const SchemeReading reading = readScheme(identifier);
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  const bool isRead = reading.fault == SignatureFault::none;
+  if (reading.fault == SignatureFault::parametersForbidden || reading.isMalformed) {
+    list.add(Code::signatureParameters, reading.offset);
+  }
+  if (!isRead || !algorithm) return;
+  if (reading.scheme.key == KeyKind::rsaPss) examinePssDefaults(*algorithm->parameters, list);
+  if (reading.scheme.key == KeyKind::rsa && !algorithm->parameters) {
+    list.add(Code::rsaNullAbsent, identifier.offset);
+  }
+}
+
+void examineAlgorithms(const ExaminedCertificate& examined, DepartureList& list) {
+  const CertificateIndex& index = examined.index();
+  examineScheme(beginField(examined, index.innerAlgorithm, list), list);
+  const DerElement inner = elementOf(examined, index.innerAlgorithm);
+  const DerElement outer = elementOf(examined, index.outerAlgorithm);
+  if (sameOctets(inner.whole, outer.whole)) return;
+  examineScheme(beginField(examined, index.outerAlgorithm, list), list);
+  list.add(Code::signatureAlgorithmsDiffer, outer.offset);
+}
+
+void examineSignature(const ExaminedCertificate& examined, DepartureList& list) {
+  const DerElement signature = beginField(examined, examined.index().signature, list);
+  const bool isOctets = !signature.content.empty() && signature.content[0] == std::byte{0};
+  if (!isOctets) list.add(Code::signatureNotOctets, signature.offset);
+}
+
+void examineIssuer(const ExaminedCertificate& examined, DepartureList& list) {
+  const DerElement issuer = beginField(examined, examined.index().issuer, list);
+  if (issuer.content.empty()) list.add(Code::issuerEmpty, issuer.offset);
+  examineName(issuer.whole, issuer.offset, list);
+}
+
+// YYMMDDHHMMSSZ, or YYYYMMDDHHMMSSZ from 2050 on.
+bool hasForm(const DerElement& date) noexcept {
+  constexpr std::string_view kFirstGeneralized = "2050";
+  const std::string_view text = charactersOf(date.content);
+  const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
+  return text.size() == (isGeneralized ? 15 : 13) && text.back() == 'Z' &&
+         (!isGeneralized || text.substr(0, kFirstGeneralized.size()) >= kFirstGeneralized);
+}
+
+void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
+  const DerElement period = beginField(examined, examined.index().validity, list);
+  DerCursor dates(period);
+  DerElement date;
+  while (dates.next(date)) {
+    VelmoraSysTime time;
+    LogNull log;
+    list.beginPart();
+    if (!time.fromX509(charactersOf(date.content), date.is(asn1_tag::kGeneralizedTime), log)) {
+      list.add(Code::dateMalformed, date.offset);
+    } else if (!hasForm(date)) {
+      list.add(Code::dateForm, date.offset);
+    }
+  }
+  const Result<Validity> validity = examined.certificate.validity();
+  if (validity && validity->notAfter < validity->notBefore) {
+    list.add(Code::validityBackwards, period.offset);
+  }
+}
+
+void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
+  const DerElement spki = beginField(examined, examined.index().spki, list);
+  const KeyKind kind = kindOfKey(spki);
+  DerCursor members(spki);
+  DerElement identifier;
+  DerElement key;
+  members.next(identifier);
+  members.next(key);
+  const bool holdsDer = kind == KeyKind::rsa || kind == KeyKind::rsaPss || kind == KeyKind::dsa;
+  if (holdsDer && !key.content.empty()) {
+    checkEncoding(key.content.subspan(1), key.contentOffset() + 1, {}, list);
+  }
+  const Result<KeyParts> parts = readKey(spki);
+  if (!parts && list.isCertain()) list.add(Code::keyMalformed, parts.error().offset);
+  if (!parts) return;
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  if (kind == KeyKind::ec && parts->curve.empty()) list.add(Code::curveNotNamed, identifier.offset);
+  if (kind == KeyKind::rsa && !algorithm->parameters) {
+    list.add(Code::rsaNullAbsent, identifier.offset);
+  }
+  if (kind == KeyKind::rsaPss && algorithm->parameters) {
+    examinePssDefaults(*algorithm->parameters, list);
+  }
+}
+
+// UniqueIdentifier ::= BIT STRING, tagged implicitly.
+void examineUniqueIds(const ExaminedCertificate& examined, DepartureList& list) {
+  constexpr ContentSpot kSpots[] = {{0, 0x81, ContentRule::bitString},
+                                    {0, 0x82, ContentRule::bitString}};
+  for (const uint32_t at : {examined.index().issuerUniqueId, examined.index().subjectUniqueId}) {
+    if (at == 0) continue;
+    const DerElement field = elementOf(examined, at);
+    list.beginPart();
+    checkEncoding(field.whole, at, kSpots, list);
+    if (field.header.constructed) list.add(Code::stringInSegments, at);
+    list.add(examined.version == 1 ? Code::uniqueIdInVersionOne : Code::uniqueIdentifier, at);
+  }
+}
+
+bool hasCharacter(TextKind kind, std::byte octet) noexcept {
+  constexpr std::string_view kMarks = " '()+,-./:=?";
+  const auto c = static_cast<char>(octet);
+  const bool isDigit = c >= '0' && c <= '9';
+  switch (kind) {
+    case TextKind::numeric:
+      return isDigit || c == ' ';
+    case TextKind::visible:
+      return c >= ' ' && c <= '~';
+    case TextKind::printable:
+      return isDigit || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+             kMarks.find(c) != kMarks.npos;
+    default:
+      return true;
+  }
+}
+
+void examineText(const DerElement& value, const Oid& about, DepartureList& list) {
+  const TextKind kind = stringType(value.header);
+  if (kind == TextKind::none) return;
+  if (textKindOf(value) == TextKind::none) {
+    list.add(Code::nameTextMalformed, value.offset, about);
+  } else if (!std::all_of(value.content.begin(), value.content.end(),
+                          [&](std::byte octet) { return hasCharacter(kind, octet); })) {
+    list.add(Code::nameCharacters, value.offset, about);
+  }
+}
+
+}  // namespace
+
+void examineName(Bytes name, uint32_t offset, DepartureList& list) {
+  NameReader reader(name, offset);
+  AttributeElements attribute;
+  while (reader.next(attribute)) {
+    examineText(attribute.value, Oid::fromDer(attribute.type.content), list);
+  }
+  if (reader.fault() && list.isCertain()) list.add(Code::nameMalformed, *reader.fault());
+}
+
+void examineFields(const ExaminedCertificate& examined, DepartureList& list) {
+  examineVersion(examined, list);
+  examineSerial(examined, list);
+  examineAlgorithms(examined, list);
+  examineIssuer(examined, list);
+  examineValidity(examined, list);
+  const DerElement subject = beginField(examined, examined.index().subject, list);
+  examineName(subject.whole, subject.offset, list);
+  examineKey(examined, list);
+  examineUniqueIds(examined, list);
+  examineSignature(examined, list);
+}
+
+}  // namespace velmora

@@ -1,0 +1,178 @@
+#include "velmora/certificate/internal/encoding_check.h"
+
+#include <algorithm>
+#include <array>
+
+#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/der_values.h"
+#include "velmora/support/asn1/ber_walk.h"
+#include "velmora/support/asn1/strict_der.h"
+
+namespace velmora {
+namespace {
+
+constexpr unsigned kLongTag = 0x1F;
+
+ContentRule ruleOf(const Asn1Header& header) noexcept {
+  if (header.tagClass != Asn1Class::kUniversal) return ContentRule::none;
+  if (header.constructed) return header.is(asn1_tag::kSet) ? ContentRule::setOf : ContentRule::none;
+  switch (header.tagNumber) {
+    case asn1_tag::kBoolean:
+      return ContentRule::boolean;
+    case asn1_tag::kInteger:
+    case asn1_tag::kEnumerated:
+      return ContentRule::integer;
+    case asn1_tag::kBitString:
+      return ContentRule::bitString;
+    case asn1_tag::kNull:
+      return ContentRule::null;
+    case asn1_tag::kOid:
+      return ContentRule::objectId;
+    default:
+      return ContentRule::none;
+  }
+}
+
+bool isZero(Bytes content) noexcept {
+  return content.size() == 1 && content[0] == std::byte{0};
+}
+
+// Walks the elements of one value.
+class EncodingCheck {
+ public:
+  EncodingCheck(Bytes value, uint32_t offset, std::span<const ContentSpot> spots,
+                DepartureList& list) noexcept
+      : m_value(value), m_offset(offset), m_spots(spots), m_list(list), m_walk(octetsOf(value)) {}
+
+  void run() {
+    Asn1Header header;
+    std::span<const unsigned char> content;
+    for (;;) {
+      const size_t start = m_walk.offset();
+      switch (m_walk.next(header, content)) {
+        case BerStep::kElement:
+          checkElement(header, m_walk.offset() - (header.constructed ? 0 : header.contentSize),
+                       bytesOf(content));
+          break;
+        case BerStep::kClose:
+          break;
+        case BerStep::kFault:
+          return checkFault(start);
+        case BerStep::kEnd:
+          return;
+      }
+    }
+  }
+
+ private:
+  // An element around the place of the walk whose members are sorted.
+  struct Set {
+    bool isOne = false;
+    Bytes last;  // the member before
+  };
+
+  void add(DepartureCode code, size_t at) {
+    m_list.add(code, m_offset + static_cast<uint32_t>(at));
+  }
+
+  void checkElement(const Asn1Header& header, size_t contentAt, Bytes content) {
+    const size_t at = contentAt - header.headerSize;
+    const size_t depth = m_walk.depth() - (header.constructed ? 1 : 0);
+    checkHeader(header, at);
+    if (depth != 0) checkOrder(m_sets[depth - 1], at, header.headerSize + header.contentSize);
+    ContentRule rule = ruleOf(header);
+    for (const ContentSpot& spot : m_spots) {
+      const auto identifier = std::to_integer<uint32_t>(m_value[at]);
+      if (spot.depth == depth && spot.identifier == identifier) rule = spot.rule;
+    }
+    if (header.constructed) {
+      m_sets[depth] = {rule == ContentRule::setOf && !header.indefinite, {}};
+    } else {
+      checkContent(rule, content, at);
+    }
+  }
+
+  void checkHeader(const Asn1Header& header, size_t at) {
+    if (!hasShortestHeader(header)) add(DepartureCode::lengthNotShortest, at);
+    const bool isString = header.tagClass == Asn1Class::kUniversal && isBerString(header.tagNumber);
+    if (isString && header.constructed) add(DepartureCode::stringInSegments, at);
+  }
+
+  // X.690 §11.6: the encodings ascend.
+  void checkOrder(Set& set, size_t at, size_t size) {
+    if (!set.isOne) return;
+    const Bytes member = m_value.subspan(at, size);
+    if (std::lexicographical_compare(member.begin(), member.end(), set.last.begin(),
+                                     set.last.end())) {
+      add(DepartureCode::setNotSorted, at);
+    }
+    set.last = member;
+  }
+
+  void checkContent(ContentRule rule, Bytes content, size_t at) {
+    switch (rule) {
+      case ContentRule::none:
+      case ContentRule::setOf:
+        return;
+      case ContentRule::falseIsDefault:
+        if (isZero(content)) add(DepartureCode::defaultEncoded, at);
+        [[fallthrough]];
+      case ContentRule::boolean:
+        if (!isZero(content) && !(content.size() == 1 && content[0] == std::byte{0xFF})) {
+          add(DepartureCode::booleanNotDer, at);
+        }
+        return;
+      case ContentRule::zeroIsDefault:
+        if (isZero(content)) add(DepartureCode::defaultEncoded, at);
+        [[fallthrough]];
+      case ContentRule::integer:
+        if (content.empty()) return add(DepartureCode::contentMalformed, at);
+        if (!isShortestInteger(content)) add(DepartureCode::integerPadded, at);
+        return;
+      case ContentRule::bitString:
+      case ContentRule::namedBits:
+        return checkBits(rule, content, at);
+      case ContentRule::null:
+        if (!content.empty()) add(DepartureCode::contentMalformed, at);
+        return;
+      case ContentRule::objectId:
+        if (!isOid(content)) add(DepartureCode::contentMalformed, at);
+        return;
+    }
+  }
+
+  void checkBits(ContentRule rule, Bytes content, size_t at) {
+    if (!isBitString(content)) return add(DepartureCode::contentMalformed, at);
+    const auto unused = std::to_integer<unsigned>(content[0]);
+    const auto last = std::to_integer<unsigned>(content.back());
+    if (content.size() == 1) return;
+    if ((last & ((1U << unused) - 1)) != 0) add(DepartureCode::unusedBitsSet, at);
+    const bool endsInZero = (last >> unused & 1) == 0;
+    if (rule == ContentRule::namedBits && endsInZero) add(DepartureCode::trailingZeroBits, at);
+  }
+
+  // Where the walk ended: BER wants a tag number in its shortest form as well.
+  void checkFault(size_t at) {
+    if (m_value.size() - at < 2) return;
+    const auto first = std::to_integer<unsigned>(m_value[at]);
+    const auto number = std::to_integer<unsigned>(m_value[at + 1]);
+    const bool isPadded = number == 0x80 || number < kLongTag;
+    if ((first & kLongTag) == kLongTag && isPadded) add(DepartureCode::identifierNotShortest, at);
+  }
+
+  Bytes m_value;
+  uint32_t m_offset;
+  std::span<const ContentSpot> m_spots;
+  DepartureList& m_list;
+  BerWalk m_walk;
+  std::array<Set, kMaxAsn1Depth> m_sets;
+};
+
+}  // namespace
+
+void checkEncoding(Bytes element, uint32_t offset, std::span<const ContentSpot> spots,
+                   DepartureList& list) {
+  EncodingCheck(element, offset, spots, list).run();
+}
+
+}  // namespace velmora
