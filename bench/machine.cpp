@@ -1,3 +1,4 @@
+#include <mbedtls/version.h>
 #include <openssl/crypto.h>
 
 #include <fstream>
@@ -38,7 +39,10 @@ StringBuffer describeMachine() {
   out.append("GCC ");
 #endif
   out.append(__VERSION__);
-  out.append3("\nBeside    ", OpenSSL_version(OPENSSL_VERSION), "\n");
+  out.append3("\nBeside    ", OpenSSL_version(OPENSSL_VERSION), ", ");
+  char mbedtls[18];
+  mbedtls_version_get_string_full(mbedtls);
+  out.append3(mbedtls, "\n", "");
   return out;
 }
 

@@ -1,4 +1,4 @@
-// Measures loading and reading certificates beside OpenSSL: bench_certificates FILE
+// Measures loading and reading certificates beside OpenSSL and mbedTLS: bench_certificates FILE
 // [--benchmark_...].
 #include <cstdio>
 #include <string>
@@ -20,6 +20,25 @@ void printBeside(const Timings& timings, const char* name, const char* what, siz
   std::printf("%-34s %10.0f %10.0f %8.2f\n", what, ours * per, theirs * per, ours / theirs);
 }
 
+void printTyped(const Timings& timings, const Ders& ders) {
+  const double count = static_cast<double>(ders.size());
+  const double parse = timings.median("parse/typed");
+  const double everything = timings.median("everything/typed");
+  const auto printRatio = [&](const char* beside, double typed, const char* name, double goal) {
+    const double theirs = timings.median(name);
+    std::printf("  beside %-25s %10.0f %10.4f (goal: at most %.3g)\n", beside, theirs / count,
+                typed / theirs, goal);
+  };
+  std::printf("\n%zu typed certificates, ns each\n", ders.size());
+  std::printf("parse                              %10.0f\n", parse / count);
+  printRatio("mbedTLS", parse, "parse/mbedtls", 0.6);
+  printRatio("load with OpenSSL", parse, "load/openssl", 0.008);
+  std::printf("parse, all fields and extensions   %10.0f\n", everything / count);
+  printRatio("VelmoraX509", everything, "everything/velmora", 1.0 / 3);
+  std::printf("heap of a typed certificate, KB    %12.1f (goal: at most 1.5)\n",
+              heapOfParsed(ders) / 1024);
+}
+
 void printBundle(const Timings& timings, size_t count) {
   const double time = timings.median("bundle/" + std::to_string(count));
   std::printf("p7b of %6zu certificates, ms     %12.1f\n", count, time / 1e6);
@@ -32,6 +51,7 @@ void printResults(const Timings& timings, const Ders& ders) {
   printBeside(timings, "fields", "load and read the fields", ders.size());
   printBeside(timings, "rest", "load and ask the rest", ders.size());
   printBeside(timings, "all", "load, fields and the rest", ders.size());
+  printTyped(timings, ders);
   std::printf("\n");
   printBundle(timings, kSmallBundle);
   printBundle(timings, kLargeBundle);
@@ -55,6 +75,7 @@ int run(int count, char** words) {
   const DataBuffer small = makeBundle(ders, kSmallBundle);
   const DataBuffer large = makeBundle(ders, kLargeBundle);
   registerReading(ders);
+  registerTyped(ders);
   registerBundle(small, kSmallBundle);
   registerBundle(large, kLargeBundle);
   Timings timings;

@@ -2,6 +2,7 @@
 
 #include "bench/benchmarks.h"
 #include "bench/openssl_reader.h"
+#include "bench/typed_reader.h"
 #include "bench/velmora_reader.h"
 
 namespace velmora::bench {
@@ -9,7 +10,7 @@ namespace velmora::bench {
 namespace {
 
 // What is read from a certificate after it was loaded.
-enum class What { kNothing, kFields, kRest, kAll };
+enum class What { kNothing, kFields, kRest, kAll, kEverything };
 
 template <class Reader>
 void readAll(benchmark::State& state, const Ders& ders, What what) {
@@ -17,8 +18,11 @@ void readAll(benchmark::State& state, const Ders& ders, What what) {
   for (auto _ : state) {
     for (const DataBuffer& der : ders) {
       reader.load(der);
-      if (what == What::kFields || what == What::kAll) reader.readFields();
-      if (what == What::kRest || what == What::kAll) reader.readRest();
+      if (what != What::kNothing && what != What::kRest) reader.readFields();
+      if (what != What::kNothing && what != What::kFields) reader.readRest();
+      if constexpr (requires { reader.readExtensions(); }) {
+        if (what == What::kEverything) reader.readExtensions();
+      }
       reader.unload();
     }
     benchmark::DoNotOptimize(reader);
@@ -42,6 +46,8 @@ void registerReading(const Ders& ders) {
     registerReader<VelmoraReader>(name + std::string("/velmora"), ders, what);
     registerReader<OpensslReader>(name + std::string("/openssl"), ders, what);
   }
+  registerReader<VelmoraReader>("everything/velmora", ders, What::kEverything);
+  registerReader<TypedReader>("everything/typed", ders, What::kEverything);
 }
 
 }  // namespace velmora::bench

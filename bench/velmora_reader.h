@@ -53,6 +53,17 @@ class VelmoraReader {
     certificate.getSpkiFingerprint(m_sha256, m_base64, m_pin, m_log);
   }
 
+  /// The ASN.1 XML of the extensions that are not among the rest and that a typed certificate
+  /// answers: the nearest to an answer that there is here.
+  void readExtensions() {
+    for (const char* oid :
+         {"2.5.29.37", "2.5.29.18", "1.3.6.1.5.5.7.1.1", "1.3.6.1.5.5.7.1.11", "2.5.29.31",
+          "2.5.29.46", "2.5.29.32", "2.5.29.33", "2.5.29.36", "2.5.29.54", "2.5.29.30",
+          "1.3.6.1.4.1.11129.2.4.2", "1.3.6.1.5.5.7.1.24", "1.3.6.1.5.5.7.48.1.5", "2.5.29.56"}) {
+      m_certificate->getExtensionAsnXmlByOid(oid, m_extension, m_log);
+    }
+  }
+
  private:
   RefOwner<VelmoraX509> m_certificate;
   LogNull m_log;
@@ -61,7 +72,7 @@ class VelmoraReader {
   VelmoraSysTime m_notBefore, m_notAfter;
   StringBuffer m_sha256{"sha256"}, m_base64{"base64"};
   XString m_commonName, m_organization, m_country, m_names, m_email, m_thumbprint, m_pin;
-  StringBuffer m_subjectKeyId, m_authorityKeyId;
+  StringBuffer m_subjectKeyId, m_authorityKeyId, m_extension;
   DataBuffer m_basicConstraints, m_keyUsage, m_publicKey;
 };
 
