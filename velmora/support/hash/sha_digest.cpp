@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "velmora/support/hash/internal/big_endian.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <random>
 
-#include "velmora/support/core/little_endian.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora {
 namespace {
@@ -71,7 +71,7 @@ uint64_t SipHash::operator()(std::span<const std::byte> bytes) const noexcept {
   SipState state(m_k0, m_k1);
   uint64_t last = uint64_t{bytes.size()} << 56;
   for (; bytes.size() >= sizeof last; bytes = bytes.subspan(sizeof last)) {
-    state.add(loadLittleEndian64(bytes.data()));
+    state.add(loadLittleEndian<uint64_t>(bytes.data()));
   }
   for (size_t i = 0; i < bytes.size(); ++i) last |= std::to_integer<uint64_t>(bytes[i]) << (8 * i);
   state.add(last);

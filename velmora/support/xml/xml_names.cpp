@@ -8,7 +8,7 @@ namespace velmora {
 XmlName xmlNameOf(std::string_view text) noexcept {
   if (text.size() < 3) return XmlName::kOther;
   const uint32_t start = text.size() > 3
-                             ? loadLittleEndian32(text.data())
+                             ? loadLittleEndian<uint32_t>(text.data())
                              : static_cast<uint32_t>(xmlNameWords(text).low) | '>' << 24;
   const XmlName name = kXmlNameTable.candidate(start).name();
   return sameText(text, xmlNameText(name)) ? name : XmlName::kOther;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "velmora/support/core/little_endian.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/zip/internal/bit_reader.h"
 #include "velmora/support/zip/internal/decode_table.h"
 #include "velmora/support/zip/internal/deflate_format.h"
@@ -121,7 +121,7 @@ class Inflater {
   InflateResult storedBlock() noexcept {
     m_in.alignToByte();
     if (m_in.bytesLeft() < 4) return InflateResult::kTruncated;
-    const uint32_t lengths = loadLittleEndian32(m_in.takeBytes(4));
+    const uint32_t lengths = loadLittleEndian<uint32_t>(m_in.takeBytes(4));
     const size_t length = lengths & 0xffff;
     if ((lengths >> 16 ^ length) != 0xffff) return InflateResult::kBadStoredLength;
     if (length > m_in.bytesLeft()) return InflateResult::kTruncated;

@@ -1,5 +1,6 @@
 #include "velmora/support/zip/zlib_codec.h"
 
+#include "velmora/support/core/words.h"
 #include "velmora/support/zip/adler32.h"
 #include "velmora/support/zip/deflate.h"
 
@@ -23,14 +24,10 @@ size_t windowOfHeader(std::span<const unsigned char> header) noexcept {
   return size_t{256} << windowCode;
 }
 
-uint32_t checksumAt(const unsigned char* bytes) noexcept {
-  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
 InflateResult checkEnd(std::span<const unsigned char> end,
                        std::span<const unsigned char> output) noexcept {
   if (end.size() < kChecksumSize) return InflateResult::kTruncated;
-  if (checksumAt(end.data()) != adler32(output)) return InflateResult::kBadChecksum;
+  if (loadBigEndian<uint32_t>(end.data()) != adler32(output)) return InflateResult::kBadChecksum;
   return end.size() == kChecksumSize ? InflateResult::kOk : InflateResult::kTrailingBytes;
 }
 
@@ -39,9 +36,8 @@ InflateResult checkEnd(std::span<const unsigned char> end,
 bool zlibCompress(std::span<const unsigned char> in, DataBuffer& out) noexcept {
   const size_t start = out.size();
   const uint32_t sum = adler32(in);
-  const unsigned char checksum[kChecksumSize] = {
-      static_cast<unsigned char>(sum >> 24), static_cast<unsigned char>(sum >> 16),
-      static_cast<unsigned char>(sum >> 8), static_cast<unsigned char>(sum)};
+  unsigned char checksum[kChecksumSize];
+  storeBigEndian(checksum, sum);
   if (out.append(kHeader, sizeof kHeader) && deflateRaw(in, out) &&
       out.append(checksum, kChecksumSize)) {
     return true;

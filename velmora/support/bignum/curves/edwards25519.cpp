@@ -3,6 +3,7 @@
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora::vartime {
 
@@ -13,18 +14,13 @@ constexpr auto kOrder =
     limbsFromHex<4>("1000000000000000000000000000000014def9dea2f79cd65812631a5cf5d3ed");
 
 void limbsFromLittleEndian(Limb* limbs, size_t n, const std::uint8_t* bytes) {
-  clearLimbs(limbs, n);
-  for (size_t i = 0; i < n * kLimbBytes; ++i) {
-    limbs[i / kLimbBytes] |= Limb{bytes[i]} << (i % kLimbBytes * 8);
-  }
+  for (size_t i = 0; i < n; ++i) limbs[i] = loadLittleEndian<Limb>(bytes + i * kLimbBytes);
 }
 
 }  // namespace
 
 void Edwards25519::encode(std::uint8_t* bytes, const EdwardsPoint& point) noexcept {
-  for (size_t i = 0; i < 32; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(point.y[i / kLimbBytes] >> (i % kLimbBytes * 8));
-  }
+  for (size_t i = 0; i < 4; ++i) storeLittleEndian(bytes + i * kLimbBytes, point.y[i]);
   bytes[31] = static_cast<std::uint8_t>(bytes[31] | (point.x[0] & 1) << 7);
 }
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "velmora/support/hash/internal/big_endian.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/hash/internal/sha_constants.h"
 
 /// The compression functions of FIPS 180-4 §6 in plain C++. They are inlined into each function

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "velmora/support/core/little_endian.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/xml/xml_names.h"
 
 namespace velmora {
@@ -72,7 +72,9 @@ class XmlNameTable {
   }
 
   /// The only numbered name, if any, whose tag text begins with the four readable bytes at `at`.
-  Entry candidateAt(const char* at) const noexcept { return candidate(loadLittleEndian32(at)); }
+  Entry candidateAt(const char* at) const noexcept {
+    return candidate(loadLittleEndian<uint32_t>(at));
+  }
 
   /// The same for four bytes as a word, the first in the lowest bits.
   Entry candidate(uint32_t start) const noexcept { return m_slots[slotOf(start, m_multiplier)]; }
@@ -80,8 +82,8 @@ class XmlNameTable {
   /// Whether the 16 readable bytes at `at` begin with that numbered name and ">".
   bool isTagAt(const char* at, XmlName name) const noexcept {
     const Tag& tag = m_tags[static_cast<size_t>(name)];
-    return (((loadLittleEndian64(at) ^ tag.text.low) & tag.mask.low) |
-            ((loadLittleEndian64(at + 8) ^ tag.text.high) & tag.mask.high)) == 0;
+    return (((loadLittleEndian<uint64_t>(at) ^ tag.text.low) & tag.mask.low) |
+            ((loadLittleEndian<uint64_t>(at + 8) ^ tag.text.high) & tag.mask.high)) == 0;
   }
 
  private:

@@ -28,14 +28,15 @@ inline constexpr size_t kXmlBlock = 16;
 /// With two machine words to a block.
 struct XmlWordScan {
   static size_t copyPlain(const char* at, char* to) noexcept {
-    const uint64_t low = loadLittleEndian64(at);
-    const uint64_t high = loadLittleEndian64(at + 8);
+    const uint64_t low = loadLittleEndian<uint64_t>(at);
+    const uint64_t high = loadLittleEndian<uint64_t>(at + 8);
     std::memcpy(to, at, kXmlBlock);
     return position(markup(low) | below(low, ' ') | low, markup(high) | below(high, ' ') | high);
   }
 
   static size_t findEscaped(const char* at) noexcept {
-    return position(escaped(loadLittleEndian64(at)), escaped(loadLittleEndian64(at + 8)));
+    return position(escaped(loadLittleEndian<uint64_t>(at)),
+                    escaped(loadLittleEndian<uint64_t>(at + 8)));
   }
 
  private:

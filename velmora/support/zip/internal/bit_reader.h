@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "velmora/support/core/little_endian.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora::deflate {
 
@@ -24,7 +24,7 @@ class BitReader {
   /// Needs kWordSize bytes left. Bits that do not count yet may already stand above those that do;
   /// the next refill puts the same bits there.
   void refillFromWord() noexcept {
-    m_bits |= loadLittleEndian64(m_next) << m_count;
+    m_bits |= loadLittleEndian<uint64_t>(m_next) << m_count;
     m_next += (63 - m_count) >> 3;
     m_count |= kReadyBits;
   }

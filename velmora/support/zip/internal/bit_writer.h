@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "velmora/support/core/little_endian.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/text/data_buffer.h"
 
 namespace velmora::deflate {
@@ -28,7 +28,7 @@ class BitWriter {
   void put(uint64_t bits, unsigned count) noexcept {
     m_bits |= bits << m_count;
     m_count += count;
-    storeLittleEndian64(m_next, m_bits);
+    storeLittleEndian<uint64_t>(m_next, m_bits);
     m_next += m_count >> 3;
     m_bits >>= m_count & ~7U;
     m_count &= 7;

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <span>
 
-#include "velmora/support/core/little_endian.h"
 #include "velmora/support/core/pod_array.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/zip/internal/deflate_format.h"
 
 namespace velmora::deflate {
@@ -42,7 +42,7 @@ class MatchFinder {
   /// Enters a position. Each one is entered once, in order, by this or by find.
   void insert(size_t position) noexcept {
     if (m_in.size() - position < kHashed) return;
-    const uint32_t bytes = loadLittleEndian32(m_in.data() + position);
+    const uint32_t bytes = loadLittleEndian<uint32_t>(m_in.data() + position);
     uint32_t& head = m_heads[hash(bytes)];
     m_chains[position & m_windowMask] = head;
     head = static_cast<uint32_t>(position);
@@ -55,7 +55,7 @@ class MatchFinder {
     const size_t left = m_in.size() - position;
     if (left < kHashed) return {};
     const unsigned char* here = m_in.data() + position;
-    const uint32_t bytes = loadLittleEndian32(here);
+    const uint32_t bytes = loadLittleEndian<uint32_t>(here);
     uint32_t& head = m_heads[hash(bytes)];
     uint32_t& shortHead = m_shortHeads[hash(bytes << 8)];
     const auto at = static_cast<uint32_t>(position);
@@ -69,7 +69,7 @@ class MatchFinder {
     if (best.length >= longest) return {};
     const size_t reach = std::min(position, kWindowSize);
     if (best.length < kMinMatch && shortDistance - 1 < std::min(reach, kShortReach) &&
-        ((bytes ^ loadLittleEndian32(here - shortDistance)) & 0xffffff) == 0) {
+        ((bytes ^ loadLittleEndian<uint32_t>(here - shortDistance)) & 0xffffff) == 0) {
       best = {matchLength(here, here - shortDistance, longest), shortDistance};
     }
     best.length = std::max(best.length, kMinMatch);
@@ -83,8 +83,8 @@ class MatchFinder {
       const unsigned char* there = here - distance;
       const size_t end =
           best.length - (kHashed - 1);  // compare the last bytes a better match needs
-      if (loadLittleEndian32(there + end) == loadLittleEndian32(here + end) &&
-          loadLittleEndian32(there) == bytes) {
+      if (loadLittleEndian<uint32_t>(there + end) == loadLittleEndian<uint32_t>(here + end) &&
+          loadLittleEndian<uint32_t>(there) == bytes) {
         const unsigned length = matchLength(here, there, longest);
         if (length > best.length) best = {length, distance};
       }
@@ -109,7 +109,8 @@ class MatchFinder {
                               unsigned longest) noexcept {
     unsigned length = 0;
     for (; length + 8 <= longest; length += 8) {
-      const uint64_t difference = loadLittleEndian64(a + length) ^ loadLittleEndian64(b + length);
+      const uint64_t difference =
+          loadLittleEndian<uint64_t>(a + length) ^ loadLittleEndian<uint64_t>(b + length);
       if (difference != 0) {
         return length + static_cast<unsigned>(std::countr_zero(difference)) / 8;
       }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace velmora {
+
+// Words in bytes, at any address and in the order that the name says, whatever that of the machine
+// is. Each of these is one load or store, with a byte swap where the two differ.
+
+template <std::endian kOrder>
+inline uint32_t inOrder(uint32_t word) noexcept {
+  return std::endian::native == kOrder ? word : __builtin_bswap32(word);
+}
+
+template <std::endian kOrder>
+inline uint64_t inOrder(uint64_t word) noexcept {
+  return std::endian::native == kOrder ? word : __builtin_bswap64(word);
+}
+
+template <class Word>
+inline Word loadLittleEndian(const void* at) noexcept {
+  Word word;
+  std::memcpy(&word, at, sizeof word);
+  return inOrder<std::endian::little>(word);
+}
+
+template <class Word>
+inline Word loadBigEndian(const void* at) noexcept {
+  Word word;
+  std::memcpy(&word, at, sizeof word);
+  return inOrder<std::endian::big>(word);
+}
+
+template <class Word>
+inline void storeLittleEndian(void* at, Word word) noexcept {
+  word = inOrder<std::endian::little>(word);
+  std::memcpy(at, &word, sizeof word);
+}
+
+template <class Word>
+inline void storeBigEndian(void* at, Word word) noexcept {
+  word = inOrder<std::endian::big>(word);
+  std::memcpy(at, &word, sizeof word);
+}
+
+}  // namespace velmora
