@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <new>
-#include <numeric>
 #include <optional>
 
 #include "velmora/certificate/internal/attribute_keywords.h"
@@ -21,7 +20,7 @@ namespace {
 constexpr size_t kMostText = size_t{64} * 1024;
 
 Bytes bytesOf(std::string_view octets) noexcept {
-  return std::as_bytes(std::span(octets));
+  return std::as_bytes(std::span(octets.data(), octets.size()));
 }
 
 constexpr unsigned kSequence = 0x30;
@@ -91,16 +90,14 @@ class NameParser {
   // distinguishedName = [ relativeDistinguishedName *( COMMA relativeDistinguishedName ) ]
   std::string name() {
     std::vector<std::string> rdns;
-    if (!m_text.empty()) do {
-        rdns.push_back(rdn());
-      } while (takes(','));
-    if (!m_fault && m_at != m_text.size()) refuse(m_at);
-    return elementOf(kSequence, std::accumulate(rdns.rbegin(), rdns.rend(), std::string(), join));
+    bool more = !m_text.empty();
+    for (; more; more = takes(',')) rdns.push_back(rdn());
+    if (m_at != m_text.size()) refuse(m_at);
+    std::reverse(rdns.begin(), rdns.end());
+    return elementOf(kSequence, joined(rdns));
   }
 
  private:
-  static std::string join(std::string all, const std::string& next) { return all.append(next); }
-
   // relativeDistinguishedName = attributeTypeAndValue *( PLUS attributeTypeAndValue )
   std::string rdn() {
     std::vector<std::string> attributes;
@@ -108,8 +105,13 @@ class NameParser {
       attributes.push_back(attribute());
     } while (takes('+'));
     std::sort(attributes.begin(), attributes.end());  // X.690 §11.6
-    return elementOf(kSet,
-                     std::accumulate(attributes.begin(), attributes.end(), std::string(), join));
+    return elementOf(kSet, joined(attributes));
+  }
+
+  static std::string joined(const std::vector<std::string>& parts) {
+    std::string all;
+    for (const std::string& part : parts) all += part;
+    return all;
   }
 
   // attributeTypeAndValue = attributeType EQUALS attributeValue
