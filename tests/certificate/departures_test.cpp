@@ -34,9 +34,8 @@ Bytes rsaKey(const Bytes& modulus, const Bytes& parameters = der::null(), char u
                        der::bits(numbers, unused));
 }
 
-Bytes ecKey(const Bytes& curve) {
-  return der::sequence(der::sequence(der::oid("1.2.840.10045.2.1"), curve),
-                       der::bits("\4" + std::string(64, 'x')));
+Bytes ecKey(const Bytes& curve, const Bytes& point) {
+  return der::sequence(der::sequence(der::oid("1.2.840.10045.2.1"), curve), der::bits(point));
 }
 
 // A certificate in its parts, with a list of extensions by their OIDs.
@@ -222,7 +221,8 @@ std::vector<Row> fields() {
   const Bytes primeField = der::sequence(
       der::integer("\1"), der::sequence(der::oid("1.2.840.10045.1.1"), der::integer("\0\xFF"s)));
   const Bytes explicitCurve = der::sequence(der::oid("1.2.840.10045.2.1"), primeField);
-  const Bytes p256 = der::oid("1.2.840.10045.3.1.7");
+  const Bytes p256 = der::oid("1.2.840.10045.3.1.7"), coordinates(64, 'x');
+  const Bytes point = "\4" + coordinates;
   return {
       {"versionUnknown", version(3), leaf().with(&Parts::version, version(3)), leaf()},
       {"versionUnknown", version(-1), leaf().with(&Parts::version, version(-1)), leaf()},
@@ -279,9 +279,14 @@ std::vector<Row> fields() {
                    der::sequence(der::sequence(ed25519, der::null()), der::bits(Bytes(32, 'x')))),
        leaf().with(&Parts::publicKey,
                    der::sequence(der::sequence(ed25519), der::bits(Bytes(32, 'x'))))},
+      {"keyMalformed", der::bits("\4xyz"), leaf().with(&Parts::publicKey, ecKey(p256, "\4xyz")),
+       leaf().with(&Parts::publicKey, ecKey(p256, point))},
+      {"keyMalformed", der::bits("\6" + coordinates),
+       leaf().with(&Parts::publicKey, ecKey(p256, "\6" + coordinates)),
+       leaf().with(&Parts::publicKey, ecKey(p256, point))},
       {"curveNotNamed", explicitCurve,
        leaf().with(&Parts::publicKey, der::sequence(explicitCurve, der::bits("\4xy"))),
-       leaf().with(&Parts::publicKey, ecKey(p256))},
+       leaf().with(&Parts::publicKey, ecKey(p256, "\2" + std::string(32, 'x')))},
   };
 }
 

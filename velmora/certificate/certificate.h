@@ -117,7 +117,8 @@ class Certificate {
 
   // The key (§4.1.2.7).
 
-  /// What is known of the key. Error malformedKey when it is not of its algorithm's syntax.
+  /// What is known of the key. Error malformedKey when it is not of its algorithm's syntax; that of
+  /// an EC key takes any octets for a point.
   Result<PublicKey> publicKey() const noexcept;
 
   /// The digest of the whole certificate, its fingerprint or thumbprint.

@@ -147,6 +147,7 @@ void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
   if (!parts && list.isCertain()) list.add(Code::keyMalformed, parts.error().offset);
   if (!parts) return;
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
+  if (kind == KeyKind::ec && !hasFormOfPoint(*parts)) list.add(Code::keyMalformed, key.offset);
   if (kind == KeyKind::ec && parts->curve.empty()) list.add(Code::curveNotNamed, identifier.offset);
   if (kind == KeyKind::rsa && !algorithm->parameters) {
     list.add(Code::rsaNullAbsent, identifier.offset);

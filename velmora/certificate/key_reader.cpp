@@ -106,17 +106,6 @@ Fault readExplicitCurve(const DerElement& domain, KeyParts& parts) noexcept {
   return std::nullopt;
 }
 
-// ECPoint ::= OCTET STRING, as octets of SEC 1 §2.3.3: 04 and both coordinates, or 02 or 03 and one
-// (RFC 5480 §2.2).
-bool isPoint(Bytes octets, unsigned fieldBits) noexcept {
-  if (octets.empty()) return false;
-  const bool isWhole = octets[0] == std::byte{4};
-  const bool isCompressed = octets[0] == std::byte{2} || octets[0] == std::byte{3};
-  const size_t size = (fieldBits + 7) / 8;
-  return (isWhole && (size == 0 || octets.size() == 1 + 2 * size)) ||
-         (isCompressed && (size == 0 || octets.size() == 1 + size));
-}
-
 // ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER, implicitCurve NULL,
 //   specifiedCurve SpecifiedECDomain }
 Fault readEc(const Outside& outside, KeyParts& parts) noexcept {
@@ -129,8 +118,7 @@ Fault readEc(const Outside& outside, KeyParts& parts) noexcept {
   } else if (!outside.algorithm.hasNull()) {
     return parameters->offset;
   }
-  const unsigned bits = parts.curve.empty() ? bitsOf(parts.fieldPrime) : bitsOfCurve(parts.curve);
-  return isPoint(parts.bits, bits) ? Fault() : outside.key.offset;
+  return std::nullopt;
 }
 
 // No parameters, and 32 octets (RFC 8410 §3 and §4).
@@ -193,6 +181,17 @@ Result<KeyParts> readKey(const DerElement& spki) noexcept {
   if (outside.key.content[0] != std::byte{0}) return malformedAt(outside.key.offset);
   if (const Fault fault = known->read(outside, parts)) return malformedAt(*fault);
   return parts;
+}
+
+bool hasFormOfPoint(const KeyParts& key) noexcept {
+  const Bytes octets = key.bits;
+  if (octets.empty()) return false;
+  const unsigned bits = key.curve.empty() ? bitsOf(key.fieldPrime) : bitsOfCurve(key.curve);
+  const size_t size = (bits + 7) / 8;
+  const bool isWhole = octets[0] == std::byte{4};
+  const bool isCompressed = octets[0] == std::byte{2} || octets[0] == std::byte{3};
+  return (isWhole && (size == 0 || octets.size() == 1 + 2 * size)) ||
+         (isCompressed && (size == 0 || octets.size() == 1 + size));
 }
 
 unsigned bitsOf(Bytes number) noexcept {

@@ -32,8 +32,13 @@ KeyKind kindOfKey(const DerElement& spki) noexcept;
 
 /// Error malformedKey with the offset of what is not of the syntax of RFC 3279 §2.3, RFC 4055 §1.2,
 /// RFC 5480 §2 or RFC 8410 §3 and §4, in DER to the letter. Of other algorithms the outer form is
-/// all that is looked at, and whether a point lies on its curve is another question.
+/// all that is looked at, and of EC keys the octets of the point are any.
 Result<KeyParts> readKey(const DerElement& spki) noexcept;
+
+/// Whether those octets are of SEC 1 §2.3.3: 04 and both coordinates, or 02 or 03 and one
+/// (RFC 5480 §2.2), of the size of the field where that is known. Whether they are a point of the
+/// curve is not looked at.
+bool hasFormOfPoint(const KeyParts& key) noexcept;
 
 /// The bits of a field or number; 0 for none.
 unsigned bitsOf(Bytes number) noexcept;
