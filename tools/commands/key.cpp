@@ -1,9 +1,9 @@
 #include "tools/commands/command.h"
 #include "tools/reading/certificate_tree.h"
 #include "tools/reading/input.h"
-#include "tools/reading/pem.h"
 #include "tools/reading/whole.h"
 #include "tools/render/xml_layout.h"
+#include "velmora/support/pem/pem_writer.h"
 
 namespace velmora::tool {
 

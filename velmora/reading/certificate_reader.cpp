@@ -19,10 +19,11 @@ namespace {
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kMarks[] = {kUtf8Mark, kUtf16LittleEndianMark, kUtf16BigEndianMark};
 constexpr std::string_view kUtf16WithoutMark("<\0", 2);
-constexpr const char* kTooLarge = "The DER is larger than 64 MiB.";
+constexpr CertificateFailure kTooLarge = {
+    "The DER is larger than 64 MiB.", {}, 0, ErrorCode::tooLarge};
 constexpr const char* kNoUtf16Mark = "UTF-16 without a byte order mark.";
 constexpr const char* kNotUtf16 = "The text is not UTF-16.";
-constexpr const char* kNoMemory = "Memory ran out.";
+constexpr CertificateFailure kNoMemory = {"Memory ran out.", {}, 0, ErrorCode::outOfMemory};
 constexpr const char* kNothing = "No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
 
 std::span<const unsigned char> bytesOf(std::string_view text) {
@@ -81,6 +82,11 @@ bool isListOfAsn1(ClsXml& root) {
   return found;
 }
 
+// The two name the same things in the same order.
+Found foundOf(DerKind kind) {
+  return static_cast<Found>(kind);
+}
+
 bool isUnknown(const DerShape& shape) {
   return shape.kind == DerKind::kOtherAsn1 || shape.kind == DerKind::kNotAsn1;
 }
@@ -131,7 +137,7 @@ void CertificateReader::readUtf16(std::string_view text) {
     const bool converted = m_utf16->convert(piece, m_utf8);
     if (m_utf8.failed()) return stop(kNoMemory);
     readUtf8(m_utf8.view());
-    if (!converted && m_form != Form::kDone) return stop(kNotUtf16);
+    if (!converted && m_form != Form::kDone) return stop({kNotUtf16});
   }
 }
 
@@ -175,7 +181,7 @@ std::optional<CertificateReader::Form> CertificateReader::formOf(std::string_vie
 }
 
 void CertificateReader::settle(Form form) {
-  if (form == Form::kDone) return stop(m_start[0] == '<' ? kNoUtf16Mark : kNothing);
+  if (form == Form::kDone) return stop({m_start[0] == '<' ? kNoUtf16Mark : kNothing});
   m_form = form;
   read({m_start.data(), m_startSize});
 }
@@ -197,10 +203,10 @@ void CertificateReader::finish() {
   if (m_form == Form::kUnknown && m_startSize != 0) {
     settle(formOf({m_start.data(), m_startSize}, true).value_or(Form::kDone));
   }
-  if (m_utf16 && !m_utf16->atBoundary() && m_form != Form::kDone) stop(kNotUtf16);
+  if (m_utf16 && !m_utf16->atBoundary() && m_form != Form::kDone) stop({kNotUtf16});
   switch (m_form) {
     case Form::kUnknown:
-      return stop("The input is empty.");
+      return stop({"The input is empty."});
     case Form::kBinary:
       readElements(m_binary.span(), false);
       break;
@@ -237,15 +243,15 @@ void CertificateReader::pemEvent(PemScanner::Event event) {
   const bool saysPrivateKey = m_place.label.ends_with("PRIVATE KEY");
   const auto der = m_pem.der();
   if (m_pem.encrypted() && saysPrivateKey) {
-    fail("An encrypted private key, not a certificate.");
+    failAs(Found::encryptedPrivateKey, "An encrypted private key, not a certificate.");
   } else if (event == PemScanner::Event::kFault) {
-    fail(m_pem.reason(), std::nullopt, m_pem.faultLine());
+    fail({m_pem.reason(), std::nullopt, m_pem.faultLine()});
   } else if (der.empty()) {
     fail("The PEM block is empty.");
   } else if (m_place.label.empty() && der[0] != 0x30) {
     fail(kNothing);
   } else if (saysPrivateKey && isUnknown(classifyDer(der))) {
-    fail("A private key, not a certificate.");
+    failAs(Found::privateKey, "A private key, not a certificate.");
   } else {
     readElements(der, m_place.label == "TRUSTED CERTIFICATE");
   }
@@ -273,7 +279,7 @@ void CertificateReader::xmlEvent(XmlSplitter::Event event) {
     case XmlSplitter::Event::kFault:
       return fail(m_xml.reason());
     case XmlSplitter::Event::kFatal:
-      return stop(m_xml.reason());
+      return stop({m_xml.reason()});
   }
 }
 
@@ -333,7 +339,9 @@ void CertificateReader::readElements(std::span<const unsigned char> der, bool fi
   while (!elements.atEnd()) {
     const size_t offset = elements.offset();
     const bool isJunk = offset != 0 && der[offset] != 0x30;
-    if (isJunk) return fail("Octets that are no certificate follow.", offset);
+    if (isJunk) {
+      return fail({"Octets that are no certificate follow.", offset, 0, ErrorCode::trailingOctets});
+    }
     if (!elements.next(element)) return failAtFault(elements.fault());
     readElement(element);
     if (firstOnly) return;
@@ -348,7 +356,7 @@ void CertificateReader::readElement(const Asn1Element& element) {
     case DerKind::kPkcs7:
       return readBundle(element);
     default:
-      return fail(shape.text, shape.offset);
+      return failAs(foundOf(shape.kind), shape.text, shape.offset);
   }
 }
 
@@ -364,23 +372,24 @@ void CertificateReader::readBundle(const Asn1Element& contentInfo) {
   Asn1Element signedData;
   Asn1Element member;
   if (!Asn1Members(content).next(signedData) || !signedData.header.is(asn1_tag::kSequence)) {
-    return fail("A PKCS #7 bundle without SignedData.", content.offset);
+    return failAs(Found::pkcs7, "A PKCS #7 bundle without SignedData.", content.offset);
   }
   Asn1Members fields(signedData);
   while (fields.next(member) && member.header.tagClass != Asn1Class::kContextSpecific) continue;
   Asn1Members certificates(member);
   if (!member.header.isContext(0) || certificates.atEnd()) {
-    return fail("A PKCS #7 bundle without certificates.");
+    return failAs(Found::pkcs7, "A PKCS #7 bundle without certificates.");
   }
   while (certificates.next(member)) readBundleMember(member);
 }
 
 void CertificateReader::readBundleMember(const Asn1Element& member) {
   if (member.header.tagClass == Asn1Class::kContextSpecific) {
-    return fail("An attribute certificate or the like, not an X.509 certificate.", member.offset);
+    return failAs(Found::otherAsn1,
+                  "An attribute certificate or the like, not an X.509 certificate.", member.offset);
   }
   const DerShape shape = classifyDer(member.bytes, member.offset);
-  if (!shape.isCertificate()) return fail(shape.text, shape.offset);
+  if (!shape.isCertificate()) return failAs(foundOf(shape.kind), shape.text, shape.offset);
   size_t size = 0;
   bool isDer = false;
   Asn1Fault fault;
@@ -396,16 +405,16 @@ void CertificateReader::give(std::span<const unsigned char> der) {
   ++m_place.index;
 }
 
-void CertificateReader::fail(std::string_view reason, std::optional<size_t> offset, size_t line) {
-  m_sink.failure(m_place, {reason, offset, line});
+void CertificateReader::fail(const CertificateFailure& failure) {
+  m_sink.failure(m_place, failure);
   ++m_place.index;
 }
 
 // Refuses the input as a whole and holds nothing of it any more.
-void CertificateReader::stop(const char* reason) {
+void CertificateReader::stop(const CertificateFailure& failure) {
   m_form = Form::kDone;
   DataBuffer().swap(m_binary);
-  fail(reason);
+  fail(failure);
 }
 
 namespace {

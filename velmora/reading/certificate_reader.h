@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/certificate/result.h"
 #include "velmora/reading/xml_splitter.h"
 #include "velmora/support/asn1/asn1_element.h"
 #include "velmora/support/core/arrays.h"
@@ -30,8 +31,10 @@ struct CertificatePlace {
 /// Why something is no certificate. The text is valid during the call that brings it.
 struct CertificateFailure {
   std::string_view reason;
-  std::optional<size_t> offset;  // of the octet at fault in the input's (the block's) DER
-  size_t line = 0;               // at fault in PEM, from 1; 0 where unknown
+  std::optional<size_t> offset = {};  // of the octet at fault in the input's (the block's) DER
+  size_t line = 0;                    // at fault in PEM, from 1; 0 where unknown
+  ErrorCode code = ErrorCode::notAsn1;
+  Found found = Found::notAsn1;  // with notACertificate: what it is instead
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
@@ -118,9 +121,16 @@ class CertificateReader {
   void readBundleMember(const Asn1Element& member);
 
   void give(std::span<const unsigned char> der);
-  void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt, size_t line = 0);
+  void fail(const CertificateFailure& failure);
+  void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt) {
+    fail(CertificateFailure{reason, offset});
+  }
+  void failAs(Found found, std::string_view reason, std::optional<size_t> offset = std::nullopt) {
+    const bool isAsn1 = found != Found::notAsn1;
+    fail({reason, offset, 0, isAsn1 ? ErrorCode::notACertificate : ErrorCode::notAsn1, found});
+  }
   void failAtFault(const Asn1Fault& fault) { fail(fault.reason, fault.offset); }
-  void stop(const char* reason);
+  void stop(const CertificateFailure& failure);
 
   CertificateSink& m_sink;
   CertificatePlace m_place;

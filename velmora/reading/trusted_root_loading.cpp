@@ -1,14 +1,12 @@
 #include "velmora/reading/trusted_root_loading.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "velmora/reading/certificate_reader.h"
+#include "velmora/reading/internal/file_feeding.h"
 #include "velmora/reading/root_files.h"
 #include "velmora/support/key/refuse.h"
 #include "velmora/support/log/first_error_log.h"
@@ -107,23 +105,6 @@ class RootSink final : public CertificateSink {
   TrustedRootCount m_count;
 };
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-// 0, or the error with which reading failed.
-int feedFile(const std::string& path, CertificateReader& reader) {
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) return errno;
-  unsigned char chunk[16384];
-  size_t size = 0;
-  do {
-    size = std::fread(chunk, 1, sizeof chunk, file.get());
-    if (std::ferror(file.get()) != 0) return errno;
-  } while (size != 0 && reader.feed({chunk, size}));
-  return 0;
-}
-
 void readFile(const std::string& path, RootSink& sink) {
   sink.startFile(path);
   CertificateReader reader(sink);
@@ -191,9 +172,7 @@ const char* systemTrustedRootsPath() {
   const char* chosen = std::getenv("SSL_CERT_FILE");
   if (chosen != nullptr && *chosen != '\0') return chosen;
   for (const char* place : kUsualPlaces) {
-    if (const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(place, "rb")); file) {
-      return place;
-    }
+    if (canBeOpened(place)) return place;
   }
   return nullptr;
 }

@@ -5,9 +5,10 @@
 
 #include "velmora/support/text/string_buffer.h"
 
-namespace velmora::tool {
+namespace velmora {
 
-/// Appends a PEM block (RFC 7468 §2) with lines of 64 characters.
+/// Appends a PEM block (RFC 7468 §2) with lines of 64 characters; `out` is marked when memory ran
+/// out.
 void appendPem(std::string_view label, std::span<const unsigned char> der, StringBuffer& out);
 
-}  // namespace velmora::tool
+}  // namespace velmora

@@ -1,10 +1,10 @@
-#include "tools/reading/pem.h"
+#include "velmora/support/pem/pem_writer.h"
 
 #include <algorithm>
 
 #include "velmora/support/text/byte_codecs.h"
 
-namespace velmora::tool {
+namespace velmora {
 
 namespace {
 
@@ -32,4 +32,4 @@ void appendPem(std::string_view label, std::span<const unsigned char> der, Strin
   appendBoundary("END", label, out);
 }
 
-}  // namespace velmora::tool
+}  // namespace velmora

@@ -1,0 +1,85 @@
+#include "velmora/reading/writing.h"
+
+#include <new>
+
+#include "velmora/support/asn1/der_reader.h"
+#include "velmora/support/asn1/strict_der.h"
+#include "velmora/support/pem/pem_writer.h"
+
+namespace velmora {
+namespace {
+
+void appendCertificate(const Certificate& certificate, StringBuffer& out) {
+  const Bytes der = certificate.der();
+  appendPem("CERTIFICATE", {reinterpret_cast<const unsigned char*>(der.data()), der.size()}, out);
+}
+
+std::string textOf(const StringBuffer& text) {
+  if (text.failed()) throw std::bad_alloc();
+  return std::string(text.view());
+}
+
+// ContentInfo ::= SEQUENCE { contentType signedData, content [0] EXPLICIT SignedData }
+// SignedData ::= SEQUENCE { version INTEGER, digestAlgorithms SET, contentInfo SEQUENCE { data },
+//   certificates [0] IMPLICIT SET OF Certificate, signerInfos SET }
+constexpr unsigned char kSignedData[] = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86,
+                                         0xF7, 0x0D, 0x01, 0x07, 0x02};
+constexpr unsigned char kBeforeCertificates[] = {0x02, 0x01, 0x01, 0x31, 0x00, 0x30,
+                                                 0x0B, 0x06, 0x09, 0x2A, 0x86, 0x48,
+                                                 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
+constexpr unsigned char kNoSigners[] = {0x31, 0x00};
+constexpr unsigned char kSequence = 0x30;
+constexpr unsigned char kContext0 = 0xA0;
+
+size_t elementSize(size_t contentSize) {
+  return 1 + lengthSize(contentSize) + contentSize;
+}
+
+void append(std::span<const unsigned char> octets, Octets& out) {
+  const Bytes bytes = std::as_bytes(octets);
+  out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+void appendHeader(unsigned char identifier, size_t contentSize, Octets& out) {
+  const size_t size = lengthSize(contentSize);
+  out.push_back(std::byte{identifier});
+  if (size > 1) out.push_back(static_cast<std::byte>(0x80 + size - 1));
+  for (size_t left = size > 1 ? size - 1 : 1; left-- > 0;) {
+    out.push_back(static_cast<std::byte>(contentSize >> (8 * left)));
+  }
+}
+
+}  // namespace
+
+std::string toPem(const Certificate& certificate) {
+  return toPem({&certificate, 1});
+}
+
+std::string toPem(std::span<const Certificate> certificates) {
+  StringBuffer text;
+  for (const Certificate& certificate : certificates) appendCertificate(certificate, text);
+  return textOf(text);
+}
+
+Octets toP7b(std::span<const Certificate> certificates) {
+  size_t setSize = 0;
+  for (const Certificate& certificate : certificates) setSize += certificate.der().size();
+  const size_t dataSize = sizeof kBeforeCertificates + elementSize(setSize) + sizeof kNoSigners;
+  const size_t infoSize = sizeof kSignedData + elementSize(elementSize(dataSize));
+  Octets out;
+  out.reserve(elementSize(infoSize));
+  appendHeader(kSequence, infoSize, out);
+  append(kSignedData, out);
+  appendHeader(kContext0, elementSize(dataSize), out);
+  appendHeader(kSequence, dataSize, out);
+  append(kBeforeCertificates, out);
+  appendHeader(kContext0, setSize, out);
+  for (const Certificate& certificate : certificates) {
+    const Bytes der = certificate.der();
+    out.insert(out.end(), der.begin(), der.end());
+  }
+  append(kNoSigners, out);
+  return out;
+}
+
+}  // namespace velmora
