@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the sample chain in examples/chain: a root, an intermediate and a server's certificate, valid
-# for fifty years, as PEM and in part as DER. Names, dates, serial numbers and extensions are the same each time, keys are not,
-# and the private ones are thrown away.
+# for fifty years, as PEM and in part as DER. Names, dates, serial numbers and extensions are the same
+# each time, keys are not, and the private ones are thrown away.
 set -euo pipefail
 cd "$(dirname "$0")/chain"
 keys=$(mktemp -d)
