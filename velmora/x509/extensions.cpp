@@ -21,33 +21,26 @@ constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
 
-// Moves the handle from an element to the first of its children for which moveIn() is true. That
-// may move on into the child, and leaves the handle on it otherwise; where none is found, the
-// handle is back on the element.
-template <class MoveIn>
-bool moveToChild(ClsXml& at, MoveIn moveIn) {
+// Moves the handle from TBSCertificate to the list in the first [tag] that holds one; where there
+// is none it stays.
+bool moveToListIn(ClsXml& at, const char* tag) {
   if (!at.FirstChild2()) return false;
   do {
-    if (moveIn()) return true;
+    if (at.tagEquals("contextSpecific") && at.hasAttrWithValue("tag", tag) &&
+        at.findChild2("sequence")) {
+      return true;
+    }
   } while (at.NextSibling2());
   at.getParent2();
   return false;
 }
 
-// Moves the handle from TBSCertificate to the list of extensions under [tag].
-bool moveToExtensions(ClsXml& at, const char* tag) {
-  return moveToChild(at, [&] {
-    return at.tagEquals("contextSpecific") && at.hasAttrWithValue("tag", tag) &&
-           at.findChild2("sequence");
-  });
-}
-
 // Moves the handle from the root to the list. Every step goes to a child at its place: whoever asks
-// for a certificate chooses what stands deeper, in names and in the parameters of the key. [0] is
-// where the list stands in certificates that have no [3].
+// for a certificate chooses what stands deeper, in names and in the parameters of the key. Where no
+// [3] holds a list, a [0] may.
 bool moveToList(ClsXml& tree) {
   if (!tree.findChild2("sequence")) return false;
-  if (moveToExtensions(tree, "3") || moveToExtensions(tree, "0")) return true;
+  if (moveToListIn(tree, "3") || moveToListIn(tree, "0")) return true;
   tree.GetRoot2();
   return false;
 }
