@@ -88,6 +88,7 @@ const std::string kNotBase64 = "!The PEM block holds a line that is not base64."
 const std::string kBeside = "!Text on the line of a PEM BEGIN or END.";
 const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
 const std::string kNotAsDeclared = "!"s + kXmlNotAsDeclared;
+const std::string kNoUtf16Mark = "!UTF-16 without a byte order mark.";
 const std::string kEmptyWrapper = "!An XML element without a certificate in it.";
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
@@ -205,9 +206,10 @@ std::vector<ReadCase> readCases() {
       {"PEM in UTF-16, unpaired surrogate",
        utf16(pemOf(kA)) + "\0\xDC\n\0"s + utf16(pemOf(kB)),
        {kA, "!The text is not UTF-16."}},
-      {"UTF-16 without its mark",
-       utf16(xmlOf(kA)).substr(2),
-       {"!UTF-16 without a byte order mark."}},
+      {"UTF-16 without its mark", utf16(xmlOf(kA)).substr(2), {kNoUtf16Mark}},
+      {"UTF-16 in the other order without its mark",
+       "\0"s + utf16(xmlOf(kA)).substr(2),
+       {kNoUtf16Mark}},
       {"other XML", "<html>\n" + pemOf(kA) + "</html>", {kA}},
       {"other XML, cut", "<html><body>\n" + pemOf(kA), {kA}},
       {"other XML, DOCTYPE inside", "<set2><!DOCTYPE><set/>\n" + pemOf(kA), {kA}},
@@ -289,7 +291,7 @@ TEST(CertificateReader, RefusesWhatIsTooLargeAndGoesOn) {
 TEST(CertificateReader, StopsAtOnceOnWhatCannotBeAnInput) {
   Found found;
   CertificateReader reader(found);
-  EXPECT_FALSE(reader.feed(std::string_view("\0", 1)));
+  EXPECT_FALSE(reader.feed(std::string_view("\x01")));
   EXPECT_FALSE(reader.feed(pemOf(kA)));
   reader.finish();
   EXPECT_EQ(found.items, Items{kNothing});

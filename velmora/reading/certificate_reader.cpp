@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kMarks[] = {kUtf8Mark, kUtf16LittleEndianMark, kUtf16BigEndianMark};
-constexpr std::string_view kUtf16WithoutMark("<\0", 2);
+constexpr std::string_view kUtf16WithoutMark[] = {{"<\0", 2}, {"\0<", 2}};
 constexpr CertificateFailure kTooLarge = {
     "The DER is larger than 64 MiB.", {}, 0, ErrorCode::tooLarge};
 constexpr const char* kNoUtf16Mark = "UTF-16 without a byte order mark.";
@@ -85,6 +85,11 @@ bool isListOfAsn1(ClsXml& root) {
 // The two name the same things in the same order.
 Found foundOf(DerKind kind) {
   return static_cast<Found>(kind);
+}
+
+bool isUtf16WithoutMark(std::string_view start) {
+  return std::find(std::begin(kUtf16WithoutMark), std::end(kUtf16WithoutMark), start) !=
+         std::end(kUtf16WithoutMark);
 }
 
 bool isUnknown(const DerShape& shape) {
@@ -175,13 +180,16 @@ std::optional<CertificateReader::Form> CertificateReader::formOf(std::string_vie
     return is ? std::optional<Form>(*is ? form : Form::kText) : std::nullopt;
   };
   if (start.front() == '0') return choose(isSequence(start, atEnd), Form::kBinary);
-  if (start == kUtf16WithoutMark) return Form::kDone;
+  if (isUtf16WithoutMark(start)) return Form::kDone;
+  if (start.front() == '\0' && start.size() == 1 && !atEnd) return std::nullopt;
   if (start.front() == '<') return choose(isAsn1Xml(start, atEnd), Form::kXml);
   return isBinary(start.front()) ? Form::kDone : Form::kText;
 }
 
 void CertificateReader::settle(Form form) {
-  if (form == Form::kDone) return stop({m_start[0] == '<' ? kNoUtf16Mark : kNothing});
+  if (form == Form::kDone) {
+    return stop({isUtf16WithoutMark({m_start.data(), m_startSize}) ? kNoUtf16Mark : kNothing});
+  }
   m_form = form;
   read({m_start.data(), m_startSize});
 }
