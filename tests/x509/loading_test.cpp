@@ -87,16 +87,6 @@ TEST(X509Loading, FailuresSayWhyAndKeepTheNewBytes) {
   }
 }
 
-// Child after child has to be found in constant time for this to end.
-TEST(X509Loading, ABundleOfManyMembersTakesTimeInProportion) {
-  der::Bytes members;
-  for (int i = 0; i < 200000; ++i) members += der::ia5("member");
-  VelmoraX509 cert;
-  LogNull log;
-  EXPECT_TRUE(load(cert, der::bundle(members), log));
-  EXPECT_EQ(derOf(cert), der::ia5("member"));
-}
-
 TEST(X509LoadingFromXml, EveryOutcomeLeavesTheHandleWhereItWas) {
   const std::string first = "<c>" + xmlOf(kCert1) + "</c>";
   const std::string second = "<c>" + xmlOf(kCert2) + "<x></x></c>";

@@ -79,15 +79,5 @@ TEST(SpkiPins, DetailsAreLoggedUpToTheMatch) {
                 "\n  spki_pinning_match: " + kHex + "\n");
 }
 
-TEST(SpkiPins, WithoutAKeyNothingMatches) {
-  VelmoraX509 never;
-  LoadedX509 none(withKey(der::utf8("no key at all")));
-  for (VelmoraX509* cert : {&never, static_cast<VelmoraX509*>(&none)}) {
-    ErrorLog log;
-    EXPECT_FALSE(matches(*cert, "sha256,hex,00, ,", log));
-    EXPECT_EQ(log.errors, "No SubjectPublicKeyInfo found in ASN.1|No SPKI pinning match found.");
-  }
-}
-
 }  // namespace
 }  // namespace velmora::test

@@ -221,6 +221,8 @@ void expectRefusedAt(std::string_view xml, std::string_view path) {
   der.appendChar(0xEE);
   EXPECT_FALSE(DerXmlCodec::xmlToDer(*tree, der, log)) << xml;
   EXPECT_EQ(der.size(), 1U);
+  LogNull quiet;
+  EXPECT_FALSE(RefOwner<_vmAsn1>(_vmAsn1::xml_to_asn(*tree, quiet)));
   EXPECT_TRUE(log.text().containsSubstring("ERROR: "));
   EXPECT_TRUE(log.text().view().ends_with("  element: " + std::string(path) + "\n"))
       << xml << "\n"

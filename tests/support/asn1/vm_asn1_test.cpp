@@ -173,19 +173,6 @@ TEST(VmAsn1, GivesNothingForAnotherType) {
   EXPECT_TRUE(oid.isEmpty());
 }
 
-TEST(VmAsn1, ReadsTheXmlForm) {
-  LogNull log;
-  const RefOwner<ClsXml> xml(ClsXml::createNewCls());
-  ASSERT_TRUE(xml->loadXml("<sequence><oid>1.2.3</oid><bits>0A0B</bits></sequence>", true, log));
-  const Node node(_vmAsn1::xml_to_asn(*xml, log));
-  ASSERT_TRUE(node);
-  EXPECT_EQ(node->refCount(), 1);
-  EXPECT_EQ(encoded(*node), der::sequence(der::oid("1.2.3"), der::bits("\x0A\x0B")));
-  ASSERT_EQ(node->numAsnParts(), 2);
-  ASSERT_TRUE(xml->put_TagUtf8("other"));
-  EXPECT_FALSE(Node(_vmAsn1::xml_to_asn(*xml, log)));
-}
-
 TEST(VmAsn1, ReadsRsassaPssParameters) {
   const der::Bytes sha256Oid = der::oid("2.16.840.1.101.3.4.2.1"),
                    mgf1 = der::oid("1.2.840.113549.1.1.8");

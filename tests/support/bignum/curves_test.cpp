@@ -98,54 +98,6 @@ TEST_P(CurvesTest, FieldOperations) {
   });
 }
 
-// Chains of operations on numbers that were never reduced in between: (a + b)^2 - (a - b)^2 = 4 a
-// b.
-template <class Field>
-void checkChain() {
-  using Element = typename Field::Element;
-  Numbers numbers;
-  Element a, b, sum, difference, product;
-  Limbs x = numbers.limbs(Field::kLimbs);
-  x[Field::kLimbs - 1] &= Field::kPrime[Field::kLimbs - 1] >> 1;
-  Field::fromPlain(a, x.data());
-  b = a;
-  for (int round = 0; round < 3000; ++round) {
-    Field::add(sum, a, b);
-    Field::subtract(difference, a, b);
-    Field::multiply(product, a, b);
-    a = sum;
-    b = difference;
-    Field::square(sum, sum);
-    Field::square(difference, difference);
-    Field::subtract(sum, sum, difference);
-    Field::halve(sum, sum);
-    Field::halve(sum, sum);
-    ASSERT_TRUE(Field::equal(sum, product)) << round;
-    if (round % 3 == 0) Field::multiply(b, b, product);
-  }
-}
-
-template <class Rows>
-void checkChains() {
-  checkChain<typename CurveConstants<kP192, Rows>::Field>();
-  checkChain<typename CurveConstants<kP224, Rows>::Field>();
-  checkChain<typename CurveConstants<kP256, Rows>::Field>();
-  checkChain<typename CurveConstants<kP384, Rows>::Field>();
-  checkChain<typename CurveConstants<kP521, Rows>::Field>();
-  checkChain<typename CurveConstants<kSecp256k1, Rows>::Field>();
-  checkChain<typename CurveConstants<kBrainpoolP256r1, Rows>::Field>();
-  checkChain<typename CurveConstants<kBrainpoolP384r1, Rows>::Field>();
-  checkChain<typename CurveConstants<kBrainpoolP512r1, Rows>::Field>();
-  checkChain<FoldField<Edwards25519Numbers, 38, Rows>>();
-}
-
-TEST_P(CurvesTest, ChainsOfFieldOperations) {
-#if defined(__x86_64__)
-  if (path() != ArithmeticPath::kPortable) return checkChains<MulxRows>();
-#endif
-  checkChains<PortableRows>();
-}
-
 TEST_P(CurvesTest, Multiples) {
   const auto check = [](const KeyValueRecord& record) {
     const Curve& curve = curveNamed(record.get("Curve"));

@@ -5,7 +5,6 @@
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
-#include "velmora/support/bignum/curves/internal/window.h"
 #include "velmora/support/bignum/internal/cpu_words.h"
 
 namespace velmora::vartime {
@@ -31,19 +30,6 @@ TEST(LimbsTest, BigEndianBytesAreBounded) {
   EXPECT_TRUE(std::equal(bytes, bytes + 11, out));
   EXPECT_TRUE(limbsToBigEndian(out, 9, number, 2));
   EXPECT_FALSE(limbsToBigEndian(out, 8, number, 2));
-}
-
-TEST(LimbsTest, WordsOfAnyWidthJoinToWhatTheyWereSplitFrom) {
-  Numbers numbers;
-  for (unsigned width : {1U, 51U, 52U, 62U, 63U, 64U}) {
-    const Limbs limbs = numbers.limbs(9);
-    Limbs words((9 * 64 + width - 1) / width);
-    splitWords(words.data(), words.size(), width, limbs.data(), 9);
-    for (Limb word : words) EXPECT_EQ(word >> (width - 1) >> 1, 0U);
-    Limbs joined(9);
-    joinWords(joined.data(), 9, words.data(), words.size(), width);
-    EXPECT_EQ(joined, limbs) << width;
-  }
 }
 
 TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
@@ -81,36 +67,6 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));
 }
 #endif
-
-TEST(WindowTest, DigitsAddUpToTheNumber) {
-  Numbers numbers;
-  for (int round = 0; round < 60; ++round) {
-    const Limbs number = round == 0 ? Limbs(3, ~Limb{0}) : numbers.limbs(3);
-    for (unsigned width : {2U, 5U, 8U}) {
-      signed char digits[3 * 64 + 1] = {};
-      const size_t count = nonAdjacentForm(digits, number.data(), 3, width);
-      SlidingWindow window(number.data(), 3, width);
-      Limbs signedSum(4), windowSum(4);
-      size_t last = 1000;
-      for (size_t i = 3 * 64 + 1; i-- != 0;) {
-        shiftLeft(signedSum.data(), signedSum.data(), 4, 1);
-        shiftLeft(windowSum.data(), windowSum.data(), 4, 1);
-        if (i < 192) windowSum[0] |= window.digitAt(i);
-        const int digit = i < count ? digits[i] : 0;
-        if (digit == 0) continue;
-        EXPECT_TRUE(digit % 2 != 0 && std::abs(digit) < 1 << (width - 1)) << digit;
-        EXPECT_GE(last, i + width);
-        last = i;
-        const Limb magnitude[4] = {static_cast<Limb>(std::abs(digit))};
-        (digit < 0 ? subLimbs : addLimbs)(signedSum.data(), signedSum.data(), magnitude, 4);
-      }
-      Limbs expected = number;
-      expected.push_back(0);
-      EXPECT_EQ(signedSum, expected) << width;
-      EXPECT_EQ(windowSum, expected) << width;
-    }
-  }
-}
 
 TEST_P(ModularTest, RowsOfEveryLength) {
   Numbers numbers;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <new>
 #include <thread>
 #include <utility>
 
@@ -110,25 +109,6 @@ TEST(ExtPtrArray, HoldsObjectsOrReferences) {
   }
   EXPECT_EQ(living, 1);
   EXPECT_EQ(shared->refCount(), 1);
-}
-
-TEST(ExtPtrArray, GivesUpWhatItCannotKeep) {
-  int living = 0;
-  forEachAllocationFault(
-      [&] {
-        ExtPtrArray array;
-        if (auto* object = new (std::nothrow) Owned(living)) array.appendObject(object);
-      },
-      [&](bool) { ASSERT_EQ(living, 0); });
-  forEachAllocationFault(
-      [&] {
-        ExtPtrArrayRc array;
-        auto* object = new (std::nothrow) Counted(living);
-        if (object == nullptr) return;
-        object->incRefCount();
-        array.appendRefCounted(object);
-      },
-      [&](bool) { ASSERT_EQ(living, 0); });
 }
 
 }  // namespace

@@ -153,18 +153,5 @@ TEST(Buffers, MarkWhatMemoryDidNotSufficeFor) {
   }
 }
 
-TEST(ExtPtrArraySb, KeepsWholeTextsWhenMemoryRunsOut) {
-  const StringBuffer text("a,bb,ccc");
-  bool result = false, whole = true;
-  forEachAllocationFault(
-      [&] {
-        ExtPtrArraySb parts;
-        result = text.split(parts, ',', true, false);
-        for (int i = 0; i < parts.getSize(); ++i)
-          whole &= parts.sbAt(i)->getSize() == size_t(i) + 1;
-      },
-      [&](bool faulted) { ASSERT_TRUE(whole && result == !faulted); });
-}
-
 }  // namespace
 }  // namespace velmora

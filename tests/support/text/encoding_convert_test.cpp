@@ -94,20 +94,6 @@ TEST(EncConvert, EveryCharacterSurvivesTheUnicodeForms) {
   }
 }
 
-TEST(EncConvert, EveryByteSurvivesTheByteCodePages) {
-  std::string bytes;
-  for (int b = 0; b < 256; ++b) bytes.push_back(static_cast<char>(b));
-  for (const int page : {kWindows1252, kLatin1}) {
-    EXPECT_EQ(convert(kUtf8, page, convert(page, kUtf8, bytes)), bytes) << page;
-  }
-  StringBuffer fromLatin1;
-  EXPECT_TRUE(appendLatin1AsUtf8(bytesOf(bytes), bytes.size(), fromLatin1));
-  EXPECT_EQ(fromLatin1.view(), convert(kLatin1, kUtf8, bytes));
-  XString fromAnsi;
-  EXPECT_TRUE(fromAnsi.appendAnsi(bytes));
-  EXPECT_EQ(fromAnsi.view(), convert(kWindows1252, kUtf8, bytes));
-}
-
 TEST(EncConvert, RefusesUnknownCodePagesAndAppends) {
   DataBuffer out;
   out.append("x", 1);
