@@ -188,7 +188,7 @@ const struct {
     {oid::keyUsage, der::bits("\x06", 1), "96"},
     {oid::keyUsage, der::bits("\x06", 2), "!0"},
     {oid::keyUsage, der::bits("\x06", 0), "96"},  // zero bits at the end
-    {oid::keyUsage, der::bits("\x80\x80\x01"), "257"},
+    {oid::keyUsage, der::bits("\x80\xC0\x01"), "257"},
     {oid::keyUsage, der::bits(std::string(1, '\0'), 8), "!0"},
     {oid::keyUsage, der::bits(std::string(1, '\0'), 7), "0"},
     {oid::keyUsage, der::bits(""), "0"},
