@@ -1,5 +1,7 @@
 #include "tests/common/allocation_fault.h"
 
+#include <optional>
+
 #include "tests/certificate/typed_test.h"
 
 namespace velmora::test {
@@ -37,6 +39,44 @@ TEST(Allocation, WithoutMemoryNoNameIsParsedOrMatched) {
   const size_t matchFaults = forEachAllocationFault(
       [&] { matched = name.matches(other); }, [&](bool faulted) { EXPECT_EQ(matched, !faulted); });
   EXPECT_EQ(matchFaults, 8U);  // two for each of four multi-valued RDNs
+}
+
+TEST(Allocation, WithoutMemoryNoSignatureIsGood) {
+  size_t faults = 0;
+  for (const std::string& der : madeCertificates()) {
+    const Result<Certificate> certificate = Certificate::parse(der);
+    if (!certificate || certificate->signedBy(*certificate) != SignatureVerdict::good) continue;
+    SignatureCheck check;
+    faults += forEachAllocationFault([&] { check = certificate->checkSignature(*certificate); },
+                                     [&](bool faulted) {
+                                       const auto fault = faulted ? SignatureFault::outOfMemory
+                                                                  : SignatureFault::none;
+                                       EXPECT_EQ(check.fault, fault);
+                                       EXPECT_EQ(check.verdict, verdictOf(fault));
+                                     });
+  }
+  EXPECT_GT(faults, 0U);
+}
+
+TEST(Allocation, WithoutMemoryNoDepartureIsListed) {
+  for (const std::string& der : madeCertificates()) {
+    const Result<Certificate> certificate = Certificate::parse(der);
+    if (!certificate) continue;
+    const std::vector<Departure> whole = certificate->departures();
+    std::optional<std::vector<Departure>> found;
+    forEachAllocationFault(
+        [&] {
+          found.reset();
+          try {
+            found = certificate->departures();
+          } catch (const std::bad_alloc&) {
+          }
+        },
+        [&](bool faulted) {
+          EXPECT_EQ(found.has_value(), !faulted);
+          EXPECT_TRUE(faulted || *found == whole);
+        });
+  }
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ enum class DepartureCode : uint8_t {
   keyUsageEmpty,              // §4.2.1.3: no bit set
   caWithoutSubjectKeyId,      // §4.2.1.2
   caWithoutKeyUsage,          // §4.2.1.3
-  noAuthorityKeyId,           // §4.2.1.1: not self-issued, and without a key identifier
+  noAuthorityKeyId,           // §4.2.1.1: none in a key identifier, with two different names
   authorityIssuerIncomplete,  // §4.2.1.1: the issuer's name without a serial number, or without it
   constraintsWithoutCa,       // §4.2.1.10: constraints or mappings in a certificate of no CA
   policyRepeated,             // §4.2.1.4
@@ -83,7 +83,10 @@ struct Departure {
   /// a decision accepts none of these.
   bool mayDecide() const noexcept;
 
-  friend bool operator==(const Departure&, const Departure&) noexcept = default;
+  /// Those that are about nothing are about the same.
+  friend constexpr bool operator==(const Departure& a, const Departure& b) noexcept {
+    return a.code == b.code && a.offset == b.offset && (a.about <=> b.about) == 0;
+  }
 };
 
 }  // namespace velmora

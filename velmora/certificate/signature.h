@@ -82,7 +82,7 @@ constexpr SignatureVerdict verdictOf(SignatureFault fault) noexcept {
 /// What became of one check of a signature.
 struct SignatureCheck {
   SignatureVerdict verdict = SignatureVerdict::cannotCheck;
-  SignatureFault fault = SignatureFault::none;
+  SignatureFault fault = SignatureFault::algorithmUnknown;
 
   /// A constant sentence for people; empty when the signature is good.
   std::string_view message() const noexcept;
