@@ -133,7 +133,10 @@ TEST(VmAsn1, RefusesWhatIsNotOneElement) {
   EXPECT_EQ(encoded(*first), whole);
 
   const Node indefinite(firstStep(std::string("\x30\x80\x00\x00x", 5)));
-  EXPECT_EQ(encoded(*indefinite), "failed");
+  LogText log;
+  EXPECT_FALSE(indefinite->DecodeInner(false, log));
+  EXPECT_EQ(log.text().view(),
+            "derToXml:\n  ERROR: Octets follow the outermost element.\n  offset: 4\n");
 }
 
 TEST(VmAsn1, LimitsDepthAndIsTakenDownWithoutRecursion) {

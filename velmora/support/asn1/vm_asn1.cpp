@@ -13,8 +13,8 @@ namespace {
 constexpr const char* kDecoding = "decodeAsn1";
 constexpr const char* kEncoding = "encodeAsn1";
 
-bool refuse(const Asn1Fault& fault, LogBase& log) {
-  const LogContextExitor context(log, kDecoding);
+bool refuse(const Asn1Fault& fault, LogBase& log, const char* operation = kDecoding) {
+  const LogContextExitor context(log, operation);
   log.LogError(fault.reason);
   log.LogDataLong("offset", static_cast<int64_t>(fault.offset));
   return false;
@@ -26,11 +26,13 @@ bool refuseForMemory(const char* operation, LogBase& log) {
   return false;
 }
 
+// Bytes that are refused here are refused in the same words as by DerXmlCodec::derToXml, which is
+// what a certificate that loads meets.
 bool convertToDer(DataBuffer& bytes, LogBase& log) {
   BerWalk walk(bytes.span());
   DataBuffer der;
   if (!berToDer(walk, der)) {
-    return der.failed() ? refuseForMemory(kDecoding, log) : refuse(walk.fault(), log);
+    return der.failed() ? refuseForMemory(kDecoding, log) : refuse(walk.fault(), log, "derToXml");
   }
   bytes.swap(der);
   return true;
