@@ -150,6 +150,8 @@ std::vector<ReadCase> readCases() {
        "a -----BEGIN X-----\n" + base64Of(kA) + "\n-----END X----- b\n" + onOneLine + "c " +
            onOneLine + "\nd\n",
        {kBeside, kA, kBeside, kA, kB, kBeside, kA, kB}},
+      {"PEM, dashes end the text", pemOf(kA, "X", "") + "--", {kA, kBeside}},
+      {"PEM, half a marker ends the text", pemOf(kA, "X", "") + "--BEGI", {kA, kBeside}},
       {"PEM, END alone",
        end + pemOf(kA) + end + end,
        {"!A PEM END without a BEGIN.", kA, "!A PEM END without a BEGIN.",

@@ -76,6 +76,7 @@ PemScanner::Event PemScanner::finish() noexcept {
     return closeBlock();
   }
   if (m_inBlock && !m_failed) return failWithoutEnd();
+  if (m_state == State::kDashes || m_state == State::kKeyword) return notAMarker();
   return m_state == State::kLabel ? malformedMarker() : Event::kNone;
 }
 
