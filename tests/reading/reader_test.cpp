@@ -198,8 +198,11 @@ std::vector<ReadCase> readCases() {
        {kUmlaut, kA, kUmlaut}},
       {"XML, declared as what is not read",
        "<?xml encoding='US-ASCII'?> <?xmlx?>" + xmlOf(kUmlaut) + "<?xml encoding='latin1'?>" +
-           xmlOf(kA) + "<?xml encoding='UTF-16'?>" + xmlOf(kA) + xmlOf(kB),
-       {kNotAsDeclared, "!"s + kXmlOtherEncoding, "!"s + kXmlNoUtf16Mark, kB}},
+           xmlOf(kA) + "<?xml encoding='UTF-16'?>" + xmlOf(kA) + xmlOf(kB) +
+           "<?xml encoding='UTF?-8'?>" + xmlOf(kA) + "<?xml ?><?xml encoding='latin1'?>" +
+           xmlOf(kA) + "<?xml ?><?xml encoding='UTF-8'?>" + xmlOf(kC),
+       {kNotAsDeclared, "!"s + kXmlOtherEncoding, "!"s + kXmlNoUtf16Mark, kB,
+        "!"s + kXmlOtherEncoding, "!"s + kXmlOtherEncoding, kC}},
       {"XML in UTF-16",
        utf16("<?xml encoding='UTF-16'?>" + xmlOf(kA) + "<?xml encoding='UTF-8'?>" + xmlOf(kB)),
        {kA, kNotAsDeclared}},

@@ -193,9 +193,9 @@ void XmlSplitter::readInstruction(char c) noexcept {
     m_targetSize = c == kTarget[m_targetSize] ? m_targetSize + 1 : kOther;
   } else if (m_targetSize == kTarget.size()) {
     m_targetSize = isXmlSpace(c) ? m_targetSize + 1 : kOther;
-  } else if (m_targetSize != kOther && c != '?') {
-    m_declaration.take(c);
   }
+  // The space behind the target ends what the declaration before this one left open.
+  if (m_targetSize == kTarget.size() + 1) m_declaration.take(c);
 }
 
 // Ends the present markup where `c` completes its terminator.
