@@ -49,7 +49,8 @@ class VelmoraX509 : public RefCountedObject {
   VelmoraX509();
   ~VelmoraX509() override;
 
-  /// A new, empty certificate and its owner, which is empty when memory ran out.
+  /// A new, empty certificate and its owner, which is empty when memory ran out for the object.
+  /// Where it ran out for the tree alone, loading into the object fails.
   static RefOwner<VelmoraX509> createOwnedX509();
 
   /// The same with count 0 and no owner; null when memory ran out. A RefOwner made of the pointer
