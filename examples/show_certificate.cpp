@@ -1,33 +1,31 @@
-// Shows whom the certificates of a file belong to and how long they are valid.
-#include <fstream>
+// Shows whom the certificates of a file are for, and whether they are valid now.
+#include <chrono>
 #include <iostream>
-#include <iterator>
-#include <string>
+#include <variant>
 
-#include "velmora/reading/certificate_reader.h"
-#include "velmora/support/log/log_sinks.h"
-#include "velmora/x509/velmora_x509.h"
+#include "velmora/reading/reading.h"
 
 using namespace velmora;
 
 int main(int argc, char** argv) {
-  std::ifstream file(argc > 1 ? argv[1] : "", std::ios::binary);
-  const std::string bytes(std::istreambuf_iterator<char>(file), {});
-  LogText log;
-  ExtPtrArray holders;
-  const bool allRead = readCertificates(bytes, holders, log);
-  if (!allRead) std::cerr << log.text().view();
-  LogStream out(std::cout);  // writes a control character, which a name may hold, as \xHH
-  for (int i = 0; i < holders.getSize(); ++i) {
-    VelmoraX509* certificate = VelmoraX509Holder::getNthX509(holders, i);
-    XString subject;
-    VelmoraSysTime notAfter;
-    StringBuffer date;
-    certificate->getDN(true, true, subject, log, 0);
-    certificate->get_Valid_To_or_From_UTC(false, notAfter, log);
-    notAfter.appendIso8601(date);
-    out.LogDataX("subject", subject);
-    out.LogDataSb(certificate->isCertExpired(log) ? "not valid now, until" : "valid until", date);
+  const Reading reading = readCertificateFile(argc > 1 ? argv[1] : "");
+  for (const ReadFailure& failure : reading.failures) std::cerr << failure.reason << '\n';
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  for (const Certificate& certificate : reading.certificates) {
+    std::cout << certificate.subject().rfc4514().value_or("a malformed name") << '\n';
+    const Result<Validity> validity = certificate.validity();
+    std::cout << (validity && validity->contains(now) ? "  valid now\n" : "  not valid now\n");
+    const Result<BasicConstraints> constraints = certificate.basicConstraints();
+    if (constraints) {
+      std::cout << (constraints->ca ? "  a CA\n" : "  not a CA\n");
+    } else if (!constraints.error().isAbsent()) {  // there, and malformed: do not decide on it
+      std::cout << "  " << constraints.error().message() << '\n';
+    }
+    for (const GeneralName& name : certificate.subjectAltNames().value_or({})) {
+      if (const auto* address = std::get_if<IpAddress>(&name)) {
+        std::cout << "  for " << address->text() << '\n';
+      }
+    }
   }
-  return allRead ? 0 : 1;
+  return reading.complete() ? 0 : 1;
 }

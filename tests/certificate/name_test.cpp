@@ -121,7 +121,7 @@ TEST(Name, TextIsParsedAndWrittenAsRfc4514Says) {
        der::sequence(net, der::set(cn(der::utf8("James \"Jim\" Smith, III")))), ""},
       {R"(CN=Before\0dAfter,DC=example,DC=net)",
        der::sequence(net, der::set(cn(der::utf8("Before\rAfter")))),
-       "CN=Before\rAfter,DC=example,DC=net"},
+       R"(CN=Before\0DAfter,DC=example,DC=net)"},
       {"1.3.6.1.4.1.1466.0=#04024869", der::sequence(rdn("1.3.6.1.4.1.1466.0", der::octets("Hi"))),
        ""},
       {R"(CN=Lu\C4\8Di\C4\87)", der::sequence(der::set(cn(der::utf8("Lučić")))), "CN=Lučić"},
@@ -130,6 +130,7 @@ TEST(Name, TextIsParsedAndWrittenAsRfc4514Says) {
       {R"(CN=\#a#\+\,\;\<\>\\\"=\= b)", der::sequence(der::set(cn(der::utf8("#a#+,;<>\\\"== b")))),
        R"(CN=\#a#\+\,\;\<\>\\\"== b)"},
       {R"(CN=a\00)", der::sequence(der::set(cn(der::utf8("a\0"s)))), ""},
+      {R"(CN=\1B\0A b\7F)", der::sequence(der::set(cn(der::utf8("\x1B\n b\x7F")))), ""},
       {"O=b+CN=a",
        der::sequence(der::set(cn(der::utf8("a")), der::attribute("2.5.4.10", der::utf8("b")))),
        "CN=a+O=b"},  // sorted, as DER wants a SET OF

@@ -28,16 +28,26 @@ bool isSpecial(char c) noexcept {
   }
 }
 
-// RFC 4514 §2.4. What is beyond ASCII stays as it is.
+bool isControl(char c) noexcept {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+// RFC 4514 §2.4. Control characters, which it asks for of NUL alone, are hexadecimal, so that no
+// name steers a terminal; what is beyond ASCII stays as it is.
 void appendEscaped(std::string_view value, std::string& out) {
   size_t done = 0;
   for (size_t i = 0; i < value.size(); ++i) {
     const char c = value[i];
     const bool isAtEnd = i == 0 || i + 1 == value.size();
     const bool isEscaped = isSpecial(c) || (c == ' ' && isAtEnd) || (c == '#' && i == 0);
-    if (!isEscaped && c != '\0') continue;
-    out.append(value.substr(done, i - done)).append(c == '\0' ? "\\00" : "\\");
-    done = c == '\0' ? i + 1 : i;
+    if (!isEscaped && !isControl(c)) continue;
+    out.append(value.substr(done, i - done)) += '\\';
+    done = i;
+    if (!isControl(c)) continue;
+    char digits[2];
+    hexEncodeUpper(reinterpret_cast<const unsigned char*>(&c), 1, digits);
+    out.append(digits, sizeof digits);
+    done = i + 1;
   }
   out.append(value.substr(done));
 }

@@ -93,11 +93,11 @@ class [[nodiscard]] Result {
 
   constexpr const Error& error() const noexcept { return *std::get_if<1>(&m_state); }
 
-  template <class U>
+  template <class U = T>
   constexpr T value_or(U&& other) const& {
     return has_value() ? **this : static_cast<T>(std::forward<U>(other));
   }
-  template <class U>
+  template <class U = T>
   constexpr T value_or(U&& other) && {
     return has_value() ? std::move(**this) : static_cast<T>(std::forward<U>(other));
   }
