@@ -91,7 +91,7 @@ constexpr Kind kKinds[] = {
      "The content of an extension is not of its syntax."},
     {Code::generalNameMalformed, "generalNameMalformed", "RFC 5280 §4.2.1.6", kNo,
      "A general name is malformed."},
-    {Code::criticalityWrong, "criticalityWrong", "RFC 5280 §4.2.1", kYes,
+    {Code::criticalityWrong, "criticalityWrong", "RFC 5280 §4.2", kYes,
      "An extension is critical and must not be, or the other way round."},
     {Code::pathLengthWithoutCa, "pathLengthWithoutCa", "RFC 5280 §4.2.1.9", kYes,
      "A path length is given, but no right to sign certificates."},

@@ -52,7 +52,7 @@ enum class DepartureCode : uint8_t {
   extensionRepeated,          // §4.2
   extensionMalformed,         // §4.2: a known one whose content is not of its syntax
   generalNameMalformed,       // §4.2.1.6: one of the names of an extension
-  criticalityWrong,           // §4.2.1: a known one that must, or must not, be critical
+  criticalityWrong,           // §4.2: a known one that must, or must not, be critical
   pathLengthWithoutCa,        // §4.2.1.9: or without keyCertSign
   certSignWithoutCa,          // §4.2.1.9: keyCertSign and no basicConstraints that say CA
   keyUsageEmpty,              // §4.2.1.3: no bit set
