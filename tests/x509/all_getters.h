@@ -124,6 +124,8 @@ inline constexpr NamedGetter kGetters[] = {
     {"matchesPinSet, another pin", matchesPin<'3'>},
     {"getCertHash", [](auto& x, auto& log, auto& a) { return x.getCertHash(7, a.bytes, log); }},
     {"getXml", get<&VelmoraX509::getXml>},
+    {"saveXml", get<&VelmoraX509::saveXml>},
+    {"size", [](auto& x, auto&, auto& a) { return a.utf8().appendInt(x.getCertDerSize()); }},
     {"get_Sha1Thumbprint",
      [](auto& x, auto& log, auto& a) { return x.get_Sha1Thumbprint(a.bytes, log), true; }},
     {"get_Sha1ThumbprintX",
