@@ -27,8 +27,8 @@ constexpr std::string_view kAboutInput =
     "stops nothing.\n"
     "\n"
     "Control characters, bidirectional controls and bytes that are not UTF-8 are\n"
-    "printed as \\xHH or \\u{HHHH}, a backslash as \\\\; in XML and JSON, as the escapes\n"
-    "of these.\n"
+    "printed as \\xHH or \\u{HHHH}, a backslash as \\\\; in XML, JSON and RFC 4514 text,\n"
+    "as the escapes of these.\n"
     "\n"
     "Exit status: 0 done; 1 the answer is no; 2 usage; 3 something could not be read\n"
     "or was not a certificate.\n";

@@ -14,7 +14,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
-from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, T61, UTF8, certificate, name, oid, pem, tlv
+from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, T61, UTF8, certificate, name, oid, pem, tlv, to_ber
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
@@ -269,8 +269,9 @@ class Safety(unittest.TestCase):
                 pathlib.Path(name).write_bytes(content.read_bytes())
                 for command in (
                         ["show"], ["show", "--json"], ["show", "--xml"], ["name"], ["name", "--json"],
-                        ["name", "--members"], ["expires", "--within", "99999"], ["key"], ["key", "--xml"],
-                        ["match", "sha1,hex,00"], ["asn1"], ["asn1", "--compact"]):
+                        ["name", "--members"], ["name", "--rfc4514"],
+                        ["expires", "--within", "99999"], ["key"], ["key", "--xml"], ["match", "sha1,hex,00"],
+                        ["asn1"], ["asn1", "--compact"]):
                     with self.subTest(f"{command} {content.name}"):
                         _, out, errors = run(*command, name)
                         self.assertEqual((STEERING.findall(out), STEERING.findall(errors)), ([], []))
@@ -283,6 +284,11 @@ class Safety(unittest.TestCase):
             r"CN=host.example\x00.evil.example", r"CN=line\x0Avelmora-x509: forged\x0D\x1B[31mred\x07\x7F",
             r"CN=\u{202E}gnp.exe\u{2066} \u{200F}\u{2028}\u{0085}\u{009B}31m\u{FEFF}",
             r'CN=back\\slash "quote" <tag> & \\x0a'])
+        names = run("name", "--rfc4514", data("hostile.pem"))[1].splitlines()  # whose escapes are those of RFC 4514
+        self.assertEqual(names[6:10], [
+            r"CN=host.example\00.evil.example", r"CN=line\0Avelmora-x509: forged\0D\1B[31mred\07\7F",
+            r"CN=\E2\80\AEgnp.exe\E2\81\A6 \E2\80\8F\E2\80\A8\C2\85\C2\9B31m\EF\BB\BF",
+            r'CN=back\\slash \"quote\" \<tag\> & \\x0a'])
 
     def test_no_secret_is_printed(self):
         for name in ("key_pkcs1.pem", "key_pkcs8.pem", "key_sec1.der", "key_ed25519.der"):
@@ -303,7 +309,8 @@ class Safety(unittest.TestCase):
 class Name(unittest.TestCase):
     def test_options(self):
         cases = {
-            "--issuer": "CN=issuer", "--values-only": "a@example.org, \"Acme, Inc.\"",
+            "--issuer": "CN=issuer", "--rfc4514 --issuer": "CN=issuer",
+            "--rfc4514": r"O=Acme\, Inc.,emailAddress=a@example.org", "--values-only": "a@example.org, \"Acme, Inc.\"",
             "--style=22": 'OID.1.2.840.113549.1.9.1=a@example.org,O="Acme, Inc."',
             "--keywords=dn_lowercase,DN_NoSpaceAfterComma --reverse": 'o="Acme, Inc.",e=a@example.org',
         }
@@ -334,6 +341,11 @@ class Name(unittest.TestCase):
             self.assertEqual(out, '{"O":"first"}\n')
         status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
         self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
+        status, out, errors = run("name", "--rfc4514", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
+        self.assertEqual((status, out, errors.split(": ")[-1]), (3, "", "the name is malformed\n"))
+        self.assertEqual(run("name", "--rfc4514", "-", stdin=to_ber(certificate(subject)))[1],
+                         f"CN=next,CN=Zürich+1.2.3.{2**200}=#1203313233+O=#0C01FF+x500UniqueIdentifier=#03020001"
+                         r'+emailAddress=\"\0A' + "\n")
 
     def test_names_that_are_the_same(self):
         def cn(tag, value):
@@ -627,6 +639,7 @@ class Usage(unittest.TestCase):
                  (["show", "--json=1", "x"], "no value"), (["show", "--json", "--json", "x"], "twice"),
                  (["--what", "x"], "--what"), (["show", "--json", "--xml", "x"], "exclude"),
                  (["show", "--with-der", "x"], "--json"), (["name", "--json", "--style", "1", "x"], "exclude"),
+                 *((["name", "--rfc4514", option, "x"], "exclude") for option in ("--json", "--members", "--reverse", "--style=1")),
                  (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"),
                  (["pin", "--hash", "md5", "x"], "sha256"), (["pin", "--encoding", "rot13", "x"], "base64"),
                  (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),

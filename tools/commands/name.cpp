@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <charconv>
+#include <new>
 
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/name_json.h"
+#include "velmora/reading/reading.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora::tool {
@@ -70,6 +72,44 @@ class PrintName final : public CertificateVisitor {
   XString m_name;
 };
 
+// What steers a terminal as the escapes that RFC 4514 §2.4 has itself, \HH for each octet of the
+// UTF-8: what comes out reads back as the same name.
+void appendRfc4514(std::string_view text, StringBuffer& out) {
+  static constexpr AsciiSet kPlain = printableWithout("");
+  copyEscaped(text, kPlain, out, [&](char32_t, std::string_view octets) {
+    for (const char octet : octets) {
+      out.appendChar('\\');
+      appendHexDigits(static_cast<unsigned char>(octet), 2, "0123456789ABCDEF", out);
+    }
+  });
+}
+
+// Why there is no certificate, for the line on standard error. The sentences are literals.
+const char* reasonOf(const Error& error) {
+  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
+  return error.message().data();
+}
+
+class PrintRfc4514 final : public CertificateVisitor {
+ public:
+  PrintRfc4514(bool issuer, Console& console) : m_issuer(issuer), m_console(console) {}
+
+  const char* visit(const InputCertificate& input) override {
+    const Result<Certificate> certificate = certificateFromBer(std::as_bytes(input.der));
+    if (!certificate) return reasonOf(certificate.error());
+    const Name name = m_issuer ? certificate->issuer() : certificate->subject();
+    const Result<std::string> text = name.rfc4514();
+    if (!text) return "The name is malformed.";
+    appendRfc4514(*text, m_console.out());
+    m_console.out().appendChar('\n');
+    return nullptr;
+  }
+
+ private:
+  bool m_issuer;
+  Console& m_console;
+};
+
 bool parseStyle(std::string_view text, int& style) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), style);
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
@@ -91,13 +131,16 @@ bool areKeywords(std::string_view words) {
 
 // The options that have no meaning beside another.
 bool checkOptions(const Arguments& arguments, std::string& usageError) {
-  for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--json"}) {
+  for (const std::string_view option :
+       {"--reverse", "--values-only", "--keywords", "--json", "--rfc4514"}) {
     if (!arguments.atMostOneOf({"--members", option}, usageError)) return false;
   }
-  for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--style"}) {
-    if (!arguments.atMostOneOf({"--json", option}, usageError)) return false;
+  for (const std::string_view form : {"--json", "--rfc4514"}) {
+    for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--style"}) {
+      if (!arguments.atMostOneOf({form, option}, usageError)) return false;
+    }
   }
-  return true;
+  return arguments.atMostOneOf({"--json", "--rfc4514"}, usageError);
 }
 
 bool runName(const Arguments& arguments, Console& console, std::string& usageError) {
@@ -105,6 +148,11 @@ bool runName(const Arguments& arguments, Console& console, std::string& usageErr
   if (arguments.has("--json")) {
     const auto visitor = makePrintNameJson(arguments.has("--issuer"), console);
     visitCertificates(arguments.files(), true, *visitor, console);
+    return true;
+  }
+  if (arguments.has("--rfc4514")) {
+    PrintRfc4514 visitor(arguments.has("--issuer"), console);
+    visitCertificates(arguments.files(), false, visitor, console);
     return true;
   }
   NameForm form;
@@ -135,6 +183,8 @@ constexpr OptionSpec kOptions[] = {
      "is null and has its DER beside it as hex"},
     {"--members", "",
      "the library's JSON object: the first attribute of each RDN by name, the last RDN first"},
+    {"--rfc4514", "",
+     "all of the name as RFC 4514 has it, the last RDN first; control characters as its \\HH too"},
     {"--style", "N", "attribute names in style N: 1 to 6 or 22 (default 0, short names)"},
     {"--reverse", "", "the last part of the name first"},
     {"--values-only", "", "the values without attribute names"},
