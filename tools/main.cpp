@@ -13,8 +13,8 @@ namespace {
 
 // In the order of the help. A new command is one line here and a file of its own.
 constexpr const Command* kCommands[] = {
-    &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kNameCommand,  &kExtCommand, &kKeyCommand,
-    &kPinCommand,  &kMatchCommand,  &kExpiresCommand, &kSplitCommand, &kAsn1Command};
+    &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kNameCommand, &kExtCommand,   &kKeyCommand,
+    &kPinCommand,  &kMatchCommand,  &kExpiresCommand, &kLintCommand, &kSplitCommand, &kAsn1Command};
 
 constexpr std::string_view kUsage = "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n";
 

@@ -18,6 +18,7 @@ from make_reader_data import BMP, CN, EMAIL, IA5, O, PRINTABLE, T61, UTF8, certi
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data" / "reader"
+EXAMPLES = DATA.parent.parent.parent / "examples" / "chain"
 THREE = ["C=US, O=Acme, CN=Root", "C=US, O=Acme, CN=Issuing", "CN=www.example.org"]
 KEYS = ["source", "index", "subject", "issuer", "serialNumber", "version", "notBefore", "notAfter",
         "validNow", "signatureAlgorithm", "publicKeyAlgorithm", "subjectKeyIdentifier",
@@ -269,7 +270,7 @@ class Safety(unittest.TestCase):
                 pathlib.Path(name).write_bytes(content.read_bytes())
                 for command in (
                         ["show"], ["show", "--json"], ["show", "--xml"], ["name"], ["name", "--json"],
-                        ["name", "--members"], ["name", "--rfc4514"],
+                        ["name", "--members"], ["name", "--rfc4514"], ["lint"], ["lint", "--json"],
                         ["expires", "--within", "99999"], ["key"], ["key", "--xml"], ["match", "sha1,hex,00"],
                         ["asn1"], ["asn1", "--compact"]):
                     with self.subTest(f"{command} {content.name}"):
@@ -631,6 +632,37 @@ class Files(unittest.TestCase):
         self.assertEqual((status, out.count("expires in")), (1, 3))
 
 
+class Lint(unittest.TestCase):
+    def test_departures_of_a_certificate_and_its_twins(self):
+        def departure(kind, message, clause, offset, about=None, may_decide=False):
+            return {"id": kind, "message": message, "clause": clause, "offset": offset, "about": about, "mayDecide": may_decide}
+
+        def ber(offset):
+            return departure("notDer", "The certificate is BER, and read as the DER made of it.", "RFC 5280 §4.1", offset)
+
+        clean = (EXAMPLES / "leaf.der").read_bytes()
+        serial, flag = bytes.fromhex("02061D5C0FFA3B90"), b"\1\1\xff"
+        negative, unsure = clean.replace(serial, b"\2\6\x9d" + serial[3:]), clean.replace(flag, b"\1\1\1", 1)
+        padded = clean[:2] + (len(clean) - 3).to_bytes(2, "big") + b"\x30\x83\0" + clean[6:]  # a length of three octets
+        of_serial = departure("serialNegative", "The serial number is negative.", "RFC 5280 §4.1.2.2", clean.index(serial), None, True)
+        of_flag = departure("booleanNotDer", "A BOOLEAN is neither 00 nor FF.", "X.690 §11.1", clean.index(flag), "2.5.29.19")
+        for der, expected in [(clean, []), (negative, [of_serial]), (unsure, [of_flag]), (padded, [ber(4)]),
+                              (to_ber(clean), [ber(0)]), (to_ber(unsure), [ber(0), of_flag])]:
+            with self.subTest(der=der[:16].hex(), expected=[each["id"] for each in expected]):
+                status, out, errors = run("lint", "--json", "-", stdin=der)
+                self.assertEqual((status, errors), (1 if expected else 0, ""))
+                self.assertEqual(json_lines(out), [{"source": "-", "index": 0, "departures": expected}])
+                text = "".join("standard input: certificate 1, offset {offset}{place}: {message}{doubt} ({clause}, {id})\n".format(
+                    **each, place=", basicConstraints (2.5.29.19)" if each["about"] else "",
+                    doubt="" if each["mayDecide"] else " No decision may rest on it.") for each in expected)
+                self.assertEqual(run("lint", "-", stdin=der), (status, text, ""))
+
+    def test_what_cannot_be_read_outweighs_what_departs(self):
+        status, out, errors = run("lint", "--json", data("three_0.der"), data("request.pem"), EXAMPLES / "chain.pem")
+        self.assertEqual((status, len(errors.splitlines())), (3, 1))
+        self.assertEqual([len(line["departures"]) if "error" not in line else None for line in json_lines(out)], [1, None, 0, 0, 0])
+
+
 class Usage(unittest.TestCase):
     def test_errors(self):
         cases = [([], "FILE"), (["show"], "FILE"), (["shwo", "x.pem"], 'mean "show"'),
@@ -654,7 +686,7 @@ class Usage(unittest.TestCase):
     def test_help_and_version(self):
         status, out, errors = run("--help")
         self.assertEqual((status, errors), (0, ""))
-        for command in ("show", "verify", "issuer", "name", "ext", "key", "pin", "match", "expires", "split", "asn1"):
+        for command in ("show", "verify", "issuer", "name", "ext", "key", "pin", "match", "expires", "lint", "split", "asn1"):
             self.assertRegex(out, rf"(?m)^  {command} ")
             self.assertIn(f"velmora-x509 {command} ", run(command, "--help")[1])
         self.assertRegex(run("--version")[1], r"^velmora-x509 \d+\.\d+\.\d+\n$")

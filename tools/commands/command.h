@@ -30,6 +30,7 @@ extern const Command kKeyCommand;
 extern const Command kPinCommand;
 extern const Command kMatchCommand;
 extern const Command kExpiresCommand;
+extern const Command kLintCommand;
 extern const Command kSplitCommand;
 extern const Command kVerifyCommand;
 extern const Command kIssuerCommand;
