@@ -35,18 +35,6 @@ class Descriptor {
   int m_descriptor;
 };
 
-// The library's sentence as a part of a line: without its full stop and, unless it starts with an
-// abbreviation, its capital letter.
-void appendReason(std::string_view sentence, StringBuffer& out) {
-  if (sentence.ends_with('.')) sentence.remove_suffix(1);
-  const bool isAbbreviation = sentence.size() > 1 && sentence[1] >= 'A' && sentence[1] <= 'Z';
-  if (!sentence.empty() && !isAbbreviation) {
-    out.appendChar(asciiLower(sentence.front()));
-    sentence.remove_prefix(1);
-  }
-  out.append(sentence);
-}
-
 void appendNumber(std::string_view before, size_t number, StringBuffer& out) {
   out.append(before);
   out.appendInt(static_cast<int64_t>(number));
@@ -280,6 +268,16 @@ void appendPlace(const InputCertificate& input, StringBuffer& out) {
   appendPrintable(sourceForPeople(input.source), out);
   out.append(": certificate ");
   out.appendInt(static_cast<int64_t>(input.index) + 1);
+}
+
+void appendReason(std::string_view sentence, StringBuffer& out) {
+  if (sentence.ends_with('.')) sentence.remove_suffix(1);
+  const bool isAbbreviation = sentence.size() > 1 && sentence[1] >= 'A' && sentence[1] <= 'Z';
+  if (!sentence.empty() && !isAbbreviation) {
+    out.appendChar(asciiLower(sentence.front()));
+    sentence.remove_prefix(1);
+  }
+  out.append(sentence);
 }
 
 std::string_view sourceForPeople(std::string_view source) {

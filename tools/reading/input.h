@@ -52,6 +52,10 @@ class LoadedCertificate {
 /// Appends where a certificate stands, for people: "FILE: certificate 2".
 void appendPlace(const InputCertificate& input, StringBuffer& out);
 
+/// Appends the library's sentence as a part of a line: without its full stop and, unless it starts
+/// with an abbreviation, its capital letter.
+void appendReason(std::string_view sentence, StringBuffer& out);
+
 /// How people name a source.
 std::string_view sourceForPeople(std::string_view source);
 

@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/certificate/bytes.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
@@ -30,6 +31,8 @@ class JsonLine {
   void base64(std::string_view key, std::span<const unsigned char> bytes);
   /// The bytes as upper-case hexadecimal digits.
   void hex(std::string_view key, std::span<const unsigned char> bytes);
+  void base64(std::string_view key, Bytes bytes) { base64(key, octetsOf(bytes)); }
+  void hex(std::string_view key, Bytes bytes) { hex(key, octetsOf(bytes)); }
 
   void beginObject(std::string_view key) { begin(key, '{'); }
   void endObject() { finish('}'); }
@@ -40,6 +43,9 @@ class JsonLine {
   void end();
 
  private:
+  static std::span<const unsigned char> octetsOf(Bytes bytes) noexcept {
+    return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
+  }
   void key(std::string_view name);
   void begin(std::string_view key, char bracket);
   void finish(char bracket);

@@ -2,7 +2,7 @@
 
 #include "tools/reading/certificate_tree.h"
 #include "tools/reading/string_value.h"
-#include "tools/render/json_writer.h"
+#include "tools/render/oid_text.h"
 #include "velmora/support/asn1/oid_names.h"
 #include "velmora/x509/dn_names.h"
 
@@ -72,6 +72,32 @@ class PrintNameJson final : public CertificateVisitor {
 
 std::unique_ptr<CertificateVisitor> makePrintNameJson(bool issuer, Console& console) {
   return std::make_unique<PrintNameJson>(issuer, console);
+}
+
+void writeAttribute(const Attribute& attribute, JsonLine& line) {
+  const std::string type = dottedOid(attribute.rawType);
+  const bool isText = attribute.kind != TextKind::none;
+  line.beginObject("");
+  line.textOrNull("oid", type);
+  line.textOrNull("name", attributeName(type));
+  isText ? line.text("value", attribute.text) : line.null("value");
+  if (!isText) line.hex("hex", attribute.der);
+  line.endObject();
+}
+
+void writeRdns(std::string_view key, const Name& name, JsonLine& line) {
+  const Result<std::vector<Attribute>> attributes = name.attributes();
+  if (!attributes) return line.null(key);
+  line.beginList(key);
+  for (size_t i = 0; i < attributes->size(); ++i) {
+    const uint32_t rdn = (*attributes)[i].rdn;
+    const bool isFirst = i == 0 || (*attributes)[i - 1].rdn != rdn;
+    const bool isLast = i + 1 == attributes->size() || (*attributes)[i + 1].rdn != rdn;
+    if (isFirst) line.beginList("");
+    writeAttribute((*attributes)[i], line);
+    if (isLast) line.endList();
+  }
+  line.endList();
 }
 
 }  // namespace velmora::tool

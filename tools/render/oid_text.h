@@ -1,7 +1,9 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
+#include "velmora/certificate/bytes.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
@@ -14,5 +16,9 @@ void appendOid(std::string_view dotted, OidStyle style, StringBuffer& out);
 
 /// The same within a sentence: the name alone where there is one.
 void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out);
+
+/// The dotted form of the content octets of an OID of any length; empty for one with an arc of more
+/// than kMaxOidArcOctets.
+std::string dottedOid(Bytes content);
 
 }  // namespace velmora::tool

@@ -1,16 +1,29 @@
+#include <new>
+#include <optional>
+#include <string>
+
 #include "tools/reading/certificate_facts.h"
 #include "tools/reading/dates.h"
 #include "tools/reading/general_name.h"
 #include "tools/reading/key_description.h"
 #include "tools/reading/version.h"
 #include "tools/reading/whole.h"
+#include "tools/render/decoded_extension.h"
 #include "tools/render/json_writer.h"
+#include "tools/render/name_json.h"
 #include "tools/render/show.h"
+#include "velmora/reading/reading.h"
 #include "velmora/support/asn1/oid_names.h"
 
 namespace velmora::tool {
 
 namespace {
+
+// Why there is no certificate, which is to say a constant.
+const char* reasonOf(const Error& error) {
+  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
+  return error.message().data();
+}
 
 class ShowJson final : public CertificateVisitor {
  public:
@@ -19,6 +32,14 @@ class ShowJson final : public CertificateVisitor {
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_loaded.load(input.der)) return reason;
     if (const char* reason = m_tree.load(input.der)) return reason;
+    const Bytes octets = std::as_bytes(input.der);
+    Result<Certificate> typed = Certificate::parseBytes(octets);
+    std::optional<uint32_t> berAt;
+    if (!typed && typed.error().code == ErrorCode::notDer) {
+      berAt = typed.error().offset;
+      typed = certificateFromBer(octets);
+    }
+    if (!typed) return reasonOf(typed.error());
     JsonLine line(m_console.out());
     line.text("source", input.source);
     line.number("index", static_cast<int64_t>(input.index));
@@ -30,8 +51,13 @@ class ShowJson final : public CertificateVisitor {
     writeDigests(line, input.der);
     line.boolean("selfIssued", isSelfIssued(m_tree));
     writeKey(line);
-    writeExtensions(line);
+    writeExtensions(*typed, line);
     writeWarnings(line);
+    writeRfc4514("subjectRfc4514", typed->subject(), line);
+    writeRfc4514("issuerRfc4514", typed->issuer(), line);
+    writeRdns("subjectRdns", typed->subject(), line);
+    writeRdns("issuerRdns", typed->issuer(), line);
+    writeDepartures(*typed, berAt, line);
     if (m_withDer) line.base64("der", input.der);
     line.end();
     return nullptr;
@@ -112,7 +138,8 @@ class ShowJson final : public CertificateVisitor {
     line.endObject();
   }
 
-  void writeExtensions(JsonLine& line) {
+  void writeExtensions(const Certificate& typed, JsonLine& line) {
+    DecodedExtensions decoded(typed);
     line.beginList("extensions");
     for (const ListedExtension& extension : m_tree.extensions()) {
       line.beginObject("");
@@ -120,6 +147,7 @@ class ShowJson final : public CertificateVisitor {
       line.textOrNull("name", oidName(extension.oid));
       line.boolean("critical", extension.critical);
       extension.value ? line.text("value", *extension.value) : line.null("value");
+      decoded.write(extension.oid, line);
       line.endObject();
     }
     line.endList();
@@ -129,6 +157,35 @@ class ShowJson final : public CertificateVisitor {
     line.beginList("warnings");
     for (const auto text : versionWarnings(describeVersion(m_tree), m_tree)) line.text("", text);
     line.endList();
+  }
+
+  static void writeRfc4514(std::string_view key, const Name& name, JsonLine& line) {
+    const Result<std::string> text = name.rfc4514();
+    text ? line.text(key, *text) : line.null(key);
+  }
+
+  // There is no Departure for BER, since a Certificate is DER. The offset of this one is that in
+  // the octets as they came, those of all others are in the DER.
+  static void writeDepartures(const Certificate& typed, std::optional<uint32_t> berAt,
+                              JsonLine& line) {
+    line.beginList("departures");
+    if (berAt) writeDeparture("notDer", "RFC 5280 §4.1", *berAt, false, {}, line);
+    for (const Departure& each : typed.departures()) {
+      writeDeparture(each.id(), each.clause(), each.offset, each.mayDecide(), each.about.text(),
+                     line);
+    }
+    line.endList();
+  }
+
+  static void writeDeparture(std::string_view id, std::string_view clause, uint32_t offset,
+                             bool mayDecide, std::string_view about, JsonLine& line) {
+    line.beginObject("");
+    line.text("id", id);
+    line.text("clause", clause);
+    line.number("offset", int64_t{offset});
+    line.boolean("mayDecide", mayDecide);
+    line.textOrNull("about", about);
+    line.endObject();
   }
 
   bool m_withDer;
