@@ -321,7 +321,7 @@ void writeError(const Error& error, JsonLine& line) {
 
 }  // namespace
 
-DecodedExtensions::DecodedExtensions(const Certificate& certificate)
+DecodedExtensions::DecodedExtensions(const Result<Certificate>& certificate)
     : m_certificate(certificate), m_errors(std::size(kKnown)) {}
 
 void DecodedExtensions::write(std::string_view dotted, JsonLine& line) {
@@ -330,7 +330,8 @@ void DecodedExtensions::write(std::string_view dotted, JsonLine& line) {
                                          [&](const Decoded& each) { return each.id == id; });
   if (known == std::end(kKnown)) return line.null(kDecoded);
   std::optional<Error>& error = m_errors[static_cast<size_t>(known - kKnown)];
-  if (!error) error = known->write(m_certificate, line);
+  if (!m_certificate) error = m_certificate.error();
+  if (!error) error = known->write(*m_certificate, line);
   if (error) writeError(*error, line);
 }
 

@@ -12,8 +12,8 @@ namespace velmora::tool {
 /// What the extensions of one certificate say, as JSON; docs/command-line.md describes each.
 class DecodedExtensions {
  public:
-  /// The certificate has to outlive this object.
-  explicit DecodedExtensions(const Certificate& certificate);
+  /// The certificate, or why there is none to ask; it has to outlive this object.
+  explicit DecodedExtensions(const Result<Certificate>& certificate);
 
   /// Writes the member "decoded" of the extension with a dotted OID: what Certificate answers of
   /// it, {error, offset} where that is an error, and null for an OID of which it answers nothing
@@ -21,7 +21,7 @@ class DecodedExtensions {
   void write(std::string_view dotted, JsonLine& line);
 
  private:
-  const Certificate& m_certificate;
+  const Result<Certificate>& m_certificate;
   // Of each extension that is known. One that is there twice costs a look at all of them, which
   // must not be taken for each of the thousands that there may be.
   std::vector<std::optional<Error>> m_errors;

@@ -85,8 +85,8 @@ void writeAttribute(const Attribute& attribute, JsonLine& line) {
   line.endObject();
 }
 
-void writeRdns(std::string_view key, const Name& name, JsonLine& line) {
-  const Result<std::vector<Attribute>> attributes = name.attributes();
+void writeRdns(std::string_view key, const Result<std::vector<Attribute>>& attributes,
+               JsonLine& line) {
   if (!attributes) return line.null(key);
   line.beginList(key);
   for (size_t i = 0; i < attributes->size(); ++i) {

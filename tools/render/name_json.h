@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "tools/reading/input.h"
 #include "tools/render/json_writer.h"
@@ -17,7 +18,9 @@ std::unique_ptr<CertificateVisitor> makePrintNameJson(bool issuer, Console& cons
 /// has its DER beside it as "hex".
 void writeAttribute(const Attribute& attribute, JsonLine& line);
 
-/// Writes the name as a list of RDNs, each a list of these; null for a malformed one.
-void writeRdns(std::string_view key, const Name& name, JsonLine& line);
+/// Writes the attributes of a name as a list of RDNs, each a list of these; null where there are none
+/// because it is malformed.
+void writeRdns(std::string_view key, const Result<std::vector<Attribute>>& attributes,
+               JsonLine& line);
 
 }  // namespace velmora::tool

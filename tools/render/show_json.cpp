@@ -19,11 +19,21 @@ namespace velmora::tool {
 
 namespace {
 
-// Why there is no certificate, which is to say a constant.
-const char* reasonOf(const Error& error) {
-  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
-  return error.message().data();
-}
+// The certificate for exact answers. What loads may be BER, of which this is the DER, or hold what no
+// DER has, such as an INTEGER that is constructed; of that there is none.
+struct TypedCertificate {
+  explicit TypedCertificate(Bytes octets) : certificate(Certificate::parseBytes(octets)) {
+    if (certificate) return;
+    if (certificate.error().code == ErrorCode::notDer) {
+      berAt = certificate.error().offset;
+      certificate = certificateFromBer(octets);
+    }
+    if (!certificate && certificate.error().code == ErrorCode::outOfMemory) throw std::bad_alloc();
+  }
+
+  Result<Certificate> certificate;
+  std::optional<uint32_t> berAt;  // where the octets are no DER
+};
 
 class ShowJson final : public CertificateVisitor {
  public:
@@ -32,14 +42,7 @@ class ShowJson final : public CertificateVisitor {
   const char* visit(const InputCertificate& input) override {
     if (const char* reason = m_loaded.load(input.der)) return reason;
     if (const char* reason = m_tree.load(input.der)) return reason;
-    const Bytes octets = std::as_bytes(input.der);
-    Result<Certificate> typed = Certificate::parseBytes(octets);
-    std::optional<uint32_t> berAt;
-    if (!typed && typed.error().code == ErrorCode::notDer) {
-      berAt = typed.error().offset;
-      typed = certificateFromBer(octets);
-    }
-    if (!typed) return reasonOf(typed.error());
+    const TypedCertificate typed(std::as_bytes(input.der));
     JsonLine line(m_console.out());
     line.text("source", input.source);
     line.number("index", static_cast<int64_t>(input.index));
@@ -51,13 +54,10 @@ class ShowJson final : public CertificateVisitor {
     writeDigests(line, input.der);
     line.boolean("selfIssued", isSelfIssued(m_tree));
     writeKey(line);
-    writeExtensions(*typed, line);
+    writeExtensions(typed.certificate, line);
     writeWarnings(line);
-    writeRfc4514("subjectRfc4514", typed->subject(), line);
-    writeRfc4514("issuerRfc4514", typed->issuer(), line);
-    writeRdns("subjectRdns", typed->subject(), line);
-    writeRdns("issuerRdns", typed->issuer(), line);
-    writeDepartures(*typed, berAt, line);
+    writeNames(typed.certificate, line);
+    writeDepartures(typed, line);
     if (m_withDer) line.base64("der", input.der);
     line.end();
     return nullptr;
@@ -138,7 +138,7 @@ class ShowJson final : public CertificateVisitor {
     line.endObject();
   }
 
-  void writeExtensions(const Certificate& typed, JsonLine& line) {
+  void writeExtensions(const Result<Certificate>& typed, JsonLine& line) {
     DecodedExtensions decoded(typed);
     line.beginList("extensions");
     for (const ListedExtension& extension : m_tree.extensions()) {
@@ -159,20 +159,27 @@ class ShowJson final : public CertificateVisitor {
     line.endList();
   }
 
-  static void writeRfc4514(std::string_view key, const Name& name, JsonLine& line) {
-    const Result<std::string> text = name.rfc4514();
+  static void writeNames(const Result<Certificate>& typed, JsonLine& line) {
+    const Result<Name> subject = typed.transform(&Certificate::subject);
+    const Result<Name> issuer = typed.transform(&Certificate::issuer);
+    writeText("subjectRfc4514", subject.and_then(&Name::rfc4514), line);
+    writeText("issuerRfc4514", issuer.and_then(&Name::rfc4514), line);
+    writeRdns("subjectRdns", subject.and_then(&Name::attributes), line);
+    writeRdns("issuerRdns", issuer.and_then(&Name::attributes), line);
+  }
+
+  static void writeText(std::string_view key, const Result<std::string>& text, JsonLine& line) {
     text ? line.text(key, *text) : line.null(key);
   }
 
-  // There is no Departure for BER, since a Certificate is DER. The offset of this one is that in
-  // the octets as they came, those of all others are in the DER.
-  static void writeDepartures(const Certificate& typed, std::optional<uint32_t> berAt,
-                              JsonLine& line) {
+  static void writeDepartures(const TypedCertificate& typed, JsonLine& line) {
     line.beginList("departures");
-    if (berAt) writeDeparture("notDer", "RFC 5280 §4.1", *berAt, false, {}, line);
-    for (const Departure& each : typed.departures()) {
-      writeDeparture(each.id(), each.clause(), each.offset, each.mayDecide(), each.about.text(),
-                     line);
+    if (typed.berAt) writeDeparture("notDer", "RFC 5280 §4.1", *typed.berAt, false, {}, line);
+    if (typed.certificate) {
+      for (const Departure& each : typed.certificate->departures()) {
+        writeDeparture(each.id(), each.clause(), each.offset, each.mayDecide(), each.about.text(),
+                       line);
+      }
     }
     line.endList();
   }
