@@ -123,15 +123,10 @@ void writeValue(const std::vector<Access>& accesses, JsonLine& line) {
 }
 
 void writeValue(const std::vector<DistributionPoint>& points, JsonLine& line) {
-  static constexpr std::string_view kReasons[] = {"unused",
-                                                  "keyCompromise",
-                                                  "cACompromise",
-                                                  "affiliationChanged",
-                                                  "superseded",
-                                                  "cessationOfOperation",
-                                                  "certificateHold",
-                                                  "privilegeWithdrawn",
-                                                  "aACompromise"};
+  static constexpr std::string_view kReasons[] = {
+      "unused",      "keyCompromise",        "cACompromise",    "affiliationChanged",
+      "superseded",  "cessationOfOperation", "certificateHold", "privilegeWithdrawn",
+      "aACompromise"};
   line.beginList(kDecoded);
   for (const DistributionPoint& point : points) {
     line.beginObject("");

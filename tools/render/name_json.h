@@ -14,12 +14,12 @@ namespace velmora::tool {
 /// that is not text, or not all of it, is null and has its DER beside it as "hex".
 std::unique_ptr<CertificateVisitor> makePrintNameJson(bool issuer, Console& console);
 
-/// Writes an attribute of a name as {oid, name, value} in a list; a value that is no text is null and
-/// has its DER beside it as "hex".
+/// Writes an attribute of a name as {oid, name, value} in a list; a value that is no text is null
+/// and has its DER beside it as "hex".
 void writeAttribute(const Attribute& attribute, JsonLine& line);
 
-/// Writes the attributes of a name as a list of RDNs, each a list of these; null where there are none
-/// because it is malformed.
+/// Writes the attributes of a name as a list of RDNs, each a list of these; null where there are
+/// none because it is malformed.
 void writeRdns(std::string_view key, const Result<std::vector<Attribute>>& attributes,
                JsonLine& line);
 

@@ -19,8 +19,8 @@ namespace velmora::tool {
 
 namespace {
 
-// The certificate for exact answers. What loads may be BER, of which this is the DER, or hold what no
-// DER has, such as an INTEGER that is constructed; of that there is none.
+// The certificate for exact answers. What loads may be BER, of which this is the DER, or hold what
+// no DER has, such as an INTEGER that is constructed; of that there is none.
 struct TypedCertificate {
   explicit TypedCertificate(Bytes octets) : certificate(Certificate::parseBytes(octets)) {
     if (certificate) return;
