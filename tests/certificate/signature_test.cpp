@@ -1,56 +1,25 @@
-#include <map>
 #include <memory>
-#include <vector>
 
 #include "tests/certificate/typed_test.h"
-#include "tests/common/key_value_file.h"
+#include "tests/common/signed_cases.h"
 #include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/issuer_key.h"
-#include "velmora/support/text/data_buffer.h"
 
 namespace velmora::test {
 namespace {
 
 using der::Bytes;
 
-struct Case {
-  std::string name, by, der;
-  bool isValid;  // to the library
-  std::string strict, typed;
-};
-
-// The certificates of tests/data/signed_certificates.txt.
-struct Signed {
+struct Signed : SignedCases {
   Signed() {
-    forEachRecord(VELMORA_SOURCE_DIR "/tests/data/signed_certificates.txt",
-                  [this](const KeyValueRecord& record) { add(record); });
-  }
-
-  void add(const KeyValueRecord& record) {
-    const auto optional = [&](const char* key) { return record.has(key) ? record.get(key) : ""; };
-    DataBuffer der;
-    EXPECT_TRUE(der.appendEncoded(record.get("Cert"), "hex"));
-    optional("Errors"), optional("Data");  // of the library
-    if (record.has("Issuer")) {
-      const std::string name = record.get("Issuer");
-      issuers.emplace(name, parsed(std::string(der.view())));
+    for (const auto& [name, der] : issuerDers) {
+      issuers.emplace(name, parsed(der));
       keys[name] = std::make_unique<IssuerKey>(issuers.at(name));
-    } else {
-      cases.push_back({record.get("Case"), record.get("By"), std::string(der.view()),
-                       record.get("Result") == "valid", optional("Strict"), optional("Typed")});
     }
-  }
-
-  const Case& byName(const std::string& name) const {
-    for (const Case& it : cases) {
-      if (it.name == name) return it;
-    }
-    throw std::out_of_range(name);
   }
 
   std::map<std::string, Certificate> issuers;
   std::map<std::string, std::unique_ptr<IssuerKey>> keys;
-  std::vector<Case> cases;
 };
 
 const Signed& all() {
@@ -59,7 +28,7 @@ const Signed& all() {
 }
 
 // What is wrong with one that the library tolerates, by the reason of the command line.
-SignatureFault faultOf(const Case& it) {
+SignatureFault faultOf(const SignedCase& it) {
   constexpr std::pair<std::string_view, SignatureFault> kFaults[] = {
       {"names the hash", SignatureFault::otherHash},
       {"its algorithm another one", SignatureFault::otherHash},
@@ -86,7 +55,7 @@ SignatureFault faultOf(const Case& it) {
 TEST(Signatures, AreGoodToTheLetterAlone) {
   size_t good = 0;
   ASSERT_GT(all().cases.size(), 300u);
-  for (const Case& it : all().cases) {
+  for (const SignedCase& it : all().cases) {
     SCOPED_TRACE(it.name);
     const Result<Certificate> certificate = Certificate::parse(it.der);
     if (it.name == "lengths that are not DER") {
@@ -99,7 +68,7 @@ TEST(Signatures, AreGoodToTheLetterAlone) {
     EXPECT_EQ(check.fault, all().keys.at(it.by)->check(*certificate).fault);
     EXPECT_EQ(check.message().empty(), check.fault == SignatureFault::none);
     const bool isGood = check.verdict == SignatureVerdict::good;
-    EXPECT_TRUE(it.isValid ? check.fault == faultOf(it) : !isGood) << check.message();
+    EXPECT_TRUE(it.valid ? check.fault == faultOf(it) : !isGood) << check.message();
     good += isGood ? 1 : 0;
   }
   EXPECT_GT(good, 120u);
@@ -119,7 +88,7 @@ TEST(Signatures, AreToldApartFromThoseOfAnotherKey) {
       {"MD5 is not known", SignatureFault::otherHash},
   };
   for (const auto& [name, fault] : rows) {
-    const Case& it = all().byName(name);
+    const SignedCase& it = all().byName(name);
     EXPECT_EQ(all().keys.at(it.by)->check(parsed(it.der)).fault, fault) << name;
   }
 }
@@ -131,7 +100,7 @@ constexpr const char* kFamilies[] = {"sha256 by rsa-1024",
 TEST(Signatures, AreOfOneKeyAloneAndSurviveNoFlippedBit) {
   for (const char* const family : kFamilies) {
     SCOPED_TRACE(family);
-    const Case& it = all().byName(family);
+    const SignedCase& it = all().byName(family);
     for (const auto& [name, key] : all().keys) {
       const SignatureVerdict verdict = key->check(parsed(it.der)).verdict;
       EXPECT_EQ(verdict == SignatureVerdict::good, name == it.by) << name;
