@@ -230,12 +230,8 @@ TEST(XmlBuild, BinaryContentOfAnotherFormIsRefusedWithTheReason) {
   digits.append("0123456789", 10);
   ASSERT_TRUE(xml->setBinaryContent(digits, true, false, nullptr, quiet));
   const std::string zipped(xml->contentView());
-  const struct {
-    std::string content;
-    bool zip;
-    size_t maxSize;
-    const char* reason;  // "": it reads back
-  } kCases[] = {
+  // With what reason it is refused; "": it reads back.
+  const std::tuple<std::string, bool, size_t, const char*> kCases[] = {
       {zipped, true, 10, ""},
       {zipped, true, 9, "the output is larger than allowed"},
       {"MDEyMzQ1Njc4OQ==", false, 10, ""},

@@ -29,9 +29,7 @@ std::string withAttributes(int count) {
 }
 
 TEST(XmlParser, ReadsAndWritesTheOneForm) {
-  const struct {
-    std::string xml, written;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"<a/>", "<a></a>"},
       {"<set\n></set\t>", "<set></set>"},
       {"\xEF\xBB\xBF<?xml version='1.0' encoding=\"UTF-8\"?>\n<a></a>\n", "<a></a>"},
@@ -66,8 +64,8 @@ TEST(XmlParser, ReadsAndWritesTheOneForm) {
       {"<"s + std::string(65535, 'n') + "/>",
        "<"s + std::string(65535, 'n') + "></" + std::string(65535, 'n') + ">"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(textOf(*_clsOwner(load(c.xml))), c.written) << c.xml.substr(0, 100);
+  for (const auto& [xml, written] : cases) {
+    EXPECT_EQ(textOf(*_clsOwner(load(xml))), written) << xml.substr(0, 100);
   }
 }
 
@@ -83,10 +81,7 @@ void expectRefused(std::string_view text, size_t offset) {
 }
 
 TEST(XmlParser, RefusesWithTheOffset) {
-  const struct {
-    size_t offset;
-    std::vector<std::string> texts;
-  } cases[] = {
+  const std::pair<size_t, std::vector<std::string>> cases[] = {
       {0, {"", "a", "x<a/>", "<!DOCTYPE a><a/>"}},
       {1,
        {"<", "< a/>", "<-a/>", "<.a/>", " <!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>",
@@ -115,16 +110,13 @@ TEST(XmlParser, RefusesWithTheOffset) {
       {256 * 5, {nested(257, "set")}},
       {withAttributes(256).size() - 4, {withAttributes(257)}},
   };
-  for (const auto& c : cases) {
-    for (const std::string& text : c.texts) expectRefused(text, c.offset);
+  for (const auto& [offset, texts] : cases) {
+    for (const std::string& text : texts) expectRefused(text, offset);
   }
-}
-
-TEST(XmlParser, RefusesContentThatIsNoText) {
-  for (const std::string& content :
+  for (const std::string& noText :
        {"\x01"s, "\0"s, "\xFF"s, "\xC0\x80"s, "\xED\xA0\x80"s, "&"s, "&b;"s, "&lt"s, "&#;"s,
         "&#x;"s, "&#X41;"s, "&#-1;"s, "&#1a;"s, "&#xD800;"s, "&#x110000;"s, "&#4294967361;"s}) {
-    expectRefused("<a>" + content + "</a>", 3);
+    expectRefused("<a>" + noText + "</a>", 3);
   }
 }
 

@@ -29,9 +29,7 @@ constexpr std::string_view kDocument =
     "</sequence>";
 
 TEST(XmlPath, ReadsContentWithoutMoving) {
-  const struct {
-    const char *path, *content;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"bits|*", "FF"},
       {"sequence|contextSpecific|int|*", "02"},
       {"sequence|contextSpecific[1]|sequence|oid|*", "2.5.29.14"},
@@ -49,11 +47,11 @@ TEST(XmlPath, ReadsContentWithoutMoving) {
   const _clsOwner xml(load(kDocument));
   xml->put_J(1);
   LogNull log;
-  for (const auto& c : cases) {
+  for (const auto& [path, content] : cases) {
     XString result("before");
-    EXPECT_TRUE(xml->velmoraPath(c.path, result, log)) << c.path;
-    EXPECT_EQ(result.view(), c.content) << c.path;
-    EXPECT_FALSE(xml->getParent2()) << c.path;
+    EXPECT_TRUE(xml->velmoraPath(path, result, log)) << path;
+    EXPECT_EQ(result.view(), content) << path;
+    EXPECT_FALSE(xml->getParent2()) << path;
   }
 }
 
