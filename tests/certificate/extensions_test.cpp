@@ -1,9 +1,6 @@
 #include <concepts>
-#include <fstream>
-#include <iterator>
 
 #include "tests/certificate/typed_test.h"
-#include "velmora/reading/certificate_reader.h"
 #include "velmora/support/log/log_sinks.h"
 #include "velmora/support/text/byte_codecs.h"
 #include "velmora/x509/velmora_x509.h"
@@ -13,6 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 using der::Bytes;
+using namespace oid;
 
 std::string hex(velmora::Bytes octets) {
   std::string digits(2 * octets.size(), ' ');
@@ -45,43 +43,38 @@ struct Shown {
   }
   Shown& operator<<(const Octets& octets) { return *this << velmora::Bytes(octets); }
 
-  Shown& operator<<(const BasicConstraints& a) {
-    return *this << (a.ca ? "ca " : "no ") << a.pathLength;
+  template <class... Parts>
+  Shown& all(const Parts&... parts) {
+    return (*this << ... << parts);
   }
+
+  Shown& operator<<(const BasicConstraints& a) { return all(a.ca ? "ca " : "no ", a.pathLength); }
   Shown& operator<<(const KeyUsage& a) { return *this << a.bits; }
   Shown& operator<<(const ExtendedKeyUsage& a) { return *this << a.purposes; }
-  Shown& operator<<(const AuthorityKeyId& a) {
-    return *this << a.keyId << " " << a.issuer << a.serial;
-  }
-  Shown& operator<<(const Access& a) { return *this << a.method << " " << a.location; }
+  Shown& operator<<(const AuthorityKeyId& a) { return all(a.keyId, " ", a.issuer, a.serial); }
+  Shown& operator<<(const Access& a) { return all(a.method, " ", a.location); }
   Shown& operator<<(const Attribute& a) { return *this << a.text; }
   Shown& operator<<(const DistributionPoint& a) {
-    return *this << a.fullName << a.relativeName << a.reasons << " " << a.crlIssuer;
+    return all(a.fullName, a.relativeName, a.reasons, " ", a.crlIssuer);
   }
-  Shown& operator<<(const CpsUri& a) { return *this << "cps " << a.text; }
-  Shown& operator<<(const OtherQualifier& a) { return *this << a.id << " " << a.value; }
+  Shown& operator<<(const CpsUri& a) { return all("cps ", a.text); }
+  Shown& operator<<(const OtherQualifier& a) { return all(a.id, " ", a.value); }
   Shown& operator<<(const UserNotice& a) {
-    return *this << "notice " << a.organization << " " << a.numbers << a.text;
+    return all("notice ", a.organization, " ", a.numbers, a.text);
   }
   Shown& operator<<(const PolicyQualifier& a) {
-    std::visit([&](const auto& qualifier) { *this << qualifier; }, a);
-    return *this;
+    return std::visit([this](const auto& it) -> Shown& { return *this << it; }, a);
   }
-  Shown& operator<<(const Policy& a) { return *this << a.id << ": " << a.qualifiers; }
-  Shown& operator<<(const PolicyMapping& a) {
-    return *this << a.issuerPolicy << "=" << a.subjectPolicy;
-  }
+  Shown& operator<<(const Policy& a) { return all(a.id, ": ", a.qualifiers); }
+  Shown& operator<<(const PolicyMapping& a) { return all(a.issuerPolicy, "=", a.subjectPolicy); }
   Shown& operator<<(const PolicyConstraints& a) {
-    return *this << a.requireExplicitPolicy << " " << a.inhibitPolicyMapping;
+    return all(a.requireExplicitPolicy, " ", a.inhibitPolicyMapping);
   }
   Shown& operator<<(const InhibitAnyPolicy& a) { return *this << a.skipCerts; }
-  Shown& operator<<(const NameConstraints& a) {
-    return *this << a.permitted << "but " << a.excluded;
-  }
+  Shown& operator<<(const NameConstraints& a) { return all(a.permitted, "but ", a.excluded); }
   Shown& operator<<(const SignedTimestamp& a) {
-    return *this << hex(velmora::Bytes(a.logId).first(1)) << " " << a.at.time_since_epoch().count()
-                 << " " << a.extensions << " " << a.hashAlgorithm << " " << a.signatureAlgorithm
-                 << " " << a.signature;
+    return all(velmora::Bytes(a.logId).first(1), " ", a.at.time_since_epoch().count(), " ",
+               a.extensions, " ", a.hashAlgorithm, " ", a.signatureAlgorithm, " ", a.signature);
   }
   Shown& operator<<(const TlsFeatures& a) { return *this << a.features; }
   Shown& operator<<(const OcspNoCheck&) { return *this << "there"; }
@@ -123,33 +116,30 @@ std::string ask(const Certificate& c, const Oid& id, uint32_t base) {
 
 // Pieces of the rows below.
 const Bytes kOid = der::oid("1.2.3");
-const Bytes kPadded = der::element(6, "\x2A\x80\x03");
+const Bytes kPadded = element(6, "\x2A\x80\x03");
 const Bytes kDns = primitive(2, "a");
 const Bytes kBad = primitive(2, "\x80");
-const Bytes kPoint = der::context(0, der::context(0, kDns));
+const Bytes kPoint = context(0, context(0, kDns));
 const std::string kMost = std::to_string(UINT64_MAX);
-const Bytes kBig = der::integer("\1"s + std::string(8, '\0'));
-Bytes number(std::string_view octets) {
-  return der::integer(octets);
-}
+const Bytes kBig = integer("\1"s + std::string(8, '\0'));
 Bytes policy(const Bytes& qualifiers) {
-  return der::sequence(der::sequence(kOid, qualifiers));
+  return sequence(sequence(kOid, qualifiers));
 }
 Bytes qualified(const std::string& id, const Bytes& qualifier) {
-  return policy(der::sequence(der::sequence(der::oid(id), qualifier)));
+  return policy(sequence(sequence(der::oid(id), qualifier)));
 }
 Bytes cps(const Bytes& text) {
   return qualified("1.3.6.1.5.5.7.2.1", text);
 }
 template <class... Members>
 Bytes notice(const Members&... members) {
-  return qualified("1.3.6.1.5.5.7.2.2", der::sequence(members...));
+  return qualified("1.3.6.1.5.5.7.2.2", sequence(members...));
 }
 Bytes point(const Bytes& members) {
-  return der::sequence(der::sequence(members));
+  return sequence(sequence(members));
 }
 Bytes subtrees(unsigned n, const Bytes& members) {
-  return der::sequence(der::context(n, der::sequence(members)));
+  return sequence(context(n, sequence(members)));
 }
 // A vector of TLS with two octets of length.
 Bytes counted(const Bytes& content) {
@@ -158,7 +148,7 @@ Bytes counted(const Bytes& content) {
 const Bytes kLogId = std::string(32, '\x11');
 const Bytes kStamp = "\0"s + kLogId + "\0\0\1\0\0\0\0\2"s + counted("e") + "\4\3" + counted("sig");
 Bytes stamps(const Bytes& list) {
-  return der::octets(counted(list));
+  return octets(counted(list));
 }
 
 // Values and what is answered to them: each refusal has a twin that differs in that alone.
@@ -167,154 +157,151 @@ const struct {
   Bytes value;
   std::string answer;
 } kRows[] = {
-    {oid::basicConstraints, der::sequence(), "no -"},
-    {oid::basicConstraints, der::sequence(der::boolean(false)), "no -"},  // a default, encoded
-    {oid::basicConstraints, der::sequence(der::boolean(true), number("\3")), "ca 3"},
-    {oid::basicConstraints, der::sequence(der::element(1, "\1"), number("\3")), "!2"},
-    {oid::basicConstraints, der::sequence(der::element(1, "\xFF\xFF")), "!2"},
-    {oid::basicConstraints, der::sequence(der::boolean(true), number("\0\3"s)), "!5"},
-    {oid::basicConstraints, der::sequence(der::boolean(true), number("\0\x83"s)), "ca 131"},
-    {oid::basicConstraints, der::sequence(der::boolean(true), number("\x83")), "!5"},
-    {oid::basicConstraints, der::sequence(der::boolean(true), number("")), "!5"},
-    {oid::basicConstraints, der::sequence(der::boolean(true), kBig), "ca " + kMost},
-    {oid::basicConstraints, der::sequence(number("\3"), der::boolean(true)), "!5"},
-    {oid::basicConstraints, der::sequence(number("\3"), number("\3")), "!5"},
-    {oid::basicConstraints, der::sequence() + der::null(), "!2"},
-    {oid::basicConstraints, der::set(), "!0"},
-    {oid::basicConstraints, "\x30\x81\x00"s, "!0"},
-    {oid::basicConstraints, "\x30\x03\x01\x02\xFF"s, "!2"},
-    {oid::basicConstraints, "", "!0"},
+    {basicConstraints, sequence(), "no -"},
+    {basicConstraints, sequence(boolean(false)), "no -"},  // a default, encoded
+    {basicConstraints, sequence(boolean(true), integer("\3")), "ca 3"},
+    {basicConstraints, sequence(element(1, "\1"), integer("\3")), "!2"},
+    {basicConstraints, sequence(element(1, "\xFF\xFF")), "!2"},
+    {basicConstraints, sequence(boolean(true), integer("\0\3"s)), "!5"},
+    {basicConstraints, sequence(boolean(true), integer("\0\x83"s)), "ca 131"},
+    {basicConstraints, sequence(boolean(true), integer("\x83")), "!5"},
+    {basicConstraints, sequence(boolean(true), integer("")), "!5"},
+    {basicConstraints, sequence(boolean(true), kBig), "ca " + kMost},
+    {basicConstraints, sequence(integer("\3"), boolean(true)), "!5"},
+    {basicConstraints, sequence(integer("\3"), integer("\3")), "!5"},
+    {basicConstraints, sequence() + null(), "!2"},
+    {basicConstraints, set(), "!0"},
+    {basicConstraints, "\x30\x81\x00"s, "!0"},
+    {basicConstraints, "\x30\x03\x01\x02\xFF"s, "!2"},
+    {basicConstraints, "", "!0"},
 
-    {oid::keyUsage, der::bits("\x06", 1), "96"},
-    {oid::keyUsage, der::bits("\x06", 2), "!0"},
-    {oid::keyUsage, der::bits("\x06", 0), "96"},  // zero bits at the end
-    {oid::keyUsage, der::bits("\x80\xC0\x01"), "257"},
-    {oid::keyUsage, der::bits(std::string(1, '\0'), 8), "!0"},
-    {oid::keyUsage, der::bits(std::string(1, '\0'), 7), "0"},
-    {oid::keyUsage, der::bits(""), "0"},
-    {oid::keyUsage, der::bits("", 1), "!0"},
-    {oid::keyUsage, der::element(3, ""), "!0"},
+    {keyUsage, bits("\x06", 1), "96"},
+    {keyUsage, bits("\x06", 2), "!0"},
+    {keyUsage, bits("\x06", 0), "96"},  // zero bits at the end
+    {keyUsage, bits("\x80\xC0\x01"), "257"},
+    {keyUsage, bits(std::string(1, '\0'), 8), "!0"},
+    {keyUsage, bits(std::string(1, '\0'), 7), "0"},
+    {keyUsage, bits(""), "0"},
+    {keyUsage, bits("", 1), "!0"},
+    {keyUsage, element(3, ""), "!0"},
 
-    {oid::extKeyUsage, der::sequence(kOid, kOid), "1.2.3 1.2.3 "},
-    {oid::extKeyUsage, der::sequence(kOid, kPadded), "!6"},
-    {oid::extKeyUsage, der::sequence(), "!0"},
+    {extKeyUsage, sequence(kOid, kOid), "1.2.3 1.2.3 "},
+    {extKeyUsage, sequence(kOid, kPadded), "!6"},
+    {extKeyUsage, sequence(), "!0"},
 
-    {oid::subjectKeyIdentifier, der::octets("\1\2"), "0102"},
-    {oid::subjectKeyIdentifier, der::element(0x24, der::octets("\1\2")), "!0"},
+    {subjectKeyIdentifier, octets("\1\2"), "0102"},
+    {subjectKeyIdentifier, element(0x24, octets("\1\2")), "!0"},
 
-    {oid::authorityKeyIdentifier, der::sequence(), "- -"},
-    {oid::authorityKeyIdentifier,
-     der::sequence(primitive(0, "\1"), der::context(1, kDns, kBad), primitive(2, "\x83")),
+    {authorityKeyIdentifier, sequence(), "- -"},
+    {authorityKeyIdentifier,
+     sequence(primitive(0, "\1"), context(1, kDns, kBad), primitive(2, "\x83")),
      "01 dns a, malformed 2, 83"},
-    {oid::authorityKeyIdentifier, der::sequence(primitive(2, "\xFF\x83")), "!2"},
-    {oid::authorityKeyIdentifier, der::sequence(der::context(1)), "!2"},
-    {oid::authorityKeyIdentifier, der::sequence(primitive(2, "\1"), primitive(0, "\1")), "!5"},
-    {oid::authorityKeyIdentifier, der::sequence(der::octets("\1")), "!2"},
+    {authorityKeyIdentifier, sequence(primitive(2, "\xFF\x83")), "!2"},
+    {authorityKeyIdentifier, sequence(context(1)), "!2"},
+    {authorityKeyIdentifier, sequence(primitive(2, "\1"), primitive(0, "\1")), "!5"},
+    {authorityKeyIdentifier, sequence(octets("\1")), "!2"},
 
-    {oid::subjectAltName, der::sequence(kDns, kBad), "dns a, malformed 2, "},
-    {oid::subjectAltName, der::sequence(kDns, "\x82\x02" + "a"s), "!5"},
-    {oid::subjectAltName, der::sequence(), "!0"},
-    {oid::issuerAltName, der::sequence(kDns), "dns a, "},
-    {oid::issuerAltName, der::octets(kDns), "!0"},
+    {subjectAltName, sequence(kDns, kBad), "dns a, malformed 2, "},
+    {subjectAltName, sequence(kDns, "\x82\x02" + "a"s), "!5"},
+    {subjectAltName, sequence(), "!0"},
+    {issuerAltName, sequence(kDns), "dns a, "},
+    {issuerAltName, octets(kDns), "!0"},
 
-    {oid::authorityInfoAccess, der::sequence(der::sequence(kOid, kDns)), "1.2.3 dns a, "},
-    {oid::authorityInfoAccess, der::sequence(der::sequence(kOid, kBad)), "1.2.3 malformed 2, "},
-    {oid::authorityInfoAccess, der::sequence(der::sequence(kOid)), "!8"},
-    {oid::authorityInfoAccess, der::sequence(der::sequence(kOid, kDns, kDns)), "!11"},
-    {oid::subjectInfoAccess, der::sequence(der::sequence(kOid, kDns)), "1.2.3 dns a, "},
-    {oid::subjectInfoAccess, der::sequence(), "!0"},
+    {authorityInfoAccess, sequence(sequence(kOid, kDns)), "1.2.3 dns a, "},
+    {authorityInfoAccess, sequence(sequence(kOid, kBad)), "1.2.3 malformed 2, "},
+    {authorityInfoAccess, sequence(sequence(kOid)), "!8"},
+    {authorityInfoAccess, sequence(sequence(kOid, kDns, kDns)), "!11"},
+    {subjectInfoAccess, sequence(sequence(kOid, kDns)), "1.2.3 dns a, "},
+    {subjectInfoAccess, sequence(), "!0"},
 
-    {oid::crlDistributionPoints,
-     der::sequence(der::sequence(kPoint),
-                   der::sequence(primitive(1, "\5\x60"), der::context(2, kBad))),
+    {crlDistributionPoints,
+     sequence(sequence(kPoint), sequence(primitive(1, "\5\x60"), context(2, kBad))),
      "dns a, -  6 malformed 2,  "},
-    {oid::crlDistributionPoints, point(kPoint + primitive(1, "\5\x61")), "!11"},
-    {oid::crlDistributionPoints, point(primitive(1, "\5\x60")), "!2"},  // reasons alone
-    {oid::crlDistributionPoints, point(der::context(0, kDns)), "!6"},
-    {oid::crlDistributionPoints,
-     point(der::context(0, der::context(1, der::attribute("2.5.4.3", der::utf8("r"))))), "r -  "},
-    {oid::crlDistributionPoints,
-     point(der::context(0, der::context(1, der::sequence(kOid, kOid, kOid)))), "!18"},
-    {oid::crlDistributionPoints, point(der::context(0, der::context(1))), "!6"},
-    {oid::crlDistributionPoints, point(der::context(0)), "!6"},
-    {oid::crlDistributionPoints, der::sequence(), "!0"},
-    {oid::freshestCrl, point(kPoint), "dns a, -  "},
-    {oid::freshestCrl, point(""), "!2"},
+    {crlDistributionPoints, point(kPoint + primitive(1, "\5\x61")), "!11"},
+    {crlDistributionPoints, point(primitive(1, "\5\x60")), "!2"},  // reasons alone
+    {crlDistributionPoints, point(context(0, kDns)), "!6"},
+    {crlDistributionPoints, point(context(0, context(1, attribute("2.5.4.3", utf8("r"))))),
+     "r -  "},
+    {crlDistributionPoints, point(context(0, context(1, sequence(kOid, kOid, kOid)))), "!18"},
+    {crlDistributionPoints, point(context(0, context(1))), "!6"},
+    {crlDistributionPoints, point(context(0)), "!6"},
+    {crlDistributionPoints, sequence(), "!0"},
+    {freshestCrl, point(kPoint), "dns a, -  "},
+    {freshestCrl, point(""), "!2"},
 
-    {oid::certificatePolicies, policy(""), "1.2.3:  "},
-    {oid::certificatePolicies, der::sequence(der::sequence(kPadded)), "!4"},
-    {oid::certificatePolicies, policy(der::sequence()), "!8"},
-    {oid::certificatePolicies, der::sequence(), "!0"},
-    {oid::certificatePolicies, qualified("1.2", der::octets("x")), "1.2.3: 1.2 040178  "},
-    {oid::certificatePolicies, qualified("1.2", "\x04\x81\x01x"), "!15"},
-    {oid::certificatePolicies, qualified("1.2", ""), "!15"},
-    {oid::certificatePolicies, cps(der::ia5("u")), "1.2.3: cps u  "},
-    {oid::certificatePolicies, cps(der::utf8("u")), "!22"},
-    {oid::certificatePolicies, cps(der::ia5("\x80")), "!22"},
-    {oid::certificatePolicies, notice(), "1.2.3: notice - -  "},
-    {oid::certificatePolicies, notice(der::bmp(u"ü")), "1.2.3: notice - ü  "},
-    {oid::certificatePolicies, notice(der::utf8(std::string(300, 'x'))),
+    {certificatePolicies, policy(""), "1.2.3:  "},
+    {certificatePolicies, sequence(sequence(kPadded)), "!4"},
+    {certificatePolicies, policy(sequence()), "!8"},
+    {certificatePolicies, sequence(), "!0"},
+    {certificatePolicies, qualified("1.2", octets("x")), "1.2.3: 1.2 040178  "},
+    {certificatePolicies, qualified("1.2", "\x04\x81\x01x"), "!15"},
+    {certificatePolicies, qualified("1.2", ""), "!15"},
+    {certificatePolicies, cps(ia5("u")), "1.2.3: cps u  "},
+    {certificatePolicies, cps(utf8("u")), "!22"},
+    {certificatePolicies, cps(ia5("\x80")), "!22"},
+    {certificatePolicies, notice(), "1.2.3: notice - -  "},
+    {certificatePolicies, notice(bmp(u"ü")), "1.2.3: notice - ü  "},
+    {certificatePolicies, notice(utf8(std::string(300, 'x'))),
      "1.2.3: notice - " + std::string(300, 'x') + "  "},
-    {oid::certificatePolicies, notice(der::printable("u")), "!24"},
-    {oid::certificatePolicies, notice(der::utf8("\x80")), "!24"},
-    {oid::certificatePolicies,
-     notice(der::sequence(der::ia5("o"), der::sequence(number("\xFF"), number("\1"), kBig)),
-            der::element(0x1A, "t")),
+    {certificatePolicies, notice(printable("u")), "!24"},
+    {certificatePolicies, notice(utf8("\x80")), "!24"},
+    {certificatePolicies,
+     notice(sequence(ia5("o"), sequence(integer("\xFF"), integer("\1"), kBig)), element(0x1A, "t")),
      "1.2.3: notice o -1 1 " + std::to_string(INT64_MAX) + " t  "},
-    {oid::certificatePolicies, notice(der::sequence(der::ia5("o"))), "!29"},
+    {certificatePolicies, notice(sequence(ia5("o"))), "!29"},
 
-    {oid::policyMappings, der::sequence(der::sequence(kOid, der::oid("1.2"))), "1.2.3=1.2 "},
-    {oid::policyMappings, der::sequence(der::sequence(kOid)), "!8"},
-    {oid::policyMappings, der::sequence(), "!0"},
+    {policyMappings, sequence(sequence(kOid, der::oid("1.2"))), "1.2.3=1.2 "},
+    {policyMappings, sequence(sequence(kOid)), "!8"},
+    {policyMappings, sequence(), "!0"},
 
-    {oid::policyConstraints, der::sequence(primitive(0, "\0"s), primitive(1, "\2")), "0 2"},
-    {oid::policyConstraints, der::sequence(primitive(1, "\2")), "- 2"},
-    {oid::policyConstraints, der::sequence(primitive(1, "\2"), primitive(0, "\0"s)), "!5"},
-    {oid::policyConstraints, der::sequence(primitive(0, "\xFF")), "!2"},
-    {oid::policyConstraints, der::sequence(), "!0"},
+    {policyConstraints, sequence(primitive(0, "\0"s), primitive(1, "\2")), "0 2"},
+    {policyConstraints, sequence(primitive(1, "\2")), "- 2"},
+    {policyConstraints, sequence(primitive(1, "\2"), primitive(0, "\0"s)), "!5"},
+    {policyConstraints, sequence(primitive(0, "\xFF")), "!2"},
+    {policyConstraints, sequence(), "!0"},
 
-    {oid::inhibitAnyPolicy, number("\5"), "5"},
-    {oid::inhibitAnyPolicy, number("\xFB"), "!0"},
-    {oid::inhibitAnyPolicy, kBig, kMost},
+    {inhibitAnyPolicy, integer("\5"), "5"},
+    {inhibitAnyPolicy, integer("\xFB"), "!0"},
+    {inhibitAnyPolicy, kBig, kMost},
 
-    {oid::nameConstraints, subtrees(0, kDns), "dns a, but "},
-    {oid::nameConstraints, subtrees(1, kBad), "but malformed 2, "},
-    {oid::nameConstraints, subtrees(1, primitive(7, "\x7F\0\0\0\xFF\0\0\0"s)),
+    {nameConstraints, subtrees(0, kDns), "dns a, but "},
+    {nameConstraints, subtrees(1, kBad), "but malformed 2, "},
+    {nameConstraints, subtrees(1, primitive(7, "\x7F\0\0\0\xFF\0\0\0"s)),
      "but range 127.0.0.0/8, "},
-    {oid::nameConstraints, subtrees(1, primitive(7, "\x7F\0\0\0"s)), "but malformed 7, "},
-    {oid::nameConstraints, subtrees(0, kDns + primitive(0, "\0"s)), "dns a, but "},
-    {oid::nameConstraints, subtrees(0, kDns + primitive(0, "\1")), "!9"},
-    {oid::nameConstraints, subtrees(0, kDns + primitive(1, "\1")), "!9"},
-    {oid::nameConstraints, der::sequence(der::context(0)), "!2"},
-    {oid::nameConstraints, der::sequence(), "!0"},
+    {nameConstraints, subtrees(1, primitive(7, "\x7F\0\0\0"s)), "but malformed 7, "},
+    {nameConstraints, subtrees(0, kDns + primitive(0, "\0"s)), "dns a, but "},
+    {nameConstraints, subtrees(0, kDns + primitive(0, "\1")), "!9"},
+    {nameConstraints, subtrees(0, kDns + primitive(1, "\1")), "!9"},
+    {nameConstraints, sequence(context(0)), "!2"},
+    {nameConstraints, sequence(), "!0"},
 
-    {oid::signedTimestamps, stamps(counted("\1?") + counted(kStamp)),
+    {signedTimestamps, stamps(counted("\1?") + counted(kStamp)),
      "11 1099511627778 65 4 3 736967 "},  // the first is of another version
-    {oid::signedTimestamps, stamps(counted(kStamp + "x")), "!57"},
-    {oid::signedTimestamps, stamps(counted(kStamp.substr(0, kStamp.size() - 1))), "!54"},
-    {oid::signedTimestamps, stamps(counted("\0"s + kLogId + "\x80" + kStamp.substr(34))), "!39"},
-    {oid::signedTimestamps, stamps(counted("")), "!4"},
-    {oid::signedTimestamps, stamps(""), "!2"},
-    {oid::signedTimestamps, der::octets(counted(counted("\1?")) + "x"), "!8"},
-    {oid::signedTimestamps, der::octets(counted(counted("\1?"))), ""},
-    {oid::signedTimestamps, counted(counted("\1?")), "!0"},
+    {signedTimestamps, stamps(counted(kStamp + "x")), "!57"},
+    {signedTimestamps, stamps(counted(kStamp.substr(0, kStamp.size() - 1))), "!54"},
+    {signedTimestamps, stamps(counted("\0"s + kLogId + "\x80" + kStamp.substr(34))), "!39"},
+    {signedTimestamps, stamps(counted("")), "!4"},
+    {signedTimestamps, stamps(""), "!2"},
+    {signedTimestamps, octets(counted(counted("\1?")) + "x"), "!8"},
+    {signedTimestamps, octets(counted(counted("\1?"))), ""},
+    {signedTimestamps, counted(counted("\1?")), "!0"},
 
-    {oid::tlsFeature, der::sequence(number("\5"), number("\0\xFF\xFF"s)), "5 65535 "},
-    {oid::tlsFeature, der::sequence(number("\5"), number("\1\0\0"s)), "!5"},
-    {oid::tlsFeature, der::sequence(number("\xFF")), "!2"},
-    {oid::tlsFeature, der::sequence(), ""},
+    {tlsFeature, sequence(integer("\5"), integer("\0\xFF\xFF"s)), "5 65535 "},
+    {tlsFeature, sequence(integer("\5"), integer("\1\0\0"s)), "!5"},
+    {tlsFeature, sequence(integer("\xFF")), "!2"},
+    {tlsFeature, sequence(), ""},
 
-    {oid::ocspNoCheck, der::null(), "there"},
-    {oid::ocspNoCheck, der::element(5, "x"), "!0"},
-    {oid::noRevAvail, der::null(), "there"},
-    {oid::noRevAvail, der::null() + der::null(), "!2"},
+    {ocspNoCheck, null(), "there"},
+    {ocspNoCheck, element(5, "x"), "!0"},
+    {noRevAvail, null(), "there"},
+    {noRevAvail, null() + null(), "!2"},
 };
 
 TEST(Extensions, AreReadToTheLetterOrMalformed) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.id.text() + ' ' + testing::PrintToString(row.value));
     const Certificate certificate =
-        withExtension(der::element(6, charactersOf(row.id.der())), row.value);
+        withExtension(element(6, charactersOf(row.id.der())), row.value);
     const auto value = certificate.extension(row.id)->value;
     const auto base = static_cast<uint32_t>(value.data() - certificate.der().data());
     EXPECT_EQ(ask(certificate, row.id, base), row.answer);
@@ -322,7 +309,7 @@ TEST(Extensions, AreReadToTheLetterOrMalformed) {
     const bool isRefused = row.answer.starts_with('!');
     for (size_t size = 0; !isRefused && size < row.value.size(); ++size) {
       const Certificate cut =
-          withExtension(der::element(6, charactersOf(row.id.der())), row.value.substr(0, size));
+          withExtension(element(6, charactersOf(row.id.der())), row.value.substr(0, size));
       EXPECT_EQ(ask(cut, row.id, 0).substr(0, 1), "!") << size;
     }
   }
@@ -333,20 +320,17 @@ TEST(Extensions, AreReadToTheLetterOrMalformed) {
 }
 
 TEST(Extensions, CriticalOnesThatNobodyAnswersAreNamedOnce) {
-  const auto extension = [](const Bytes& id, bool critical) {
-    return der::sequence(id, der::boolean(critical), der::octets(""));
+  const auto extension = [](const Bytes& id, bool critical = true) {
+    return sequence(id, boolean(critical), octets(""));
   };
-  const Bytes long1 = der::element(6, std::string(64, '\1'));
-  const Bytes long2 = der::element(6, std::string(64, '\2'));
-  der::Certificate fields;
-  fields.extensions = der::context(
-      3,
-      der::sequence(extension(der::oid("1.2.4"), true), extension(der::oid("1.2.3"), true),
-                    extension(der::oid("1.2.4"), true), extension(der::oid("1.2.5"), false),
-                    extension(der::oid("2.5.29.19"), true), extension(long1, true),
-                    extension(long2, true), extension(der::oid("1.3.6.1.4.1.11129.2.4.3"), true)));
+  const Bytes long1 = element(6, std::string(64, '\1'));
+  const Bytes long2 = element(6, std::string(64, '\2'));
+  const Certificate certificate = parsed(withExtensions(
+      extension(der::oid("1.2.4")), extension(der::oid("1.2.3")), extension(der::oid("1.2.4")),
+      extension(der::oid("1.2.5"), false), extension(der::oid("2.5.29.19")), extension(long1),
+      extension(long2), extension(der::oid("1.3.6.1.4.1.11129.2.4.3"))));
   std::string unknown;
-  for (const Oid& id : parsed(fields.der()).unknownCriticalExtensions()) unknown += id.text() + ' ';
+  for (const Oid& id : certificate.unknownCriticalExtensions()) unknown += id.text() + ' ';
   EXPECT_EQ(unknown, " 1.2.3 1.2.4 1.3.6.1.4.1.11129.2.4.3 ");
 }
 
@@ -406,24 +390,20 @@ void compareAddresses(VelmoraX509& object, const Certificate& certificate) {
 }
 
 TEST(Extensions, BothFacesSayTheSame) {
+  LogNull log;
   size_t count = 0;
   for (const char* const path :
        {"/etc/ssl/certs/ca-certificates.crt", VELMORA_SOURCE_DIR "/tests/data/certificates.pem"}) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(file), {});
     const bool isMade = std::string_view(path).starts_with(VELMORA_SOURCE_DIR);
-    LogNull log;
-    ExtPtrArray holders;
-    readCertificates(bytes, holders, log);
-    for (int i = 0; i < holders.getSize(); ++i) {
-      SCOPED_TRACE(std::string(path) + ' ' + std::to_string(i));
-      VelmoraX509& object = *VelmoraX509Holder::getNthX509(holders, i);
-      DataBuffer der;
-      object.getCertDer(der);
-      const auto certificate = Certificate::parse(std::span(der.data(), der.size()));
+    for (const std::string& der : certificatesIn(path)) {
+      SCOPED_TRACE(std::string(path) + ' ' + std::to_string(++count));
+      const Result<Certificate> certificate = Certificate::parse(der);
       EXPECT_TRUE(certificate || isMade);
       if (!certificate) continue;
-      ++count;
+      VelmoraX509 object;
+      DataBuffer octets;
+      octets.append(der.data(), der.size());
+      EXPECT_TRUE(object.loadX509Der(octets, log));
       compareNames(object, true, certificate->subject());
       compareNames(object, false, certificate->issuer());
       EXPECT_TRUE(certificate->isSelfIssued() || !object.isIssuerSelf(log));

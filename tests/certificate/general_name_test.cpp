@@ -9,44 +9,33 @@ using der::Bytes;
 const Bytes kName = der::name({{"2.5.4.6", "US"}, {"2.5.4.3", "a"}});
 
 TEST(GeneralName, EveryKindIsThereOrMalformed) {
-  const Bytes other = der::join(der::oid("1.2.3"), der::context(0, der::utf8("ü")));
-  const struct {
-    Bytes name;
-    std::string shown;
-  } rows[] = {
-      {der::context(0, other), "other 1.2.3 ü"},
-      {der::context(0, der::oid("1.2.3"), der::context(0, der::sequence(der::null()))),
-       "other 1.2.3 no text"},
-      {der::context(0, der::oid("1.2.3"), der::context(0, der::utf8("\xFF"))),
-       "other 1.2.3 no text"},
-      {der::context(0, der::oid("1.2.3"), der::context(0, der::null(), der::null())),
-       "malformed 0"},
-      {der::context(0, der::oid("1.2.3"), der::context(0)), "malformed 0"},
-      {der::context(0, der::oid("1.2.3"), der::utf8("a")), "malformed 0"},
-      {der::context(0, other, der::null()), "malformed 0"},
-      {der::context(0, der::oid("1.2.3"),
-                    der::context(0, der::sequence("\x04\x81\x01"
-                                                  "a"))),
-       "malformed 0"},  // a length that is not the shortest, deep inside
+  const Bytes other = der::join(der::oid("1.2.3"), context(0, utf8("ü")));
+  const auto named = [](const Bytes& value) { return context(0, der::oid("1.2.3"), value); };
+  const std::pair<Bytes, std::string> rows[] = {
+      {context(0, other), "other 1.2.3 ü"},
+      {named(context(0, sequence(null()))), "other 1.2.3 no text"},
+      {named(context(0, utf8("\xFF"))), "other 1.2.3 no text"},
+      {named(context(0, null(), null())), "malformed 0"},
+      {named(context(0)), "malformed 0"},
+      {named(utf8("a")), "malformed 0"},
+      {context(0, other, null()), "malformed 0"},
+      {context(0, der::oid("1.2.3"), context(0, sequence("\x04\x81\x01x"))),
+       "malformed 0"},  // not the shortest length
       {primitive(0, other), "malformed 0"},
       {primitive(1, "a@b"), "email a@b"},
       {primitive(1, "a@\xFC"), "malformed 1"},
       {primitive(2, "a\0b c"s), "dns a\0b c"s},
       {primitive(2, "\x80"), "malformed 2"},
-      {der::context(2, der::ia5("a")), "malformed 2"},
-      {der::context(3, der::sequence()), "raw 3"},
+      {context(2, ia5("a")), "malformed 2"},
+      {context(3, sequence()), "raw 3"},
       {primitive(3, "a"), "malformed 3"},
-      {der::context(4, kName), "name CN=a,C=US"},
-      {der::context(4, der::sequence()), "name "},
-      {der::context(4, kName, kName), "malformed 4"},
-      {der::context(4, der::sequence(der::set())), "malformed 4"},
-      {der::element(0xA4, kName.substr(2)),
-       "malformed 4"},  // tagged implicitly, which a CHOICE is not
-      {der::context(5, der::context(1, der::utf8("a"))), "raw 5"},
-      {der::context(5,
-                    "\x04\x81\x01"
-                    "a"),
-       "malformed 5"},
+      {context(4, kName), "name CN=a,C=US"},
+      {context(4, sequence()), "name "},
+      {context(4, kName, kName), "malformed 4"},
+      {context(4, sequence(set())), "malformed 4"},
+      {element(0xA4, kName.substr(2)), "malformed 4"},  // a CHOICE is not tagged implicitly
+      {context(5, context(1, utf8("a"))), "raw 5"},
+      {context(5, "\x04\x81\x01x"), "malformed 5"},
       {primitive(6, "https://a/"), "uri https://a/"},
       {primitive(6, "https://\xFC/"), "malformed 6"},
       {primitive(7, "\x7F\0\0\1"s), "ip 127.0.0.1"},
@@ -56,29 +45,28 @@ TEST(GeneralName, EveryKindIsThereOrMalformed) {
       {primitive(8, "\x2A\x03"), "id 1.2.3"},
       {primitive(8, "\x2A\x80\x03"), "malformed 8"},
       {primitive(9, "a"), "malformed 255"},
-      {der::ia5("a"), "malformed 255"},
+      {ia5("a"), "malformed 255"},
   };
   const Bytes dns = primitive(2, "twin");
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.shown + ": " + testing::PrintToString(row.name));
-    const Certificate certificate =
-        withExtension(der::oid("2.5.29.17"), der::sequence(dns, row.name, dns));
+  for (const auto& [name, shown] : rows) {
+    SCOPED_TRACE(shown + ": " + testing::PrintToString(name));
+    const Certificate certificate = withExtension(der::oid("2.5.29.17"), sequence(dns, name, dns));
     const auto names = certificate.subjectAltNames();
     ASSERT_TRUE(names);
     ASSERT_EQ(names->size(), 3U);
-    EXPECT_EQ(textOf((*names)[1]), row.shown);
+    EXPECT_EQ(textOf((*names)[1]), shown);
     EXPECT_EQ(textOf(names->back()), "dns twin");
     if (const auto* const raw = std::get_if<RawName>(&(*names)[1])) {
-      EXPECT_EQ(charactersOf(raw->der), row.name);
-      EXPECT_EQ(raw->offset, offsetOf(certificate, row.name + dns));
+      EXPECT_EQ(charactersOf(raw->der), name);
+      EXPECT_EQ(raw->offset, offsetOf(certificate, name + dns));
     }
-    EXPECT_EQ(certificate.dnsNames().size(), row.shown.starts_with("dns") ? 3U : 2U);
+    EXPECT_EQ(certificate.dnsNames().size(), shown.starts_with("dns") ? 3U : 2U);
   }
 }
 
 TEST(GeneralName, KeepsItsCertificateAlive) {
   const auto names =
-      withExtension(der::oid("2.5.29.17"), der::sequence(der::context(4, kName))).subjectAltNames();
+      withExtension(der::oid("2.5.29.17"), sequence(context(4, kName))).subjectAltNames();
   EXPECT_EQ(charactersOf(std::get<Name>(names->front()).der()), kName);
 }
 
@@ -97,10 +85,7 @@ TEST(GeneralName, AddressesAreWrittenAsRfc5952Says) {
     }
     return octets;
   };
-  const struct {
-    std::string octets;
-    const char* text;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {"\xC0\0\2\x11"s, "192.0.2.17"},
       {groups({0x2001, 0xdb8, 0, 0, 1, 0, 0, 1}), "2001:db8::1:0:0:1"},  // the first of two
       {groups({0x2001, 0, 0, 1, 0, 0, 0, 1}), "2001:0:0:1::1"},          // the longest
@@ -110,12 +95,8 @@ TEST(GeneralName, AddressesAreWrittenAsRfc5952Says) {
       {groups({0, 0, 0, 0, 0, 0xFFFF, 0xC000, 0x0211}), "::ffff:192.0.2.17"},
       {groups({0, 0, 0, 0, 0, 0xFFFE, 0xC000, 0x0211}), "::fffe:c000:211"},
   };
-  for (const auto& row : rows) EXPECT_EQ(addressOf(row.octets).text(), row.text);
-  const struct {
-    std::string address;
-    std::string mask;
-    const char* text;
-  } ranges[] = {
+  for (const auto& [octets, text] : rows) EXPECT_EQ(addressOf(octets).text(), text);
+  const std::tuple<std::string, std::string, const char*> ranges[] = {
       {"\xC0\0\2\1"s, "\xFF\xFF\xFF\0"s, "192.0.2.1/24"},
       {"\xC0\0\2\0"s, "\xFF\xFE\0\0"s, "192.0.2.0/15"},
       {"\xC0\0\2\0"s, "\xFF\0\xFF\0"s, "192.0.2.0/255.0.255.0"},
@@ -124,8 +105,8 @@ TEST(GeneralName, AddressesAreWrittenAsRfc5952Says) {
       {groups({0xfe80, 0, 0, 0, 0, 0, 0, 0}), groups({0xffc0, 0, 0, 0, 0, 0, 0, 0}), "fe80::/10"},
       {groups({0, 0, 0, 0, 0, 0, 0, 0}), groups({0, 0, 0, 0, 0, 0, 0, 1}), "::/::1"},
   };
-  for (const auto& row : ranges) {
-    EXPECT_EQ((IpRange{addressOf(row.address), addressOf(row.mask)}).text(), row.text);
+  for (const auto& [address, mask, text] : ranges) {
+    EXPECT_EQ((IpRange{addressOf(address), addressOf(mask)}).text(), text);
   }
 }
 

@@ -10,59 +10,58 @@ using namespace std::string_literals;
 using der::Bytes;
 
 Bytes rdn(const std::string& type, const Bytes& value) {
-  return der::set(der::attribute(type, value));
+  return set(attribute(type, value));
 }
 Bytes cn(const Bytes& value) {
-  return der::attribute("2.5.4.3", value);
+  return attribute("2.5.4.3", value);
+}
+Bytes cnAlone(std::string_view text) {
+  return sequence(set(cn(utf8(text))));
 }
 Bytes dc(std::string_view value) {
-  return rdn("0.9.2342.19200300.100.1.25", der::ia5(value));
+  return rdn("0.9.2342.19200300.100.1.25", ia5(value));
 }
 
 TEST(Name, TextIsReadByItsTypeOrNotAtAll) {
-  const struct {
-    Bytes value;
-    TextKind kind;
-    std::string text;
-  } rows[] = {
-      {der::utf8("Zürich"), TextKind::utf8, "Zürich"},
-      {der::utf8("Z\xC3"), TextKind::none, ""},
-      {der::utf8("\xC0\x80"), TextKind::none, ""},      // overlong
-      {der::utf8("\xED\xA0\x80"), TextKind::none, ""},  // a surrogate
-      {der::utf8("a\0b"s), TextKind::utf8, "a\0b"s},
-      {der::printable("a@b_&*"), TextKind::printable, "a@b_&*"},  // beyond its set, but ASCII
-      {der::printable("\x80"), TextKind::none, ""},
-      {der::ia5("\x7F"), TextKind::ia5, "\x7F"},
-      {der::ia5("\x80"), TextKind::none, ""},
-      {der::element(0x12, "12 3"), TextKind::numeric, "12 3"},
-      {der::element(0x1A, "a b"), TextKind::visible, "a b"},
-      {der::t61("Z\xFCrich"), TextKind::t61, "Zürich"},
-      {der::bmp(u"Zü\U0001F600"), TextKind::bmp, "Zü😀"},
-      {der::element(0x1E, "\xD8\x3D"), TextKind::none, ""},  // half a pair
-      {der::element(0x1E, "\0a\0"s), TextKind::none, ""},
-      {der::element(0x1C, "\0\0\0a\0\1\xF6\0"s), TextKind::universal, "a😀"},
-      {der::element(0x1C, "\0\x11\0\0"s), TextKind::none, ""},
-      {der::element(0x1C, "\0\0\0"s), TextKind::none, ""},
-      {der::octets("a"), TextKind::none, ""},
+  const std::tuple<Bytes, TextKind, std::string> rows[] = {
+      {utf8("Zürich"), TextKind::utf8, "Zürich"},
+      {utf8("Z\xC3"), TextKind::none, ""},
+      {utf8("\xC0\x80"), TextKind::none, ""},      // overlong
+      {utf8("\xED\xA0\x80"), TextKind::none, ""},  // a surrogate
+      {utf8("a\0b"s), TextKind::utf8, "a\0b"s},
+      {printable("a@b_&*"), TextKind::printable, "a@b_&*"},  // beyond its set, but ASCII
+      {printable("\x80"), TextKind::none, ""},
+      {ia5("\x7F"), TextKind::ia5, "\x7F"},
+      {ia5("\x80"), TextKind::none, ""},
+      {element(0x12, "12 3"), TextKind::numeric, "12 3"},
+      {element(0x1A, "a b"), TextKind::visible, "a b"},
+      {t61("Z\xFCrich"), TextKind::t61, "Zürich"},
+      {bmp(u"Zü\U0001F600"), TextKind::bmp, "Zü😀"},
+      {element(0x1E, "\xD8\x3D"), TextKind::none, ""},  // half a pair
+      {element(0x1E, "\0a\0"s), TextKind::none, ""},
+      {element(0x1C, "\0\0\0a\0\1\xF6\0"s), TextKind::universal, "a😀"},
+      {element(0x1C, "\0\x11\0\0"s), TextKind::none, ""},
+      {element(0x1C, "\0\0\0"s), TextKind::none, ""},
+      {octets("a"), TextKind::none, ""},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.value));
-    const Certificate certificate = withSubject(
-        der::sequence(rdn("2.5.4.10", der::utf8("first")), der::set(cn(row.value), cn(row.value))));
+  for (const auto& [value, kind, text] : rows) {
+    SCOPED_TRACE(testing::PrintToString(value));
+    const Certificate certificate =
+        withSubject(sequence(rdn("2.5.4.10", utf8("first")), set(cn(value), cn(value))));
     const Name name = certificate.subject();
     const auto attributes = name.attributes();
     ASSERT_EQ(attributes->size(), 3U);
     const Attribute& last = attributes->back();
     EXPECT_EQ(last.rdn, 1U);
-    EXPECT_EQ(last.kind, row.kind);
-    EXPECT_EQ(last.text, row.text);
-    EXPECT_EQ(charactersOf(last.der), row.value);
+    EXPECT_EQ(last.kind, kind);
+    EXPECT_EQ(last.text, text);
+    EXPECT_EQ(charactersOf(last.der), value);
     const Result<std::string> found = name.find(oid::commonName);
-    EXPECT_EQ(found.has_value(), row.kind != TextKind::none);
+    EXPECT_EQ(found.has_value(), kind != TextKind::none);
     if (found) {
-      EXPECT_EQ(*found, row.text);
+      EXPECT_EQ(*found, text);
     } else {
-      const size_t inName = charactersOf(name.der()).find(row.value);
+      const size_t inName = charactersOf(name.der()).find(value);
       const auto at =
           static_cast<uint32_t>(inName) + offsetOf(certificate, charactersOf(name.der()));
       EXPECT_EQ(found.error(), (Error{ErrorCode::malformedText, Found::certificate, at}));
@@ -72,24 +71,23 @@ TEST(Name, TextIsReadByItsTypeOrNotAtAll) {
 }
 
 TEST(Name, WhatIsNoNameIsMalformedToEveryQuestion) {
-  const Bytes good = rdn("2.5.4.3", der::utf8("a"));
+  const Bytes good = rdn("2.5.4.3", utf8("a"));
   const struct {
     Bytes rdn;
     uint32_t at;  // in it
   } rows[] = {
-      {cn(der::utf8("a")), 0},                                       // no SET
-      {der::set(), 0},                                               // an empty one
-      {der::set(der::set(der::oid("2.5.4.3"), der::utf8("a"))), 2},  // no SEQUENCE
-      {der::set(der::sequence(der::utf8("a"), der::utf8("a"))), 4},  // no type
-      {der::set(der::sequence(der::element(6, "\x55\x80\x04"), der::utf8("a"))), 4},  // padded
-      {der::set(der::sequence(der::oid("2.5.4.3"))), 9},                              // no value
-      {der::set(cn(der::utf8("a")), der::sequence(der::oid("2.5.4.3"), der::null(), der::null())),
-       21},
+      {cn(utf8("a")), 0},                                         // no SET
+      {set(), 0},                                                 // an empty one
+      {set(set(der::oid("2.5.4.3"), utf8("a"))), 2},              // no SEQUENCE
+      {set(sequence(utf8("a"), utf8("a"))), 4},                   // no type
+      {set(sequence(element(6, "\x55\x80\x04"), utf8("a"))), 4},  // padded
+      {set(sequence(der::oid("2.5.4.3"))), 9},                    // no value
+      {set(cn(utf8("a")), sequence(der::oid("2.5.4.3"), null(), null())), 21},
   };
-  EXPECT_TRUE(withSubject(der::sequence(good, good)).subject().attributes());
+  EXPECT_TRUE(withSubject(sequence(good, good)).subject().attributes());
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.rdn));
-    const Bytes octets = der::sequence(good, row.rdn);
+    const Bytes octets = sequence(good, row.rdn);
     const Certificate certificate = withSubject(octets);
     const Name name = certificate.subject();
     const uint32_t at = offsetOf(certificate, octets) + 2 + static_cast<uint32_t>(good.size());
@@ -109,46 +107,38 @@ TEST(Name, TextIsParsedAndWrittenAsRfc4514Says) {
     Bytes name;
     std::string written;  // empty: the same
   } rows[] = {
-      {"", der::sequence(), ""},
+      {"", sequence(), ""},
       // The examples of RFC 4514 §4.
       {"UID=jsmith,DC=example,DC=net",
-       der::sequence(net, rdn("0.9.2342.19200300.100.1.1", der::utf8("jsmith"))), ""},
+       sequence(net, rdn("0.9.2342.19200300.100.1.1", utf8("jsmith"))), ""},
       {"OU=Sales+CN=J.  Smith,DC=example,DC=net",
-       der::sequence(net, der::set(der::attribute("2.5.4.11", der::utf8("Sales")),
-                                   cn(der::utf8("J.  Smith")))),
-       ""},
+       sequence(net, set(attribute("2.5.4.11", utf8("Sales")), cn(utf8("J.  Smith")))), ""},
       {R"(CN=James \"Jim\" Smith\, III,DC=example,DC=net)",
-       der::sequence(net, der::set(cn(der::utf8("James \"Jim\" Smith, III")))), ""},
-      {R"(CN=Before\0dAfter,DC=example,DC=net)",
-       der::sequence(net, der::set(cn(der::utf8("Before\rAfter")))),
+       sequence(net, set(cn(utf8("James \"Jim\" Smith, III")))), ""},
+      {R"(CN=Before\0dAfter,DC=example,DC=net)", sequence(net, set(cn(utf8("Before\rAfter")))),
        R"(CN=Before\0DAfter,DC=example,DC=net)"},
-      {"1.3.6.1.4.1.1466.0=#04024869", der::sequence(rdn("1.3.6.1.4.1.1466.0", der::octets("Hi"))),
-       ""},
-      {R"(CN=Lu\C4\8Di\C4\87)", der::sequence(der::set(cn(der::utf8("Lučić")))), "CN=Lučić"},
+      {"1.3.6.1.4.1.1466.0=#04024869", sequence(rdn("1.3.6.1.4.1.1466.0", octets("Hi"))), ""},
+      {R"(CN=Lu\C4\8Di\C4\87)", cnAlone("Lučić"), "CN=Lučić"},
       // Every escape of §2.4, and what needs none.
-      {R"(CN=\ \  \ )", der::sequence(der::set(cn(der::utf8("    ")))), R"(CN=\   \ )"},
-      {R"(CN=\#a#\+\,\;\<\>\\\"=\= b)", der::sequence(der::set(cn(der::utf8("#a#+,;<>\\\"== b")))),
+      {R"(CN=\ \  \ )", cnAlone("    "), R"(CN=\   \ )"},
+      {R"(CN=\#a#\+\,\;\<\>\\\"=\= b)", cnAlone("#a#+,;<>\\\"== b"),
        R"(CN=\#a#\+\,\;\<\>\\\"== b)"},
-      {R"(CN=a\00)", der::sequence(der::set(cn(der::utf8("a\0"s)))), ""},
-      {R"(CN=\1B\0A b\7F)", der::sequence(der::set(cn(der::utf8("\x1B\n b\x7F")))), ""},
-      {"O=b+CN=a",
-       der::sequence(der::set(cn(der::utf8("a")), der::attribute("2.5.4.10", der::utf8("b")))),
+      {R"(CN=a\00)", cnAlone("a\0"s), ""},
+      {R"(CN=\1B\0A b\7F)", cnAlone("\x1B\n b\x7F"), ""},
+      {"O=b+CN=a", sequence(set(cn(utf8("a")), attribute("2.5.4.10", utf8("b")))),
        "CN=a+O=b"},  // sorted, as DER wants a SET OF
-      {"CN=", der::sequence(der::set(cn(der::utf8("")))), ""},
+      {"CN=", cnAlone(""), ""},
       // String types, keywords in any letter case, and types by number.
       {"c=US,SERIALNUMBER=1,DNqualifier=x,eMailAddress=a@b",
-       der::sequence(rdn("1.2.840.113549.1.9.1", der::ia5("a@b")),
-                     rdn("2.5.4.46", der::printable("x")), rdn("2.5.4.5", der::printable("1")),
-                     rdn("2.5.4.6", der::printable("US"))),
+       sequence(rdn("1.2.840.113549.1.9.1", ia5("a@b")), rdn("2.5.4.46", printable("x")),
+                rdn("2.5.4.5", printable("1")), rdn("2.5.4.6", printable("US"))),
        "C=US,serialNumber=1,dnQualifier=x,emailAddress=a@b"},
       {"C=ü,DC=ü,C=_",
-       der::sequence(rdn("2.5.4.6", der::utf8("_")),
-                     rdn("0.9.2342.19200300.100.1.25", der::utf8("ü")),
-                     rdn("2.5.4.6", der::utf8("ü"))),
+       sequence(rdn("2.5.4.6", utf8("_")), rdn("0.9.2342.19200300.100.1.25", utf8("ü")),
+                rdn("2.5.4.6", utf8("ü"))),
        ""},
       {"2.5.4.10=a,CN=#020101,2.999.1=b",
-       der::sequence(rdn("2.999.1", der::utf8("b")), der::set(cn(der::integer("\1"))),
-                     rdn("2.5.4.10", der::utf8("a"))),
+       sequence(rdn("2.999.1", utf8("b")), set(cn(integer("\1"))), rdn("2.5.4.10", utf8("a"))),
        "O=a,CN=#020101,2.999.1=#0C0162"},
   };
   for (const auto& row : rows) {
@@ -203,42 +193,38 @@ TEST(Name, TextThatIsNoneIsRefusedWithItsPlace) {
 }
 
 TEST(Name, MatchesByCharactersRdnByRdn) {
-  const Bytes o = rdn("2.5.4.10", der::utf8("x"));
-  const auto many = [](auto... values) { return der::set(cn(values)...); };
+  const Bytes o = rdn("2.5.4.10", utf8("x"));
+  const auto many = [](auto... values) { return set(cn(values)...); };
   const struct {
-    Bytes a;
-    Bytes b;
+    Bytes a, b;
     bool same;
   } rows[] = {
       {"", "", true},
       {o, "", false},
       {o, o + o, false},
-      {o + many(der::utf8("y")), many(der::utf8("y")) + o, false},
-      {many(der::utf8("Ab C")), many(der::printable("aB c")), true},
-      {many(der::utf8("Ab C")), many(der::printable("aBc")), false},
-      {many(der::utf8("  a   b ")), many(der::bmp(u"a b")), true},
-      {many(der::utf8("  ")), many(der::utf8("")), true},
-      {many(der::utf8("\ta")), many(der::utf8("a")), false},
-      {many(der::utf8("ab")), many(der::utf8("a")), false},
-      {many(der::utf8("\xC3\xA4")), many(der::t61("\xE4")), true},
-      {many(der::utf8("\xC3\x84")), many(der::utf8("\xC3\xA4")),
-       false},  // no folding beyond A to Z
-      {many(der::utf8("a")), rdn("2.5.4.10", der::utf8("a")), false},
-      {many(der::utf8("a")), many(der::octets("a")), false},
-      {many(der::octets("a")), many(der::octets("A")), false},
-      {many(der::utf8("\xFF")), many(der::utf8("\xFF")), true},
-      {many(der::utf8("\xFF")), many(der::t61("\xFF")), false},
-      {many(der::utf8("a"), der::utf8("b"), der::octets("c")),
-       many(der::octets("c"), der::bmp(u" B"), der::utf8("A")), true},
-      {many(der::utf8("a"), der::utf8("a"), der::utf8("b")),
-       many(der::utf8("a"), der::utf8("b"), der::utf8("b")), false},
-      {many(der::utf8("a"), der::utf8("b")), many(der::utf8("a")), false},
-      {many(der::utf8("a"), der::octets("a")), many(der::utf8("a"), der::utf8("a")), false},
+      {o + many(utf8("y")), many(utf8("y")) + o, false},
+      {many(utf8("Ab C")), many(printable("aB c")), true},
+      {many(utf8("Ab C")), many(printable("aBc")), false},
+      {many(utf8("  a   b ")), many(bmp(u"a b")), true},
+      {many(utf8("  ")), many(utf8("")), true},
+      {many(utf8("\ta")), many(utf8("a")), false},
+      {many(utf8("ab")), many(utf8("a")), false},
+      {many(utf8("\xC3\xA4")), many(t61("\xE4")), true},
+      {many(utf8("\xC3\x84")), many(utf8("\xC3\xA4")), false},  // no folding beyond A to Z
+      {many(utf8("a")), rdn("2.5.4.10", utf8("a")), false},
+      {many(utf8("a")), many(octets("a")), false},
+      {many(octets("a")), many(octets("A")), false},
+      {many(utf8("\xFF")), many(utf8("\xFF")), true},
+      {many(utf8("\xFF")), many(t61("\xFF")), false},
+      {many(utf8("a"), utf8("b"), octets("c")), many(octets("c"), bmp(u" B"), utf8("A")), true},
+      {many(utf8("a"), utf8("a"), utf8("b")), many(utf8("a"), utf8("b"), utf8("b")), false},
+      {many(utf8("a"), utf8("b")), many(utf8("a")), false},
+      {many(utf8("a"), octets("a")), many(utf8("a"), utf8("a")), false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.a) + " and " + testing::PrintToString(row.b));
-    const Name a = withSubject(der::sequence(row.a)).subject();
-    const Name b = withSubject(der::sequence(row.b)).subject();
+    const Name a = withSubject(sequence(row.a)).subject();
+    const Name b = withSubject(sequence(row.b)).subject();
     EXPECT_EQ(a.matches(b), row.same);
     EXPECT_EQ(b.matches(a), row.same);
     EXPECT_TRUE(a.matches(a));
@@ -261,16 +247,15 @@ TEST(Name, WhatWasWrittenIsParsedBackToTheOctet) {
     for (size_t n = below(4); n != 0; --n) {
       std::vector<Bytes> values;
       for (size_t i = 1 + below(3) / 2; i != 0; --i) {
-        const Bytes candidates[] = {cn(der::utf8(anyText())),
-                                    der::attribute("2.5.4.6", der::printable("Q")),
-                                    der::attribute("1.2.3", der::utf8(anyText())),
-                                    der::attribute("2.5.4.10", der::octets(anyText()))};
+        const Bytes candidates[] = {cn(utf8(anyText())), attribute("2.5.4.6", printable("Q")),
+                                    attribute("1.2.3", utf8(anyText())),
+                                    attribute("2.5.4.10", octets(anyText()))};
         values.push_back(candidates[below(4)]);
       }
       std::sort(values.begin(), values.end());
-      name += der::set(values.front(), values.size() > 1 ? values.back() : "");
+      name += set(values.front(), values.size() > 1 ? values.back() : "");
     }
-    const Name original = withSubject(der::sequence(name)).subject();
+    const Name original = withSubject(sequence(name)).subject();
     const std::string text = *original.rfc4514();
     const Result<Name> back = Name::parse(text);
     ASSERT_TRUE(back) << text;

@@ -25,8 +25,7 @@ std::string repeated(size_t count, const char* text) {
 TEST(Oid, IsTheSameFromTextLiteralAndOctets) {
   const struct {
     Oid literal;
-    std::string dotted;
-    std::string content;
+    std::string dotted, content;
   } rows[] = {
       {"2.5.4.3", "2.5.4.3", "\x55\x04\x03"},
       {"1.2.840.113549", "1.2.840.113549", "\x2A\x86\x48\x86\xF7\x0D"},
@@ -41,13 +40,13 @@ TEST(Oid, IsTheSameFromTextLiteralAndOctets) {
        "2.25.329800735698586629295641978511506172918",
        "\x69\x83\xF0\x9D\xA7\xEB\xCF\xDE\xE0\xC7\xA1\xA7\xB2\xC0\x94\x8C\xC8\xF9\xD7\x76"},
   };
-  for (const auto& row : rows) {
-    const Result<Oid> oid = Oid::parse(row.dotted);
-    ASSERT_TRUE(oid) << row.dotted;
-    EXPECT_EQ(*oid, row.literal) << row.dotted;
-    EXPECT_EQ(oid->text(), row.dotted);
-    EXPECT_EQ(contentOf(*oid), row.content) << row.dotted;
-    EXPECT_EQ(fromContent(contentOf(*oid)), *oid) << row.dotted;
+  for (const auto& [literal, dotted, content] : rows) {
+    const Result<Oid> oid = Oid::parse(dotted);
+    ASSERT_TRUE(oid) << dotted;
+    EXPECT_EQ(*oid, literal) << dotted;
+    EXPECT_EQ(oid->text(), dotted);
+    EXPECT_EQ(contentOf(*oid), content) << dotted;
+    EXPECT_EQ(fromContent(contentOf(*oid)), *oid) << dotted;
   }
 }
 

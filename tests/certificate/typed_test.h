@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/common/certificate_files.h"
 #include "tests/common/der_builder.h"
 #include "velmora/certificate/certificate.h"
-#include "velmora/reading/certificate_reader.h"
 
 namespace velmora::test {
 
@@ -23,49 +21,17 @@ inline Certificate parsed(const der::Bytes& der) {
 }
 
 inline Certificate withSubject(const der::Bytes& name) {
-  der::Certificate fields;
-  fields.subject = name;
-  return parsed(fields.der());
+  return parsed(withField(&der::Certificate::subject, name));
 }
 
 inline Certificate withExtension(const der::Bytes& id, const der::Bytes& value) {
-  der::Certificate fields;
-  fields.extensions = der::context(3, der::sequence(der::sequence(id, der::octets(value))));
-  return parsed(fields.der());
+  return parsed(withExtensions(sequence(id, octets(value))));
 }
 
 /// An Extension of these members behind its OID.
 template <class... Parts>
 der::Bytes extension(const std::string& oid, const Parts&... parts) {
-  return der::sequence(der::oid(oid), parts...);
-}
-
-/// The DER of a certificate with one field replaced.
-inline der::Bytes withField(der::Bytes der::Certificate::*field, const der::Bytes& value) {
-  der::Certificate fields;
-  fields.*field = value;
-  return fields.der();
-}
-template <class... Extensions>
-der::Bytes withExtensions(const Extensions&... extensions) {
-  return withField(&der::Certificate::extensions, der::context(3, der::sequence(extensions...)));
-}
-
-/// The DER of the certificates of tests/data.
-inline std::vector<std::string> madeCertificates() {
-  struct Collector final : CertificateSink {
-    void certificate(const CertificatePlace&, std::span<const unsigned char> der) override {
-      ders.emplace_back(der.begin(), der.end());
-    }
-    void failure(const CertificatePlace&, const CertificateFailure&) override {}
-    std::vector<std::string> ders;
-  } collector;
-  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/certificates.pem", std::ios::binary);
-  const std::string bytes(std::istreambuf_iterator<char>(file), {});
-  CertificateReader reader(collector);
-  reader.feed(std::string_view(bytes));
-  reader.finish();
-  return collector.ders;
+  return sequence(der::oid(oid), parts...);
 }
 
 /// Where some octets that stand in a certificate once start in it.
@@ -78,11 +44,6 @@ inline uint32_t offsetOf(const Certificate& certificate, std::string_view octets
 
 inline std::string charactersOf(Bytes octets) {
   return {reinterpret_cast<const char*>(octets.data()), octets.size()};
-}
-
-/// An implicitly tagged, primitive [n].
-inline der::Bytes primitive(unsigned n, std::string_view content) {
-  return der::element(0x80 | n, content);
 }
 
 /// A name with its kind in front; what a RawName is, with its tag.

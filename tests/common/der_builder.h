@@ -150,3 +150,33 @@ Bytes bundle(const Certificates&... certificates) {
 }
 
 }  // namespace velmora::test::der
+
+namespace velmora::test {
+
+using der::algorithm, der::attribute, der::bits, der::bmp, der::boolean, der::context, der::element,
+    der::generalizedTime, der::ia5, der::integer, der::null, der::octets, der::printable,
+    der::sequence, der::set, der::t61, der::utcTime, der::utf8;
+
+/// An implicitly tagged, primitive [n].
+inline der::Bytes primitive(unsigned n, std::string_view content) {
+  return element(0x80 | n, content);
+}
+
+/// The DER of a certificate with one field replaced.
+inline der::Bytes withField(der::Bytes der::Certificate::*field, const der::Bytes& value) {
+  der::Certificate fields;
+  fields.*field = value;
+  return fields.der();
+}
+
+/// The field for extensions, and a certificate with it.
+template <class... Extensions>
+der::Bytes listOf(const Extensions&... extensions) {
+  return context(3, sequence(extensions...));
+}
+template <class... Extensions>
+der::Bytes withExtensions(const Extensions&... extensions) {
+  return withField(&der::Certificate::extensions, listOf(extensions...));
+}
+
+}  // namespace velmora::test

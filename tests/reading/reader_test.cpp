@@ -1,8 +1,6 @@
 #include "velmora/reading/certificate_reader.h"
 
-#include <fstream>
-#include <iterator>
-
+#include "tests/common/certificate_files.h"
 #include "tests/x509/x509_test.h"
 
 namespace velmora::test {
@@ -15,17 +13,13 @@ const std::string kB = withSubject(der::name({{"2.5.4.3", "B"}}));
 const std::string kC = withSubject(der::name({{"2.5.4.3", "C"}}));
 const std::string kUmlaut = withSubject(der::name({{"2.5.4.3", "\xFC"}}));
 // SignedData with CRLs alone, which are the first context-specific element in it.
-const std::string kCrlBundle = der::sequence(
-    der::oid("1.2.840.113549.1.7.2"),
-    der::context(0, der::sequence(der::integer("\x01"), der::set(), der::context(1, kB))));
-const std::string kKey = der::sequence(der::integer("\0"s), der::algorithm("1.2.840.113549.1.1.1"),
-                                       der::octets("the secret of this key"));
+const std::string kCrlBundle = sequence(
+    der::oid("1.2.840.113549.1.7.2"), context(0, sequence(integer("\x01"), set(), context(1, kB))));
+const std::string kKey =
+    sequence(integer("\0"s), algorithm("1.2.840.113549.1.1.1"), octets("the secret of this key"));
 
 std::string readFile(const std::string& name) {
-  std::ifstream file(std::string(VELMORA_SOURCE_DIR "/tests/data/reader/") + name,
-                     std::ios::binary);
-  EXPECT_TRUE(file) << name;
-  return {std::istreambuf_iterator<char>(file), {}};
+  return fileContent(VELMORA_SOURCE_DIR "/tests/data/reader/" + name);
 }
 
 // ASCII as UTF-16, with its mark.
@@ -55,11 +49,8 @@ class Found final : public CertificateSink {
     faultLines.push_back(failure.line);
   }
 
-  std::vector<std::string> items;
-  std::vector<std::string> labels;
-  std::vector<size_t> lines;
-  std::vector<size_t> offsets;
-  std::vector<size_t> faultLines;
+  std::vector<std::string> items, labels;
+  std::vector<size_t> lines, offsets, faultLines;
 
  private:
   void take(const CertificatePlace& place, std::string item) {
@@ -90,15 +81,14 @@ const std::string kMalformed = "!A PEM BEGIN or END that is malformed.";
 const std::string kNotAsDeclared = "!"s + kXmlNotAsDeclared;
 const std::string kNoUtf16Mark = "!UTF-16 without a byte order mark.";
 const std::string kEmptyWrapper = "!An XML element without a certificate in it.";
+const std::string kNoBundle = "!A PKCS #7 bundle without certificates.";
+const std::string kNoEnd = "!The PEM block has no END line.";
+const std::string kNoBegin = "!A PEM END without a BEGIN.";
+const std::string kOther = "!ASN.1, but not a certificate.";
 const std::string kIsKey = "!A private key (PKCS #8), not a certificate.";
 
-struct ReadCase {
-  const char* name;
-  std::string input;
-  Items items;
-};
-
-std::vector<ReadCase> readCases() {
+// What it is, the input, and what is found in it.
+std::vector<std::tuple<const char*, std::string, Items>> readCases() {
   const std::string ber = "\x30\x80"s + kA.substr(3) + "\0\0"s;
   const std::string begin = "-----BEGIN CERTIFICATE-----\n";
   const std::string end = "-----END CERTIFICATE-----\n";
@@ -109,12 +99,12 @@ std::vector<ReadCase> readCases() {
       {"BER as it stands", ber + kB, {ber, kB}},
       {"junk behind DER", kA + "\n", {kA, "!Octets that are no certificate follow."}},
       {"damage inside one of a row",
-       der::sequence(der::sequence("\x02\x05\x01"s)) + kB,
+       sequence(sequence("\x02\x05\x01"s)) + kB,
        {"!An element is longer than what holds it.", kB}},
       {"bundle with what is no certificate",
-       der::bundle(kA, der::context(1, "\x05\0"s), kKey, kB) + der::bundle() + kCrlBundle,
+       der::bundle(kA, context(1, "\x05\0"s), kKey, kB) + der::bundle() + kCrlBundle,
        {kA, "!An attribute certificate or the like, not an X.509 certificate.", kIsKey, kB,
-        "!A PKCS #7 bundle without certificates.", "!A PKCS #7 bundle without certificates."}},
+        kNoBundle, kNoBundle}},
       {"PEM with text around",
        "0 s:CN = x\n" + pemOf(kA) + "words\n" + pemOf(kB) + "more",
        {kA, kB}},
@@ -127,9 +117,7 @@ std::vector<ReadCase> readCases() {
       {"PEM, what it holds and not its label",
        pemOf(kKey) + pemOf(der::bundle(kA, kB), "CERTIFICATE") + pemOf(kC, "PKCS7"),
        {kIsKey, kA, kB, kC}},
-      {"PEM, END missing",
-       begin + base64Of(kA) + "\n" + pemOf(kB),
-       {"!The PEM block has no END line.", kB}},
+      {"PEM, END missing", begin + base64Of(kA) + "\n" + pemOf(kB), {kNoEnd, kB}},
       {"PEM, not base64",
        begin + "MII*\n" + base64Of(kA) + "\n" + end + pemOf(kB),
        {kNotBase64, kB}},
@@ -145,17 +133,14 @@ std::vector<ReadCase> readCases() {
       {"PEM, markers behind a fault",
        "-----BEGIN X-----\nA-B-----END X----------BEGIN X----- : -----BEGIN X-----" + base64Of(kA) +
            "-----END X-----\n",
-       {kNotBase64, "!The PEM block has no END line.", kA}},
+       {kNotBase64, kNoEnd, kA}},
       {"PEM, text beside markers",
        "a -----BEGIN X-----\n" + base64Of(kA) + "\n-----END X----- b\n" + onOneLine + "c " +
            onOneLine + "\nd\n",
        {kBeside, kA, kBeside, kA, kB, kBeside, kA, kB}},
       {"PEM, dashes end the text", pemOf(kA, "X", "") + "--", {kA, kBeside}},
       {"PEM, half a marker ends the text", pemOf(kA, "X", "") + "--BEGI", {kA, kBeside}},
-      {"PEM, END alone",
-       end + pemOf(kA) + end + end,
-       {"!A PEM END without a BEGIN.", kA, "!A PEM END without a BEGIN.",
-        "!A PEM END without a BEGIN."}},
+      {"PEM, END alone", end + pemOf(kA) + end + end, {kNoBegin, kA, kNoBegin, kNoBegin}},
       {"PEM, malformed markers",
        "-----BEGIN\n-----BEGIN X----\n------END X-----\n-- BEGIN\n-----BEGIN " +
            std::string(200, 'X') + "-----\n-" + pemOf(kA) + begin + "MA----END X-----" + begin +
@@ -168,7 +153,7 @@ std::vector<ReadCase> readCases() {
       {"XML in a row", xmlOf(kA) + "\n<!-- <x> --><?pi <y> ?>" + xmlOf(kB), {kA, kB}},
       {"XML, quoted and CDATA",
        "<printable a='>'><![CDATA[</printable>]]></printable>" + xmlOf(kA),
-       {"!ASN.1, but not a certificate.", kA}},
+       {kOther, kA}},
       {"XML, lists",
        list(wrapped(kA) + "<!-- --><sequence>" + xmlOf(kB) + "<more/></sequence>") + "\n" +
            xmlOf(kC) + list(wrapped(der::bundle(kC, kA))),
@@ -180,8 +165,7 @@ std::vector<ReadCase> readCases() {
        list("words<c></c><c/>" + wrapped(kKey) + "<c><d/></c>" + wrapped(kA)) + list(xmlOf(kA)) +
            list("") + list(wrapped(kB)),
        {kEmptyWrapper, kEmptyWrapper, kIsKey,
-        "!The element is not of the ASN.1 XML form (element d).", kA,
-        "!ASN.1, but not a certificate.",
+        "!The element is not of the ASN.1 XML form (element d).", kA, kOther,
         "!The element is not of the ASN.1 XML form (element certs).", kB}},
       {"XML, lists in a list", list(list(wrapped(kA))), {kNothing}},
       {"XML, an empty list", list("<c></c>"), {kNothing}},
@@ -228,10 +212,9 @@ std::vector<ReadCase> readCases() {
 }
 
 TEST(CertificateReader, ReadsEveryFormInPiecesOfAnySize) {
-  for (const ReadCase& each : readCases()) {
+  for (const auto& [name, input, items] : readCases()) {
     for (const size_t pieceSize : {size_t{1}, size_t{7}, size_t{100}, size_t{1} << 20}) {
-      EXPECT_EQ(readIn(each.input, pieceSize).items, each.items)
-          << each.name << ", pieces of " << pieceSize;
+      EXPECT_EQ(readIn(input, pieceSize).items, items) << name << ", pieces of " << pieceSize;
     }
   }
 }
@@ -256,7 +239,7 @@ TEST(CertificateReader, TellsWhereAFailureIs) {
   EXPECT_EQ(inXml.lines.at(1), 4U);
   EXPECT_EQ(inXml.items.at(1).front(), '!');
 
-  const std::string damaged = der::sequence(der::sequence("\x02\x05\x01"s));
+  const std::string damaged = sequence(sequence("\x02\x05\x01"s));
   EXPECT_EQ(readIn(kA + damaged, 9).offsets, (std::vector<size_t>{kA.size() + 5}));
 }
 
@@ -283,8 +266,7 @@ TEST(CertificateReader, RefusesWhatIsTooLargeAndGoesOn) {
   constexpr size_t kPiece = size_t{1} << 20;
   for (const size_t size : {CertificateReader::kMaxDerSize, CertificateReader::kMaxDerSize + 1}) {
     const bool fits = size <= CertificateReader::kMaxDerSize;
-    const std::string item =
-        fits ? "!ASN.1, but not a certificate." : "!The DER is larger than 64 MiB.";
+    const std::string item = fits ? kOther : "!The DER is larger than 64 MiB.";
     std::string large = der::join("\x30", der::lengthOctets(size - kHeader), "\x04",
                                   der::lengthOctets(size - 2 * kHeader));
     large.resize(size);

@@ -50,11 +50,11 @@ TEST(TrustedRootLoading, RefusesWhatIsNoRootAndKeepsToItsSet) {
   EXPECT_FALSE(add()) << "another issued it";
   fields.issuer = fields.subject;
   EXPECT_TRUE(add());
-  fields.publicKey = der::sequence(der::algorithm("1.2.840.113549.1.1.1"), der::bits("other"));
+  fields.publicKey = sequence(algorithm("1.2.840.113549.1.1.1"), bits("other"));
   EXPECT_FALSE(add()) << "the name is taken";
-  fields.publicKey = der::sequence(der::null());
+  fields.publicKey = sequence(null());
   EXPECT_FALSE(add()) << "no key";
-  fields.serial = der::octets("x");
+  fields.serial = octets("x");
   EXPECT_FALSE(add()) << "no serial number";
   LoadedX509 noSerial(fields.der());
   EXPECT_FALSE(trustRootImplicitly(noSerial, "own", log));

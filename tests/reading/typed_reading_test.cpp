@@ -16,9 +16,7 @@ std::string charactersOf(Bytes bytes) {
 }
 
 std::string certificateNamed(const std::string& name) {
-  der::Certificate fields;
-  fields.subject = der::sequence(der::set(der::attribute("2.5.4.3", der::utf8(name))));
-  return fields.der();
+  return withField(&der::Certificate::subject, sequence(set(attribute("2.5.4.3", utf8(name)))));
 }
 
 // The outermost length made indefinite: BER of the same value.
@@ -31,8 +29,8 @@ std::string indefinite(const std::string& der) {
 TEST(Reading, GivesWhatIsThereInItsOrder) {
   const std::string a = certificateNamed("a");
   const std::string b = certificateNamed("b");
-  const std::string key = der::sequence(der::integer(std::string(1, '\0')),
-                                        der::sequence(der::oid("1.2")), der::octets("k"));
+  const std::string key =
+      sequence(integer(std::string(1, '\0')), sequence(der::oid("1.2")), octets("k"));
   const Reading reading = readCertificates(a + indefinite(b) + key + b);
   ASSERT_EQ(reading.certificates.size(), 3U);
   EXPECT_EQ(charactersOf(reading.certificates[0].der()), a);
@@ -49,11 +47,7 @@ TEST(Reading, GivesWhatIsThereInItsOrder) {
 }
 
 TEST(Reading, TellsWhyThereIsNothing) {
-  const struct {
-    std::string input;
-    ErrorCode code;
-    Found found;
-  } kCases[] = {
+  const std::tuple<std::string, ErrorCode, Found> kCases[] = {
       {"", ErrorCode::notAsn1, Found::notAsn1},
       {"no certificate", ErrorCode::notAsn1, Found::notAsn1},
       {certificateNamed("a").substr(0, 40), ErrorCode::notAsn1, Found::notAsn1},
@@ -61,12 +55,12 @@ TEST(Reading, TellsWhyThereIsNothing) {
        Found::notAsn1},
       {"-----BEGIN X-----\nMAA=\n-----END X-----\n", ErrorCode::notACertificate, Found::otherAsn1},
   };
-  for (const auto& row : kCases) {
-    SCOPED_TRACE(row.input);
-    const Reading reading = readCertificates(row.input);
+  for (const auto& [input, code, found] : kCases) {
+    SCOPED_TRACE(input);
+    const Reading reading = readCertificates(input);
     ASSERT_EQ(reading.failures.size(), 1U);
-    EXPECT_EQ(reading.failures[0].error.code, row.code);
-    EXPECT_EQ(reading.failures[0].error.found, row.found);
+    EXPECT_EQ(reading.failures[0].error.code, code);
+    EXPECT_EQ(reading.failures[0].error.found, found);
     EXPECT_NE(reading.failures[0].reason, "");
   }
   const Reading missing = readCertificateFile("/no such file");

@@ -1,9 +1,9 @@
 #include "tests/common/allocation_fault.h"
 
-#include <fstream>
 #include <memory>
 #include <string>
 
+#include "tests/common/certificate_files.h"
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"
 #include "velmora/reading/trusted_root_loading.h"
@@ -78,30 +78,28 @@ TEST(X509OutOfMemory, LoadingFromXmlFailsOrIsRight) {
 der::Bytes richCertificate(const der::Bytes& publicKey) {
   const std::string longText(100, 'x');
   der::Certificate fields;
-  fields.subject = der::sequence(
-      der::set(der::attribute("1.2.840.113549.1.9.1", der::ia5("a@b" + longText))),
-      der::set(der::attribute("2.5.4.3", der::bmp(u"Z\u00FC, rich, and long enough to be moved"))),
-      der::set(der::attribute("2.5.4.12", der::printable(longText))));
+  fields.subject =
+      sequence(set(attribute("1.2.840.113549.1.9.1", ia5("a@b" + longText))),
+               set(attribute("2.5.4.3", bmp(u"Z\u00FC, rich, and long enough to be moved"))),
+               set(attribute("2.5.4.12", printable(longText))));
   fields.issuer = der::name({{"1.2.840.113549.1.9.1", "issuer@example.org"}});
   fields.publicKey = publicKey;
-  fields.validity = der::sequence(der::generalizedTime("20200101000000." + std::string(100, '9')),
-                                  der::utcTime("491231235959Z"));
-  const der::Bytes name = der::element(0x82, longText);
-  const der::Bytes other = der::context(0, der::oid("1.2.3"), der::context(0, der::utf8(longText)));
-  fields.extensions = der::context(
-      3, der::sequence(
-             extension("2.5.29.14", der::octets(longText)),
-             extension("2.5.29.35", der::sequence(der::element(0x80, longText), der::context(1))),
-             extension("2.5.29.17", der::sequence(name, other, der::context(4, fields.subject),
-                                                  der::element(0x81, "c@d")))));
+  fields.validity = sequence(generalizedTime("20200101000000." + std::string(100, '9')),
+                             utcTime("491231235959Z"));
+  const der::Bytes name = element(0x82, longText);
+  const der::Bytes other = context(0, der::oid("1.2.3"), context(0, utf8(longText)));
+  fields.extensions =
+      listOf(extension("2.5.29.14", octets(longText)),
+             extension("2.5.29.35", sequence(element(0x80, longText), context(1))),
+             extension("2.5.29.17",
+                       sequence(name, other, context(4, fields.subject), element(0x81, "c@d"))));
   return fields.der();
 }
 
 // A right answer, or one that says that it is none; and none that stays.
 TEST(X509OutOfMemory, GettersAreRightOrSayThatTheyAreNot) {
-  const der::Bytes rsa = der::sequence(der::algorithm("1.2.840.113549.1.1.1"), der::bits("key"));
-  const der::Bytes ec =
-      der::sequence(der::algorithm("1.2.840.10045.2.1"), der::bits(std::string(65, 'p')));
+  const der::Bytes rsa = sequence(algorithm("1.2.840.113549.1.1.1"), bits("key"));
+  const der::Bytes ec = sequence(algorithm("1.2.840.10045.2.1"), bits(std::string(65, 'p')));
   for (const der::Bytes& publicKey : {rsa, ec}) {
     const der::Bytes der = richCertificate(publicKey);
     for (const NamedGetter& getter : kGetters) {
@@ -134,33 +132,30 @@ TEST(X509OutOfMemory, GettersAreRightOrSayThatTheyAreNot) {
 
 // No date passes for one long past, which would make valid what is not valid yet.
 TEST(X509OutOfMemory, DatesAreThoseOfTheCertificate) {
-  const der::Bytes end = der::generalizedTime("99991231235959Z");
-  const struct {
-    der::Bytes notBefore;
-    bool expired;
-  } rows[] = {{der::utcTime("200101000000Z"), false},
-              {der::generalizedTime("2020010100." + std::string(1000, '9')), false},
-              {der::generalizedTime("29990101000000Z"), true},
-              {der::generalizedTime("2999010100." + std::string(1000, '9')), true}};
+  const der::Bytes end = generalizedTime("99991231235959Z");
+  const std::pair<der::Bytes, bool> rows[] = {
+      {utcTime("200101000000Z"), false},
+      {generalizedTime("2020010100." + std::string(1000, '9')), false},
+      {generalizedTime("29990101000000Z"), true},
+      {generalizedTime("2999010100." + std::string(1000, '9')), true}};
   for (const auto& row : rows) {
-    LoadedX509 cert(withField(&der::Certificate::validity, der::sequence(row.notBefore, end)));
+    LoadedX509 cert(withField(&der::Certificate::validity, sequence(row.first, end)));
     LogNull log;
     bool expired = false;
     forEachAllocationFault([&] { expired = cert.isCertExpired(log); },
-                           [&](bool) { EXPECT_EQ(expired, row.expired) << &row - rows; });
+                           [&](bool) { EXPECT_EQ(expired, row.second) << &row - rows; });
   }
 }
 
 // What memory ran out for is not absent, so that nothing weaker decides in its place.
 TEST(X509OutOfMemory, IssuersMatchOrDoNot) {
   const auto keyIds = [](const std::string& authority, const std::string& subject) {
-    const der::Bytes segments = der::element(0x33, der::octets("joined when read"));
+    const der::Bytes segments = element(0x33, octets("joined when read"));
     der::Certificate fields;
     fields.issuer = fields.subject;
-    fields.extensions = der::context(
-        3, der::sequence(extension("2.5.29.35", der::sequence(primitive(0, authority),
-                                                              der::context(1, segments))),
-                         extension("2.5.29.14", der::octets(subject))));
+    fields.extensions =
+        listOf(extension("2.5.29.35", sequence(primitive(0, authority), context(1, segments))),
+               extension("2.5.29.14", octets(subject)));
     return fields.der();
   };
   const der::Bytes namesake = der::name({{"2.5.4.5", "0A"}, {"2.5.4.3", "host"}});
@@ -171,8 +166,7 @@ TEST(X509OutOfMemory, IssuersMatchOrDoNot) {
       {withField(&der::Certificate::issuer, namesake), withSubject(namesake)},
   };
   for (const auto& row : rows) {
-    LoadedX509 cert(row.cert);
-    LoadedX509 issuer(row.issuer);
+    LoadedX509 cert(row.cert), issuer(row.issuer);
     LogNull log;
     bool issued = false;
     forEachAllocationFault([&] { issued = cert.isIssuedBy(issuer, log); },
@@ -188,9 +182,9 @@ TEST(X509OutOfMemory, OfALoadThatFailedNothingVerifies) {
   LogNull log;
   std::unique_ptr<LoadedX509> cert(new LoadedX509(kCert));
   // A bundle that, taken for a certificate, has a subject of its own.
-  const der::Bytes forged = der::sequence(
-      der::oid("1.2.840.113549.1.7.2"), der::context(0, der::sequence(der::context(0, genuine))),
-      der::sequence(der::sequence(), der::sequence(), der::sequence(), der::Certificate().subject));
+  const der::Bytes forged =
+      sequence(der::oid("1.2.840.113549.1.7.2"), context(0, sequence(context(0, genuine))),
+               sequence(sequence(), sequence(), sequence(), der::Certificate().subject));
   for (const std::string& bytes : {genuine, forged}) {
     forEachAllocationFault(
         [&] { load(*cert, bytes, log); },
@@ -209,15 +203,13 @@ TEST(X509OutOfMemory, OfALoadThatFailedNothingVerifies) {
 TEST(X509OutOfMemory, RootsAreRegisteredOrNot) {
   const NoTrustedRoots none;
   constexpr const char* kFile = VELMORA_SOURCE_DIR "/tests/data/reader/three_0.der";
-  std::ifstream file(kFile, std::ios::binary);
-  const std::string der(std::istreambuf_iterator<char>(file), {});
+  const std::string der = fileContent(kFile);
   const auto fromFile = [](VelmoraX509&, const char* set, LogBase& log) {
     const TrustedRootCount count = addTrustedRootsFrom(kFile, set, log);
     EXPECT_EQ(count.registered + count.refused, 1u);
     return count.registered == 1;
   };
-  LogNull log;
-  LogNull compact;
+  LogNull log, compact;
   compact.m_optionKeywords.append("DN_NoSpaceAfterComma");
   for (auto* add : {+fromFile, addTrustedRoot, trustRootImplicitly}) {
     std::unique_ptr<LoadedX509> root(new LoadedX509(der));
@@ -246,11 +238,7 @@ TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
        {TrustedRoots::Name{"", "issuer", "issuer"}, {"01", "", ""}}) {
     ASSERT_TRUE(TrustedRoots::trustImplicitly(nullptr, rest, log));
   }
-  const struct {
-    std::string der;
-    const char* issuer;
-    bool expected;
-  } rows[] = {
+  const std::tuple<std::string, const char*, bool> rows[] = {
       {all.byName("sha256 by P-256").der, "P-256", true},
       {all.byName("sha256 by rsa-1024").der, "rsa-1024", true},
       {all.byName("P-256: r is the order").der, "P-256", false},
@@ -260,16 +248,16 @@ TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
       {derOf(all.issuer("P-256")), "P-256", false},
       {derOf(all.issuer("namesake")), "rsa-1024", false},
   };
-  for (const auto& row : rows) {
+  for (const auto& [der, issuer, expected] : rows) {
     bool verified = false;
     std::unique_ptr<LoadedX509> cert;
-    const auto renew = [&] { cert = std::make_unique<LoadedX509>(row.der); };
+    const auto renew = [&] { cert = std::make_unique<LoadedX509>(der); };
     renew();
     const size_t faults = forEachAllocationFault(
-        [&] { verified = cert->verifyCertSignature(&all.issuer(row.issuer), log); },
+        [&] { verified = cert->verifyCertSignature(&all.issuer(issuer), log); },
         [&](bool faulted) {
-          EXPECT_TRUE(row.expected || !verified) << row.issuer;
-          EXPECT_TRUE(faulted || verified == row.expected) << row.issuer;
+          EXPECT_TRUE(expected || !verified) << issuer;
+          EXPECT_TRUE(faulted || verified == expected) << issuer;
           renew();
         });
     EXPECT_GT(faults, 0u);

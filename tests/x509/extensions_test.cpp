@@ -15,13 +15,13 @@ std::string dataOf(VelmoraX509& cert, const char* oid) {
 
 TEST(Extensions, AreFoundByTheirOid) {
   const der::Bytes listed =
-      der::sequence(der::sequence(der::oid("1.2.3"), der::boolean(true), der::octets("critical")),
-                    extension("1.2.3.4", "longer OID"), extension("1.2.5", "first"),
-                    extension("1.2.5", "second"), der::sequence(der::oid("1.2.6")),
-                    extension("1.2.6", "after one without a value"), extension("1.2.7", ""));
+      sequence(sequence(der::oid("1.2.3"), boolean(true), octets("critical")),
+               extension("1.2.3.4", "longer OID"), extension("1.2.5", "first"),
+               extension("1.2.5", "second"), sequence(der::oid("1.2.6")),
+               extension("1.2.6", "after one without a value"), extension("1.2.7", ""));
   for (const unsigned tag : {3u, 0u}) {  // both places of the list
     der::Certificate fields;
-    fields.extensions = der::context(tag, listed);
+    fields.extensions = context(tag, listed);
     if (tag == 0) fields.version = "";
     LoadedX509 cert(fields.der());
     EXPECT_EQ(dataOf(cert, "1.2.3"), "critical");
@@ -37,33 +37,31 @@ TEST(Extensions, AreFoundByTheirOid) {
 // What stands in the certificate's other fields, before the list and in it, and what is found.
 TEST(Extensions, AreFoundAtTheirPlaceAlone) {
   const der::Bytes own = extension("1.2.3", "own");
-  const der::Bytes list = der::sequence(extension("1.2.3", "hidden"));
+  const der::Bytes list = sequence(extension("1.2.3", "hidden"));
   const auto keyWith = [](const der::Bytes& parameters) {
-    return der::sequence(der::sequence(der::oid("1.2.840.10045.2.1"), parameters),
-                         der::bits("key"));
+    return sequence(sequence(der::oid("1.2.840.10045.2.1"), parameters), bits("key"));
   };
   const auto nameWith = [](const der::Bytes& value) {
-    return der::sequence(der::set(der::attribute("2.5.4.3", value)));
+    return sequence(set(attribute("2.5.4.3", value)));
   };
   const der::Bytes key = der::Certificate().publicKey;
   const der::Bytes name = der::Certificate().subject;
-  const der::Bytes listed = der::context(3, der::sequence(own));
+  const der::Bytes listed = context(3, sequence(own));
   const struct {
     der::Bytes subject, publicKey, extensions;
     const char* found;
   } kCases[] = {
-      {name, keyWith(der::context(3, list)), listed, "own"},
-      {name, keyWith(der::context(3, list)), der::context(0, der::sequence(own)), "own"},
-      {name, keyWith(der::context(3, list)), "", "none"},
-      {name, keyWith(der::context(0, list)), "", "none"},
-      {nameWith(der::context(3, list)), key, listed, "own"},
-      {nameWith(der::context(3, list)), key, "", "none"},
-      {name, key, der::context(2, der::context(3, list)) + listed, "own"},
-      {name, key, der::context(3, der::context(3, list)) + listed, "own"},
-      {name, key, der::context(3, der::set(own)), "none"},
-      {name, key, der::context(0, list) + listed, "own"},
-      {name, key, der::context(3, der::integer("\x01")) + der::context(0, der::sequence(own)),
-       "own"},
+      {name, keyWith(context(3, list)), listed, "own"},
+      {name, keyWith(context(3, list)), context(0, sequence(own)), "own"},
+      {name, keyWith(context(3, list)), "", "none"},
+      {name, keyWith(context(0, list)), "", "none"},
+      {nameWith(context(3, list)), key, listed, "own"},
+      {nameWith(context(3, list)), key, "", "none"},
+      {name, key, context(2, context(3, list)) + listed, "own"},
+      {name, key, context(3, context(3, list)) + listed, "own"},
+      {name, key, context(3, set(own)), "none"},
+      {name, key, context(0, list) + listed, "own"},
+      {name, key, context(3, integer("\x01")) + context(0, sequence(own)), "own"},
   };
   for (const auto& row : kCases) {
     SCOPED_TRACE(&row - kCases);
@@ -89,7 +87,7 @@ TEST(Extensions, WhatIsNoDerHasNoXml) {
 TEST(KeyIdentifiers, AreReadInEveryForm) {
   constexpr const char* kSki = "2.5.29.14";
   constexpr const char* kAki = "2.5.29.35";
-  const der::Bytes issuer = der::context(1, der::context(4, der::Certificate().issuer));
+  const der::Bytes issuer = context(1, context(4, der::Certificate().issuer));
   const der::Bytes serial = primitive(2, "\x12\x67");
   const struct {
     const char* what;
@@ -97,17 +95,17 @@ TEST(KeyIdentifiers, AreReadInEveryForm) {
     der::Bytes value;
     const char* identifier;
   } kCases[] = {
-      {"of the subject", kSki, der::octets("id"), "aWQ="},
-      {"empty", kSki, der::octets(""), ""},
-      {"of another type: shown as XML", kSki, der::integer("\x05"), "<int>05</int>"},
-      {"of the authority, alone", kAki, der::sequence(primitive(0, "id")), "aWQ="},
-      {"with issuer and serial", kAki, der::sequence(primitive(0, "id"), issuer, serial), "aWQ="},
-      {"identifier last", kAki, der::sequence(issuer, serial, primitive(0, "id")), "aWQ="},
-      {"bare octets", kAki, der::octets("id"), "aWQ="},
-      {"issuer and serial alone", kAki, der::sequence(issuer, serial), ""},
-      {"empty identifier", kAki, der::sequence(primitive(0, "")), ""},
-      {"constructed [0]", kAki, der::sequence(der::context(0, der::octets("id"))), ""},
-      {"of another type", kAki, der::sequence(der::integer("\x05")), ""},
+      {"of the subject", kSki, octets("id"), "aWQ="},
+      {"empty", kSki, octets(""), ""},
+      {"of another type: shown as XML", kSki, integer("\x05"), "<int>05</int>"},
+      {"of the authority, alone", kAki, sequence(primitive(0, "id")), "aWQ="},
+      {"with issuer and serial", kAki, sequence(primitive(0, "id"), issuer, serial), "aWQ="},
+      {"identifier last", kAki, sequence(issuer, serial, primitive(0, "id")), "aWQ="},
+      {"bare octets", kAki, octets("id"), "aWQ="},
+      {"issuer and serial alone", kAki, sequence(issuer, serial), ""},
+      {"empty identifier", kAki, sequence(primitive(0, "")), ""},
+      {"constructed [0]", kAki, sequence(context(0, octets("id"))), ""},
+      {"of another type", kAki, sequence(integer("\x05")), ""},
   };
   for (const auto& [what, oid, value, identifier] : kCases) {
     SCOPED_TRACE(what);
@@ -132,27 +130,21 @@ constexpr const char* kEmail = "1.2.840.113549.1.9.1";
 
 template <class... Names>
 der::Bytes withNames(const Names&... names) {
-  return withExtensions(extension(kSan, der::sequence(names...)));
+  return withExtensions(extension(kSan, sequence(names...)));
 }
 
 der::Bytes otherName(const der::Bytes& value) {
-  return der::context(0, der::oid("1.2.3"), der::context(0, value));
+  return context(0, der::oid("1.2.3"), context(0, value));
 }
 
-const der::Bytes kDirectory = der::sequence(
-    der::set(der::attribute("2.5.4.6", der::printable("CH")),
-             der::attribute("2.5.4.7", der::utf8("second of its RDN"))),
-    der::set(der::attribute("2.5.4.10", der::t61("t61"))), der::set(),
-    der::set(der::attribute("2.5.4.10", der::bmp(u"bmp"))),
-    der::set(der::attribute(kEmail, der::ia5("a@b"))),
-    der::set(der::attribute("2.5.4.3", der::utf8("Zürich"))),
-    der::set(der::sequence(der::oid("2.5.4.3"), der::printable("p"), der::utf8("8"))));
+const der::Bytes kDirectory = sequence(
+    set(attribute("2.5.4.6", printable("CH")), attribute("2.5.4.7", utf8("second of its RDN"))),
+    set(attribute("2.5.4.10", t61("t61"))), set(), set(attribute("2.5.4.10", bmp(u"bmp"))),
+    set(attribute(kEmail, ia5("a@b"))), set(attribute("2.5.4.3", utf8("Zürich"))),
+    set(sequence(der::oid("2.5.4.3"), printable("p"), utf8("8"))));
 
 TEST(AlternativeNames, EveryKindOfNameAsXml) {
-  const struct {
-    der::Bytes name;
-    const char* xml;
-  } kNames[] = {
+  const std::pair<der::Bytes, const char*> kNames[] = {
       {primitive(1, "a@b"), "<rfc822Name>a@b</rfc822Name>"},
       {primitive(2, "*.c"), "<dnsName>*.c</dnsName>"},
       {primitive(2, ""), "<dnsName></dnsName>"},
@@ -161,21 +153,20 @@ TEST(AlternativeNames, EveryKindOfNameAsXml) {
       {primitive(1, "J\xFCrg"), "<rfc822Name>J\uFFFDrg</rfc822Name>"},  // not UTF-8
       {primitive(2, "a\0b"s), "<dnsName>a&#0;b</dnsName>"},
       {primitive(7, "\xC0\0\2\1"s), ""},  // what the document does not know
-      {der::context(5, der::context(1, der::utf8("x"))), ""},
-      {der::context(4, kDirectory),
+      {context(5, context(1, utf8("x"))), ""},
+      {context(4, kDirectory),
        "<directoryName><2.5.4.6>CH</2.5.4.6><1.2.840.113549.1.9.1>a@b</1.2.840.113549.1.9.1>"
        "<2.5.4.3>Zürich</2.5.4.3><2.5.4.3>8</2.5.4.3></directoryName>"},
-      {der::context(4, der::sequence()), "<directoryName></directoryName>"},
-      {der::context(4, kDirectory, kDirectory), ""},
+      {context(4, sequence()), "<directoryName></directoryName>"},
+      {context(4, kDirectory, kDirectory), ""},
       // Octets before all, then UTF-8, IA5 and printable text.
-      {otherName(der::utf8("8") + der::octets("raw")),
-       "<name type=\"oid\" oid=\"1.2.3\">raw</name>"},
-      {otherName(der::printable("p") + der::ia5("i") + der::utf8("8")),
+      {otherName(utf8("8") + octets("raw")), "<name type=\"oid\" oid=\"1.2.3\">raw</name>"},
+      {otherName(printable("p") + ia5("i") + utf8("8")),
        "<name type=\"oid\" oid=\"1.2.3\">8</name>"},
-      {otherName(der::printable("p") + der::ia5("i")), "<name type=\"oid\" oid=\"1.2.3\">i</name>"},
-      {otherName(der::printable("p")), "<name type=\"oid\" oid=\"1.2.3\">p</name>"},
-      {otherName(der::bmp(u"x")), "<name type=\"oid\" oid=\"1.2.3\"></name>"},
-      {der::context(0, der::oid("1.2.3")), "<name type=\"oid\" oid=\"1.2.3\"></name>"},
+      {otherName(printable("p") + ia5("i")), "<name type=\"oid\" oid=\"1.2.3\">i</name>"},
+      {otherName(printable("p")), "<name type=\"oid\" oid=\"1.2.3\">p</name>"},
+      {otherName(bmp(u"x")), "<name type=\"oid\" oid=\"1.2.3\"></name>"},
+      {context(0, der::oid("1.2.3")), "<name type=\"oid\" oid=\"1.2.3\"></name>"},
   };
   der::Bytes all;
   std::string expected;
@@ -191,24 +182,19 @@ TEST(AlternativeNames, EveryKindOfNameAsXml) {
 
 // What getRfc822Name gives of an extension value; null: it fails and says so.
 TEST(AlternativeNames, AddressesAreThoseOfMailAndHosts) {
-  const struct {
-    const char* what;
-    der::Bytes value;
-    const char* addresses;
-  } kCases[] = {
+  const std::tuple<const char*, der::Bytes, const char*> kCases[] = {
       {"in their order",
-       der::sequence(primitive(2, "h"), primitive(1, "a@b"), primitive(6, "urn:x"),
-                     primitive(1, "c@d")),
+       sequence(primitive(2, "h"), primitive(1, "a@b"), primitive(6, "urn:x"), primitive(1, "c@d")),
        "h,a@b,c@d"},
       {"empty ones leave no comma",
-       der::sequence(primitive(1, ""), primitive(1, "a@b"), primitive(2, ""), primitive(2, "h")),
+       sequence(primitive(1, ""), primitive(1, "a@b"), primitive(2, ""), primitive(2, "h")),
        "a@b,h"},
-      {"UTF-8", der::sequence(primitive(1, "Jürg@b"), primitive(1, "J\xFCrg")), "Jürg@b,J\uFFFDrg"},
-      {"of another class", der::sequence(der::element(0x41, "a"), primitive(2, "h")), "h"},
-      {"constructed", der::sequence(der::context(1, der::ia5("a@b")), primitive(2, "h")), "h"},
-      {"bare octets are Windows-1252", der::octets("J\xFCrg \x80"), "Jürg €"},
-      {"none", der::sequence(primitive(6, "urn:x")), nullptr},
-      {"empty ones alone", der::sequence(primitive(1, "")), nullptr},
+      {"UTF-8", sequence(primitive(1, "Jürg@b"), primitive(1, "J\xFCrg")), "Jürg@b,J\uFFFDrg"},
+      {"of another class", sequence(element(0x41, "a"), primitive(2, "h")), "h"},
+      {"constructed", sequence(context(1, ia5("a@b")), primitive(2, "h")), "h"},
+      {"bare octets are Windows-1252", octets("J\xFCrg \x80"), "Jürg €"},
+      {"none", sequence(primitive(6, "urn:x")), nullptr},
+      {"empty ones alone", sequence(primitive(1, "")), nullptr},
   };
   for (const auto& [what, value, addresses] : kCases) {
     SCOPED_TRACE(what);
@@ -224,9 +210,9 @@ TEST(AlternativeNames, AddressesAreThoseOfMailAndHosts) {
 }
 
 TEST(AlternativeNames, TheSubjectsAddressWins) {
-  const der::Bytes names = der::sequence(primitive(1, "san@b"));
+  const der::Bytes names = sequence(primitive(1, "san@b"));
   der::Certificate fields;
-  fields.extensions = der::context(3, der::sequence(extension(kSan, names)));
+  fields.extensions = listOf(extension(kSan, names));
   fields.subject = der::name({{kEmail, "subject@b"}});
   LoadedX509 inNames(withExtensions(extension(kSan, names)));
   LoadedX509 inBoth(fields.der());

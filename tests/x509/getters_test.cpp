@@ -1,13 +1,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <fstream>
 #include <map>
 #include <thread>
 
+#include "tests/common/certificate_files.h"
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"
-#include "velmora/reading/certificate_reader.h"
 
 namespace velmora::test {
 namespace {
@@ -28,11 +27,10 @@ const std::string kNoSubject = "ERROR: Navigation to the certificate subject fai
 
 der::Certificate fieldsOfAll() {
   der::Certificate fields;
-  fields.serial = der::integer("\x00\xAB\x01"s);
-  fields.extensions =
-      der::context(3, der::sequence(extension("2.5.29.14", der::octets("id")),
-                                    extension("2.5.29.35", der::sequence(primitive(0, "id"))),
-                                    extension("2.5.29.17", der::sequence(primitive(2, "host")))));
+  fields.serial = integer("\x00\xAB\x01"s);
+  fields.extensions = listOf(extension("2.5.29.14", octets("id")),
+                             extension("2.5.29.35", sequence(primitive(0, "id"))),
+                             extension("2.5.29.17", sequence(primitive(2, "host"))));
   return fields;
 }
 
@@ -124,21 +122,6 @@ TEST(Getters, EmptyReplaceOrAppend) {
   EXPECT_TRUE(all.empty()) << all.begin()->first;
 }
 
-// The certificates of the data set; what it holds of other kinds is passed over.
-std::vector<der::Bytes> dataCertificates() {
-  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/certificates.pem");
-  const std::string pem(std::istreambuf_iterator<char>(file), {});
-  ExtPtrArray holders;
-  LogNull log;
-  readCertificates(pem, holders, log);
-  EXPECT_GT(holders.getSize(), 50);
-  std::vector<der::Bytes> ders;
-  for (int i = 0; i < holders.getSize(); ++i) {
-    ders.push_back(derOf(*VelmoraX509Holder::getNthX509(holders, i)));
-  }
-  return ders;
-}
-
 std::vector<std::string> answersOf(VelmoraX509& cert) {
   std::vector<std::string> answers;
   LogNull log;
@@ -149,14 +132,13 @@ std::vector<std::string> answersOf(VelmoraX509& cert) {
 // Each field of a certificate in turn gone, or another element.
 std::vector<der::Bytes> malformedCertificates() {
   using Fields = der::Certificate;
-  std::vector<der::Bytes> all = {der::sequence(der::null()), der::sequence(der::sequence())};
+  std::vector<der::Bytes> all = {sequence(null()), sequence(sequence())};
   for (der::Bytes Fields::*field :
        {&Fields::version, &Fields::serial, &Fields::signatureAlgorithm, &Fields::issuer,
         &Fields::validity, &Fields::subject, &Fields::publicKey, &Fields::outerAlgorithm,
         &Fields::signature}) {
-    for (const der::Bytes& instead :
-         {der::Bytes(), der::sequence(), der::null(), der::sequence(der::set(der::sequence())),
-          der::sequence(der::utf8("x"), der::sequence(der::oid("2.5.4.3")))}) {
+    for (const der::Bytes& instead : {der::Bytes(), sequence(), null(), sequence(set(sequence())),
+                                      sequence(utf8("x"), sequence(der::oid("2.5.4.3")))}) {
       if (field != &Fields::version || instead.empty()) all.push_back(withField(field, instead));
     }
   }
@@ -167,7 +149,7 @@ std::vector<der::Bytes> malformedCertificates() {
 // the root again, and the same question has the same answer, whatever was asked before.
 TEST(Getters, LeaveNoTrace) {
   std::vector<der::Bytes> ders = malformedCertificates();
-  for (const der::Bytes& der : dataCertificates()) ders.push_back(der);
+  for (const der::Bytes& der : madeCertificates()) ders.push_back(der);
   LoadedX509 reloaded(ders.front());
   for (const der::Bytes& der : ders) {
     LoadedX509 shared(der);
@@ -190,7 +172,7 @@ TEST(Getters, LeaveNoTrace) {
 
 // Nothing is done with a certificate that somebody holds, and then everything at once.
 TEST(Getters, WaitForTheLockAndAnswerRight) {
-  const der::Bytes der = dataCertificates().front();
+  const der::Bytes der = madeCertificates().front();
   LoadedX509 reference(der);
   const std::vector<std::string> expected = answersOf(reference);
   LoadedX509 shared(der);

@@ -9,20 +9,18 @@ constexpr const char* kCn = "2.5.4.3";
 constexpr const char* kSerialAttribute = "2.5.4.5";
 
 TEST(IssuerSelf, ComparesRenderedNames) {
-  const auto cn = [](const der::Bytes& value) {
-    return der::sequence(der::set(der::attribute(kCn, value)));
-  };
+  const auto cn = [](const der::Bytes& value) { return sequence(set(attribute(kCn, value))); };
   const struct {
     der::Bytes issuer, subject;
     bool expected;
   } rows[] = {
-      {cn(der::printable("Root")), cn(der::printable("root")), false},
-      {cn(der::bmp(u"Root")), cn(der::utf8("Root")), true},
+      {cn(printable("Root")), cn(printable("root")), false},
+      {cn(bmp(u"Root")), cn(utf8("Root")), true},
       {der::name({{kCn, "Root"}}), der::name({{"2.5.4.10", "Root"}}), true},  // values alone
       {der::name({{kCn, "a"}, {kCn, "b"}}), der::name({{kCn, "b"}, {kCn, "a"}}), false},
-      {der::sequence(), der::sequence(), true},
-      {cn(der::utf8("a\0b"s)), cn(der::utf8("a\0b"s)), true},
-      {cn(der::utf8("a\0b"s)), cn(der::utf8("a\0c"s)), false},
+      {sequence(), sequence(), true},
+      {cn(utf8("a\0b"s)), cn(utf8("a\0b"s)), true},
+      {cn(utf8("a\0b"s)), cn(utf8("a\0c"s)), false},
   };
   for (const auto& row : rows) {
     der::Certificate fields;
@@ -35,13 +33,10 @@ TEST(IssuerSelf, ComparesRenderedNames) {
 }
 
 TEST(IssuedBy, GoesByKeyIdentifiersThenByNames) {
-  const auto only = [](const char* oid, const der::Bytes& value) {
-    return der::context(3, der::sequence(extension(oid, value)));
-  };
-  const der::Bytes authority = only("2.5.29.35", der::sequence(primitive(0, "k")));
-  const der::Bytes noAuthorityId = only("2.5.29.35", der::sequence());
-  const der::Bytes subject = only("2.5.29.14", der::octets("k"));
-  const der::Bytes otherSubject = only("2.5.29.14", der::octets("l"));
+  const der::Bytes authority = listOf(extension("2.5.29.35", sequence(primitive(0, "k"))));
+  const der::Bytes noAuthorityId = listOf(extension("2.5.29.35", sequence()));
+  const der::Bytes subject = listOf(extension("2.5.29.14", octets("k")));
+  const der::Bytes otherSubject = listOf(extension("2.5.29.14", octets("l")));
   const der::Bytes root = der::name({{kCn, "Root"}});
   const der::Bytes lower = der::name({{kCn, "root"}});
   const der::Bytes nameless = der::name({{"2.5.4.6", "US"}});
@@ -67,25 +62,22 @@ TEST(IssuedBy, GoesByKeyIdentifiersThenByNames) {
       {"identifiers before serial", withSerial("0A"), authority, root, subject, true},
   };
   for (const auto& row : rows) {
-    der::Certificate child;
+    der::Certificate child, candidate;
     child.issuer = row.childIssuer;
     child.extensions = row.childExtensions;
-    der::Certificate candidate;
-    candidate.serial = der::integer("\x0A\x0B");
+    candidate.serial = integer("\x0A\x0B");
     candidate.subject = row.candidateSubject;
     candidate.extensions = row.candidateExtensions;
-    LoadedX509 childCert(child.der());
-    LoadedX509 candidateCert(candidate.der());
+    LoadedX509 childCert(child.der()), candidateCert(candidate.der());
     LogNull log;
     EXPECT_EQ(childCert.isIssuedBy(candidateCert, log), row.expected) << row.what;
   }
 }
 
 TEST(IssuerCnAndSerial, MatchesTheSerialInAnyFormAndTheNameExactly) {
-  LoadedX509 cert(withField(&der::Certificate::serial, der::integer("\x00\xAB\x01"s)));
+  LoadedX509 cert(withField(&der::Certificate::serial, integer("\x00\xAB\x01"s)));
   const struct {
-    const char* issuerCn;
-    const char* serial;
+    const char *issuerCn, *serial;
     bool expected;
   } rows[] = {
       {"Root", "00ab01", true},  {"Root", "00:AB:01", true}, {"Root", "0ab01", true},  // odd count

@@ -5,9 +5,9 @@
 namespace velmora::test {
 namespace {
 
-const der::Bytes kCert1 = withField(&der::Certificate::serial, der::integer("\x11"));
-const der::Bytes kCert2 = withField(&der::Certificate::serial, der::integer("\x22"));
-const der::Bytes kCert3 = withField(&der::Certificate::serial, der::integer("\x33"));
+const der::Bytes kCert1 = withField(&der::Certificate::serial, integer("\x11"));
+const der::Bytes kCert2 = withField(&der::Certificate::serial, integer("\x22"));
+const der::Bytes kCert3 = withField(&der::Certificate::serial, integer("\x33"));
 
 TEST(X509Loading, OneCertificateKeepsItsBytes) {
   VelmoraX509 cert;
@@ -63,14 +63,11 @@ TEST(X509Loading, FailuresSayWhyAndKeepTheNewBytes) {
       {"", kNotDer, "11"},
       {"not DER", kNotDer, "11"},
       {kCert2 + "\n", kNotDer, "11"},
-      {der::sequence(), kEmpty, ""},
-      {der::sequence(oid, der::context(0, der::octets("data"))), kNotBundle, ""},
-      {der::sequence(oid, der::context(0, der::sequence(der::integer("\x01"), der::set()))),
-       kNotBundle, ""},
+      {sequence(), kEmpty, ""},
+      {sequence(oid, context(0, octets("data"))), kNotBundle, ""},
+      {sequence(oid, context(0, sequence(integer("\x01"), set()))), kNotBundle, ""},
       {der::bundle(), "", ""},
-      {der::sequence(oid, der::context(0, der::sequence(der::context(0))),
-                     der::sequence(der::integer("\x77"))),
-       "", "77"},
+      {sequence(oid, context(0, sequence(context(0))), sequence(integer("\x77"))), "", "77"},
   };
   for (const auto& [bytes, lastError, serial] : kCases) {
     SCOPED_TRACE(testing::PrintToString(bytes));
@@ -90,11 +87,7 @@ TEST(X509Loading, FailuresSayWhyAndKeepTheNewBytes) {
 TEST(X509LoadingFromXml, EveryOutcomeLeavesTheHandleWhereItWas) {
   const std::string first = "<c>" + xmlOf(kCert1) + "</c>";
   const std::string second = "<c>" + xmlOf(kCert2) + "<x></x></c>";
-  const struct {
-    std::string children;
-    bool result;
-    std::string serials;
-  } kCases[] = {
+  const std::tuple<std::string, bool, std::string> kCases[] = {
       {"", true, ""},
       {first + second, true, "11 22 "},
       {first + "<c></c>" + second, false, "11 "},
@@ -125,21 +118,15 @@ TEST(X509LoadingFromXml, EveryOutcomeLeavesTheHandleWhereItWas) {
 
 // Text in which the signed part is spelled so that the getters would pass over it.
 TEST(X509LoadingFromXml, ReadsTheBytesThatASignatureIsOver) {
-  std::string text = xmlOf(der::Certificate().der());
+  constexpr std::string_view kOpen("<sequence>");
+  const std::string text = xmlOf(der::Certificate().der());
   const size_t end = text.find("</sequence><sequence><oid>1.2.840.113549.1.1.12");
   ASSERT_NE(end, std::string::npos);
-  const std::string tbs = text.substr(sizeof "<sequence>" - 1 + sizeof "<sequence>" - 1,
-                                      end - 2 * (sizeof "<sequence>" - 1));
+  const std::string tbs = text.substr(2 * kOpen.size(), end - 2 * kOpen.size());
   const std::string forged = xmlOf(withSubject(der::name({{"2.5.4.3", "forged"}})));
   const std::string hidden = "<universal number=\"16\" constructed=\"1\">" + tbs + "</universal>";
-  const _clsOwner xml(ClsXml::createNewCls());
-  LogNull log;
-  ASSERT_TRUE(xml->loadXml(
-      "<certs><c><sequence>" + hidden + forged.substr(sizeof "<sequence>" - 1) + "</c></certs>",
-      true, log));
-  ExtPtrArrayRc certs;
-  ASSERT_TRUE(VelmoraX509::loadX509_fromXml(xml.get(), certs, log));
-  EXPECT_EQ(subjectOf(static_cast<VelmoraX509&>(*certs.elementAt(0))), "C=US, O=Acme, CN=host");
+  LoadedFromXml loaded("<c><sequence>" + hidden + forged.substr(kOpen.size()) + "</c>");
+  EXPECT_EQ(subjectOf(loaded.first()), "C=US, O=Acme, CN=host");
 }
 
 TEST(X509LoadingFromXml, NamesEachCertificateInAVerboseLog) {
@@ -192,7 +179,7 @@ class ThrowingLog final : public ErrorLog {
 
 TEST(X509Holder, IsHandedOutAsItStandsWhenTheLogThrows) {
   ThrowingLog log;
-  const Holder holder = holderOf(der::sequence(), log);
+  const Holder holder = holderOf(sequence(), log);
   ASSERT_TRUE(holder);
   EXPECT_NE(holder->getX509Ptr(), nullptr);
 }

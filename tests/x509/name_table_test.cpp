@@ -1,10 +1,12 @@
-#include <iterator>
 #include <map>
+#include <span>
 
 #include "tests/x509/x509_test.h"
 
 namespace velmora::test {
 namespace {
+
+using namespace std::string_literals;
 
 // How each attribute type is written: by default, in lower case, and in the styles that change it
 // ("#": the value is in hexadecimal).
@@ -73,20 +75,12 @@ std::string expectedMember(const NameRow& row, int style) {
   return "\"" + key + "\":\"" + (hex ? "#130176" : "v") + "\"";
 }
 
-std::string expectedJson(int style) {
-  std::string text = expectedMember(kNames[0], style);
-  for (size_t i = 1; i < std::size(kNames); ++i) {
-    text = expectedMember(kNames[i], style) + "," + text;
-  }
-  return text;
-}
-
-std::string expectedText(int style, const std::string& keyword, bool reverse) {
-  const std::string separator = style == 22 || keyword == "DN_NoSpaceAfterComma" ? "," : ", ";
-  std::string text = expectedPair(kNames[0], style, keyword);
-  for (size_t i = 1; i < std::size(kNames); ++i) {
-    const std::string pair = expectedPair(kNames[i], style, keyword);
-    text = reverse ? pair + separator + text : text + separator + pair;
+// One after the other, or the last one first.
+template <class Expected>
+std::string joined(const Expected& expected, const std::string& separator, bool reverse) {
+  std::string text = expected(kNames[0]);
+  for (const NameRow& row : std::span(kNames).subspan(1)) {
+    text = reverse ? expected(row) + separator + text : text + separator + expected(row);
   }
   return text;
 }
@@ -94,24 +88,26 @@ std::string expectedText(int style, const std::string& keyword, bool reverse) {
 TEST(DistinguishedNameTable, EveryTypeInEveryStyleUnderEveryKeyword) {
   der::Bytes rdns;
   for (const NameRow& row : kNames) {
-    rdns += der::set(der::attribute(row.oid, der::printable("v")));
+    rdns += set(attribute(row.oid, printable("v")));
   }
-  der::Certificate fields;
-  fields.issuer = der::sequence(rdns);
-  LoadedX509 cert(fields.der());
+  LoadedX509 cert(withField(&der::Certificate::issuer, sequence(rdns)));
   for (const int style : {0, 1, 2, 3, 4, 5, 6, 22, 7, -1}) {
     for (const char* keyword : {"", "DN_Lowercase", "DN_NoSpaceAfterComma", "OrgID_OID_Hex"}) {
       SCOPED_TRACE(testing::Message() << "style " << style << ", keyword " << keyword);
+      const bool isTight = style == 22 || keyword == "DN_NoSpaceAfterComma"s;
+      const std::string separator = isTight ? "," : ", ";
+      const auto pair = [&](const NameRow& row) { return expectedPair(row, style, keyword); };
+      const auto member = [&](const NameRow& row) { return expectedMember(row, style); };
       LogNull log;
       log.m_optionKeywords.append(keyword);
       XString out;
       EXPECT_TRUE(cert.getDN(false, true, out, log, style));
-      EXPECT_EQ(out.view(), expectedText(style, keyword, false));
+      EXPECT_EQ(out.view(), joined(pair, separator, false));
       EXPECT_TRUE(cert.getDN_reverseOrder(false, true, style, out, log));
-      EXPECT_EQ(out.view(), expectedText(style, keyword, true));
+      EXPECT_EQ(out.view(), joined(pair, separator, true));
       StringBuffer json;
       EXPECT_TRUE(cert.getDnJson(false, json, log, style));
-      EXPECT_EQ(json.view(), expectedJson(style));
+      EXPECT_EQ(json.view(), joined(member, ",", true));
     }
   }
 }

@@ -6,13 +6,13 @@ namespace {
 using namespace std::string_literals;
 
 der::Bytes cn(std::string_view value) {
-  return der::attribute("2.5.4.3", der::printable(value));
+  return attribute("2.5.4.3", printable(value));
 }
 
 TEST(Names, MultiValuedRdnsAreTornApartInAllStylesButOne) {
-  LoadedX509 cert(withSubject(der::sequence(
-      der::set(cn("a"), der::attribute("0.9.2342.19200300.100.1.1", der::printable("b"))),
-      der::set(cn("c"), cn("d")))));
+  LoadedX509 cert(
+      withSubject(sequence(set(cn("a"), attribute("0.9.2342.19200300.100.1.1", printable("b"))),
+                           set(cn("c"), cn("d")))));
   EXPECT_EQ(subjectOf(cert), "CN=a, OID.0.9.2342.19200300.100.1.1=b, CN=c, CN=d");
   EXPECT_EQ(subjectOf(cert, 6), "CN=a + OID.0.9.2342.19200300.100.1.1=b, CN=c + CN=d");
   LogNull log;
@@ -21,7 +21,7 @@ TEST(Names, MultiValuedRdnsAreTornApartInAllStylesButOne) {
 }
 
 TEST(Names, TheSeparatorDependsOnTextNotOnCount) {
-  LoadedX509 cert(withSubject(der::sequence(der::set(cn("")), der::set(cn("x")))));
+  LoadedX509 cert(withSubject(sequence(set(cn("")), set(cn("x")))));
   LogNull log;
   EXPECT_EQ(textOf([&](XString& out) { cert.getDN(true, false, out, log, 0); }), "x");
   EXPECT_EQ(subjectOf(cert), "CN=, CN=x");
@@ -34,49 +34,47 @@ std::string jsonOf(VelmoraX509& cert, LogBase& log) {
 }
 
 TEST(Names, JsonEscapesAndTakesTheFirstOfAnRdnAlone) {
-  LoadedX509 cert(withSubject(der::sequence(
-      der::set(der::attribute("2.5.4.3", der::utf8("a\"b\\c,d/\n\0"s)), cn("left out")),
-      der::set(der::attribute("2.5.4.3", der::bmp(u"Z\u00FC"))), der::set(cn("")))));
+  LoadedX509 cert(
+      withSubject(sequence(set(attribute("2.5.4.3", utf8("a\"b\\c,d/\n\0"s)), cn("left out")),
+                           set(attribute("2.5.4.3", bmp(u"Z\u00FC"))), set(cn("")))));
   LogNull log;
   EXPECT_EQ(jsonOf(cert, log), R"("CN":"","CN":"Zü","CN":"a\"b\\c,d/\n\u0000")");
 }
 
-const der::Bytes kFirst = der::set(cn("f"));
-const der::Bytes kLast = der::set(cn("l"));
-const der::Bytes kNoValue = der::set(der::sequence(der::oid("2.5.4.3")));
+const der::Bytes kFirst = set(cn("f"));
+const der::Bytes kLast = set(cn("l"));
+const der::Bytes kNoValue = set(sequence(der::oid("2.5.4.3")));
 
 // A malformed subject, followed by the public key and preceded by five fields that are no sets. It
 // renders in three ways, each with the errors behind it.
 const struct {
   const char* what;
   der::Bytes name;
-  const char* forward;
-  const char* reverse;
-  const char* json;
+  const char *forward, *reverse, *json;
 } kMalformedNames[] = {
-    {"RDN that is no set", der::sequence(kFirst, cn("a"), kLast), "CN=f, CN=l set",
-     "CN=l, CN=f set", R"("CN":"l","CN":"f" set)"},
-    {"empty RDN", der::sequence(kFirst, der::set(), kLast), "CN=f, CN=l is empty",
-     "CN=l, CN=f is empty", R"("CN":"l","CN":"f" is empty)"},
+    {"RDN that is no set", sequence(kFirst, cn("a"), kLast), "CN=f, CN=l set", "CN=l, CN=f set",
+     R"("CN":"l","CN":"f" set)"},
+    {"empty RDN", sequence(kFirst, set(), kLast), "CN=f, CN=l is empty", "CN=l, CN=f is empty",
+     R"("CN":"l","CN":"f" is empty)"},
     {"RDN of an OID: the walk goes on among its siblings",
-     der::sequence(kFirst, der::set(der::oid("2.5.4.3"), der::set(cn("inner"))), kLast),
-     "CN=f, CN=inner sequence", "CN=l sequence", R"("CN":"l" sequence)"},
+     sequence(kFirst, set(der::oid("2.5.4.3"), set(cn("inner"))), kLast), "CN=f, CN=inner sequence",
+     "CN=l sequence", R"("CN":"l" sequence)"},
     {"attribute that starts with a value",
-     der::sequence(kFirst, der::set(cn("a"), der::sequence(der::printable("x")), cn("b")), kLast),
+     sequence(kFirst, set(cn("a"), sequence(printable("x")), cn("b")), kLast),
      "CN=f, CN=a, CN=l oid", "CN=l, CN=a, CN=f oid", R"("CN":"l","CN":"a","CN":"f")"},
     {"first attribute that starts with a value: JSON ends inside",
-     der::sequence(kFirst, der::set(der::sequence(der::utf8("x"))), kLast), "CN=f, CN=l oid",
-     "CN=l, CN=f oid", R"("CN":"l" oid)"},
+     sequence(kFirst, set(sequence(utf8("x"))), kLast), "CN=f, CN=l oid", "CN=l, CN=f oid",
+     R"("CN":"l" oid)"},
     {"attribute without members: the walk goes on among the name's siblings",
-     der::sequence(kFirst, der::set(der::sequence()), kLast), "CN=f oid set",
-     "CN=l oid set set set set set", R"("CN":"l" oid)"},
-    {"attribute without a value", der::sequence(kFirst, kNoValue, kLast), "CN=f, CN=l",
-     "CN=l, CN=f", R"("CN":"l","CN":"f")"},
-    {"last attribute without a value: a comma leads", der::sequence(kFirst, kNoValue), "CN=f",
-     "CN=f", R"(,"CN":"f")"},
+     sequence(kFirst, set(sequence()), kLast), "CN=f oid set", "CN=l oid set set set set set",
+     R"("CN":"l" oid)"},
+    {"attribute without a value", sequence(kFirst, kNoValue, kLast), "CN=f, CN=l", "CN=l, CN=f",
+     R"("CN":"l","CN":"f")"},
+    {"last attribute without a value: a comma leads", sequence(kFirst, kNoValue), "CN=f", "CN=f",
+     R"(,"CN":"f")"},
     {"later member of an RDN that is an OID itself: it names the one after it",
-     der::sequence(der::set(cn("a"), der::oid("2.5.4.10"), der::utf8("o")), kLast),
-     "CN=a, O=o oid set", "CN=l, CN=a, O=o oid set set set set set", R"("CN":"l","CN":"a")"},
+     sequence(set(cn("a"), der::oid("2.5.4.10"), utf8("o")), kLast), "CN=a, O=o oid set",
+     "CN=l, CN=a, O=o oid set set set set set", R"("CN":"l","CN":"a")"},
 };
 
 // The errors of a name without what they have in common.
@@ -126,43 +124,38 @@ const struct {
   Alone alone;
   std::string text;
 } kValues[] = {
-    {"UTF8String", der::attribute(kCn, der::utf8("Zürich")), "CN=Zürich", kText, "Zürich"},
-    {"not UTF-8, so each octet is a character", der::attribute(kCn, der::utf8("\xFF")), "CN=ÿ",
-     kText, "ÿ"},
-    {"NUL", der::attribute(kCn, der::utf8("bank\0.example"s)), "CN=bank\0.example"s, kText,
+    {"UTF8String", attribute(kCn, utf8("Zürich")), "CN=Zürich", kText, "Zürich"},
+    {"not UTF-8, so each octet is a character", attribute(kCn, utf8("\xFF")), "CN=ÿ", kText, "ÿ"},
+    {"NUL", attribute(kCn, utf8("bank\0.example"s)), "CN=bank\0.example"s, kText,
      "bank\0.example"s},
-    {"comma", der::attribute(kCn, der::utf8("Acme, Inc.")), "CN=\"Acme, Inc.\"", kText,
-     "Acme, Inc."},
-    {"no other character is special", der::attribute(kCn, der::ia5(" +=\"#\\;<>\n")),
-     "CN= +=\"#\\;<>\n", kText, " +=\"#\\;<>\n"},
-    {"T61String", der::attribute(kCn, der::t61("\xE9")), "CN=é", kText, "é"},
-    {"empty", der::attribute(kCn, der::utf8("")), "CN=", kText, ""},
-    {"OCTET STRING", der::attribute(kCn, der::octets("ab")), "CN=YWI=", kNone, ""},
-    {"INTEGER", der::attribute(kCn, der::integer("\x05")), "CN=05", kNone, ""},
-    {"no value", der::sequence(der::oid(kCn)), "", kNone, ""},
-    {"another type", der::attribute("2.5.4.31", der::utf8("x")), "OID.2.5.4.31=x", kNone, ""},
-    {"a type in a value", der::attribute("2.5.4.10", der::sequence(der::oid(kCn))), "O=", kNone,
-     ""},
+    {"comma", attribute(kCn, utf8("Acme, Inc.")), "CN=\"Acme, Inc.\"", kText, "Acme, Inc."},
+    {"no other character is special", attribute(kCn, ia5(" +=\"#\\;<>\n")), "CN= +=\"#\\;<>\n",
+     kText, " +=\"#\\;<>\n"},
+    {"T61String", attribute(kCn, t61("\xE9")), "CN=é", kText, "é"},
+    {"empty", attribute(kCn, utf8("")), "CN=", kText, ""},
+    {"OCTET STRING", attribute(kCn, octets("ab")), "CN=YWI=", kNone, ""},
+    {"INTEGER", attribute(kCn, integer("\x05")), "CN=05", kNone, ""},
+    {"no value", sequence(der::oid(kCn)), "", kNone, ""},
+    {"another type", attribute("2.5.4.31", utf8("x")), "OID.2.5.4.31=x", kNone, ""},
+    {"a type in a value", attribute("2.5.4.10", sequence(der::oid(kCn))), "O=", kNone, ""},
     {"string types are tried in their order, not in that of the values",
-     der::sequence(der::oid(kCn), der::bmp(u"u"), der::t61("t"), der::ia5("i"), der::utf8("8")),
-     "CN=u", kText, "8"},
-    {"PrintableString before all",
-     der::sequence(der::oid(kCn), der::utf8("8"), der::printable("p")), "CN=8", kText, "p"},
+     sequence(der::oid(kCn), bmp(u"u"), t61("t"), ia5("i"), utf8("8")), "CN=u", kText, "8"},
+    {"PrintableString before all", sequence(der::oid(kCn), utf8("8"), printable("p")), "CN=8",
+     kText, "p"},
     {"the first of two decides even if it cannot be read",
-     der::attribute(kCn, der::integer("\x05")) + der::attribute(kCn, der::printable("2")),
-     "CN=05, CN=2", kNone, ""},
-    {"BMPString", der::attribute(kCn, der::bmp(u"Zürich")), "CN=Zürich", kUtf16, "Zürich"},
-    {"an odd octet counts for nothing alone", der::attribute(kCn, der::element(0x1E, "\0A\0"s)),
-     "CN=A\uFFFD", kUtf16, "A"},
-    {"half a pair, and a comma", der::attribute(kCn, der::bmp(u"Z, \xD800")), "CN=\"Z, \uFFFD\"",
-     kUtf16, "Z, \uFFFD"},
-    {"VisibleString", der::attribute(kCn, der::element(0x1A, "AB")), "CN=\u4142", kUtf16, "\u4142"},
+     attribute(kCn, integer("\x05")) + attribute(kCn, printable("2")), "CN=05, CN=2", kNone, ""},
+    {"BMPString", attribute(kCn, bmp(u"Zürich")), "CN=Zürich", kUtf16, "Zürich"},
+    {"an odd octet counts for nothing alone", attribute(kCn, element(0x1E, "\0A\0"s)), "CN=A\uFFFD",
+     kUtf16, "A"},
+    {"half a pair, and a comma", attribute(kCn, bmp(u"Z, \xD800")), "CN=\"Z, \uFFFD\"", kUtf16,
+     "Z, \uFFFD"},
+    {"VisibleString", attribute(kCn, element(0x1A, "AB")), "CN=\u4142", kUtf16, "\u4142"},
 };
 
 TEST(NameAttributes, EveryKindOfValue) {
   for (const auto& [what, attributes, name, alone, text] : kValues) {
     SCOPED_TRACE(what);
-    const der::Bytes der = der::sequence(der::set(attributes));
+    const der::Bytes der = sequence(set(attributes));
     LoadedX509 cert(withNames(der, der));
     EXPECT_EQ(subjectOf(cert), name);
     LogText log;
@@ -194,9 +187,9 @@ TEST(NameAttributes, TheAccessorsReadTheirAttributeOfTheirName) {
   const std::string whose[] = {"issuer ", "subject "};
   der::Bytes rdns[2];
   for (const auto& it : kAccessors) {
-    for (int i : {0, 1}) rdns[i] += der::set(der::attribute(it.oid, der::utf8(whose[i] + it.oid)));
+    for (int i : {0, 1}) rdns[i] += set(attribute(it.oid, utf8(whose[i] + it.oid)));
   }
-  LoadedX509 cert(withNames(der::sequence(rdns[0]), der::sequence(rdns[1])));
+  LoadedX509 cert(withNames(sequence(rdns[0]), sequence(rdns[1])));
   LogNull log;
   for (const auto& it : kAccessors) {
     for (int i : {0, 1}) {

@@ -7,8 +7,8 @@ namespace {
 TEST(Outputs, TheHashIsThatOfTheSignedPart) {
   const der::Certificate fields;
   const der::Bytes toBeSigned =
-      der::sequence(fields.version, fields.serial, fields.signatureAlgorithm, fields.issuer,
-                    fields.validity, fields.subject, fields.publicKey);
+      sequence(fields.version, fields.serial, fields.signatureAlgorithm, fields.issuer,
+               fields.validity, fields.subject, fields.publicKey);
   DataBuffer expected;
   _vmHash::doHash(toBeSigned.data(), static_cast<unsigned>(toBeSigned.size()), _vmHash::kSha256,
                   expected);
@@ -44,7 +44,7 @@ std::string summaryOf(VelmoraX509& cert, bool expected) {
 
 TEST(Summary, HoldsItsElementsInOrder) {
   der::Certificate fields;
-  fields.serial = der::integer("\x01\xAB");
+  fields.serial = integer("\x01\xAB");
   fields.issuer = der::name({{"2.5.4.5", "attribute"}, {"2.5.4.3", "Root"}});
   fields.subject = der::name({{"2.5.4.6", "US"},
                               {"2.5.4.8", "Ohio"},
@@ -53,11 +53,9 @@ TEST(Summary, HoldsItsElementsInOrder) {
                               {"2.5.4.11", "first"},
                               {"2.5.4.11", "second"},
                               {"2.5.4.3", "host"}});
-  fields.validity =
-      der::sequence(der::generalizedTime("19000228235959Z"), der::utcTime("200229010203Z"));
-  fields.extensions = der::context(
-      3, der::sequence(extension("2.5.29.14", der::octets("id")),
-                       extension("2.5.29.17", der::sequence(der::element(0x82, "host")))));
+  fields.validity = sequence(generalizedTime("19000228235959Z"), utcTime("200229010203Z"));
+  fields.extensions = listOf(extension("2.5.29.14", octets("id")),
+                             extension("2.5.29.17", sequence(element(0x82, "host"))));
   LoadedX509 cert(fields.der());
   EXPECT_EQ(
       summaryOf(cert, true),
@@ -77,9 +75,9 @@ TEST(Summary, HoldsItsElementsInOrder) {
 TEST(Summary, WithoutAKeyItIsWholeAndFalse) {
   der::Certificate fields;
   fields.version = "";
-  fields.publicKey = der::utf8("no key at all");
+  fields.publicKey = utf8("no key at all");
   fields.signature = "";
-  fields.validity = der::sequence();
+  fields.validity = sequence();
   LoadedX509 cert(fields.der());
   const std::string xml = summaryOf(cert, false);
   EXPECT_NE(xml.find("</issuer><publicKey><alg></alg></publicKey><signature>"), std::string::npos);

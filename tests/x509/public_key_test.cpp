@@ -8,7 +8,7 @@ constexpr const char* kEc = "1.2.840.10045.2.1";
 constexpr const char* kGost = "1.2.804.2.1.1.1.1.3.1.1";
 
 der::Bytes keyInfo(const std::string& oid, std::string_view bits) {
-  return der::sequence(der::sequence(der::oid(oid), der::oid("1.2.3")), der::bits(bits));
+  return sequence(sequence(der::oid(oid), der::oid("1.2.3")), der::bits(bits));
 }
 
 // What a getter of the key gives, "false" when it fails, and behind it what a verbose log says.
@@ -28,7 +28,7 @@ constexpr auto kForOcsp = &keyOf<&VelmoraX509::get_PublicKeyForOCSP>;
 TEST(PublicKey, TheFormDependsOnTheAlgorithm) {
   const der::Bytes dsa = keyInfo(kDsa, "key");
   const der::Bytes ec = keyInfo(kEc, "point");
-  const der::Bytes pointless = der::sequence(der::sequence(der::oid(kEc)));
+  const der::Bytes pointless = sequence(sequence(der::oid(kEc)));
   const std::string gost = "  unsupportedAlgorithm:\n    oid: " + std::string(kGost) +
                            "\n    algorithmName: Gost34310WithGost34311\n"
                            "    ERROR: Velmora does not support Gost34310WithGost34311\n";
@@ -43,9 +43,9 @@ TEST(PublicKey, TheFormDependsOnTheAlgorithm) {
       {dsa, dsa, whole, dsa, "  Returning DSA public key from X.509 cert...\n"},
       {ec, ec, whole, "point", point},
       {keyInfo(kGost, "key"), "false", gost, "false", gost},
-      {der::sequence(der::sequence(), der::bits("bits")), "bits", "", "bits", ""},
+      {sequence(sequence(), bits("bits")), "bits", "", "bits", ""},
       {pointless, pointless, whole, "false", point + "  ERROR: Failed to get ECDSA public key.\n"},
-      {der::utf8("no key at all"), "false", "", "false", ""},
+      {utf8("no key at all"), "false", "", "false", ""},
   };
   for (const auto& [publicKey, key, keyLog, forOcsp, ocspLog] : kCases) {
     std::string said;

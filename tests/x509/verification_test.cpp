@@ -35,10 +35,9 @@ class OwnLines final : public LogBase {
 
   std::function<void(std::string_view)> onContext;
   std::string context;
-  std::string errors;        // with | between them
-  std::string infos;         // the same
-  std::string data;          // keys, with a space between them
-  std::string values = "|";  // with their keys, | before and behind each
+  std::string errors, infos;  // with | between them
+  std::string data;           // keys, with a space between them
+  std::string values = "|";   // with their keys, | before and behind each
 
  private:
   void add(std::string& texts, const char* text) const {
@@ -169,51 +168,40 @@ TEST(CertificateSignatures, AreReportedOnWhenVerbose) {
 
 // What goes wrong before a key is reached, or with the key itself.
 TEST(CertificateSignatures, NeedAllTheirParts) {
-  der::Certificate whole;
-  der::Certificate noOid;
-  noOid.outerAlgorithm = der::sequence();
-  der::Certificate notEvenASequence;
-  notEvenASequence.outerAlgorithm = der::null();
-  der::Certificate strayBits;
-  strayBits.signature = der::bits("\x10", 4);
-  der::Certificate noSignature;
-  noSignature.signature = "";
-  der::Certificate nothing;
-  nothing.signature = der::octets("x");
-  nothing.outerAlgorithm = der::sequence(der::null());
-  der::Certificate ed25519;
-  ed25519.outerAlgorithm = der::sequence(der::oid("1.3.101.112"));
-  der::Certificate gost;
-  gost.publicKey = der::sequence(der::algorithm("1.2.804.2.1.1.1.1.3.1.1"), der::bits("key"));
-  der::Certificate smallOrder;  // a key with which Ed25519 must not verify anything
-  smallOrder.publicKey = der::sequence(der::sequence(der::oid("1.3.101.112")),
-                                       der::bits("\x01" + std::string(31, '\0')));
+  using C = der::Certificate;
+  const C whole;
+  C nothing;
+  nothing.signature = octets("x");
+  nothing.outerAlgorithm = sequence(null());
+  const auto outer = [](const der::Bytes& value) { return withField(&C::outerAlgorithm, value); };
+  const auto signature = [](const der::Bytes& value) { return withField(&C::signature, value); };
+  const der::Bytes edwards = sequence(der::oid("1.3.101.112"));
+  const der::Bytes gost = withKey(sequence(algorithm("1.2.804.2.1.1.1.1.3.1.1"), bits("key")));
+  // A key with which Ed25519 must not verify anything.
+  const der::Bytes smallOrder = withKey(sequence(edwards, bits("\x01" + std::string(31, '\0'))));
   const std::string noParts =
       "Failed to get signature bytes.|Failed to get signature algorithm OID.";
   const struct {
     const char* name;
-    der::Bytes cert;
-    der::Bytes issuer;
+    der::Bytes cert, issuer;
     std::string errors;
   } rows[] = {
-      {"no key", whole.der(), gost.der(), "Failed to get issuer public key."},
-      {"no OID", noOid.der(), whole.der(), "Failed to get signature algorithm OID."},
-      {"no parts", notEvenASequence.der(), whole.der(), "Failed to get signature algorithm OID."},
-      {"stray bits", strayBits.der(), whole.der(), "Failed to get signature bytes."},
-      {"no signature", noSignature.der(), whole.der(), "Failed to get signature bytes."},
-      {"signed data of another kind",
-       der::sequence(der::set(), whole.outerAlgorithm, whole.signature), whole.der(),
-       "Failed to get certificate DER."},
+      {"no key", whole.der(), gost, "Failed to get issuer public key."},
+      {"no OID", outer(sequence()), whole.der(), "Failed to get signature algorithm OID."},
+      {"no parts", outer(null()), whole.der(), "Failed to get signature algorithm OID."},
+      {"stray bits", signature(bits("\x10", 4)), whole.der(), "Failed to get signature bytes."},
+      {"no signature", signature(""), whole.der(), "Failed to get signature bytes."},
+      {"signed data of another kind", sequence(set(), whole.outerAlgorithm, whole.signature),
+       whole.der(), "Failed to get certificate DER."},
       {"neither", nothing.der(), whole.der(), noParts},
       {"bad key", whole.der(), whole.der(), "Invalid DER public key."},
-      {"bad Ed25519 key", ed25519.der(), whole.der(),
+      {"bad Ed25519 key", outer(edwards), whole.der(),
        "The ed25519 public key must be 32 bytes in length."},
-      {"no point", ed25519.der(), smallOrder.der(), "Unrecognized public key type."},
-      {"bare key", whole.der(), smallOrder.der(), "Invalid DER public key."},
+      {"no point", outer(edwards), smallOrder, "Unrecognized public key type."},
+      {"bare key", whole.der(), smallOrder, "Invalid DER public key."},
   };
   for (const auto& row : rows) {
-    LoadedX509 cert(row.cert);
-    LoadedX509 issuer(row.issuer);
+    LoadedX509 cert(row.cert), issuer(row.issuer);
     OwnLines log;
     EXPECT_FALSE(cert.verifyCertSignature(&issuer, log)) << row.name;
     EXPECT_EQ(log.errors, row.errors) << row.name;
@@ -226,26 +214,22 @@ TEST(CertificateSignatures, NeedAllTheirParts) {
 
 // After a load that failed an object holds new bytes beside the old tree.
 TEST(CertificateSignatures, OfWhatDidNotLoadAreRefused) {
-  const struct {
-    der::Bytes bytes;
-    const char* errors;
-  } rows[] = {
+  const std::pair<der::Bytes, const char*> rows[] = {
       {"x", "Failed to ASN decode certificate DER."},
       {"", "Failed to ASN decode certificate DER."},
-      {der::element(0x30, "\x05\x01"),
-       "Failed to decode inner ASN for cert signature verification."},
-      {der::sequence(),
+      {element(0x30, "\x05\x01"), "Failed to decode inner ASN for cert signature verification."},
+      {sequence(),
        "Failed to get certificate DER.|Failed to get signature bytes.|Failed to get signature "
        "algorithm OID."},
   };
   const auto& it = signedCertificates().byName("sha256 by P-256");
-  for (const auto& row : rows) {
+  for (const auto& [bytes, errors] : rows) {
     LoadedX509 cert(it.der);
     LogNull quiet;
-    ASSERT_FALSE(load(cert, row.bytes, quiet));
+    ASSERT_FALSE(load(cert, bytes, quiet));
     OwnLines log;
     EXPECT_FALSE(cert.verifyCertSignature(&signedCertificates().issuer(it.by), log));
-    EXPECT_EQ(log.errors, row.errors);
+    EXPECT_EQ(log.errors, errors);
     OwnLines ofHash;
     DataBuffer hash = bytesOf("what stood here");
     EXPECT_FALSE(cert.getCertHash(_vmHash::kSha256, hash, ofHash));
@@ -273,8 +257,7 @@ TEST(TrustOfRoots, HasFourOutcomes) {
   namesake.getCertDer(ownDer);
   DataBuffer otherDer;  // with a key of the same curve
   signedCertificates().issuer("P-256").getCertDer(otherDer);
-  der::Certificate gost;
-  gost.publicKey = der::sequence(der::algorithm("1.2.804.2.1.1.1.1.3.1.1"), der::bits("key"));
+  const der::Bytes gost = withKey(sequence(algorithm("1.2.804.2.1.1.1.1.3.1.1"), bits("key")));
   LogNull quiet;
   const auto add = [&](const DataBuffer& der) {
     ASSERT_TRUE(TrustedRoots::addRoot(nullptr, name, der, bytesOf("key"), quiet));
@@ -299,7 +282,7 @@ TEST(TrustOfRoots, HasFourOutcomes) {
        explicitly, [&] { add(otherDer); }},
       {"Failed to load root certificate DER.", explicitly, [&] { add(bytesOf("no DER")); }},
       {"Cannot compare public keys to validate root certificate.", explicitly,
-       [&] { add(bytesOf(gost.der())); }},
+       [&] { add(bytesOf(gost)); }},
   };
   for (const auto& row : rows) {
     TrustedRoots::clear(nullptr);

@@ -39,16 +39,6 @@ inline Holder holderOf(std::string_view der, LogBase& log) {
                                                  static_cast<unsigned int>(der.size()), log));
 }
 
-/// An implicitly tagged, primitive [n].
-inline der::Bytes primitive(unsigned n, std::string_view content) {
-  return der::element(0x80 | n, content);
-}
-/// A certificate with one field replaced.
-inline der::Bytes withField(der::Bytes der::Certificate::*field, const der::Bytes& value) {
-  der::Certificate fields;
-  fields.*field = value;
-  return fields.der();
-}
 inline der::Bytes withSubject(const der::Bytes& name) {
   return withField(&der::Certificate::subject, name);
 }
@@ -56,13 +46,8 @@ inline der::Bytes withKey(const der::Bytes& publicKey) {
   return withField(&der::Certificate::publicKey, publicKey);
 }
 
-/// A certificate with extensions, each from extension().
-template <class... Extensions>
-der::Bytes withExtensions(const Extensions&... extensions) {
-  return withField(&der::Certificate::extensions, der::context(3, der::sequence(extensions...)));
-}
 inline der::Bytes extension(const std::string& oid, std::string_view value) {
-  return der::sequence(der::oid(oid), der::octets(value));
+  return sequence(der::oid(oid), octets(value));
 }
 
 inline DataBuffer bytesOf(std::string_view text) {
@@ -88,6 +73,19 @@ inline std::string xmlOf(std::string_view der) {
   EXPECT_TRUE(DerXmlCodec::derToXml(bytesOf(der), false, true, xml, nullptr, log));
   return std::string(xml.view());
 }
+
+/// The certificates that stand below an element of these children.
+struct LoadedFromXml {
+  explicit LoadedFromXml(const std::string& children) {
+    LogText log;
+    const _clsOwner xml(ClsXml::createNewCls());
+    EXPECT_TRUE(xml->loadXml("<certs>" + children + "</certs>", true, log)) << log.text().view();
+    EXPECT_TRUE(VelmoraX509::loadX509_fromXml(xml.get(), certs, log)) << log.text().view();
+  }
+  VelmoraX509& first() { return static_cast<VelmoraX509&>(*certs.elementAt(0)); }
+
+  ExtPtrArrayRc certs;
+};
 
 /// The DER of each certificate of a store.
 inline std::vector<std::string> contentsOf(const SystemCerts& store) {

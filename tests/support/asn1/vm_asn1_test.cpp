@@ -45,7 +45,7 @@ std::string content(const _vmAsn1& node) {
 
 std::string nested(size_t depth) {
   std::string der;
-  for (size_t i = 0; i < depth; ++i) der = der::sequence(der);
+  for (size_t i = 0; i < depth; ++i) der = sequence(der);
   return der;
 }
 
@@ -107,7 +107,7 @@ TEST(VmAsn1, DecodesACertificateStepByStep) {
 }
 
 TEST(VmAsn1, RefusesContentsOnlyWhenTheyAreDecoded) {
-  const Node node(firstStep(der::sequence(std::string("\x02\x05\x01"))));
+  const Node node(firstStep(sequence(std::string("\x02\x05\x01"))));
   ASSERT_TRUE(node);
   LogText log;
   EXPECT_FALSE(node->DecodeInner(false, log));
@@ -118,7 +118,7 @@ TEST(VmAsn1, RefusesContentsOnlyWhenTheyAreDecoded) {
 }
 
 TEST(VmAsn1, RefusesWhatIsNotOneElement) {
-  const std::string whole = der::sequence(der::integer("\x05"), der::utf8("text"));
+  const std::string whole = sequence(integer("\x05"), utf8("text"));
   for (size_t size = 0; size < whole.size(); ++size) {
     EXPECT_FALSE(Node(firstStep(whole.substr(0, size)))) << size;
     unsigned consumed = 1;
@@ -164,9 +164,9 @@ TEST(VmAsn1, GivesNothingForAnotherType) {
   StringBuffer oid;
   DataBuffer bits;
   for (const std::string& der :
-       {der::bits("ab", 1), der::element(0x03, ""), der::octets("ab"),
-        der::sequence(der::bits("ab")), std::string("\x06\x02\x2A\x80"), std::string("\x06\x00", 2),
-        der::element(0x26, der::integer("\x05")), std::string("\x83\x02\x00\x01", 4)}) {
+       {der::bits("ab", 1), element(0x03, ""), octets("ab"), sequence(der::bits("ab")),
+        std::string("\x06\x02\x2A\x80"), std::string("\x06\x00", 2), element(0x26, integer("\x05")),
+        std::string("\x83\x02\x00\x01", 4)}) {
     const Node node(wholeTree(der));
     ASSERT_TRUE(node);
     EXPECT_FALSE(node->getBitString(bits));
@@ -179,43 +179,42 @@ TEST(VmAsn1, GivesNothingForAnotherType) {
 TEST(VmAsn1, ReadsRsassaPssParameters) {
   const der::Bytes sha256Oid = der::oid("2.16.840.1.101.3.4.2.1"),
                    mgf1 = der::oid("1.2.840.113549.1.1.8");
-  const der::Bytes sha256 = der::algorithm("2.16.840.1.101.3.4.2.1");
-  const der::Bytes sha512 = der::algorithm("2.16.840.1.101.3.4.2.3");
-  const der::Bytes salt = der::context(2, der::integer("\x20"));
+  const der::Bytes sha256 = algorithm("2.16.840.1.101.3.4.2.1");
+  const der::Bytes sha512 = algorithm("2.16.840.1.101.3.4.2.3");
+  const der::Bytes salt = context(2, integer("\x20"));
   const struct {
     const char* what;
     std::string parameters;
     int hashId = 0, maskHashId = -1, saltLength = -1;  // 0: refused
   } cases[] = {
-      {"defaults", der::sequence(), _vmHash::kSha1, _vmHash::kSha1, 20},
+      {"defaults", sequence(), _vmHash::kSha1, _vmHash::kSha1, 20},
       {"all stated",
-       der::sequence(der::context(0, sha256), der::context(1, der::sequence(mgf1, sha512)), salt,
-                     der::context(3, der::integer("\x01"))),
+       sequence(context(0, sha256), context(1, sequence(mgf1, sha512)), salt,
+                context(3, integer("\x01"))),
        _vmHash::kSha256, _vmHash::kSha512, 32},
-      {"hash without NULL", der::sequence(der::context(0, der::sequence(sha256Oid))),
-       _vmHash::kSha256, _vmHash::kSha1, 20},
-      {"no salt", der::sequence(der::context(2, der::integer(std::string(1, '\0')))),
-       _vmHash::kSha1, _vmHash::kSha1, 0},
+      {"hash without NULL", sequence(context(0, sequence(sha256Oid))), _vmHash::kSha256,
+       _vmHash::kSha1, 20},
+      {"no salt", sequence(context(2, integer(std::string(1, '\0')))), _vmHash::kSha1,
+       _vmHash::kSha1, 0},
       {"absent", ""},
-      {"null", der::null()},
-      {"unknown hash", der::sequence(der::context(0, der::algorithm("1.2.3")))},
-      {"unknown mask", der::sequence(der::context(1, der::sequence(der::oid("1.2.3"), sha256)))},
-      {"mask without hash", der::sequence(der::context(1, der::sequence(mgf1)))},
-      {"other trailer", der::sequence(der::context(3, der::integer("\x02")))},
-      {"negative salt", der::sequence(der::context(2, der::integer("\xFF")))},
-      {"padded salt", der::sequence(der::context(2, der::integer(std::string("\0\x20", 2))))},
-      {"huge salt", der::sequence(der::context(2, der::integer("\x7F\xFF\xFF\xFF")))},
-      {"out of order", der::sequence(salt, der::context(0, sha256))},
-      {"two salts", der::sequence(der::context(2, der::integer("\x20"), der::integer("\x20")))},
-      {"unknown member", der::sequence(der::context(4, der::integer("\x01")))},
-      {"something after", der::sequence() + der::null()},
-      {"hash with other parameters",
-       der::sequence(der::context(0, der::sequence(sha256Oid, der::integer("\x01"))))},
+      {"null", null()},
+      {"unknown hash", sequence(context(0, algorithm("1.2.3")))},
+      {"unknown mask", sequence(context(1, sequence(der::oid("1.2.3"), sha256)))},
+      {"mask without hash", sequence(context(1, sequence(mgf1)))},
+      {"other trailer", sequence(context(3, integer("\x02")))},
+      {"negative salt", sequence(context(2, integer("\xFF")))},
+      {"padded salt", sequence(context(2, integer(std::string("\0\x20", 2))))},
+      {"huge salt", sequence(context(2, integer("\x7F\xFF\xFF\xFF")))},
+      {"out of order", sequence(salt, context(0, sha256))},
+      {"two salts", sequence(context(2, integer("\x20"), integer("\x20")))},
+      {"unknown member", sequence(context(4, integer("\x01")))},
+      {"something after", sequence() + null()},
+      {"hash with other parameters", sequence(context(0, sequence(sha256Oid, integer("\x01"))))},
   };
   LogNull log;
   for (const auto& pss : cases) {
     SCOPED_TRACE(pss.what);
-    const Node node(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.10"), pss.parameters)));
+    const Node node(firstStep(sequence(der::oid("1.2.840.113549.1.1.10"), pss.parameters)));
     ASSERT_TRUE(node);
     int hashId = -1, maskHashId = -1, saltLength = -1;  // kept when refused
     const bool read = _vmAsn1::parseRsaSsaPssParams(*node, hashId, maskHashId, saltLength, log);
@@ -224,7 +223,7 @@ TEST(VmAsn1, ReadsRsassaPssParameters) {
     EXPECT_EQ(maskHashId, pss.maskHashId);
     EXPECT_EQ(saltLength, pss.saltLength);
   }
-  const Node other(firstStep(der::sequence(der::oid("1.2.840.113549.1.1.11"), der::sequence())));
+  const Node other(firstStep(sequence(der::oid("1.2.840.113549.1.1.11"), sequence())));
   int a = 0, b = 0, c = 0;
   EXPECT_FALSE(_vmAsn1::parseRsaSsaPssParams(*other, a, b, c, log));
 }
