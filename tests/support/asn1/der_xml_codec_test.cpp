@@ -14,9 +14,7 @@ using test::toDerHex;
 using test::toXml;
 
 TEST(DerXmlCodec, DerBothWays) {
-  const struct {
-    const char *hex, *xml;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"3000", "<sequence></sequence>"},
       {"0101FF", "<bool>FF</bool>"},
       {"010101", "<bool>01</bool>"},
@@ -59,10 +57,10 @@ TEST(DerXmlCodec, DerBothWays) {
       {"2000", "<universal number=\"0\" constructed=\"1\"></universal>"},
       {"2402 0500", "<universal number=\"4\" constructed=\"1\"><null></null></universal>"},
   };
-  for (const auto& c : cases) {
-    const std::string der = octetsOf(c.hex);
-    EXPECT_EQ(toXml(der), c.xml) << c.hex;
-    EXPECT_EQ(toDerHex(c.xml), test::hexOf(der));
+  for (const auto& [hex, xml] : cases) {
+    const std::string der = octetsOf(hex);
+    EXPECT_EQ(toXml(der), xml) << hex;
+    EXPECT_EQ(toDerHex(xml), test::hexOf(der));
   }
 }
 
@@ -109,9 +107,7 @@ TEST(DerXmlCodec, BerBecomesDer) {
 }
 
 TEST(DerXmlCodec, RefusalsSayWhere) {
-  const struct {
-    const char *hex, *offset;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"", "0"},
       {"30", "1"},
       {"0480", "1"},       // indefinite and primitive
@@ -133,16 +129,16 @@ TEST(DerXmlCodec, RefusalsSayWhere) {
       {"9F1E00", "1"},          // in the long form without need,
       {"9F888080800000", "1"},  // 2^31
   };
-  for (const auto& c : cases) {
+  for (const auto& [hex, offset] : cases) {
     DataBuffer der;
-    der.appendEncoded(c.hex, "hex");
+    der.appendEncoded(hex, "hex");
     StringBuffer xml("kept");
     LogText log;
-    EXPECT_FALSE(DerXmlCodec::derToXml(der, false, true, xml, nullptr, log)) << c.hex;
+    EXPECT_FALSE(DerXmlCodec::derToXml(der, false, true, xml, nullptr, log)) << hex;
     EXPECT_EQ(xml.view(), "kept");
-    EXPECT_TRUE(log.text().containsSubstring("ERROR: ")) << c.hex;
-    EXPECT_TRUE(log.text().view().ends_with(std::string("  offset: ") + c.offset + "\n"))
-        << c.hex << "\n"
+    EXPECT_TRUE(log.text().containsSubstring("ERROR: ")) << hex;
+    EXPECT_TRUE(log.text().view().ends_with(std::string("  offset: ") + offset + "\n"))
+        << hex << "\n"
         << log.text().view();
   }
 }
@@ -169,9 +165,7 @@ TEST(DerXmlCodec, AppendsTheSubtreeAtTheHandle) {
 }
 
 TEST(DerXmlCodec, HandWrittenXml) {
-  const struct {
-    const char *xml, *hex;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"<?xml version=\"1.0\"?>\n<sequence>\n  <int> 0a\n fF </int>\n <set>\n "
        "</set>\n</sequence>\n",
        "300602020AFF3100"},
@@ -184,7 +178,7 @@ TEST(DerXmlCodec, HandWrittenXml) {
       {"<universal number=\"16\" constructed=\"1\"/>", "3000"},
       {"<universal number=\"13\" constructed=\"1\"><octets>QQ</octets></universal>", "2D03040141"},
   };
-  for (const auto& c : cases) EXPECT_EQ(toDerHex(c.xml), c.hex) << c.xml;
+  for (const auto& [xml, hex] : cases) EXPECT_EQ(toDerHex(xml), hex) << xml;
 }
 
 TEST(DerXmlCodec, StringsInSegmentsGivenAsXml) {

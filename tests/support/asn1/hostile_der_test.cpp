@@ -21,7 +21,7 @@ using test::toXml;
 
 std::string certificate() {
   std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/asn1/certificate.der", std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Whatever is taken comes back as DER that stands for the same text.
@@ -46,28 +46,20 @@ std::string nested(int count, std::string innermost, Wrap wrap) {
   return innermost;
 }
 
-TEST(HostileDer, EveryPrefixIsRefused) {
-  const std::string octets = certificate();
+TEST(HostileDer, NoPrefixIsTakenAndEveryChangedByteIsRefusedOrRoundTrips) {
+  std::string octets = certificate();
   ASSERT_GT(octets.size(), 500U);
   for (size_t size = 0; size < octets.size(); ++size) {
     const std::string prefix = octets.substr(0, size);  // of its own, so that no read goes beyond
     EXPECT_FALSE(toXml(prefix)) << size;
-  }
-}
-
-TEST(HostileDer, EveryChangedByteIsRefusedOrRoundTrips) {
-  std::string octets = certificate();
-  for (char& octet : octets) {
-    const char original = octet;
-    for (int bit = 0; bit < 8; ++bit) {
-      octet = static_cast<char>(original ^ 1 << bit);
+    const char original = octets[size];
+    const auto flipped = [&](int bit) { return static_cast<char>(original ^ 1 << bit); };
+    for (const char other : {flipped(0), flipped(1), flipped(2), flipped(3), flipped(4), flipped(5),
+                             flipped(6), flipped(7), '\x00', '\x1F', '\x24', '\x80', '\xFF'}) {
+      octets[size] = other;
       expectRoundTrip(octets);
     }
-    for (const char other : {'\x00', '\x1F', '\x24', '\x80', '\xFF'}) {
-      octet = other;
-      expectRoundTrip(octets);
-    }
-    octet = original;
+    octets[size] = original;
   }
 }
 

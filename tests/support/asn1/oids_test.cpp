@@ -26,9 +26,7 @@ std::string contentOf(std::string_view dotted) {
 }
 
 TEST(Oids, BothWays) {
-  const struct {
-    std::string hex, dotted;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"00", "0.0"},
       {"28", "1.0"},
       {"50", "2.0"},
@@ -45,9 +43,9 @@ TEST(Oids, BothWays) {
       // The 80 of the first arc is borrowed from more than the lowest nine digits.
       {"87E8808080808082CC93D00A", "2.1180591620717411999999930"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(dottedOf(octetsOf(c.hex)), c.dotted);
-    EXPECT_EQ(contentOf(c.dotted), c.hex);
+  for (const auto& [hex, dotted] : cases) {
+    EXPECT_EQ(dottedOf(octetsOf(hex)), dotted);
+    EXPECT_EQ(contentOf(dotted), hex);
   }
 }
 
