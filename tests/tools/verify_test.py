@@ -12,6 +12,8 @@ import sys
 import tempfile
 import unittest
 
+import json_schema
+
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples" / "chain"
 SIGNED = pathlib.Path(__file__).resolve().parent.parent / "data" / "signed_certificates.txt"
@@ -24,6 +26,8 @@ KEYS = {"rsa": ["RSA"], "p256": ["EC", "-pkeyopt", "ec_paramgen_curve:P-256"], "
 
 def run(*arguments):
     done = subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, timeout=120)
+    if "--json" in arguments:
+        json_schema.check_lines(arguments[0], done.stdout.decode())
     return done.returncode, done.stdout.decode(), done.stderr.decode()
 
 
