@@ -560,7 +560,7 @@ class Extensions(unittest.TestCase):
         pieces = tlv(0x2C, tlv(UTF8, b"a"), tlv(UTF8, b"\1"))
         octets = certificate(name((CN, pieces)), extensions=[plain])
         ber = self.shown(octets, "--json")
-        self.assertEqual(der["subjectRfc4514"], "CN=a\1")
+        self.assertEqual(der["subjectRfc4514"], "CN=a\\01")
         for key in KEYS[-5:-1] + ["extensions"]:
             self.assertEqual(ber[key], der[key])
         first = {"id": "notDer", "clause": "RFC 5280 §4.1", "offset": octets.index(pieces), "mayDecide": False, "about": None}
