@@ -50,7 +50,8 @@ constexpr OptionSpec kOptions[] = {
      "one JSON object a line: source, index, subject, issuer, serialNumber, version, notBefore, "
      "notAfter, validNow, signatureAlgorithm, publicKeyAlgorithm, subjectKeyIdentifier, "
      "authorityKeyIdentifier, subjectAltNames, emails, sha1, sha256, spkiSha256, selfIssued, "
-     "publicKey, extensions, warnings; or source, index, error"},
+     "publicKey, extensions, warnings, subjectRfc4514, issuerRfc4514, subjectRdns, issuerRdns, "
+     "departures; or source, index, error"},
     {"--with-der", "", "with --json: also der, the certificate in base64"},
     {"--xml", "", "the summary of each certificate as XML"},
     {"--oids", "", "OIDs as numbers alone, without their names"},
@@ -74,7 +75,9 @@ const Command kShowCommand = {
     "otherName {oid, text} or {oid, hex}, and of x400 and ediParty the base64 of the\n"
     "whole name in DER. Of a malformed one it is null, and that base64 is the member\n"
     "malformed. publicKey is {type, bits, curve}, extensions lists {oid, name,\n"
-    "critical, value}, where value is base64.\n",
+    "critical, value, decoded}, where value is base64 and decoded what is in it, or\n"
+    "{error, offset}, or null when it is not known. The Rdns are lists of lists of\n"
+    "{oid, name, value}, the departures {id, clause, offset, mayDecide, about}.\n",
     kOptions, runShow};
 
 }  // namespace velmora::tool
