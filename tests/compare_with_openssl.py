@@ -8,12 +8,17 @@ encoded to DER here and must give the certificate's bytes, and which the program
 wrote it.
 
 OpenSSL is asked for the names, the serial number, the dates, the algorithms, the size and curve of the
-key, the subject key identifier and the e-mail addresses; a walk through the DER here gives the rest,
-and a second opinion on most of these. Where OpenSSL is not believed:
+key, the subject key identifier, the e-mail addresses, both names as RFC 4514 text, and of the decoded
+extensions the basic constraints, key usage, extended key usage, key identifiers, kinds and values of
+subject alternative names, policies with their statements, and the URIs of information access and
+distribution points; a walk through the DER here gives the rest, and a second opinion on most of these.
+Of what is decoded nothing else is compared: the values of directoryName, otherName, x400Address and
+ediPartyName, user notices, reasons and issuers of CRLs, the extensions not named here, the departures.
+Where OpenSSL is not believed:
 - A date that is not in the form of RFC 5280 is a bad one to it.
 - It does not read names that hold a VisibleString or text that is not of its type, nor dates of other
   types; those certificates are left out.
-- It shows no key that it cannot load.
+- It shows no key that it cannot load, and no list of general names of which one is malformed.
 - Of an extension that is there twice it takes neither, the program the first.
 - As an e-mail address it takes an IA5String alone, and of those with a NUL nothing.
 And where the program is not what others are, by design: every string type that is none of UTF8String,
@@ -32,6 +37,8 @@ import shutil
 import subprocess
 import sys
 import tempfile
+
+import openssl_decoded
 
 BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 DATA = pathlib.Path(__file__).resolve().parent / "data"
@@ -381,6 +388,11 @@ def value_text(tag, content):
     return content.decode("utf-16-be", "replace")
 
 
+def text_of(der):
+    tag, start, end = element(der)
+    return value_text(tag, der[start:end])
+
+
 def quoted(tag, content):
     value = value_text(tag, content)
     return f'"{value}"' if "," in value else value
@@ -421,8 +433,9 @@ def differences(der, view, shown, xml):
     now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     dates = shown["notBefore"], shown["notAfter"]
     expected["validNow"] = None if None in dates else dates[0] <= now <= dates[1]
+    yield from openssl_decoded.differences(der, shown, text_of)
     for one in shown["extensions"]:
-        del one["name"]  # for people
+        del one["name"], one["decoded"]  # the one for people, the other compared
     for key, value in expected.items():
         if shown[key] != value:
             yield f"{key}: {shown[key]!r}, expected {value!r}"
