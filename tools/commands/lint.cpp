@@ -1,4 +1,3 @@
-#include <new>
 #include <string>
 #include <vector>
 
@@ -6,7 +5,6 @@
 #include "tools/reading/input.h"
 #include "tools/render/json_writer.h"
 #include "tools/render/oid_text.h"
-#include "velmora/reading/reading.h"
 
 namespace velmora::tool {
 
@@ -36,34 +34,24 @@ Finding berFinding(uint32_t offset) {
           .about = {}};
 }
 
-// Why there is no certificate, for the line on standard error. The sentences are literals.
-const char* reasonOf(const Error& error) {
-  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
-  return error.message().data();
-}
-
 class LintCertificates final : public CertificateVisitor {
  public:
   LintCertificates(bool json, Console& console) : m_json(json), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = find(std::as_bytes(input.der))) return reason;
+    find(input);
     m_json ? writeJson(input) : writeText(input);
     if (!m_findings.empty()) m_console.raise(ExitStatus::kNo);
     return nullptr;
   }
 
  private:
-  const char* find(Bytes octets) {
+  void find(const InputCertificate& input) {
     m_findings.clear();
-    Result<Certificate> certificate = Certificate::parseBytes(octets);
-    if (!certificate && certificate.error().code == ErrorCode::notDer) {
-      m_findings.push_back(berFinding(certificate.error().offset));
-      certificate = certificateFromBer(octets);
+    if (input.berAt) m_findings.push_back(berFinding(*input.berAt));
+    for (const Departure& each : input.certificate.departures()) {
+      m_findings.push_back(findingOf(each));
     }
-    if (!certificate) return reasonOf(certificate.error());
-    for (const Departure& each : certificate->departures()) m_findings.push_back(findingOf(each));
-    return nullptr;
   }
 
   void writeText(const InputCertificate& input) {

@@ -7,7 +7,6 @@
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/name_json.h"
-#include "velmora/reading/reading.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora::tool {
@@ -84,20 +83,13 @@ void appendRfc4514(std::string_view text, StringBuffer& out) {
   });
 }
 
-// Why there is no certificate, for the line on standard error. The sentences are literals.
-const char* reasonOf(const Error& error) {
-  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
-  return error.message().data();
-}
-
 class PrintRfc4514 final : public CertificateVisitor {
  public:
   PrintRfc4514(bool issuer, Console& console) : m_issuer(issuer), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    const Result<Certificate> certificate = certificateFromBer(std::as_bytes(input.der));
-    if (!certificate) return reasonOf(certificate.error());
-    const Name name = m_issuer ? certificate->issuer() : certificate->subject();
+    const Certificate& certificate = input.certificate;
+    const Name name = m_issuer ? certificate.issuer() : certificate.subject();
     const Result<std::string> text = name.rfc4514();
     if (!text) return "The name is malformed.";
     appendRfc4514(*text, m_console.out());

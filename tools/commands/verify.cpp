@@ -69,13 +69,13 @@ class CollectWanted final : public Collect {
 
   struct Wanted {
     const KnownCertificate* certificate;
-    InputCertificate place;  // without the bytes
+    InputPlace place;
   };
   const std::vector<Wanted>& wanted() const noexcept { return m_wanted; }
 
  private:
   const char* take(const InputCertificate& input, const KnownCertificate& known) override {
-    m_wanted.push_back({&known, {input.source, input.index, {}}});
+    m_wanted.push_back({&known, input});
     return nullptr;
   }
 

@@ -12,6 +12,7 @@
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/json_writer.h"
+#include "velmora/reading/reading.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora::tool {
@@ -106,8 +107,16 @@ class SourceSink final : public CertificateSink {
       : m_source(source), m_errorsAsJson(errorsAsJson), m_visitor(visitor), m_console(console) {}
 
   void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
-    const char* reason = visit({m_source, place.index, der});
-    if (reason != nullptr) return failure(place, {reason, std::nullopt});
+    const Bytes octets = std::as_bytes(der);
+    std::optional<uint32_t> berAt;
+    Result<Certificate> typed = Certificate::parseBytes(octets);
+    if (!typed && typed.error().code == ErrorCode::notDer) {
+      berAt = typed.error().offset;
+      typed = certificateFromBer(octets);
+    }
+    if (!typed) return failure(place, failureOf(typed.error()));
+    const char* reason = visit({{m_source, place.index}, der, *typed, berAt});
+    if (reason != nullptr) return failure(place, {reason});
     endRun();
     m_console.endRecord();
   }
@@ -143,6 +152,11 @@ class SourceSink final : public CertificateSink {
   }
 
  private:
+  static CertificateFailure failureOf(const Error& error) {
+    const bool hasPlace = error.code != ErrorCode::outOfMemory;
+    return {error.message(), hasPlace ? std::optional<size_t>(error.offset) : std::nullopt};
+  }
+
   // A certificate for which memory runs out leaves no half of its record behind.
   const char* visit(const InputCertificate& input) {
     const size_t start = m_console.out().getSize();
@@ -264,7 +278,7 @@ const char* LoadedCertificate::load(std::span<const unsigned char> der) {
   return loaded ? nullptr : "A certificate that cannot be loaded.";
 }
 
-void appendPlace(const InputCertificate& input, StringBuffer& out) {
+void appendPlace(const InputPlace& input, StringBuffer& out) {
   appendPrintable(sourceForPeople(input.source), out);
   out.append(": certificate ");
   out.appendInt(static_cast<int64_t>(input.index) + 1);

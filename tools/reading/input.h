@@ -1,21 +1,30 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
 
 #include "tools/terminal/console.h"
+#include "velmora/certificate/certificate.h"
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::tool {
 
-/// One certificate of the input.
-struct InputCertificate {
+/// Where in the input something stands.
+struct InputPlace {
   std::string_view source;  // as the user named it; "-" is standard input
-  size_t index;             // from 0 within the source; what could not be read counts too
-  std::span<const unsigned char> der;
+  size_t index = 0;         // from 0 within the source; what could not be read counts too
+};
+
+/// One certificate of the input.
+struct InputCertificate : InputPlace {
+  std::span<const unsigned char> der;  // the octets as they came, which may be BER
+  const Certificate& certificate;      // of BER that of the DER made of it
+  std::optional<uint32_t> berAt;       // the first octet that is no DER; none when all of it is
 };
 
 /// Does a command's work on one certificate after the other.
@@ -50,7 +59,7 @@ class LoadedCertificate {
 };
 
 /// Appends where a certificate stands, for people: "FILE: certificate 2".
-void appendPlace(const InputCertificate& input, StringBuffer& out);
+void appendPlace(const InputPlace& input, StringBuffer& out);
 
 /// Appends the library's sentence as a part of a line: without its full stop and, unless it starts
 /// with an abbreviation, its capital letter.

@@ -188,7 +188,7 @@ void appendChainText(std::string_view place, const Chain& chain, const VelmoraSy
   }
 }
 
-void appendChainJson(const InputCertificate& input, const Chain& chain, const VelmoraSysTime& at,
+void appendChainJson(const InputPlace& input, const Chain& chain, const VelmoraSysTime& at,
                      StringBuffer& out) {
   StringBuffer time;
   at.appendIso8601(time);

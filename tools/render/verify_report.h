@@ -15,7 +15,7 @@ void appendChainText(std::string_view place, const Chain& chain, const VelmoraSy
                      StringBuffer& out);
 
 /// Appends the same as one line of JSON.
-void appendChainJson(const InputCertificate& input, const Chain& chain, const VelmoraSysTime& at,
+void appendChainJson(const InputPlace& input, const Chain& chain, const VelmoraSysTime& at,
                      StringBuffer& out);
 
 }  // namespace velmora::tool
