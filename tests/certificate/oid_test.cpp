@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 
 namespace velmora::test {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "tests/certificate/typed_test.h"
 #include "tests/common/signed_cases.h"
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/issuer_key.h"
 
 namespace velmora::test {
@@ -119,11 +119,11 @@ TEST(Signatures, AreOfOneKeyAloneAndSurviveNoFlippedBit) {
 
 // The two members of a SubjectPublicKeyInfo.
 std::pair<Bytes, Bytes> membersOf(const Certificate& issuer) {
-  DerElement spki, algorithm, bits;
-  DerCursor(issuer.parts().spki, 0).next(spki);
-  DerCursor members(spki);
-  members.next(algorithm);
-  members.next(bits);
+  Asn1Element spki, algorithm, bits;
+  DerReader(issuer.parts().spki, 0).takeAny(spki);
+  DerReader members(spki);
+  members.takeAny(algorithm);
+  members.takeAny(bits);
   return {charactersOf(algorithm.whole), charactersOf(bits.whole)};
 }
 

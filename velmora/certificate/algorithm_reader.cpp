@@ -8,11 +8,11 @@
 namespace velmora {
 namespace {
 
-Error malformedAt(uint32_t offset) noexcept {
-  return {ErrorCode::malformedField, Found::certificate, offset};
+Error malformedAt(size_t offset) noexcept {
+  return Error::at(ErrorCode::malformedField, offset);
 }
-Error unknownAt(uint32_t offset) noexcept {
-  return {ErrorCode::unknownAlgorithm, Found::certificate, offset};
+Error unknownAt(size_t offset) noexcept {
+  return Error::at(ErrorCode::unknownAlgorithm, offset);
 }
 
 // An algorithm with which signatures are made, the kind of key that it is for and its hash.
@@ -54,7 +54,7 @@ constexpr KnownHash kHashes[] = {
 };
 
 // AlgorithmIdentifier with parameters that are NULL or absent (RFC 4055 §2.1).
-Result<Hash> readHash(const DerElement& identifier) noexcept {
+Result<Hash> readHash(const Asn1Element& identifier) noexcept {
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   if (!algorithm) return algorithm.error();
   if (algorithm->parameters && !algorithm->hasNull()) {
@@ -66,7 +66,7 @@ Result<Hash> readHash(const DerElement& identifier) noexcept {
 }
 
 // MaskGenAlgorithm ::= AlgorithmIdentifier: MGF1, whose parameters are a hash (RFC 4055 §2.2).
-Result<Hash> readMaskHash(const DerElement& identifier) noexcept {
+Result<Hash> readMaskHash(const Asn1Element& identifier) noexcept {
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   if (!algorithm) return algorithm.error();
   if (!algorithm->is(kMgf1)) return unknownAt(identifier.offset);
@@ -75,29 +75,25 @@ Result<Hash> readMaskHash(const DerElement& identifier) noexcept {
 }
 
 // INTEGER (0..MAX)
-Result<uint32_t> readNumber(const DerElement& element) noexcept {
-  Bytes content = element.content;
-  if (!element.is(asn1_tag::kInteger) || !isShortestInteger(content) ||
-      (content[0] & std::byte{0x80}) != std::byte{0}) {
-    return malformedAt(element.offset);
-  }
-  if (content[0] == std::byte{0}) content = content.subspan(1);
-  if (content.size() > sizeof(uint32_t)) return std::numeric_limits<uint32_t>::max();
+Result<uint32_t> readNumber(const Asn1Element& element) noexcept {
+  std::span<const unsigned char> magnitude;
+  if (!DerReader(element.whole).takeUnsigned(magnitude)) return malformedAt(element.offset);
+  if (magnitude.size() > sizeof(uint32_t)) return std::numeric_limits<uint32_t>::max();
   uint32_t number = 0;
-  for (const std::byte octet : content) number = number << 8 | std::to_integer<uint32_t>(octet);
+  for (const unsigned char octet : magnitude) number = number << 8 | octet;
   return number;
 }
 
 // The member [number] EXPLICIT, when it comes next.
 template <class T>
-std::optional<Error> readOptional(DerCursor& members, uint32_t number,
-                                  Result<T> (*read)(const DerElement&) noexcept,
+std::optional<Error> readOptional(DerReader& members, uint32_t number,
+                                  Result<T> (*read)(const Asn1Element&) noexcept,
                                   T& value) noexcept {
-  DerElement tagged;
-  DerElement inside;
+  Asn1Element tagged;
+  Asn1Element inside;
   if (!members.takeContext(number, true, tagged)) return std::nullopt;
-  DerCursor content(tagged);
-  if (!content.next(inside) || !content.atEnd()) return malformedAt(tagged.offset);
+  DerReader content(tagged);
+  if (!content.takeAny(inside) || !content.atEnd()) return malformedAt(tagged.offset);
   const Result<T> answer = read(inside);
   if (!answer) return answer.error();
   value = *answer;
@@ -121,15 +117,15 @@ std::optional<Hash> hashOfOid(Bytes oid) noexcept {
   return std::nullopt;
 }
 
-Result<AlgorithmParts> readAlgorithm(const DerElement& identifier) noexcept {
+Result<AlgorithmParts> readAlgorithm(const Asn1Element& identifier) noexcept {
   AlgorithmParts parts;
-  DerElement element;
-  DerCursor members(identifier);
+  Asn1Element element;
+  DerReader members(identifier);
   if (!identifier.isSequence() || !members.take(asn1_tag::kOid, element)) {
     return malformedAt(identifier.offset);
   }
   parts.oid = element.content;
-  if (members.next(element)) parts.parameters = element;
+  if (members.takeAny(element)) parts.parameters = element;
   if (!members.atEnd()) return malformedAt(members.offset());
   return parts;
 }
@@ -139,15 +135,15 @@ Result<AlgorithmParts> readAlgorithm(const DerElement& identifier) noexcept {
 //   maskGenAlgorithm  [1] MaskGenAlgorithm  DEFAULT mgf1SHA1Identifier,
 //   saltLength        [2] INTEGER           DEFAULT 20,
 //   trailerField      [3] INTEGER           DEFAULT 1 }
-Result<PssParameters> readPssParameters(const DerElement& parameters) noexcept {
+Result<PssParameters> readPssParameters(const Asn1Element& parameters) noexcept {
   if (!parameters.isSequence()) return malformedAt(parameters.offset);
   PssParameters values;
   uint32_t trailer = 1;
-  DerCursor members(parameters);
+  DerReader members(parameters);
   if (const auto error = readOptional(members, 0, &readHash, values.hash)) return *error;
   if (const auto error = readOptional(members, 1, &readMaskHash, values.maskHash)) return *error;
   if (const auto error = readOptional(members, 2, &readNumber, values.saltLength)) return *error;
-  const uint32_t trailerAt = members.offset();
+  const size_t trailerAt = members.offset();
   if (const auto error = readOptional(members, 3, &readNumber, trailer)) return *error;
   if (!members.atEnd()) return malformedAt(members.offset());
   if (trailer != 1) return unknownAt(trailerAt);
@@ -157,8 +153,8 @@ Result<PssParameters> readPssParameters(const DerElement& parameters) noexcept {
 namespace {
 
 // RFC 4055 §3.1: the parameters are there.
-SchemeReading readPssScheme(const DerElement& identifier,
-                            const std::optional<DerElement>& parameters) noexcept {
+SchemeReading readPssScheme(const Asn1Element& identifier,
+                            const std::optional<Asn1Element>& parameters) noexcept {
   constexpr SignatureFault kFault = SignatureFault::parametersNotUnderstood;
   if (!parameters) return {kFault, identifier.offset, true};
   const Result<PssParameters> pss = readPssParameters(*parameters);
@@ -168,7 +164,7 @@ SchemeReading readPssScheme(const DerElement& identifier,
 
 }  // namespace
 
-SchemeReading readScheme(const DerElement& identifier) noexcept {
+SchemeReading readScheme(const Asn1Element& identifier) noexcept {
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   if (!algorithm) return {SignatureFault::parametersForbidden, algorithm.error().offset};
   const auto* const known =

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 
 namespace velmora {
 
@@ -38,18 +38,18 @@ Bytes BlockRef::bytes() const noexcept {
 
 namespace {
 
-DerElement readAt(Bytes der, uint32_t offset) noexcept {
-  DerElement element;
-  DerCursor(der.subspan(offset), offset).next(element);
+Asn1Element readAt(Bytes der, size_t offset) noexcept {
+  Asn1Element element;
+  DerReader(der.subspan(offset), offset).takeAny(element);
   return element;
 }
 
 }  // namespace
 
-Bytes elementAt(Bytes der, uint32_t offset) noexcept {
+Bytes elementAt(Bytes der, size_t offset) noexcept {
   return readAt(der, offset).whole;
 }
-Bytes contentAt(Bytes der, uint32_t offset) noexcept {
+Bytes contentAt(Bytes der, size_t offset) noexcept {
   return readAt(der, offset).content;
 }
 

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "velmora/certificate/internal/block.h"
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/name_maker.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/hash/sip_hash.h"
 #include "velmora/support/log/log_base.h"
@@ -67,13 +67,13 @@ Parts Certificate::parts() const& noexcept {
 
 // Version ::= INTEGER { v1(0), v2(1), v3(2) }
 Result<int> Certificate::version() const noexcept {
-  const uint32_t at = m_block->index().version;
+  const size_t at = m_block->index().version;
   if (at == 0) return 1;
-  DerElement field;
-  DerElement number;
-  DerCursor(m_block.bytes().subspan(at), at).next(field);
+  Asn1Element field;
+  Asn1Element number;
+  DerReader(m_block.bytes().subspan(at), at).takeAny(field);
   if (!field.header.constructed) return Error::at(ErrorCode::malformedField, at);
-  DerCursor members(field);
+  DerReader members(field);
   if (!members.take(asn1_tag::kInteger, number) || !isShortestInteger(number.content)) {
     return Error::at(ErrorCode::malformedField, field.contentOffset());
   }
@@ -93,9 +93,9 @@ std::string Certificate::serialHex() const {
 }
 
 Oid Certificate::signatureAlgorithm() const noexcept {
-  DerElement oid;
+  Asn1Element oid;
   const Bytes content = contentAt(m_block.bytes(), m_block->index().outerAlgorithm);
-  DerCursor(content, 0).take(asn1_tag::kOid, oid);
+  DerReader(content, 0).take(asn1_tag::kOid, oid);
   return Oid::fromDer(oid.content);
 }
 
@@ -114,16 +114,16 @@ bool Certificate::isSelfIssued() const noexcept {
 
 // Validity ::= SEQUENCE { notBefore Time, notAfter Time }
 Result<Validity> Certificate::validity() const noexcept {
-  const uint32_t at = m_block->index().validity;
-  DerElement period;
-  DerCursor(m_block.bytes().subspan(at), at).next(period);
-  DerCursor dates(period);
+  const size_t at = m_block->index().validity;
+  Asn1Element period;
+  DerReader(m_block.bytes().subspan(at), at).takeAny(period);
+  DerReader dates(period);
   Validity validity;
   for (std::chrono::sys_seconds* const end : {&validity.notBefore, &validity.notAfter}) {
-    DerElement date;
+    Asn1Element date;
     VelmoraSysTime time;
     LogNull log;
-    dates.next(date);
+    dates.takeAny(date);
     const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
     if (!time.fromX509(charactersOf(date.content), isGeneralized, log)) {
       return Error::at(ErrorCode::malformedDate, date.offset);
@@ -163,7 +163,7 @@ Result<Extension> Certificate::extension(const Oid& id) const& noexcept {
     found = &entry;
   }
   if (found != nullptr && found->isWellFormed) return extensionOf(der, *found);
-  const uint32_t fault = found != nullptr ? found->at : m_block->index().extensionFault;
+  const size_t fault = found != nullptr ? found->at : m_block->index().extensionFault;
   if (fault != 0) return Error::at(ErrorCode::malformedExtension, fault);
   return Error{ErrorCode::absent};
 }

@@ -1,7 +1,7 @@
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/block.h"
 #include "velmora/certificate/internal/der_check.h"
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/certificate_shape.h"
 
 // Certificate ::= SEQUENCE { tbsCertificate TBSCertificate,
@@ -19,49 +19,57 @@ namespace {
 
 constexpr size_t kMaxSize = 0x7FFFFFFF;
 
+// As the index keeps it; kMaxSize leaves no other places.
+uint32_t placeOf(const Asn1Element& element) noexcept {
+  return static_cast<uint32_t>(element.offset);
+}
+uint32_t placeOf(const DerReader& reader) noexcept {
+  return static_cast<uint32_t>(reader.offset());
+}
+
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
-bool isAlgorithm(const DerElement& element) noexcept {
-  DerElement oid;
-  return element.isSequence() && DerCursor(element).take(asn1_tag::kOid, oid);
+bool isAlgorithm(const Asn1Element& element) noexcept {
+  Asn1Element oid;
+  return element.isSequence() && DerReader(element).take(asn1_tag::kOid, oid);
 }
 
 // Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }
-bool takeTime(DerCursor& members) noexcept {
-  DerElement time;
+bool takeTime(DerReader& members) noexcept {
+  Asn1Element time;
   return members.take(asn1_tag::kUtcTime, time) || members.take(asn1_tag::kGeneralizedTime, time);
 }
 
-bool isValidity(const DerElement& element) noexcept {
-  DerCursor members(element);
+bool isValidity(const Asn1Element& element) noexcept {
+  DerReader members(element);
   return takeTime(members) && takeTime(members) && members.atEnd();
 }
 
-bool isPublicKey(const DerElement& element) noexcept {
-  DerCursor members(element);
-  DerElement part;
-  return members.next(part) && isAlgorithm(part) && members.take(asn1_tag::kBitString, part) &&
+bool isPublicKey(const Asn1Element& element) noexcept {
+  DerReader members(element);
+  Asn1Element part;
+  return members.takeAny(part) && isAlgorithm(part) && members.take(asn1_tag::kBitString, part) &&
          members.atEnd();
 }
 
 // An optional [number], in whatever form it is.
-void takeTagged(DerCursor& members, uint32_t number, uint32_t& at) noexcept {
-  DerElement element;
+void takeTagged(DerReader& members, uint32_t number, uint32_t& at) noexcept {
+  Asn1Element element;
   if (members.takeContext(number, true, element) || members.takeContext(number, false, element)) {
-    at = element.offset;
+    at = placeOf(element);
   }
 }
 
-bool indexTbs(const DerElement& tbs, CertificateIndex& index) noexcept {
-  DerCursor members(tbs);
-  DerElement element;
+bool indexTbs(const Asn1Element& tbs, CertificateIndex& index) noexcept {
+  DerReader members(tbs);
+  Asn1Element element;
   const auto takeSequence = [&](uint32_t& at) {
     if (!members.takeSequence(element)) return false;
-    at = element.offset;
+    at = placeOf(element);
     return true;
   };
   takeTagged(members, 0, index.version);
   if (!members.take(asn1_tag::kInteger, element)) return false;
-  index.serial = element.offset;
+  index.serial = placeOf(element);
   if (!takeSequence(index.innerAlgorithm) || !isAlgorithm(element)) return false;
   if (!takeSequence(index.issuer)) return false;
   if (!takeSequence(index.validity) || !isValidity(element)) return false;
@@ -74,70 +82,70 @@ bool indexTbs(const DerElement& tbs, CertificateIndex& index) noexcept {
 }
 
 bool indexCertificate(Bytes der, CertificateIndex& index) noexcept {
-  DerCursor outer(der, 0);
-  DerElement element;
+  DerReader outer(der, 0);
+  Asn1Element element;
   if (!outer.takeSequence(element)) return false;
-  DerCursor members(element);
+  DerReader members(element);
   if (!members.takeSequence(element)) return false;
-  index.tbs = element.offset;
+  index.tbs = placeOf(element);
   if (!indexTbs(element, index)) return false;
   if (!members.takeSequence(element) || !isAlgorithm(element)) return false;
-  index.outerAlgorithm = element.offset;
+  index.outerAlgorithm = placeOf(element);
   if (!members.take(asn1_tag::kBitString, element)) return false;
-  index.signature = element.offset;
+  index.signature = placeOf(element);
   return members.atEnd();
 }
 
 // Moves to the first of the members of [3], and notes where that holds no list of members alone.
-DerCursor extensionsOf(Bytes der, CertificateIndex& index) noexcept {
-  DerCursor none({}, 0);
-  DerElement tagged;
-  DerElement list;
+DerReader extensionsOf(Bytes der, CertificateIndex& index) noexcept {
+  DerReader none;
+  Asn1Element tagged;
+  Asn1Element list;
   if (index.extensions == 0) return none;
-  DerCursor(der.subspan(index.extensions), index.extensions).next(tagged);
-  DerCursor members(tagged);
+  DerReader(der.subspan(index.extensions), index.extensions).takeAny(tagged);
+  DerReader members(tagged);
   if (!tagged.header.constructed || !members.takeSequence(list)) {
-    index.extensionFault = tagged.header.constructed ? members.offset() : tagged.offset;
+    index.extensionFault = tagged.header.constructed ? placeOf(members) : placeOf(tagged);
     return none;
   }
-  if (list.content.empty()) index.extensionFault = list.offset;
-  if (!members.atEnd()) index.extensionFault = members.offset();
-  return DerCursor(list);
+  if (list.content.empty()) index.extensionFault = placeOf(list);
+  if (!members.atEnd()) index.extensionFault = placeOf(members);
+  return DerReader(list);
 }
 
-uint32_t count(DerCursor elements) noexcept {
+uint32_t count(DerReader elements) noexcept {
   uint32_t number = 0;
-  for (DerElement element; elements.next(element);) ++number;
+  for (Asn1Element element; elements.takeAny(element);) ++number;
   return number;
 }
 
 // Reads a member of the list, of which everything that is in order is kept.
-ExtensionEntry readEntry(const DerElement& member) noexcept {
-  ExtensionEntry entry{member.offset, 0, 0, 0, false, false};
+ExtensionEntry readEntry(const Asn1Element& member) noexcept {
+  ExtensionEntry entry{placeOf(member), 0, 0, 0, false, false};
   if (!member.header.constructed) return entry;
-  DerCursor parts(member);
-  DerElement part;
+  DerReader parts(member);
+  Asn1Element part;
   if (parts.take(asn1_tag::kOid, part)) {
-    entry.id = part.offset;
+    entry.id = placeOf(part);
     if (part.content.size() <= Oid::kMaxSize)
       entry.idSize = static_cast<uint8_t>(part.content.size());
   }
   const bool hasCritical = parts.take(asn1_tag::kBoolean, part);
   const bool isOneOctet = hasCritical && part.content.size() == 1;
   entry.critical = hasCritical && !(isOneOctet && part.content[0] == std::byte{0});
-  if (parts.take(asn1_tag::kOctetString, part)) entry.value = part.offset;
+  if (parts.take(asn1_tag::kOctetString, part)) entry.value = placeOf(part);
   entry.isWellFormed = member.isSequence() && entry.id != 0 && hasCritical == isOneOctet &&
                        entry.value != 0 && parts.atEnd();
   // What else is in a malformed one may still make it critical, and hold a value.
-  while (parts.next(part)) {
+  while (parts.takeAny(part)) {
     if (part.is(asn1_tag::kBoolean)) entry.critical = true;
-    if (part.is(asn1_tag::kOctetString) && entry.value == 0) entry.value = part.offset;
+    if (part.is(asn1_tag::kOctetString) && entry.value == 0) entry.value = placeOf(part);
   }
   return entry;
 }
 
-void readEntries(DerCursor extensions, CertificateIndex& index, ExtensionEntry* entries) noexcept {
-  for (DerElement member; extensions.next(member); ++entries) {
+void readEntries(DerReader extensions, CertificateIndex& index, ExtensionEntry* entries) noexcept {
+  for (Asn1Element member; extensions.takeAny(member); ++entries) {
     *entries = readEntry(member);
     const bool isFirstFault = index.extensionFault == 0 || index.extensionFault > entries->at;
     if (!entries->isWellFormed && isFirstFault) index.extensionFault = entries->at;
@@ -163,7 +171,7 @@ Result<Certificate> Certificate::parseBytes(Bytes der) noexcept {
   if (const auto fault = derFault(der)) return *fault;
   CertificateIndex index;
   if (!indexCertificate(der, index)) return whatElse(der);
-  const DerCursor extensions = extensionsOf(der, index);
+  const DerReader extensions = extensionsOf(der, index);
   index.extensionCount = count(extensions);
   Result<BlockRef> block =
       Block::create(der, index, [&](CertificateIndex& copy, ExtensionEntry* entries) {

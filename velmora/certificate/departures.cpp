@@ -144,11 +144,11 @@ bool Departure::mayDecide() const noexcept {
   return kindOf(code).mayDecide == MayDecide::yes;
 }
 
-void DepartureList::add(DepartureCode code, uint32_t offset, const Oid& about) {
+void DepartureList::add(DepartureCode code, size_t offset, const Oid& about) {
   const uint64_t bit = uint64_t{1} << static_cast<unsigned>(code);
   if ((m_seen & bit) != 0) return;
   m_seen |= bit;
-  m_found.push_back({code, offset, about});
+  m_found.push_back({code, static_cast<uint32_t>(offset), about});
   m_isCertain = m_isCertain && m_found.back().mayDecide();
 }
 

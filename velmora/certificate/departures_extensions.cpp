@@ -4,9 +4,9 @@
 #include <optional>
 
 #include "velmora/certificate/internal/departure_list.h"
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/encoding_check.h"
+#include "velmora/certificate/internal/octets.h"
 
 // Where extensions depart from RFC 5280 §4.2 one by one: the list, what stands in each, and whether
 // it may be critical. What they say together is in departures_rules.cpp.
@@ -205,7 +205,7 @@ void examineKnown(const ExaminedCertificate& examined, const Listed& listed,
   }
   if (known.judge == nullptr || entry.value == 0) return;
   const Bytes value = contentAt(examined.der(), entry.value);
-  const auto valueAt = static_cast<uint32_t>(value.data() - examined.der().data());
+  const auto valueAt = static_cast<size_t>(value.data() - examined.der().data());
   checkEncoding(value, valueAt, known.spots, list);
   // One that is there twice is not answered.
   if (listed.isRepeated || !entry.isWellFormed) return;

@@ -2,11 +2,11 @@
 
 #include "velmora/certificate/internal/algorithm_reader.h"
 #include "velmora/certificate/internal/departure_list.h"
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/encoding_check.h"
 #include "velmora/certificate/internal/key_reader.h"
 #include "velmora/certificate/internal/name_reader.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/internal/text_reader.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/time/velmora_sys_time.h"
@@ -19,22 +19,22 @@ namespace {
 
 using Code = DepartureCode;
 
-DerElement elementOf(const ExaminedCertificate& examined, uint32_t at) noexcept {
-  DerElement element;
-  DerCursor(examined.der().subspan(at), at).next(element);
+Asn1Element elementOf(const ExaminedCertificate& examined, size_t at) noexcept {
+  Asn1Element element;
+  DerReader(examined.der().subspan(at), at).takeAny(element);
   return element;
 }
 
 // Starts the part that a field is.
-DerElement beginField(const ExaminedCertificate& examined, uint32_t at, DepartureList& list) {
-  const DerElement field = elementOf(examined, at);
+Asn1Element beginField(const ExaminedCertificate& examined, size_t at, DepartureList& list) {
+  const Asn1Element field = elementOf(examined, at);
   list.beginPart();
   checkEncoding(field.whole, at, {}, list);
   return field;
 }
 
 void examineVersion(const ExaminedCertificate& examined, DepartureList& list) {
-  const uint32_t at = examined.index().version;
+  const size_t at = examined.index().version;
   if (at == 0) return;
   beginField(examined, at, list);
   if (examined.version == 0 && list.isCertain()) list.add(Code::versionUnknown, at);
@@ -43,7 +43,7 @@ void examineVersion(const ExaminedCertificate& examined, DepartureList& list) {
 
 void examineSerial(const ExaminedCertificate& examined, DepartureList& list) {
   constexpr size_t kMostOctets = 20;
-  const DerElement serial = beginField(examined, examined.index().serial, list);
+  const Asn1Element serial = beginField(examined, examined.index().serial, list);
   const Bytes content = serial.content;
   if (content.empty()) return;
   const bool isZero =
@@ -54,19 +54,19 @@ void examineSerial(const ExaminedCertificate& examined, DepartureList& list) {
 }
 
 // What the parameters of RSASSA-PSS say that goes without saying.
-void examinePssDefaults(const DerElement& parameters, DepartureList& list) {
+void examinePssDefaults(const Asn1Element& parameters, DepartureList& list) {
   const Result<PssParameters> pss = readPssParameters(parameters);
   if (!pss) return;
   const bool isDefault[] = {pss->hash == Hash::sha1, pss->maskHash == Hash::sha1,
                             pss->saltLength == PssParameters().saltLength, true};
-  DerCursor members(parameters);
-  DerElement member;
-  while (members.next(member)) {
+  DerReader members(parameters);
+  Asn1Element member;
+  while (members.takeAny(member)) {
     if (isDefault[member.header.tagNumber]) list.add(Code::defaultEncoded, member.offset);
   }
 }
 
-void examineScheme(const DerElement& identifier, DepartureList& list) {
+void examineScheme(const Asn1Element& identifier, DepartureList& list) {
   const SchemeReading reading = readScheme(identifier);
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   const bool isRead = reading.fault == SignatureFault::none;
@@ -83,27 +83,27 @@ void examineScheme(const DerElement& identifier, DepartureList& list) {
 void examineAlgorithms(const ExaminedCertificate& examined, DepartureList& list) {
   const CertificateIndex& index = examined.index();
   examineScheme(beginField(examined, index.innerAlgorithm, list), list);
-  const DerElement inner = elementOf(examined, index.innerAlgorithm);
-  const DerElement outer = elementOf(examined, index.outerAlgorithm);
+  const Asn1Element inner = elementOf(examined, index.innerAlgorithm);
+  const Asn1Element outer = elementOf(examined, index.outerAlgorithm);
   if (sameOctets(inner.whole, outer.whole)) return;
   examineScheme(beginField(examined, index.outerAlgorithm, list), list);
   list.add(Code::signatureAlgorithmsDiffer, outer.offset);
 }
 
 void examineSignature(const ExaminedCertificate& examined, DepartureList& list) {
-  const DerElement signature = beginField(examined, examined.index().signature, list);
+  const Asn1Element signature = beginField(examined, examined.index().signature, list);
   const bool isOctets = !signature.content.empty() && signature.content[0] == std::byte{0};
   if (!isOctets) list.add(Code::signatureNotOctets, signature.offset);
 }
 
 void examineIssuer(const ExaminedCertificate& examined, DepartureList& list) {
-  const DerElement issuer = beginField(examined, examined.index().issuer, list);
+  const Asn1Element issuer = beginField(examined, examined.index().issuer, list);
   if (issuer.content.empty()) list.add(Code::issuerEmpty, issuer.offset);
   examineName(issuer.whole, issuer.offset, list);
 }
 
 // YYMMDDHHMMSSZ, or YYYYMMDDHHMMSSZ from 2050 on.
-bool hasForm(const DerElement& date) noexcept {
+bool hasForm(const Asn1Element& date) noexcept {
   constexpr std::string_view kFirstGeneralized = "2050";
   const std::string_view text = charactersOf(date.content);
   const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
@@ -112,10 +112,10 @@ bool hasForm(const DerElement& date) noexcept {
 }
 
 void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
-  const DerElement period = beginField(examined, examined.index().validity, list);
-  DerCursor dates(period);
-  DerElement date;
-  while (dates.next(date)) {
+  const Asn1Element period = beginField(examined, examined.index().validity, list);
+  DerReader dates(period);
+  Asn1Element date;
+  while (dates.takeAny(date)) {
     VelmoraSysTime time;
     LogNull log;
     list.beginPart();
@@ -132,13 +132,13 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
 }
 
 void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
-  const DerElement spki = beginField(examined, examined.index().spki, list);
+  const Asn1Element spki = beginField(examined, examined.index().spki, list);
   const KeyKind kind = kindOfKey(spki);
-  DerCursor members(spki);
-  DerElement identifier;
-  DerElement key;
-  members.next(identifier);
-  members.next(key);
+  DerReader members(spki);
+  Asn1Element identifier;
+  Asn1Element key;
+  members.takeAny(identifier);
+  members.takeAny(key);
   const bool holdsDer = kind == KeyKind::rsa || kind == KeyKind::rsaPss || kind == KeyKind::dsa;
   if (holdsDer && !key.content.empty()) {
     checkEncoding(key.content.subspan(1), key.contentOffset() + 1, {}, list);
@@ -161,9 +161,9 @@ void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
 void examineUniqueIds(const ExaminedCertificate& examined, DepartureList& list) {
   constexpr ContentSpot kSpots[] = {{0, 0x81, ContentRule::bitString},
                                     {0, 0x82, ContentRule::bitString}};
-  for (const uint32_t at : {examined.index().issuerUniqueId, examined.index().subjectUniqueId}) {
+  for (const size_t at : {examined.index().issuerUniqueId, examined.index().subjectUniqueId}) {
     if (at == 0) continue;
-    const DerElement field = elementOf(examined, at);
+    const Asn1Element field = elementOf(examined, at);
     list.beginPart();
     checkEncoding(field.whole, at, kSpots, list);
     if (field.header.constructed) list.add(Code::stringInSegments, at);
@@ -188,7 +188,7 @@ bool hasCharacter(TextKind kind, std::byte octet) noexcept {
   }
 }
 
-void examineText(const DerElement& value, const Oid& about, DepartureList& list) {
+void examineText(const Asn1Element& value, const Oid& about, DepartureList& list) {
   const TextKind kind = stringType(value.header);
   if (kind == TextKind::none) return;
   if (textKindOf(value) == TextKind::none) {
@@ -201,7 +201,7 @@ void examineText(const DerElement& value, const Oid& about, DepartureList& list)
 
 }  // namespace
 
-void examineName(Bytes name, uint32_t offset, DepartureList& list) {
+void examineName(Bytes name, size_t offset, DepartureList& list) {
   NameReader reader(name, offset);
   AttributeElements attribute;
   while (reader.next(attribute)) {
@@ -216,7 +216,7 @@ void examineFields(const ExaminedCertificate& examined, DepartureList& list) {
   examineAlgorithms(examined, list);
   examineIssuer(examined, list);
   examineValidity(examined, list);
-  const DerElement subject = beginField(examined, examined.index().subject, list);
+  const Asn1Element subject = beginField(examined, examined.index().subject, list);
   examineName(subject.whole, subject.offset, list);
   examineKey(examined, list);
   examineUniqueIds(examined, list);

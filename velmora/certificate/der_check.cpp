@@ -2,75 +2,58 @@
 
 #include <array>
 
-#include "velmora/certificate/internal/der_cursor.h"
-#include "velmora/certificate/internal/der_header.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/ber_walk.h"
-#include "velmora/support/asn1/strict_der.h"
 
 namespace velmora {
 namespace {
 
-using Span = std::span<const unsigned char>;
+// Which universal types below 31 DER has in the primitive form, or in the constructed one: five
+// types are constructed, of all others there is the primitive form alone (X.690 §8 and §10.2), and
+// 0 is no type.
+constexpr uint32_t kConstructedTypes = 1U << 8 /* EXTERNAL */ | 1U << 11 /* EMBEDDED PDV */ |
+                                       1U << asn1_tag::kSequence | 1U << asn1_tag::kSet |
+                                       1U << 29 /* CHARACTER STRING */;
+constexpr uint32_t kPrimitiveTypes = 0x7FFFFFFE ^ kConstructedTypes;
 
-constexpr unsigned char kConstructed = 0x20;
-constexpr unsigned char kLongTag = 0x1F;
-
-// The identifiers of universal types below 31 that DER has: five types are constructed, of all
-// others there is the primitive form alone (X.690 §8 and §10.2), and 0 is no type.
-constexpr uint64_t universalIdentifiers() {
-  constexpr uint32_t kExternal = 8, kEmbeddedPdv = 11, kCharacterString = 29;
-  uint64_t identifiers = 0x7FFFFFFE;
-  for (const uint32_t tag :
-       {kExternal, kEmbeddedPdv, asn1_tag::kSequence, asn1_tag::kSet, kCharacterString}) {
-    identifiers ^= uint64_t{1} << tag | uint64_t{1} << (tag | kConstructed);
-  }
-  return identifiers;
+bool hasFormOfType(const Asn1Header& header) noexcept {
+  if (header.tagClass != Asn1Class::kUniversal || header.tagNumber > 30) return true;
+  const uint32_t types = header.constructed ? kConstructedTypes : kPrimitiveTypes;
+  return (types >> header.tagNumber & 1) != 0;
 }
 
-bool hasFormOfType(unsigned char identifier) noexcept {
-  constexpr uint64_t kIdentifiers = universalIdentifiers();
-  return identifier >= 64 || (identifier & kLongTag) == kLongTag ||
-         (kIdentifiers >> identifier & 1) != 0;
-}
-
-// Reads a header that is not usual, which an element of DER may have all the same.
-std::optional<Error> readHeader(Span octets, size_t at, DerSizes& sizes) noexcept {
-  DerReader reader(octets, at);
+// Why there is no header of DER where the reader stands.
+Error headerFault(DerReader reader) noexcept {
   Asn1Header header;
-  if (!reader.readHeader(header)) return Error::at(ErrorCode::notAsn1, reader.fault().offset);
-  if (!hasShortestHeader(header)) return Error::at(ErrorCode::notDer, at);
-  sizes = {header.headerSize, header.contentSize};
-  return std::nullopt;
+  const size_t at = reader.offset();
+  if (reader.readHeader(header)) return Error::at(ErrorCode::notDer, at);
+  return Error::at(ErrorCode::notAsn1, reader.fault().offset);
 }
 
 }  // namespace
 
 std::optional<Error> derFault(Bytes bytes) noexcept {
-  const Span octets = octetsOf(bytes);
   std::array<size_t, kMaxAsn1Depth> ends;  // of the elements around the one at hand
   size_t depth = 0;
-  size_t at = 0;
-  size_t end = octets.size();
-  size_t elementsLeft = BerWalk::maxElements(octets.size());
+  size_t elementsLeft = BerWalk::maxElements(bytes.size());
+  DerReader reader(bytes);
   do {
-    DerSizes sizes;
-    const Span rest = octets.subspan(at, end - at);
-    if (!readUsualHeader(rest, sizes)) {
-      if (const auto fault = readHeader(rest, at, sizes)) return fault;
-    }
-    const unsigned char identifier = octets[at];
-    if (!hasFormOfType(identifier)) return Error::at(ErrorCode::notDer, at);
+    const size_t at = reader.offset();
+    Asn1Header header;
+    if (!reader.takeHeader(header)) return headerFault(reader);
+    if (!hasFormOfType(header)) return Error::at(ErrorCode::notDer, at);
     if (depth == ends.size() || elementsLeft-- == 0) return Error::at(ErrorCode::tooLarge, at);
-    at += sizes.header;
-    const size_t next = at + sizes.content;
-    if (depth == 0 && next != end) return Error::at(ErrorCode::trailingOctets, next);
-    if ((identifier & kConstructed) != 0) {
-      ends[depth++] = end;
-      end = next;
-    } else {
-      at = next;
+    const size_t next = reader.offset() + header.contentSize;
+    if (depth == 0 && next != reader.endOffset()) {
+      return Error::at(ErrorCode::trailingOctets, next);
     }
-    while (at == end && depth != 0) end = ends[--depth];
+    if (header.constructed) {
+      ends[depth++] = reader.endOffset();
+      reader.limitTo(next);
+    } else {
+      reader.skip(header.contentSize);
+    }
+    while (reader.atEnd() && depth != 0) reader.limitTo(ends[--depth]);
   } while (depth != 0);
   return std::nullopt;
 }

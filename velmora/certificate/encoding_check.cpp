@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/ber_walk.h"
-#include "velmora/support/asn1/strict_der.h"
 
 namespace velmora {
 namespace {
@@ -40,7 +39,7 @@ bool isZero(Bytes content) noexcept {
 // Walks the elements of one value.
 class EncodingCheck {
  public:
-  EncodingCheck(Bytes value, uint32_t offset, std::span<const ContentSpot> spots,
+  EncodingCheck(Bytes value, size_t offset, std::span<const ContentSpot> spots,
                 DepartureList& list) noexcept
       : m_value(value), m_offset(offset), m_spots(spots), m_list(list), m_walk(octetsOf(value)) {}
 
@@ -71,9 +70,7 @@ class EncodingCheck {
     Bytes last;  // the member before
   };
 
-  void add(DepartureCode code, size_t at) {
-    m_list.add(code, m_offset + static_cast<uint32_t>(at));
-  }
+  void add(DepartureCode code, size_t at) { m_list.add(code, m_offset + at); }
 
   void checkElement(const Asn1Header& header, size_t contentAt, Bytes content) {
     const size_t at = contentAt - header.headerSize;
@@ -161,7 +158,7 @@ class EncodingCheck {
   }
 
   Bytes m_value;
-  uint32_t m_offset;
+  size_t m_offset;
   std::span<const ContentSpot> m_spots;
   DepartureList& m_list;
   BerWalk m_walk;
@@ -170,7 +167,7 @@ class EncodingCheck {
 
 }  // namespace
 
-void checkEncoding(Bytes element, uint32_t offset, std::span<const ContentSpot> spots,
+void checkEncoding(Bytes element, size_t offset, std::span<const ContentSpot> spots,
                    DepartureList& list) {
   EncodingCheck(element, offset, spots, list).run();
 }

@@ -17,24 +17,24 @@ bool isNegative(Bytes integer) noexcept {
 }  // namespace
 
 bool ExtensionReader::isNext(Tag tag) const noexcept {
-  DerCursor look = m_members;
-  DerElement found;
-  return !m_source.fault && look.next(found) &&
+  DerReader look = m_members;
+  Asn1Element found;
+  return !m_source.fault && look.takeAny(found) &&
          Tag{found.header.tagClass, found.header.tagNumber} == tag;
 }
 
-DerElement ExtensionReader::element() noexcept {
-  const uint32_t at = offset();
-  DerElement taken;
-  if (m_source.fault || !m_members.next(taken)) {
+Asn1Element ExtensionReader::element() noexcept {
+  const size_t at = offset();
+  Asn1Element taken;
+  if (m_source.fault || !m_members.takeAny(taken)) {
     refuse(at);
     return {};
   }
   return taken;
 }
 
-DerElement ExtensionReader::take(Tag tag, bool constructed) noexcept {
-  const DerElement taken = element();
+Asn1Element ExtensionReader::take(Tag tag, bool constructed) noexcept {
+  const Asn1Element taken = element();
   const bool fits = Tag{taken.header.tagClass, taken.header.tagNumber} == tag &&
                     taken.header.constructed == constructed;
   if (!m_source.fault && fits) return taken;
@@ -43,22 +43,22 @@ DerElement ExtensionReader::take(Tag tag, bool constructed) noexcept {
 }
 
 ExtensionReader ExtensionReader::enter(Tag tag) noexcept {
-  const DerElement parent = take(tag, true);
+  const Asn1Element parent = take(tag, true);
   return {m_source, parent.content, parent.contentOffset()};
 }
 
 size_t ExtensionReader::count() const noexcept {
-  DerCursor look = m_members;
-  DerElement skipped;
+  DerReader look = m_members;
+  Asn1Element skipped;
   size_t count = 0;
-  while (look.next(skipped)) ++count;
+  while (look.takeAny(skipped)) ++count;
   return count;
 }
 
 bool ExtensionReader::booleanOrFalse() noexcept {
   constexpr Tag kBoolean = universal(asn1_tag::kBoolean);
   if (!isNext(kBoolean)) return false;
-  const DerElement taken = primitive(kBoolean);
+  const Asn1Element taken = primitive(kBoolean);
   const Bytes content = taken.content;
   const bool isTrue = content.size() == 1 && content[0] == std::byte{0xFF};
   const bool isFalse = content.size() == 1 && content[0] == std::byte{0};
@@ -67,13 +67,13 @@ bool ExtensionReader::booleanOrFalse() noexcept {
 }
 
 Bytes ExtensionReader::integerOctets(Tag tag) noexcept {
-  const DerElement taken = primitive(tag);
+  const Asn1Element taken = primitive(tag);
   if (!isShortestInteger(taken.content)) refuse(taken.offset);
   return taken.content;
 }
 
 uint64_t ExtensionReader::unsignedInteger(Tag tag) noexcept {
-  const uint32_t at = offset();
+  const size_t at = offset();
   Bytes octets = integerOctets(tag);
   if (isNegative(octets)) refuse(at);
   if (m_source.fault) return 0;
@@ -97,7 +97,7 @@ int64_t ExtensionReader::integer() noexcept {
 // the bits, highest first.
 uint16_t ExtensionReader::namedBits(Tag tag) noexcept {
   constexpr size_t kNamed = 9;
-  const DerElement taken = primitive(tag);
+  const Asn1Element taken = primitive(tag);
   const Bytes content = taken.content;
   if (content.empty()) {
     refuse(taken.offset);
@@ -117,25 +117,25 @@ uint16_t ExtensionReader::namedBits(Tag tag) noexcept {
 }
 
 void ExtensionReader::null() noexcept {
-  const DerElement taken = primitive(universal(asn1_tag::kNull));
+  const Asn1Element taken = primitive(universal(asn1_tag::kNull));
   if (!taken.content.empty()) refuse(taken.offset);
 }
 
 Bytes ExtensionReader::objectId(Tag tag) noexcept {
-  const DerElement taken = primitive(tag);
+  const Asn1Element taken = primitive(tag);
   if (!isOid(taken.content)) refuse(taken.offset);
   return taken.content;
 }
 
 std::string ExtensionReader::ascii(Tag tag) {
-  const DerElement taken = primitive(tag);
+  const Asn1Element taken = primitive(tag);
   const auto isAscii = [](std::byte octet) { return octet < std::byte{0x80}; };
   if (!std::all_of(taken.content.begin(), taken.content.end(), isAscii)) refuse(taken.offset);
   return std::string(charactersOf(taken.content));
 }
 
 std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
-  const DerElement taken = element();
+  const Asn1Element taken = element();
   const TextKind kind = textKindOf(taken);
   const bool fits = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
   if (m_source.fault || !fits) {
@@ -146,7 +146,7 @@ std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
 }
 
 Bytes ExtensionReader::any() noexcept {
-  const DerElement taken = element();
+  const Asn1Element taken = element();
   if (m_source.fault) return {};
   if (const auto fault = derFault(taken.whole)) refuse(taken.offset + fault->offset);
   return taken.whole;

@@ -30,7 +30,7 @@ GeneralName readSubtree(ExtensionReader& subtrees) {
   GeneralName base;
   subtrees.sequence([&](ExtensionReader& members) {
     base = readGeneralName(members, AddressForm::range);
-    const uint32_t at = members.offset();
+    const size_t at = members.offset();
     if (members.isNext(context(0)) && members.unsignedInteger(context(0)) != 0) members.refuse(at);
   });
   return base;
@@ -44,7 +44,7 @@ GeneralName readSubtree(ExtensionReader& subtrees) {
 Result<NameConstraints> Certificate::nameConstraints() const {
   const auto production = [](ExtensionReader& value) {
     NameConstraints constraints;
-    const uint32_t at = value.offset();
+    const size_t at = value.offset();
     value.sequence([&](ExtensionReader& members) {
       if (members.atEnd()) members.refuse(at);
       if (members.isNext(context(0))) {
@@ -65,7 +65,7 @@ Result<NameConstraints> Certificate::nameConstraints() const {
 Result<PolicyConstraints> Certificate::policyConstraints() const noexcept {
   const auto production = [](ExtensionReader& value) {
     PolicyConstraints constraints;
-    const uint32_t at = value.offset();
+    const size_t at = value.offset();
     value.sequence([&](ExtensionReader& members) {
       if (members.atEnd()) members.refuse(at);
       if (members.isNext(context(0))) {

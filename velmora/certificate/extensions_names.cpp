@@ -34,7 +34,7 @@ Result<std::vector<Access>> readAccesses(const BlockRef& block,
 }
 
 Attribute readAttribute(ExtensionReader& rdn) {
-  const uint32_t at = rdn.offset();
+  const size_t at = rdn.offset();
   const Bytes whole = rdn.any();
   if (rdn.hasFault()) return {};
   NameReader reader = NameReader::ofRdn(whole, at);
@@ -55,7 +55,7 @@ Attribute readAttribute(ExtensionReader& rdn) {
 //   aACompromise(8) }
 DistributionPoint readPoint(ExtensionReader& list) {
   DistributionPoint point;
-  const uint32_t at = list.offset();
+  const size_t at = list.offset();
   list.sequence([&](ExtensionReader& members) {
     const bool hasName = members.isNext(context(0));
     if (hasName) {

@@ -13,11 +13,11 @@ namespace {
 // keeps the fault.
 class TlsReader {
  public:
-  TlsReader(ExtensionReader& value, Bytes octets, uint32_t offset) noexcept
+  TlsReader(ExtensionReader& value, Bytes octets, size_t offset) noexcept
       : m_value(value), m_octets(octets), m_offset(offset) {}
 
   bool atEnd() const noexcept { return m_value.hasFault() || m_octets.empty(); }
-  uint32_t offset() const noexcept { return m_offset; }
+  size_t offset() const noexcept { return m_offset; }
 
   Bytes opaque(size_t size) noexcept {
     if (m_value.hasFault() || size > m_octets.size()) {
@@ -26,7 +26,7 @@ class TlsReader {
     }
     const Bytes taken = m_octets.first(size);
     m_octets = m_octets.subspan(size);
-    m_offset += static_cast<uint32_t>(size);
+    m_offset += size;
     return taken;
   }
 
@@ -41,12 +41,12 @@ class TlsReader {
   // A vector with two octets that count its octets.
   TlsReader vector() noexcept {
     const auto size = static_cast<size_t>(number(2));
-    const uint32_t at = m_offset;
+    const size_t at = m_offset;
     return {m_value, opaque(size), at};
   }
   // The same <1..2^16-1>.
   TlsReader filledVector() noexcept {
-    const uint32_t at = m_offset;
+    const size_t at = m_offset;
     const TlsReader content = vector();
     if (content.atEnd()) m_value.refuse(at);
     return content;
@@ -56,7 +56,7 @@ class TlsReader {
     return {content.m_octets.begin(), content.m_octets.end()};
   }
 
-  void refuse(uint32_t offset) noexcept { m_value.refuse(offset); }
+  void refuse(size_t offset) noexcept { m_value.refuse(offset); }
   void end() noexcept {
     if (!atEnd()) refuse(m_offset);
   }
@@ -64,7 +64,7 @@ class TlsReader {
  private:
   ExtensionReader& m_value;
   Bytes m_octets;
-  uint32_t m_offset;
+  size_t m_offset;
 };
 
 // struct { Version sct_version; LogID id; uint64 timestamp; CtExtensions extensions;
@@ -74,7 +74,7 @@ SignedTimestamp readTimestamp(TlsReader& reader) {
   SignedTimestamp stamp{};
   const Bytes id = reader.opaque(stamp.logId.size());
   std::copy(id.begin(), id.end(), stamp.logId.begin());
-  const uint32_t timeAt = reader.offset();
+  const size_t timeAt = reader.offset();
   const uint64_t milliseconds = reader.number(8);
   if (milliseconds > uint64_t{std::numeric_limits<int64_t>::max()}) reader.refuse(timeAt);
   stamp.at += std::chrono::milliseconds(static_cast<int64_t>(milliseconds));
@@ -129,7 +129,7 @@ constexpr Oid kAnswered[] = {oid::subjectKeyIdentifier,
 Result<std::vector<SignedTimestamp>> Certificate::signedTimestamps() const {
   const auto production = [](ExtensionReader& value) {
     const Bytes list = value.octets();
-    return readTimestamps({value, list, value.offset() - static_cast<uint32_t>(list.size())});
+    return readTimestamps({value, list, value.offset() - list.size()});
   };
   return readExtension<std::vector<SignedTimestamp>>(m_block, extension(oid::signedTimestamps),
                                                      production);
@@ -138,7 +138,7 @@ Result<std::vector<SignedTimestamp>> Certificate::signedTimestamps() const {
 // Features ::= SEQUENCE OF INTEGER, each the number of a TLS extension, which has 16 bits.
 Result<TlsFeatures> Certificate::tlsFeatures() const {
   const auto feature = [](ExtensionReader& list) {
-    const uint32_t at = list.offset();
+    const size_t at = list.offset();
     const uint64_t number = list.unsignedInteger();
     if (number > std::numeric_limits<uint16_t>::max()) list.refuse(at);
     return static_cast<uint16_t>(number);

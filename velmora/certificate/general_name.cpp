@@ -29,16 +29,16 @@ OtherName readOtherName(ExtensionReader& name) {
 // ORAddress and EDIPartyName are SEQUENCEs, of which nothing more is known here.
 RawName readUntyped(ExtensionReader& name, uint32_t number) {
   constexpr std::byte kConstructed{0x20};
-  const uint32_t at = name.offset();
+  const size_t at = name.offset();
   const Bytes whole = name.any();
   if (!whole.empty() && (whole[0] & kConstructed) == std::byte{0}) name.refuse(at);
-  return {static_cast<uint8_t>(number), false, copyOf(whole), at};
+  return {static_cast<uint8_t>(number), false, copyOf(whole), static_cast<uint32_t>(at)};
 }
 
 // Name is a CHOICE, and its tag therefore explicit. The fallback name is never seen: there is a
 // fault then.
 GeneralName readDirectoryName(ExtensionReader& name) {
-  uint32_t at = name.offset();
+  size_t at = name.offset();
   name.members(context(4), [&](ExtensionReader& members) {
     at = members.offset();
     const Bytes whole = members.any();
@@ -55,7 +55,7 @@ IpAddress addressOf(Bytes octets) noexcept {
 }
 
 GeneralName readIpAddress(ExtensionReader& name, AddressForm form) {
-  const uint32_t at = name.offset();
+  const size_t at = name.offset();
   const Bytes octets = name.octets(context(7));
   const size_t parts = form == AddressForm::range ? 2 : 1;
   const size_t size = octets.size() / parts;
@@ -113,14 +113,15 @@ uint32_t kindOf(const Asn1Header& header) noexcept {
 }  // namespace
 
 GeneralName readGeneralName(ExtensionReader& reader, AddressForm form) {
-  const DerElement element = reader.element();
+  const Asn1Element element = reader.element();
   if (reader.hasFault()) return RawName();
   const uint32_t kind = kindOf(element.header);
   ExtensionReader::Source source{reader.block()};
   ExtensionReader inside(source, element.whole, element.offset);
   GeneralName name = readKind(inside, kind, form);
   if (!source.fault) return name;
-  return RawName{static_cast<uint8_t>(kind), true, copyOf(element.whole), element.offset};
+  return RawName{static_cast<uint8_t>(kind), true, copyOf(element.whole),
+                 static_cast<uint32_t>(element.offset)};
 }
 
 std::vector<GeneralName> readGeneralNames(ExtensionReader& reader, Tag tag) {
@@ -129,8 +130,8 @@ std::vector<GeneralName> readGeneralNames(ExtensionReader& reader, Tag tag) {
 }
 
 Result<std::string> OtherName::text() const {
-  DerElement element;
-  DerCursor(value, 0).next(element);
+  Asn1Element element;
+  DerReader(value, 0).takeAny(element);
   const TextKind kind = textKindOf(element);
   if (kind != TextKind::utf8 && kind != TextKind::ia5 && kind != TextKind::printable) {
     return Error{ErrorCode::malformedText};

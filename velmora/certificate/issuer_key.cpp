@@ -5,7 +5,7 @@
 #include "velmora/certificate/internal/algorithm_reader.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/key_reader.h"
-#include "velmora/support/asn1/strict_der.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/dsa_primitive.h"
 #include "velmora/support/key/ed25519_primitive.h"
@@ -53,9 +53,9 @@ class Digest {
 // DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }, whose
 // parameters are NULL or absent (RFC 8017 §9.2, RFC 4055 §2.1).
 bool readDigestInfo(Span octets, Span& oid, Span& digest) noexcept {
-  StrictDer der(octets);
-  StrictDer members;
-  StrictDer algorithm;
+  DerReader der(octets);
+  DerReader members;
+  DerReader algorithm;
   return der.takeSequence(members) && der.atEnd() && members.takeSequence(algorithm) &&
          algorithm.take(asn1_tag::kOid, oid) && algorithm.takeNullIfPresent() &&
          algorithm.atEnd() && members.take(asn1_tag::kOctetString, digest) && members.atEnd();
@@ -142,9 +142,9 @@ SignatureFault computeEd25519(const Ed25519KeyData& key, const Parts& parts) noe
 }  // namespace
 
 IssuerKey::IssuerKey(Bytes subjectPublicKeyInfo) noexcept {
-  DerElement spki;
-  DerCursor whole(subjectPublicKeyInfo, 0);
-  if (!whole.next(spki) || !whole.atEnd()) return;
+  Asn1Element spki;
+  DerReader whole(subjectPublicKeyInfo, 0);
+  if (!whole.takeAny(spki) || !whole.atEnd()) return;
   m_kind = kindOfKey(spki);
   const Result<KeyParts> parts = readKey(spki);
   if (!parts) return;
@@ -210,8 +210,8 @@ SignatureFault IssuerKey::faultOf(const Certificate& certificate) const noexcept
   if (!sameOctets(parts.innerAlgorithm, parts.outerAlgorithm)) {
     return SignatureFault::algorithmsDiffer;
   }
-  DerElement algorithm;
-  DerCursor(parts.outerAlgorithm, 0).next(algorithm);
+  Asn1Element algorithm;
+  DerReader(parts.outerAlgorithm, 0).takeAny(algorithm);
   const SchemeReading reading = readScheme(algorithm);
   if (reading.fault != SignatureFault::none) return reading.fault;
   if (!fits(reading.scheme)) return SignatureFault::keyDoesNotFit;

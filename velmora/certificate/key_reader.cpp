@@ -9,13 +9,13 @@
 namespace velmora {
 namespace {
 
-using Fault = std::optional<uint32_t>;  // the offset of what does not fit
+using Fault = std::optional<size_t>;  // the offset of what does not fit
 
 // The parts of the key that every algorithm has.
 struct Outside {
   AlgorithmParts algorithm;
-  DerElement identifier;
-  DerElement key;  // the BIT STRING
+  Asn1Element identifier;
+  Asn1Element key;  // the BIT STRING
 };
 
 struct KnownKey {
@@ -24,42 +24,36 @@ struct KnownKey {
   Fault (*read)(const Outside& outside, KeyParts& parts) noexcept;
 };
 
-// INTEGER above 0 in its shortest form.
-bool takePositive(DerCursor& members, Bytes& number) noexcept {
-  DerElement element;
-  DerCursor look = members;
-  if (!look.take(asn1_tag::kInteger, element) || !isShortestInteger(element.content)) return false;
-  const Bytes content = element.content;
-  if ((content[0] & std::byte{0x80}) != std::byte{0}) return false;
-  number = content[0] == std::byte{0} ? content.subspan(1) : content;
-  if (number.empty()) return false;
-  members = look;
+bool takePositive(DerReader& members, Bytes& number) noexcept {
+  std::span<const unsigned char> magnitude;
+  if (!members.takePositive(magnitude)) return false;
+  number = bytesOf(magnitude);
   return true;
 }
 
-Fault endOf(const DerCursor& members) noexcept {
+Fault endOf(const DerReader& members) noexcept {
   return members.atEnd() ? Fault() : members.offset();
 }
 
 // SEQUENCE { INTEGER, ... } with so many numbers.
 template <class... Numbers>
-Fault readNumbers(const DerElement& sequence, Numbers&... numbers) noexcept {
-  DerCursor members(sequence);
+Fault readNumbers(const Asn1Element& sequence, Numbers&... numbers) noexcept {
+  DerReader members(sequence);
   if (!sequence.isSequence()) return sequence.offset;
   if (!(takePositive(members, numbers) && ...)) return members.offset();
   return endOf(members);
 }
 
 // The one element that the octets of the key are.
-DerCursor insideOf(const Outside& outside, const KeyParts& parts) noexcept {
-  return {parts.bits, outside.key.contentOffset() + 1};
+DerReader insideOf(const Outside& outside, const KeyParts& parts) noexcept {
+  return DerReader(parts.bits, outside.key.contentOffset() + 1);
 }
 
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017 §A.1.1)
 Fault readRsaNumbers(const Outside& outside, KeyParts& parts) noexcept {
-  DerElement numbers;
-  DerCursor inside = insideOf(outside, parts);
-  if (!inside.next(numbers)) return inside.offset();
+  Asn1Element numbers;
+  DerReader inside = insideOf(outside, parts);
+  if (!inside.takeAny(numbers)) return inside.offset();
   if (const Fault fault = readNumbers(numbers, parts.modulus, parts.exponent)) return fault;
   return endOf(inside);
 }
@@ -88,19 +82,19 @@ Fault readDsa(const Outside& outside, KeyParts& parts) noexcept {
   if (const auto& parameters = outside.algorithm.parameters) {
     if (const Fault fault = readNumbers(*parameters, parts.p, parts.q, parts.g)) return fault;
   }
-  DerCursor inside = insideOf(outside, parts);
+  DerReader inside = insideOf(outside, parts);
   if (!takePositive(inside, parts.y)) return inside.offset();
   return endOf(inside);
 }
 
 // SpecifiedECDomain ::= SEQUENCE { version INTEGER, fieldID SEQUENCE { fieldType OBJECT IDENTIFIER,
 //   parameters ANY DEFINED BY fieldType }, ... } (SEC 1 §C.2), of which the prime is looked for.
-Fault readExplicitCurve(const DerElement& domain, KeyParts& parts) noexcept {
-  DerElement element;
-  DerCursor members(domain);
+Fault readExplicitCurve(const Asn1Element& domain, KeyParts& parts) noexcept {
+  Asn1Element element;
+  DerReader members(domain);
   if (!members.take(asn1_tag::kInteger, element)) return members.offset();
   if (!members.takeSequence(element)) return members.offset();
-  DerCursor field(element);
+  DerReader field(element);
   if (!field.take(asn1_tag::kOid, element)) return field.offset();
   takePositive(field, parts.fieldPrime);
   return std::nullopt;
@@ -143,26 +137,26 @@ const KnownKey* findKey(Bytes algorithm) noexcept {
   return nullptr;
 }
 
-Error malformedAt(uint32_t offset) noexcept {
-  return {ErrorCode::malformedKey, Found::certificate, offset};
+Error malformedAt(size_t offset) noexcept {
+  return Error::at(ErrorCode::malformedKey, offset);
 }
 
 }  // namespace
 
-KeyKind kindOfKey(const DerElement& spki) noexcept {
-  DerCursor members(spki);
-  DerElement identifier;
-  DerElement oid;
+KeyKind kindOfKey(const Asn1Element& spki) noexcept {
+  DerReader members(spki);
+  Asn1Element identifier;
+  Asn1Element oid;
   if (!members.takeSequence(identifier)) return KeyKind::other;
-  DerCursor(identifier).take(asn1_tag::kOid, oid);
+  DerReader(identifier).take(asn1_tag::kOid, oid);
   const KnownKey* const known = findKey(oid.content);
   return known != nullptr ? known->kind : KeyKind::other;
 }
 
 // SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
-Result<KeyParts> readKey(const DerElement& spki) noexcept {
+Result<KeyParts> readKey(const Asn1Element& spki) noexcept {
   Outside outside;
-  DerCursor members(spki);
+  DerReader members(spki);
   if (!spki.isSequence()) return malformedAt(spki.offset);
   if (!members.takeSequence(outside.identifier)) return malformedAt(members.offset());
   const Result<AlgorithmParts> algorithm = readAlgorithm(outside.identifier);

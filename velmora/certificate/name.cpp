@@ -23,7 +23,7 @@ Result<std::string> Name::find(const Oid& type) const {
   const Bytes wanted = type.der();
   NameReader reader(der(), m_at);
   AttributeElements elements;
-  std::optional<DerElement> found;
+  std::optional<Asn1Element> found;
   while (reader.next(elements)) {
     if (!found && sameOctets(elements.type.content, wanted)) found = elements.value;
   }

@@ -36,7 +36,7 @@ bool sameAttribute(const AttributeElements& a, const AttributeElements& b) noexc
 // whatever runs of spaces it came with, so that sorting a hostile RDN is not quadratic.
 class SortedRdn {
  public:
-  SortedRdn(const DerElement& rdn, size_t count) noexcept
+  SortedRdn(const Asn1Element& rdn, size_t count) noexcept
       : m_texts(new (std::nothrow) unsigned char[kMostUtf8 * rdn.content.size()]),
         m_attributes(new (std::nothrow) Compared[count]),
         m_count(count) {
@@ -100,7 +100,7 @@ class SortedRdn {
   size_t m_count;
 };
 
-size_t attributeCount(const DerElement& rdn) noexcept {
+size_t attributeCount(const Asn1Element& rdn) noexcept {
   NameReader reader = NameReader::ofRdn(rdn.content, rdn.contentOffset());
   AttributeElements elements;
   size_t count = 0;
@@ -109,7 +109,7 @@ size_t attributeCount(const DerElement& rdn) noexcept {
 }
 
 // Both are well-formed.
-bool sameRdn(const DerElement& a, const DerElement& b) noexcept {
+bool sameRdn(const Asn1Element& a, const Asn1Element& b) noexcept {
   if (sameOctets(a.content, b.content)) return true;
   const size_t count = attributeCount(a);
   if (count != attributeCount(b)) return false;
@@ -126,13 +126,13 @@ bool sameRdn(const DerElement& a, const DerElement& b) noexcept {
 bool Name::matches(const Name& other) const noexcept {
   if (nameFault(der(), m_at) || nameFault(other.der(), other.m_at)) return false;
   if (sameOctets(der(), other.der())) return true;
-  DerCursor ours(contentAt(m_block.bytes(), m_at), 0);
-  DerCursor theirs(contentAt(other.m_block.bytes(), other.m_at), 0);
+  DerReader ours(contentAt(m_block.bytes(), m_at), 0);
+  DerReader theirs(contentAt(other.m_block.bytes(), other.m_at), 0);
   while (!ours.atEnd() && !theirs.atEnd()) {
-    DerElement our;
-    DerElement their;
-    ours.next(our);
-    theirs.next(their);
+    Asn1Element our;
+    Asn1Element their;
+    ours.takeAny(our);
+    theirs.takeAny(their);
     if (!sameRdn(our, their)) return false;
   }
   return ours.atEnd() && theirs.atEnd();

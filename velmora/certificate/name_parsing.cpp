@@ -4,11 +4,10 @@
 
 #include "velmora/certificate/internal/attribute_keywords.h"
 #include "velmora/certificate/internal/der_check.h"
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/name_maker.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/oids.h"
-#include "velmora/support/asn1/strict_der.h"
 #include "velmora/support/text/byte_codecs.h"
 #include "velmora/support/text/unicode.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "velmora/certificate/internal/der_cursor.h"
 #include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/oid_names.h"
 #include "velmora/support/asn1/oids.h"
 

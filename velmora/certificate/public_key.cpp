@@ -46,9 +46,9 @@ std::string_view PublicKey::kindName() const noexcept {
 }
 
 Result<PublicKey> Certificate::publicKey() const noexcept {
-  const uint32_t at = m_block->index().spki;
-  DerElement spki;
-  DerCursor(m_block.bytes().subspan(at), at).next(spki);
+  const size_t at = m_block->index().spki;
+  Asn1Element spki;
+  DerReader(m_block.bytes().subspan(at), at).takeAny(spki);
   const Result<KeyParts> parts = readKey(spki);
   if (!parts) return parts.error();
   return PublicKey{parts->kind, Oid::fromDer(parts->algorithm), Oid::fromDer(parts->curve),

@@ -56,14 +56,14 @@ std::string_view SignatureCheck::message() const noexcept {
 }
 
 Result<SignatureScheme> Certificate::signatureScheme() const noexcept {
-  const uint32_t at = m_block->index().outerAlgorithm;
-  DerElement identifier;
-  DerCursor(m_block.bytes().subspan(at), at).next(identifier);
+  const size_t at = m_block->index().outerAlgorithm;
+  Asn1Element identifier;
+  DerReader(m_block.bytes().subspan(at), at).takeAny(identifier);
   const SchemeReading reading = readScheme(identifier);
   if (reading.fault == SignatureFault::none) return reading.scheme;
   const bool isForbidden = reading.fault == SignatureFault::parametersForbidden;
-  return Error{isForbidden ? ErrorCode::malformedField : ErrorCode::unknownAlgorithm,
-               Found::certificate, reading.offset};
+  return Error::at(isForbidden ? ErrorCode::malformedField : ErrorCode::unknownAlgorithm,
+                   reading.offset);
 }
 
 }  // namespace velmora

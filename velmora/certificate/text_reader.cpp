@@ -67,7 +67,7 @@ bool isAscii(Bytes content) noexcept {
 
 }  // namespace
 
-TextKind textKindOf(const DerElement& element) noexcept {
+TextKind textKindOf(const Asn1Element& element) noexcept {
   const TextKind kind = stringType(element.header);
   if (kind == TextKind::none || kind == TextKind::t61) return kind;
   const bool isWide = kind == TextKind::bmp || kind == TextKind::universal;

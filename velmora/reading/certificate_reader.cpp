@@ -342,7 +342,7 @@ void CertificateReader::readXmlElement(ClsXml& root) {
 
 // Reads the elements that stand in a row, or the first one alone.
 void CertificateReader::readElements(std::span<const unsigned char> der, bool firstOnly) {
-  Asn1Members elements(der, 0);
+  DerReader elements(der);
   Asn1Element element;
   while (!elements.atEnd()) {
     const size_t offset = elements.offset();
@@ -350,17 +350,18 @@ void CertificateReader::readElements(std::span<const unsigned char> der, bool fi
     if (isJunk) {
       return fail({"Octets that are no certificate follow.", offset, 0, ErrorCode::trailingOctets});
     }
-    if (!elements.next(element)) return failAtFault(elements.fault());
+    if (!elements.readElement(element)) return failAtFault(elements.fault());
     readElement(element);
     if (firstOnly) return;
   }
 }
 
 void CertificateReader::readElement(const Asn1Element& element) {
-  const DerShape shape = classifyDer(element.bytes, element.offset);
+  const auto octets = octetsOf(element.whole);
+  const DerShape shape = classifyDer(octets, element.offset);
   switch (shape.kind) {
     case DerKind::kCertificate:
-      return give(element.bytes);
+      return give(octets);
     case DerKind::kPkcs7:
       return readBundle(element);
     default:
@@ -374,21 +375,22 @@ void CertificateReader::readElement(const Asn1Element& element) {
 // CertificateSet ::= SET OF CHOICE { Certificate, [0] ..., [1] ..., [2] ..., [3] ... }
 void CertificateReader::readBundle(const Asn1Element& contentInfo) {
   Asn1Element content;
-  Asn1Members info(contentInfo);
-  info.next(content);
-  info.next(content);
+  DerReader info(contentInfo);
+  info.readElement(content);
+  info.readElement(content);
   Asn1Element signedData;
   Asn1Element member;
-  if (!Asn1Members(content).next(signedData) || !signedData.header.is(asn1_tag::kSequence)) {
+  if (!DerReader(content).readElement(signedData) || !signedData.header.is(asn1_tag::kSequence)) {
     return failAs(Found::pkcs7, "A PKCS #7 bundle without SignedData.", content.offset);
   }
-  Asn1Members fields(signedData);
-  while (fields.next(member) && member.header.tagClass != Asn1Class::kContextSpecific) continue;
-  Asn1Members certificates(member);
+  DerReader fields(signedData);
+  while (fields.readElement(member) && member.header.tagClass != Asn1Class::kContextSpecific)
+    continue;
+  DerReader certificates(member);
   if (!member.header.isContext(0) || certificates.atEnd()) {
     return failAs(Found::pkcs7, "A PKCS #7 bundle without certificates.");
   }
-  while (certificates.next(member)) readBundleMember(member);
+  while (certificates.readElement(member)) readBundleMember(member);
 }
 
 void CertificateReader::readBundleMember(const Asn1Element& member) {
@@ -396,14 +398,15 @@ void CertificateReader::readBundleMember(const Asn1Element& member) {
     return failAs(Found::otherAsn1,
                   "An attribute certificate or the like, not an X.509 certificate.", member.offset);
   }
-  const DerShape shape = classifyDer(member.bytes, member.offset);
+  const auto octets = octetsOf(member.whole);
+  const DerShape shape = classifyDer(octets, member.offset);
   if (!shape.isCertificate()) return failAs(foundOf(shape.kind), shape.text, shape.offset);
   size_t size = 0;
   bool isDer = false;
   Asn1Fault fault;
-  if (scanBer(member.bytes, size, isDer, fault) && isDer) return give(member.bytes);
+  if (scanBer(octets, size, isDer, fault) && isDer) return give(octets);
   m_converted.clear();
-  BerWalk walk(member.bytes);
+  BerWalk walk(octets);
   if (berToDer(walk, m_converted)) return give(m_converted.span());
   fail("A certificate that cannot be converted to DER.", member.offset);
 }

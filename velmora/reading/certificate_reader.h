@@ -8,7 +8,7 @@
 
 #include "velmora/certificate/result.h"
 #include "velmora/reading/xml_splitter.h"
-#include "velmora/support/asn1/asn1_element.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/log/first_error_log.h"
 #include "velmora/support/log/log_base.h"

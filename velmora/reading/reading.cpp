@@ -10,10 +10,6 @@
 namespace velmora {
 namespace {
 
-std::span<const unsigned char> octetsOf(Bytes bytes) {
-  return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-}
-
 class ReadingSink final : public CertificateSink {
  public:
   explicit ReadingSink(Reading& out) : m_out(out) {}

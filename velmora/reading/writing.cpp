@@ -3,7 +3,6 @@
 #include <new>
 
 #include "velmora/support/asn1/der_reader.h"
-#include "velmora/support/asn1/strict_der.h"
 #include "velmora/support/pem/pem_writer.h"
 
 namespace velmora {

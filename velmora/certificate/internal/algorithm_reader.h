@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "velmora/certificate/bytes.h"
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/result.h"
 #include "velmora/certificate/signature.h"
 
@@ -12,14 +12,14 @@ namespace velmora {
 /// An AlgorithmIdentifier (RFC 5280 §4.1.1.2) taken apart.
 struct AlgorithmParts {
   Bytes oid;  // its content octets
-  std::optional<DerElement> parameters;
+  std::optional<Asn1Element> parameters;
 
   bool is(const Oid& algorithm) const noexcept;
   bool hasNull() const noexcept;
 };
 
 /// Error malformedField for what is no SEQUENCE of an OID and one element at most.
-Result<AlgorithmParts> readAlgorithm(const DerElement& identifier) noexcept;
+Result<AlgorithmParts> readAlgorithm(const Asn1Element& identifier) noexcept;
 
 /// The parameters of RSASSA-PSS (RFC 4055 §3.1).
 struct PssParameters {
@@ -34,16 +34,16 @@ std::optional<Hash> hashOfOid(Bytes oid) noexcept;
 /// Errors malformedField for what is not of the syntax, and unknownAlgorithm for a hash, a mask
 /// generation function or a trailer that is not known. A default that is encoded is read all the
 /// same: who verifies has to recognise both forms (RFC 4055 §3.1).
-Result<PssParameters> readPssParameters(const DerElement& parameters) noexcept;
+Result<PssParameters> readPssParameters(const Asn1Element& parameters) noexcept;
 
 /// What an AlgorithmIdentifier says about a signature: with the fault none, a scheme; else one of
 /// algorithmUnknown, parametersForbidden and parametersNotUnderstood.
 struct SchemeReading {
   SignatureFault fault = SignatureFault::none;
-  uint32_t offset = 0;       // of what is at fault
+  size_t offset = 0;         // of what is at fault
   bool isMalformed = false;  // parametersNotUnderstood: they are not of their syntax
   SignatureScheme scheme = {};
 };
-SchemeReading readScheme(const DerElement& identifier) noexcept;
+SchemeReading readScheme(const Asn1Element& identifier) noexcept;
 
 }  // namespace velmora

@@ -93,7 +93,7 @@ class Block {
 };
 
 /// The element at `offset` of some DER that was checked: all of it, or its contents.
-Bytes elementAt(Bytes der, uint32_t offset) noexcept;
-Bytes contentAt(Bytes der, uint32_t offset) noexcept;
+Bytes elementAt(Bytes der, size_t offset) noexcept;
+Bytes contentAt(Bytes der, size_t offset) noexcept;
 
 }  // namespace velmora

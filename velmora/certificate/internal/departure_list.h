@@ -20,8 +20,8 @@ class DepartureList {
     m_isCertain = true;
   }
 
-  void add(DepartureCode code, uint32_t offset) { add(code, offset, m_about); }
-  void add(DepartureCode code, uint32_t offset, const Oid& about);
+  void add(DepartureCode code, size_t offset) { add(code, offset, m_about); }
+  void add(DepartureCode code, size_t offset, const Oid& about);
 
   /// Whether everything that was added to this part leaves it certain what the part says.
   bool isCertain() const noexcept { return m_isCertain; }
@@ -55,6 +55,6 @@ void examineExtensions(const ExaminedCertificate& examined, DepartureList& list)
 void examineRules(const ExaminedCertificate& examined, DepartureList& list);
 
 /// The RDNs and texts of a name (RFC 5280 §4.1.2.4), as part of what it stands in.
-void examineName(Bytes name, uint32_t offset, DepartureList& list);
+void examineName(Bytes name, size_t offset, DepartureList& list);
 
 }  // namespace velmora

@@ -3,15 +3,9 @@
 #include <algorithm>
 
 #include "velmora/certificate/bytes.h"
+#include "velmora/support/asn1/asn1_element.h"
 
 namespace velmora {
-
-/// Whether these are the content octets of an INTEGER in its shortest form (X.690 §8.3.2).
-inline bool isShortestInteger(Bytes content) noexcept {
-  if (content.size() < 2) return content.size() == 1;
-  const bool maybePadded = content[0] == std::byte{0} || content[0] == std::byte{0xFF};
-  return !maybePadded || ((content[0] ^ content[1]) & std::byte{0x80}) != std::byte{0};
-}
 
 /// Whether these are the content octets of an OBJECT IDENTIFIER (X.690 §8.19.2): no arc starts with
 /// an octet that adds nothing, and the last one ends. Of any size, Oid::kMaxSize or not.

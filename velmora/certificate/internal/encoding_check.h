@@ -32,7 +32,7 @@ struct ContentSpot {
 
 /// Walks one element of BER down to its last member and adds what X.690 wants otherwise in DER.
 /// What is no BER at all ends the walk and is left to whoever reads the syntax.
-void checkEncoding(Bytes element, uint32_t offset, std::span<const ContentSpot> spots,
+void checkEncoding(Bytes element, size_t offset, std::span<const ContentSpot> spots,
                    DepartureList& list);
 
 }  // namespace velmora

@@ -7,7 +7,7 @@
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/block.h"
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 
 namespace velmora {
 
@@ -36,20 +36,20 @@ class ExtensionReader {
   /// What the readers of one value share.
   struct Source {
     const BlockRef& block;  // the certificate
-    std::optional<uint32_t> fault = {};
+    std::optional<size_t> fault = {};
   };
 
-  ExtensionReader(Source& source, Bytes bytes, uint32_t offset) noexcept
+  ExtensionReader(Source& source, Bytes bytes, size_t offset) noexcept
       : m_source(source), m_members(bytes, offset) {}
 
   bool atEnd() const noexcept { return m_source.fault || m_members.atEnd(); }
   bool hasFault() const noexcept { return m_source.fault.has_value(); }
   bool isNext(Tag tag) const noexcept;
-  uint32_t offset() const noexcept { return m_members.offset(); }
+  size_t offset() const noexcept { return m_members.offset(); }
   const BlockRef& block() const noexcept { return m_source.block; }
 
   /// Notes a fault, unless there is one.
-  void refuse(uint32_t offset) noexcept {
+  void refuse(size_t offset) noexcept {
     if (!m_source.fault) m_source.fault = offset;
   }
   /// What is left does not belong there.
@@ -85,7 +85,7 @@ class ExtensionReader {
   /// SEQUENCE SIZE (1..MAX) OF.
   template <class T, class Read>
   std::vector<T> oneOrMoreOf(Tag tag, Read readMember) {
-    const uint32_t at = offset();
+    const size_t at = offset();
     std::vector<T> list = listOf<T>(tag, readMember);
     if (list.empty()) refuse(at);
     return list;
@@ -116,17 +116,17 @@ class ExtensionReader {
   /// ANY: one element of DER, down to its last member.
   Bytes any() noexcept;
   /// The next element, whatever it is; what is in it is not looked at.
-  DerElement element() noexcept;
+  Asn1Element element() noexcept;
   /// How many elements are left, so that room for them is taken once.
   size_t count() const noexcept;
 
  private:
   ExtensionReader enter(Tag tag) noexcept;
-  DerElement primitive(Tag tag) noexcept { return take(tag, false); }
-  DerElement take(Tag tag, bool constructed) noexcept;
+  Asn1Element primitive(Tag tag) noexcept { return take(tag, false); }
+  Asn1Element take(Tag tag, bool constructed) noexcept;
 
   Source& m_source;
-  DerCursor m_members;
+  DerReader m_members;
 };
 
 /// What `production`, called with a reader of the extension's value, gives of it; or the error.
@@ -135,12 +135,12 @@ Result<T> readExtension(const BlockRef& block, const Result<Extension>& extensio
                         Production production) {
   if (!extension) return extension.error();
   const Bytes value = extension->value;
-  const auto offset = static_cast<uint32_t>(value.data() - block.bytes().data());
+  const auto offset = static_cast<size_t>(value.data() - block.bytes().data());
   ExtensionReader::Source source{block};
   ExtensionReader reader(source, value, offset);
   T answer = production(reader);
   reader.end();
-  if (source.fault) return Error{ErrorCode::malformedExtension, Found::certificate, *source.fault};
+  if (source.fault) return Error::at(ErrorCode::malformedExtension, *source.fault);
   return answer;
 }
 

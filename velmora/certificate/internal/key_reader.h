@@ -4,7 +4,7 @@
 
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/internal/algorithm_reader.h"
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/public_key.h"
 #include "velmora/certificate/result.h"
 
@@ -28,12 +28,12 @@ struct KeyParts {
 };
 
 /// The kind that the OID of the algorithm says, whatever else is wrong with the key.
-KeyKind kindOfKey(const DerElement& spki) noexcept;
+KeyKind kindOfKey(const Asn1Element& spki) noexcept;
 
 /// Error malformedKey with the offset of what is not of the syntax of RFC 3279 §2.3, RFC 4055 §1.2,
 /// RFC 5480 §2 or RFC 8410 §3 and §4, in DER to the letter. Of other algorithms the outer form is
 /// all that is looked at, and of EC keys the octets of the point are any.
-Result<KeyParts> readKey(const DerElement& spki) noexcept;
+Result<KeyParts> readKey(const Asn1Element& spki) noexcept;
 
 /// Whether those octets are of SEC 1 §2.3.3: 04 and both coordinates, or 02 or 03 and one
 /// (RFC 5480 §2.2), of the size of the field where that is known. Whether they are a point of the

@@ -8,8 +8,9 @@ namespace velmora {
 /// Makes the names of a block.
 struct NameMaker {
   /// Of the element at `offset`.
-  static Name make(const BlockRef& block, uint32_t offset) noexcept {
-    return Name(block, offset, static_cast<uint32_t>(elementAt(block.bytes(), offset).size()));
+  static Name make(const BlockRef& block, size_t offset) noexcept {
+    return Name(block, static_cast<uint32_t>(offset),
+                static_cast<uint32_t>(elementAt(block.bytes(), offset).size()));
   }
 };
 

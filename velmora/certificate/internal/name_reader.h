@@ -2,15 +2,15 @@
 
 #include <optional>
 
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/name.h"
 
 namespace velmora {
 
 /// An AttributeTypeAndValue where it stands.
 struct AttributeElements {
-  DerElement type;
-  DerElement value;
+  Asn1Element type;
+  Asn1Element value;
   uint32_t rdn = 0;  // of which RDN it is, from 0
 };
 
@@ -23,33 +23,33 @@ Attribute attributeOf(const AttributeElements& elements);
 class NameReader {
  public:
   /// `name` is the element whole, and `offset` its place in the certificate.
-  NameReader(Bytes name, uint32_t offset) noexcept;
+  NameReader(Bytes name, size_t offset) noexcept;
 
   /// The attributes of one RDN alone, from the content octets of its SET.
-  static NameReader ofRdn(Bytes members, uint32_t offset) noexcept;
+  static NameReader ofRdn(Bytes members, size_t offset) noexcept;
 
   /// False at the end, and, with the fault set, before what does not belong there.
   bool next(AttributeElements& attribute) noexcept;
 
   /// The offset of what does not belong.
-  std::optional<uint32_t> fault() const noexcept { return m_fault; }
+  std::optional<size_t> fault() const noexcept { return m_fault; }
 
  private:
   NameReader() noexcept = default;
   bool enterRdn() noexcept;
-  bool readAttribute(const DerElement& element, AttributeElements& attribute) noexcept;
-  bool refuse(uint32_t offset) noexcept {
+  bool readAttribute(const Asn1Element& element, AttributeElements& attribute) noexcept;
+  bool refuse(size_t offset) noexcept {
     m_fault = offset;
     return false;
   }
 
-  DerCursor m_rdns{Bytes(), 0};
-  DerCursor m_members{Bytes(), 0};
+  DerReader m_rdns;
+  DerReader m_members;
   uint32_t m_rdnCount = 0;
-  std::optional<uint32_t> m_fault;
+  std::optional<size_t> m_fault;
 };
 
 /// The offset of what makes the element no Name; nothing when it is one.
-std::optional<uint32_t> nameFault(Bytes name, uint32_t offset) noexcept;
+std::optional<size_t> nameFault(Bytes name, size_t offset) noexcept;
 
 }  // namespace velmora

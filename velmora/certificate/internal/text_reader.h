@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "velmora/certificate/internal/der_cursor.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/name.h"
 #include "velmora/support/text/unicode.h"
 
@@ -37,7 +37,7 @@ class TextReader {
 };
 
 /// The string type of an element all of whose octets are characters of it; else none.
-TextKind textKindOf(const DerElement& element) noexcept;
+TextKind textKindOf(const Asn1Element& element) noexcept;
 
 /// Whether content octets for which textKindOf gave `kind` are UTF-8 as they stand.
 constexpr bool isUtf8(TextKind kind) noexcept {

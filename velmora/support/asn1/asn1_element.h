@@ -1,46 +1,89 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <span>
-
-#include "velmora/support/asn1/der_reader.h"
 
 namespace velmora {
 
-/// One element of BER or DER inside a larger input.
+// What one element of BER or DER is made of (X.690 §8.1).
+
+enum class Asn1Class : uint8_t {
+  kUniversal = 0,
+  kApplication = 1,
+  kContextSpecific = 2,
+  kPrivate = 3
+};
+
+/// Tag numbers of the universal class (X.680 §8.4) that the code names.
+namespace asn1_tag {
+inline constexpr uint32_t kBoolean = 1, kInteger = 2, kBitString = 3, kOctetString = 4, kNull = 5,
+                          kOid = 6, kObjectDescriptor = 7, kEnumerated = 10, kUtf8String = 12,
+                          kSequence = 16, kSet = 17, kNumericString = 18, kPrintableString = 19,
+                          kT61String = 20, kIa5String = 22, kUtcTime = 23, kGeneralizedTime = 24,
+                          kVisibleString = 26, kUniversalString = 28, kBmpString = 30;
+}  // namespace asn1_tag
+
+/// The identifier and length octets of one element (X.690 §8.1).
+struct Asn1Header {
+  Asn1Class tagClass = Asn1Class::kUniversal;
+  bool constructed = false;
+  bool indefinite = false;  // the contents then end at an end-of-contents element
+  uint32_t tagNumber = 0;
+  size_t headerSize = 0;   // octets of identifier and length
+  size_t contentSize = 0;  // 0 when indefinite
+
+  bool is(uint32_t universalTag) const noexcept {
+    return tagClass == Asn1Class::kUniversal && tagNumber == universalTag;
+  }
+  bool isContext(uint32_t number) const noexcept {
+    return tagClass == Asn1Class::kContextSpecific && tagNumber == number;
+  }
+};
+
+/// The octets of an identifier with that tag number (X.690 §8.1.2).
+constexpr size_t identifierSize(uint32_t tagNumber) noexcept {
+  return tagNumber < 0x1F ? 1 : 1 + (static_cast<size_t>(std::bit_width(tagNumber)) + 6) / 7;
+}
+
+/// The octets of a length in the form that DER demands (X.690 §8.1.3, §10.1).
+constexpr size_t lengthSize(size_t contentSize) noexcept {
+  return contentSize < 0x80 ? 1 : 1 + (static_cast<size_t>(std::bit_width(contentSize)) + 7) / 8;
+}
+
+/// Whether identifier and length take as few octets as DER allows.
+constexpr bool hasShortestHeader(const Asn1Header& header) noexcept {
+  return !header.indefinite &&
+         header.headerSize == identifierSize(header.tagNumber) + lengthSize(header.contentSize);
+}
+
+/// One element of BER or DER inside a larger input, which has to outlive it.
 struct Asn1Element {
   Asn1Header header;
-  std::span<const unsigned char> bytes;    // identifier, length, contents and end-of-contents
-  std::span<const unsigned char> content;  // the contents alone
-  size_t offset = 0;                       // of the identifier, from the start of the input
+  std::span<const std::byte> whole;    // identifier, length, contents and end-of-contents
+  std::span<const std::byte> content;  // the contents alone
+  size_t offset = 0;                   // of the identifier, from the start of the input
 
   size_t contentOffset() const noexcept { return offset + header.headerSize; }
+  /// Primitive, of a universal type.
+  bool is(uint32_t universalTag) const noexcept {
+    return header.is(universalTag) && !header.constructed;
+  }
+  bool isSequence() const noexcept { return header.is(asn1_tag::kSequence) && header.constructed; }
+  bool isSet() const noexcept { return header.is(asn1_tag::kSet) && header.constructed; }
 };
 
-/// Gives the elements that stand in a row in some bytes, such as the members of a SEQUENCE, one
-/// after the other. Indefinite lengths are understood. What is inside an element of definite length
-/// is not looked at.
-class Asn1Members {
- public:
-  /// `base` is the offset of the first byte in the input.
-  Asn1Members(std::span<const unsigned char> bytes, size_t base) noexcept
-      : m_bytes(bytes), m_base(base) {}
-  explicit Asn1Members(const Asn1Element& parent) noexcept
-      : Asn1Members(parent.content, parent.contentOffset()) {}
+/// The same octets in the other of the two types that octets come in.
+inline std::span<const unsigned char> octetsOf(std::span<const std::byte> bytes) noexcept {
+  return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
+}
 
-  bool atEnd() const noexcept { return m_pos == m_bytes.size(); }
-  /// Where the next element starts, from the start of the input.
-  size_t offset() const noexcept { return m_base + m_pos; }
-  const Asn1Fault& fault() const noexcept { return m_fault; }
-
-  /// Moves past the next element; false at the end, and, with the fault set, where none starts.
-  bool next(Asn1Element& element) noexcept;
-
- private:
-  std::span<const unsigned char> m_bytes;
-  size_t m_base;
-  size_t m_pos = 0;
-  Asn1Fault m_fault;
-};
+/// Whether these are the content octets of an INTEGER in its shortest form (X.690 §8.3.2).
+inline bool isShortestInteger(std::span<const std::byte> content) noexcept {
+  if (content.size() < 2) return content.size() == 1;
+  const bool maybePadded = content[0] == std::byte{0} || content[0] == std::byte{0xFF};
+  return !maybePadded || ((content[0] ^ content[1]) & std::byte{0x80}) != std::byte{0};
+}
 
 }  // namespace velmora

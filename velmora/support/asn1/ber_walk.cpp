@@ -4,7 +4,6 @@
 
 #include "velmora/support/asn1/internal/asn1_xml_form.h"
 #include "velmora/support/asn1/internal/der_writer.h"
-#include "velmora/support/asn1/strict_der.h"
 
 namespace velmora {
 namespace {

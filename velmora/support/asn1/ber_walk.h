@@ -53,7 +53,7 @@ class BerWalk {
     if (header.constructed) {
       open(header, start);
     } else {
-      content = m_reader.take(header.contentSize);
+      content = m_reader.skip(header.contentSize);
     }
     return BerStep::kElement;
   }

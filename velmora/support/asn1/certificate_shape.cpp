@@ -4,7 +4,6 @@
 #include <array>
 #include <string_view>
 
-#include "velmora/support/asn1/asn1_element.h"
 #include "velmora/support/asn1/ber_walk.h"
 
 namespace velmora {
@@ -44,8 +43,8 @@ char letterOf(const Asn1Header& header) {
 class Outline {
  public:
   explicit Outline(const Asn1Element& parent) noexcept {
-    Asn1Members members(parent);
-    while (m_count < kMax && members.next(m_members[m_count])) {
+    DerReader members(parent);
+    while (m_count < kMax && members.readElement(m_members[m_count])) {
       m_letters[m_count] = letterOf(m_members[m_count].header);
       ++m_count;
     }
@@ -88,8 +87,9 @@ class Outline {
 };
 
 bool contentStartsWith(const Asn1Element& element, std::span<const unsigned char> prefix) {
-  return element.content.size() >= prefix.size() &&
-         std::equal(prefix.begin(), prefix.end(), element.content.begin());
+  const auto content = octetsOf(element.content);
+  return content.size() >= prefix.size() &&
+         std::equal(prefix.begin(), prefix.end(), content.begin());
 }
 
 // 1.2.840.113549.1.7 (PKCS #7), .1.7.2 (signedData), .1.5 (PKCS #5), .1.12.1 (PKCS #12 encryption)
@@ -265,7 +265,7 @@ DerShape classifyDer(std::span<const unsigned char> bytes, size_t base) noexcept
     return {DerKind::kOtherAsn1, "Octets follow the element.", base + size};
   }
   Asn1Element element;
-  Asn1Members(bytes, base).next(element);
+  DerReader(bytes, base).readElement(element);
   return classifyElement(element);
 }
 

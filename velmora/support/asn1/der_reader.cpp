@@ -1,15 +1,17 @@
 #include "velmora/support/asn1/der_reader.h"
 
+#include "velmora/support/asn1/ber_walk.h"
+
 namespace velmora {
 namespace {
 
 constexpr uint32_t kMaxTagNumber = 0x7FFFFFFF;
-constexpr unsigned char kConstructedBit = 0x20;
-constexpr unsigned char kLongTag = 0x1F;
 constexpr unsigned char kMoreFollows = 0x80;
 constexpr unsigned char kLongLength = 0x80;
 constexpr unsigned char kIndefinite = 0x80;
+constexpr unsigned char kSignBit = 0x80;
 constexpr unsigned char kReservedLength = 0xFF;
+constexpr size_t kEndOfContentsSize = 2;
 
 constexpr const char* kCutHeader = "The header of an element is cut short.";
 constexpr const char* kLongForShortTag = "A tag number is not in its shortest form.";
@@ -33,7 +35,7 @@ bool DerReader::readIdentifier(Asn1Header& header, size_t& at) noexcept {
   if (at == m_end) return refuse(kCutHeader, at);
   const unsigned char first = m_data[at++];
   header.tagClass = static_cast<Asn1Class>(first >> 6);
-  header.constructed = (first & kConstructedBit) != 0;
+  header.constructed = (first & kConstructed) != 0;
   header.tagNumber = first & kLongTag;
   return header.tagNumber != kLongTag || readLongTagNumber(header, at);
 }
@@ -81,14 +83,76 @@ bool DerReader::peekHeader(Asn1Header& header) noexcept {
   return read;
 }
 
-bool DerReader::readElement(Asn1Header& header, std::span<const unsigned char>& content) noexcept {
+bool DerReader::readElement(Asn1Header& header, Octets& content) noexcept {
   const size_t start = m_pos;
   if (!readHeader(header)) return false;
   if (header.indefinite) {
     m_pos = start;
     return refuse(kNotDefinite, start);
   }
-  content = take(header.contentSize);
+  content = skip(header.contentSize);
+  return true;
+}
+
+bool DerReader::readElement(Asn1Element& element) noexcept {
+  Asn1Header header;
+  if (!peekHeader(header)) return false;
+  size_t size = header.headerSize + header.contentSize;
+  size_t contentSize = header.contentSize;
+  if (header.indefinite) {
+    bool isDer = false;
+    if (!scanBer({m_data + m_pos, m_end - m_pos}, size, isDer, m_fault)) {
+      m_fault.offset += offset();
+      return false;
+    }
+    contentSize = size - header.headerSize - kEndOfContentsSize;
+  }
+  element.header = header;
+  element.offset = offset();
+  element.whole = std::as_bytes(skip(size));
+  element.content = element.whole.subspan(header.headerSize, contentSize);
+  return true;
+}
+
+bool DerReader::seeLongestHeader(Octets bytes, Asn1Header& header) noexcept {
+  return DerReader(bytes).readHeaderSlowly(header) && hasShortestHeader(header);
+}
+
+bool DerReader::takeUnsigned(Octets& magnitude) noexcept {
+  DerReader look = *this;
+  Asn1Element element;
+  if (!look.take(asn1_tag::kInteger, element) || !isShortestInteger(element.content)) return false;
+  const Octets content = octetsOf(element.content);
+  if ((content[0] & kSignBit) != 0) return false;
+  magnitude = content[0] == 0 ? content.subspan(1) : content;
+  *this = look;
+  return true;
+}
+
+bool DerReader::takePositive(Octets& magnitude) noexcept {
+  DerReader look = *this;
+  Octets taken;
+  if (!look.takeUnsigned(taken) || taken.empty()) return false;
+  magnitude = taken;
+  *this = look;
+  return true;
+}
+
+bool DerReader::takeOctetBits(Octets& octets) noexcept {
+  DerReader look = *this;
+  Octets content;
+  if (!look.take(asn1_tag::kBitString, content) || content.empty() || content[0] != 0) return false;
+  octets = content.subspan(1);
+  *this = look;
+  return true;
+}
+
+bool DerReader::takeNullIfPresent() noexcept {
+  DerReader look = *this;
+  Octets content;
+  if (!look.take(asn1_tag::kNull, content)) return true;
+  if (!content.empty()) return false;
+  *this = look;
   return true;
 }
 

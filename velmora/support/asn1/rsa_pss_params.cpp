@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/asn1/oids.h"
-#include "velmora/support/asn1/strict_der.h"
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/hash/vm_hash.h"
 
@@ -26,7 +26,7 @@ struct PssParams {
   int trailer = 1;
 };
 
-bool takeOid(StrictDer& der, std::span<const unsigned char> oid) noexcept {
+bool takeOid(DerReader& der, std::span<const unsigned char> oid) noexcept {
   std::span<const unsigned char> content;
   return der.take(asn1_tag::kOid, content) && std::ranges::equal(content, oid);
 }
@@ -41,8 +41,8 @@ int hashOfOid(std::span<const unsigned char> oid) noexcept {
 }
 
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters NULL OPTIONAL }
-bool takeHash(StrictDer& der, int& hashId) {
-  StrictDer members;
+bool takeHash(DerReader& der, int& hashId) {
+  DerReader members;
   std::span<const unsigned char> oid;
   if (!der.takeSequence(members) || !members.take(asn1_tag::kOid, oid)) return false;
   if (!members.takeNullIfPresent() || !members.atEnd()) return false;
@@ -50,13 +50,13 @@ bool takeHash(StrictDer& der, int& hashId) {
   return hashId != _vmHash::kUnknown;
 }
 
-bool takeMask(StrictDer& der, int& maskHashId) {
-  StrictDer members;
+bool takeMask(DerReader& der, int& maskHashId) {
+  DerReader members;
   return der.takeSequence(members) && takeOid(members, kMgf1Oid) && takeHash(members, maskHashId) &&
          members.atEnd();
 }
 
-bool takeNumber(StrictDer& der, int& number) {
+bool takeNumber(DerReader& der, int& number) {
   constexpr size_t kMostOctets = 3;  // more than any key has room for
   std::span<const unsigned char> octets;
   if (!der.takeUnsigned(octets) || octets.size() > kMostOctets) return false;
@@ -67,15 +67,15 @@ bool takeNumber(StrictDer& der, int& number) {
 
 // A member that is absent keeps its default. One that states its default, which DER forbids, is
 // accepted: widespread encoders write it.
-bool takeOptional(StrictDer& params, uint32_t tag, bool (*take)(StrictDer&, int&), int& value) {
-  StrictDer inside;
+bool takeOptional(DerReader& params, uint32_t tag, bool (*take)(DerReader&, int&), int& value) {
+  DerReader inside;
   return !params.takeContext(tag, inside) || (take(inside, value) && inside.atEnd());
 }
 
 bool readParams(std::span<const unsigned char> algorithmIdentifier, PssParams& values) {
-  StrictDer der(algorithmIdentifier);
-  StrictDer members;
-  StrictDer params;
+  DerReader der(algorithmIdentifier);
+  DerReader members;
+  DerReader params;
   return der.takeSequence(members) && takeOid(members, kPssOid) && members.takeSequence(params) &&
          members.atEnd() && takeOptional(params, 0, takeHash, values.hashId) &&
          takeOptional(params, 1, takeMask, values.maskHashId) &&

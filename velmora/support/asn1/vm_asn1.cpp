@@ -3,9 +3,9 @@
 #include <new>
 
 #include "velmora/support/asn1/ber_walk.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/oids.h"
-#include "velmora/support/asn1/strict_der.h"
 
 namespace velmora {
 namespace {
@@ -204,7 +204,7 @@ bool _vmAsn1::EncodeToDer(DataBuffer& out, bool, LogBase& log) {
 
 bool _vmAsn1::getBitString(DataBuffer& out) const {
   std::span<const unsigned char> octets;
-  return StrictDer(element()).takeOctetBits(octets) && out.append(octets);
+  return DerReader(element()).takeOctetBits(octets) && out.append(octets);
 }
 
 bool _vmAsn1::GetOid(StringBuffer& out) const {

@@ -1,16 +1,16 @@
 #include "velmora/support/key/internal/digest_info.h"
 
 #include "velmora/support/asn1/ber_walk.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/asn1/oids.h"
-#include "velmora/support/asn1/strict_der.h"
 #include "velmora/support/key/rsa_key.h"
 
 namespace velmora {
 
 bool isStrictDigestInfo(std::span<const unsigned char> bytes) noexcept {
-  StrictDer der(bytes);
-  StrictDer members;
-  StrictDer algorithm;
+  DerReader der(bytes);
+  DerReader members;
+  DerReader algorithm;
   std::span<const unsigned char> oid, digest;
   char dotted[maxDottedSize(kMaxHashOidSize)];
   return der.takeSequence(members) && der.atEnd() && members.takeSequence(algorithm) &&

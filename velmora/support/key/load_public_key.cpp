@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "velmora/support/asn1/strict_der.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/key/refuse.h"
 #include "velmora/support/key/vm_public_key.h"
 
@@ -24,24 +24,31 @@ bool is(Octets octets, Octets expected) {
   return std::ranges::equal(octets, expected);
 }
 
+bool takeWhole(DerReader& der, Octets& element) {
+  Asn1Element any;
+  if (!der.takeAny(any)) return false;
+  element = octetsOf(any.whole);
+  return true;
+}
+
 // SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
 // AlgorithmIdentifier  ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
 // `parameters` becomes a whole element, or empty.
-bool readAlgorithm(StrictDer& algorithm, Octets& oid, Octets& parameters) {
+bool readAlgorithm(DerReader& algorithm, Octets& oid, Octets& parameters) {
   parameters = {};
   return algorithm.take(asn1_tag::kOid, oid) &&
-         (algorithm.atEnd() || algorithm.takeAny(parameters)) && algorithm.atEnd();
+         (algorithm.atEnd() || takeWhole(algorithm, parameters)) && algorithm.atEnd();
 }
 
 }  // namespace
 
 bool _vmPublicKey::loadInfo(Octets der, LogBase& log) {
-  StrictDer whole(der);
-  StrictDer members;
+  DerReader whole(der);
+  DerReader members;
   if (!whole.takeSequence(members) || !whole.atEnd()) {
     return refuse("The public key is not the DER of one SEQUENCE.", log);
   }
-  StrictDer algorithm;
+  DerReader algorithm;
   if (!members.takeSequence(algorithm)) return loadRsa(der, log);
   Octets oid, parameters, bits;
   if (!readAlgorithm(algorithm, oid, parameters) || !members.takeOctetBits(bits) ||
@@ -70,8 +77,8 @@ bool _vmPublicKey::loadByOid(Octets oid, Octets parameters, Octets bits, LogBase
 
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017 §A.1.1)
 bool _vmPublicKey::loadRsa(Octets pkcs1, LogBase& log) {
-  StrictDer der(pkcs1);
-  StrictDer members;
+  DerReader der(pkcs1);
+  DerReader members;
   Octets modulus, exponent;
   if (!der.takeSequence(members) || !der.atEnd() || !members.takePositive(modulus) ||
       !members.takePositive(exponent) || !members.atEnd()) {
@@ -85,14 +92,14 @@ bool _vmPublicKey::loadRsa(Octets pkcs1, LogBase& log) {
 // (RFC 3279 §2.3.2). Parameters taken over from the issuer's key are not supported.
 bool _vmPublicKey::loadDsa(Octets parameters, Octets bits, LogBase& log) {
   if (parameters.empty()) return refuse("The DSA key has no parameters.", log);
-  StrictDer parametersDer(parameters);
-  StrictDer members;
+  DerReader parametersDer(parameters);
+  DerReader members;
   DsaKeyData::Numbers numbers;
   if (!parametersDer.takeSequence(members) || !members.takePositive(numbers.p) ||
       !members.takePositive(numbers.q) || !members.takePositive(numbers.g) || !members.atEnd()) {
     return refuse("The parameters of the DSA key are not the DER of three positive integers.", log);
   }
-  StrictDer key(bits);
+  DerReader key(bits);
   if (!key.takePositive(numbers.y) || !key.atEnd()) {
     return refuse("The DSA key is not the DER of one positive integer.", log);
   }
@@ -103,7 +110,7 @@ bool _vmPublicKey::loadDsa(Octets parameters, Octets bits, LogBase& log) {
 // ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER } (RFC 5480 §2.1.1). Curves given by
 // explicit parameters are refused: a forged curve can make any signature valid.
 bool _vmPublicKey::loadEcc(Octets parameters, Octets bits, LogBase& log) {
-  StrictDer der(parameters);
+  DerReader der(parameters);
   Octets curveOid;
   if (!der.take(asn1_tag::kOid, curveOid)) {
     return refuse("The EC key does not name its curve.", log);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "velmora/support/asn1/strict_der.h"
+#include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/bignum/arithmetic/inverse.h"
 #include "velmora/support/key/refuse.h"
 
@@ -33,8 +33,8 @@ void readHash(Limb* value, std::span<const unsigned char> hash, const GroupOrder
 SignaturePair::Outcome SignaturePair::read(std::span<const unsigned char> signature,
                                            std::span<const unsigned char> hash,
                                            const GroupOrder& order, LogBase& log) {
-  StrictDer der(signature);
-  StrictDer members;
+  DerReader der(signature);
+  DerReader members;
   std::span<const unsigned char> rOctets, sOctets;
   if (!der.takeSequence(members) || !der.atEnd() || !members.takeUnsigned(rOctets) ||
       !members.takeUnsigned(sOctets) || !members.atEnd()) {

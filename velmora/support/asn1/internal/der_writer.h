@@ -7,7 +7,6 @@
 #include <span>
 
 #include "velmora/support/asn1/der_reader.h"
-#include "velmora/support/asn1/strict_der.h"
 #include "velmora/support/core/pod_array.h"
 #include "velmora/support/text/data_buffer.h"
 
