@@ -3,7 +3,7 @@
 #include "velmora/support/asn1/ber_walk.h"
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/asn1/oids.h"
-#include "velmora/support/key/rsa_key.h"
+#include "velmora/support/key/rsa.h"
 
 namespace velmora {
 

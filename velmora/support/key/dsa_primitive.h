@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmora/support/key/dsa_key.h"
+#include "velmora/support/key/dsa.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {

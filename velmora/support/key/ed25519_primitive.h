@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmora/support/key/ed25519_key.h"
+#include "velmora/support/key/ed25519.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmora/support/key/rsa_key.h"
+#include "velmora/support/key/rsa.h"
 #include "velmora/support/key/rsa_pss.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"

@@ -5,7 +5,7 @@
 
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/refuse.h"
-#include "velmora/support/key/rsa_key.h"
+#include "velmora/support/key/rsa.h"
 
 namespace velmora {
 namespace {

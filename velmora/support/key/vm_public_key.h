@@ -4,10 +4,10 @@
 #include <string_view>
 #include <variant>
 
-#include "velmora/support/key/dsa_key.h"
-#include "velmora/support/key/ecc_key.h"
-#include "velmora/support/key/ed25519_key.h"
-#include "velmora/support/key/rsa_key.h"
+#include "velmora/support/key/dsa.h"
+#include "velmora/support/key/ecdsa.h"
+#include "velmora/support/key/ed25519.h"
+#include "velmora/support/key/rsa.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/string_buffer.h"

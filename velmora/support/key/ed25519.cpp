@@ -1,4 +1,4 @@
-#include "velmora/support/key/ed25519_key.h"
+#include "velmora/support/key/ed25519.h"
 
 #include <algorithm>
 

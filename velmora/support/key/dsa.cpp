@@ -1,4 +1,4 @@
-#include "velmora/support/key/dsa_key.h"
+#include "velmora/support/key/dsa.h"
 
 #include "velmora/support/key/refuse.h"
 

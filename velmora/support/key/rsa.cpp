@@ -1,4 +1,4 @@
-#include "velmora/support/key/rsa_key.h"
+#include "velmora/support/key/rsa.h"
 
 #include "velmora/support/key/refuse.h"
 

@@ -1,4 +1,4 @@
-#include "velmora/support/key/ecc_key.h"
+#include "velmora/support/key/ecdsa.h"
 
 #include "velmora/support/asn1/oids.h"
 #include "velmora/support/key/internal/signature_pair.h"
