@@ -6,9 +6,9 @@
 #include <array>
 
 #include "velmora/support/hash/vm_hash.h"
-#include "velmora/support/key/dsa_primitive.h"
-#include "velmora/support/key/ed25519_primitive.h"
-#include "velmora/support/key/rsa_primitive.h"
+#include "velmora/support/key/dsa.h"
+#include "velmora/support/key/ed25519.h"
+#include "velmora/support/key/rsa.h"
 
 namespace velmora::bench {
 

@@ -7,9 +7,9 @@
 #include "velmora/certificate/internal/key_reader.h"
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/hash/vm_hash.h"
-#include "velmora/support/key/dsa_primitive.h"
-#include "velmora/support/key/ed25519_primitive.h"
-#include "velmora/support/key/rsa_primitive.h"
+#include "velmora/support/key/dsa.h"
+#include "velmora/support/key/ed25519.h"
+#include "velmora/support/key/rsa.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {

@@ -2,8 +2,8 @@
 
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/vm_asn1.h"
-#include "velmora/support/key/dsa_primitive.h"
-#include "velmora/support/key/ed25519_primitive.h"
+#include "velmora/support/key/dsa.h"
+#include "velmora/support/key/ed25519.h"
 #include "velmora/support/key/refuse.h"
 
 namespace velmora {

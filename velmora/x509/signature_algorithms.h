@@ -1,7 +1,7 @@
 #pragma once
 
 #include "velmora/support/hash/vm_hash.h"
-#include "velmora/support/key/rsa_primitive.h"
+#include "velmora/support/key/rsa.h"
 #include "velmora/support/key/vm_public_key.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"

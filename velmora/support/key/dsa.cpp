@@ -1,5 +1,6 @@
 #include "velmora/support/key/dsa.h"
 
+#include "velmora/support/key/internal/signature_pair.h"
 #include "velmora/support/key/refuse.h"
 
 namespace velmora {
@@ -47,6 +48,18 @@ bool DsaKeyData::powersMatch(const Limb* u1, const Limb* u2, const Limb* r) cons
   m_arithmetic.doublePower(v, m_g, u1, m_y, u2, orderLimbs);
   m_orderDivisor.reduce(v, v, m_arithmetic.count());
   return vartime::compareLimbs(v, r, orderLimbs) == 0;
+}
+
+bool DsaPrimitive::verify_hash(const unsigned char* sig, unsigned sigLen, const unsigned char* hash,
+                               unsigned hashLen, const DsaKeyData& key, bool& valid, LogBase& log) {
+  const LogContextExitor context(log, "dsaVerifyHash");
+  valid = false;
+  SignaturePair pair;
+  const auto outcome =
+      pair.read({sig, sigLen}, {hash, hashLen}, {key.order(), key.orderDivisor()}, log);
+  if (outcome == SignaturePair::Outcome::kUnreadable) return false;
+  valid = outcome == SignaturePair::Outcome::kReady && key.powersMatch(pair.u1, pair.u2, pair.r);
+  return true;
 }
 
 }  // namespace velmora

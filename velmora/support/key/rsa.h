@@ -6,6 +6,7 @@
 
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 #include "velmora/support/log/log_base.h"
+#include "velmora/support/text/data_buffer.h"
 
 namespace velmora {
 
@@ -39,6 +40,36 @@ class RsaKeyData {
   vartime::MontgomeryModulus m_arithmetic;
   vartime::Limb m_modulus[vartime::kMaxModulusLimbs];
   uint64_t m_exponent = 0;
+};
+
+/// With what a block of RSASSA-PSS was made.
+struct PssForm {
+  int maskHashId = 0;   // of _vmHash: the hash of the mask generation function MGF1
+  size_t saltSize = 0;  // in octets
+};
+
+/// Verification of RSA signatures (RFC 8017).
+class RsaPrimitive {
+ public:
+  static constexpr int kPaddingPkcs1 = 1;  // RSASSA-PKCS1-v1_5, §8.2
+  static constexpr int kPaddingPss = 3;    // RSASSA-PSS, §8.1
+
+  /// Applies the public key to a signature, which must be as long as the modulus and below it, and
+  /// replaces `out` by what it holds. False, with the reason logged, when the signature is refused.
+  ///
+  /// Padding 1: takes the block of type 1, with eight or more octets FF, away and leaves its
+  /// content. `hash` and `pssHashId` are not looked at. A content in which a hash OID and a digest
+  /// would be found must be a DigestInfo to the letter (isStrictDigestInfo); any other is given out
+  /// for the caller to report.
+  ///
+  /// Padding 3: true only when the signature is that of `hash`, which was made with `pssHashId` of
+  /// _vmHash (EMSA-PSS, §9.1.2). The salt's length is what the block says. The hash of the mask
+  /// generation function is not known here: that of the message is tried first, then the others.
+  /// `pssForm`, where there is one, tells with what the block was made, since neither is asked for.
+  /// `out` is left empty.
+  static bool unsignSslSig(const unsigned char* sig, unsigned sigLen, const unsigned char* hash,
+                           unsigned hashLen, const RsaKeyData& key, int padding, int pssHashId,
+                           DataBuffer& out, LogBase& log, PssForm* pssForm = nullptr);
 };
 
 }  // namespace velmora
