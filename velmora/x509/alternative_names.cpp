@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "velmora/support/text/encoding_convert.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // Alternative names (RFC 5280 §4.2.1.6):
@@ -78,10 +79,8 @@ bool appendOtherName(ClsXml& name, ClsXml& names) {
       !element->addAttribute("oid", oid.view())) {
     return false;
   }
-  if (!name.findChild2("contextSpecific")) return true;
-  const bool filled = putOtherNameValue(name, *element);
-  name.getParent2();
-  return filled;
+  const TreeVisit value = TreeVisit::toChild(name, "contextSpecific");
+  return !value || putOtherNameValue(name, *element);
 }
 
 // The first attribute of each RDN, as an element named by its OID, where its value is UTF-8, IA5 or
@@ -143,14 +142,12 @@ bool isEmailOrDnsName(const ClsXml& name) {
 void appendAddresses(ClsXml& names, XString& out) {
   const int count = names.get_NumChildren();
   for (int i = 0; i < count; ++i) {
-    names.GetChild2(i);
-    if (isEmailOrDnsName(names)) {
-      DataBuffer text;
-      decodeText(names.contentView(), text);
-      if (!text.empty() && !out.isEmpty()) out.appendChar(',');
-      out.getUtf8Sb_rw().append(text);
-    }
-    names.GetParent2();
+    const TreeVisit name = TreeVisit::toChild(names, i);
+    if (!isEmailOrDnsName(names)) continue;
+    DataBuffer text;
+    decodeText(names.contentView(), text);
+    if (!text.empty() && !out.isEmpty()) out.appendChar(',');
+    out.getUtf8Sb_rw().append(text);
   }
 }
 
@@ -163,10 +160,8 @@ bool VelmoraX509::generalizedNamesXml(ClsXml& node, XString& out, LogBase& log) 
   const int count = node.get_NumChildren();
   for (int i = 0; i < count; ++i) {
     LogContextExitor nameContext(log, "name");
-    node.getChild2(i);
-    const bool appended = appendGeneralName(node, *names);
-    node.getParent2();
-    if (!appended) {
+    const TreeVisit name = TreeVisit::toChild(node, i);
+    if (!appendGeneralName(node, *names)) {
       // For memory, or for a type whose OID is longer than an element's name may be.
       log.LogError("Failed to write a general name.");
       return false;

@@ -3,6 +3,7 @@
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/text/encoding_convert.h"
 #include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // Single attributes of the issuer and subject names (RFC 5280 §4.1.2.4):
@@ -58,42 +59,33 @@ Found readValue(ClsXml& name, const char* oid, XString& value) {
 bool VelmoraX509::get_IssuerValue(const char* oid, XString& value, LogBase& log) {
   value.weakClear();
   CritSecExitor lock(this);
-  LogNull noLog;
   if (m_certXml == nullptr) return false;
-  if (!m_certXml->velmoraPath(namePath(false), value, noLog)) {
+  const TreeVisit issuer(m_certXml, namePath(false));
+  if (!issuer) {
     log.LogError("Cannot get certificate issuer value (1)");
     return false;
   }
-  const Found found = readValue(*m_certXml, oid, value);
-  m_certXml->GetRoot2();
-  return found != Found::kNothing;
+  return readValue(*m_certXml, oid, value) != Found::kNothing;
 }
 
 bool VelmoraX509::get_SubjectValue(const char* oid, XString& value, LogBase& log) {
   value.weakClear();
   CritSecExitor lock(this);
-  LogNull noLog;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(true), value, noLog)) {
+  const TreeVisit subject(m_certXml, namePath(true));
+  if (!subject) {
     log.LogError("Navigation to the certificate subject failed.");
     return false;
   }
   const Found found = readValue(*m_certXml, oid, value);
   // Only subjects leave this trace: what stands on the log is part of the interface.
   if (found == Found::kUtf16) log.LogData("bmpStr", value.view());
-  m_certXml->GetRoot2();
   return found != Found::kNothing;
 }
 
 _vmAsn1* VelmoraX509::getDnAsn(bool forSubject, LogBase& log) {
   CritSecExitor lock(this);
-  LogNull noLog;
-  XString unused;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(forSubject), unused, noLog)) {
-    return nullptr;
-  }
-  _vmAsn1* name = _vmAsn1::xml_to_asn(*m_certXml, log);
-  m_certXml->GetRoot2();
-  return name;
+  const TreeVisit name(m_certXml, namePath(forSubject));
+  return name ? _vmAsn1::xml_to_asn(*m_certXml, log) : nullptr;
 }
 
 bool VelmoraX509::get_IssuerC(XString& value, LogBase& log) {

@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora {
@@ -35,12 +36,9 @@ void appendPair(ClsXml& value, const DnAttributeName& name, StringBuffer& out, L
 
 bool VelmoraX509::getDnJson(bool forSubject, StringBuffer& out, LogBase& log, int nameStyle) {
   CritSecExitor lock(this);
-  LogNull noLog;
   LogContextExitor context(log, "getDnJson");
-  XString unused;
-  if (m_certXml == nullptr || !m_certXml->velmoraPath(namePath(forSubject), unused, noLog)) {
-    return false;
-  }
+  const TreeVisit name(m_certXml, namePath(forSubject));
+  if (!name) return false;
   if (m_certXml->LastChild2()) {
     int rdnIndex = 0;
     do {
@@ -48,7 +46,6 @@ bool VelmoraX509::getDnJson(bool forSubject, StringBuffer& out, LogBase& log, in
       ++rdnIndex;  // counts the RDNs visited, whether or not they gave a pair
     } while (m_certXml->PreviousSibling2());
   }
-  m_certXml->GetRoot2();
   return true;
 }
 

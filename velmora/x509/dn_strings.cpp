@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // Names (RFC 5280 §4.1.2.4) as one line of text:
@@ -36,15 +37,14 @@ constexpr Direction kBackward = {&ClsXml::LastChild2, &ClsXml::PreviousSibling2}
 // the log and left out.
 bool appendName(ClsXml* tree, bool forSubject, bool withNames, int nameStyle, Direction direction,
                 XString& out, LogBase& log) {
-  LogNull noLog;
-  if (tree == nullptr || !tree->velmoraPath(namePath(forSubject), out, noLog)) return false;
+  const TreeVisit name(tree, namePath(forSubject));
+  if (!name) return false;
   out.getUtf8Sb_rw().reserve(kUsualNameSize);
   if ((tree->*direction.toFirst)()) {
     do {
       VelmoraX509::appendToDN(*tree, withNames, nameStyle, out, log);
     } while ((tree->*direction.toNext)());
   }
-  tree->GetRoot2();
   return true;
 }
 

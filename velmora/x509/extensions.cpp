@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // Extensions (RFC 5280 §4.1.2.9 and §4.2):
@@ -35,14 +36,12 @@ bool moveToListIn(ClsXml& at, const char* tag) {
   return false;
 }
 
-// Moves the handle from the root to the list. Every step goes to a child at its place: whoever asks
-// for a certificate chooses what stands deeper, in names and in the parameters of the key. Where no
-// [3] holds a list, a [0] may.
+// Moves the handle from the root to the list, or somewhere when there is none. Every step goes to a
+// child at its place: whoever asks for a certificate chooses what stands deeper, in names and in
+// the parameters of the key. Where no [3] holds a list, a [0] may.
 bool moveToList(ClsXml& tree) {
   if (!tree.findChild2("sequence")) return false;
-  if (moveToListIn(tree, "3") || moveToListIn(tree, "0")) return true;
-  tree.GetRoot2();
-  return false;
+  return moveToListIn(tree, "3") || moveToListIn(tree, "0");
 }
 
 // The first [0] of an identifier that holds more than that.
@@ -62,7 +61,9 @@ void extractKeyIdentifier(const StringBuffer& identifier, StringBuffer& out) {
 bool VelmoraX509::getExtensionDerDataByOid(const char* oid, DataBuffer& out, LogBase&) {
   out.clear();
   CritSecExitor lock(this);
-  if (m_certXml == nullptr || !moveToList(*m_certXml)) return false;
+  if (m_certXml == nullptr) return false;
+  const TreeVisit list = TreeVisit::fromRoot(*m_certXml, moveToList(*m_certXml));
+  if (!list) return false;
   StringBuffer path;
   path.append3("/C/oid,", oid, "|..|octets|*");
   LogNull noLog;
@@ -71,7 +72,6 @@ bool VelmoraX509::getExtensionDerDataByOid(const char* oid, DataBuffer& out, Log
   if (found) out.appendEncoded(base64.view(), "base64");
   // An extension for which memory ran out must not pass for an absent one.
   if (path.failed() || base64.failed()) out.markFailed();
-  m_certXml->GetRoot2();
   return found;
 }
 

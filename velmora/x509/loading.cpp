@@ -2,6 +2,7 @@
 #include <climits>
 
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora {
@@ -22,18 +23,6 @@ void forget(DataBuffer& der) {
   der.clear();
   der.markFailed();
 }
-
-// Moves a handle one level up when its scope ends.
-class ParentExitor {
- public:
-  explicit ParentExitor(ClsXml& xml) : m_xml(xml) {}
-  ~ParentExitor() { m_xml.getParent2(); }
-  ParentExitor(const ParentExitor&) = delete;
-  ParentExitor& operator=(const ParentExitor&) = delete;
-
- private:
-  ClsXml& m_xml;
-};
 
 }  // namespace
 
@@ -81,12 +70,12 @@ bool VelmoraX509::loadX509DerAlt(const unsigned char* der, unsigned int n, Syste
 bool VelmoraX509::loadBundle(SystemCerts* store, LogBase& log) {
   XString path("contextSpecific|sequence|contextSpecific|$");
   XString unused;
-  if (!m_certXml->VelmoraPath(path, unused)) {
+  const TreeVisit bundle = TreeVisit::fromRoot(*m_certXml, m_certXml->VelmoraPath(path, unused));
+  if (!bundle) {
     log.LogError("Unrecognized PKCS7 cert format.");
     return false;
   }
   const bool success = becomeFirstOfBundle(store, log);
-  m_certXml->GetRoot2();
   if (log.m_verbose) log.LogDataLong("success", success ? 1 : 0);
   return success;
 }
@@ -101,13 +90,12 @@ bool VelmoraX509::becomeFirstOfBundle(SystemCerts* store, LogBase& log) {
   DataBuffer laterDer;
   for (int i = 0; i < count; ++i) {
     if (log.m_verbose) log.LogInfo(kProgressLine);
-    m_certXml->getChild2(i);
+    const TreeVisit member = TreeVisit::toChild(*m_certXml, i);
     if (i == 0) m_certXml->getXml(true, firstXml, log);
     DataBuffer& der = i == 0 ? firstDer : laterDer;
     der.clear();
     const bool encoded = DerXmlCodec::xmlToDer(*m_certXml, der, log);
     if (encoded && store != nullptr) store->addCertDer(der, log);
-    m_certXml->getParent2();
   }
   if (firstDer.empty() || firstDer.failed()) return false;
   m_certDer.swap(firstDer);
@@ -125,11 +113,10 @@ bool VelmoraX509::loadX509_fromXml(ClsXml* xml, ExtPtrArrayRc& out, LogBase& log
   StringBuffer scratch;
   for (int i = 0; i < count; ++i) {
     if (log.m_verbose) log.LogInfo(kProgressLine);
-    if (!xml->getChild2(i)) return false;
-    const ParentExitor backToStart(*xml);
-    if (!xml->getChild2(0)) return false;
-    const ParentExitor backToChild(*xml);
-    if (!appendFromXml(*xml, scratch, out, log)) return false;
+    const TreeVisit child = TreeVisit::toChild(*xml, i);
+    if (!child) return false;
+    const TreeVisit root = TreeVisit::toChild(*xml, 0);
+    if (!root || !appendFromXml(*xml, scratch, out, log)) return false;
   }
   return true;
 }

@@ -1,5 +1,6 @@
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/key/vm_public_key.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // The subject public key (RFC 5280 §4.1.2.7):
@@ -27,19 +28,9 @@ bool refuseGost(const XString& oid, LogBase& log) {
 
 }  // namespace
 
-// Moves the tree's handle to the SubjectPublicKeyInfo; false, with the handle on the root, when
-// there is none.
-bool VelmoraX509::moveToSpki() {
-  LogNull noLog;
-  XString unused;
-  return m_certXml != nullptr && m_certXml->velmoraPath("sequence|sequence[4]|$", unused, noLog);
-}
-
-// Appends the DER of the SubjectPublicKeyInfo, on which the handle stands, and moves back to the
-// root.
+// Appends the DER of the SubjectPublicKeyInfo, on which the handle stands.
 bool VelmoraX509::encodeSpki(DataBuffer& out, LogBase& log) {
   const RefOwner<_vmAsn1> spki(_vmAsn1::xml_to_asn(*m_certXml, log));
-  m_certXml->GetRoot2();
   return spki && spki->EncodeToDer(out, false, log);
 }
 
@@ -71,7 +62,8 @@ bool VelmoraX509::readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log) {
       log.LogInfo(forOcsp ? "Returning DSA public key from X.509 cert..."
                           : "Returning DSA or ECDSA public key DER from X.509 cert...");
     }
-    return moveToSpki() && encodeSpki(out, log);
+    const TreeVisit spki(m_certXml, kSpkiPath);
+    return spki && encodeSpki(out, log);
   }
   if (oid.equalsUtf8(kGost94)) return refuseGost(oid, log);
   return getKeyBits(out);
@@ -104,9 +96,9 @@ bool VelmoraX509::getEcPoint(DataBuffer& out, LogBase& log) {
 bool VelmoraX509::get_PublicKeyXml(StringBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
   out.clear();
-  if (!moveToSpki()) return false;
+  const TreeVisit spki(m_certXml, kSpkiPath);
+  if (!spki) return false;
   m_certXml->getXml(false, out, log);
-  m_certXml->GetRoot2();
   return true;
 }
 

@@ -1,11 +1,13 @@
 #include "velmora/support/hash/vm_hash.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora {
 
 // Fills the cache that pins are made from; nothing is left in it on failure.
 bool VelmoraX509::fillSpkiDer(LogBase& log) {
-  if (!moveToSpki()) {
+  const TreeVisit spki(m_certXml, kSpkiPath);
+  if (!spki) {
     log.LogError("No SubjectPublicKeyInfo found in ASN.1");
     return false;
   }

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "velmora/support/text/byte_codecs.h"
+#include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
 // The simple fields of a certificate (RFC 5280 §4.1):
@@ -27,16 +28,6 @@ bool readField(ClsXml* tree, std::string_view path, XString& result) {
 
 // Dates are read without taking memory: one that memory ran out for would count as long past, and a
 // notBefore in the past makes a certificate valid.
-
-// Moves the handle from the root to one of the two dates; where there is none it stays on the root.
-bool moveToDate(ClsXml& tree, bool from) {
-  LogNull noLog;
-  XString unused;
-  if (!tree.velmoraPath("sequence|sequence[2]|$", unused, noLog)) return false;
-  if (from ? tree.FirstChild2() : tree.GetChild2(1)) return true;
-  tree.GetRoot2();
-  return false;
-}
 
 // The text of a GeneralizedTime of any length in little room: of a run of digits the first kDigits
 // are kept. Only a fraction may have more, of which nine count, so that what is kept stands for the
@@ -152,14 +143,14 @@ bool VelmoraX509::get_PublicKeyAlgorithm(XString& out, LogBase&) {
 
 bool VelmoraX509::get_Valid_To_or_From_UTC(bool from, VelmoraSysTime& t, LogBase& log) {
   CritSecExitor lock(this);
-  if (m_certXml == nullptr || !moveToDate(*m_certXml, from)) {
+  const TreeVisit validity(m_certXml, "sequence|sequence[2]|$");
+  if (!validity || !(from ? m_certXml->FirstChild2() : m_certXml->GetChild2(1))) {
     // The text is part of the interface, its slip and its "From" for either date included.
     log.LogError("Failed to get X509 certificate Valid-From date/timme");
     return false;
   }
   const bool read = readDate(*m_certXml, t, log);
   if (!read) reportStrangeDate(*m_certXml, log);
-  m_certXml->GetRoot2();
   return read;
 }
 

@@ -369,7 +369,6 @@ class VelmoraX509 : public RefCountedObject {
 
  private:
   bool compareNames(bool& same, LogBase& log);
-  bool moveToSpki();
   bool encodeSpki(DataBuffer& out, LogBase& log);
   bool readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log);
   bool getKeyBits(DataBuffer& out);
