@@ -7,7 +7,7 @@
 
 #include "bench/benchmarks.h"
 #include "bench/signatures/signature_benchmarks.h"
-#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::bench {
 

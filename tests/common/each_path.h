@@ -5,7 +5,7 @@
 #include <cctype>
 #include <string>
 
-#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::test {
 

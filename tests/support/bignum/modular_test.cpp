@@ -5,7 +5,7 @@
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
-#include "velmora/support/bignum/internal/cpu_words.h"
+#include "velmora/support/bignum/internal/fastest_path.h"
 
 namespace velmora::vartime {
 namespace {
@@ -33,22 +33,17 @@ TEST(LimbsTest, BigEndianBytesAreBounded) {
 }
 
 TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
-  constexpr unsigned kMulx = CpuWords::kBmi2 | CpuWords::kAdx;
-  constexpr unsigned kIfma = CpuWords::kAvx512F | CpuWords::kAvx512Ifma;
-  constexpr unsigned kZmm = CpuWords::kZmmStates;
+  constexpr unsigned kMulx = CpuFeatures::kBmi2 | CpuFeatures::kAdx;
+  constexpr unsigned kIfma = CpuFeatures::kAvx512F | CpuFeatures::kAvx512Ifma;
   const struct {
-    CpuWords cpu;
+    CpuFeatures cpu;
     ArithmeticPath path;
   } cases[] = {
-      {{0, 0}, ArithmeticPath::kPortable},
-      {{~0U ^ CpuWords::kBmi2, ~0U}, ArithmeticPath::kPortable},
-      {{~0U ^ CpuWords::kAdx, ~0U}, ArithmeticPath::kPortable},
-      {{kMulx, 0}, ArithmeticPath::kMulxAdx},
-      {{~0U ^ CpuWords::kAvx512F, ~0U}, ArithmeticPath::kMulxAdx},
-      {{~0U ^ CpuWords::kAvx512Ifma, ~0U}, ArithmeticPath::kMulxAdx},
-      {{~0U, 0}, ArithmeticPath::kMulxAdx},
-      {{~0U, ~0U ^ 0x80}, ArithmeticPath::kMulxAdx},  // ZMM16 to ZMM31 are not saved
-      {{kMulx | kIfma, kZmm}, ArithmeticPath::kAvx512Ifma},
+      {{0, 0, 0}, ArithmeticPath::kPortable},
+      {{0, ~0U ^ CpuFeatures::kAdx, ~0U}, ArithmeticPath::kPortable},
+      {{0, kMulx, 0}, ArithmeticPath::kMulxAdx},
+      {{0, ~0U, 0}, ArithmeticPath::kMulxAdx},
+      {{0, kMulx | kIfma, CpuFeatures::kZmmStates}, ArithmeticPath::kAvx512Ifma},
   };
   for (const auto& c : cases) EXPECT_EQ(fastestPathOn(c.cpu), c.path) << c.cpu.leaf7Ebx;
 }

@@ -1,5 +1,6 @@
 #include "velmora/support/hash/sha_path.h"
 
+#include "velmora/support/core/cpu_features.h"
 #include "velmora/support/hash/internal/sha_rounds.h"
 #include "velmora/support/hash/internal/sha_x86.h"
 
@@ -25,9 +26,10 @@ struct PathList {
   PathList() noexcept {
 #if VELMORA_SHA_X86
     using namespace sha_x86;
-    if (cpuHasBmi2()) paths[count++] = {"bmi2", sha1Bmi2, sha256Bmi2, sha512Bmi2};
-    if (cpuHasAvxAndBmi2()) paths[count++] = {"avx", sha1Bmi2, sha256Bmi2, sha512Avx};
-    if (cpuHasSha()) {
+    const CpuFeatures& cpu = cpuFeatures();
+    if (cpu.hasBmi2()) paths[count++] = {"bmi2", sha1Bmi2, sha256Bmi2, sha512Bmi2};
+    if (cpu.hasAvx() && cpu.hasBmi2()) paths[count++] = {"avx", sha1Bmi2, sha256Bmi2, sha512Avx};
+    if (cpu.hasSha()) {
       // The extensions hold nothing for SHA-512, and not every CPU that has them has AVX or BMI2.
       const auto sha512 = paths[count - 1].sha512;
       paths[count++] = {"sha extensions", sha1Extensions, sha256Extensions, sha512};

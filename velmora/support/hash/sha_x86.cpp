@@ -2,7 +2,6 @@
 
 #if VELMORA_SHA_X86
 
-#include <cpuid.h>
 #include <immintrin.h>
 
 #include <utility>
@@ -153,21 +152,6 @@ template <size_t... kFirst, size_t... kPair>
 }
 
 }  // namespace
-
-bool cpuHasBmi2() noexcept {
-  return __builtin_cpu_supports("bmi2") != 0;
-}
-
-bool cpuHasAvxAndBmi2() noexcept {
-  return cpuHasBmi2() && __builtin_cpu_supports("avx") != 0;
-}
-
-bool cpuHasSha() noexcept {
-  // Bit 29 of EBX in CPUID leaf 7, sub-leaf 0, for which Clang 14 has no name.
-  unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
-  return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & 1U << 29) != 0 &&
-         __builtin_cpu_supports("ssse3") != 0 && __builtin_cpu_supports("sse4.1") != 0;
-}
 
 // BMI2 gives the rounds a rotation that keeps its source, which saves a move each.
 [[gnu::target("bmi2")]] void sha1Bmi2(uint32_t* state, const unsigned char* blocks,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
-#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::vartime {
 

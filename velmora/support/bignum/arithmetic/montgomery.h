@@ -2,7 +2,7 @@
 
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/arithmetic/limbs.h"
-#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::vartime {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
-#include "velmora/support/bignum/cpu_features.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 #include "velmora/support/bignum/curves/curve_data.h"
 
 namespace velmora::vartime {

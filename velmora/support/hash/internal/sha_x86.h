@@ -10,11 +10,6 @@
 /// where the CPU feature in its name is present.
 namespace velmora::sha_x86 {
 
-bool cpuHasBmi2() noexcept;
-bool cpuHasAvxAndBmi2() noexcept;
-/// The SHA extensions, with SSSE3 and SSE4.1, which their functions use as well.
-bool cpuHasSha() noexcept;
-
 void sha1Bmi2(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
 void sha256Bmi2(uint32_t* state, const unsigned char* blocks, size_t count) noexcept;
 void sha512Bmi2(uint64_t* state, const unsigned char* blocks, size_t count) noexcept;

@@ -1,0 +1,54 @@
+#include "velmora/support/core/cpu_features.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace velmora {
+namespace {
+
+using F = CpuFeatures;
+
+std::string names(const F& cpu) {
+  std::string all;
+  if (cpu.hasBmi2()) all += "bmi2 ";
+  if (cpu.hasMulxAdx()) all += "mulx ";
+  if (cpu.hasAvx()) all += "avx ";
+  if (cpu.hasAvx512Ifma()) all += "ifma ";
+  if (cpu.hasSha()) all += "sha ";
+  return all;
+}
+
+TEST(CpuFeaturesTest, EachRestsOnAllItsBits) {
+  const struct {
+    F without;
+    const char* names;
+  } cases[] = {
+      {{}, "bmi2 mulx avx ifma sha "},
+      {{F::kSsse3, 0, 0}, "bmi2 mulx avx ifma "},
+      {{F::kSse41, 0, 0}, "bmi2 mulx avx ifma "},
+      {{F::kAvx, 0, 0}, "bmi2 mulx ifma sha "},
+      {{0, F::kBmi2, 0}, "avx ifma sha "},
+      {{0, F::kAdx, 0}, "bmi2 avx ifma sha "},
+      {{0, F::kAvx512F, 0}, "bmi2 mulx avx sha "},
+      {{0, F::kAvx512Ifma, 0}, "bmi2 mulx avx sha "},
+      {{0, F::kSha, 0}, "bmi2 mulx avx ifma "},
+      {{0, 0, 0x04}, "bmi2 mulx sha "},      // no upper halves of YMM are saved
+      {{0, 0, 0x80}, "bmi2 mulx avx sha "},  // ZMM16 to ZMM31 are not
+      {{~0U, ~0U, ~0U}, ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(names({~c.without.leaf1Ecx, ~c.without.leaf7Ebx, ~c.without.savedStates}), c.names);
+  }
+}
+
+#if defined(__x86_64__)
+TEST(CpuFeaturesTest, AreThoseThatTheCompilerKnowsOf) {
+  EXPECT_EQ(cpuFeatures().hasBmi2(), __builtin_cpu_supports("bmi2") != 0);
+  EXPECT_EQ(cpuFeatures().hasAvx(), __builtin_cpu_supports("avx") != 0);
+  EXPECT_EQ(cpuFeatures().hasAvx512Ifma(), __builtin_cpu_supports("avx512ifma") != 0);
+}
+#endif
+
+}  // namespace
+}  // namespace velmora
