@@ -15,45 +15,39 @@
 // The pieces that field arithmetic is made of are smaller than a call to them.
 #define VELMORA_INLINE __attribute__((always_inline)) inline
 
+// clang-format off
 // One limb of a row that lives in memory: adds a[i] * rdx and the carry `in` to r[i].
-#define VELMORA_MEMORY_STEP(offset, in, out) \
-  "mulx " offset "(%[a]), %[lo], %[" out     \
-  "]\n\t"                                    \
-  "adcx %[" in                               \
-  "], %[lo]\n\t"                             \
-  "adox " offset                             \
-  "(%[r]), %[lo]\n\t"                        \
-  "mov %[lo], " offset "(%[r])\n\t"
+#define VELMORA_MEMORY_STEP(offset, in, out)      \
+  "mulx  " offset "(%[a]), %[lo], %[" out "]\n\t" \
+  "adcx  %[" in "], %[lo]\n\t"                    \
+  "adox  " offset "(%[r]), %[lo]\n\t"             \
+  "mov   %[lo], " offset "(%[r])\n\t"
 
 // Ends a row: both carries into the last high half.
-#define VELMORA_ROW_END(last) \
-  "mov $0, %k[lo]\n\t"        \
-  "adcx %[lo], %[" last       \
-  "]\n\t"                     \
-  "adox %[lo], %[" last "]\n\t"
+#define VELMORA_ROW_END(last)    \
+  "mov   $0, %k[lo]\n\t"         \
+  "adcx  %[lo], %[" last "]\n\t" \
+  "adox  %[lo], %[" last "]\n\t"
 
 // One limb of a row whose accumulators are registers.
 #define VELMORA_REGISTER_STEP(offset, low, high) \
-  "mulx " offset                                 \
-  "(%[a]), %[lo], %[hi]\n\t"                     \
-  "adcx %[lo], %[" low                           \
-  "]\n\t"                                        \
-  "adox %[hi], %[" high "]\n\t"
+  "mulx  " offset "(%[a]), %[lo], %[hi]\n\t"     \
+  "adcx  %[lo], %[" low "]\n\t"                  \
+  "adox  %[hi], %[" high "]\n\t"
 
 // After the last step of a reduction row: adds the carry of the row before, gives this row's.
 #define VELMORA_CARRY_END(top) \
-  "mov $0, %k[lo]\n\t"         \
-  "adcx %[c], %[" top          \
-  "]\n\t"                      \
-  "mov %[lo], %[c]\n\t"        \
-  "adcx %[lo], %[c]\n\t"       \
-  "adox %[lo], %[c]\n\t"
+  "mov   $0, %k[lo]\n\t"       \
+  "adcx  %[c], %[" top "]\n\t" \
+  "mov   %[lo], %[c]\n\t"      \
+  "adcx  %[lo], %[c]\n\t"      \
+  "adox  %[lo], %[c]\n\t"
 
 // One limb of a sum or difference in memory.
-#define VELMORA_CHAIN_STEP(operation, offset)           \
-  "mov " offset "(%[a]), %[t]\n\t" operation " " offset \
-  "(%[b]), %[t]\n\t"                                    \
-  "mov %[t], " offset "(%[r])\n\t"
+#define VELMORA_CHAIN_STEP(operation, offset) \
+  "mov   " offset "(%[a]), %[t]\n\t"          \
+  operation "   " offset "(%[b]), %[t]\n\t"   \
+  "mov   %[t], " offset "(%[r])\n\t"
 
 // Six limbs of one, which all lengths of more than four have.
 #define VELMORA_CHAIN_OF_6(first, next) \
@@ -65,11 +59,15 @@
   VELMORA_CHAIN_STEP(next, "40")
 
 // A chain of any of those lengths; its last carry becomes a mask in t.
-#define VELMORA_CHAIN(first, next, rest)                                 \
-  asm volatile(VELMORA_CHAIN_OF_6(first, next) rest "sbb %[t], %[t]\n\t" \
-               : [t] "=&r"(mask)                                         \
-               : [r] "r"(r), [a] "r"(a), [b] "r"(b)                      \
-               : "cc", "memory")
+#define VELMORA_CHAIN(first, next, rest)   \
+  asm volatile(                            \
+      VELMORA_CHAIN_OF_6(first, next)      \
+      rest                                 \
+      "sbb   %[t], %[t]\n\t"               \
+      : [t] "=&r"(mask)                    \
+      : [r] "r"(r), [a] "r"(a), [b] "r"(b) \
+      : "cc", "memory")
+// clang-format on
 
 namespace velmora::vartime {
 
@@ -188,15 +186,20 @@ struct MulxRows {
                                   Limb b) {
     Limb lo = 0;
     Limb hi;
-    asm("xor %k[lo], %k[lo]\n\t"  // clears CF and OF
-        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
-            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
-        "mov $0, %k[lo]\n\t"
-        "adcx %[lo], %[t4]\n\t"
+    // clang-format off
+    asm(
+        "xor   %k[lo], %k[lo]\n\t"  // clears CF and OF
+        VELMORA_REGISTER_STEP("0", "t0", "t1")
+        VELMORA_REGISTER_STEP("8", "t1", "t2")
+        VELMORA_REGISTER_STEP("16", "t2", "t3")
+        VELMORA_REGISTER_STEP("24", "t3", "t4")
+        "mov   $0, %k[lo]\n\t"
+        "adcx  %[lo], %[t4]\n\t"
         : [lo] "+&r"(lo), [hi] "=&r"(hi), [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2),
           [t3] "+&r"(t3), [t4] "+&r"(t4)
         : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
         : "cc");
+    // clang-format on
   }
 
   // t0..t3 and t4 += a * b, and t4 += carry; carry becomes the carry out.
@@ -204,28 +207,32 @@ struct MulxRows {
                                        Limb& carry, const Limb* a, Limb b) {
     Limb lo = 0;
     Limb hi;
-    asm("xor %k[lo], %k[lo]\n\t"  //
-        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
-            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
-                VELMORA_CARRY_END("t4")
+    // clang-format off
+    asm(
+        "xor   %k[lo], %k[lo]\n\t"
+        VELMORA_REGISTER_STEP("0", "t0", "t1")
+        VELMORA_REGISTER_STEP("8", "t1", "t2")
+        VELMORA_REGISTER_STEP("16", "t2", "t3")
+        VELMORA_REGISTER_STEP("24", "t3", "t4")
+        VELMORA_CARRY_END("t4")
         : [lo] "+&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [t0] "+&r"(t0), [t1] "+&r"(t1),
           [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4)
         : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
         : "cc");
+    // clang-format on
   }
 
   // r = t, or t - p where t + carry * 2^256 is not below p.
   VELMORA_INLINE static void reduceOnce4(Limb* r, Limb t0, Limb t1, Limb t2, Limb t3, Limb carry,
                                          const Limb* p) {
-    Limb s0 = t0;
-    Limb s1 = t1;
-    Limb s2 = t2;
-    Limb s3 = t3;
-    asm("sub 0(%[p]), %[s0]\n\t"
-        "sbb 8(%[p]), %[s1]\n\t"
-        "sbb 16(%[p]), %[s2]\n\t"
-        "sbb 24(%[p]), %[s3]\n\t"
-        "sbb $0, %[c]\n\t"
+    Limb s0 = t0, s1 = t1, s2 = t2, s3 = t3;
+    // clang-format off
+    asm(
+        "sub   0(%[p]), %[s0]\n\t"
+        "sbb   8(%[p]), %[s1]\n\t"
+        "sbb   16(%[p]), %[s2]\n\t"
+        "sbb   24(%[p]), %[s3]\n\t"
+        "sbb   $0, %[c]\n\t"
         "cmovc %[t0], %[s0]\n\t"
         "cmovc %[t1], %[s1]\n\t"
         "cmovc %[t2], %[s2]\n\t"
@@ -234,6 +241,7 @@ struct MulxRows {
         : [t0] "r"(t0), [t1] "r"(t1), [t2] "r"(t2), [t3] "r"(t3), [p] "r"(p),
           "m"(*reinterpret_cast<const Limb(*)[4]>(p))
         : "cc");
+    // clang-format on
     store4(r, s0, s1, s2, s3);
   }
 
@@ -248,74 +256,80 @@ struct MulxRows {
   VELMORA_INLINE static void firstRow4(Limb& t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4,
                                        const Limb* a, Limb b) {
     Limb lo;
-    asm("xor %k[lo], %k[lo]\n\t"
-        "mulx 0(%[a]), %[t0], %[t1]\n\t"
-        "mulx 8(%[a]), %[lo], %[t2]\n\t"
-        "adcx %[lo], %[t1]\n\t"
-        "mulx 16(%[a]), %[lo], %[t3]\n\t"
-        "adcx %[lo], %[t2]\n\t"
-        "mulx 24(%[a]), %[lo], %[t4]\n\t"
-        "adcx %[lo], %[t3]\n\t"
-        "mov $0, %k[lo]\n\t"
-        "adcx %[lo], %[t4]\n\t"
+    // clang-format off
+    asm(
+        "xor   %k[lo], %k[lo]\n\t"
+        "mulx  0(%[a]), %[t0], %[t1]\n\t"
+        "mulx  8(%[a]), %[lo], %[t2]\n\t"
+        "adcx  %[lo], %[t1]\n\t"
+        "mulx  16(%[a]), %[lo], %[t3]\n\t"
+        "adcx  %[lo], %[t2]\n\t"
+        "mulx  24(%[a]), %[lo], %[t4]\n\t"
+        "adcx  %[lo], %[t3]\n\t"
+        "mov   $0, %k[lo]\n\t"
+        "adcx  %[lo], %[t4]\n\t"
         : [lo] "=&r"(lo), [t0] "=&r"(t0), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3),
           [t4] "=&r"(t4)
         : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
         : "cc");
+    // clang-format on
   }
 
   // r0..r7 = a * a: the six products of different limbs, doubled, plus the four squares.
   VELMORA_INLINE static void square4(Limb& r0, Limb& r1, Limb& r2, Limb& r3, Limb& r4, Limb& r5,
                                      Limb& r6, Limb& r7, const Limb* a) {
     Limb lo, hi;
-    asm("mov 0(%[a]), %%rdx\n\t"
-        "xor %k[r5], %k[r5]\n\t"
-        "mulx 8(%[a]), %[r1], %[r2]\n\t"   // a0 a1
-        "mulx 16(%[a]), %[lo], %[r3]\n\t"  // a0 a2
-        "adcx %[lo], %[r2]\n\t"
-        "mulx 24(%[a]), %[lo], %[r4]\n\t"  // a0 a3
-        "adcx %[lo], %[r3]\n\t"
-        "mov 8(%[a]), %%rdx\n\t"
-        "adcx %[r5], %[r4]\n\t"
-        "mulx 16(%[a]), %[lo], %[hi]\n\t"  // a1 a2
-        "adcx %[lo], %[r3]\n\t"
-        "adox %[hi], %[r4]\n\t"
-        "mulx 24(%[a]), %[lo], %[hi]\n\t"  // a1 a3
-        "adcx %[lo], %[r4]\n\t"
-        "adox %[hi], %[r5]\n\t"
-        "mov 16(%[a]), %%rdx\n\t"
-        "mulx 24(%[a]), %[lo], %[r6]\n\t"  // a2 a3
-        "adcx %[lo], %[r5]\n\t"
-        "mov $0, %k[r7]\n\t"
-        "adox %[r7], %[r6]\n\t"
-        "adcx %[r7], %[r6]\n\t"
-        "xor %k[lo], %k[lo]\n\t"  // CF doubles, OF adds the squares
-        "mov 0(%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[r0], %[hi]\n\t"
-        "adcx %[r1], %[r1]\n\t"
-        "adox %[hi], %[r1]\n\t"
-        "mov 8(%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "adcx %[r2], %[r2]\n\t"
-        "adox %[lo], %[r2]\n\t"
-        "adcx %[r3], %[r3]\n\t"
-        "adox %[hi], %[r3]\n\t"
-        "mov 16(%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "adcx %[r4], %[r4]\n\t"
-        "adox %[lo], %[r4]\n\t"
-        "adcx %[r5], %[r5]\n\t"
-        "adox %[hi], %[r5]\n\t"
-        "mov 24(%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "adcx %[r6], %[r6]\n\t"
-        "adox %[lo], %[r6]\n\t"
-        "adcx %[r7], %[r7]\n\t"
-        "adox %[hi], %[r7]\n\t"
+    // clang-format off
+    asm(
+        "mov   0(%[a]), %%rdx\n\t"
+        "xor   %k[r5], %k[r5]\n\t"
+        "mulx  8(%[a]), %[r1], %[r2]\n\t"   // a0 a1
+        "mulx  16(%[a]), %[lo], %[r3]\n\t"  // a0 a2
+        "adcx  %[lo], %[r2]\n\t"
+        "mulx  24(%[a]), %[lo], %[r4]\n\t"  // a0 a3
+        "adcx  %[lo], %[r3]\n\t"
+        "mov   8(%[a]), %%rdx\n\t"
+        "adcx  %[r5], %[r4]\n\t"
+        "mulx  16(%[a]), %[lo], %[hi]\n\t"  // a1 a2
+        "adcx  %[lo], %[r3]\n\t"
+        "adox  %[hi], %[r4]\n\t"
+        "mulx  24(%[a]), %[lo], %[hi]\n\t"  // a1 a3
+        "adcx  %[lo], %[r4]\n\t"
+        "adox  %[hi], %[r5]\n\t"
+        "mov   16(%[a]), %%rdx\n\t"
+        "mulx  24(%[a]), %[lo], %[r6]\n\t"  // a2 a3
+        "adcx  %[lo], %[r5]\n\t"
+        "mov   $0, %k[r7]\n\t"
+        "adox  %[r7], %[r6]\n\t"
+        "adcx  %[r7], %[r6]\n\t"
+        "xor   %k[lo], %k[lo]\n\t"          // CF doubles, OF adds the squares
+        "mov   0(%[a]), %%rdx\n\t"
+        "mulx  %%rdx, %[r0], %[hi]\n\t"
+        "adcx  %[r1], %[r1]\n\t"
+        "adox  %[hi], %[r1]\n\t"
+        "mov   8(%[a]), %%rdx\n\t"
+        "mulx  %%rdx, %[lo], %[hi]\n\t"
+        "adcx  %[r2], %[r2]\n\t"
+        "adox  %[lo], %[r2]\n\t"
+        "adcx  %[r3], %[r3]\n\t"
+        "adox  %[hi], %[r3]\n\t"
+        "mov   16(%[a]), %%rdx\n\t"
+        "mulx  %%rdx, %[lo], %[hi]\n\t"
+        "adcx  %[r4], %[r4]\n\t"
+        "adox  %[lo], %[r4]\n\t"
+        "adcx  %[r5], %[r5]\n\t"
+        "adox  %[hi], %[r5]\n\t"
+        "mov   24(%[a]), %%rdx\n\t"
+        "mulx  %%rdx, %[lo], %[hi]\n\t"
+        "adcx  %[r6], %[r6]\n\t"
+        "adox  %[lo], %[r6]\n\t"
+        "adcx  %[r7], %[r7]\n\t"
+        "adox  %[hi], %[r7]\n\t"
         : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
           [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [lo] "=&r"(lo), [hi] "=&r"(hi)
         : [a] "r"(a), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
         : "cc", "rdx");
+    // clang-format on
   }
 
  private:
@@ -350,54 +364,77 @@ struct MulxRows {
 
   static inline Limb addMultiply1(Limb* r, const Limb* a, Limb b, Limb carry) {
     Limb lo, hi;
-    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi") VELMORA_ROW_END("hi")
-                 : [lo] "=&r"(lo), [hi] "=&r"(hi)
-                 : [r] "r"(r), [a] "r"(a), [c] "r"(carry), "d"(b)
-                 : "cc", "memory");
+    // clang-format off
+    asm volatile(
+        "xor   %k[lo], %k[lo]\n\t"
+        VELMORA_MEMORY_STEP("0", "c", "hi")
+        VELMORA_ROW_END("hi")
+        : [lo] "=&r"(lo), [hi] "=&r"(hi)
+        : [r] "r"(r), [a] "r"(a), [c] "r"(carry), "d"(b)
+        : "cc", "memory");
+    // clang-format on
     return hi;
   }
 
   static inline Limb addMultiply2(Limb* r, const Limb* a, Limb b, Limb carry) {
     Limb lo, hi;
-    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi")
-                     VELMORA_MEMORY_STEP("8", "hi", "c") VELMORA_ROW_END("c")
-                 : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
-                 : [r] "r"(r), [a] "r"(a), "d"(b)
-                 : "cc", "memory");
+    // clang-format off
+    asm volatile(
+        "xor   %k[lo], %k[lo]\n\t"
+        VELMORA_MEMORY_STEP("0", "c", "hi")
+        VELMORA_MEMORY_STEP("8", "hi", "c")
+        VELMORA_ROW_END("c")
+        : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
+        : [r] "r"(r), [a] "r"(a), "d"(b)
+        : "cc", "memory");
+    // clang-format on
     return carry;
   }
 
   static inline Limb addMultiply4(Limb* r, const Limb* a, Limb b, Limb carry) {
     Limb lo, hi;
-    asm volatile("xor %k[lo], %k[lo]\n\t" VELMORA_MEMORY_STEP("0", "c", "hi")
-                     VELMORA_MEMORY_STEP("8", "hi", "c") VELMORA_MEMORY_STEP("16", "c", "hi")
-                         VELMORA_MEMORY_STEP("24", "hi", "c") VELMORA_ROW_END("c")
-                 : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
-                 : [r] "r"(r), [a] "r"(a), "d"(b)
-                 : "cc", "memory");
+    // clang-format off
+    asm volatile(
+        "xor   %k[lo], %k[lo]\n\t"
+        VELMORA_MEMORY_STEP("0", "c", "hi")
+        VELMORA_MEMORY_STEP("8", "hi", "c")
+        VELMORA_MEMORY_STEP("16", "c", "hi")
+        VELMORA_MEMORY_STEP("24", "hi", "c")
+        VELMORA_ROW_END("c")
+        : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry)
+        : [r] "r"(r), [a] "r"(a), "d"(b)
+        : "cc", "memory");
+    // clang-format on
     return carry;
   }
 
   // Eights of limbs, at least one. lea and jrcxz count without touching either carry.
   static inline Limb addMultiply8s(Limb* r, const Limb* a, size_t eights, Limb b, Limb carry) {
     Limb lo, hi;
-    asm volatile("xor %k[lo], %k[lo]\n"
-        "1:\n\t"  //
-        VELMORA_MEMORY_STEP("0", "c", "hi") VELMORA_MEMORY_STEP("8", "hi", "c")
-            VELMORA_MEMORY_STEP("16", "c", "hi") VELMORA_MEMORY_STEP("24", "hi", "c")
-                VELMORA_MEMORY_STEP("32", "c", "hi") VELMORA_MEMORY_STEP("40", "hi", "c")
-                    VELMORA_MEMORY_STEP("48", "c", "hi") VELMORA_MEMORY_STEP("56", "hi", "c")
-        "lea 64(%[a]), %[a]\n\t"
-        "lea 64(%[r]), %[r]\n\t"
-        "lea -1(%%rcx), %%rcx\n\t"
+    // clang-format off
+    asm volatile(
+        "xor   %k[lo], %k[lo]\n"
+        "1:\n\t"
+        VELMORA_MEMORY_STEP("0", "c", "hi")
+        VELMORA_MEMORY_STEP("8", "hi", "c")
+        VELMORA_MEMORY_STEP("16", "c", "hi")
+        VELMORA_MEMORY_STEP("24", "hi", "c")
+        VELMORA_MEMORY_STEP("32", "c", "hi")
+        VELMORA_MEMORY_STEP("40", "hi", "c")
+        VELMORA_MEMORY_STEP("48", "c", "hi")
+        VELMORA_MEMORY_STEP("56", "hi", "c")
+        "lea   64(%[a]), %[a]\n\t"
+        "lea   64(%[r]), %[r]\n\t"
+        "lea   -1(%%rcx), %%rcx\n\t"
         "jrcxz 2f\n\t"
-        "jmp 1b\n"
-        "2:\n\t"  //
+        "jmp   1b\n"
+        "2:\n\t"
         VELMORA_ROW_END("c")
         : [lo] "=&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [r] "+&r"(r), [a] "+&r"(a),
           "+&c"(eights)
         : "d"(b)
         : "cc", "memory");
+    // clang-format on
     return carry;
   }
 
@@ -434,15 +471,21 @@ struct MulxRows {
                                        Limb& t6, Limb& carry, const Limb* a, Limb b) {
     Limb lo = 0;
     Limb hi;
-    asm("xor %k[lo], %k[lo]\n\t"  //
-        VELMORA_REGISTER_STEP("0", "t0", "t1") VELMORA_REGISTER_STEP("8", "t1", "t2")
-            VELMORA_REGISTER_STEP("16", "t2", "t3") VELMORA_REGISTER_STEP("24", "t3", "t4")
-                VELMORA_REGISTER_STEP("32", "t4", "t5") VELMORA_REGISTER_STEP("40", "t5", "t6")
-                    VELMORA_CARRY_END("t6")
+    // clang-format off
+    asm(
+        "xor   %k[lo], %k[lo]\n\t"
+        VELMORA_REGISTER_STEP("0", "t0", "t1")
+        VELMORA_REGISTER_STEP("8", "t1", "t2")
+        VELMORA_REGISTER_STEP("16", "t2", "t3")
+        VELMORA_REGISTER_STEP("24", "t3", "t4")
+        VELMORA_REGISTER_STEP("32", "t4", "t5")
+        VELMORA_REGISTER_STEP("40", "t5", "t6")
+        VELMORA_CARRY_END("t6")
         : [lo] "+&r"(lo), [hi] "=&r"(hi), [c] "+&r"(carry), [t0] "+&r"(t0), [t1] "+&r"(t1),
           [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6)
         : [a] "r"(a), "d"(b), "m"(*reinterpret_cast<const Limb(*)[6]>(a))
         : "cc");
+    // clang-format on
   }
 
   static inline void multiply6(Limb* r, const Limb* a, const Limb* b) {
@@ -481,14 +524,17 @@ struct MulxRows {
   // a chain of additions there.
   VELMORA_INLINE static void addMod4(Limb* r, const Limb* a, const Limb* b, const Limb* p) {
     Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], carry = 0;
-    asm("add %[b0], %[t0]\n\t"
-        "adc %[b1], %[t1]\n\t"
-        "adc %[b2], %[t2]\n\t"
-        "adc %[b3], %[t3]\n\t"
-        "adc $0, %[c]\n\t"
+    // clang-format off
+    asm(
+        "add   %[b0], %[t0]\n\t"
+        "adc   %[b1], %[t1]\n\t"
+        "adc   %[b2], %[t2]\n\t"
+        "adc   %[b3], %[t3]\n\t"
+        "adc   $0, %[c]\n\t"
         : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [c] "+&r"(carry)
         : [b0] "rm"(b[0]), [b1] "rm"(b[1]), [b2] "rm"(b[2]), [b3] "rm"(b[3])
         : "cc");
+    // clang-format on
     reduceOnce4(r, t0, t1, t2, t3, carry, p);
   }
 
@@ -496,19 +542,22 @@ struct MulxRows {
     static constexpr Limb kZero[4] = {};
     Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3];
     const Limb* addend = kZero;
-    asm("sub %[b0], %[t0]\n\t"
-        "sbb %[b1], %[t1]\n\t"
-        "sbb %[b2], %[t2]\n\t"
-        "sbb %[b3], %[t3]\n\t"
+    // clang-format off
+    asm(
+        "sub   %[b0], %[t0]\n\t"
+        "sbb   %[b1], %[t1]\n\t"
+        "sbb   %[b2], %[t2]\n\t"
+        "sbb   %[b3], %[t3]\n\t"
         "cmovc %[p], %[addend]\n\t"
-        "add 0(%[addend]), %[t0]\n\t"
-        "adc 8(%[addend]), %[t1]\n\t"
-        "adc 16(%[addend]), %[t2]\n\t"
-        "adc 24(%[addend]), %[t3]\n\t"
+        "add   0(%[addend]), %[t0]\n\t"
+        "adc   8(%[addend]), %[t1]\n\t"
+        "adc   16(%[addend]), %[t2]\n\t"
+        "adc   24(%[addend]), %[t3]\n\t"
         : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [addend] "+&r"(addend)
         : [b0] "rm"(b[0]), [b1] "rm"(b[1]), [b2] "rm"(b[2]), [b3] "rm"(b[3]), [p] "r"(p),
           "m"(*reinterpret_cast<const Limb(*)[4]>(p)), "m"(kZero)
         : "cc");
+    // clang-format on
     store4(r, t0, t1, t2, t3);
   }
 
@@ -516,18 +565,21 @@ struct MulxRows {
     static constexpr Limb kZero[4] = {};
     Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], carry = 0;
     const Limb* addend = (t0 & 1) != 0 ? p : kZero;
-    asm("add 0(%[addend]), %[t0]\n\t"
-        "adc 8(%[addend]), %[t1]\n\t"
-        "adc 16(%[addend]), %[t2]\n\t"
-        "adc 24(%[addend]), %[t3]\n\t"
-        "adc $0, %[c]\n\t"
-        "shrd $1, %[t1], %[t0]\n\t"
-        "shrd $1, %[t2], %[t1]\n\t"
-        "shrd $1, %[t3], %[t2]\n\t"
-        "shrd $1, %[c], %[t3]\n\t"
+    // clang-format off
+    asm(
+        "add   0(%[addend]), %[t0]\n\t"
+        "adc   8(%[addend]), %[t1]\n\t"
+        "adc   16(%[addend]), %[t2]\n\t"
+        "adc   24(%[addend]), %[t3]\n\t"
+        "adc   $0, %[c]\n\t"
+        "shrd  $1, %[t1], %[t0]\n\t"
+        "shrd  $1, %[t2], %[t1]\n\t"
+        "shrd  $1, %[t3], %[t2]\n\t"
+        "shrd  $1, %[c], %[t3]\n\t"
         : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [c] "+&r"(carry)
         : [addend] "r"(addend), "m"(*reinterpret_cast<const Limb(*)[4]>(p)), "m"(kZero)
         : "cc");
+    // clang-format on
     store4(r, t0, t1, t2, t3);
   }
 };

@@ -13,20 +13,23 @@ namespace velmora::vartime {
 __attribute__((always_inline)) inline void p256Step(Limb t0, Limb& t1, Limb& t2, Limb& t3, Limb& t4,
                                                     Limb& t5) {
   Limb lo, hi, middle;
-  asm("mulx %[k], %[lo], %[hi]\n\t"
-      "mov %%rdx, %[middle]\n\t"
-      "shl $32, %%rdx\n\t"
-      "shr $32, %[middle]\n\t"
-      "add %%rdx, %[t1]\n\t"
-      "adcx %[middle], %[t2]\n\t"
-      "adcx %[lo], %[t3]\n\t"
-      "mov $0, %k[lo]\n\t"
-      "adcx %[hi], %[t4]\n\t"
-      "adcx %[lo], %[t5]\n\t"
+  // clang-format off
+  asm(
+      "mulx  %[k], %[lo], %[hi]\n\t"
+      "mov   %%rdx, %[middle]\n\t"
+      "shl   $32, %%rdx\n\t"
+      "shr   $32, %[middle]\n\t"
+      "add   %%rdx, %[t1]\n\t"
+      "adcx  %[middle], %[t2]\n\t"
+      "adcx  %[lo], %[t3]\n\t"
+      "mov   $0, %k[lo]\n\t"
+      "adcx  %[hi], %[t4]\n\t"
+      "adcx  %[lo], %[t5]\n\t"
       : [lo] "=&r"(lo), [hi] "=&r"(hi), [middle] "=&r"(middle), [t1] "+&r"(t1), [t2] "+&r"(t2),
         [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), "+&d"(t0)
       : [k] "r"(Limb{0xffffffff00000001})
       : "cc");
+  // clang-format on
 }
 
 // Rows and steps by turns. Before each row the number is below 2 p, and 2 p + p (2^64 - 1) is below
@@ -54,32 +57,43 @@ inline void squareP256(Limb* r, const Limb* a, const Limb* p) {
   Limb high3 = 0, none = 0;
   p256Step(t2, t3, high0, high1, high2, high3);
   p256Step(t3, high0, high1, high2, high3, none);
-  asm("add %[h0], %[t4]\n\t"
-      "adc %[h1], %[t5]\n\t"
-      "adc %[h2], %[t6]\n\t"
-      "adc %[h3], %[t7]\n\t"
-      "adc $0, %[t8]\n\t"
+  // clang-format off
+  asm(
+      "add   %[h0], %[t4]\n\t"
+      "adc   %[h1], %[t5]\n\t"
+      "adc   %[h2], %[t6]\n\t"
+      "adc   %[h3], %[t7]\n\t"
+      "adc   $0, %[t8]\n\t"
       : [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6), [t7] "+&r"(t7), [t8] "+&r"(t8)
       : [h0] "r"(high0), [h1] "r"(high1), [h2] "r"(high2), [h3] "r"(high3)
       : "cc");
+  // clang-format on
   MulxRows::reduceOnce4(r, t4, t5, t6, t7, t8, p);
 }
 
+// clang-format off
 // r = a + b or a - b of four limbs, with what carries out folded, twice.
-#define VELMORA_FOLDED_CHAIN(first, next)                                                     \
-  Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], mask;                                      \
-  asm(first " 0(%[b]), %[t0]\n\t" next " 8(%[b]), %[t1]\n\t" next " 16(%[b]), %[t2]\n\t" next \
-            " 24(%[b]), %[t3]\n\t"                                                            \
-            "sbb %[mask], %[mask]\n\t"                                                        \
-            "and %[fold], %[mask]\n\t" first " %[mask], %[t0]\n\t" next " $0, %[t1]\n\t" next \
-            " $0, %[t2]\n\t" next                                                             \
-            " $0, %[t3]\n\t"                                                                  \
-            "sbb %[mask], %[mask]\n\t"                                                        \
-            "and %[fold], %[mask]\n\t" first " %[mask], %[t0]\n\t"                            \
-      : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [mask] "=&r"(mask)    \
-      : [b] "r"(b), [fold] "r"(fold), "m"(*reinterpret_cast<const Limb(*)[4]>(b))             \
-      : "cc");                                                                                \
+#define VELMORA_FOLDED_CHAIN(first, next)                                                  \
+  Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], mask;                                   \
+  asm(                                                                                     \
+      first "   0(%[b]), %[t0]\n\t"                                                        \
+      next "   8(%[b]), %[t1]\n\t"                                                         \
+      next "   16(%[b]), %[t2]\n\t"                                                        \
+      next "   24(%[b]), %[t3]\n\t"                                                        \
+      "sbb   %[mask], %[mask]\n\t"                                                         \
+      "and   %[fold], %[mask]\n\t"                                                         \
+      first "   %[mask], %[t0]\n\t"                                                        \
+      next "   $0, %[t1]\n\t"                                                              \
+      next "   $0, %[t2]\n\t"                                                              \
+      next "   $0, %[t3]\n\t"                                                              \
+      "sbb   %[mask], %[mask]\n\t"                                                         \
+      "and   %[fold], %[mask]\n\t"                                                         \
+      first "   %[mask], %[t0]\n\t"                                                        \
+      : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [mask] "=&r"(mask) \
+      : [b] "r"(b), [fold] "r"(fold), "m"(*reinterpret_cast<const Limb(*)[4]>(b))          \
+      : "cc");                                                                             \
   MulxRows::store4(r, t0, t1, t2, t3)
+// clang-format on
 
 template <>
 struct PrimeOperations<MulxRows> {
@@ -87,19 +101,22 @@ struct PrimeOperations<MulxRows> {
     Limb t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], top = 0;
     MulxRows::row4(t0, t1, t2, t3, top, t + 4, fold);
     Limb lo, hi;
-    asm("mulx %[top], %[lo], %[hi]\n\t"
-        "add %[lo], %[t0]\n\t"
-        "adc %[hi], %[t1]\n\t"
-        "adc $0, %[t2]\n\t"
-        "adc $0, %[t3]\n\t"
-        "sbb %[lo], %[lo]\n\t"  // a carry leaves t below 2^67, so that one more fold cannot carry
-        "and %%rdx, %[lo]\n\t"
-        "add %[lo], %[t0]\n\t"
-        "adc $0, %[t1]\n\t"
+    // clang-format off
+    asm(
+        "mulx  %[top], %[lo], %[hi]\n\t"
+        "add   %[lo], %[t0]\n\t"
+        "adc   %[hi], %[t1]\n\t"
+        "adc   $0, %[t2]\n\t"
+        "adc   $0, %[t3]\n\t"
+        "sbb   %[lo], %[lo]\n\t"  // a carry leaves t below 2^67, so that one more fold cannot carry
+        "and   %%rdx, %[lo]\n\t"
+        "add   %[lo], %[t0]\n\t"
+        "adc   $0, %[t1]\n\t"
         : [lo] "=&r"(lo), [hi] "=&r"(hi), [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2),
           [t3] "+&r"(t3)
         : [top] "r"(top), "d"(fold)
         : "cc");
+    // clang-format on
     MulxRows::store4(r, t0, t1, t2, t3);
   }
 
