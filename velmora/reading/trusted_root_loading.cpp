@@ -8,8 +8,8 @@
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/internal/file_feeding.h"
 #include "velmora/reading/root_files.h"
-#include "velmora/support/key/refuse.h"
 #include "velmora/support/log/first_error_log.h"
+#include "velmora/support/log/refuse.h"
 #include "velmora/support/trust/trusted_roots.h"
 
 namespace velmora {

@@ -4,7 +4,7 @@
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/key/dsa.h"
 #include "velmora/support/key/ed25519.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 namespace {

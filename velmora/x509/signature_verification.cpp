@@ -1,4 +1,4 @@
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 #include "velmora/support/trust/trusted_roots.h"
 #include "velmora/x509/signature_algorithms.h"
 #include "velmora/x509/velmora_x509.h"

@@ -1,7 +1,7 @@
 #include "velmora/support/key/dsa.h"
 
 #include "velmora/support/key/internal/signature_pair.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 

@@ -2,7 +2,7 @@
 
 #include "velmora/support/asn1/oids.h"
 #include "velmora/support/key/internal/signature_pair.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "velmora/support/hash/sha_digest.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 

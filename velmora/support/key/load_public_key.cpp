@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "velmora/support/asn1/der_reader.h"
-#include "velmora/support/key/refuse.h"
 #include "velmora/support/key/vm_public_key.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/internal/digest_info.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 

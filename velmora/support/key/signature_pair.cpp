@@ -4,7 +4,7 @@
 
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/bignum/arithmetic/inverse.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 
 namespace velmora {
 namespace {

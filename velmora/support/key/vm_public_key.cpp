@@ -1,7 +1,7 @@
 #include "velmora/support/key/vm_public_key.h"
 
 #include "velmora/support/hash/sha_digest.h"
-#include "velmora/support/key/refuse.h"
+#include "velmora/support/log/refuse.h"
 #include "velmora/support/text/byte_codecs.h"
 
 namespace velmora {
