@@ -1,5 +1,7 @@
 #include "velmora/certificate/result.h"
 
+#include "velmora/support/core/out_of_memory.h"
+
 namespace velmora {
 namespace {
 
@@ -37,7 +39,7 @@ std::string_view Error::message() const noexcept {
     case ErrorCode::absent:
       return "It is not there.";
     case ErrorCode::outOfMemory:
-      return "Memory ran out.";
+      return kMemoryRanOut;
     case ErrorCode::notAsn1:
       return "Not ASN.1.";
     case ErrorCode::notDer:

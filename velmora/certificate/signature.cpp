@@ -3,6 +3,7 @@
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/algorithm_reader.h"
 #include "velmora/certificate/internal/block.h"
+#include "velmora/support/core/out_of_memory.h"
 
 namespace velmora {
 
@@ -25,7 +26,7 @@ std::string_view SignatureCheck::message() const noexcept {
     case SignatureFault::none:
       break;
     case SignatureFault::outOfMemory:
-      return "Memory ran out.";
+      return kMemoryRanOut;
     case SignatureFault::algorithmsDiffer:
       return "The certificate names two different signature algorithms, inside and behind what is "
              "signed.";

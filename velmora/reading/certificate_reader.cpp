@@ -7,6 +7,7 @@
 #include "velmora/support/asn1/ber_walk.h"
 #include "velmora/support/asn1/certificate_shape.h"
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/ascii.h"
 #include "velmora/support/xml/cls_xml.h"
 #include "velmora/support/xml/xml_names.h"
@@ -23,7 +24,7 @@ constexpr CertificateFailure kTooLarge = {
     "The DER is larger than 64 MiB.", {}, 0, ErrorCode::tooLarge};
 constexpr const char* kNoUtf16Mark = "UTF-16 without a byte order mark.";
 constexpr const char* kNotUtf16 = "The text is not UTF-16.";
-constexpr CertificateFailure kNoMemory = {"Memory ran out.", {}, 0, ErrorCode::outOfMemory};
+constexpr CertificateFailure kNoMemory = {kMemoryRanOut, {}, 0, ErrorCode::outOfMemory};
 constexpr const char* kNothing = "No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
 
 std::span<const unsigned char> bytesOf(std::string_view text) {

@@ -8,14 +8,13 @@
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/internal/file_feeding.h"
 #include "velmora/reading/root_files.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/log/first_error_log.h"
 #include "velmora/support/log/refuse.h"
 #include "velmora/support/trust/trusted_roots.h"
 
 namespace velmora {
 namespace {
-
-constexpr const char* kNoMemory = "Out of memory.";
 
 // Where operating systems keep their roots as one file of PEM blocks.
 constexpr const char* kUsualPlaces[] = {
@@ -39,7 +38,7 @@ class RootTexts {
     root.getDN(true, false, m_compactSubjectDn, quiet, 0);
     if (m_serialNumber.failed() || m_subjectDn.failed() || m_compactSubjectDn.failed() ||
         quiet.m_optionKeywords.failed()) {
-      return refuse(kNoMemory, log);
+      return refuse(kOutOfMemory, log);
     }
     return hasSerial || refuse("The serial number of the root cannot be read.", log);
   }
@@ -138,7 +137,7 @@ bool addTrustedRoot(VelmoraX509& root, const char* set, LogBase& log) {
   RootTexts texts;
   DataBuffer der;
   root.getCertDer(der);
-  if (der.failed()) return refuse(kNoMemory, log);
+  if (der.failed()) return refuse(kOutOfMemory, log);
   return texts.read(root, log) && TrustedRoots::addRoot(set, texts.name(), der, publicKey, log);
 }
 
@@ -163,7 +162,7 @@ TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase&
     readFileOrDirectory(given, sink);
   } catch (const std::bad_alloc&) {
     sink.startFile(given);
-    sink.refuseFile(kNoMemory);
+    sink.refuseFile(kOutOfMemory);
   }
   return sink.count();
 }

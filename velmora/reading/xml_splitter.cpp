@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/xml/xml_names.h"
 
 namespace velmora {
@@ -141,7 +142,7 @@ XmlSplitter::Event XmlSplitter::judgeName(size_t following) noexcept {
 }
 
 XmlSplitter::Event XmlSplitter::foreign() noexcept {
-  return m_noMemory ? fail("Memory ran out.", Event::kFatal) : Event::kForeign;
+  return m_noMemory ? fail(kMemoryRanOut, Event::kFatal) : Event::kForeign;
 }
 
 XmlSplitter::Event XmlSplitter::readStartTag(char c) noexcept {
@@ -217,7 +218,7 @@ XmlSplitter::Event XmlSplitter::closeDocument() noexcept {
   const bool noMemory = m_noMemory;
   m_inDocument = m_tooLarge = m_noMemory = false;
   if (!tooLarge && !noMemory) return Event::kDocument;
-  m_reason = tooLarge ? "The XML document is larger than 256 MiB." : "Memory ran out.";
+  m_reason = tooLarge ? "The XML document is larger than 256 MiB." : kMemoryRanOut;
   return Event::kFault;
 }
 

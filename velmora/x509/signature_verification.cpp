@@ -1,3 +1,4 @@
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/log/refuse.h"
 #include "velmora/support/trust/trusted_roots.h"
 #include "velmora/x509/signature_algorithms.h"
@@ -8,8 +9,6 @@
 
 namespace velmora {
 namespace {
-
-constexpr const char* kNoMemory = "Out of memory.";
 
 // What a certificate is known by among the trusted roots. A text that ran out of memory is marked.
 struct CertificateName {
@@ -105,7 +104,7 @@ bool VelmoraX509::verifyCertSignature(VelmoraX509* issuer, LogBase& log) {
   if (log.m_verbose) log.LogDataX("certSubject", name.subjectDn);
   bool selfSigned = false;
   // With a name that lacks something a root could pass for another one, or for no root at all.
-  if (!compareNames(selfSigned, log) || name.failed()) return refuse(kNoMemory, log);
+  if (!compareNames(selfSigned, log) || name.failed()) return refuse(kOutOfMemory, log);
   VelmoraX509* keyCert = chooseKeyCertificate(*this, issuer, selfSigned, log);
   return keyCert != nullptr && verifyWithKeyOf(*keyCert, m_certDer, log) &&
          (!selfSigned || isTrusted(*this, name, log));

@@ -8,13 +8,12 @@
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/internal/asn1_xml_form.h"
 #include "velmora/support/asn1/oids.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/byte_codecs.h"
 #include "velmora/support/text/encoding_convert.h"
 
 namespace velmora {
 namespace {
-
-constexpr const char* kNoMemory = "Out of memory.";
 
 // The tags of each element stand in memory of one size, which is copied whole although most tags
 // are shorter: a copy of constant size is a few instructions.
@@ -226,7 +225,7 @@ class DerToXml {
   // The text of a certificate is two and a half to three times the size of its DER.
   size_t estimate() const noexcept { return 4 * m_size + kElementRoom; }
 
-  Asn1Fault noMemory() const noexcept { return {kNoMemory, m_walk.offset(), true}; }
+  Asn1Fault noMemory() const noexcept { return {kOutOfMemory, m_walk.offset(), true}; }
 
   bool convert() noexcept {
     for (;;) {

@@ -6,6 +6,7 @@
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/oids.h"
+#include "velmora/support/core/out_of_memory.h"
 
 namespace velmora {
 namespace {
@@ -22,7 +23,7 @@ bool refuse(const Asn1Fault& fault, LogBase& log, const char* operation = kDecod
 
 bool refuseForMemory(const char* operation, LogBase& log) {
   const LogContextExitor context(log, operation);
-  log.LogError("Out of memory.");
+  log.LogError(kOutOfMemory);
   return false;
 }
 

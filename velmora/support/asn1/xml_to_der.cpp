@@ -8,6 +8,7 @@
 #include "velmora/support/asn1/internal/asn1_xml_form.h"
 #include "velmora/support/asn1/internal/der_writer.h"
 #include "velmora/support/asn1/oids.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/byte_codecs.h"
 #include "velmora/support/text/encoding_convert.h"
 #include "velmora/support/text/unicode.h"
@@ -16,7 +17,6 @@
 namespace velmora {
 namespace {
 
-constexpr const char* kNoMemory = "Out of memory.";
 constexpr const char* kUnknownElement = "The element is not of the ASN.1 XML form.";
 constexpr const char* kTooDeep = "Elements are nested too deeply.";
 constexpr const char* kMembersInPrimitive = "A primitive element has child elements.";
@@ -75,7 +75,7 @@ class XmlToDer {
   }
 
   // What is wrong with the tree; when nothing is, memory ran out.
-  const char* reason() const noexcept { return m_reason != nullptr ? m_reason : kNoMemory; }
+  const char* reason() const noexcept { return m_reason != nullptr ? m_reason : kOutOfMemory; }
 
   // The tags from the top down to the element at fault.
   void appendPath(StringBuffer& path) const noexcept {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/internal/digest_info.h"
 #include "velmora/support/log/refuse.h"
@@ -81,7 +82,7 @@ bool unsignPkcs1(std::span<const unsigned char> block, DataBuffer& out, LogBase&
   if (!isStrictDigestInfo(content) && hasHashAndDigest(content)) {
     return refuse("The RSA block holds more or other than the DER of one DigestInfo.", log);
   }
-  return out.append(content) || refuse("Out of memory.", log);
+  return out.append(content) || refuse(kOutOfMemory, log);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "velmora/support/key/vm_public_key.h"
 
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/log/refuse.h"
 #include "velmora/support/text/byte_codecs.h"
@@ -9,11 +10,11 @@ namespace velmora {
 bool _vmPublicKey::loadAnyDer(const DataBuffer& der, LogBase& log) {
   const LogContextExitor context(log, "loadPublicKey");
   clear();
-  if (der.failed()) return refuse("Out of memory.", log);
+  if (der.failed()) return refuse(kOutOfMemory, log);
   const bool loaded = der.size() == Ed25519KeyData::kKeySize ? loadEd25519(der.span(), log)
                                                              : loadInfo(der.span(), log);
   if (loaded && !m_keyBits.failed()) return true;
-  if (loaded) log.LogError("Out of memory.");
+  if (loaded) log.LogError(kOutOfMemory);
   clear();
   return false;
 }
@@ -40,7 +41,7 @@ bool _vmPublicKey::getVelmoraKeyId64(StringBuffer& out, LogBase& log) const {
   unsigned char* const id = digest + sizeof digest - kIdSize;
   id[0] = static_cast<unsigned char>((id[0] & 0x0F) | kTypeField);
   char* const digits = out.extend(2 * kIdSize);
-  if (digits == nullptr) return refuse("Out of memory.", log);
+  if (digits == nullptr) return refuse(kOutOfMemory, log);
   hexEncodeUpper(id, kIdSize, digits);
   return true;
 }

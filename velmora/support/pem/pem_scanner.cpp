@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "velmora/support/core/out_of_memory.h"
+
 namespace velmora {
 
 namespace {
@@ -347,7 +349,7 @@ PemScanner::Event PemScanner::failBase64() noexcept {
     case Base64Stream::Fault::kTooLarge:
       return fail("The DER is larger than 64 MiB.");
     case Base64Stream::Fault::kNoMemory:
-      return fail("Memory ran out.");
+      return fail(kMemoryRanOut);
     default:
       return fail("The base64 text is cut short.");
   }

@@ -9,12 +9,12 @@
 #include <string>
 #include <utility>
 
+#include "velmora/support/core/out_of_memory.h"
+#include "velmora/support/log/refuse.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
 namespace {
-
-constexpr const char* kNoMemory = "Out of memory.";
 
 struct Root {
   explicit Root(const TrustedRoots::Name& name)
@@ -93,11 +93,6 @@ Root& rootNamed(Registry& r, const char* set, const TrustedRoots::Name& name) {
   return r.roots.emplace(Key(viewOrEmpty(set), name.serialNumber), Root(name))->second;
 }
 
-bool refuse(const char* reason, LogBase& log) {
-  log.LogError(reason);
-  return false;
-}
-
 // Whether no root that goes by the name has another key.
 bool keysAgree(Registry& r, const char* set, const TrustedRoots::Name& name,
                const DataBuffer& publicKey) {
@@ -151,7 +146,7 @@ bool TrustedRoots::isTrustedRoot(const char* set, std::string_view serialNumber,
   if (complete) return found;
   rootDer.clear();
   implicitlyTrusted = false;
-  return refuse(kNoMemory, log);
+  return refuse(kOutOfMemory, log);
 }
 
 bool TrustedRoots::isTrustedRoot(const char* set, const char* serialNumber, const char* subjectDn,
@@ -171,7 +166,7 @@ bool TrustedRoots::addRoot(const char* set, const Name& name, const DataBuffer& 
     case Added::kOtherKey:
       return refuse("A trusted root of this name and serial number has another public key.", log);
     default:
-      return refuse(kNoMemory, log);
+      return refuse(kOutOfMemory, log);
   }
 }
 
@@ -182,7 +177,7 @@ bool TrustedRoots::trustImplicitly(const char* set, const Name& name, LogBase& l
     rootNamed(r, set, name).implicitlyTrusted = true;
     return true;
   } catch (const std::bad_alloc&) {
-    return refuse(kNoMemory, log);
+    return refuse(kOutOfMemory, log);
   }
 }
 
