@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "bench/signatures/signature_benchmarks.h"
-#include "velmora/reading/trusted_root_loading.h"
 #include "velmora/support/log/log_sinks.h"
+#include "velmora/x509/trusted_root_registration.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::bench {

@@ -7,6 +7,7 @@
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"
 #include "velmora/reading/trusted_root_loading.h"
+#include "velmora/x509/trusted_root_registration.h"
 
 // Every operation with each of its allocations failing in turn: no crash, no leak, and no result
 // that passes for a right one.

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "tests/x509/signed_certificates.h"
-#include "velmora/reading/trusted_root_loading.h"
 #include "velmora/x509/signature_algorithms.h"
+#include "velmora/x509/trusted_root_registration.h"
 
 namespace velmora::test {
 namespace {

@@ -5,6 +5,7 @@
 #include "velmora/reading/root_files.h"
 #include "velmora/reading/trusted_root_loading.h"
 #include "velmora/support/log/first_error_log.h"
+#include "velmora/x509/trusted_root_registration.h"
 
 namespace velmora::tool {
 

@@ -10,8 +10,8 @@ namespace velmora {
 
 /// The application's registry of trusted root certificates, one for the whole process. It parses
 /// nothing: a root is known by its serial number and the text of its subject name, exactly as
-/// whoever asks renders them (x509/trusted_root_loading.h registers certificates). A registry in
-/// which nothing was registered trusts nothing.
+/// whoever asks renders them (x509/trusted_root_registration.h registers certificates). A registry
+/// in which nothing was registered trusts nothing.
 ///
 /// A root that was registered with its DER is trusted explicitly: whoever asks is to compare the
 /// public key. A root that was marked is trusted implicitly, by its name and serial number alone;
