@@ -6,6 +6,7 @@
 #include <string>
 
 #include "velmora/certificate/internal/octets.h"
+#include "velmora/support/asn1/oid_names.h"
 
 namespace velmora::test {
 namespace {
@@ -115,7 +116,16 @@ TEST(Oid, IsEqualAndOrderedByOctetsAndEmptyEqualToNothing) {
 TEST(Oid, KnowsNames) {
   EXPECT_EQ(oid::commonName.name(), "commonName");
   EXPECT_EQ(oid::subjectAltName.name(), "subjectAltName");
+  EXPECT_EQ(Oid("2.16.840.1.101.3.4.3.31").name(), "slhDsaShake-256f");
   EXPECT_EQ(Oid("1.2.3.4").name(), "");
+  EXPECT_EQ(Oid("0.0.85.4.3").name(), "");  // leading zero octets count
+  for (const char* arc : {"2.5.4.", "2.5.29.", "1.2.840.113549.1.1.", "2.16.840.1.101.3.4.3."}) {
+    for (int i = 0; i < 100; ++i) {
+      const std::string dotted = arc + std::to_string(i);
+      const std::string_view name = oidName(dotted);
+      EXPECT_EQ(oidOfName(name), name.empty() ? "" : dotted) << name;
+    }
+  }
 }
 
 }  // namespace

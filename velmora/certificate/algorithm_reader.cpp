@@ -22,23 +22,23 @@ struct KnownScheme {
   Hash hash;  // of RSASSA-PSS the parameters tell
 };
 
-constexpr Oid kRsaPss{"1.2.840.113549.1.1.10"};
-constexpr Oid kMgf1{"1.2.840.113549.1.1.8"};
+constexpr Oid kRsaPss{known_oid::rsassaPss};
+constexpr Oid kMgf1{known_oid::mgf1};
 
 // RFC 4055 §5, RFC 3279 §2.2, RFC 5758 §3, RFC 8410 §3.
 constexpr KnownScheme kSchemes[] = {
-    {"1.2.840.113549.1.1.5", KeyKind::rsa, Hash::sha1},
-    {"1.2.840.113549.1.1.11", KeyKind::rsa, Hash::sha256},
-    {"1.2.840.113549.1.1.12", KeyKind::rsa, Hash::sha384},
-    {"1.2.840.113549.1.1.13", KeyKind::rsa, Hash::sha512},
+    {known_oid::sha1WithRsa, KeyKind::rsa, Hash::sha1},
+    {known_oid::sha256WithRsa, KeyKind::rsa, Hash::sha256},
+    {known_oid::sha384WithRsa, KeyKind::rsa, Hash::sha384},
+    {known_oid::sha512WithRsa, KeyKind::rsa, Hash::sha512},
     {kRsaPss, KeyKind::rsaPss, Hash::sha1},
-    {"1.2.840.10045.4.1", KeyKind::ec, Hash::sha1},
-    {"1.2.840.10045.4.3.2", KeyKind::ec, Hash::sha256},
-    {"1.2.840.10045.4.3.3", KeyKind::ec, Hash::sha384},
-    {"1.2.840.10045.4.3.4", KeyKind::ec, Hash::sha512},
-    {"1.2.840.10040.4.3", KeyKind::dsa, Hash::sha1},
-    {"2.16.840.1.101.3.4.3.2", KeyKind::dsa, Hash::sha256},
-    {"1.3.101.112", KeyKind::ed25519, Hash::sha512},
+    {known_oid::ecdsaWithSha1, KeyKind::ec, Hash::sha1},
+    {known_oid::ecdsaWithSha256, KeyKind::ec, Hash::sha256},
+    {known_oid::ecdsaWithSha384, KeyKind::ec, Hash::sha384},
+    {known_oid::ecdsaWithSha512, KeyKind::ec, Hash::sha512},
+    {known_oid::dsaWithSha1, KeyKind::dsa, Hash::sha1},
+    {known_oid::dsaWithSha256, KeyKind::dsa, Hash::sha256},
+    {known_oid::ed25519, KeyKind::ed25519, Hash::sha512},
 };
 
 struct KnownHash {
@@ -47,10 +47,10 @@ struct KnownHash {
 };
 
 constexpr KnownHash kHashes[] = {
-    {"1.3.14.3.2.26", Hash::sha1},
-    {"2.16.840.1.101.3.4.2.1", Hash::sha256},
-    {"2.16.840.1.101.3.4.2.2", Hash::sha384},
-    {"2.16.840.1.101.3.4.2.3", Hash::sha512},
+    {known_oid::sha1, Hash::sha1},
+    {known_oid::sha256, Hash::sha256},
+    {known_oid::sha384, Hash::sha384},
+    {known_oid::sha512, Hash::sha512},
 };
 
 // AlgorithmIdentifier with parameters that are NULL or absent (RFC 4055 §2.1).

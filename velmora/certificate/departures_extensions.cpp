@@ -83,7 +83,7 @@ constexpr auto kMustNot = Criticality::mustNot;
 constexpr uint32_t kBoolean = 0x01, kBitString = 0x03, kContext = 0x80, kConstructed = 0x20;
 
 // subjectDirectoryAttributes, of whose content nothing is known.
-constexpr Oid kDirectoryAttributes{"2.5.29.9"};
+constexpr Oid kDirectoryAttributes{known_oid::subjectDirectoryAttributes};
 
 // The reasons of a distribution point, and the RDN of its name.
 constexpr std::array<ContentSpot, 2> kPointSpots = {

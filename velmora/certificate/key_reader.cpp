@@ -123,11 +123,11 @@ Fault readEd25519(const Outside& outside, KeyParts& parts) noexcept {
 }
 
 constexpr KnownKey kKeys[] = {
-    {"1.2.840.113549.1.1.1", KeyKind::rsa, &readRsa},
-    {"1.2.840.10045.2.1", KeyKind::ec, &readEc},
-    {"1.2.840.113549.1.1.10", KeyKind::rsaPss, &readRsaPss},
-    {"1.3.101.112", KeyKind::ed25519, &readEd25519},
-    {"1.2.840.10040.4.1", KeyKind::dsa, &readDsa},
+    {known_oid::rsaEncryption, KeyKind::rsa, &readRsa},
+    {known_oid::ecPublicKey, KeyKind::ec, &readEc},
+    {known_oid::rsassaPss, KeyKind::rsaPss, &readRsaPss},
+    {known_oid::ed25519, KeyKind::ed25519, &readEd25519},
+    {known_oid::dsa, KeyKind::dsa, &readDsa},
 };
 
 const KnownKey* findKey(Bytes algorithm) noexcept {

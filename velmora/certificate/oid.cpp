@@ -44,7 +44,7 @@ std::string Oid::text() const {
 }
 
 std::string_view Oid::name() const noexcept {
-  return oidName(Dotted(*this).view());
+  return oidName(octetsOf(der()));
 }
 
 }  // namespace velmora

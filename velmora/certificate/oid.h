@@ -10,6 +10,7 @@
 
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/known_oids.h"
 
 namespace velmora {
 
@@ -28,6 +29,7 @@ class Oid {
   consteval Oid(const char* dotted) {
     if (encode(dotted)) malformedLiteral();
   }
+  consteval Oid(const KnownOid& known) : Oid(known.dotted()) {}
 
   /// From "1.2.840.113549": two arcs or more in decimal without leading zeros, the first below 3,
   /// the second below 40 under 0 and 1, each of any size. Error malformedText with the offset of
@@ -126,31 +128,37 @@ class Oid {
 /// OIDs that questions are asked with.
 namespace oid {
 // Attribute types (X.520, RFC 4519, RFC 2985).
-inline constexpr Oid commonName{"2.5.4.3"}, surname{"2.5.4.4"}, serialNumber{"2.5.4.5"},
-    country{"2.5.4.6"}, locality{"2.5.4.7"}, state{"2.5.4.8"}, street{"2.5.4.9"},
-    organization{"2.5.4.10"}, organizationalUnit{"2.5.4.11"}, title{"2.5.4.12"},
-    givenName{"2.5.4.42"}, dnQualifier{"2.5.4.46"}, organizationIdentifier{"2.5.4.97"},
-    domainComponent{"0.9.2342.19200300.100.1.25"}, userId{"0.9.2342.19200300.100.1.1"},
-    emailAddress{"1.2.840.113549.1.9.1"};
+inline constexpr Oid commonName{known_oid::commonName}, surname{known_oid::surname},
+    serialNumber{known_oid::serialNumber}, country{known_oid::country},
+    locality{known_oid::locality}, state{known_oid::state}, street{known_oid::street},
+    organization{known_oid::organization}, organizationalUnit{known_oid::organizationalUnit},
+    title{known_oid::title}, givenName{known_oid::givenName}, dnQualifier{known_oid::dnQualifier},
+    organizationIdentifier{known_oid::organizationIdentifier},
+    domainComponent{known_oid::domainComponent}, userId{known_oid::userId},
+    emailAddress{known_oid::emailAddress};
 // Extensions (RFC 5280 §4.2, RFC 6962 §3.3, RFC 7633, RFC 6960 §4.2.2.2.1, RFC 9608).
-inline constexpr Oid subjectKeyIdentifier{"2.5.29.14"}, keyUsage{"2.5.29.15"},
-    subjectAltName{"2.5.29.17"}, issuerAltName{"2.5.29.18"}, basicConstraints{"2.5.29.19"},
-    nameConstraints{"2.5.29.30"}, crlDistributionPoints{"2.5.29.31"},
-    certificatePolicies{"2.5.29.32"}, policyMappings{"2.5.29.33"},
-    authorityKeyIdentifier{"2.5.29.35"}, policyConstraints{"2.5.29.36"}, extKeyUsage{"2.5.29.37"},
-    freshestCrl{"2.5.29.46"}, inhibitAnyPolicy{"2.5.29.54"}, noRevAvail{"2.5.29.56"},
-    authorityInfoAccess{"1.3.6.1.5.5.7.1.1"}, subjectInfoAccess{"1.3.6.1.5.5.7.1.11"},
-    tlsFeature{"1.3.6.1.5.5.7.1.24"}, ocspNoCheck{"1.3.6.1.5.5.7.48.1.5"},
-    signedTimestamps{"1.3.6.1.4.1.11129.2.4.2"}, ctPoison{"1.3.6.1.4.1.11129.2.4.3"};
+inline constexpr Oid subjectKeyIdentifier{known_oid::subjectKeyIdentifier},
+    keyUsage{known_oid::keyUsage}, subjectAltName{known_oid::subjectAltName},
+    issuerAltName{known_oid::issuerAltName}, basicConstraints{known_oid::basicConstraints},
+    nameConstraints{known_oid::nameConstraints},
+    crlDistributionPoints{known_oid::crlDistributionPoints},
+    certificatePolicies{known_oid::certificatePolicies}, policyMappings{known_oid::policyMappings},
+    authorityKeyIdentifier{known_oid::authorityKeyIdentifier},
+    policyConstraints{known_oid::policyConstraints}, extKeyUsage{known_oid::extKeyUsage},
+    freshestCrl{known_oid::freshestCrl}, inhibitAnyPolicy{known_oid::inhibitAnyPolicy},
+    noRevAvail{known_oid::noRevAvail}, authorityInfoAccess{known_oid::authorityInfoAccess},
+    subjectInfoAccess{known_oid::subjectInfoAccess}, tlsFeature{known_oid::tlsFeature},
+    ocspNoCheck{known_oid::ocspNoCheck}, signedTimestamps{known_oid::signedTimestamps},
+    ctPoison{known_oid::ctPoison};
 // Key purposes (RFC 5280 §4.2.1.12).
-inline constexpr Oid anyExtendedKeyUsage{"2.5.29.37.0"}, serverAuth{"1.3.6.1.5.5.7.3.1"},
-    clientAuth{"1.3.6.1.5.5.7.3.2"}, codeSigning{"1.3.6.1.5.5.7.3.3"},
-    emailProtection{"1.3.6.1.5.5.7.3.4"}, timeStamping{"1.3.6.1.5.5.7.3.8"},
-    ocspSigning{"1.3.6.1.5.5.7.3.9"};
+inline constexpr Oid anyExtendedKeyUsage{known_oid::anyExtendedKeyUsage},
+    serverAuth{known_oid::serverAuth}, clientAuth{known_oid::clientAuth},
+    codeSigning{known_oid::codeSigning}, emailProtection{known_oid::emailProtection},
+    timeStamping{known_oid::timeStamping}, ocspSigning{known_oid::ocspSigning};
 // Policies and access methods (RFC 5280 §4.2.1.4 and §4.2.2).
-inline constexpr Oid anyPolicy{"2.5.29.32.0"}, cpsQualifier{"1.3.6.1.5.5.7.2.1"},
-    userNoticeQualifier{"1.3.6.1.5.5.7.2.2"}, ocsp{"1.3.6.1.5.5.7.48.1"},
-    caIssuers{"1.3.6.1.5.5.7.48.2"};
+inline constexpr Oid anyPolicy{known_oid::anyPolicy}, cpsQualifier{known_oid::cpsQualifier},
+    userNoticeQualifier{known_oid::userNoticeQualifier}, ocsp{known_oid::ocsp},
+    caIssuers{known_oid::caIssuers};
 }  // namespace oid
 
 }  // namespace velmora

@@ -2,6 +2,7 @@
 #include <string_view>
 #include <utility>
 
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/text/encoding_convert.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
@@ -17,8 +18,6 @@
 namespace velmora {
 namespace {
 
-constexpr const char* kSubjectAlternativeName = "2.5.29.17";
-constexpr const char* kEmailAddress = "1.2.840.113549.1.9.1";
 constexpr int kUtf8 = 65001;
 
 constexpr int kRfc822Name = 1;
@@ -175,7 +174,7 @@ bool VelmoraX509::getSubjectAlternativeNameXml(XString& out, LogBase& log) {
   LogContextExitor context(log, "getSubjectAlternativeNameXml");
   out.weakClear();
   StringBuffer xml;
-  const bool found = getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log);
+  const bool found = getExtensionAsnXmlByOid(known_oid::subjectAltName.dotted(), xml, log);
   if (xml.failed()) return markIncomplete(out);
   if (!found) {
     log.LogInfo("Cert has no 2.5.29.17 extension.");
@@ -191,7 +190,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
   LogContextExitor context(log, "getRfc822Name");
   out.weakClear();
   StringBuffer xml;
-  const bool found = getExtensionAsnXmlByOid(kSubjectAlternativeName, xml, log);
+  const bool found = getExtensionAsnXmlByOid(known_oid::subjectAltName.dotted(), xml, log);
   if (xml.failed()) return markIncomplete(out);
   if (!found) return false;
   if (log.m_verbose) log.LogDataSb("SAN_xml", xml);
@@ -217,7 +216,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
 bool VelmoraX509::getEmailAddress(XString& out, LogBase& log) {
   CritSecExitor lock(this);
   out.clear();
-  get_SubjectValue(kEmailAddress, out, log);
+  get_SubjectValue(known_oid::emailAddress.dotted(), out, log);
   if (out.isEmpty() && !out.failed()) {
     LogNull noLog;
     getRfc822Name(out, noLog);

@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "velmora/support/asn1/vm_asn1.h"
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/text/encoding_convert.h"
 #include "velmora/x509/dn_names.h"
 #include "velmora/x509/internal/tree_visit.h"
@@ -12,15 +13,6 @@
 
 namespace velmora {
 namespace {
-
-constexpr const char* kCountry = "2.5.4.6";
-constexpr const char* kState = "2.5.4.8";
-constexpr const char* kLocality = "2.5.4.7";
-constexpr const char* kOrganization = "2.5.4.10";
-constexpr const char* kOrganizationalUnit = "2.5.4.11";
-constexpr const char* kCommonName = "2.5.4.3";
-constexpr const char* kEmailAddress = "1.2.840.113549.1.9.1";
-constexpr const char* kSerialNumber = "2.5.4.5";
 
 enum class Found { kNothing, kText, kUtf16 };
 
@@ -89,49 +81,49 @@ _vmAsn1* VelmoraX509::getDnAsn(bool forSubject, LogBase& log) {
 }
 
 bool VelmoraX509::get_IssuerC(XString& value, LogBase& log) {
-  return get_IssuerValue(kCountry, value, log);
+  return get_IssuerValue(known_oid::country.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerS(XString& value, LogBase& log) {
-  return get_IssuerValue(kState, value, log);
+  return get_IssuerValue(known_oid::state.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerL(XString& value, LogBase& log) {
-  return get_IssuerValue(kLocality, value, log);
+  return get_IssuerValue(known_oid::locality.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerO(XString& value, LogBase& log) {
-  return get_IssuerValue(kOrganization, value, log);
+  return get_IssuerValue(known_oid::organization.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerOU(XString& value, LogBase& log) {
-  return get_IssuerValue(kOrganizationalUnit, value, log);
+  return get_IssuerValue(known_oid::organizationalUnit.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerCN(XString& value, LogBase& log) {
-  return get_IssuerValue(kCommonName, value, log);
+  return get_IssuerValue(known_oid::commonName.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerE(XString& value, LogBase& log) {
-  return get_IssuerValue(kEmailAddress, value, log);
+  return get_IssuerValue(known_oid::emailAddress.dotted(), value, log);
 }
 bool VelmoraX509::get_IssuerSerial(XString& value, LogBase& log) {
-  return get_IssuerValue(kSerialNumber, value, log);
+  return get_IssuerValue(known_oid::serialNumber.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectC(XString& value, LogBase& log) {
-  return get_SubjectValue(kCountry, value, log);
+  return get_SubjectValue(known_oid::country.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectS(XString& value, LogBase& log) {
-  return get_SubjectValue(kState, value, log);
+  return get_SubjectValue(known_oid::state.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectL(XString& value, LogBase& log) {
-  return get_SubjectValue(kLocality, value, log);
+  return get_SubjectValue(known_oid::locality.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectO(XString& value, LogBase& log) {
-  return get_SubjectValue(kOrganization, value, log);
+  return get_SubjectValue(known_oid::organization.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectOU(XString& value, LogBase& log) {
-  return get_SubjectValue(kOrganizationalUnit, value, log);
+  return get_SubjectValue(known_oid::organizationalUnit.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectCN(XString& value, LogBase& log) {
-  return get_SubjectValue(kCommonName, value, log);
+  return get_SubjectValue(known_oid::commonName.dotted(), value, log);
 }
 bool VelmoraX509::get_SubjectE(XString& value, LogBase& log) {
-  return get_SubjectValue(kEmailAddress, value, log);
+  return get_SubjectValue(known_oid::emailAddress.dotted(), value, log);
 }
 
 }  // namespace velmora

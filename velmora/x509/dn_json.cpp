@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "velmora/support/core/known_oids.h"
 #include "velmora/x509/dn_names.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
@@ -10,7 +11,7 @@ namespace {
 // The JSON members know fewer styles than the text: the organization identifier has one key in all
 // of them, and styles 4, 5 and 6 change nothing.
 DnNameForm jsonForm(const DnAttribute& attribute, int nameStyle) {
-  if (attribute.oid == kOrganizationIdentifierOid) return DnNameForm::kShort;
+  if (attribute.oid == known_oid::organizationIdentifier.dotted()) return DnNameForm::kShort;
   const bool hasMeaning = (nameStyle >= 1 && nameStyle <= 3) || nameStyle == 22;
   return attribute.form(hasMeaning ? nameStyle : 0);
 }

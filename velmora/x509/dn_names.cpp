@@ -1,5 +1,9 @@
 #include "velmora/x509/dn_names.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "velmora/support/asn1/attribute_types.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/encoding_convert.h"
@@ -25,32 +29,40 @@ constexpr DnAttribute::Forms kOrgId   = {S, X, H, S, X, P, S, P};
 constexpr DnAttribute::Forms kUnknown = {P, X, P, P, P, P, P, P};
 // clang-format on
 
-// The types that nearly every name holds come first, so that looking one up is short.
-constexpr DnAttribute kAttributes[] = {
-    {"2.5.4.3", "CN", "cn", kNamed},
-    {"2.5.4.10", "O", "o", kNamed},
-    {"2.5.4.6", "C", "c", kNamed},
-    {"2.5.4.11", "OU", "ou", kNamed},
-    {"2.5.4.7", "L", "l", kNamed},
-    {"2.5.4.8", "ST", "st", kNamed},
-    {"1.2.840.113549.1.9.1", "E", "e", kEmail},
-    {"0.9.2342.19200300.100.1.25", "DC", "DC", kNamed},
-    {"2.5.4.5", "SERIALNUMBER", "SERIALNUMBER", kSerial},
-    {kOrganizationIdentifierOid, "OrganizationID", "OrganizationID", kOrgId},
-    {"2.5.4.4", "SN", "sn", kNamed},
-    {"2.5.4.42", "G", "g", kNamed},
-    {"2.5.4.12", "Title", "Title", kTitle},
-    {"2.5.4.9", "STREET", "street", kNamed},
-    {"2.5.4.17", "PostalCode", "PostalCode", kNamed},
-    {"2.5.4.15", "BusinessCategory", "BusinessCategory", kNamed},
-    {"2.5.4.13", "Description", "Description", kNamed},
-    {"2.5.4.14", "SearchGuide", "SearchGuide", kNamed},
-    {"2.5.4.16", "PostalAddress", "PostalAddress", kNamed},
-    {"2.5.4.18", "PostOfficeBox", "PostOfficeBox", kNamed},
-    {"2.5.4.19", "PhysicalDeliveryOfficeName", "PhysicalDeliveryOfficeName", kNamed},
-    {"2.5.4.20", "TelephoneNumber", "TelephoneNumber", kNamed},
-    {"2.5.4.23", "FaxNumber", "FaxNumber", kNamed},
+struct OwnForms {
+  KnownOid oid;
+  DnAttribute::Forms forms;
 };
+
+constexpr OwnForms kOwnForms[] = {
+    {known_oid::emailAddress, kEmail},
+    {known_oid::serialNumber, kSerial},
+    {known_oid::title, kTitle},
+    {known_oid::organizationIdentifier, kOrgId},
+};
+
+constexpr DnAttribute::Forms formsOf(const KnownOid& type) {
+  for (const OwnForms& own : kOwnForms) {
+    if (type.is(own.oid.octets())) return own.forms;
+  }
+  return kNamed;
+}
+
+constexpr bool hasShortName(const AttributeType& type) {
+  return !type.shortName.empty();
+}
+
+constexpr auto kAttributes = [] {
+  constexpr auto kCount =
+      std::count_if(std::begin(kAttributeTypes), std::end(kAttributeTypes), hasShortName);
+  std::array<DnAttribute, static_cast<size_t>(kCount)> attributes{};
+  auto* to = attributes.begin();
+  for (const AttributeType& type : kAttributeTypes) {
+    if (!hasShortName(type)) continue;
+    *to++ = {type.oid.dotted(), type.shortName, type.lowerName, formsOf(type.oid)};
+  }
+  return attributes;
+}();
 
 constexpr DnAttribute kUnknownAttribute = {"", "", "", kUnknown};
 

@@ -41,8 +41,6 @@ struct DnAttribute {
   DnNameForm form(int nameStyle) const noexcept;
 };
 
-inline constexpr std::string_view kOrganizationIdentifierOid = "2.5.4.97";
-
 /// The entry of a dotted OID, compared exactly; for an OID that is not in the table, the one entry
 /// that describes all of these.
 const DnAttribute& findDnAttribute(std::string_view oid) noexcept;

@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "velmora/support/core/known_oids.h"
 #include "velmora/x509/dn_names.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
@@ -52,7 +53,8 @@ DnAttributeName chooseName(std::string_view oid, int nameStyle, bool lowercase,
                            const LogBase& log) {
   const DnAttribute& attribute = findDnAttribute(oid);
   DnNameForm form = attribute.form(nameStyle);
-  if (attribute.oid == kOrganizationIdentifierOid && hasKeyword(log, "OrgID_OID_Hex")) {
+  if (attribute.oid == known_oid::organizationIdentifier.dotted() &&
+      hasKeyword(log, "OrgID_OID_Hex")) {
     form = DnNameForm::kOidHex;
   }
   return dnAttributeName(attribute, form, lowercase, oid);

@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/core/known_oids.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -15,9 +16,6 @@
 
 namespace velmora {
 namespace {
-
-constexpr const char* kSubjectKeyIdentifier = "2.5.29.14";
-constexpr const char* kAuthorityKeyIdentifier = "2.5.29.35";
 
 constexpr std::string_view kKeyIdentifierOpen = "<contextSpecific tag=\"0\" constructed=\"0\">";
 constexpr std::string_view kKeyIdentifierClose = "</contextSpecific>";
@@ -100,7 +98,7 @@ bool VelmoraX509::getSubjectKeyIdentifier(StringBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getSubjectKeyIdentifier");
   out.clear();
-  if (!getExtensionAsnXmlByOid(kSubjectKeyIdentifier, out, log)) return false;
+  if (!getExtensionAsnXmlByOid(known_oid::subjectKeyIdentifier.dotted(), out, log)) return false;
   out.replaceFirstOccurance("<octets>", "", false);
   out.replaceFirstOccurance("</octets>", "", false);
   out.trim2();
@@ -111,7 +109,7 @@ bool VelmoraX509::getAuthorityKeyIdentifier(StringBuffer& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getAuthorityKeyIdentifier");
   out.clear();
-  if (!getExtensionAsnXmlByOid(kAuthorityKeyIdentifier, out, log)) return false;
+  if (!getExtensionAsnXmlByOid(known_oid::authorityKeyIdentifier.dotted(), out, log)) return false;
   const StringBuffer xml(out.view());
   out.replaceFirstOccurance("<octets>", "", false);
   out.replaceFirstOccurance("</octets>", "", false);

@@ -1,14 +1,10 @@
 #include "velmora/x509/velmora_x509.h"
 
+#include "velmora/support/core/known_oids.h"
+
 // Who issued a certificate, told by comparing texts (RFC 5280 §4.1.2.4, §4.2.1.1 and §4.2.1.2).
 
 namespace velmora {
-namespace {
-
-constexpr const char* kCommonName = "2.5.4.3";
-constexpr const char* kSerialNumber = "2.5.4.5";
-
-}  // namespace
 
 // Names that hold a NUL are compared to their end. False when memory ran out, since a name that
 // lacks something would pass for another one.
@@ -41,13 +37,13 @@ bool VelmoraX509::isIssuedBy(VelmoraX509& issuer, LogBase& log) {
   XString issuerText;
   // An attribute of a name against a certificate's serial number: where issuers of one common name
   // put the one into the other, it tells them apart.
-  get_IssuerValue(kSerialNumber, ownText, log);
+  get_IssuerValue(known_oid::serialNumber.dotted(), ownText, log);
   issuer.get_SerialNumber(issuerText, log);
   if (ownText.failed() || (!ownText.isEmpty() && !ownText.equalsX(issuerText))) return false;
   ownText.clear();
   issuerText.clear();
-  get_IssuerValue(kCommonName, ownText, log);
-  issuer.get_SubjectValue(kCommonName, issuerText, log);
+  get_IssuerValue(known_oid::commonName.dotted(), ownText, log);
+  issuer.get_SubjectValue(known_oid::commonName.dotted(), issuerText, log);
   return ownText.equalsX(issuerText);
 }
 
@@ -61,7 +57,7 @@ bool VelmoraX509::matchesIssuerCnAndSerial(const char* issuerCn, const char* ser
   wanted.canonicalizeHexString();
   if (!serial.equalsIgnoreCaseUsAscii(wanted)) return false;
   XString commonName;
-  get_IssuerValue(kCommonName, commonName, log);
+  get_IssuerValue(known_oid::commonName.dotted(), commonName, log);
   return commonName.equalsUtf8(issuerCn);
 }
 

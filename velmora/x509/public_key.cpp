@@ -1,4 +1,5 @@
 #include "velmora/support/asn1/vm_asn1.h"
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/key/vm_public_key.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
@@ -12,10 +13,6 @@ namespace velmora {
 namespace {
 
 constexpr const char* kKeyBitsPath = "sequence|sequence[4]|bits|*";
-
-constexpr const char* kDsa = "1.2.840.10040.4.1";
-constexpr const char* kEcPublicKey = "1.2.840.10045.2.1";
-constexpr const char* kGost94 = "1.2.804.2.1.1.1.1.3.1.1";
 
 // Always false.
 bool refuseGost(const XString& oid, LogBase& log) {
@@ -55,9 +52,9 @@ bool VelmoraX509::readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log) {
   XString oid;
   get_PublicKeyAlgorithm(oid, log);
   if (oid.failed()) return false;  // an unknown algorithm would put the wrong form into the cache
-  const bool isEc = oid.equalsUtf8(kEcPublicKey);
+  const bool isEc = oid.equalsUtf8(known_oid::ecPublicKey.dotted());
   if (isEc && forOcsp) return getEcPoint(out, log);
-  if (isEc || oid.equalsUtf8(kDsa)) {
+  if (isEc || oid.equalsUtf8(known_oid::dsa.dotted())) {
     if (log.m_verbose) {
       log.LogInfo(forOcsp ? "Returning DSA public key from X.509 cert..."
                           : "Returning DSA or ECDSA public key DER from X.509 cert...");
@@ -65,7 +62,7 @@ bool VelmoraX509::readPublicKey(bool forOcsp, DataBuffer& out, LogBase& log) {
     const TreeVisit spki(m_certXml, kSpkiPath);
     return spki && encodeSpki(out, log);
   }
-  if (oid.equalsUtf8(kGost94)) return refuseGost(oid, log);
+  if (oid.equalsUtf8(known_oid::gost34310WithGost34311.dotted())) return refuseGost(oid, log);
   return getKeyBits(out);
 }
 

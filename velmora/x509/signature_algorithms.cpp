@@ -2,19 +2,13 @@
 
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/vm_asn1.h"
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/key/dsa.h"
 #include "velmora/support/key/ed25519.h"
 #include "velmora/support/log/refuse.h"
 
 namespace velmora {
 namespace {
-
-constexpr const char* kRsaPss = "1.2.840.113549.1.1.10";
-constexpr const char* kEd25519 = "1.3.101.112";
-constexpr const char* kDsaWithSha256 = "2.16.840.1.101.3.4.3.2";
-constexpr const char* kEcdsaWithSha1 = "1.2.840.10045.4.1";
-constexpr const char* kEcdsaWithSha384 = "1.2.840.10045.4.3.3";
-constexpr const char* kEcdsaWithSha512 = "1.2.840.10045.4.3.4";
 
 constexpr unsigned char kSequence = 0x30;  // the first octet of a SEQUENCE in DER
 
@@ -36,7 +30,7 @@ void readSignatureAlgorithm(_vmAsn1& algorithm, CertificateSignature& parts, Log
   algorithm.DecodeInner(true, log);
   readAlgorithmOid(algorithm, parts.algorithmOid);
   if (parts.algorithmOid.isEmpty()) return;
-  if (parts.algorithmOid.equals(kRsaPss)) {
+  if (parts.algorithmOid.equals(known_oid::rsassaPss.dotted())) {
     parts.padding = RsaPrimitive::kPaddingPss;
     // The parser fills in numbers of its own; only the hash has a use here. Without parameters that
     // can be read the signature gets its chance with the default of the standard, SHA-1.
@@ -76,7 +70,7 @@ bool hasAllParts(const CertificateSignature& parts, LogBase& log) {
 
 bool verifyDsa(const CertificateSignature& parts, const DsaKeyData& key, LogBase& log) {
   // Every other OID, known or not, is taken for dsa-with-sha1.
-  const bool isSha256 = parts.algorithmOid.equals(kDsaWithSha256);
+  const bool isSha256 = parts.algorithmOid.equals(known_oid::dsaWithSha256.dotted());
   DataBuffer hash;
   hashToBeSigned(parts, isSha256 ? _vmHash::kSha256 : _vmHash::kSha1, hash);
   bool valid = false;
@@ -152,9 +146,9 @@ bool verifyRsa(const CertificateSignature& parts, const RsaKeyData& key, Signatu
 }
 
 int ecdsaHashId(const StringBuffer& algorithmOid) {
-  if (algorithmOid.equals(kEcdsaWithSha1)) return _vmHash::kSha1;
-  if (algorithmOid.equals(kEcdsaWithSha384)) return _vmHash::kSha384;
-  if (algorithmOid.equals(kEcdsaWithSha512)) return _vmHash::kSha512;
+  if (algorithmOid.equals(known_oid::ecdsaWithSha1.dotted())) return _vmHash::kSha1;
+  if (algorithmOid.equals(known_oid::ecdsaWithSha384.dotted())) return _vmHash::kSha384;
+  if (algorithmOid.equals(known_oid::ecdsaWithSha512.dotted())) return _vmHash::kSha512;
   return _vmHash::kSha256;  // also for ecdsa-with-SHA224, which no signature then matches
 }
 
@@ -208,7 +202,7 @@ bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts
 
 bool loadIssuerKey(const CertificateSignature& parts, const DataBuffer& keyBytes, _vmPublicKey& key,
                    LogBase& log) {
-  if (!parts.algorithmOid.equals(kEd25519)) {
+  if (!parts.algorithmOid.equals(known_oid::ed25519.dotted())) {
     return key.loadAnyDer(keyBytes, log) || refuse("Invalid DER public key.", log);
   }
   if (keyBytes.size() != Ed25519KeyData::kKeySize) {

@@ -1,3 +1,4 @@
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/time/vm_date_parser.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -12,8 +13,12 @@ struct NameField {
 };
 
 constexpr NameField kNameFields[] = {
-    {"CN", "2.5.4.3"}, {"O", "2.5.4.10"}, {"OU", "2.5.4.11"},
-    {"C", "2.5.4.6"},  {"S", "2.5.4.8"},  {"L", "2.5.4.7"},
+    {"CN", known_oid::commonName.dotted()},
+    {"O", known_oid::organization.dotted()},
+    {"OU", known_oid::organizationalUnit.dotted()},
+    {"C", known_oid::country.dotted()},
+    {"S", known_oid::state.dotted()},
+    {"L", known_oid::locality.dotted()},
 };
 
 // Writes the elements of one summary. A getter that fails leaves an element without text; where
@@ -38,7 +43,7 @@ class SummaryWriter {
   bool appendIssuer() {
     const _clsOwner issuer(m_root.newChild("issuer", nullptr, nullptr));
     if (!issuer) return false;
-    m_cert.get_IssuerValue("2.5.4.5", m_text, m_log);
+    m_cert.get_IssuerValue(known_oid::serialNumber.dotted(), m_text, m_log);
     appendText(*issuer, "Serial");
     for (const NameField& field : kNameFields) {
       m_cert.get_IssuerValue(field.oid, m_text, m_log);

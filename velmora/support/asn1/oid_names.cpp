@@ -2,138 +2,206 @@
 
 #include <algorithm>
 #include <array>
+#include <compare>
+#include <cstdint>
+#include <iterator>
+
+#include "velmora/support/asn1/attribute_types.h"
+#include "velmora/support/asn1/oids.h"
 
 namespace velmora {
 namespace {
 
 struct OidName {
-  std::string_view oid;
+  KnownOid oid;
   std::string_view name;
 };
 
-constexpr OidName kByTopic[] = {
-    // Attribute types (X.520, RFC 4519, RFC 2985, RFC 3739, CA/Browser Forum EV guidelines).
-    {"2.5.4.3", "commonName"},
-    {"2.5.4.4", "surname"},
-    {"2.5.4.5", "serialNumber"},
-    {"2.5.4.6", "countryName"},
-    {"2.5.4.7", "localityName"},
-    {"2.5.4.8", "stateOrProvinceName"},
-    {"2.5.4.9", "streetAddress"},
-    {"2.5.4.10", "organizationName"},
-    {"2.5.4.11", "organizationalUnitName"},
-    {"2.5.4.12", "title"},
-    {"2.5.4.13", "description"},
-    {"2.5.4.14", "searchGuide"},
-    {"2.5.4.15", "businessCategory"},
-    {"2.5.4.16", "postalAddress"},
-    {"2.5.4.17", "postalCode"},
-    {"2.5.4.18", "postOfficeBox"},
-    {"2.5.4.19", "physicalDeliveryOfficeName"},
-    {"2.5.4.20", "telephoneNumber"},
-    {"2.5.4.23", "facsimileTelephoneNumber"},
-    {"2.5.4.41", "name"},
-    {"2.5.4.42", "givenName"},
-    {"2.5.4.43", "initials"},
-    {"2.5.4.44", "generationQualifier"},
-    {"2.5.4.45", "uniqueIdentifier"},
-    {"2.5.4.46", "dnQualifier"},
-    {"2.5.4.65", "pseudonym"},
-    {"2.5.4.97", "organizationIdentifier"},
-    {"0.9.2342.19200300.100.1.1", "userId"},
-    {"0.9.2342.19200300.100.1.25", "domainComponent"},
-    {"1.2.840.113549.1.9.1", "emailAddress"},
-    {"1.2.840.113549.1.9.2", "unstructuredName"},
-    {"1.2.840.113549.1.9.8", "unstructuredAddress"},
-    {"1.3.6.1.4.1.311.60.2.1.1", "jurisdictionLocalityName"},
-    {"1.3.6.1.4.1.311.60.2.1.2", "jurisdictionStateOrProvinceName"},
-    {"1.3.6.1.4.1.311.60.2.1.3", "jurisdictionCountryName"},
-    {"1.3.6.1.5.5.7.9.1", "dateOfBirth"},
-    {"1.3.6.1.5.5.7.9.2", "placeOfBirth"},
-    {"1.3.6.1.5.5.7.9.3", "gender"},
-    {"1.3.6.1.5.5.7.9.4", "countryOfCitizenship"},
-    {"1.3.6.1.5.5.7.9.5", "countryOfResidence"},
-
-    // Keys and signatures (RFC 8017, RFC 3279, RFC 5480, RFC 5758, RFC 8410, RFC 9881, RFC 9814).
-    {"1.2.840.113549.1.1.1", "rsaEncryption"},
+// All but the attribute types, by topic.
+constexpr OidName kNames[] = {
+    // Keys and signatures, also those that nothing here checks, so that a reason can name them
+    // (RFC 8017, RFC 3279, RFC 5480, RFC 5758, RFC 8410, RFC 8692, RFC 9215, RFC 9802, RFC 9881,
+    // RFC 9909, RFC 9935, the register of NIST for the SHA-3 signatures).
+    {known_oid::rsaEncryption, "rsaEncryption"},
     {"1.2.840.113549.1.1.2", "md2WithRSAEncryption"},
+    {"1.2.840.113549.1.1.3", "md4WithRSAEncryption"},
     {"1.2.840.113549.1.1.4", "md5WithRSAEncryption"},
-    {"1.2.840.113549.1.1.5", "sha1WithRSAEncryption"},
+    {known_oid::sha1WithRsa, "sha1WithRSAEncryption"},
     {"1.2.840.113549.1.1.7", "rsaesOaep"},
-    {"1.2.840.113549.1.1.8", "mgf1"},
-    {"1.2.840.113549.1.1.10", "rsassaPss"},
-    {"1.2.840.113549.1.1.11", "sha256WithRSAEncryption"},
-    {"1.2.840.113549.1.1.12", "sha384WithRSAEncryption"},
-    {"1.2.840.113549.1.1.13", "sha512WithRSAEncryption"},
+    {known_oid::mgf1, "mgf1"},
+    {"1.2.840.113549.1.1.9", "pSpecified"},
+    {known_oid::rsassaPss, "rsassaPss"},
+    {known_oid::sha256WithRsa, "sha256WithRSAEncryption"},
+    {known_oid::sha384WithRsa, "sha384WithRSAEncryption"},
+    {known_oid::sha512WithRsa, "sha512WithRSAEncryption"},
     {"1.2.840.113549.1.1.14", "sha224WithRSAEncryption"},
+    {"1.2.840.113549.1.1.15", "sha512-224WithRSAEncryption"},
+    {"1.2.840.113549.1.1.16", "sha512-256WithRSAEncryption"},
     {"1.3.14.3.2.29", "sha1WithRSASignature"},
-    {"1.2.840.10040.4.1", "dsa"},
-    {"1.2.840.10040.4.3", "dsaWithSHA1"},
+    {"1.3.36.3.3.1.2", "ripemd160WithRSASignature"},
+    {known_oid::gost34310WithGost34311, "gost34310WithGost34311"},
+    {known_oid::dsa, "dsa"},
+    {known_oid::dsaWithSha1, "dsaWithSHA1"},
     {"2.16.840.1.101.3.4.3.1", "dsaWithSHA224"},
-    {"2.16.840.1.101.3.4.3.2", "dsaWithSHA256"},
+    {known_oid::dsaWithSha256, "dsaWithSHA256"},
     {"2.16.840.1.101.3.4.3.3", "dsaWithSHA384"},
     {"2.16.840.1.101.3.4.3.4", "dsaWithSHA512"},
-    {"1.2.840.10045.2.1", "ecPublicKey"},
-    {"1.2.840.10045.4.1", "ecdsaWithSHA1"},
+    {"2.16.840.1.101.3.4.3.5", "dsaWithSHA3-224"},
+    {"2.16.840.1.101.3.4.3.6", "dsaWithSHA3-256"},
+    {"2.16.840.1.101.3.4.3.7", "dsaWithSHA3-384"},
+    {"2.16.840.1.101.3.4.3.8", "dsaWithSHA3-512"},
+    {known_oid::ecPublicKey, "ecPublicKey"},
+    {known_oid::ecdsaWithSha1, "ecdsaWithSHA1"},
+    {"1.2.840.10045.4.2", "ecdsaWithRecommended"},
+    {"1.2.840.10045.4.3", "ecdsaWithSpecified"},
     {"1.2.840.10045.4.3.1", "ecdsaWithSHA224"},
-    {"1.2.840.10045.4.3.2", "ecdsaWithSHA256"},
-    {"1.2.840.10045.4.3.3", "ecdsaWithSHA384"},
-    {"1.2.840.10045.4.3.4", "ecdsaWithSHA512"},
+    {known_oid::ecdsaWithSha256, "ecdsaWithSHA256"},
+    {known_oid::ecdsaWithSha384, "ecdsaWithSHA384"},
+    {known_oid::ecdsaWithSha512, "ecdsaWithSHA512"},
+    {"2.16.840.1.101.3.4.3.9", "ecdsaWithSHA3-224"},
+    {"2.16.840.1.101.3.4.3.10", "ecdsaWithSHA3-256"},
+    {"2.16.840.1.101.3.4.3.11", "ecdsaWithSHA3-384"},
+    {"2.16.840.1.101.3.4.3.12", "ecdsaWithSHA3-512"},
+    {"2.16.840.1.101.3.4.3.13", "rsassaPkcs1v15WithSHA3-224"},
+    {"2.16.840.1.101.3.4.3.14", "rsassaPkcs1v15WithSHA3-256"},
+    {"2.16.840.1.101.3.4.3.15", "rsassaPkcs1v15WithSHA3-384"},
+    {"2.16.840.1.101.3.4.3.16", "rsassaPkcs1v15WithSHA3-512"},
+    {"1.3.6.1.5.5.7.6.30", "rsassaPssShake128"},
+    {"1.3.6.1.5.5.7.6.31", "rsassaPssShake256"},
+    {"1.3.6.1.5.5.7.6.32", "ecdsaWithShake128"},
+    {"1.3.6.1.5.5.7.6.33", "ecdsaWithShake256"},
     {"1.2.840.10046.2.1", "dhPublicNumber"},
+    {"1.2.840.113549.1.3.1", "dhKeyAgreement"},
+    {"1.3.132.1.12", "ecDH"},
+    {"1.3.132.1.13", "ecMQV"},
     {"1.3.101.110", "X25519"},
     {"1.3.101.111", "X448"},
-    {"1.3.101.112", "Ed25519"},
+    {known_oid::ed25519, "Ed25519"},
     {"1.3.101.113", "Ed448"},
     {"2.16.840.1.101.3.4.3.17", "mlDsa44"},
     {"2.16.840.1.101.3.4.3.18", "mlDsa65"},
     {"2.16.840.1.101.3.4.3.19", "mlDsa87"},
+    {"2.16.840.1.101.3.4.3.20", "slhDsaSha2-128s"},
+    {"2.16.840.1.101.3.4.3.21", "slhDsaSha2-128f"},
+    {"2.16.840.1.101.3.4.3.22", "slhDsaSha2-192s"},
+    {"2.16.840.1.101.3.4.3.23", "slhDsaSha2-192f"},
+    {"2.16.840.1.101.3.4.3.24", "slhDsaSha2-256s"},
+    {"2.16.840.1.101.3.4.3.25", "slhDsaSha2-256f"},
+    {"2.16.840.1.101.3.4.3.26", "slhDsaShake-128s"},
+    {"2.16.840.1.101.3.4.3.27", "slhDsaShake-128f"},
+    {"2.16.840.1.101.3.4.3.28", "slhDsaShake-192s"},
+    {"2.16.840.1.101.3.4.3.29", "slhDsaShake-192f"},
+    {"2.16.840.1.101.3.4.3.30", "slhDsaShake-256s"},
+    {"2.16.840.1.101.3.4.3.31", "slhDsaShake-256f"},
+    {"2.16.840.1.101.3.4.3.32", "hashMlDsa44WithSHA512"},
+    {"2.16.840.1.101.3.4.3.33", "hashMlDsa65WithSHA512"},
+    {"2.16.840.1.101.3.4.3.34", "hashMlDsa87WithSHA512"},
+    {"2.16.840.1.101.3.4.4.1", "mlKem512"},
+    {"2.16.840.1.101.3.4.4.2", "mlKem768"},
+    {"2.16.840.1.101.3.4.4.3", "mlKem1024"},
+    {"1.2.840.113549.1.9.16.3.17", "hssLms"},
+    {"1.3.6.1.5.5.7.6.34", "xmss"},
+    {"1.3.6.1.5.5.7.6.35", "xmssMt"},
+    {"1.2.643.2.2.3", "gostR3411-94WithGostR3410-2001"},
+    {"1.2.643.2.2.4", "gostR3411-94WithGostR3410-94"},
+    {"1.2.643.2.2.19", "gostR3410-2001"},
+    {"1.2.643.2.2.20", "gostR3410-94"},
+    {"1.2.643.7.1.1.1.1", "gostR3410-2012-256"},
+    {"1.2.643.7.1.1.1.2", "gostR3410-2012-512"},
+    {"1.2.643.7.1.1.3.2", "gostR3410-2012-256WithGostR3411-2012-256"},
+    {"1.2.643.7.1.1.3.3", "gostR3410-2012-512WithGostR3411-2012-512"},
+    {"1.2.156.10197.1.501", "sm2WithSM3"},
 
     // Hashes (RFC 8017 appendix C).
+    {"1.2.840.113549.2.2", "md2"},
+    {"1.2.840.113549.2.4", "md4"},
     {"1.2.840.113549.2.5", "md5"},
-    {"1.3.14.3.2.26", "sha1"},
-    {"2.16.840.1.101.3.4.2.1", "sha256"},
-    {"2.16.840.1.101.3.4.2.2", "sha384"},
-    {"2.16.840.1.101.3.4.2.3", "sha512"},
+    {"1.3.36.3.2.1", "ripemd160"},
+    {known_oid::sha1, "sha1"},
+    {known_oid::sha256, "sha256"},
+    {known_oid::sha384, "sha384"},
+    {known_oid::sha512, "sha512"},
     {"2.16.840.1.101.3.4.2.4", "sha224"},
+    {"2.16.840.1.101.3.4.2.5", "sha512-224"},
+    {"2.16.840.1.101.3.4.2.6", "sha512-256"},
+    {"2.16.840.1.101.3.4.2.7", "sha3-224"},
+    {"2.16.840.1.101.3.4.2.8", "sha3-256"},
+    {"2.16.840.1.101.3.4.2.9", "sha3-384"},
+    {"2.16.840.1.101.3.4.2.10", "sha3-512"},
+    {"2.16.840.1.101.3.4.2.11", "shake128"},
+    {"2.16.840.1.101.3.4.2.12", "shake256"},
+    {"1.2.643.2.2.9", "gostR3411-94"},
+    {"1.2.643.7.1.1.2.2", "gostR3411-2012-256"},
+    {"1.2.643.7.1.1.2.3", "gostR3411-2012-512"},
+    {"1.2.156.10197.1.401", "sm3"},
 
-    // Curves (FIPS 186-4, SEC 2, RFC 5639).
-    {"1.2.840.10045.3.1.1", "P-192"},
-    {"1.2.840.10045.3.1.7", "P-256"},
-    {"1.3.132.0.10", "secp256k1"},
-    {"1.3.132.0.33", "P-224"},
-    {"1.3.132.0.34", "P-384"},
-    {"1.3.132.0.35", "P-521"},
+    // Curves (FIPS 186-4, SEC 2, RFC 5639), likewise.
+    {known_oid::p192, "P-192"},
+    {known_oid::p256, "P-256"},
+    {known_oid::secp256k1, "secp256k1"},
+    {known_oid::p224, "P-224"},
+    {known_oid::p384, "P-384"},
+    {known_oid::p521, "P-521"},
+    {"1.3.132.0.8", "secp160r1"},
+    {"1.3.132.0.9", "secp160k1"},
+    {"1.3.132.0.30", "secp160r2"},
+    {"1.3.132.0.31", "secp192k1"},
+    {"1.3.132.0.32", "secp224k1"},
+    {"1.3.132.0.1", "sect163k1"},
+    {"1.3.132.0.15", "sect163r2"},
+    {"1.3.132.0.26", "sect233k1"},
+    {"1.3.132.0.27", "sect233r1"},
+    {"1.3.132.0.16", "sect283k1"},
+    {"1.3.132.0.17", "sect283r1"},
+    {"1.3.132.0.36", "sect409k1"},
+    {"1.3.132.0.37", "sect409r1"},
+    {"1.3.132.0.38", "sect571k1"},
+    {"1.3.132.0.39", "sect571r1"},
+    {"1.3.36.3.3.2.8.1.1.1", "brainpoolP160r1"},
     {"1.3.36.3.3.2.8.1.1.3", "brainpoolP192r1"},
     {"1.3.36.3.3.2.8.1.1.5", "brainpoolP224r1"},
-    {"1.3.36.3.3.2.8.1.1.7", "brainpoolP256r1"},
+    {known_oid::brainpoolP256r1, "brainpoolP256r1"},
     {"1.3.36.3.3.2.8.1.1.9", "brainpoolP320r1"},
-    {"1.3.36.3.3.2.8.1.1.11", "brainpoolP384r1"},
-    {"1.3.36.3.3.2.8.1.1.13", "brainpoolP512r1"},
+    {known_oid::brainpoolP384r1, "brainpoolP384r1"},
+    {known_oid::brainpoolP512r1, "brainpoolP512r1"},
+    {"1.3.36.3.3.2.8.1.1.2", "brainpoolP160t1"},
+    {"1.3.36.3.3.2.8.1.1.4", "brainpoolP192t1"},
+    {"1.3.36.3.3.2.8.1.1.6", "brainpoolP224t1"},
+    {"1.3.36.3.3.2.8.1.1.8", "brainpoolP256t1"},
+    {"1.3.36.3.3.2.8.1.1.10", "brainpoolP320t1"},
+    {"1.3.36.3.3.2.8.1.1.12", "brainpoolP384t1"},
+    {"1.3.36.3.3.2.8.1.1.14", "brainpoolP512t1"},
+    {"1.2.156.10197.1.301", "sm2p256v1"},
 
-    // Extensions (RFC 5280 §4.2, RFC 6962, RFC 7633, RFC 3739).
-    {"2.5.29.9", "subjectDirectoryAttributes"},
-    {"2.5.29.14", "subjectKeyIdentifier"},
-    {"2.5.29.15", "keyUsage"},
+    // Extensions (RFC 5280 §4.2, RFC 6962, RFC 7633, RFC 3739, RFC 3779, RFC 9399, RFC 9608).
+    {known_oid::subjectDirectoryAttributes, "subjectDirectoryAttributes"},
+    {known_oid::subjectKeyIdentifier, "subjectKeyIdentifier"},
+    {known_oid::keyUsage, "keyUsage"},
     {"2.5.29.16", "privateKeyUsagePeriod"},
-    {"2.5.29.17", "subjectAltName"},
-    {"2.5.29.18", "issuerAltName"},
-    {"2.5.29.19", "basicConstraints"},
-    {"2.5.29.30", "nameConstraints"},
-    {"2.5.29.31", "cRLDistributionPoints"},
-    {"2.5.29.32", "certificatePolicies"},
-    {"2.5.29.33", "policyMappings"},
-    {"2.5.29.35", "authorityKeyIdentifier"},
-    {"2.5.29.36", "policyConstraints"},
-    {"2.5.29.37", "extendedKeyUsage"},
-    {"2.5.29.46", "freshestCRL"},
-    {"2.5.29.54", "inhibitAnyPolicy"},
-    {"1.3.6.1.5.5.7.1.1", "authorityInfoAccess"},
+    {known_oid::subjectAltName, "subjectAltName"},
+    {known_oid::issuerAltName, "issuerAltName"},
+    {known_oid::basicConstraints, "basicConstraints"},
+    {known_oid::nameConstraints, "nameConstraints"},
+    {known_oid::crlDistributionPoints, "cRLDistributionPoints"},
+    {known_oid::certificatePolicies, "certificatePolicies"},
+    {known_oid::policyMappings, "policyMappings"},
+    {known_oid::authorityKeyIdentifier, "authorityKeyIdentifier"},
+    {known_oid::policyConstraints, "policyConstraints"},
+    {known_oid::extKeyUsage, "extendedKeyUsage"},
+    {known_oid::freshestCrl, "freshestCRL"},
+    {known_oid::inhibitAnyPolicy, "inhibitAnyPolicy"},
+    {known_oid::noRevAvail, "noRevAvail"},
+    {known_oid::authorityInfoAccess, "authorityInfoAccess"},
+    {"1.3.6.1.5.5.7.1.2", "biometricInfo"},
     {"1.3.6.1.5.5.7.1.3", "qcStatements"},
-    {"1.3.6.1.5.5.7.1.11", "subjectInfoAccess"},
-    {"1.3.6.1.5.5.7.1.24", "tlsFeature"},
-    {"1.3.6.1.5.5.7.48.1.5", "ocspNoCheck"},
-    {"1.3.6.1.4.1.11129.2.4.2", "signedCertificateTimestampList"},
-    {"1.3.6.1.4.1.11129.2.4.3", "ctPrecertificatePoison"},
+    {"1.3.6.1.5.5.7.1.7", "ipAddrBlocks"},
+    {"1.3.6.1.5.5.7.1.8", "autonomousSysIds"},
+    {known_oid::subjectInfoAccess, "subjectInfoAccess"},
+    {"1.3.6.1.5.5.7.1.12", "logotype"},
+    {known_oid::tlsFeature, "tlsFeature"},
+    {known_oid::ocspNoCheck, "ocspNoCheck"},
+    {known_oid::signedTimestamps, "signedCertificateTimestampList"},
+    {known_oid::ctPoison, "ctPrecertificatePoison"},
     {"1.3.6.1.4.1.311.20.2", "enrollCerttypeExtension"},
     {"1.3.6.1.4.1.311.21.1", "certsrvCaVersion"},
     {"1.3.6.1.4.1.311.21.7", "certificateTemplate"},
@@ -142,16 +210,16 @@ constexpr OidName kByTopic[] = {
     {"2.16.840.1.113730.1.13", "netscapeComment"},
 
     // Key purposes (RFC 5280 §4.2.1.12 and others).
-    {"2.5.29.37.0", "anyExtendedKeyUsage"},
-    {"1.3.6.1.5.5.7.3.1", "serverAuth"},
-    {"1.3.6.1.5.5.7.3.2", "clientAuth"},
-    {"1.3.6.1.5.5.7.3.3", "codeSigning"},
-    {"1.3.6.1.5.5.7.3.4", "emailProtection"},
+    {known_oid::anyExtendedKeyUsage, "anyExtendedKeyUsage"},
+    {known_oid::serverAuth, "serverAuth"},
+    {known_oid::clientAuth, "clientAuth"},
+    {known_oid::codeSigning, "codeSigning"},
+    {known_oid::emailProtection, "emailProtection"},
     {"1.3.6.1.5.5.7.3.5", "ipsecEndSystem"},
     {"1.3.6.1.5.5.7.3.6", "ipsecTunnel"},
     {"1.3.6.1.5.5.7.3.7", "ipsecUser"},
-    {"1.3.6.1.5.5.7.3.8", "timeStamping"},
-    {"1.3.6.1.5.5.7.3.9", "OCSPSigning"},
+    {known_oid::timeStamping, "timeStamping"},
+    {known_oid::ocspSigning, "OCSPSigning"},
     {"1.3.6.1.5.5.7.3.17", "ipsecIKE"},
     {"1.3.6.1.5.5.7.3.36", "documentSigning"},
     {"1.3.6.1.4.1.311.10.3.3", "serverGatedCrypto"},
@@ -164,15 +232,15 @@ constexpr OidName kByTopic[] = {
     {"2.16.840.1.113730.4.1", "netscapeStepUp"},
 
     // Access methods (RFC 5280 §4.2.2).
-    {"1.3.6.1.5.5.7.48.1", "ocsp"},
-    {"1.3.6.1.5.5.7.48.2", "caIssuers"},
+    {known_oid::ocsp, "ocsp"},
+    {known_oid::caIssuers, "caIssuers"},
     {"1.3.6.1.5.5.7.48.3", "adTimeStamping"},
     {"1.3.6.1.5.5.7.48.5", "caRepository"},
 
     // Policies and qualifiers (RFC 5280 §4.2.1.4, CA/Browser Forum).
-    {"2.5.29.32.0", "anyPolicy"},
-    {"1.3.6.1.5.5.7.2.1", "cps"},
-    {"1.3.6.1.5.5.7.2.2", "userNotice"},
+    {known_oid::anyPolicy, "anyPolicy"},
+    {known_oid::cpsQualifier, "cps"},
+    {known_oid::userNoticeQualifier, "userNotice"},
     {"2.23.140.1.1", "extendedValidation"},
     {"2.23.140.1.2.1", "domainValidated"},
     {"2.23.140.1.2.2", "organizationValidated"},
@@ -188,33 +256,73 @@ constexpr OidName kByTopic[] = {
     {"1.3.6.1.5.5.7.8.9", "smtpUTF8Mailbox"},
 };
 
-constexpr auto sortedByOid() {
-  auto table = std::to_array(kByTopic);
+// The content octets of an OID as one number, which compares faster than text; all zero for one
+// that is longer than any that is known.
+struct Key {
+  uint64_t high = 0;
+  uint64_t low = 0;
+
+  auto operator<=>(const Key&) const = default;
+};
+
+constexpr Key keyOf(std::span<const unsigned char> octets) noexcept {
+  if (octets.size() > KnownOid::kMaxSize) return {};
+  Key key{0, octets.size()};
+  for (const unsigned char octet : octets) {
+    key.high = key.high << 8 | key.low >> 56;
+    key.low = key.low << 8 | octet;
+  }
+  return key;
+}
+
+struct Entry {
+  Key key;
+  std::string_view name;
+  const char* dotted = nullptr;
+};
+
+constexpr auto sortedByKey() {
+  std::array<Entry, std::size(kAttributeTypes) + std::size(kNames)> table{};
+  auto* to = table.begin();
+  for (const AttributeType& type : kAttributeTypes) {
+    *to++ = {keyOf(type.oid.octets()), type.name, type.oid.dotted()};
+  }
+  for (const OidName& known : kNames) {
+    *to++ = {keyOf(known.oid.octets()), known.name, known.oid.dotted()};
+  }
   std::sort(table.begin(), table.end(),
-            [](const OidName& a, const OidName& b) { return a.oid < b.oid; });
+            [](const Entry& a, const Entry& b) { return a.key < b.key; });
   return table;
 }
 
-constexpr auto kByOid = sortedByOid();
+constexpr auto kByKey = sortedByKey();
 
-constexpr bool isTwice(const OidName& a, const OidName& b) {
-  return a.oid == b.oid;
+constexpr bool isTwice(const Entry& a, const Entry& b) {
+  return a.key == b.key;
 }
-static_assert(std::adjacent_find(kByOid.begin(), kByOid.end(), isTwice) == kByOid.end());
+static_assert(std::adjacent_find(kByKey.begin(), kByKey.end(), isTwice) == kByKey.end());
 
 }  // namespace
 
-std::string_view oidName(std::string_view dotted) noexcept {
+std::string_view oidName(std::span<const unsigned char> content) noexcept {
+  const Key key = keyOf(content);
   const auto* found =
-      std::lower_bound(kByOid.begin(), kByOid.end(), dotted,
-                       [](const OidName& entry, std::string_view oid) { return entry.oid < oid; });
-  return found != kByOid.end() && found->oid == dotted ? found->name : std::string_view();
+      std::lower_bound(kByKey.begin(), kByKey.end(), key,
+                       [](const Entry& entry, Key sought) { return entry.key < sought; });
+  return found != kByKey.end() && found->key == key ? found->name : std::string_view();
+}
+
+std::string_view oidName(std::string_view dotted) noexcept {
+  constexpr size_t kMaxDottedSize = maxDottedSize(KnownOid::kMaxSize);
+  unsigned char content[kMaxDottedSize];
+  if (dotted.size() > kMaxDottedSize) return {};
+  return oidName({content, writeOidContent(dotted, content)});
 }
 
 std::string_view oidOfName(std::string_view name) noexcept {
-  const auto* found = std::find_if(kByOid.begin(), kByOid.end(),
-                                   [&](const OidName& entry) { return entry.name == name; });
-  return found != kByOid.end() ? found->oid : std::string_view();
+  const auto* found = std::find_if(kByKey.begin(), kByKey.end(),
+                                   [&](const Entry& entry) { return entry.name == name; });
+  return found != kByKey.end() ? found->dotted : std::string_view();
 }
 
 }  // namespace velmora

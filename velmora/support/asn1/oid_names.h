@@ -1,5 +1,8 @@
 #pragma once
 
+// The names of OIDs, and OIDs by their names.
+
+#include <span>
 #include <string_view>
 
 namespace velmora {
@@ -9,6 +12,9 @@ namespace velmora {
 /// of other names, such as "subjectAltName" for "2.5.29.17". Empty for an OID that is not in the
 /// table. The text lives as long as the program. Stateless; any thread may call it.
 std::string_view oidName(std::string_view dotted) noexcept;
+
+/// The same for content octets (X.690 §8.19).
+std::string_view oidName(std::span<const unsigned char> content) noexcept;
 
 /// The other way round: the dotted OID that oidName gives exactly this name; empty for any other
 /// text.

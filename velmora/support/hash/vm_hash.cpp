@@ -1,5 +1,6 @@
 #include "velmora/support/hash/vm_hash.h"
 
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/text/ascii.h"
 
@@ -22,12 +23,12 @@ struct HashAlgorithm {
 };
 
 constexpr HashAlgorithm kAlgorithms[] = {
-    {_vmHash::kSha1, "1", "1.3.14.3.2.26", Sha1Digest::kDigestSize, hashOnce<Sha1Digest>},
-    {_vmHash::kSha256, "256", "2.16.840.1.101.3.4.2.1", Sha256Digest::kDigestSize,
+    {_vmHash::kSha1, "1", known_oid::sha1.dotted(), Sha1Digest::kDigestSize, hashOnce<Sha1Digest>},
+    {_vmHash::kSha256, "256", known_oid::sha256.dotted(), Sha256Digest::kDigestSize,
      hashOnce<Sha256Digest>},
-    {_vmHash::kSha384, "384", "2.16.840.1.101.3.4.2.2", Sha384Digest::kDigestSize,
+    {_vmHash::kSha384, "384", known_oid::sha384.dotted(), Sha384Digest::kDigestSize,
      hashOnce<Sha384Digest>},
-    {_vmHash::kSha512, "512", "2.16.840.1.101.3.4.2.3", Sha512Digest::kDigestSize,
+    {_vmHash::kSha512, "512", known_oid::sha512.dotted(), Sha512Digest::kDigestSize,
      hashOnce<Sha512Digest>},
 };
 

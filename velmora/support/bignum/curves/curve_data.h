@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/core/known_oids.h"
 
 namespace velmora::vartime {
 
@@ -23,7 +24,7 @@ struct CurveParameters {
 
 // FIPS 186-4, appendix D.1.2.
 inline constexpr CurveParameters kP192{"P-192",
-                                       "1.2.840.10045.3.1.1",
+                                       known_oid::p192.dotted(),
                                        192,
                                        "fffffffffffffffffffffffffffffffeffffffffffffffff",
                                        "fffffffffffffffffffffffffffffffefffffffffffffffc",
@@ -34,7 +35,7 @@ inline constexpr CurveParameters kP192{"P-192",
                                        0};
 
 inline constexpr CurveParameters kP224{"P-224",
-                                       "1.3.132.0.33",
+                                       known_oid::p224.dotted(),
                                        224,
                                        "ffffffffffffffffffffffffffffffff000000000000000000000001",
                                        "fffffffffffffffffffffffffffffffefffffffffffffffffffffffe",
@@ -46,7 +47,7 @@ inline constexpr CurveParameters kP224{"P-224",
 
 inline constexpr CurveParameters kP256{
     "P-256",
-    "1.2.840.10045.3.1.7",
+    known_oid::p256.dotted(),
     256,
     "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff",
     "ffffffff00000001000000000000000000000000fffffffffffffffffffffffc",
@@ -58,7 +59,7 @@ inline constexpr CurveParameters kP256{
 
 inline constexpr CurveParameters kP384{
     "P-384",
-    "1.3.132.0.34",
+    known_oid::p384.dotted(),
     384,
     "fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffe"
     "ffffffff0000000000000000ffffffff",
@@ -76,7 +77,7 @@ inline constexpr CurveParameters kP384{
 
 inline constexpr CurveParameters kP521{
     "P-521",
-    "1.3.132.0.35",
+    known_oid::p521.dotted(),
     521,
     "01ffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffff"
     "ffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffff"
@@ -101,7 +102,7 @@ inline constexpr CurveParameters kP521{
 // SEC 2, version 2.0, section 2.4.1.
 inline constexpr CurveParameters kSecp256k1{
     "secp256k1",
-    "1.3.132.0.10",
+    known_oid::secp256k1.dotted(),
     256,
     "fffffffffffffffffffffffffffffffffffffffffffffffffffffffefffffc2f",
     "0000000000000000000000000000000000000000000000000000000000000000",
@@ -114,7 +115,7 @@ inline constexpr CurveParameters kSecp256k1{
 // RFC 5639, section 3.
 inline constexpr CurveParameters kBrainpoolP256r1{
     "brainpoolP256r1",
-    "1.3.36.3.3.2.8.1.1.7",
+    known_oid::brainpoolP256r1.dotted(),
     256,
     "a9fb57dba1eea9bc3e660a909d838d726e3bf623d52620282013481d1f6e5377",
     "7d5a0975fc2c3057eef67530417affe7fb8055c126dc5c6ce94a4b44f330b5d9",
@@ -126,7 +127,7 @@ inline constexpr CurveParameters kBrainpoolP256r1{
 
 inline constexpr CurveParameters kBrainpoolP384r1{
     "brainpoolP384r1",
-    "1.3.36.3.3.2.8.1.1.11",
+    known_oid::brainpoolP384r1.dotted(),
     384,
     "8cb91e82a3386d280f5d6f7e50e641df152f7109ed5456b412b1da197fb71123"
     "acd3a729901d1a71874700133107ec53",
@@ -144,7 +145,7 @@ inline constexpr CurveParameters kBrainpoolP384r1{
 
 inline constexpr CurveParameters kBrainpoolP512r1{
     "brainpoolP512r1",
-    "1.3.36.3.3.2.8.1.1.13",
+    known_oid::brainpoolP512r1.dotted(),
     512,
     "aadd9db8dbe9c48b3fd4e6ae33c9fc07cb308db3b3c9d20ed6639cca70330871"
     "7d4d9b009bc66842aecda12ae6a380e62881ff2f2d82c68528aa6056583a48f3",
