@@ -45,6 +45,44 @@ Extension extensionOf(Bytes der, const ExtensionEntry& entry) noexcept {
   return {Oid::fromDer(id), entry.critical, contentAt(der, entry.value), id, entry.at};
 }
 
+Extension listedExtensionOf(Bytes der, const ExtensionEntry& entry) noexcept {
+  const Bytes id = entry.id != 0 ? contentAt(der, entry.id) : Bytes();
+  const bool hasValue = entry.value != 0;
+  const Bytes value = hasValue ? contentAt(der, entry.value) : Bytes();
+  return {Oid::fromDer(id), entry.critical, value, id, entry.at, entry.isWellFormed, hasValue};
+}
+
+// The INTEGER that the [0] starts with.
+Bytes versionOctets(Bytes der, uint32_t at) noexcept {
+  Asn1Element field;
+  Asn1Element number;
+  if (at == 0 || !DerReader(der.subspan(at), at).takeAny(field) || !field.header.constructed)
+    return {};
+  DerReader members(field);
+  return members.take(asn1_tag::kInteger, number) && members.atEnd() ? number.content : Bytes();
+}
+
+// Validity ::= SEQUENCE { notBefore Time, notAfter Time }
+DerReader datesOf(const BlockRef& block) noexcept {
+  const uint32_t at = block->index().validity;
+  Asn1Element period;
+  DerReader(block.bytes().subspan(at), at).takeAny(period);
+  return DerReader(period);
+}
+
+// The date that comes next.
+Result<std::chrono::sys_seconds> momentOf(DerReader dates) noexcept {
+  Asn1Element date;
+  VelmoraSysTime time;
+  LogNull log;
+  dates.takeAny(date);
+  const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
+  if (!time.fromX509(charactersOf(date.content), isGeneralized, log)) {
+    return Error::at(ErrorCode::malformedDate, date.offset);
+  }
+  return std::chrono::sys_seconds(std::chrono::seconds(time.toUnixSeconds()));
+}
+
 }  // namespace
 
 Parts Certificate::parts() const& noexcept {
@@ -55,6 +93,7 @@ Parts Certificate::parts() const& noexcept {
   signature = wholeOctets ? signature.subspan(1) : Bytes();
   return {der,
           elementAt(der, index.tbs),
+          versionOctets(der, index.version),
           contentAt(der, index.serial),
           elementAt(der, index.issuer),
           elementAt(der, index.validity),
@@ -112,25 +151,23 @@ bool Certificate::isSelfIssued() const noexcept {
   return !ours.isEmpty() && ours.matches(issuer());
 }
 
-// Validity ::= SEQUENCE { notBefore Time, notAfter Time }
 Result<Validity> Certificate::validity() const noexcept {
-  const size_t at = m_block->index().validity;
-  Asn1Element period;
-  DerReader(m_block.bytes().subspan(at), at).takeAny(period);
-  DerReader dates(period);
-  Validity validity;
-  for (std::chrono::sys_seconds* const end : {&validity.notBefore, &validity.notAfter}) {
-    Asn1Element date;
-    VelmoraSysTime time;
-    LogNull log;
-    dates.takeAny(date);
-    const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
-    if (!time.fromX509(charactersOf(date.content), isGeneralized, log)) {
-      return Error::at(ErrorCode::malformedDate, date.offset);
-    }
-    *end = std::chrono::sys_seconds(std::chrono::seconds(time.toUnixSeconds()));
-  }
-  return validity;
+  const Result<std::chrono::sys_seconds> from = notBefore();
+  if (!from) return from.error();
+  return notAfter().transform([&](std::chrono::sys_seconds until) {
+    return Validity{*from, until};
+  });
+}
+
+Result<std::chrono::sys_seconds> Certificate::notBefore() const noexcept {
+  return momentOf(datesOf(m_block));
+}
+
+Result<std::chrono::sys_seconds> Certificate::notAfter() const noexcept {
+  Asn1Element first;
+  DerReader dates = datesOf(m_block);
+  dates.takeAny(first);
+  return momentOf(dates);
 }
 
 Octets Certificate::fingerprint(Hash hash) const {
@@ -150,6 +187,15 @@ std::vector<Extension> Certificate::extensions() const& {
   extensions.reserve(m_block->extensions().size());
   for (const ExtensionEntry& entry : m_block->extensions()) {
     if (entry.isWellFormed) extensions.push_back(extensionOf(m_block.bytes(), entry));
+  }
+  return extensions;
+}
+
+std::vector<Extension> Certificate::listedExtensions() const& {
+  std::vector<Extension> extensions;
+  extensions.reserve(m_block->extensions().size());
+  for (const ExtensionEntry& entry : m_block->extensions()) {
+    extensions.push_back(listedExtensionOf(m_block.bytes(), entry));
   }
   return extensions;
 }

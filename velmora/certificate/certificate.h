@@ -37,9 +37,10 @@ struct Validity {
 /// Where the fields of a certificate stand (RFC 5280 §4.1), each with identifier and length unless
 /// said otherwise.
 struct Parts {
-  Bytes der;     // all of it
-  Bytes tbs;     // tbsCertificate: what is signed
-  Bytes serial;  // the content octets of serialNumber
+  Bytes der;      // all of it
+  Bytes tbs;      // tbsCertificate: what is signed
+  Bytes version;  // the content octets of the INTEGER in version; empty where there is none
+  Bytes serial;   // the content octets of serialNumber
   Bytes issuer;
   Bytes validity;
   Bytes subject;
@@ -114,12 +115,18 @@ class Certificate {
   /// §4.1.2.5 allows and what VelmoraSysTime::fromX509 reads besides: no seconds in a UTCTime,
   /// fractions, offsets.
   Result<Validity> validity() const noexcept;
+  /// Either end alone, where the other one cannot be read.
+  Result<std::chrono::sys_seconds> notBefore() const noexcept;
+  Result<std::chrono::sys_seconds> notAfter() const noexcept;
 
   // The key (§4.1.2.7).
 
   /// What is known of the key. Error malformedKey when it is not of its algorithm's syntax; that of
   /// an EC key takes any octets for a point.
   Result<PublicKey> publicKey() const noexcept;
+
+  /// The same for showing, also of a malformed key: what can be read of it.
+  PublicKey describedKey() const noexcept;
 
   /// The digest of the whole certificate, its fingerprint or thumbprint.
   template <Hash kHash>
@@ -143,6 +150,18 @@ class Certificate {
   /// departures().
   std::vector<Extension> extensions() const&;
   std::vector<Extension> extensions() const&& = delete;
+
+  /// All members of the list in its order, for showing: those that are no Extension with what can
+  /// be read of them.
+  std::vector<Extension> listedExtensions() const&;
+  std::vector<Extension> listedExtensions() const&& = delete;
+
+  /// What an extension of this certificate says; one of several with its OID as well, which the
+  /// operations below do not answer. Error malformedExtension.
+  Result<ExtensionContent> content(const Extension& extension,
+                                   Strictness strictness = Strictness::strict) const&;
+  Result<ExtensionContent> content(const Extension& extension,
+                                   Strictness strictness = Strictness::strict) const&& = delete;
 
   Result<Extension> extension(const Oid& id) const& noexcept;
   Result<Extension> extension(const Oid& id) const&& = delete;

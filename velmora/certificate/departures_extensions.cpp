@@ -24,12 +24,9 @@ class ExtensionPart {
   ExtensionPart(const ExaminedCertificate& examined, DepartureList& list) noexcept
       : m_examined(examined), m_list(list) {}
 
-  const Certificate& certificate() const noexcept { return m_examined.certificate; }
-
-  // What an operation of Certificate answered: its error, and the names in it.
-  template <class T>
-  void judge(const Result<T>& answer) {
-    if (answer) return examine(*answer);
+  // What it says: its error, and the names in it.
+  void judge(const Result<ExtensionContent>& answer) {
+    if (answer) return std::visit([&](const auto& content) { examine(content); }, *answer);
     if (answer.error().code == ErrorCode::outOfMemory) throw std::bad_alloc();
     const bool isMalformed = answer.error().code == ErrorCode::malformedExtension;
     if (isMalformed && m_list.isCertain()) {
@@ -68,12 +65,11 @@ class ExtensionPart {
   DepartureList& m_list;
 };
 
-// What is known of an extension: its criticality where RFC 5280 says MUST, the spots of its syntax
-// that show their type to nobody else, and who reads it.
+// What is known of an extension: its criticality where RFC 5280 says MUST, and the spots of its
+// syntax that show their type to nobody else.
 struct KnownExtension {
   Oid id;
   Criticality criticality;
-  void (*judge)(ExtensionPart& part);  // null: the content is opaque here
   std::array<ContentSpot, 2> spots = {};
 };
 
@@ -91,58 +87,30 @@ constexpr std::array<ContentSpot, 2> kPointSpots = {
      {3, kContext | kConstructed | 1, ContentRule::setOf}}};
 
 constexpr KnownExtension kKnown[] = {
-    {oid::subjectKeyIdentifier, kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().subjectKeyId()); }},
-    {oid::keyUsage,
-     kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().keyUsage()); },
-     {{{0, kBitString, ContentRule::namedBits}}}},
-    {oid::subjectAltName, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().subjectAltNames()); }},
-    {oid::issuerAltName, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().issuerAltNames()); }},
-    {oid::basicConstraints,
-     kEither,  // a rule of its own
-     [](ExtensionPart& part) { part.judge(part.certificate().basicConstraints()); },
-     {{{1, kBoolean, ContentRule::falseIsDefault}}}},
-    {oid::nameConstraints,
-     kMust,
-     [](ExtensionPart& part) { part.judge(part.certificate().nameConstraints()); },
-     {{{3, kContext | 0, ContentRule::zeroIsDefault}}}},
-    {oid::crlDistributionPoints, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().crlDistributionPoints()); },
-     kPointSpots},
-    {oid::certificatePolicies, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().policies()); }},
-    {oid::policyMappings, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().policyMappings()); }},
-    {oid::authorityKeyIdentifier,
-     kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().authorityKeyId()); },
-     {{{1, kContext | 2, ContentRule::integer}}}},
+    {oid::subjectKeyIdentifier, kMustNot},
+    {oid::keyUsage, kEither, {{{0, kBitString, ContentRule::namedBits}}}},
+    {oid::subjectAltName, kEither},
+    {oid::issuerAltName, kEither},
+    // Basic constraints have a rule of their own on when they are critical.
+    {oid::basicConstraints, kEither, {{{1, kBoolean, ContentRule::falseIsDefault}}}},
+    {oid::nameConstraints, kMust, {{{3, kContext | 0, ContentRule::zeroIsDefault}}}},
+    {oid::crlDistributionPoints, kEither, kPointSpots},
+    {oid::certificatePolicies, kEither},
+    {oid::policyMappings, kEither},
+    {oid::authorityKeyIdentifier, kMustNot, {{{1, kContext | 2, ContentRule::integer}}}},
     {oid::policyConstraints,
      kMust,
-     [](ExtensionPart& part) { part.judge(part.certificate().policyConstraints()); },
      {{{1, kContext | 0, ContentRule::integer}, {1, kContext | 1, ContentRule::integer}}}},
-    {oid::extKeyUsage, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().extendedKeyUsage()); }},
-    {oid::freshestCrl, kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().freshestCrl()); }, kPointSpots},
-    {oid::inhibitAnyPolicy, kMust,
-     [](ExtensionPart& part) { part.judge(part.certificate().inhibitAnyPolicy()); }},
-    {oid::noRevAvail, kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().noRevocationAvailable()); }},
-    {oid::authorityInfoAccess, kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().authorityInfoAccess()); }},
-    {oid::subjectInfoAccess, kMustNot,
-     [](ExtensionPart& part) { part.judge(part.certificate().subjectInfoAccess()); }},
-    {oid::tlsFeature, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().tlsFeatures()); }},
-    {oid::ocspNoCheck, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().ocspNoCheck()); }},
-    {oid::signedTimestamps, kEither,
-     [](ExtensionPart& part) { part.judge(part.certificate().signedTimestamps()); }},
-    {kDirectoryAttributes, kMustNot, nullptr},
+    {oid::extKeyUsage, kEither},
+    {oid::freshestCrl, kMustNot, kPointSpots},
+    {oid::inhibitAnyPolicy, kMust},
+    {oid::noRevAvail, kMustNot},
+    {oid::authorityInfoAccess, kMustNot},
+    {oid::subjectInfoAccess, kMustNot},
+    {oid::tlsFeature, kEither},
+    {oid::ocspNoCheck, kEither},
+    {oid::signedTimestamps, kEither},
+    {kDirectoryAttributes, kMustNot},
 };
 
 // An extension of the list that has an OID.
@@ -203,14 +171,14 @@ void examineKnown(const ExaminedCertificate& examined, const Listed& listed,
   if (known.criticality != kEither && entry.critical != mustBe) {
     list.add(Code::criticalityWrong, entry.at);
   }
-  if (known.judge == nullptr || entry.value == 0) return;
+  if (known.id == kDirectoryAttributes || entry.value == 0) return;
   const Bytes value = contentAt(examined.der(), entry.value);
   const auto valueAt = static_cast<size_t>(value.data() - examined.der().data());
   checkEncoding(value, valueAt, known.spots, list);
   // One that is there twice is not answered.
   if (listed.isRepeated || !entry.isWellFormed) return;
-  ExtensionPart part(examined, list);
-  known.judge(part);
+  const Extension extension{known.id, entry.critical, value, listed.id, entry.at};
+  ExtensionPart(examined, list).judge(examined.certificate.content(extension));
 }
 
 }  // namespace

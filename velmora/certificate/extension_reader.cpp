@@ -60,15 +60,18 @@ bool ExtensionReader::booleanOrFalse() noexcept {
   if (!isNext(kBoolean)) return false;
   const Asn1Element taken = primitive(kBoolean);
   const Bytes content = taken.content;
-  const bool isTrue = content.size() == 1 && content[0] == std::byte{0xFF};
-  const bool isFalse = content.size() == 1 && content[0] == std::byte{0};
-  if (!isTrue && !isFalse) refuse(taken.offset);
-  return isTrue;
+  if (content.size() != 1) {
+    refuse(taken.offset);
+    return false;
+  }
+  if (content[0] != std::byte{0} && content[0] != std::byte{0xFF}) object(taken.offset);
+  return content[0] != std::byte{0};
 }
 
 Bytes ExtensionReader::integerOctets(Tag tag) noexcept {
   const Asn1Element taken = primitive(tag);
-  if (!isShortestInteger(taken.content)) refuse(taken.offset);
+  if (taken.content.empty()) refuse(taken.offset);
+  if (!isShortestInteger(taken.content)) object(taken.offset);
   return taken.content;
 }
 
@@ -77,7 +80,7 @@ uint64_t ExtensionReader::unsignedInteger(Tag tag) noexcept {
   Bytes octets = integerOctets(tag);
   if (isNegative(octets)) refuse(at);
   if (m_source.fault) return 0;
-  if (octets[0] == std::byte{0}) octets = octets.subspan(1);
+  while (!octets.empty() && octets[0] == std::byte{0}) octets = octets.subspan(1);
   if (octets.size() > sizeof(uint64_t)) return std::numeric_limits<uint64_t>::max();
   uint64_t value = 0;
   for (const std::byte octet : octets) value = value << 8 | std::to_integer<uint64_t>(octet);
@@ -130,7 +133,7 @@ Bytes ExtensionReader::objectId(Tag tag) noexcept {
 std::string ExtensionReader::ascii(Tag tag) {
   const Asn1Element taken = primitive(tag);
   const auto isAscii = [](std::byte octet) { return octet < std::byte{0x80}; };
-  if (!std::all_of(taken.content.begin(), taken.content.end(), isAscii)) refuse(taken.offset);
+  if (!std::all_of(taken.content.begin(), taken.content.end(), isAscii)) object(taken.offset);
   return std::string(charactersOf(taken.content));
 }
 

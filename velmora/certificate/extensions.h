@@ -25,13 +25,22 @@ namespace velmora {
 // bits at the end of a named bit list. General names that are malformed stand in their lists as
 // RawName, for the one who judges them.
 
-/// One extension as it stands there.
+/// How an extension is read. To the letter, as every decision needs it; or leniently, to be shown:
+/// taken is also what the standards forbid and what has a plain meaning all the same. These are a
+/// BOOLEAN that is neither FF nor 00, a padded INTEGER, octets beyond ASCII in an IA5String, an IP
+/// address with a mask where none belongs and the other way round, subtrees with distances, a
+/// distribution point of reasons alone, and the parts of an authorityKeyIdentifier in disorder.
+enum class Strictness : uint8_t { strict, lenient };
+
+/// One extension as it stands there; or, in listedExtensions() alone, another member of their list.
 struct Extension {
-  Oid id;           // empty for one of more than Oid::kMaxSize octets
-  bool critical;    // also for a BOOLEAN that is neither 00 nor FF
-  Bytes value;      // the octets of extnValue
-  Bytes rawId;      // the content octets of extnID
-  uint32_t offset;  // of the extension, from the start of the certificate
+  Oid id;                    // empty for one of more than Oid::kMaxSize octets
+  bool critical;             // also for a BOOLEAN that is neither 00 nor FF
+  Bytes value;               // the octets of extnValue
+  Bytes rawId;               // the content octets of extnID
+  uint32_t offset;           // of the extension, from the start of the certificate
+  bool isWellFormed = true;  // but for the octet of the BOOLEAN
+  bool hasValue = true;      // there is an OCTET STRING
 };
 
 /// §4.2.1.9.
@@ -111,6 +120,9 @@ struct UserNotice {
 struct OtherQualifier {
   Oid id;
   Octets value;  // the DER of one element
+
+  /// The value, or the first of its members that is a string, in UTF-8; else absent.
+  Result<std::string> text() const;
 };
 using PolicyQualifier = std::variant<CpsUri, UserNotice, OtherQualifier>;
 
@@ -170,5 +182,15 @@ struct TlsFeatures {
 /// all that they say.
 struct OcspNoCheck {};
 struct NoRevocationAvailable {};
+
+/// What one extension says, whichever it is: nothing for one that no operation of Certificate
+/// answers; the octets of a subjectKeyIdentifier; the names, accesses and points of either of the
+/// two extensions that have them.
+using ExtensionContent =
+    std::variant<std::monostate, Bytes, KeyUsage, BasicConstraints, ExtendedKeyUsage,
+                 AuthorityKeyId, NameConstraints, PolicyConstraints, InhibitAnyPolicy, TlsFeatures,
+                 OcspNoCheck, NoRevocationAvailable, std::vector<GeneralName>, std::vector<Access>,
+                 std::vector<DistributionPoint>, std::vector<Policy>, std::vector<PolicyMapping>,
+                 std::vector<SignedTimestamp>>;
 
 }  // namespace velmora

@@ -1,4 +1,5 @@
 #include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/extension_productions.h"
 #include "velmora/certificate/internal/extension_reader.h"
 #include "velmora/certificate/internal/general_name_reader.h"
 
@@ -8,16 +9,18 @@ namespace velmora {
 
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE,
 //   pathLenConstraint INTEGER (0..MAX) OPTIONAL }
+BasicConstraints readBasicConstraints(ExtensionReader& value) {
+  BasicConstraints constraints;
+  value.sequence([&](ExtensionReader& members) {
+    constraints.ca = members.booleanOrFalse();
+    if (!members.atEnd()) constraints.pathLength = members.unsignedInteger();
+  });
+  return constraints;
+}
+
 Result<BasicConstraints> Certificate::basicConstraints() const noexcept {
-  const auto production = [](ExtensionReader& value) {
-    BasicConstraints constraints;
-    value.sequence([&](ExtensionReader& members) {
-      constraints.ca = members.booleanOrFalse();
-      if (!members.atEnd()) constraints.pathLength = members.unsignedInteger();
-    });
-    return constraints;
-  };
-  return readExtension<BasicConstraints>(m_block, extension(oid::basicConstraints), production);
+  return readExtension<BasicConstraints>(m_block, extension(oid::basicConstraints),
+                                         readBasicConstraints);
 }
 
 namespace {
@@ -31,7 +34,11 @@ GeneralName readSubtree(ExtensionReader& subtrees) {
   subtrees.sequence([&](ExtensionReader& members) {
     base = readGeneralName(members, AddressForm::range);
     const size_t at = members.offset();
-    if (members.isNext(context(0)) && members.unsignedInteger(context(0)) != 0) members.refuse(at);
+    if (members.isNext(context(0)) && members.unsignedInteger(context(0)) != 0) members.object(at);
+    if (members.isNext(context(1))) {
+      members.object(members.offset());
+      members.element();
+    }
   });
   return base;
 }
@@ -41,50 +48,57 @@ GeneralName readSubtree(ExtensionReader& subtrees) {
 // NameConstraints ::= SEQUENCE { permittedSubtrees [0] GeneralSubtrees OPTIONAL,
 //   excludedSubtrees [1] GeneralSubtrees OPTIONAL }, of which one at least has to be there
 // GeneralSubtrees ::= SEQUENCE SIZE (1..MAX) OF GeneralSubtree
+NameConstraints readNameConstraints(ExtensionReader& value) {
+  NameConstraints constraints;
+  const size_t at = value.offset();
+  value.sequence([&](ExtensionReader& members) {
+    if (members.atEnd()) members.refuse(at);
+    if (members.isNext(context(0))) {
+      constraints.permitted = members.oneOrMoreOf<GeneralName>(context(0), readSubtree);
+    }
+    if (members.isNext(context(1))) {
+      constraints.excluded = members.oneOrMoreOf<GeneralName>(context(1), readSubtree);
+    }
+  });
+  return constraints;
+}
+
 Result<NameConstraints> Certificate::nameConstraints() const {
-  const auto production = [](ExtensionReader& value) {
-    NameConstraints constraints;
-    const size_t at = value.offset();
-    value.sequence([&](ExtensionReader& members) {
-      if (members.atEnd()) members.refuse(at);
-      if (members.isNext(context(0))) {
-        constraints.permitted = members.oneOrMoreOf<GeneralName>(context(0), readSubtree);
-      }
-      if (members.isNext(context(1))) {
-        constraints.excluded = members.oneOrMoreOf<GeneralName>(context(1), readSubtree);
-      }
-    });
-    return constraints;
-  };
-  return readExtension<NameConstraints>(m_block, extension(oid::nameConstraints), production);
+  return readExtension<NameConstraints>(m_block, extension(oid::nameConstraints),
+                                        readNameConstraints);
 }
 
 // PolicyConstraints ::= SEQUENCE { requireExplicitPolicy [0] SkipCerts OPTIONAL,
 //   inhibitPolicyMapping [1] SkipCerts OPTIONAL }, of which one at least has to be there
 // SkipCerts ::= INTEGER (0..MAX)
+PolicyConstraints readPolicyConstraints(ExtensionReader& value) {
+  PolicyConstraints constraints;
+  const size_t at = value.offset();
+  value.sequence([&](ExtensionReader& members) {
+    if (members.atEnd()) members.refuse(at);
+    if (members.isNext(context(0))) {
+      constraints.requireExplicitPolicy = members.unsignedInteger(context(0));
+    }
+    if (members.isNext(context(1))) {
+      constraints.inhibitPolicyMapping = members.unsignedInteger(context(1));
+    }
+  });
+  return constraints;
+}
+
 Result<PolicyConstraints> Certificate::policyConstraints() const noexcept {
-  const auto production = [](ExtensionReader& value) {
-    PolicyConstraints constraints;
-    const size_t at = value.offset();
-    value.sequence([&](ExtensionReader& members) {
-      if (members.atEnd()) members.refuse(at);
-      if (members.isNext(context(0))) {
-        constraints.requireExplicitPolicy = members.unsignedInteger(context(0));
-      }
-      if (members.isNext(context(1))) {
-        constraints.inhibitPolicyMapping = members.unsignedInteger(context(1));
-      }
-    });
-    return constraints;
-  };
-  return readExtension<PolicyConstraints>(m_block, extension(oid::policyConstraints), production);
+  return readExtension<PolicyConstraints>(m_block, extension(oid::policyConstraints),
+                                          readPolicyConstraints);
 }
 
 // InhibitAnyPolicy ::= SkipCerts
+InhibitAnyPolicy readInhibitAnyPolicy(ExtensionReader& value) {
+  return {value.unsignedInteger()};
+}
+
 Result<InhibitAnyPolicy> Certificate::inhibitAnyPolicy() const noexcept {
-  return readExtension<InhibitAnyPolicy>(
-      m_block, extension(oid::inhibitAnyPolicy),
-      [](ExtensionReader& value) { return InhibitAnyPolicy{value.unsignedInteger()}; });
+  return readExtension<InhibitAnyPolicy>(m_block, extension(oid::inhibitAnyPolicy),
+                                         readInhibitAnyPolicy);
 }
 
 }  // namespace velmora

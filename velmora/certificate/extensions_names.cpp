@@ -1,4 +1,5 @@
 #include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/extension_productions.h"
 #include "velmora/certificate/internal/extension_reader.h"
 #include "velmora/certificate/internal/general_name_reader.h"
 #include "velmora/certificate/internal/name_reader.h"
@@ -6,31 +7,23 @@
 // The extensions made of general names (RFC 5280 §4.2.1.6, §4.2.1.7, §4.2.1.13, §4.2.1.15, §4.2.2).
 
 namespace velmora {
-namespace {
 
-Result<std::vector<GeneralName>> readNames(const BlockRef& block,
-                                           const Result<Extension>& extension) {
-  return readExtension<std::vector<GeneralName>>(
-      block, extension, [](ExtensionReader& value) { return readGeneralNames(value); });
+// SubjectAltName ::= GeneralNames
+// IssuerAltName ::= GeneralNames
+std::vector<GeneralName> readAlternativeNames(ExtensionReader& value) {
+  return readGeneralNames(value);
 }
 
-// AuthorityInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
-// SubjectInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+namespace {
+
 // AccessDescription ::= SEQUENCE { accessMethod OBJECT IDENTIFIER, accessLocation GeneralName }
-Result<std::vector<Access>> readAccesses(const BlockRef& block,
-                                         const Result<Extension>& extension) {
-  const auto description = [](ExtensionReader& list) {
-    Access access;
-    list.sequence([&](ExtensionReader& members) {
-      access.method = Oid::fromDer(members.objectId());
-      access.location = readGeneralName(members);
-    });
-    return access;
-  };
-  const auto production = [&](ExtensionReader& value) {
-    return value.oneOrMoreOf<Access>(kSequenceTag, description);
-  };
-  return readExtension<std::vector<Access>>(block, extension, production);
+Access readAccess(ExtensionReader& list) {
+  Access access;
+  list.sequence([&](ExtensionReader& members) {
+    access.method = Oid::fromDer(members.objectId());
+    access.location = readGeneralName(members);
+  });
+  return access;
 }
 
 Attribute readAttribute(ExtensionReader& rdn) {
@@ -70,31 +63,33 @@ DistributionPoint readPoint(ExtensionReader& list) {
     if (members.isNext(context(1))) point.reasons = members.namedBits(context(1));
     const bool hasIssuer = members.isNext(context(2));
     if (hasIssuer) point.crlIssuer = readGeneralNames(members, context(2));
-    if (!hasName && !hasIssuer) members.refuse(at);
+    if (!hasName && !hasIssuer) members.object(at);
   });
   return point;
 }
 
-// CRLDistributionPoints ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
-// FreshestCRL ::= CRLDistributionPoints
-Result<std::vector<DistributionPoint>> readPoints(const BlockRef& block,
-                                                  const Result<Extension>& extension) {
-  const auto production = [](ExtensionReader& value) {
-    return value.oneOrMoreOf<DistributionPoint>(kSequenceTag, readPoint);
-  };
-  return readExtension<std::vector<DistributionPoint>>(block, extension, production);
-}
-
 }  // namespace
 
-// SubjectAltName ::= GeneralNames
-Result<std::vector<GeneralName>> Certificate::subjectAltNames() const {
-  return readNames(m_block, extension(oid::subjectAltName));
+// AuthorityInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+// SubjectInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+std::vector<Access> readAccesses(ExtensionReader& value) {
+  return value.oneOrMoreOf<Access>(kSequenceTag, readAccess);
 }
 
-// IssuerAltName ::= GeneralNames
+// CRLDistributionPoints ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
+// FreshestCRL ::= CRLDistributionPoints
+std::vector<DistributionPoint> readDistributionPoints(ExtensionReader& value) {
+  return value.oneOrMoreOf<DistributionPoint>(kSequenceTag, readPoint);
+}
+
+Result<std::vector<GeneralName>> Certificate::subjectAltNames() const {
+  return readExtension<std::vector<GeneralName>>(m_block, extension(oid::subjectAltName),
+                                                 readAlternativeNames);
+}
+
 Result<std::vector<GeneralName>> Certificate::issuerAltNames() const {
-  return readNames(m_block, extension(oid::issuerAltName));
+  return readExtension<std::vector<GeneralName>>(m_block, extension(oid::issuerAltName),
+                                                 readAlternativeNames);
 }
 
 std::vector<std::string> Certificate::dnsNames() const {
@@ -108,19 +103,23 @@ std::vector<std::string> Certificate::dnsNames() const {
 }
 
 Result<std::vector<Access>> Certificate::authorityInfoAccess() const {
-  return readAccesses(m_block, extension(oid::authorityInfoAccess));
+  return readExtension<std::vector<Access>>(m_block, extension(oid::authorityInfoAccess),
+                                            readAccesses);
 }
 
 Result<std::vector<Access>> Certificate::subjectInfoAccess() const {
-  return readAccesses(m_block, extension(oid::subjectInfoAccess));
+  return readExtension<std::vector<Access>>(m_block, extension(oid::subjectInfoAccess),
+                                            readAccesses);
 }
 
 Result<std::vector<DistributionPoint>> Certificate::crlDistributionPoints() const {
-  return readPoints(m_block, extension(oid::crlDistributionPoints));
+  return readExtension<std::vector<DistributionPoint>>(
+      m_block, extension(oid::crlDistributionPoints), readDistributionPoints);
 }
 
 Result<std::vector<DistributionPoint>> Certificate::freshestCrl() const {
-  return readPoints(m_block, extension(oid::freshestCrl));
+  return readExtension<std::vector<DistributionPoint>>(m_block, extension(oid::freshestCrl),
+                                                       readDistributionPoints);
 }
 
 }  // namespace velmora

@@ -1,6 +1,8 @@
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/extension_productions.h"
 #include "velmora/certificate/internal/extension_reader.h"
+#include "velmora/certificate/internal/text_reader.h"
 
 // The extensions on certificate policies (RFC 5280 §4.2.1.4 and §4.2.1.5).
 
@@ -83,23 +85,36 @@ PolicyMapping readMapping(ExtensionReader& list) {
 
 }  // namespace
 
+Result<std::string> OtherQualifier::text() const {
+  Asn1Element element;
+  DerReader(value, 0).takeAny(element);
+  DerReader members(element.header.constructed ? element : Asn1Element());
+  do {
+    const TextKind kind = textKindOf(element);
+    if (kind != TextKind::none) return utf8Of(kind, element.content);
+  } while (members.takeAny(element));
+  return Error{ErrorCode::absent};
+}
+
 // CertificatePolicies ::= SEQUENCE SIZE (1..MAX) OF PolicyInformation
-Result<std::vector<Policy>> Certificate::policies() const {
-  const auto production = [](ExtensionReader& value) {
-    return value.oneOrMoreOf<Policy>(kSequenceTag, readPolicy);
-  };
-  return readExtension<std::vector<Policy>>(m_block, extension(oid::certificatePolicies),
-                                            production);
+std::vector<Policy> readPolicies(ExtensionReader& value) {
+  return value.oneOrMoreOf<Policy>(kSequenceTag, readPolicy);
 }
 
 // PolicyMappings ::= SEQUENCE SIZE (1..MAX) OF SEQUENCE {
 //   issuerDomainPolicy CertPolicyId, subjectDomainPolicy CertPolicyId }
+std::vector<PolicyMapping> readPolicyMappings(ExtensionReader& value) {
+  return value.oneOrMoreOf<PolicyMapping>(kSequenceTag, readMapping);
+}
+
+Result<std::vector<Policy>> Certificate::policies() const {
+  return readExtension<std::vector<Policy>>(m_block, extension(oid::certificatePolicies),
+                                            readPolicies);
+}
+
 Result<std::vector<PolicyMapping>> Certificate::policyMappings() const {
-  const auto production = [](ExtensionReader& value) {
-    return value.oneOrMoreOf<PolicyMapping>(kSequenceTag, readMapping);
-  };
   return readExtension<std::vector<PolicyMapping>>(m_block, extension(oid::policyMappings),
-                                                   production);
+                                                   readPolicyMappings);
 }
 
 }  // namespace velmora

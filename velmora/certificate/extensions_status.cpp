@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "velmora/certificate/certificate.h"
+#include "velmora/certificate/internal/extension_productions.h"
 #include "velmora/certificate/internal/extension_reader.h"
 
 // The extensions on transparency logs, TLS and revocation (RFC 6962, RFC 7633, RFC 6960, RFC 9608).
@@ -100,53 +101,33 @@ std::vector<SignedTimestamp> readTimestamps(TlsReader reader) {
   return stamps;
 }
 
-// What the operations of Certificate answer.
-constexpr Oid kAnswered[] = {oid::subjectKeyIdentifier,
-                             oid::keyUsage,
-                             oid::subjectAltName,
-                             oid::issuerAltName,
-                             oid::basicConstraints,
-                             oid::nameConstraints,
-                             oid::crlDistributionPoints,
-                             oid::certificatePolicies,
-                             oid::policyMappings,
-                             oid::authorityKeyIdentifier,
-                             oid::policyConstraints,
-                             oid::extKeyUsage,
-                             oid::freshestCrl,
-                             oid::inhibitAnyPolicy,
-                             oid::noRevAvail,
-                             oid::authorityInfoAccess,
-                             oid::subjectInfoAccess,
-                             oid::tlsFeature,
-                             oid::ocspNoCheck,
-                             oid::signedTimestamps};
-
 }  // namespace
 
 // SignedCertificateTimestampList ::= OCTET STRING, which holds the list as TLS writes it
 // (RFC 6962 §3.3).
+std::vector<SignedTimestamp> readSignedTimestamps(ExtensionReader& value) {
+  const Bytes list = value.octets();
+  return readTimestamps({value, list, value.offset() - list.size()});
+}
+
 Result<std::vector<SignedTimestamp>> Certificate::signedTimestamps() const {
-  const auto production = [](ExtensionReader& value) {
-    const Bytes list = value.octets();
-    return readTimestamps({value, list, value.offset() - list.size()});
-  };
   return readExtension<std::vector<SignedTimestamp>>(m_block, extension(oid::signedTimestamps),
-                                                     production);
+                                                     readSignedTimestamps);
 }
 
 // Features ::= SEQUENCE OF INTEGER, each the number of a TLS extension, which has 16 bits.
-Result<TlsFeatures> Certificate::tlsFeatures() const {
+TlsFeatures readTlsFeatures(ExtensionReader& value) {
   const auto feature = [](ExtensionReader& list) {
     const size_t at = list.offset();
     const uint64_t number = list.unsignedInteger();
     if (number > std::numeric_limits<uint16_t>::max()) list.refuse(at);
     return static_cast<uint16_t>(number);
   };
-  const auto production = [&](ExtensionReader& value) {
-    return TlsFeatures{value.listOf<uint16_t>(kSequenceTag, feature)};
-  };
-  return readExtension<TlsFeatures>(m_block, extension(oid::tlsFeature), production);
+  return {value.listOf<uint16_t>(kSequenceTag, feature)};
+}
+
+Result<TlsFeatures> Certificate::tlsFeatures() const {
+  return readExtension<TlsFeatures>(m_block, extension(oid::tlsFeature), readTlsFeatures);
 }
 
 bool TlsFeatures::has(uint16_t feature) const noexcept {
@@ -154,36 +135,24 @@ bool TlsFeatures::has(uint16_t feature) const noexcept {
 }
 
 // id-pkix-ocsp-nocheck: the value is NULL (RFC 6960 §4.2.2.2.1).
+OcspNoCheck readOcspNoCheck(ExtensionReader& value) {
+  value.null();
+  return {};
+}
+
 Result<OcspNoCheck> Certificate::ocspNoCheck() const noexcept {
-  return readExtension<OcspNoCheck>(m_block, extension(oid::ocspNoCheck),
-                                    [](ExtensionReader& value) {
-                                      value.null();
-                                      return OcspNoCheck();
-                                    });
+  return readExtension<OcspNoCheck>(m_block, extension(oid::ocspNoCheck), readOcspNoCheck);
 }
 
 // NoRevAvail ::= NULL (RFC 9608 §2).
-Result<NoRevocationAvailable> Certificate::noRevocationAvailable() const noexcept {
-  return readExtension<NoRevocationAvailable>(m_block, extension(oid::noRevAvail),
-                                              [](ExtensionReader& value) {
-                                                value.null();
-                                                return NoRevocationAvailable();
-                                              });
+NoRevocationAvailable readNoRevocationAvailable(ExtensionReader& value) {
+  value.null();
+  return {};
 }
 
-std::vector<Oid> Certificate::unknownCriticalExtensions() const {
-  std::vector<Oid> unknown;
-  for (const ExtensionEntry& entry : m_block->extensions()) {
-    const Oid id = entry.id != 0 ? Oid::fromDer(contentAt(m_block.bytes(), entry.id)) : Oid();
-    const bool isAnswered =
-        std::find(std::begin(kAnswered), std::end(kAnswered), id) != std::end(kAnswered);
-    if (entry.critical && !isAnswered) unknown.push_back(id);
-  }
-  // Not ==, to which no two empty ones are the same.
-  const auto isSame = [](const Oid& a, const Oid& b) { return (a <=> b) == 0; };
-  std::sort(unknown.begin(), unknown.end());
-  unknown.erase(std::unique(unknown.begin(), unknown.end(), isSame), unknown.end());
-  return unknown;
+Result<NoRevocationAvailable> Certificate::noRevocationAvailable() const noexcept {
+  return readExtension<NoRevocationAvailable>(m_block, extension(oid::noRevAvail),
+                                              readNoRevocationAvailable);
 }
 
 }  // namespace velmora

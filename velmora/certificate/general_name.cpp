@@ -57,15 +57,16 @@ IpAddress addressOf(Bytes octets) noexcept {
 GeneralName readIpAddress(ExtensionReader& name, AddressForm form) {
   const size_t at = name.offset();
   const Bytes octets = name.octets(context(7));
-  const size_t parts = form == AddressForm::range ? 2 : 1;
-  const size_t size = octets.size() / parts;
-  if (octets.size() % parts != 0 || (size != 4 && size != 16)) {
+  const bool isAddress = octets.size() == 4 || octets.size() == 16;
+  const bool isRange = octets.size() == 8 || octets.size() == 32;
+  if (isAddress != (form == AddressForm::address)) name.object(at);
+  if (isAddress) return addressOf(octets);
+  if (!isRange) {
     name.refuse(at);
     return IpAddress();
   }
-  const IpAddress address = addressOf(octets.first(size));
-  if (form == AddressForm::address) return address;
-  return IpRange{address, addressOf(octets.subspan(size))};
+  const size_t size = octets.size() / 2;
+  return IpRange{addressOf(octets.first(size)), addressOf(octets.subspan(size))};
 }
 
 RegisteredId readRegisteredId(ExtensionReader& name) {
@@ -116,7 +117,7 @@ GeneralName readGeneralName(ExtensionReader& reader, AddressForm form) {
   const Asn1Element element = reader.element();
   if (reader.hasFault()) return RawName();
   const uint32_t kind = kindOf(element.header);
-  ExtensionReader::Source source{reader.block()};
+  ExtensionReader::Source source{reader.block(), reader.strictness()};
   ExtensionReader inside(source, element.whole, element.offset);
   GeneralName name = readKind(inside, kind, form);
   if (!source.fault) return name;

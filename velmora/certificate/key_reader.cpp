@@ -61,19 +61,20 @@ Fault readRsaNumbers(const Outside& outside, KeyParts& parts) noexcept {
 // The parameters are NULL (RFC 4055 §1.2); keys without any are read as well, as NULL says nothing.
 Fault readRsa(const Outside& outside, KeyParts& parts) noexcept {
   const auto& parameters = outside.algorithm.parameters;
-  if (parameters && !outside.algorithm.hasNull()) return parameters->offset;
-  return readRsaNumbers(outside, parts);
+  const Fault fault = readRsaNumbers(outside, parts);
+  return parameters && !outside.algorithm.hasNull() ? parameters->offset : fault;
 }
 
 // The parameters are those of RSASSA-PSS, or absent (RFC 4055 §1.2).
 Fault readRsaPss(const Outside& outside, KeyParts& parts) noexcept {
+  const Fault fault = readRsaNumbers(outside, parts);
   if (const auto& parameters = outside.algorithm.parameters) {
     const Result<PssParameters> pss = readPssParameters(*parameters);
     parts.isBoundToUnknown = !pss && pss.error().code == ErrorCode::unknownAlgorithm;
     if (!pss && !parts.isBoundToUnknown) return pss.error().offset;
     if (pss) parts.pss = *pss;
   }
-  return readRsaNumbers(outside, parts);
+  return fault;
 }
 
 // Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }, or absent when they are those of the
@@ -137,10 +138,6 @@ const KnownKey* findKey(Bytes algorithm) noexcept {
   return nullptr;
 }
 
-Error malformedAt(size_t offset) noexcept {
-  return Error::at(ErrorCode::malformedKey, offset);
-}
-
 }  // namespace
 
 KeyKind kindOfKey(const Asn1Element& spki) noexcept {
@@ -154,26 +151,34 @@ KeyKind kindOfKey(const Asn1Element& spki) noexcept {
 }
 
 // SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
-Result<KeyParts> readKey(const Asn1Element& spki) noexcept {
+Fault readKeyInto(const Asn1Element& spki, KeyParts& parts) noexcept {
   Outside outside;
+  Asn1Element oid;
   DerReader members(spki);
-  if (!spki.isSequence()) return malformedAt(spki.offset);
-  if (!members.takeSequence(outside.identifier)) return malformedAt(members.offset());
+  if (!spki.isSequence()) return spki.offset;
+  if (!members.takeSequence(outside.identifier)) return members.offset();
+  DerReader(outside.identifier).take(asn1_tag::kOid, oid);
+  parts.algorithm = oid.content;
+  const KnownKey* const known = findKey(oid.content);
+  if (known != nullptr) parts.kind = known->kind;
   const Result<AlgorithmParts> algorithm = readAlgorithm(outside.identifier);
-  if (!algorithm) return malformedAt(algorithm.error().offset);
+  if (!algorithm) return algorithm.error().offset;
   outside.algorithm = *algorithm;
-  if (!isOid(algorithm->oid)) return malformedAt(outside.identifier.contentOffset());
-  if (!members.take(asn1_tag::kBitString, outside.key)) return malformedAt(members.offset());
-  if (!members.atEnd()) return malformedAt(members.offset());
-  if (!isBitString(outside.key.content)) return malformedAt(outside.key.offset);
-  KeyParts parts;
-  parts.algorithm = algorithm->oid;
+  if (!isOid(oid.content)) return outside.identifier.contentOffset();
+  if (!members.take(asn1_tag::kBitString, outside.key)) return members.offset();
+  if (!members.atEnd()) return members.offset();
+  if (!isBitString(outside.key.content)) return outside.key.offset;
   parts.bits = outside.key.content.subspan(1);
-  const KnownKey* const known = findKey(algorithm->oid);
-  if (known == nullptr) return parts;
-  parts.kind = known->kind;
-  if (outside.key.content[0] != std::byte{0}) return malformedAt(outside.key.offset);
-  if (const Fault fault = known->read(outside, parts)) return malformedAt(*fault);
+  if (known == nullptr) return std::nullopt;
+  const Fault fault = known->read(outside, parts);
+  return outside.key.content[0] != std::byte{0} ? outside.key.offset : fault;
+}
+
+Result<KeyParts> readKey(const Asn1Element& spki) noexcept {
+  KeyParts parts;
+  if (const Fault fault = readKeyInto(spki, parts)) {
+    return Error::at(ErrorCode::malformedKey, *fault);
+  }
   return parts;
 }
 

@@ -25,6 +25,17 @@ unsigned sizeOf(const KeyParts& parts) noexcept {
   return 0;
 }
 
+PublicKey descriptionOf(const KeyParts& parts) noexcept {
+  return {parts.kind, Oid::fromDer(parts.algorithm), Oid::fromDer(parts.curve), sizeOf(parts)};
+}
+
+Asn1Element spkiOf(const Block& block) noexcept {
+  const uint32_t at = block.index().spki;
+  Asn1Element spki;
+  DerReader(block.bytes().subspan(at), at).takeAny(spki);
+  return spki;
+}
+
 }  // namespace
 
 std::string_view PublicKey::kindName() const noexcept {
@@ -46,13 +57,13 @@ std::string_view PublicKey::kindName() const noexcept {
 }
 
 Result<PublicKey> Certificate::publicKey() const noexcept {
-  const size_t at = m_block->index().spki;
-  Asn1Element spki;
-  DerReader(m_block.bytes().subspan(at), at).takeAny(spki);
-  const Result<KeyParts> parts = readKey(spki);
-  if (!parts) return parts.error();
-  return PublicKey{parts->kind, Oid::fromDer(parts->algorithm), Oid::fromDer(parts->curve),
-                   sizeOf(*parts)};
+  return readKey(spkiOf(*m_block)).transform(descriptionOf);
+}
+
+PublicKey Certificate::describedKey() const noexcept {
+  KeyParts parts;
+  readKeyInto(spkiOf(*m_block), parts);
+  return descriptionOf(parts);
 }
 
 }  // namespace velmora

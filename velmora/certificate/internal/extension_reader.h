@@ -36,6 +36,7 @@ class ExtensionReader {
   /// What the readers of one value share.
   struct Source {
     const BlockRef& block;  // the certificate
+    Strictness strictness = Strictness::strict;
     std::optional<size_t> fault = {};
   };
 
@@ -47,10 +48,15 @@ class ExtensionReader {
   bool isNext(Tag tag) const noexcept;
   size_t offset() const noexcept { return m_members.offset(); }
   const BlockRef& block() const noexcept { return m_source.block; }
+  Strictness strictness() const noexcept { return m_source.strictness; }
 
   /// Notes a fault, unless there is one.
   void refuse(size_t offset) noexcept {
     if (!m_source.fault) m_source.fault = offset;
+  }
+  /// The same for what has a plain meaning, which is no fault to a lenient reader.
+  void object(size_t offset) noexcept {
+    if (strictness() == Strictness::strict) refuse(offset);
   }
   /// What is left does not belong there.
   void end() noexcept {
@@ -129,19 +135,25 @@ class ExtensionReader {
   DerReader m_members;
 };
 
-/// What `production`, called with a reader of the extension's value, gives of it; or the error.
+/// What `production`, called with a reader of an extension's value, gives of it; or the error.
 template <class T, class Production>
-Result<T> readExtension(const BlockRef& block, const Result<Extension>& extension,
-                        Production production) {
-  if (!extension) return extension.error();
-  const Bytes value = extension->value;
+Result<T> readValue(const BlockRef& block, Bytes value, Strictness strictness,
+                    Production production) {
   const auto offset = static_cast<size_t>(value.data() - block.bytes().data());
-  ExtensionReader::Source source{block};
+  ExtensionReader::Source source{block, strictness};
   ExtensionReader reader(source, value, offset);
   T answer = production(reader);
   reader.end();
   if (source.fault) return Error::at(ErrorCode::malformedExtension, *source.fault);
   return answer;
+}
+
+/// The same to the letter, of an extension that was looked for.
+template <class T, class Production>
+Result<T> readExtension(const BlockRef& block, const Result<Extension>& extension,
+                        Production production) {
+  if (!extension) return extension.error();
+  return readValue<T>(block, extension->value, Strictness::strict, production);
 }
 
 }  // namespace velmora

@@ -35,6 +35,10 @@ KeyKind kindOfKey(const Asn1Element& spki) noexcept;
 /// all that is looked at, and of EC keys the octets of the point are any.
 Result<KeyParts> readKey(const Asn1Element& spki) noexcept;
 
+/// The same into parts that are empty, as far as it goes; the fault where readKey has an error.
+/// What stands behind a fault may be there or not.
+std::optional<size_t> readKeyInto(const Asn1Element& spki, KeyParts& parts) noexcept;
+
 /// Whether those octets are of SEC 1 §2.3.3: 04 and both coordinates, or 02 or 03 and one
 /// (RFC 5480 §2.2), of the size of the field where that is known. Whether they are a point of the
 /// curve is not looked at.
