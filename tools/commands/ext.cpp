@@ -1,8 +1,10 @@
+#include <algorithm>
+
 #include "tools/commands/command.h"
-#include "tools/reading/certificate_tree.h"
 #include "tools/reading/input.h"
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
+#include "tools/render/octets.h"
 #include "tools/render/xml_layout.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/oid_names.h"
@@ -16,20 +18,20 @@ enum class Form { kXml, kDer, kHex, kText };
 
 class PrintExtension final : public CertificateVisitor {
  public:
-  PrintExtension(std::string_view oid, Form form, Console& console)
-      : m_oid(oid), m_form(form), m_console(console) {}
+  // `content` is that of the dotted OID.
+  PrintExtension(std::string_view oid, const DataBuffer& content, Form form, Console& console)
+      : m_oid(oid), m_content(content), m_form(form), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_tree.load(input.der)) return reason;
-    const ListedExtension* extension = m_tree.findExtension(m_oid);
-    if (extension == nullptr || !extension->value) {
-      reportAbsence(input);
-      return nullptr;
-    }
-    m_value.clear();
-    m_value.appendEncoded(*extension->value, "base64");
-    whole(m_value);
-    return print();
+    const Bytes wanted = std::as_bytes(m_content.span());
+    const std::vector<Extension> extensions = input.certificate.listedExtensions();
+    const auto found =
+        std::find_if(extensions.begin(), extensions.end(), [&](const Extension& each) {
+          return std::equal(each.rawId.begin(), each.rawId.end(), wanted.begin(), wanted.end());
+        });
+    if (found != extensions.end() && found->hasValue) return print(found->value);
+    reportAbsence(input);
+    return nullptr;
   }
 
  private:
@@ -42,20 +44,21 @@ class PrintExtension final : public CertificateVisitor {
     m_console.raise(ExitStatus::kNo);
   }
 
-  const char* print() {
+  const char* print(Bytes value) {
+    const std::string_view text(reinterpret_cast<const char*>(value.data()), value.size());
     StringBuffer& out = m_console.out();
     if (m_form == Form::kDer) {
-      out.append(m_value);
+      out.append(text);
       return nullptr;
     }
     if (m_form == Form::kHex) {
-      m_value.encodeDB("hex", out);
+      appendHex(value, out);
     } else if (m_form == Form::kText) {
-      appendPrintable(m_value.view(), out);
+      appendPrintable(text, out);
     } else {
       m_xml.weakClear();
       Asn1Fault fault;
-      if (!DerXmlCodec::derToXml(m_value.span(), m_xml, fault)) {
+      if (!DerXmlCodec::derToXml(octetsOf(value), m_xml, fault)) {
         whole(m_xml);
         return "The extension's value is not ASN.1; --hex shows it.";
       }
@@ -66,10 +69,9 @@ class PrintExtension final : public CertificateVisitor {
   }
 
   std::string_view m_oid;
+  const DataBuffer& m_content;
   Form m_form;
   Console& m_console;
-  CertificateTree m_tree;
-  DataBuffer m_value;
   StringBuffer m_xml;
 };
 
@@ -91,7 +93,7 @@ bool runExt(const Arguments& arguments, Console& console, std::string& usageErro
   }
   const Form form = chosenForm(arguments);
   if (form == Form::kDer && !console.takesBinary(usageError)) return false;
-  PrintExtension visitor(oid, form, console);
+  PrintExtension visitor(oid, content, form, console);
   visitCertificates(arguments.files(), false, visitor, console);
   return true;
 }

@@ -1,68 +1,34 @@
-#include <string>
 #include <vector>
 
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
-#include "tools/render/json_writer.h"
+#include "tools/render/finding.h"
 #include "tools/render/oid_text.h"
 
 namespace velmora::tool {
 
 namespace {
 
-// A departure, or what is said of BER, for which there is no Departure: a Certificate is DER.
-struct Finding {
-  std::string_view id;
-  std::string_view message;
-  std::string_view clause;
-  uint32_t offset = 0;
-  std::string about;  // a dotted OID; empty where there is none
-  bool mayDecide = false;
-};
-
-Finding findingOf(const Departure& departure) {
-  return {departure.id(),   departure.message(),    departure.clause(),
-          departure.offset, departure.about.text(), departure.mayDecide()};
-}
-
-// The offset is that in the octets as they came, those of all other findings are in the DER.
-Finding berFinding(uint32_t offset) {
-  return {.id = "notDer",
-          .message = "The certificate is BER, and read as the DER made of it.",
-          .clause = "RFC 5280 §4.1",
-          .offset = offset,
-          .about = {}};
-}
-
 class LintCertificates final : public CertificateVisitor {
  public:
   LintCertificates(bool json, Console& console) : m_json(json), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    find(input);
-    m_json ? writeJson(input) : writeText(input);
-    if (!m_findings.empty()) m_console.raise(ExitStatus::kNo);
+    const std::vector<Finding> findings = findingsOf(input);
+    m_json ? writeJson(input, findings) : writeText(input, findings);
+    if (!findings.empty()) m_console.raise(ExitStatus::kNo);
     return nullptr;
   }
 
  private:
-  void find(const InputCertificate& input) {
-    m_findings.clear();
-    if (input.berAt) m_findings.push_back(berFinding(*input.berAt));
-    for (const Departure& each : input.certificate.departures()) {
-      m_findings.push_back(findingOf(each));
-    }
-  }
-
-  void writeText(const InputCertificate& input) {
+  void writeText(const InputCertificate& input, const std::vector<Finding>& findings) {
     StringBuffer& out = m_console.out();
-    for (const Finding& each : m_findings) {
+    for (const Finding& each : findings) {
       appendPlace(input, out);
       out.append(", offset ");
       out.appendInt(each.offset);
-      if (!each.about.empty()) {
+      if (!each.about.isEmpty()) {
         out.append(", ");
-        appendOid(each.about, OidStyle::kNamed, out);
+        appendOid(DottedOid(each.about).text(), OidStyle::kNamed, out);
       }
       out.append(": ");
       out.append(each.message);
@@ -75,28 +41,16 @@ class LintCertificates final : public CertificateVisitor {
     }
   }
 
-  void writeJson(const InputCertificate& input) {
+  void writeJson(const InputCertificate& input, const std::vector<Finding>& findings) {
     JsonLine line(m_console.out());
     line.text("source", input.source);
     line.number("index", static_cast<int64_t>(input.index));
-    line.beginList("departures");
-    for (const Finding& each : m_findings) {
-      line.beginObject("");
-      line.text("id", each.id);
-      line.text("message", each.message);
-      line.text("clause", each.clause);
-      line.number("offset", int64_t{each.offset});
-      line.textOrNull("about", each.about);
-      line.boolean("mayDecide", each.mayDecide);
-      line.endObject();
-    }
-    line.endList();
+    writeFindings(findings, true, line);
     line.end();
   }
 
   bool m_json;
   Console& m_console;
-  std::vector<Finding> m_findings;
 };
 
 bool runLint(const Arguments& arguments, Console& console, std::string&) {

@@ -1,17 +1,16 @@
 #include "tools/render/decoded_extension.h"
 
 #include <algorithm>
-#include <new>
 #include <span>
 #include <string>
 #include <variant>
 
 #include "tools/reading/input.h"
 #include "tools/reading/whole.h"
-#include "tools/render/general_name_json.h"
+#include "tools/render/extension_meaning.h"
+#include "tools/render/general_names.h"
 #include "tools/render/name_json.h"
 #include "tools/render/oid_text.h"
-#include "velmora/support/asn1/oid_names.h"
 #include "velmora/support/time/velmora_sys_time.h"
 
 namespace velmora::tool {
@@ -21,21 +20,14 @@ namespace {
 // The largest number that every reader of JSON keeps (RFC 8259 §6).
 constexpr uint64_t kMaxExact = (uint64_t{1} << 53) - 1;
 
-void writeOid(const Oid& id, JsonLine& line) {
+void writeOid(const DottedOid& id, JsonLine& line) {
   line.textOrNull("oid", id.text());
   line.textOrNull("name", id.name());
 }
 
-// Of an OID that may be too long for Oid.
-void writeOid(Bytes octets, JsonLine& line) {
-  const std::string text = dottedOid(octets);
-  line.textOrNull("oid", text);
-  line.textOrNull("name", oidName(text));
-}
-
-void writeOidObject(std::string_view key, Bytes octets, JsonLine& line) {
+void writeOidObject(std::string_view key, const DottedOid& id, JsonLine& line) {
   line.beginObject(key);
-  writeOid(octets, line);
+  writeOid(id, line);
   line.endObject();
 }
 
@@ -76,19 +68,12 @@ void writeValue(const BasicConstraints& constraints, JsonLine& line) {
 }
 
 void writeValue(const KeyUsage& usage, JsonLine& line) {
-  static constexpr std::string_view kUses[] = {
-      "digitalSignature", "nonRepudiation", "keyEncipherment", "dataEncipherment", "keyAgreement",
-      "keyCertSign",      "cRLSign",        "encipherOnly",    "decipherOnly"};
-  writeBits(kDecoded, usage.bits, kUses, line);
+  writeBits(kDecoded, usage.bits, kKeyUses, line);
 }
 
 void writeValue(const ExtendedKeyUsage& usage, JsonLine& line) {
   line.beginList(kDecoded);
-  for (const Oid& purpose : usage.purposes) {
-    line.beginObject("");
-    writeOid(purpose, line);
-    line.endObject();
-  }
+  for (const Oid& purpose : usage.purposes) writeOidObject("", DottedOid(purpose), line);
   line.endList();
 }
 
@@ -115,8 +100,8 @@ void writeValue(const std::vector<Access>& accesses, JsonLine& line) {
   line.beginList(kDecoded);
   for (const Access& access : accesses) {
     line.beginObject("");
-    writeOid(access.method, line);
-    writeGeneralName("location", access.location, line);
+    writeOid(DottedOid(access.method), line);
+    ShownName(access.location).write("location", line);
     line.endObject();
   }
   line.endList();
@@ -160,7 +145,7 @@ void writeQualifier(const UserNotice& notice, JsonLine& line) {
 
 void writeQualifier(const OtherQualifier& other, JsonLine& line) {
   line.text("type", "other");
-  line.textOrNull("oid", other.id.text());
+  line.textOrNull("oid", DottedOid(other.id).text());
   line.hex("hex", other.value);
 }
 
@@ -168,7 +153,7 @@ void writeValue(const std::vector<Policy>& policies, JsonLine& line) {
   line.beginList(kDecoded);
   for (const Policy& policy : policies) {
     line.beginObject("");
-    writeOid(policy.rawId, line);
+    writeOid(DottedOid(policy.rawId), line);
     line.beginList("qualifiers");
     for (const PolicyQualifier& qualifier : policy.qualifiers) {
       line.beginObject("");
@@ -185,8 +170,8 @@ void writeValue(const std::vector<PolicyMapping>& mappings, JsonLine& line) {
   line.beginList(kDecoded);
   for (const PolicyMapping& mapping : mappings) {
     line.beginObject("");
-    writeOidObject("issuerPolicy", mapping.rawIssuerPolicy, line);
-    writeOidObject("subjectPolicy", mapping.rawSubjectPolicy, line);
+    writeOidObject("issuerPolicy", DottedOid(mapping.rawIssuerPolicy), line);
+    writeOidObject("subjectPolicy", DottedOid(mapping.rawSubjectPolicy), line);
     line.endObject();
   }
   line.endList();
@@ -250,62 +235,20 @@ void writeValue(const TlsFeatures& features, JsonLine& line) {
   line.endList();
 }
 
-void writeNothing(JsonLine& line) {
+void writeValue(const OcspNoCheck&, JsonLine& line) {
   line.beginObject(kDecoded);
   line.endObject();
 }
 
-void writeValue(const OcspNoCheck&, JsonLine& line) {
-  writeNothing(line);
-}
-
 void writeValue(const NoRevocationAvailable&, JsonLine& line) {
-  writeNothing(line);
+  writeValue(OcspNoCheck(), line);
 }
 
-// Writes what the certificate answers; or gives the error in its place.
-template <class T>
-std::optional<Error> write(const Result<T>& answer, JsonLine& line) {
-  if (!answer) return answer.error();
-  writeValue(*answer, line);
-  return std::nullopt;
+void writeValue(std::monostate, JsonLine& line) {
+  line.null(kDecoded);
 }
-
-using C = Certificate;
-using L = JsonLine;
-
-struct Decoded {
-  Oid id;
-  std::optional<Error> (*write)(const C& certificate, L& line);
-};
-
-constexpr Decoded kKnown[] = {
-    {oid::subjectKeyIdentifier, [](const C& c, L& l) { return write(c.subjectKeyId(), l); }},
-    {oid::keyUsage, [](const C& c, L& l) { return write(c.keyUsage(), l); }},
-    {oid::subjectAltName, [](const C& c, L& l) { return write(c.subjectAltNames(), l); }},
-    {oid::issuerAltName, [](const C& c, L& l) { return write(c.issuerAltNames(), l); }},
-    {oid::basicConstraints, [](const C& c, L& l) { return write(c.basicConstraints(), l); }},
-    {oid::nameConstraints, [](const C& c, L& l) { return write(c.nameConstraints(), l); }},
-    {oid::crlDistributionPoints,
-     [](const C& c, L& l) { return write(c.crlDistributionPoints(), l); }},
-    {oid::certificatePolicies, [](const C& c, L& l) { return write(c.policies(), l); }},
-    {oid::policyMappings, [](const C& c, L& l) { return write(c.policyMappings(), l); }},
-    {oid::authorityKeyIdentifier, [](const C& c, L& l) { return write(c.authorityKeyId(), l); }},
-    {oid::policyConstraints, [](const C& c, L& l) { return write(c.policyConstraints(), l); }},
-    {oid::extKeyUsage, [](const C& c, L& l) { return write(c.extendedKeyUsage(), l); }},
-    {oid::freshestCrl, [](const C& c, L& l) { return write(c.freshestCrl(), l); }},
-    {oid::inhibitAnyPolicy, [](const C& c, L& l) { return write(c.inhibitAnyPolicy(), l); }},
-    {oid::noRevAvail, [](const C& c, L& l) { return write(c.noRevocationAvailable(), l); }},
-    {oid::authorityInfoAccess, [](const C& c, L& l) { return write(c.authorityInfoAccess(), l); }},
-    {oid::subjectInfoAccess, [](const C& c, L& l) { return write(c.subjectInfoAccess(), l); }},
-    {oid::tlsFeature, [](const C& c, L& l) { return write(c.tlsFeatures(), l); }},
-    {oid::ocspNoCheck, [](const C& c, L& l) { return write(c.ocspNoCheck(), l); }},
-    {oid::signedTimestamps, [](const C& c, L& l) { return write(c.signedTimestamps(), l); }},
-};
 
 void writeError(const Error& error, JsonLine& line) {
-  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
-  if (error.isAbsent()) return line.null(kDecoded);
   StringBuffer reason;
   appendReason(error.message(), reason);
   line.beginObject(kDecoded);
@@ -316,18 +259,20 @@ void writeError(const Error& error, JsonLine& line) {
 
 }  // namespace
 
-DecodedExtensions::DecodedExtensions(const Result<Certificate>& certificate)
-    : m_certificate(certificate), m_errors(std::size(kKnown)) {}
-
-void DecodedExtensions::write(std::string_view dotted, JsonLine& line) {
-  const Oid id = Oid::parse(dotted).value_or(Oid());
-  const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
-                                         [&](const Decoded& each) { return each.id == id; });
-  if (known == std::end(kKnown)) return line.null(kDecoded);
-  std::optional<Error>& error = m_errors[static_cast<size_t>(known - kKnown)];
-  if (!m_certificate) error = m_certificate.error();
-  if (!error) error = known->write(*m_certificate, line);
-  if (error) writeError(*error, line);
+// Known extensions are looked for again, each as often as it is in order, and those that are not
+// are kept in mind: no list makes that slow.
+void DecodedExtensions::write(const Extension& extension, JsonLine& line) {
+  const Result<ExtensionContent> content = m_certificate.content(extension);
+  if (content && std::holds_alternative<std::monostate>(*content)) return line.null(kDecoded);
+  const auto refused = std::find_if(m_refused.begin(), m_refused.end(),
+                                    [&](auto& each) { return each.first == extension.id; });
+  if (refused != m_refused.end()) return writeError(refused->second, line);
+  const Result<Extension> only = m_certificate.extension(extension.id);
+  if (only && content) {
+    return std::visit([&](const auto& value) { writeValue(value, line); }, *content);
+  }
+  m_refused.emplace_back(extension.id, only ? content.error() : only.error());
+  writeError(m_refused.back().second, line);
 }
 
 }  // namespace velmora::tool

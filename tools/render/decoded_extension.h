@@ -1,7 +1,6 @@
 #pragma once
 
-#include <optional>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/render/json_writer.h"
@@ -9,22 +8,19 @@
 
 namespace velmora::tool {
 
-/// What the extensions of one certificate say, as JSON; docs/command-line.md describes each.
+/// Writes what the extensions of one certificate say, to the letter.
 class DecodedExtensions {
  public:
-  /// The certificate, or why there is none to ask; it has to outlive this object.
-  explicit DecodedExtensions(const Result<Certificate>& certificate);
+  /// The certificate outlives this object.
+  explicit DecodedExtensions(const Certificate& certificate) : m_certificate(certificate) {}
 
-  /// Writes the member "decoded" of the extension with a dotted OID: what Certificate answers of
-  /// it, {error, offset} where that is an error, and null for an OID of which it answers nothing
-  /// and where no extension stands at its place. Throws std::bad_alloc.
-  void write(std::string_view dotted, JsonLine& line);
+  /// Writes the member "decoded": what a known extension says, {error, offset} when it is malformed
+  /// or there more than once, null when it is not known.
+  void write(const Extension& extension, JsonLine& line);
 
  private:
-  const Result<Certificate>& m_certificate;
-  // Of each extension that is known. One that is there twice costs a look at all of them, which
-  // must not be taken for each of the thousands that there may be.
-  std::vector<std::optional<Error>> m_errors;
+  const Certificate& m_certificate;
+  std::vector<std::pair<Oid, Error>> m_refused;
 };
 
 }  // namespace velmora::tool

@@ -1,17 +1,23 @@
 #include "tools/render/json_writer.h"
 
+#include <algorithm>
+
 #include "tools/render/escape.h"
 #include "velmora/support/text/byte_codecs.h"
 
 namespace velmora::tool {
 
 void JsonLine::key(std::string_view name) {
-  if (!m_first) m_out.appendChar(',');
+  const bool hasName = !name.empty();
+  const size_t size = (m_first ? 0 : 1) + (hasName ? name.size() + 3 : 0);
+  char* at = size != 0 ? m_out.extend(size) : nullptr;
+  if (at != nullptr && !m_first) *at++ = ',';
   m_first = false;
-  if (name.empty()) return;
-  m_out.appendChar('"');
-  m_out.append(name);
-  m_out.append("\":");
+  if (at == nullptr || !hasName) return;
+  *at++ = '"';
+  at = std::copy(name.begin(), name.end(), at);
+  *at++ = '"';
+  *at = ':';
 }
 
 void JsonLine::begin(std::string_view name, char bracket) {
@@ -64,11 +70,10 @@ void JsonLine::base64(std::string_view name, std::span<const unsigned char> byte
   m_out.appendChar('"');
 }
 
-void JsonLine::hex(std::string_view name, std::span<const unsigned char> bytes) {
+void JsonLine::hex(std::string_view name, Bytes bytes) {
   key(name);
   m_out.appendChar('"');
-  char* digits = m_out.extend(2 * bytes.size());
-  if (digits != nullptr) hexEncodeUpper(bytes.data(), bytes.size(), digits);
+  appendHex(bytes, m_out);
   m_out.appendChar('"');
 }
 

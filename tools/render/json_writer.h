@@ -4,8 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "velmora/certificate/bytes.h"
-#include "velmora/support/text/string_buffer.h"
+#include "tools/render/octets.h"
 
 namespace velmora::tool {
 
@@ -29,10 +28,9 @@ class JsonLine {
   /// The text, or null when it is empty.
   void textOrNull(std::string_view key, std::string_view value);
   void base64(std::string_view key, std::span<const unsigned char> bytes);
-  /// The bytes as upper-case hexadecimal digits.
-  void hex(std::string_view key, std::span<const unsigned char> bytes);
   void base64(std::string_view key, Bytes bytes) { base64(key, octetsOf(bytes)); }
-  void hex(std::string_view key, Bytes bytes) { hex(key, octetsOf(bytes)); }
+  /// The bytes as upper-case hexadecimal digits.
+  void hex(std::string_view key, Bytes bytes);
 
   void beginObject(std::string_view key) { begin(key, '{'); }
   void endObject() { finish('}'); }
@@ -43,9 +41,6 @@ class JsonLine {
   void end();
 
  private:
-  static std::span<const unsigned char> octetsOf(Bytes bytes) noexcept {
-    return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-  }
   void key(std::string_view name);
   void begin(std::string_view key, char bracket);
   void finish(char bracket);

@@ -2,8 +2,7 @@
 
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
-#include "velmora/support/asn1/oid_names.h"
-#include "velmora/support/asn1/oids.h"
+#include "tools/render/octets.h"
 
 namespace velmora::tool {
 
@@ -29,11 +28,13 @@ void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out) 
   name.empty() ? appendPrintable(dotted, out) : static_cast<void>(out.append(name));
 }
 
-std::string dottedOid(Bytes content) {
-  StringBuffer dotted;
-  const auto* const octets = reinterpret_cast<const unsigned char*>(content.data());
-  oidToDotted({octets, content.size()}, dotted);
-  return std::string(whole(dotted).view());
+DottedOid::DottedOid(Bytes content) {
+  if (content.size() <= Oid::kMaxSize) {
+    m_text = {m_usual, writeDottedOid(octetsOf(content), m_usual)};
+  } else {
+    oidToDotted(octetsOf(content), m_long);
+    m_text = whole(m_long).view();
+  }
 }
 
 }  // namespace velmora::tool

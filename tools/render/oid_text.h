@@ -1,9 +1,10 @@
 #pragma once
 
-#include <string>
 #include <string_view>
 
-#include "velmora/certificate/bytes.h"
+#include "velmora/certificate/oid.h"
+#include "velmora/support/asn1/oid_names.h"
+#include "velmora/support/asn1/oids.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
@@ -17,8 +18,24 @@ void appendOid(std::string_view dotted, OidStyle style, StringBuffer& out);
 /// The same within a sentence: the name alone where there is one.
 void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out);
 
-/// The dotted form of the content octets of an OID of any length; empty for one with an arc of more
-/// than kMaxOidArcOctets.
-std::string dottedOid(Bytes content);
+/// The content octets of an OID of any length in dotted form.
+class DottedOid {
+ public:
+  explicit DottedOid(Bytes content);
+  explicit DottedOid(const Oid& oid) : DottedOid(oid.der()) {}
+  DottedOid(const DottedOid&) = delete;
+  DottedOid& operator=(const DottedOid&) = delete;
+
+  /// Empty for what is no OID, and one with an arc of more than kMaxOidArcOctets.
+  std::string_view text() const noexcept { return m_text; }
+  /// Empty for one that has none.
+  std::string_view name() const noexcept { return oidName(m_text); }
+  std::string_view nameOrText() const noexcept { return name().empty() ? text() : name(); }
+
+ private:
+  char m_usual[maxDottedSize(Oid::kMaxSize)];
+  StringBuffer m_long;
+  std::string_view m_text;
+};
 
 }  // namespace velmora::tool

@@ -1,15 +1,16 @@
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
-#include "tools/reading/certificate_facts.h"
 #include "tools/reading/dates.h"
-#include "tools/reading/general_name.h"
-#include "tools/reading/key_description.h"
-#include "tools/reading/version.h"
 #include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/extension_meaning.h"
+#include "tools/render/general_names.h"
+#include "tools/render/octets.h"
 #include "tools/render/show.h"
+#include "tools/render/shown_certificate.h"
+#include "velmora/support/hash/vm_hash.h"
 
 namespace velmora::tool {
 
@@ -23,27 +24,25 @@ class ShowText final : public CertificateVisitor {
       : m_style(style), m_console(console), m_out(console.out()) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    if (const char* reason = m_tree.load(input.der)) return reason;
+    const Certificate& certificate = input.certificate;
+    const ShownCertificate shown(certificate);
     heading(input);
-    VelmoraX509& certificate = m_loaded.get();
-    row("Subject", certificate.getDN(true, true, m_text, m_log, 0));
-    row("Issuer", certificate.getDN(false, true, m_text, m_log, 0));
-    line("Self-issued", isSelfIssued(m_tree) ? "yes" : "no");
-    m_text.weakClear();
-    row("Serial number", certificate.get_SerialNumber(m_text, m_log));
-    version();
-    validity();
-    oidRow("Signature algorithm", certificate.get_SignatureAlgorithm(m_text, m_log));
-    oidRow("Key algorithm", certificate.get_PublicKeyAlgorithm(m_text, m_log));
-    key();
-    keyIdentifier("Key identifier", KeyIdentifier::kSubject);
-    keyIdentifier("Issuer's key", KeyIdentifier::kAuthority);
-    emailRows();
-    nameRows();
-    digests(input.der);
-    extensions();
-    warnings();
+    name("Subject", certificate.subject(), shown.subject);
+    name("Issuer", certificate.issuer(), shown.issuer);
+    line("Self-issued", isSameName(shown.subject, shown.issuer) ? "yes" : "no");
+    hexRow("Serial number", certificate.parts().serial);
+    version(shown.version);
+    validity(shown);
+    oidRow("Signature algorithm", certificate.signatureAlgorithm());
+    oidRow("Key algorithm", shown.key.algorithm);
+    key(shown.key);
+    if (shown.subjectKeyId) hexRow("Key identifier", *shown.subjectKeyId);
+    if (shown.authorityKeyId) hexRow("Issuer's key", *shown.authorityKeyId);
+    emailRows(shown.emails);
+    nameRows(shown.alternativeNames);
+    digests(input);
+    extensions(certificate, shown);
+    warning(shown.versionWarning());
     return nullptr;
   }
 
@@ -72,11 +71,10 @@ class ShowText final : public CertificateVisitor {
     m_out.append(kSpaces.substr(text.size()));
   }
 
-  // m_text, when it was read.
-  void row(std::string_view name, bool read) {
-    whole(m_text);
-    label(name);
-    read ? appendPrintable(m_text.view(), m_out) : unreadable();
+  void name(std::string_view title, const Name& name, const Attributes& attributes) {
+    StringBuffer text;
+    label(title);
+    appendName(name, attributes, text) ? appendPrintable(whole(text).view(), m_out) : unreadable();
     m_out.appendChar('\n');
   }
 
@@ -87,16 +85,19 @@ class ShowText final : public CertificateVisitor {
     m_out.appendChar('\n');
   }
 
-  // The OID in m_text, when it was read.
-  void oidRow(std::string_view name, bool read) {
-    whole(m_text);
+  void hexRow(std::string_view name, Bytes octets) {
     label(name);
-    read ? appendOid(m_text.view(), m_style, m_out) : unreadable();
+    appendHex(octets, m_out);
     m_out.appendChar('\n');
   }
 
-  void version() {
-    const Version version = describeVersion(m_tree);
+  void oidRow(std::string_view name, const Oid& oid) {
+    label(name);
+    oid.isEmpty() ? unreadable() : appendOid(DottedOid(oid).text(), m_style, m_out);
+    m_out.appendChar('\n');
+  }
+
+  void version(const ShownVersion& version) {
     label("Version");
     if (version.number) {
       m_out.appendInt(*version.number);
@@ -110,94 +111,85 @@ class ShowText final : public CertificateVisitor {
     m_out.appendChar('\n');
   }
 
-  void warnings() {
-    for (const auto text : versionWarnings(describeVersion(m_tree), m_tree)) {
-      label("Warning");
-      colour(Colour::kBad);
-      m_out.append(text);
-      colour(Colour::kNone);
-      m_out.appendChar('\n');
-    }
+  void warning(std::string_view text) {
+    if (text.empty()) return;
+    label("Warning");
+    colour(Colour::kBad);
+    m_out.append(text);
+    colour(Colour::kNone);
+    m_out.appendChar('\n');
   }
 
-  void key() {
-    const KeyDescription key = describeKey(*m_tree.publicKey());
+  void key(const PublicKey& key) {
+    const DottedOid algorithm(key.algorithm);
+    const DottedOid curve(key.curve);
+    const std::string_view kind = key.kindName().empty() ? algorithm.text() : key.kindName();
     label("Key");
-    key.type.empty() ? unreadable() : appendPrintable(key.type, m_out);
-    if (key.bits) {
+    kind.empty() ? unreadable() : appendPrintable(kind, m_out);
+    if (key.bits != 0) {
       m_out.append(", ");
-      m_out.appendInt(*key.bits);
+      m_out.appendInt(key.bits);
       m_out.append(" bits");
     }
-    if (!key.curve.empty()) m_out.append(", ");
-    appendPrintable(key.curve, m_out);
+    if (!key.curve.isEmpty()) m_out.append(", ");
+    m_out.append(curve.nameOrText());
     m_out.appendChar('\n');
   }
 
-  void keyIdentifier(std::string_view name, KeyIdentifier which) {
-    if (!readKeyIdentifier(m_tree, which, m_octets)) return;
-    label(name);
-    m_octets.encodeDB("hex", m_out);
-    m_out.appendChar('\n');
-  }
-
-  void emailRows() {
+  void emailRows(const std::vector<std::string_view>& emails) {
     std::string_view name = "E-mail";
-    for (const std::string& address : emailAddresses(m_tree)) {
+    for (const std::string_view address : emails) {
       label(std::exchange(name, ""));
       appendPrintable(address, m_out);
       m_out.appendChar('\n');
     }
   }
 
-  void nameRows() {
-    const XmlHandle names = alternativeNames(m_tree);
-    if (!names) return;
+  void nameRows(const std::vector<GeneralName>& names) {
     std::string_view title = "Alternative names";
-    eachChild(*names, [&] {
+    for (const GeneralName& each : names) {
       label(std::exchange(title, ""));
-      readGeneralName(*names, m_name);
-      appendGeneralName(m_name, m_style, m_out);
-      m_out.appendChar('\n');
-    });
-  }
-
-  void digests(std::span<const unsigned char> der) {
-    m_text.weakClear();
-    m_loaded.get().get_Sha1ThumbprintX(m_text, m_log);
-    row("SHA-1", true);
-    m_octets.clear();
-    sha256(der, m_octets);
-    label("SHA-256");
-    whole(m_octets).encodeDB("hex", m_out);
-    m_out.appendChar('\n');
-    readSpkiPin(m_loaded.get(), m_text, m_log);
-    row("SPKI pin (SHA-256)", true);
-  }
-
-  void extensions() {
-    std::string_view title = "Extensions";
-    // Of several extensions with one OID, the first has a row of its own.
-    std::string_view withRows[] = {kSubjectAltName, kSubjectKeyIdentifier, kAuthorityKeyIdentifier};
-    for (const ListedExtension& extension : m_tree.extensions()) {
-      label(std::exchange(title, ""));
-      extension.oid.empty() ? unreadable() : appendOid(extension.oid, m_style, m_out);
-      if (extension.critical) m_out.append(", critical");
-      m_out.append(": ");
-      auto* const row = std::find(std::begin(withRows), std::end(withRows), extension.oid);
-      const bool isFirst = row != std::end(withRows) && !extension.oid.empty();
-      if (isFirst) *row = {};
-      const bool isAbove = isFirst && hasRow(extension.oid);
-      isAbove ? static_cast<void>(m_out.append("above")) : appendMeaning(extension, m_style, m_out);
+      ShownName(each).append(
+          m_style, [](auto text, auto& out) { appendPrintable(text, out); }, m_out);
       m_out.appendChar('\n');
     }
   }
 
-  bool hasRow(std::string_view oid) {
-    if (oid == kSubjectAltName) return static_cast<bool>(alternativeNames(m_tree));
-    const bool ofSubject = oid == kSubjectKeyIdentifier;
-    return readKeyIdentifier(
-        m_tree, ofSubject ? KeyIdentifier::kSubject : KeyIdentifier::kAuthority, m_octets);
+  void digests(const InputCertificate& input) {
+    const auto pin = input.certificate.spkiPin<Hash::sha256>();
+    hexRow("SHA-1", digest(_vmHash::kSha1, input.der));
+    hexRow("SHA-256", digest(_vmHash::kSha256, input.der));
+    m_octets.clear();
+    m_octets.append(pin.data(), pin.size());
+    label("SPKI pin (SHA-256)");
+    whole(m_octets).encodeDB("base64", m_out);
+    m_out.appendChar('\n');
+  }
+
+  Bytes digest(int hash, std::span<const unsigned char> octets) {
+    m_octets.clear();
+    _vmHash::doHash(octets.data(), static_cast<unsigned int>(octets.size()), hash, m_octets);
+    return std::as_bytes(whole(m_octets).span());
+  }
+
+  void extensions(const Certificate& certificate, const ShownCertificate& shown) {
+    std::string_view title = "Extensions";
+    // Of several extensions with one OID, the first has a row of its own.
+    std::pair<Oid, bool> rows[] = {{oid::subjectAltName, !shown.alternativeNames.empty()},
+                                   {oid::subjectKeyIdentifier, shown.subjectKeyId.has_value()},
+                                   {oid::authorityKeyIdentifier, shown.authorityKeyId.has_value()}};
+    for (const Extension& extension : shown.extensions) {
+      const DottedOid id(extension.rawId);
+      label(std::exchange(title, ""));
+      id.text().empty() ? unreadable() : appendOid(id.text(), m_style, m_out);
+      m_out.append(extension.critical ? ", critical: " : ": ");
+      auto* const row = std::find_if(std::begin(rows), std::end(rows),
+                                     [&](auto& each) { return each.first == extension.id; });
+      const bool isAbove = row != std::end(rows) && std::exchange(row->second, false);
+      isAbove ? static_cast<void>(m_out.append("above"))
+              : appendMeaning(certificate, extension, m_style, m_out);
+      m_out.appendChar('\n');
+    }
   }
 
   void unreadable() {
@@ -206,30 +198,27 @@ class ShowText final : public CertificateVisitor {
     colour(Colour::kNone);
   }
 
-  void validity() {
+  void validity(const ShownCertificate& shown) {
     VelmoraSysTime now;
-    VelmoraSysTime from;
-    VelmoraSysTime until;
     now.getCurrentGmt();
-    const bool fromRead = readDate(m_loaded.get(), true, from, m_log);
-    const bool untilRead = readDate(m_loaded.get(), false, until, m_log);
-    const bool notYet = fromRead && from.is_after_by_compare(now, false);
-    const bool expired = untilRead && now.is_after_by_compare(until, false);
-    date("Valid from", fromRead, from);
-    if (notYet) remark(Colour::kBad, "not yet valid, starts in ", distance(now, from), "");
+    const auto& [from, until] = std::tie(shown.notBefore, shown.notAfter);
+    const bool notYet = from && from->is_after_by_compare(now, false);
+    const bool expired = until && now.is_after_by_compare(*until, false);
+    date("Valid from", from);
+    if (notYet) remark(Colour::kBad, "not yet valid, starts in ", distance(now, *from), "");
     m_out.appendChar('\n');
-    date("Valid until", untilRead, until);
+    date("Valid until", until);
     if (expired) {
-      remark(Colour::kBad, "expired ", distance(until, now), " ago");
-    } else if (untilRead && fromRead && !notYet) {
-      remark(Colour::kGood, "valid, ", distance(now, until), " left");
+      remark(Colour::kBad, "expired ", distance(*until, now), " ago");
+    } else if (until && from && !notYet) {
+      remark(Colour::kGood, "valid, ", distance(now, *until), " left");
     }
     m_out.appendChar('\n');
   }
 
-  void date(std::string_view name, bool read, const VelmoraSysTime& time) {
+  void date(std::string_view name, const std::optional<VelmoraSysTime>& time) {
     label(name);
-    read ? static_cast<void>(time.appendIso8601(m_out)) : unreadable();
+    time ? static_cast<void>(time->appendIso8601(m_out)) : unreadable();
   }
 
   static int64_t distance(const VelmoraSysTime& earlier, const VelmoraSysTime& later) {
@@ -254,12 +243,7 @@ class ShowText final : public CertificateVisitor {
   OidStyle m_style;
   Console& m_console;
   StringBuffer& m_out;
-  LoadedCertificate m_loaded;
-  CertificateTree m_tree;
-  LogNull m_log;
-  XString m_text;
   DataBuffer m_octets;
-  GeneralName m_name;
   bool m_first = true;
 };
 

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "velmora/certificate/bytes.h"
+#include "velmora/support/text/byte_codecs.h"
+#include "velmora/support/text/string_buffer.h"
+
+namespace velmora::tool {
+
+/// Octets of the typed face as what lies below it takes them.
+inline std::span<const unsigned char> octetsOf(Bytes bytes) noexcept {
+  return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
+}
+
+/// Appends them as hexadecimal digits in upper case.
+inline void appendHex(Bytes bytes, StringBuffer& out) noexcept {
+  char* const digits = out.extend(2 * bytes.size());
+  if (digits != nullptr) hexEncodeUpper(octetsOf(bytes).data(), bytes.size(), digits);
+}
+
+}  // namespace velmora::tool
