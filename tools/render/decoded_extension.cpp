@@ -21,8 +21,8 @@ namespace {
 constexpr uint64_t kMaxExact = (uint64_t{1} << 53) - 1;
 
 void writeOid(const DottedOid& id, JsonLine& line) {
-  line.textOrNull("oid", id.text());
-  line.textOrNull("name", id.name());
+  line.word("oid", id.text());
+  line.word("name", id.name());
 }
 
 void writeOidObject(std::string_view key, const DottedOid& id, JsonLine& line) {
@@ -51,7 +51,7 @@ void writeBits(std::string_view key, unsigned bits, std::span<const std::string_
                JsonLine& line) {
   line.beginList(key);
   for (size_t i = 0; i < names.size(); ++i) {
-    if ((bits >> i & 1) != 0) line.text("", names[i]);
+    if ((bits >> i & 1) != 0) line.word("", names[i]);
   }
   line.endList();
 }
@@ -127,12 +127,12 @@ void writeValue(const std::vector<DistributionPoint>& points, JsonLine& line) {
 }
 
 void writeQualifier(const CpsUri& statement, JsonLine& line) {
-  line.text("type", "cps");
+  line.word("type", "cps");
   line.text("uri", statement.text);
 }
 
 void writeQualifier(const UserNotice& notice, JsonLine& line) {
-  line.text("type", "userNotice");
+  line.word("type", "userNotice");
   writeTextOrNull("organization", notice.organization, line);
   line.beginList("numbers");
   for (const int64_t number : notice.numbers) {
@@ -144,8 +144,8 @@ void writeQualifier(const UserNotice& notice, JsonLine& line) {
 }
 
 void writeQualifier(const OtherQualifier& other, JsonLine& line) {
-  line.text("type", "other");
-  line.textOrNull("oid", DottedOid(other.id).text());
+  line.word("type", "other");
+  line.word("oid", DottedOid(other.id).text());
   line.hex("hex", other.value);
 }
 
@@ -211,7 +211,7 @@ void writeMoment(std::string_view key, std::chrono::sys_time<std::chrono::millis
   std::string written(whole(text).view());
   written.back() = '.';
   written.append(std::to_string(1000 + fraction), 1);
-  line.text(key, written + 'Z');
+  line.word(key, written + 'Z');
 }
 
 void writeValue(const std::vector<SignedTimestamp>& stamps, JsonLine& line) {

@@ -23,12 +23,12 @@ void writeFindings(const std::vector<Finding>& findings, bool withMessages, Json
   line.beginList("departures");
   for (const Finding& each : findings) {
     line.beginObject("");
-    line.text("id", each.id);
-    if (withMessages) line.text("message", each.message);
-    line.text("clause", each.clause);
+    line.word("id", each.id);
+    if (withMessages) line.word("message", each.message);
+    line.word("clause", each.clause);
     line.number("offset", int64_t{each.offset});
     if (!withMessages) line.boolean("mayDecide", each.mayDecide);
-    line.textOrNull("about", DottedOid(each.about).text());
+    line.word("about", DottedOid(each.about).text());
     if (withMessages) line.boolean("mayDecide", each.mayDecide);
     line.endObject();
   }

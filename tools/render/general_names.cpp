@@ -60,10 +60,10 @@ void ShownName::take(const RawName& name) {
 
 void ShownName::write(std::string_view key, JsonLine& line) const {
   line.beginObject(key);
-  line.text("type", m_type);
+  line.word("type", m_type);
   if (m_otherType) {
     line.beginObject("value");
-    line.textOrNull("oid", DottedOid(*m_otherType).text());
+    line.word("oid", DottedOid(*m_otherType).text());
     m_text ? line.text("text", *m_text) : line.hex("hex", m_octets);
     line.endObject();
   } else if (m_text) {

@@ -38,6 +38,15 @@ void JsonLine::text(std::string_view name, std::string_view value) {
   m_out.appendChar('"');
 }
 
+void JsonLine::word(std::string_view name, std::string_view value) {
+  if (value.empty()) return null(name);
+  key(name);
+  char* const at = m_out.extend(value.size() + 2);
+  if (at == nullptr) return;
+  *at = '"';
+  *std::copy(value.begin(), value.end(), at + 1) = '"';
+}
+
 void JsonLine::number(std::string_view name, std::string_view decimal) {
   key(name);
   m_out.append(decimal);

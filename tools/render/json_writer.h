@@ -20,6 +20,8 @@ class JsonLine {
   }
 
   void text(std::string_view key, std::string_view value);
+  /// A text that needs no escapes, such as a date or an OID; or null when it is empty.
+  void word(std::string_view key, std::string_view value);
   /// `decimal` is a whole number in decimal.
   void number(std::string_view key, std::string_view decimal);
   void number(std::string_view key, int64_t value);

@@ -51,8 +51,8 @@ void writeAttribute(const Attribute& attribute, JsonLine& line) {
   const DnAttribute& known = findDnAttribute(type.text());
   const bool isText = attribute.kind != TextKind::none;
   line.beginObject("");
-  line.textOrNull("oid", type.text());
-  line.textOrNull("name", known.oid.empty() ? type.name() : known.name);
+  line.word("oid", type.text());
+  line.word("name", known.oid.empty() ? type.name() : known.name);
   isText ? line.text("value", attribute.text) : line.null("value");
   if (!isText) line.hex("hex", attribute.der);
   line.endObject();

@@ -60,8 +60,8 @@ class ShowJson final : public CertificateVisitor {
     writeDate("notBefore", shown.notBefore, line);
     writeDate("notAfter", shown.notAfter, line);
     writeValidNow(shown, line);
-    line.textOrNull("signatureAlgorithm", DottedOid(certificate.signatureAlgorithm()).text());
-    line.textOrNull("publicKeyAlgorithm", DottedOid(shown.key.algorithm).text());
+    line.word("signatureAlgorithm", DottedOid(certificate.signatureAlgorithm()).text());
+    line.word("publicKeyAlgorithm", DottedOid(shown.key.algorithm).text());
   }
 
   void writeName(std::string_view key, const Name& name, const Attributes& attributes,
@@ -75,7 +75,7 @@ class ShowJson final : public CertificateVisitor {
     if (!time) return line.null(key);
     m_text.weakClear();
     time->appendIso8601(m_text);
-    line.text(key, whole(m_text).view());
+    line.word(key, whole(m_text).view());
   }
 
   static void writeValidNow(const ShownCertificate& shown, JsonLine& line) {
@@ -104,9 +104,9 @@ class ShowJson final : public CertificateVisitor {
   static void writeKey(const PublicKey& key, JsonLine& line) {
     const std::string_view kind = key.kindName();
     line.beginObject("publicKey");
-    line.textOrNull("type", kind.empty() ? DottedOid(key.algorithm).text() : kind);
+    line.word("type", kind.empty() ? DottedOid(key.algorithm).text() : kind);
     key.bits != 0 ? line.number("bits", int64_t{key.bits}) : line.null("bits");
-    line.textOrNull("curve", DottedOid(key.curve).nameOrText());
+    line.word("curve", DottedOid(key.curve).nameOrText());
     line.endObject();
   }
 
@@ -117,8 +117,8 @@ class ShowJson final : public CertificateVisitor {
     for (const Extension& extension : extensions) {
       const DottedOid id(extension.rawId);
       line.beginObject("");
-      line.textOrNull("oid", id.text());
-      line.textOrNull("name", id.name());
+      line.word("oid", id.text());
+      line.word("name", id.name());
       line.boolean("critical", extension.critical);
       extension.hasValue ? line.base64("value", extension.value) : line.null("value");
       decoded.write(extension, line);

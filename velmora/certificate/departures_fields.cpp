@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 
 #include "velmora/certificate/internal/algorithm_reader.h"
 #include "velmora/certificate/internal/departure_list.h"
@@ -171,21 +172,35 @@ void examineUniqueIds(const ExaminedCertificate& examined, DepartureList& list) 
   }
 }
 
+constexpr std::array<bool, 128> printableCharacters() noexcept {
+  std::array<bool, 128> set{};
+  for (const char c : std::string_view(" '()+,-./:=?")) set[static_cast<unsigned char>(c)] = true;
+  for (unsigned char c = '0'; c <= '9'; ++c) set[c] = true;
+  for (unsigned char c = 'A'; c <= 'Z'; ++c) set[c] = set[c - 'A' + 'a'] = true;
+  return set;
+}
+
+// Of an octet of a text that is ASCII in the types that have fewer characters than that.
 bool hasCharacter(TextKind kind, std::byte octet) noexcept {
-  constexpr std::string_view kMarks = " '()+,-./:=?";
-  const auto c = static_cast<char>(octet);
-  const bool isDigit = c >= '0' && c <= '9';
+  static constexpr std::array<bool, 128> kPrintable = printableCharacters();
+  const auto c = std::to_integer<unsigned char>(octet);
   switch (kind) {
     case TextKind::numeric:
-      return isDigit || c == ' ';
+      return (c >= '0' && c <= '9') || c == ' ';
     case TextKind::visible:
       return c >= ' ' && c <= '~';
     case TextKind::printable:
-      return isDigit || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-             kMarks.find(c) != kMarks.npos;
+      return kPrintable[c];
     default:
       return true;
   }
+}
+
+bool hasAllCharacters(TextKind kind, Bytes content) noexcept {
+  const bool hasFew =
+      kind == TextKind::numeric || kind == TextKind::visible || kind == TextKind::printable;
+  return !hasFew || std::all_of(content.begin(), content.end(),
+                                [&](std::byte octet) { return hasCharacter(kind, octet); });
 }
 
 void examineText(const Asn1Element& value, const Oid& about, DepartureList& list) {
@@ -193,8 +208,7 @@ void examineText(const Asn1Element& value, const Oid& about, DepartureList& list
   if (kind == TextKind::none) return;
   if (textKindOf(value) == TextKind::none) {
     list.add(Code::nameTextMalformed, value.offset, about);
-  } else if (!std::all_of(value.content.begin(), value.content.end(),
-                          [&](std::byte octet) { return hasCharacter(kind, octet); })) {
+  } else if (!hasAllCharacters(kind, value.content)) {
     list.add(Code::nameCharacters, value.offset, about);
   }
 }

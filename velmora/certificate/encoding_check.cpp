@@ -64,10 +64,12 @@ class EncodingCheck {
   }
 
  private:
-  // An element around the place of the walk whose members are sorted.
+  // An element around the place of the walk: whether its members are sorted, and the one before.
+  // Nothing is set until it is entered, since most values have few of them.
   struct Set {
-    bool isOne = false;
-    Bytes last;  // the member before
+    bool isOne;
+    size_t lastAt;
+    size_t lastSize;  // 0 for none
   };
 
   void add(DepartureCode code, size_t at) { m_list.add(code, m_offset + at); }
@@ -83,7 +85,7 @@ class EncodingCheck {
       if (spot.depth == depth && spot.identifier == identifier) rule = spot.rule;
     }
     if (header.constructed) {
-      m_sets[depth] = {rule == ContentRule::setOf && !header.indefinite, {}};
+      m_sets[depth] = {rule == ContentRule::setOf && !header.indefinite, 0, 0};
     } else {
       checkContent(rule, content, at);
     }
@@ -99,11 +101,12 @@ class EncodingCheck {
   void checkOrder(Set& set, size_t at, size_t size) {
     if (!set.isOne) return;
     const Bytes member = m_value.subspan(at, size);
-    if (std::lexicographical_compare(member.begin(), member.end(), set.last.begin(),
-                                     set.last.end())) {
+    const Bytes last = m_value.subspan(set.lastAt, set.lastSize);
+    if (std::lexicographical_compare(member.begin(), member.end(), last.begin(), last.end())) {
       add(DepartureCode::setNotSorted, at);
     }
-    set.last = member;
+    set.lastAt = at;
+    set.lastSize = size;
   }
 
   void checkContent(ContentRule rule, Bytes content, size_t at) {

@@ -167,11 +167,11 @@ Fault readKeyInto(const Asn1Element& spki, KeyParts& parts) noexcept {
   if (!isOid(oid.content)) return outside.identifier.contentOffset();
   if (!members.take(asn1_tag::kBitString, outside.key)) return members.offset();
   if (!members.atEnd()) return members.offset();
-  if (!isBitString(outside.key.content)) return outside.key.offset;
-  parts.bits = outside.key.content.subspan(1);
-  if (known == nullptr) return std::nullopt;
-  const Fault fault = known->read(outside, parts);
-  return outside.key.content[0] != std::byte{0} ? outside.key.offset : fault;
+  const Bytes bits = outside.key.content;
+  if (isBitString(bits)) parts.bits = bits.subspan(1);
+  const Fault fault = known != nullptr ? known->read(outside, parts) : std::nullopt;
+  const bool isInOrder = isBitString(bits) && (known == nullptr || bits[0] == std::byte{0});
+  return isInOrder ? fault : outside.key.offset;
 }
 
 Result<KeyParts> readKey(const Asn1Element& spki) noexcept {

@@ -7,15 +7,13 @@
 
 namespace velmora {
 Result<std::vector<Attribute>> Name::attributes() const {
+  constexpr size_t kUsualCount = 6;
   AttributeElements elements;
-  size_t count = 0;
-  NameReader reader(der(), m_at);
-  while (reader.next(elements)) ++count;
-  if (reader.fault()) return Error::at(ErrorCode::malformedName, *reader.fault());
   std::vector<Attribute> attributes;
-  attributes.reserve(count);
-  reader = NameReader(der(), m_at);
+  attributes.reserve(kUsualCount);
+  NameReader reader(der(), m_at);
   while (reader.next(elements)) attributes.push_back(attributeOf(elements));
+  if (reader.fault()) return Error::at(ErrorCode::malformedName, *reader.fault());
   return attributes;
 }
 

@@ -1,3 +1,4 @@
+#include <array>
 #include <iterator>
 
 #include "velmora/certificate/internal/attribute_keywords.h"
@@ -13,24 +14,20 @@
 namespace velmora {
 namespace {
 
-bool isSpecial(char c) noexcept {
-  switch (c) {
-    case '"':
-    case '+':
-    case ',':
-    case ';':
-    case '<':
-    case '>':
-    case '\\':
-      return true;
-    default:
-      return false;
+enum class Escape : uint8_t { none, backslash, hexadecimal };
+
+// What each character needs wherever it stands.
+constexpr std::array<Escape, 256> escapes() noexcept {
+  std::array<Escape, 256> table{};
+  for (size_t c = 0; c < 0x20; ++c) table[c] = Escape::hexadecimal;
+  table[0x7F] = Escape::hexadecimal;
+  for (const char c : std::string_view("\"+,;<>\\")) {
+    table[static_cast<unsigned char>(c)] = Escape::backslash;
   }
+  return table;
 }
 
-bool isControl(char c) noexcept {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
+constexpr std::array<Escape, 256> kEscapes = escapes();
 
 // RFC 4514 §2.4. Control characters, which it asks for of NUL alone, are hexadecimal, so that no
 // name steers a terminal; what is beyond ASCII stays as it is.
@@ -39,11 +36,12 @@ void appendEscaped(std::string_view value, std::string& out) {
   for (size_t i = 0; i < value.size(); ++i) {
     const char c = value[i];
     const bool isAtEnd = i == 0 || i + 1 == value.size();
-    const bool isEscaped = isSpecial(c) || (c == ' ' && isAtEnd) || (c == '#' && i == 0);
-    if (!isEscaped && !isControl(c)) continue;
+    const Escape escape = kEscapes[static_cast<unsigned char>(c)];
+    const bool isEscapedThere = isAtEnd && (c == ' ' || (c == '#' && i == 0));
+    if (escape == Escape::none && !isEscapedThere) continue;
     out.append(value.substr(done, i - done)) += '\\';
     done = i;
-    if (!isControl(c)) continue;
+    if (escape != Escape::hexadecimal) continue;
     char digits[2];
     hexEncodeUpper(reinterpret_cast<const unsigned char*>(&c), 1, digits);
     out.append(digits, sizeof digits);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <cstring>
 
 #include "velmora/certificate/bytes.h"
 #include "velmora/support/asn1/asn1_element.h"
@@ -28,7 +28,7 @@ inline bool isBitString(Bytes content) noexcept {
 
 /// Whether both are the same octets, in the same number.
 inline bool sameOctets(Bytes a, Bytes b) noexcept {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
 }
 
 }  // namespace velmora

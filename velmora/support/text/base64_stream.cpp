@@ -32,8 +32,7 @@ size_t Base64Stream::takeRun(std::string_view text) noexcept {
   while (taken < text.size() && m_fault == Fault::kNone) {
     const size_t room = std::min(m_pending.size() - m_pendingSize, text.size() - taken);
     const char* from = text.data() + taken;
-    size_t run = 0;
-    while (run < room && inAlphabet(from[run])) ++run;
+    const size_t run = base64Run({from, room});
     if (run == 0) break;
     std::memcpy(m_pending.data() + m_pendingSize, from, run);
     m_pendingSize += run;

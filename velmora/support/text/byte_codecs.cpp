@@ -95,6 +95,7 @@ char* base64EncodeUnpadded(const unsigned char* bytes, size_t count, const PairT
 
 using ByteLanes = uint8_t __attribute__((vector_size(16)));
 using PairLanes = uint16_t __attribute__((vector_size(16)));
+using QuadLanes = uint32_t __attribute__((vector_size(16)));
 using HalfLanes = uint8_t __attribute__((vector_size(8)));
 
 constexpr size_t kHexBlock = sizeof(ByteLanes);
@@ -117,6 +118,54 @@ bool hexDecodeBlock(const unsigned char* digits, unsigned char* out) noexcept {
   const PairLanes joined = (pairs << 4 | pairs >> 8) & uint16_t{0xFF};
   const auto bytes = __builtin_convertvector(joined, HalfLanes);
   std::memcpy(out, &bytes, sizeof bytes);
+  return true;
+}
+
+constexpr size_t kBase64Block = sizeof(ByteLanes);
+
+// The last two digits of an alphabet, which are all that sets the two apart.
+struct LastDigits {
+  uint8_t digit62;
+  uint8_t digit63;
+};
+constexpr LastDigits kBase64Last = {'+', '/'};
+constexpr LastDigits kBase64UrlLast = {'-', '_'};
+
+bool areAllSet(const ByteLanes& lanes) noexcept {
+  uint64_t halves[2];
+  std::memcpy(halves, &lanes, sizeof halves);
+  return (halves[0] & halves[1]) == UINT64_MAX;
+}
+
+// A block of base64 digits, each in a lane of its own, as their values; false when one of them is
+// no digit.
+bool base64Values(const unsigned char* digits, LastDigits last, ByteLanes& values) noexcept {
+  ByteLanes text;
+  std::memcpy(&text, digits, sizeof text);
+  const ByteLanes upper = text - uint8_t{'A'};
+  const ByteLanes lower = text - uint8_t{'a'};
+  const ByteLanes decimal = text - uint8_t{'0'};
+  const auto isUpper = reinterpret_cast<ByteLanes>(upper < uint8_t{26});
+  const auto isLower = reinterpret_cast<ByteLanes>(lower < uint8_t{26});
+  const auto isDecimal = reinterpret_cast<ByteLanes>(decimal < uint8_t{10});
+  const auto is62 = reinterpret_cast<ByteLanes>(text == last.digit62);
+  const auto is63 = reinterpret_cast<ByteLanes>(text == last.digit63);
+  values = (isUpper & upper) | (isLower & (lower + uint8_t{26})) |
+           (isDecimal & (decimal + uint8_t{52})) | (is62 & uint8_t{62}) | (is63 & uint8_t{63});
+  return areAllSet(isUpper | isLower | isDecimal | is62 | is63);
+}
+
+// Decodes such a block to 12 bytes and writes one more, for machines as above.
+bool base64DecodeBlock(const unsigned char* digits, LastDigits last, unsigned char* out) noexcept {
+  ByteLanes values;
+  if (!base64Values(digits, last, values)) return false;
+  const auto pairs = reinterpret_cast<PairLanes>(values);
+  const auto joined = reinterpret_cast<QuadLanes>((pairs & uint16_t{0xFF}) << 6 | pairs >> 8);
+  const QuadLanes groups = (joined & uint32_t{0xFFFF}) << 20 | joined >> 16 << 8;
+  for (size_t i = 0; i < kBase64Block / 4; ++i) {
+    const uint32_t bigEndian = __builtin_bswap32(groups[i]);
+    std::memcpy(out + 3 * i, &bigEndian, sizeof bigEndian);
+  }
   return true;
 }
 
@@ -150,6 +199,15 @@ class DigitReader {
     if (std::endian::native != std::endian::little) return false;
     if (static_cast<size_t>(m_end - m_at) < kHexBlock || !hexDecodeBlock(m_at, out)) return false;
     m_at += kHexBlock;
+    return true;
+  }
+
+  // Likewise for base64, of which more than a block has to be left.
+  bool nextBase64Block(LastDigits last, unsigned char* out) noexcept {
+    if (std::endian::native != std::endian::little) return false;
+    if (static_cast<size_t>(m_end - m_at) <= kBase64Block) return false;
+    if (!base64DecodeBlock(m_at, last, out)) return false;
+    m_at += kBase64Block;
     return true;
   }
 
@@ -237,11 +295,25 @@ DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept {
   }
 }
 
+size_t base64Run(std::string_view text) noexcept {
+  const auto* const digits = reinterpret_cast<const unsigned char*>(text.data());
+  ByteLanes values;
+  size_t run = 0;
+  while (text.size() - run >= kBase64Block && base64Values(digits + run, kBase64Last, values)) {
+    run += kBase64Block;
+  }
+  while (run < text.size() && kBase64Values[digits[run]] < kSpace) ++run;
+  return run;
+}
+
 DecodeResult base64Decode(std::string_view text, bool url, unsigned char* out) noexcept {
+  const LastDigits last = url ? kBase64UrlLast : kBase64Last;
   DigitReader reader(text, url ? kBase64UrlValues : kBase64Values);
   unsigned char* to = out;
   for (;;) {
     uint32_t bits = 0;
+    for (; reader.nextBase64Block(last, to); to += kBase64Block / 4 * 3) {
+    }
     for (; reader.nextClean<4, 6>(bits); to += 3) storeBase64Group(bits, 3, to);
     const size_t digits = reader.next<6>(4, bits);
     if (digits == 4) {

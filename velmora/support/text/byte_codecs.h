@@ -34,6 +34,9 @@ struct DecodeResult {
 /// / 2 bytes.
 DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept;
 
+/// How many characters of the standard alphabet of base64 a text starts with.
+size_t base64Run(std::string_view text) noexcept;
+
 /// Decodes base64 in the standard alphabet or, with `url`, in the URL alphabet; white space is
 /// passed over, padding is optional and ends the text. `out` has room for
 /// text.size() / 4 * 3 + 3 bytes.
