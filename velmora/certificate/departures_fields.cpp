@@ -203,13 +203,13 @@ bool hasAllCharacters(TextKind kind, Bytes content) noexcept {
                                 [&](std::byte octet) { return hasCharacter(kind, octet); });
 }
 
-void examineText(const Asn1Element& value, const Oid& about, DepartureList& list) {
+void examineText(const Asn1Element& value, Bytes type, DepartureList& list) {
   const TextKind kind = stringType(value.header);
   if (kind == TextKind::none) return;
   if (textKindOf(value) == TextKind::none) {
-    list.add(Code::nameTextMalformed, value.offset, about);
+    list.add(Code::nameTextMalformed, value.offset, Oid::fromDer(type));
   } else if (!hasAllCharacters(kind, value.content)) {
-    list.add(Code::nameCharacters, value.offset, about);
+    list.add(Code::nameCharacters, value.offset, Oid::fromDer(type));
   }
 }
 
@@ -219,7 +219,7 @@ void examineName(Bytes name, size_t offset, DepartureList& list) {
   NameReader reader(name, offset);
   AttributeElements attribute;
   while (reader.next(attribute)) {
-    examineText(attribute.value, Oid::fromDer(attribute.type.content), list);
+    examineText(attribute.value, attribute.type.content, list);
   }
   if (reader.fault() && list.isCertain()) list.add(Code::nameMalformed, *reader.fault());
 }

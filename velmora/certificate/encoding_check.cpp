@@ -6,31 +6,31 @@
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/ber_walk.h"
+#include "velmora/support/asn1/der_reader.h"
 
 namespace velmora {
 namespace {
 
 constexpr unsigned kLongTag = 0x1F;
 
-ContentRule ruleOf(const Asn1Header& header) noexcept {
-  if (header.tagClass != Asn1Class::kUniversal) return ContentRule::none;
-  if (header.constructed) return header.is(asn1_tag::kSet) ? ContentRule::setOf : ContentRule::none;
-  switch (header.tagNumber) {
-    case asn1_tag::kBoolean:
-      return ContentRule::boolean;
-    case asn1_tag::kInteger:
-    case asn1_tag::kEnumerated:
-      return ContentRule::integer;
-    case asn1_tag::kBitString:
-      return ContentRule::bitString;
-    case asn1_tag::kNull:
-      return ContentRule::null;
-    case asn1_tag::kOid:
-      return ContentRule::objectId;
-    default:
-      return ContentRule::none;
-  }
+constexpr unsigned char kConstructed = 0x20;
+constexpr unsigned char kSequence = kConstructed | asn1_tag::kSequence;
+constexpr unsigned char kFirstOtherClass = 0x40;
+constexpr uint32_t kMostShortTag = 30;  // that an identifier of one octet holds
+
+// By the identifier of a type below 31.
+constexpr std::array<ContentRule, 256> rulesOfTypes() noexcept {
+  std::array<ContentRule, 256> rules{};
+  rules[asn1_tag::kBoolean] = ContentRule::boolean;
+  rules[asn1_tag::kInteger] = rules[asn1_tag::kEnumerated] = ContentRule::integer;
+  rules[asn1_tag::kBitString] = ContentRule::bitString;
+  rules[asn1_tag::kNull] = ContentRule::null;
+  rules[asn1_tag::kOid] = ContentRule::objectId;
+  rules[asn1_tag::kSet | kConstructed] = ContentRule::setOf;
+  return rules;
 }
+
+constexpr std::array<ContentRule, 256> kRules = rulesOfTypes();
 
 bool isZero(Bytes content) noexcept {
   return content.size() == 1 && content[0] == std::byte{0};
@@ -44,6 +44,53 @@ class EncodingCheck {
       : m_value(value), m_offset(offset), m_spots(spots), m_list(list), m_walk(octetsOf(value)) {}
 
   void run() {
+    if (!runUsual()) runBer();
+  }
+
+ private:
+  // An element around the place of the walk: whether its members are sorted, and the one before.
+  // Nothing is set until it is entered, since most values have few of them.
+  struct Set {
+    bool isOne;
+    size_t lastAt;
+    size_t lastSize;  // 0 for none
+  };
+
+  // Walks while headers are as nearly all are, and so in their shortest form, and no deeper than is
+  // usual. False where something else comes; what was found until then is found again.
+  bool runUsual() {
+    constexpr size_t kUsualDepth = 16;
+    std::array<size_t, kUsualDepth> ends;
+    size_t depth = 0;
+    size_t at = 0;
+    size_t end = m_value.size();
+    do {
+      Asn1Header header;
+      if (!DerReader(m_value.subspan(at, end - at)).takeHeader(header)) return false;
+      if (header.tagNumber > kMostShortTag) return false;
+      const auto identifier = std::to_integer<unsigned char>(m_value[at]);
+      const size_t next = at + header.headerSize + header.contentSize;
+      if (depth == 0 && next != end) return false;
+      if (depth != 0) checkOrder(m_sets[depth - 1], at, next - at);
+      const ContentRule rule = ruleAt(depth, identifier);
+      if ((identifier & kConstructed) != 0) {
+        const bool isOther = identifier < kFirstOtherClass && identifier != kSequence &&
+                             kRules[identifier] != ContentRule::setOf;
+        if (depth == ends.size() || isOther) return false;
+        m_sets[depth] = {rule == ContentRule::setOf, 0, 0};
+        ends[depth++] = end;
+        at += header.headerSize;
+        end = next;
+      } else {
+        checkContent(rule, m_value.subspan(at + header.headerSize, header.contentSize), at);
+        at = next;
+      }
+      while (at == end && depth != 0) end = ends[--depth];
+    } while (depth != 0);
+    return true;
+  }
+
+  void runBer() {
     Asn1Header header;
     std::span<const unsigned char> content;
     for (;;) {
@@ -63,15 +110,6 @@ class EncodingCheck {
     }
   }
 
- private:
-  // An element around the place of the walk: whether its members are sorted, and the one before.
-  // Nothing is set until it is entered, since most values have few of them.
-  struct Set {
-    bool isOne;
-    size_t lastAt;
-    size_t lastSize;  // 0 for none
-  };
-
   void add(DepartureCode code, size_t at) { m_list.add(code, m_offset + at); }
 
   void checkElement(const Asn1Header& header, size_t contentAt, Bytes content) {
@@ -79,11 +117,7 @@ class EncodingCheck {
     const size_t depth = m_walk.depth() - (header.constructed ? 1 : 0);
     checkHeader(header, at);
     if (depth != 0) checkOrder(m_sets[depth - 1], at, header.headerSize + header.contentSize);
-    ContentRule rule = ruleOf(header);
-    for (const ContentSpot& spot : m_spots) {
-      const auto identifier = std::to_integer<uint32_t>(m_value[at]);
-      if (spot.depth == depth && spot.identifier == identifier) rule = spot.rule;
-    }
+    const ContentRule rule = ruleAt(depth, std::to_integer<unsigned char>(m_value[at]));
     if (header.constructed) {
       m_sets[depth] = {rule == ContentRule::setOf && !header.indefinite, 0, 0};
     } else {
@@ -91,10 +125,19 @@ class EncodingCheck {
     }
   }
 
+  // The rule of a spot, else the one of the type.
+  ContentRule ruleAt(size_t depth, unsigned char identifier) const noexcept {
+    for (const ContentSpot& spot : m_spots) {
+      if (spot.depth == depth && spot.identifier == identifier) return spot.rule;
+    }
+    return kRules[identifier];
+  }
+
   void checkHeader(const Asn1Header& header, size_t at) {
-    if (!hasShortestHeader(header)) add(DepartureCode::lengthNotShortest, at);
-    const bool isString = header.tagClass == Asn1Class::kUniversal && isBerString(header.tagNumber);
-    if (isString && header.constructed) add(DepartureCode::stringInSegments, at);
+    const bool isTwoOctets = header.headerSize == 2 && !header.indefinite;  // no fewer will do
+    if (!isTwoOctets && !hasShortestHeader(header)) add(DepartureCode::lengthNotShortest, at);
+    if (!header.constructed || header.tagClass != Asn1Class::kUniversal) return;
+    if (isBerString(header.tagNumber)) add(DepartureCode::stringInSegments, at);
   }
 
   // X.690 §11.6: the encodings ascend.

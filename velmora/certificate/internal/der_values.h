@@ -26,9 +26,11 @@ inline bool isBitString(Bytes content) noexcept {
          (content.size() > 1 || content[0] == std::byte{0});
 }
 
-/// Whether both are the same octets, in the same number.
+/// Whether both are the same octets, in the same number. The last ones are looked at first: that is
+/// where OIDs of one arc differ.
 inline bool sameOctets(Bytes a, Bytes b) noexcept {
-  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
+  if (a.size() != b.size()) return false;
+  return a.empty() || (a.back() == b.back() && std::memcmp(a.data(), b.data(), a.size()) == 0);
 }
 
 }  // namespace velmora

@@ -91,7 +91,8 @@ bool scanBer(std::span<const unsigned char> bytes, size_t& size, bool& isDer,
       return false;
     }
     if (step == BerStep::kElement) {
-      isDer = isDer && hasShortestHeader(header) && !isStringInSegments(header);
+      const bool isTwoOctets = header.headerSize == 2 && !header.indefinite;  // no fewer will do
+      isDer = isDer && (isTwoOctets || hasShortestHeader(header)) && !isStringInSegments(header);
     }
   } while (walk.depth() != 0);
   size = walk.offset();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "velmora/support/text/string_buffer.h"
@@ -32,9 +34,28 @@ constexpr AsciiSet printableWithout(std::string_view specials) noexcept {
   return set;
 }
 
-/// Copies text to `out`: the ASCII characters of `plain` and what lies beyond ASCII and steers
-/// nothing. Every other character goes to write(character, its bytes), as kInvalidSequence when its
-/// bytes are not UTF-8.
+/// How many characters of the text are printable ASCII and neither a quotation mark nor a
+/// backslash, counted from its start in whole blocks of eight. Quicker than a look at each
+/// character.
+inline size_t plainStart(const unsigned char* at, const unsigned char* end) noexcept {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  constexpr uint64_t kTops = 0x80 * kOnes;
+  size_t size = 0;
+  for (; static_cast<size_t>(end - at) - size >= sizeof(uint64_t); size += sizeof(uint64_t)) {
+    uint64_t block;
+    std::memcpy(&block, at + size, sizeof block);
+    const auto hasZero = [](uint64_t bytes) { return (bytes - kOnes) & ~bytes; };
+    const uint64_t control = (block - 0x20 * kOnes) & ~block;
+    const uint64_t special = hasZero(block ^ ('"' * kOnes)) | hasZero(block ^ ('\\' * kOnes)) |
+                             hasZero(block ^ (0x7F * kOnes));
+    if (((block | control | special) & kTops) != 0) break;
+  }
+  return size;
+}
+
+/// Copies text to `out`: the ASCII characters of `plain`, which lacks no printable one but a
+/// quotation mark or a backslash, and what lies beyond ASCII and steers nothing. Every other
+/// character goes to write(character, its bytes), as kInvalidSequence when its bytes are not UTF-8.
 template <class Write>
 void copyEscaped(std::string_view text, const AsciiSet& plain, StringBuffer& out, Write write) {
   const auto* at = reinterpret_cast<const unsigned char*>(text.data());
@@ -43,6 +64,7 @@ void copyEscaped(std::string_view text, const AsciiSet& plain, StringBuffer& out
   const auto flushRun = [&](const unsigned char* upTo) {
     out.append({reinterpret_cast<const char*>(run), static_cast<size_t>(upTo - run)});
   };
+  at += plainStart(at, end);
   while (at != end) {
     if (*at < 0x80 && plain[*at]) {
       ++at;
