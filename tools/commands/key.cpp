@@ -1,5 +1,4 @@
 #include "tools/commands/command.h"
-#include "tools/reading/certificate_tree.h"
 #include "tools/reading/input.h"
 #include "tools/reading/whole.h"
 #include "tools/render/xml_layout.h"
@@ -16,6 +15,7 @@ class PrintKey final : public CertificateVisitor {
   PrintKey(Form form, Console& console) : m_form(form), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
+    if (m_form == Form::kPem) return printPem(input.certificate.parts().spki);
     if (const char* reason = m_loaded.load(input.der)) return reason;
     switch (m_form) {
       case Form::kDer:
@@ -24,10 +24,8 @@ class PrintKey final : public CertificateVisitor {
         return printOctets(m_loaded.get().get_PublicKeyForOCSP(m_octets, m_log));
       case Form::kXml:
         return printXml();
-      case Form::kId:
-        return printId();
       default:
-        return printPem(input.der);
+        return printId();
     }
   }
 
@@ -39,11 +37,8 @@ class PrintKey final : public CertificateVisitor {
     return nullptr;
   }
 
-  const char* printPem(std::span<const unsigned char> certificate) {
-    if (const char* reason = m_tree.load(certificate)) return reason;
-    m_octets.clear();
-    appendDer(*m_tree.publicKey(), m_octets);
-    appendPem("PUBLIC KEY", m_octets.span(), m_console.out());
+  const char* printPem(Bytes spki) {
+    appendPem("PUBLIC KEY", octetsOf(spki), m_console.out());
     return nullptr;
   }
 
@@ -72,7 +67,6 @@ class PrintKey final : public CertificateVisitor {
   Form m_form;
   Console& m_console;
   LoadedCertificate m_loaded;
-  CertificateTree m_tree;
   LogNull m_log;
   DataBuffer m_octets;
 };
