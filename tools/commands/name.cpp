@@ -83,22 +83,39 @@ void appendRfc4514(std::string_view text, StringBuffer& out) {
   });
 }
 
-class PrintRfc4514 final : public CertificateVisitor {
+// The whole name: a list of RDNs in JSON, or the text of RFC 4514.
+class PrintWholeName final : public CertificateVisitor {
  public:
-  PrintRfc4514(bool issuer, Console& console) : m_issuer(issuer), m_console(console) {}
+  PrintWholeName(bool issuer, bool json, Console& console)
+      : m_issuer(issuer), m_json(json), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
     const Certificate& certificate = input.certificate;
     const Name name = m_issuer ? certificate.issuer() : certificate.subject();
-    const Result<std::string> text = name.rfc4514();
-    if (!text) return "The name is malformed.";
-    appendRfc4514(*text, m_console.out());
-    m_console.out().appendChar('\n');
-    return nullptr;
+    const bool isPrinted = m_json ? printJson(name) : printRfc4514(name);
+    return isPrinted ? nullptr : "The name is malformed.";
   }
 
  private:
+  bool printJson(const Name& name) {
+    const Result<std::vector<Attribute>> attributes = name.attributes();
+    if (!attributes) return false;
+    JsonLine line(m_console.out(), JsonLine::Kind::kValue);
+    writeRdns("", attributes, line);
+    line.end();
+    return true;
+  }
+
+  bool printRfc4514(const Name& name) {
+    const Result<std::string> text = name.rfc4514();
+    if (!text) return false;
+    appendRfc4514(*text, m_console.out());
+    m_console.out().appendChar('\n');
+    return true;
+  }
+
   bool m_issuer;
+  bool m_json;
   Console& m_console;
 };
 
@@ -137,14 +154,10 @@ bool checkOptions(const Arguments& arguments, std::string& usageError) {
 
 bool runName(const Arguments& arguments, Console& console, std::string& usageError) {
   if (!checkOptions(arguments, usageError)) return false;
-  if (arguments.has("--json")) {
-    const auto visitor = makePrintNameJson(arguments.has("--issuer"), console);
-    visitCertificates(arguments.files(), true, *visitor, console);
-    return true;
-  }
-  if (arguments.has("--rfc4514")) {
-    PrintRfc4514 visitor(arguments.has("--issuer"), console);
-    visitCertificates(arguments.files(), false, visitor, console);
+  const bool json = arguments.has("--json");
+  if (json || arguments.has("--rfc4514")) {
+    PrintWholeName visitor(arguments.has("--issuer"), json, console);
+    visitCertificates(arguments.files(), json, visitor, console);
     return true;
   }
   NameForm form;

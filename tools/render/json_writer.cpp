@@ -87,7 +87,7 @@ void JsonLine::hex(std::string_view name, Bytes bytes) {
 }
 
 void JsonLine::end() {
-  m_out.appendChar(m_close);
+  appendBracket('}', ']');
   m_out.appendChar('\n');
 }
 

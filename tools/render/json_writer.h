@@ -9,14 +9,15 @@
 namespace velmora::tool {
 
 /// Appends one JSON value as one line to a text, piece by piece. A member of an object is written
-/// with its key, an item of a list with an empty one; keys are written as they are.
+/// with its key, an item of a list with an empty one, and so is the one value of a line that is
+/// begun as kValue; keys are written as they are.
 class JsonLine {
  public:
-  enum class Kind { kObject, kList };
+  enum class Kind { kObject, kList, kValue };
 
   explicit JsonLine(StringBuffer& out, Kind kind = Kind::kObject) noexcept
-      : m_out(out), m_close(kind == Kind::kObject ? '}' : ']') {
-    m_out.appendChar(kind == Kind::kObject ? '{' : '[');
+      : m_out(out), m_kind(kind) {
+    appendBracket('{', '[');
   }
 
   void text(std::string_view key, std::string_view value);
@@ -43,12 +44,15 @@ class JsonLine {
   void end();
 
  private:
+  void appendBracket(char ofObject, char ofList) {
+    if (m_kind != Kind::kValue) m_out.appendChar(m_kind == Kind::kObject ? ofObject : ofList);
+  }
   void key(std::string_view name);
   void begin(std::string_view key, char bracket);
   void finish(char bracket);
 
   StringBuffer& m_out;
-  char m_close;
+  Kind m_kind;
   bool m_first = true;
 };
 
