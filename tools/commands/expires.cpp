@@ -20,15 +20,15 @@ class ListExpiring final : public CertificateVisitor {
   }
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    VelmoraSysTime until;
-    const bool read = readDate(m_loaded.get(), false, until, m_log);
+    const Result<std::chrono::sys_seconds> end = input.certificate.notAfter();
+    const VelmoraSysTime until = end ? momentOf(*end) : VelmoraSysTime();
     const bool expired = m_now.is_after_by_compare(until, false);
     const int64_t left = until.toUnixSeconds() - m_now.toUnixSeconds();
-    if (read && !expired && left >= m_days * kSecondsInDay) return nullptr;
+    if (end && !expired && left >= m_days * kSecondsInDay) return nullptr;
+    if (const char* reason = m_loaded.load(input.der)) return reason;
     m_console.raise(ExitStatus::kNo);
     StringBuffer& out = m_console.out();
-    if (read) {
+    if (end) {
       until.appendIso8601(out);
       out.append(expired ? "  expired " : "  expires in ");
       appendSpan(expired ? -left : left, out);

@@ -15,6 +15,12 @@ bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase
   return other.toUnixSeconds() != 0;
 }
 
+VelmoraSysTime momentOf(std::chrono::sys_seconds date) noexcept {
+  VelmoraSysTime moment;
+  moment.fromUnixSeconds(date.time_since_epoch().count());
+  return moment;
+}
+
 bool parseIsoTime(std::string_view text, VelmoraSysTime& time) {
   constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
   constexpr size_t kDateSize = 10;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string_view>
 
@@ -13,6 +14,9 @@ inline constexpr int64_t kSecondsInDay = 24 * kSecondsInHour;
 
 /// Reads notBefore (`from` true) or notAfter; false when the certificate has none that is a date.
 bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase& log);
+
+/// The moment of a date that a certificate says.
+VelmoraSysTime momentOf(std::chrono::sys_seconds date) noexcept;
 
 /// Reads "2025-01-31" or "2025-01-31T23:59:59Z", in UTC; false, with the time unchanged, for any
 /// other text.
