@@ -13,7 +13,7 @@ constexpr size_t kMostCandidates = 64;
 constexpr size_t kMostSignatures = 100;
 
 bool isGood(const ChainStep& step) {
-  return step.signature != nullptr && step.signature->verdict == SignatureVerdict::kGood;
+  return step.signature != nullptr && step.signature->verdict == SignatureVerdict::good;
 }
 
 }  // namespace
@@ -37,7 +37,8 @@ bool ChainBuilder::climb() {
   if (endsAtRoot()) return true;
   // As an issuer without extensions only a root passes.
   const KnownCertificate& last = *m_way.back().certificate;
-  if (m_way.size() > 1 && !last.basicConstraints.present) {
+  const Result<BasicConstraints> constraints = last.certificate.basicConstraints();
+  if (m_way.size() > 1 && !constraints && constraints.error().isAbsent()) {
     fail("it is no trusted root, and not a CA: it has no basicConstraints");
     return false;
   }

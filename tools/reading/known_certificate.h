@@ -1,51 +1,37 @@
 #pragma once
 
+#include <array>
 #include <deque>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "tools/reading/certificate_tree.h"
 #include "tools/reading/input.h"
-#include "tools/reading/key_description.h"
 
 namespace velmora::tool {
 
 /// A certificate that is kept, with what looking for its issuer and judging it needs.
 struct KnownCertificate {
+  explicit KnownCertificate(const Certificate& typed) : certificate(typed) {}
+
+  Certificate certificate;
   mutable LoadedCertificate loaded;  // its questions change nothing, and have locks of their own
   std::string source;                // as the user named it
   size_t index = 0;                  // within the source
   std::string place;                 // both, safe to print: "FILE: certificate 2"
   std::string subject;               // in style 0, as it is
 
-  std::string subjectKey;              // of nameKey()
-  std::string issuerKey;               // likewise
+  // Keys by which names are compared: every attribute of every RDN in order, octet by octet; string
+  // types that spell one text alike make no difference. Empty for a name that is empty or
+  // malformed, which equals no other.
+  std::string subjectKey;
+  std::string issuerKey;
   bool selfIssued = false;             // the two are equal, as the library's texts of the names are
   std::string subjectKeyIdentifier;    // octets; empty when absent
   std::string authorityKeyIdentifier;  // likewise
 
-  bool isVersion3 = false;
-  KeyDescription key;
-  XmlHandle keyAlgorithm;    // AlgorithmIdentifier of the key; may be none
-  XmlHandle outerAlgorithm;  // of the signature
-  bool sameAlgorithms = false;
-
-  /// A field of an extension that may be absent, or there and malformed.
-  template <class Value>
-  struct Field {
-    bool present = false;
-    std::optional<Value> value;  // none when malformed
-  };
-  struct BasicConstraints {
-    bool isCa = false;
-    std::optional<uint64_t> pathLength;
-  };
-  Field<BasicConstraints> basicConstraints;
-  Field<bool> mayCertify;                         // keyCertSign of keyUsage
   std::vector<std::string> unknownCritical;       // OIDs, the first few
   std::vector<std::string> uncheckedConstraints;  // OIDs of extensions not looked into, likewise
   bool repeatsExtension = false;
@@ -88,7 +74,7 @@ class CertificatePool {
 
  private:
   std::deque<KnownCertificate> m_certificates;
-  std::map<std::string, const KnownCertificate*> m_byDigest;
+  std::map<std::array<unsigned char, 32>, const KnownCertificate*> m_byDigest;  // SHA-256
   CertificateIndex m_index;
 };
 

@@ -1,6 +1,7 @@
 #include "tools/reading/link_check.h"
 
 #include <algorithm>
+#include <new>
 
 #include "tools/reading/dates.h"
 #include "tools/reading/whole.h"
@@ -14,36 +15,31 @@ namespace velmora::tool {
 
 namespace {
 
-constexpr std::string_view kRsa = "RSA";
-constexpr std::string_view kRsaPss = "RSA-PSS";
-constexpr std::string_view kDsa = "DSA";
-constexpr std::string_view kEc = "EC";
-constexpr std::string_view kEd25519 = "Ed25519";
 constexpr size_t kEd25519SignatureSize = 64;
 constexpr unsigned kLeastRsaBits = 2048;
 
 // An algorithm that is checked to the letter, the key that it is for and its hash.
 struct Algorithm {
   std::string_view oid;
-  std::string_view keyType;
+  KeyKind key;
   int hashId;  // of _vmHash; of RSASSA-PSS the parameters tell
 };
 
 constexpr std::string_view kPssOid = "1.2.840.113549.1.1.10";
 
 constexpr Algorithm kAlgorithms[] = {
-    {"1.2.840.113549.1.1.5", kRsa, _vmHash::kSha1},
-    {"1.2.840.113549.1.1.11", kRsa, _vmHash::kSha256},
-    {"1.2.840.113549.1.1.12", kRsa, _vmHash::kSha384},
-    {"1.2.840.113549.1.1.13", kRsa, _vmHash::kSha512},
-    {kPssOid, kRsaPss, _vmHash::kUnknown},
-    {"1.2.840.10045.4.1", kEc, _vmHash::kSha1},
-    {"1.2.840.10045.4.3.2", kEc, _vmHash::kSha256},
-    {"1.2.840.10045.4.3.3", kEc, _vmHash::kSha384},
-    {"1.2.840.10045.4.3.4", kEc, _vmHash::kSha512},
-    {"1.2.840.10040.4.3", kDsa, _vmHash::kSha1},
-    {"2.16.840.1.101.3.4.3.2", kDsa, _vmHash::kSha256},
-    {"1.3.101.112", kEd25519, _vmHash::kSha512},
+    {"1.2.840.113549.1.1.5", KeyKind::rsa, _vmHash::kSha1},
+    {"1.2.840.113549.1.1.11", KeyKind::rsa, _vmHash::kSha256},
+    {"1.2.840.113549.1.1.12", KeyKind::rsa, _vmHash::kSha384},
+    {"1.2.840.113549.1.1.13", KeyKind::rsa, _vmHash::kSha512},
+    {kPssOid, KeyKind::rsaPss, _vmHash::kUnknown},
+    {"1.2.840.10045.4.1", KeyKind::ec, _vmHash::kSha1},
+    {"1.2.840.10045.4.3.2", KeyKind::ec, _vmHash::kSha256},
+    {"1.2.840.10045.4.3.3", KeyKind::ec, _vmHash::kSha384},
+    {"1.2.840.10045.4.3.4", KeyKind::ec, _vmHash::kSha512},
+    {"1.2.840.10040.4.3", KeyKind::dsa, _vmHash::kSha1},
+    {"2.16.840.1.101.3.4.3.2", KeyKind::dsa, _vmHash::kSha256},
+    {"1.3.101.112", KeyKind::ed25519, _vmHash::kSha512},
 };
 
 std::string_view hashName(int hashId) {
@@ -73,32 +69,36 @@ struct PssParameters {
   int saltLength = 0;
 };
 
+// Some DER that was read before.
+RefOwner<_vmAsn1> decoded(Bytes der) {
+  LogNull log;
+  unsigned consumed = 0;
+  RefOwner<_vmAsn1> element(
+      _vmAsn1::DecodeToAsn(octetsOf(der).data(), static_cast<unsigned>(der.size()), consumed, log));
+  if (!element) throw std::bad_alloc();
+  return element;
+}
+
 // The parameters of RSASSA-PSS; with an unknown hash when they cannot be read.
-PssParameters pssParameters(const XmlHandle& algorithm) {
+PssParameters pssParameters(_vmAsn1& algorithm) {
   LogNull log;
   PssParameters read;
-  const RefOwner<_vmAsn1> parsed(algorithm ? _vmAsn1::xml_to_asn(*algorithm, log) : nullptr);
-  if (!parsed || !parsed->DecodeInner(true, log) ||
-      !_vmAsn1::parseRsaSsaPssParams(*parsed, read.hashId, read.maskHashId, read.saltLength, log)) {
-    return {};
-  }
-  return read;
+  const bool isRead =
+      _vmAsn1::parseRsaSsaPssParams(algorithm, read.hashId, read.maskHashId, read.saltLength, log);
+  return isRead ? read : PssParameters();
 }
 
 // Whether a key that is for RSASSA-PSS alone allows the parameters: without some of its own it
 // allows any, else these hashes and no shorter salt (RFC 4055 §1.2 and §3.3).
-bool pssKeyAllows(const KnownCertificate& signer, const PssParameters& pss) {
-  if (!signer.keyAlgorithm) return false;
-  if (signer.keyAlgorithm->get_NumChildren() <= 1) return true;
-  const PssParameters bound = pssParameters(signer.keyAlgorithm);
+bool pssKeyAllows(const Certificate& signer, const PssParameters& pss) {
+  const RefOwner<_vmAsn1> key = decoded(signer.parts().spki);
+  _vmAsn1* const algorithm = key->getAsnPart(0);
+  const int parts = algorithm == nullptr ? 0 : algorithm->numAsnParts();
+  if (parts == 0) throw std::bad_alloc();
+  if (parts == 1) return true;
+  const PssParameters bound = pssParameters(*algorithm);
   return pss.hashId == bound.hashId && pss.maskHashId == bound.maskHashId &&
          pss.saltLength >= bound.saltLength;
-}
-
-bool fitsKey(const Algorithm& algorithm, const KnownCertificate& signer, const PssParameters& pss) {
-  const std::string_view keyType = signer.key.type;
-  if (algorithm.keyType != kRsaPss) return keyType == algorithm.keyType;
-  return keyType == kRsa || (keyType == kRsaPss && pssKeyAllows(signer, pss));
 }
 
 // One check on its way: each step either leaves the report open or closes it.
@@ -106,7 +106,9 @@ class SignatureCheck {
  public:
   SignatureCheck(const KnownCertificate& certificate, const KnownCertificate& signer)
       : m_certificate(certificate), m_signer(signer) {
-    m_report.key = signer.key;
+    // Of a key that is malformed the kind tells at least for which algorithm it is none.
+    m_report.key =
+        signer.certificate.publicKey().value_or(PublicKey{signer.certificate.describedKey().kind, {}, {}, 0});
   }
 
   SignatureReport run() {
@@ -115,10 +117,11 @@ class SignatureCheck {
     whole(m_parts.toBeSigned);
     whole(m_parts.signature);
     whole(m_parts.algorithmOid);
-    if (!read) return close(SignatureVerdict::kRefused, error());
+    if (!read) return close(SignatureVerdict::refused, error());
     m_report.algorithm = m_parts.algorithmOid.view();
-    if (!m_certificate.sameAlgorithms) {
-      return close(SignatureVerdict::kRefused,
+    const Parts parts = m_certificate.certificate.parts();
+    if (!std::ranges::equal(parts.innerAlgorithm, parts.outerAlgorithm)) {
+      return close(SignatureVerdict::refused,
                    "the certificate names two different signature algorithms, inside and behind "
                    "what is signed");
     }
@@ -140,7 +143,7 @@ class SignatureCheck {
   }
 
   SignatureReport cannotCheck(std::string_view why) {
-    return close(SignatureVerdict::kCannotCheck,
+    return close(SignatureVerdict::cannotCheck,
                  "cannot check this algorithm: " + oidText(m_report.algorithm) + std::string(why));
   }
 
@@ -151,39 +154,48 @@ class SignatureCheck {
     if (algorithm == std::end(kAlgorithms)) return cannotCheck("");
     m_hashId = algorithm->hashId;
     if (algorithm->oid == kPssOid) {
-      m_pss = pssParameters(m_certificate.outerAlgorithm);
+      m_pss = pssParameters(*decoded(m_certificate.certificate.parts().outerAlgorithm));
       m_hashId = m_pss.hashId;
     }
     m_report.hash = hashName(m_hashId);
     if (m_report.hash.empty()) return cannotCheck(" with parameters that are not understood");
-    if (!fitsKey(*algorithm, m_signer, m_pss)) {
+    if (!fitsKey(*algorithm)) {
       std::string reason = "the algorithm " + oidText(algorithm->oid);
       reason += " does not fit the issuer's key, which is ";
-      reason += m_signer.key.type.empty() ? "unknown" : oidText(m_signer.key.type);
-      if (algorithm->keyType == m_signer.key.type) reason += ", bound to other parameters";
-      return close(SignatureVerdict::kRefused, std::move(reason));
+      const std::string type = keyType(m_report.key);
+      reason += type.empty() ? "unknown" : oidText(type);
+      if (algorithm->key == m_report.key.kind) reason += ", bound to other parameters";
+      return close(SignatureVerdict::refused, std::move(reason));
     }
     warn(*algorithm);
     return verify(*algorithm);
+  }
+
+  bool fitsKey(const Algorithm& algorithm) const {
+    const KeyKind kind = m_report.key.kind;
+    if (algorithm.key != KeyKind::rsaPss) return kind == algorithm.key;
+    return kind == KeyKind::rsa ||
+           (kind == KeyKind::rsaPss && pssKeyAllows(m_signer.certificate, m_pss));
   }
 
   void warn(const Algorithm& algorithm) {
     if (m_hashId == _vmHash::kSha1) {
       m_report.warnings.emplace_back("SHA-1 no longer protects against forged certificates");
     }
-    const bool isRsa = m_signer.key.type.starts_with(kRsa);
-    if (isRsa && m_signer.key.bits.value_or(0) < kLeastRsaBits) {
+    const PublicKey& key = m_report.key;
+    const bool isRsa = key.kind == KeyKind::rsa || key.kind == KeyKind::rsaPss;
+    if (isRsa && key.bits < kLeastRsaBits) {
       m_report.warnings.emplace_back("an RSA key below 2048 bits is too short");
     }
-    if (algorithm.keyType == kDsa) {
+    if (algorithm.key == KeyKind::dsa) {
       m_report.warnings.emplace_back("DSA is no longer approved for signatures");
     }
   }
 
   SignatureReport verify(const Algorithm& algorithm) {
     const size_t size = m_parts.signature.size();
-    if (algorithm.keyType == kEd25519 && size != kEd25519SignatureSize) {
-      return close(SignatureVerdict::kRefused,
+    if (algorithm.key == KeyKind::ed25519 && size != kEd25519SignatureSize) {
+      return close(SignatureVerdict::refused,
                    "an Ed25519 signature has 64 bytes, this one " + std::to_string(size));
     }
     DataBuffer keyBytes;
@@ -191,18 +203,18 @@ class SignatureCheck {
     if (!m_signer.loaded.get().get_PublicKey(keyBytes, m_log) ||
         !loadIssuerKey(m_parts, keyBytes, key, m_log) || key.isEmpty()) {
       const std::string reason = error();
-      return close(SignatureVerdict::kCannotCheck,
+      return close(SignatureVerdict::cannotCheck,
                    "cannot check with this key: " + (reason.empty() ? "Invalid key" : reason));
     }
     SignatureForm form;
     if (!verifyWithKey(m_parts, key, form, m_log)) {
-      return close(SignatureVerdict::kWrong, "wrong signature: " + error());
+      return close(SignatureVerdict::wrong, "wrong signature: " + error());
     }
     std::string unlike;
-    if (algorithm.keyType == kRsa) unlike = unlikePkcs1(form);
-    if (algorithm.keyType == kRsaPss) unlike = unlikePss(form.pss);
-    if (!unlike.empty()) return close(SignatureVerdict::kRefused, std::move(unlike));
-    return close(SignatureVerdict::kGood, "");
+    if (algorithm.key == KeyKind::rsa) unlike = unlikePkcs1(form);
+    if (algorithm.key == KeyKind::rsaPss) unlike = unlikePss(form.pss);
+    if (!unlike.empty()) return close(SignatureVerdict::refused, std::move(unlike));
+    return close(SignatureVerdict::good, "");
   }
 
   // In what a signature that verified is another than the algorithm says; empty when in nothing.
@@ -234,28 +246,29 @@ class SignatureCheck {
   PssParameters m_pss;  // of RSASSA-PSS alone
 };
 
-std::string isoText(const VelmoraSysTime& time) {
+std::string isoText(std::chrono::sys_seconds date) {
   StringBuffer text;
-  time.appendIso8601(text);
+  momentOf(date).appendIso8601(text);
   return std::string(text.view());
 }
 
-void checkDates(const KnownCertificate& certificate, const VelmoraSysTime& at, Findings& findings) {
-  LogNull log;
-  VelmoraSysTime from;
-  VelmoraSysTime until;
-  const bool read = readDate(certificate.loaded.get(), true, from, log) &&
-                    readDate(certificate.loaded.get(), false, until, log);
-  if (!read) {
+void checkDates(const Certificate& certificate, const VelmoraSysTime& at, Findings& findings) {
+  const Result<Validity> validity = certificate.validity();
+  const std::chrono::sys_seconds now{std::chrono::seconds(at.toUnixSeconds())};
+  if (!validity) {
     findings.failures.emplace_back("a date of it cannot be read");
-  } else if (from.is_after_by_compare(at, true)) {
-    findings.failures.push_back("not valid before " + isoText(from));
-  } else if (at.is_after_by_compare(until, true)) {
-    findings.failures.push_back("expired at " + isoText(until));
+  } else if (now < validity->notBefore) {
+    findings.failures.push_back("not valid before " + isoText(validity->notBefore));
+  } else if (now > validity->notAfter) {
+    findings.failures.push_back("expired at " + isoText(validity->notAfter));
   }
 }
 
 }  // namespace
+
+std::string keyType(const PublicKey& key) {
+  return key.kind == KeyKind::other ? key.algorithm.text() : std::string(key.kindName());
+}
 
 SignatureReport checkSignature(const KnownCertificate& certificate,
                                const KnownCertificate& signer) {
@@ -264,7 +277,10 @@ SignatureReport checkSignature(const KnownCertificate& certificate,
 
 void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime& at,
                       Findings& findings) {
-  checkDates(certificate, at, findings);
+  checkDates(certificate.certificate, at, findings);
+  if (!certificate.certificate.version()) {
+    findings.failures.emplace_back("its version cannot be read");
+  }
   for (const std::string& oid : certificate.unknownCritical) {
     findings.failures.push_back("the critical extension " +
                                 (oid.empty() ? "without an OID" : oidText(oid)) + " is unknown");
@@ -276,23 +292,23 @@ void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime&
 }
 
 void checkIssuer(const KnownCertificate& issuer, size_t below, Findings& findings) {
-  const auto& constraints = issuer.basicConstraints;
-  if (constraints.present && !constraints.value) {
-    findings.failures.emplace_back("its basicConstraints cannot be read");
-  } else if (constraints.present && !constraints.value->isCa) {
+  const Result<BasicConstraints> constraints = issuer.certificate.basicConstraints();
+  const bool mayLackThem = issuer.selfIssued && issuer.certificate.version().value_or(0) != 3;
+  if (constraints && !constraints->ca) {
     findings.failures.emplace_back("by its basicConstraints it is not a CA");
-  } else if (!constraints.present && (issuer.isVersion3 || !issuer.selfIssued)) {
-    findings.failures.emplace_back("it is not a CA: it has no basicConstraints");
-  } else if (constraints.present && constraints.value->pathLength &&
-             below > *constraints.value->pathLength) {
+  } else if (constraints && constraints->pathLength && below > *constraints->pathLength) {
     findings.failures.push_back("its path length allows " +
-                                std::to_string(*constraints.value->pathLength) +
-                                " CAs below it, not " + std::to_string(below));
+                                std::to_string(*constraints->pathLength) + " CAs below it, not " +
+                                std::to_string(below));
+  } else if (!constraints && !constraints.error().isAbsent()) {
+    findings.failures.emplace_back("its basicConstraints cannot be read");
+  } else if (!constraints && !mayLackThem) {
+    findings.failures.emplace_back("it is not a CA: it has no basicConstraints");
   }
-  const auto& mayCertify = issuer.mayCertify;
-  if (mayCertify.present && !mayCertify.value) {
+  const Result<KeyUsage> usage = issuer.certificate.keyUsage();
+  if (!usage && !usage.error().isAbsent()) {
     findings.failures.emplace_back("its keyUsage cannot be read");
-  } else if (mayCertify.present && !*mayCertify.value) {
+  } else if (usage && !usage->has(KeyUse::keyCertSign)) {
     findings.failures.emplace_back("its keyUsage does not allow it to sign certificates");
   }
 }

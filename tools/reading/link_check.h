@@ -10,21 +10,18 @@
 namespace velmora::tool {
 
 /// What came of one signature.
-enum class SignatureVerdict {
-  kGood,
-  kWrong,        // the signature is not that of this key and this certificate
-  kCannotCheck,  // nothing is known about it: the algorithm or the key is none that can be checked
-  kRefused       // it is not in order, whatever the key would say
-};
-
 struct SignatureReport {
-  SignatureVerdict verdict = SignatureVerdict::kRefused;
+  SignatureVerdict verdict = SignatureVerdict::refused;
   std::string algorithm;  // dotted OID; empty when there is none
   std::string_view hash;  // "SHA-256"; empty when not known
-  KeyDescription key;     // of the signer
+  PublicKey key;          // of the signer
   std::string reason;     // safe to print; empty when good
   std::vector<std::string> warnings;
 };
+
+/// The kind of a key, the dotted OID of its algorithm where that has no name here, or nothing when
+/// it cannot be read.
+std::string keyType(const PublicKey& key);
 
 /// Checks whether `signer`'s key made the signature of `certificate`. Stricter than
 /// VelmoraX509::verifyCertSignature: the two algorithm identifiers have to be the same (RFC 5280

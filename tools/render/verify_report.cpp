@@ -29,38 +29,45 @@ void rows(std::string_view name, const std::vector<std::string>& texts, StringBu
 }
 
 // The text or, of a date that cannot be read, nothing.
-std::string_view dateText(VelmoraX509& certificate, bool from, StringBuffer& text) {
-  LogNull log;
-  VelmoraSysTime time;
+std::string_view dateText(const Result<std::chrono::sys_seconds>& date, StringBuffer& text) {
   text.weakClear();
-  if (readDate(certificate, from, time, log)) time.appendIso8601(text);
+  if (date) momentOf(*date).appendIso8601(text);
   return text.view();
 }
 
-void datesRow(const KnownCertificate& certificate, StringBuffer& out) {
+void datesRow(const Certificate& certificate, StringBuffer& out) {
   StringBuffer text;
+  const auto append = [&](const Result<std::chrono::sys_seconds>& date) {
+    out.append(date ? dateText(date, text) : "cannot be read");
+  };
   label("dates", out);
-  for (const bool from : {true, false}) {
-    const std::string_view date = dateText(certificate.loaded.get(), from, text);
-    out.append(date.empty() ? "cannot be read" : date);
-    out.append(from ? " to " : "\n");
-  }
+  append(certificate.notBefore());
+  out.append(" to ");
+  append(certificate.notAfter());
+  out.append("\n");
 }
 
-void appendKey(const KeyDescription& key, StringBuffer& out) {
-  if (key.type.empty()) {
+// Its name or its dotted OID; nothing when there is none.
+std::string curveName(const PublicKey& key) {
+  const std::string_view name = key.curve.name();
+  return name.empty() ? key.curve.text() : std::string(name);
+}
+
+void appendKey(const PublicKey& key, StringBuffer& out) {
+  const std::string type = keyType(key);
+  if (type.empty()) {
     out.append("an unknown key");
     return;
   }
-  appendOidShort(key.type, OidStyle::kNamed, out);
-  if (key.bits) {
+  appendOidShort(type, OidStyle::kNamed, out);
+  if (key.bits != 0) {
     out.append(", ");
-    out.appendInt(*key.bits);
+    out.appendInt(key.bits);
     out.append(" bits");
   }
-  if (key.curve.empty()) return;
+  if (key.curve.isEmpty()) return;
   out.append(", ");
-  appendPrintable(key.curve, out);
+  out.append(curveName(key));
 }
 
 void issuerRow(const ChainStep& step, StringBuffer& out) {
@@ -75,7 +82,7 @@ void issuerRow(const ChainStep& step, StringBuffer& out) {
 
 void signatureRows(const SignatureReport& signature, StringBuffer& out) {
   label("signature", out);
-  out.append(signature.verdict == SignatureVerdict::kGood ? "good" : signature.reason);
+  out.append(signature.verdict == SignatureVerdict::good ? "good" : signature.reason);
   out.appendChar('\n');
   label("checked with", out);
   if (!signature.algorithm.empty()) {
@@ -98,7 +105,7 @@ void appendStep(size_t number, std::string_view place, const ChainStep& step, St
   appendPrintable(step.certificate->subject, out);
   out.append("\n");
   row("certificate", place, out);
-  datesRow(*step.certificate, out);
+  datesRow(step.certificate->certificate, out);
   if (step.signer != nullptr) issuerRow(step, out);
   if (step.signature) {
     signatureRows(*step.signature, out);
@@ -111,11 +118,11 @@ void appendStep(size_t number, std::string_view place, const ChainStep& step, St
 
 std::string_view verdictName(SignatureVerdict verdict) {
   switch (verdict) {
-    case SignatureVerdict::kGood:
+    case SignatureVerdict::good:
       return "good";
-    case SignatureVerdict::kWrong:
+    case SignatureVerdict::wrong:
       return "wrong";
-    case SignatureVerdict::kCannotCheck:
+    case SignatureVerdict::cannotCheck:
       return "cannotCheck";
     default:
       return "refused";
@@ -128,11 +135,11 @@ void writeTexts(std::string_view key, const std::vector<std::string>& texts, Jso
   line.endList();
 }
 
-void writeKey(const KeyDescription& key, JsonLine& line) {
+void writeKey(const PublicKey& key, JsonLine& line) {
   line.beginObject("key");
-  line.textOrNull("type", key.type);
-  key.bits ? line.number("bits", int64_t{*key.bits}) : line.null("bits");
-  line.textOrNull("curve", key.curve);
+  line.textOrNull("type", keyType(key));
+  key.bits != 0 ? line.number("bits", int64_t{key.bits}) : line.null("bits");
+  line.textOrNull("curve", curveName(key));
   line.endObject();
 }
 
@@ -164,8 +171,9 @@ void writeStep(std::string_view source, size_t index, const ChainStep& step, Jso
   line.beginObject("");
   writePlace(source, index, line);
   line.text("subject", step.certificate->subject);
-  line.textOrNull("notBefore", dateText(step.certificate->loaded.get(), true, date));
-  line.textOrNull("notAfter", dateText(step.certificate->loaded.get(), false, date));
+  const Certificate& certificate = step.certificate->certificate;
+  line.textOrNull("notBefore", dateText(certificate.notBefore(), date));
+  line.textOrNull("notAfter", dateText(certificate.notAfter(), date));
   line.boolean("trustedRoot", step.isTrustedRoot);
   writeSignature(step, line);
   writeTexts("failures", step.findings.failures, line);
