@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "tools/reading/whole.h"
-#include "tools/render/oid_text.h"
+#include "velmora/support/asn1/oids.h"
 #include "velmora/support/hash/sha_digest.h"
 
 namespace velmora::tool {
@@ -59,8 +59,12 @@ std::string nameKey(const Name& name) {
   return key;
 }
 
-void nameExtension(std::string oid, std::vector<std::string>& list) {
-  if (list.size() < kMostNamed) list.push_back(std::move(oid));
+// `oid` are content octets, empty for none.
+void nameExtension(Bytes oid, std::vector<std::string>& list) {
+  StringBuffer dotted;
+  if (list.size() == kMostNamed) return;
+  oidToDotted(octetsOf(oid), dotted);
+  list.emplace_back(whole(dotted).view());
 }
 
 void readExtensions(KnownCertificate& known) {
@@ -70,14 +74,14 @@ void readExtensions(KnownCertificate& known) {
     if (!met.insert(viewOf(extension.rawId)).second) known.repeatsExtension = true;
     if (extension.critical) critical.insert(extension.id);
     if (contains(kConstraints, extension.id)) {
-      nameExtension(dottedOid(extension.rawId), known.uncheckedConstraints);
+      nameExtension(extension.rawId, known.uncheckedConstraints);
     } else if (extension.critical && !contains(kKnownExtensions, extension.id)) {
-      nameExtension(dottedOid(extension.rawId), known.unknownCritical);
+      nameExtension(extension.rawId, known.unknownCritical);
     }
   }
   // Those that are critical and malformed are not among them.
   for (const Oid& oid : known.certificate.unknownCriticalExtensions()) {
-    if (!critical.contains(oid)) nameExtension(oid.text(), known.unknownCritical);
+    if (!critical.contains(oid)) nameExtension(oid.der(), known.unknownCritical);
   }
 }
 

@@ -106,9 +106,7 @@ class SignatureCheck {
  public:
   SignatureCheck(const KnownCertificate& certificate, const KnownCertificate& signer)
       : m_certificate(certificate), m_signer(signer) {
-    // Of a key that is malformed the kind tells at least for which algorithm it is none.
-    m_report.key =
-        signer.certificate.publicKey().value_or(PublicKey{signer.certificate.describedKey().kind, {}, {}, 0});
+    m_report.key = signer.certificate.describedKey();
   }
 
   SignatureReport run() {
