@@ -252,6 +252,9 @@ class Show(unittest.TestCase):
                     text = run("show", "-", stdin=der)[1]
                     self.assertIn(f"\n  Version              {number}\n", text)
                     self.assertEqual(re.findall("\n  Warning              (.*)", text), warnings)
+                    failures = json.loads(run("verify", "--json", "-", stdin=der)[1])["chain"][0]["failures"]
+                    exact = isinstance(number, int) and abs(number) < 2**31 and version != field(b"\0\2")
+                    self.assertIs("its version cannot be read" not in failures, exact)
 
     def test_colours_only_on_a_terminal_and_without_no_color(self):
         for variable, coloured in (({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)):

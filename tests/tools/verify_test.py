@@ -94,7 +94,7 @@ class Made(unittest.TestCase):
                  (CA + "keyUsage=digitalSignature\n", "keyUsage does not allow"),
                  (CA + "1.2.3.4=critical,DER:0500\n", "extension 1.2.3.4 is unknown"),
                  (CA + "keyUsage=DER:0500\n", "keyUsage cannot be read"),
-                 ("basicConstraints=DER:0500\n", "basicConstraints cannot be read")]
+                 ("basicConstraints=DER:3003010101\n", "basicConstraints cannot be read")]
         for number, (extensions, reason) in enumerate(cases):
             with self.subTest(reason):
                 middle = self.make(f"middle{number}", root, extensions=extensions + IDS)

@@ -36,8 +36,9 @@ struct Findings {
   std::vector<std::string> warnings;
 };
 
-/// What every certificate of a chain has to be (RFC 5280 §6.1.3): valid at `at`, without unknown
-/// critical extensions and without an extension that is there twice. Appends.
+/// What every certificate of a chain has to be (RFC 5280 §6.1.3): valid at `at`, of a version that
+/// can be read, without unknown critical extensions and without an extension that is there twice.
+/// Appends.
 void checkCertificate(const KnownCertificate& certificate, const VelmoraSysTime& at,
                       Findings& findings);
 
