@@ -9,6 +9,7 @@ import base64
 from pathlib import Path
 
 SEEDS = Path(__file__).resolve().parent / "seeds"
+SIGNED = SEEDS.parents[1] / "tests/data/signed_certificates.txt"
 
 
 def length(size):
@@ -151,8 +152,67 @@ def certificate_answers():
     yield "base64", text
 
 
+def oid(hexadecimal):
+    return element(0x06, bytes.fromhex(hexadecimal))
+
+
+def with_extension(identifier, value):
+    return certificate(extensions=(sequence(oid(identifier), octets(value)),))
+
+
+def both_faces():
+    for title, data in certificate_answers():
+        if data[0] == 0x30:
+            yield title, data
+    uri, host = element(0x86, b"ldap://host/"), element(0x82, b"example.org")
+    directory = element(0xA4, name(element(0x13, b"CA")))
+    flag, number = element(0x80, b"\x02"), element(0x02, b"\x00")
+    point = sequence(element(0xA0, element(0xA0, uri, directory)), element(0x81, b"\x01\x40"),
+                     element(0xA2, directory))
+    relative = sequence(element(0xA0, element(0xA1, sequence(COMMON_NAME, element(0x0C, b"CRL")))))
+    access = sequence(sequence(oid("2B06010505073001"), uri))
+    notice = sequence(sequence(element(0x0C, b"Acme"), sequence(number)), element(0x1A, b"notice"))
+    policy = sequence(oid("2A0304"), sequence(
+        sequence(oid("2B06010505070201"), element(0x16, b"https://cps")),
+        sequence(oid("2B06010505070202"), notice), sequence(oid("2A0305"), element(0x05))))
+    subnet = sequence(element(0x87, b"\xC0\x00\x02\x00\xFF\xFF\xFF\x00"))
+    timestamp = b"\x00" + bytes(32) + b"\x00\x00\x01\x90\x00\x00\x00\x00" + b"\x00\x00\x04\x03\x00\x02ab"
+    framed = len(timestamp).to_bytes(2, "big") + timestamp
+    for title, identifier, value in (
+            ("keyUsage", "551D0F", element(0x03, b"\x01\x06")),
+            ("extKeyUsage", "551D25", sequence(oid("2B06010505070301"), oid("551D2500"))),
+            ("nameConstraints", "551D1E", sequence(
+                element(0xA0, sequence(host), subnet), element(0xA1, sequence(directory)))),
+            ("crlDistributionPoints", "551D1F", sequence(point, relative)),
+            ("freshestCRL", "551D2E", sequence(relative)),
+            ("certificatePolicies", "551D20", sequence(policy)),
+            ("policyMappings", "551D21", sequence(sequence(oid("2A0304"), oid("2A0305")))),
+            ("policyConstraints", "551D24", sequence(flag, element(0x81, b"\x00"))),
+            ("inhibitAnyPolicy", "551D36", number),
+            ("issuerAltName", "551D12", sequence(uri, host)),
+            ("authorityInfoAccess", "2B06010505070101", access),
+            ("subjectInfoAccess", "2B0601050507010B", access),
+            ("signedTimestamps", "2B06010401D679020402",
+             octets(len(framed).to_bytes(2, "big") + framed)),
+            ("tlsFeature", "2B06010505070118", sequence(element(0x02, b"\x05"))),
+            ("ocspNoCheck", "2B0601050507300105", element(0x05)),
+            ("noRevAvail", "551D38", element(0x05)),
+            # One face reads a key identifier beside a name that is no ASN.1, the other does not.
+            ("malformed_issuer", "551D23",
+             sequence(element(0x80, b"key"), element(0xA1, b"\xA4\x03\x30\x05\x31")))):
+        yield title, with_extension(identifier, value)
+    yield "critical_malformed", certificate(
+        extensions=(sequence(oid("2A03"), element(0x01, b"\xFF"), element(0x05)),))
+    # An EC key of 32 octets, as many as an Ed25519 key has.
+    yield "short_ec_key", certificate(sequence(
+        sequence(oid("2A8648CE3D0201"), oid("2A8648CE3D030107")), element(0x03, b"\x00\x04", bytes(5))))
+    yield "self_signed", next(
+        bytes.fromhex(line[7:]) for record in SIGNED.read_text().split("\n\n")
+        if "Issuer = ed25519\n" in record for line in record.splitlines() if line.startswith("Cert = "))
+
+
 def main():
-    for target in der_round_trip, certificate_answers:
+    for target in der_round_trip, certificate_answers, both_faces:
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():

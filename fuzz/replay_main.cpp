@@ -7,7 +7,8 @@
 
 #include "fuzz/fuzz_target.h"
 
-// Runs a fuzz target on every file of the folders given; fails when there is none.
+// Runs a fuzz target on the files given and on every file of the folders given; fails when there is
+// none.
 
 namespace {
 
@@ -20,9 +21,10 @@ void replay(const std::filesystem::path& file) {
   LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
 }
 
-size_t replayFolder(const char* folder) {
+size_t replayAll(const std::filesystem::path& path) {
+  if (!std::filesystem::is_directory(path)) return replay(path), 1;
   size_t count = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
     if (!entry.is_regular_file()) continue;
     replay(entry.path());
     ++count;
@@ -35,7 +37,7 @@ size_t replayFolder(const char* folder) {
 int main(int argc, char** argv) {
   try {
     size_t count = 0;
-    for (int i = 1; i < argc; ++i) count += replayFolder(argv[i]);
+    for (int i = 1; i < argc; ++i) count += replayAll(argv[i]);
     std::printf("%zu inputs\n", count);
     return count != 0 ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& fault) {

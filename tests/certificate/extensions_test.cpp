@@ -1,9 +1,7 @@
 #include <concepts>
 
 #include "tests/certificate/typed_test.h"
-#include "velmora/support/log/log_sinks.h"
 #include "velmora/support/text/byte_codecs.h"
-#include "velmora/x509/velmora_x509.h"
 
 namespace velmora::test {
 namespace {
@@ -332,90 +330,6 @@ TEST(Extensions, CriticalOnesThatNobodyAnswersAreNamedOnce) {
   std::string unknown;
   for (const Oid& id : certificate.unknownCriticalExtensions()) unknown += id.text() + ' ';
   EXPECT_EQ(unknown, " 1.2.3 1.2.4 1.3.6.1.4.1.11129.2.4.3 ");
-}
-
-std::string base64(velmora::Bytes octets) {
-  std::string text(base64Length(octets.size()), ' ');
-  base64Encode(reinterpret_cast<const unsigned char*>(octets.data()), octets.size(), text.data());
-  return text;
-}
-
-// What both answer is the same, but for the string types that VelmoraX509 takes for UTF-16.
-void compareNames(VelmoraX509& object, bool forSubject, const Name& name) {
-  LogNull log;
-  const auto attributes = name.attributes();
-  for (const Attribute& attribute : attributes.value_or(std::vector<Attribute>())) {
-    XString value;
-    const std::string type = attribute.type.text();
-    const bool answers = forSubject ? object.get_SubjectValue(type.c_str(), value, log)
-                                    : object.get_IssuerValue(type.c_str(), value, log);
-    const bool isOdd = attribute.kind == TextKind::numeric || attribute.kind == TextKind::visible ||
-                       attribute.kind == TextKind::universal;
-    if (!answers || isOdd) continue;
-    EXPECT_EQ(name.find(attribute.type).value_or(std::string(value.view())), value.view());
-  }
-  if (!attributes) return;
-  const std::string text = *name.rfc4514();
-  const Result<Name> back = Name::parse(text);
-  ASSERT_TRUE(back) << text;
-  EXPECT_TRUE(back->matches(name)) << text;
-  EXPECT_EQ(*back->rfc4514(), text);
-}
-
-void compareKeyIds(VelmoraX509& object, const Certificate& certificate) {
-  LogNull log;
-  StringBuffer text;
-  const auto own = certificate.subjectKeyId();
-  EXPECT_TRUE(!own || !object.getSubjectKeyIdentifier(text, log) || text.view() == base64(*own));
-  text.clear();
-  const auto authority = certificate.authorityKeyId();
-  EXPECT_TRUE(!authority || !object.getAuthorityKeyIdentifier(text, log) ||
-              text.view() == base64(*authority->keyId));
-}
-
-void compareAddresses(VelmoraX509& object, const Certificate& certificate) {
-  LogNull log;
-  XString joined;
-  const auto names = certificate.subjectAltNames();
-  if (!names || !object.getRfc822Name(joined, log)) return;
-  std::string addresses;
-  for (const GeneralName& name : *names) {
-    const auto* const email = std::get_if<EmailAddress>(&name);
-    const auto* const dns = std::get_if<DnsName>(&name);
-    const std::string text = email != nullptr ? email->text : dns != nullptr ? dns->text : "";
-    if (!text.empty()) addresses += ',' + text;
-    if (std::holds_alternative<RawName>(name)) return;
-  }
-  EXPECT_EQ(addresses, ',' + std::string(joined.view()));
-}
-
-TEST(Extensions, BothFacesSayTheSame) {
-  LogNull log;
-  size_t count = 0;
-  for (const char* const path :
-       {"/etc/ssl/certs/ca-certificates.crt", VELMORA_SOURCE_DIR "/tests/data/certificates.pem"}) {
-    const bool isMade = std::string_view(path).starts_with(VELMORA_SOURCE_DIR);
-    for (const std::string& der : certificatesIn(path)) {
-      SCOPED_TRACE(std::string(path) + ' ' + std::to_string(++count));
-      const Result<Certificate> certificate = Certificate::parse(der);
-      EXPECT_TRUE(certificate || isMade);
-      if (!certificate) continue;
-      VelmoraX509 object;
-      DataBuffer octets;
-      octets.append(der.data(), der.size());
-      EXPECT_TRUE(object.loadX509Der(octets, log));
-      compareNames(object, true, certificate->subject());
-      compareNames(object, false, certificate->issuer());
-      EXPECT_TRUE(certificate->isSelfIssued() || !object.isIssuerSelf(log));
-      compareKeyIds(object, *certificate);
-      compareAddresses(object, *certificate);
-      for (const Extension& extension : certificate->extensions()) {
-        const std::string answer = ask(*certificate, extension.id, 0);
-        EXPECT_TRUE(isMade || answer[0] != '!') << extension.id.text();
-      }
-    }
-  }
-  EXPECT_GT(count, 0U);
 }
 
 }  // namespace
