@@ -60,12 +60,13 @@ def extension(last_arc, value):
 
 
 def certificate(key=RSA_KEY,
-                extensions=(BASIC_CONSTRAINTS, extension(17, sequence(element(0x82, b"host.example"))))):
+                extensions=(BASIC_CONSTRAINTS, extension(17, sequence(element(0x82, b"host.example")))),
+                issuer=b"Root & <Sons>"):
     tbs = sequence(
         element(0xA0, element(0x02, b"\x02")),
         element(0x02, bytes.fromhex("00F1E2D3C4B5")),
         RSA_SHA256,
-        name(element(0x13, b"Root & <Sons>")),
+        name(element(0x13, issuer)),
         sequence(element(0x17, b"200101000000Z"), element(0x18, b"20500101000000Z")),
         name(element(0x0C, "Zürich".encode()), element(0x1E, "Bern".encode("utf-16-be"))),
         key,
@@ -157,15 +158,18 @@ def oid(hexadecimal):
 
 
 def with_extension(identifier, value):
-    return certificate(extensions=(sequence(oid(identifier), octets(value)),))
+    return certificate(extensions=(sequence(oid(identifier), octets(value)),), issuer=b"Root")
 
 
 def both_faces():
     for title, data in certificate_answers():
-        if data[0] == 0x30:
+        if title.endswith("key"):
             yield title, data
     uri, host = element(0x86, b"ldap://host/"), element(0x82, b"example.org")
     directory = element(0xA4, name(element(0x13, b"CA")))
+    names = (host, uri, directory, element(0x81, b"a@b.example"), element(0x87, bytes(15) + b"\x01"),
+             element(0x88, b"\x2A\x03"), element(0xA0, oid("2A03"), element(0xA0, element(0x0C, b"other"))))
+    untyped = element(0xA3, element(0x30)), element(0xA5, element(0xA1, element(0x0C, b"party")))
     flag, number = element(0x80, b"\x02"), element(0x02, b"\x00")
     point = sequence(element(0xA0, element(0xA0, uri, directory)), element(0x81, b"\x01\x40"),
                      element(0xA2, directory))
@@ -189,7 +193,11 @@ def both_faces():
             ("policyMappings", "551D21", sequence(sequence(oid("2A0304"), oid("2A0305")))),
             ("policyConstraints", "551D24", sequence(flag, element(0x81, b"\x00"))),
             ("inhibitAnyPolicy", "551D36", number),
-            ("issuerAltName", "551D12", sequence(uri, host)),
+            ("subjectAltName", "551D11", sequence(*names)),
+            ("issuerAltName", "551D12", sequence(*names, *untyped)),
+            ("subjectKeyIdentifier", "551D0E", octets(b"own")),
+            ("authorityKeyIdentifier", "551D23", sequence(
+                element(0x80, b"issuer"), element(0xA1, directory), element(0x82, b"\x01"))),
             ("authorityInfoAccess", "2B06010505070101", access),
             ("subjectInfoAccess", "2B0601050507010B", access),
             ("signedTimestamps", "2B06010401D679020402",

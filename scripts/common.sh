@@ -27,6 +27,9 @@ need_header() {
     missing_packages+=("$2")
 }
 
+# need_python_module MODULE PACKAGE: notes the package unless Python finds the module.
+need_python_module() { python3 -c "import $1" 2>/dev/null || missing_packages+=("$2"); }
+
 # need_file FILE PACKAGE: notes the package unless the file is there.
 need_file() { [ -e "$1" ] || missing_packages+=("$2"); }
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Compares what the command line says of certificates with what OpenSSL says of them.
 
-compare_with_openssl.py PROGRAM [FILE]...   (default: the system's CA bundle and the sample files)
+compare_with_openssl.py PROGRAM [FILE]...   (default: the system's CA bundle, the sample files and the
+                                             seeds that have one extension of each kind)
 
 Of every certificate that OpenSSL reads: each key of "show --json"; and the ASN.1 XML form, which is
 encoded to DER here and must give the certificate's bytes, and which the program must read back as it
@@ -12,8 +13,9 @@ key, the subject key identifier, the e-mail addresses, both names as RFC 4514 te
 extensions the basic constraints, key usage, extended key usage, key identifiers, kinds and values of
 subject alternative names, policies with their statements, and the URIs of information access and
 distribution points; a walk through the DER here gives the rest, and a second opinion on most of these.
-Of what is decoded nothing else is compared: the values of directoryName, otherName, x400Address and
-ediPartyName, user notices, reasons and issuers of CRLs, the extensions not named here, the departures.
+Python's cryptography, where it is installed, is asked for both names, RDN by RDN and read back from their
+RFC 4514 text, and for everything that is decoded of the extensions that it knows. The last lines name what
+it was not asked, and why; the departures are compared with nobody.
 Where OpenSSL is not believed:
 - A date that is not in the form of RFC 5280 is a bad one to it.
 - It does not read names that hold a VisibleString or text that is not of its type, nor dates of other
@@ -38,11 +40,13 @@ import subprocess
 import sys
 import tempfile
 
+import cryptography_decoded
 import openssl_decoded
 
 BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 DATA = pathlib.Path(__file__).resolve().parent / "data"
 EXAMPLES = DATA.parent.parent / "examples"
+SEEDS = DATA.parent.parent / "fuzz/seeds/both_faces"
 
 # The names of style 0; every other type is "OID." and the dotted OID.
 NAMES = {
@@ -434,6 +438,7 @@ def differences(der, view, shown, xml):
     dates = shown["notBefore"], shown["notAfter"]
     expected["validNow"] = None if None in dates else dates[0] <= now <= dates[1]
     yield from openssl_decoded.differences(der, shown, text_of)
+    yield from cryptography_decoded.differences(der, shown, name_text)
     for one in shown["extensions"]:
         del one["name"], one["decoded"]  # the one for people, the other compared
     for key, value in expected.items():
@@ -477,6 +482,7 @@ def main():
     if not paths:
         paths = [BUNDLE] if BUNDLE.exists() else []
         paths += sorted(path for folder in (DATA, EXAMPLES) for path in folder.rglob("*") if path.suffix in (".pem", ".der", ".crt"))
+        paths += sorted(SEEDS.iterdir())
     ders = list(dict.fromkeys(der for path in paths for der in certificates_of(path)))
     with concurrent.futures.ThreadPoolExecutor() as pool:
         views = list(pool.map(openssl_view, ders))
@@ -504,7 +510,9 @@ def main():
     for der, view, said, line in zip(ders, views, shown, lines):
         faults += [f"{name_text(view['subject'])}: {text}" for text in differences(der, view, said, line)]
     version = " ".join(run("openssl", "version").split()[:2])
-    print("\n".join(faults + [f"{len(ders)} certificates compared with {version}, {len(faults)} differences"
+    left_out = ", ".join(f"{field} {count}" for field, count in sorted(cryptography_decoded.NOT_COMPARED.items()))
+    print("\n".join(faults + [f"Not compared with Python's cryptography: {left_out or 'nothing'}.",
+                              f"{len(ders)} certificates compared with {version}, {len(faults)} differences"
                               f" ({unread} certificates that OpenSSL does not read left out)."]))
     return 1 if faults else 0
 
