@@ -401,7 +401,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (const auto certificate = velmora::Certificate::parse(input)) {
     velmora::hold(*certificate);
   } else {
-    for (const auto& it : velmora::readCertificates(input).certificates) velmora::hold(it);
+    const velmora::Reading reading = velmora::readCertificates(input);
+    const bool isAnswered = !reading.certificates.empty() || !reading.failures.empty();
+    velmora::fuzz::require(isAnswered, "an input has certificates or a failure");
+    for (const auto& it : reading.certificates) velmora::hold(it);
   }
   return 0;
 }

@@ -74,11 +74,45 @@ def certificate(key=RSA_KEY,
     return sequence(tbs, RSA_SHA256, element(0x03, b"\x00", bytes(range(255, 127, -1))))
 
 
+def elements(der):
+    """(tag, content, whole) of each element in a row."""
+    at = 0
+    while at < len(der):
+        first, tag, size, at = at, der[at], der[at + 1], at + 2
+        if size >= 0x80:
+            count = size - 0x80
+            size, at = int.from_bytes(der[at:at + count], "big"), at + count
+        at += size
+        yield tag, der[at - size:at], der[first:at]
+
+
+def members(der):
+    return [whole for _, _, whole in elements(next(elements(der))[1])]
+
+
+def as_xml(der):
+    """The ASN.1 XML form, with every type but SEQUENCE and SET by its number."""
+    text = ""
+    for tag, content, _ in elements(der):
+        constructed = tag & 0x20 != 0
+        inner = as_xml(content) if constructed else base64.b64encode(content).decode()
+        name, number = ("contextSpecific", "tag") if tag & 0x80 else ("universal", "number")
+        if tag in (0x30, 0x31):
+            name = "sequence" if tag == 0x30 else "set"
+            text += f"<{name}>{inner}</{name}>"
+        else:
+            text += f'<{name} {number}="{tag & 0x1F}" constructed="{int(constructed)}">{inner}</{name}>'
+    return text
+
+
+def bundle(*members):
+    return sequence(element(0x06, bytes.fromhex("2A864886F70D010702")),
+                    element(0xA0, sequence(element(0x02, b"\x01"), element(0x31), element(0xA0, *members))))
+
+
 def der_round_trip():
     yield "certificate", certificate()
-    yield "bundle", sequence(
-        element(0x06, bytes.fromhex("2A864886F70D010702")),
-        element(0xA0, sequence(element(0x02, b"\x01"), element(0x31), element(0xA0, certificate()))))
+    yield "bundle", bundle(certificate())
     yield "hex_types", sequence(
         element(0x01, b"\xFF"), element(0x01), element(0x02, b"\x00\x80"), element(0x02),
         element(0x05), element(0x05, b"\x01"), element(0x0A, b"\x03"))
@@ -131,6 +165,12 @@ def der_round_trip():
 
 def certificate_answers():
     yield "certificate", certificate()
+    tbs, algorithm, signature = members(certificate(extensions=(BASIC_CONSTRAINTS,)))
+    fields = members(tbs)
+    for i in range(len(fields)):
+        yield f"without_field_{i}", sequence(sequence(*fields[:i], *fields[i + 1:]), algorithm, signature)
+    yield "without_algorithm", sequence(tbs, signature)
+    yield "without_signature", sequence(tbs, algorithm)
     ec = sequence(element(0x06, bytes.fromhex("2A8648CE3D0201")),
                   element(0x06, bytes.fromhex("2A8648CE3D030107")))
     yield "ec_key", certificate(sequence(ec, element(0x03, b"\x00\x04", bytes(64))))
@@ -151,6 +191,9 @@ def certificate_answers():
     text = base64.encodebytes(certificate())
     yield "pem", b"-----BEGIN CERTIFICATE-----\n" + text + b"-----END CERTIFICATE-----\n"
     yield "base64", text
+    yield "xml", f"<certs><c>{as_xml(certificate(extensions=()))}</c></certs>".encode()
+    yield "bundle", bundle(certificate(extensions=()), certificate(issuer=b"Other"))
+    yield "ber_bundle", b"\x30\x80" + bundle(certificate())[4:] + b"\x00\x00"
 
 
 def oid(hexadecimal):
@@ -209,7 +252,7 @@ def both_faces():
             ("malformed_issuer", "551D23",
              sequence(element(0x80, b"key"), element(0xA1, b"\xA4\x03\x30\x05\x31")))):
         yield title, with_extension(identifier, value)
-    yield "critical_malformed", certificate(
+    yield "malformed_critical", certificate(
         extensions=(sequence(oid("2A03"), element(0x01, b"\xFF"), element(0x05)),))
     # An EC key of 32 octets, as many as an Ed25519 key has.
     yield "short_ec_key", certificate(sequence(

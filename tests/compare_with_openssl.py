@@ -482,7 +482,7 @@ def main():
     if not paths:
         paths = [BUNDLE] if BUNDLE.exists() else []
         paths += sorted(path for folder in (DATA, EXAMPLES) for path in folder.rglob("*") if path.suffix in (".pem", ".der", ".crt"))
-        paths += sorted(SEEDS.iterdir())
+        paths += sorted(path for path in SEEDS.iterdir() if not path.name.startswith("malformed"))
     ders = list(dict.fromkeys(der for path in paths for der in certificates_of(path)))
     with concurrent.futures.ThreadPoolExecutor() as pool:
         views = list(pool.map(openssl_view, ders))

