@@ -60,21 +60,10 @@ der::Bytes fullCertificate() {
   return fields.der();
 }
 
-TEST(Parse, TakesExactlyCertificatesInDer) {
-  const std::string full = fullCertificate();
-  EXPECT_TRUE(isCertificateInDer(full));
-  for (size_t i = 0; i < full.size(); ++i) {
-    std::string changed = full;
-    for (int value = 0; value < 256; ++value) {
-      changed[i] = static_cast<char>(value);
-      expectExactly(changed, false);
-    }
-  }
-}
-
 TEST(Parse, TakesNoPrefixAndOfChangedBytesWhatTheOtherReadersTake) {
-  const std::vector<std::string> ders = madeCertificates();
+  std::vector<std::string> ders = madeCertificates();
   for (const std::string& der : ders) expectExactly(der, true);
+  ders.front() = fullCertificate();
   for (size_t n = 0; n < ders.size(); n += 12) {
     const std::string& der = ders[n];
     for (size_t i = 0; i < der.size(); ++i) {
@@ -83,8 +72,8 @@ TEST(Parse, TakesNoPrefixAndOfChangedBytesWhatTheOtherReadersTake) {
       EXPECT_EQ(prefix.error().code, ErrorCode::notAsn1);
       EXPECT_LE(prefix.error().offset, i);
       std::string changed = der;
-      for (int bit = 0; bit < 8; ++bit) {
-        changed[i] = static_cast<char>(der[i] ^ (1 << bit));
+      for (int change = 1; change < 256; change += n == 0 ? 1 : change) {
+        changed[i] = static_cast<char>(der[i] ^ change);
         expectExactly(changed, true);
       }
     }
