@@ -1,6 +1,7 @@
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
 #include "tools/reading/whole.h"
+#include "tools/render/octets.h"
 #include "tools/render/xml_layout.h"
 #include "velmora/support/pem/pem_writer.h"
 

@@ -65,11 +65,6 @@ void appendPlace(const InputPlace& input, StringBuffer& out);
 /// with an abbreviation, its capital letter.
 void appendReason(std::string_view sentence, StringBuffer& out);
 
-/// Octets in the type that what writes and decodes them takes.
-inline std::span<const unsigned char> octetsOf(Bytes bytes) noexcept {
-  return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-}
-
 /// How people name a source.
 std::string_view sourceForPeople(std::string_view source);
 

@@ -87,7 +87,7 @@ void JsonLine::hex(std::string_view name, Bytes bytes) {
 }
 
 void JsonLine::end() {
-  appendBracket('}', ']');
+  if (m_kind == Kind::kObject) m_out.appendChar('}');
   m_out.appendChar('\n');
 }
 

@@ -8,16 +8,16 @@
 
 namespace velmora::tool {
 
-/// Appends one JSON value as one line to a text, piece by piece. A member of an object is written
-/// with its key, an item of a list with an empty one, and so is the one value of a line that is
-/// begun as kValue; keys are written as they are.
+/// Appends one JSON value as one line to a text, piece by piece: an object, or of kValue the one
+/// value that is written with an empty key. A member of an object is written with its key, an item
+/// of a list with an empty one; keys are written as they are.
 class JsonLine {
  public:
-  enum class Kind { kObject, kList, kValue };
+  enum class Kind { kObject, kValue };
 
   explicit JsonLine(StringBuffer& out, Kind kind = Kind::kObject) noexcept
       : m_out(out), m_kind(kind) {
-    appendBracket('{', '[');
+    if (kind == Kind::kObject) m_out.appendChar('{');
   }
 
   void text(std::string_view key, std::string_view value);
@@ -44,9 +44,6 @@ class JsonLine {
   void end();
 
  private:
-  void appendBracket(char ofObject, char ofList) {
-    if (m_kind != Kind::kValue) m_out.appendChar(m_kind == Kind::kObject ? ofObject : ofList);
-  }
   void key(std::string_view name);
   void begin(std::string_view key, char bracket);
   void finish(char bracket);

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <string_view>
 
-#include "tools/reading/input.h"
 #include "tools/render/json_writer.h"
 #include "tools/render/name_text.h"
 
 namespace velmora::tool {
-
-/// Prints the whole name, one line each: a list of RDNs as writeRdns has it.
-std::unique_ptr<CertificateVisitor> makePrintNameJson(bool issuer, Console& console);
 
 /// Writes an attribute of a name as {oid, name, value} in a list; a value that is no text is null
 /// and has its DER beside it as "hex".
