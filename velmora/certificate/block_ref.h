@@ -1,5 +1,7 @@
 #pragma once
 
+// The counted pointer that the values of this floor are made of.
+
 #include <cstdint>
 #include <utility>
 

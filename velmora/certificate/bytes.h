@@ -1,5 +1,7 @@
 #pragma once
 
+// Octets in the typed face: seen, owned, and whatever a caller has them in.
+
 #include <cstddef>
 #include <ranges>
 #include <span>
@@ -7,8 +9,6 @@
 #include <vector>
 
 namespace velmora {
-
-// Octets in the typed face: seen, owned, and whatever a caller has them in.
 
 /// Octets that somebody else owns. Those that a Certificate gives live as long as any copy of it.
 using Bytes = std::span<const std::byte>;

@@ -1,5 +1,7 @@
 #pragma once
 
+// The typed certificate: what this floor is for, and where to start reading.
+
 #include <array>
 #include <chrono>
 #include <compare>

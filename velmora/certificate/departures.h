@@ -1,5 +1,7 @@
 #pragma once
 
+// What a certificate can depart in from RFC 5280 and DER, by name.
+
 #include <cstdint>
 #include <string_view>
 

@@ -1,5 +1,15 @@
 #pragma once
 
+// What the extensions of a certificate say (RFC 5280 §4.2), as Certificate answers it. `Bytes` live
+// as long as any copy of the certificate, everything else owns what it holds.
+//
+// They are read to the letter of their syntax and of DER, inside and out: a BOOLEAN is FF or 00, an
+// INTEGER in its shortest form, unused bits are 0, a list that may not be empty is not, nothing
+// follows. What does not fit is malformedExtension with the offset of the element at fault.
+// Tolerated are two things that change no meaning: a default that is written all the same, and zero
+// bits at the end of a named bit list. General names that are malformed stand in their lists as
+// RawName, for the one who judges them.
+
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -14,16 +24,6 @@
 #include "velmora/certificate/oid.h"
 
 namespace velmora {
-
-// What the extensions of a certificate say (RFC 5280 §4.2), as Certificate answers it. `Bytes` live
-// as long as any copy of the certificate, everything else owns what it holds.
-//
-// They are read to the letter of their syntax and of DER, inside and out: a BOOLEAN is FF or 00, an
-// INTEGER in its shortest form, unused bits are 0, a list that may not be empty is not, nothing
-// follows. What does not fit is malformedExtension with the offset of the element at fault.
-// Tolerated are two things that change no meaning: a default that is written all the same, and zero
-// bits at the end of a named bit list. General names that are malformed stand in their lists as
-// RawName, for the one who judges them.
 
 /// How an extension is read. To the letter, as every decision needs it; or leniently, to be shown:
 /// taken is also what the standards forbid and what has a plain meaning all the same. These are a

@@ -1,5 +1,9 @@
 #pragma once
 
+// The general names of alternative names, name constraints, distribution points and access
+// descriptions (RFC 5280 §4.2.1.6), each kind a type of its own. All of them own what they hold,
+// but a Name, which shares the octets of its certificate.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,10 +15,6 @@
 #include "velmora/certificate/oid.h"
 
 namespace velmora {
-
-// The general names of alternative names, name constraints, distribution points and access
-// descriptions (RFC 5280 §4.2.1.6), each kind a type of its own. All of them own what they hold,
-// but a Name, which shares the octets of its certificate.
 
 /// dNSName [2]: ASCII, as it stands there. It may hold anything, a NUL or spaces included.
 struct DnsName {

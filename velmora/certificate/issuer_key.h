@@ -1,5 +1,7 @@
 #pragma once
 
+// Checks many signatures of one issuer.
+
 #include <optional>
 #include <variant>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Distinguished names, attribute by attribute and as RFC 4514 text.
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>

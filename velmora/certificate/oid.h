@@ -1,5 +1,7 @@
 #pragma once
 
+// OBJECT IDENTIFIERs as values, and those that questions are asked with.
+
 #include <array>
 #include <compare>
 #include <cstddef>

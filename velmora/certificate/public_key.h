@@ -1,5 +1,7 @@
 #pragma once
 
+// What a certificate says of its key.
+
 #include <cstdint>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// What every question of the typed face is answered with: a value, or why there is none and where.
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -9,8 +11,6 @@
 #include <variant>
 
 namespace velmora {
-
-// What every question of the typed face is answered with: a value, or why there is none and where.
 
 enum class ErrorCode : uint8_t {
   absent,              // not there: an answer, which is never given for what is there and malformed

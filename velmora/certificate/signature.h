@@ -1,5 +1,7 @@
 #pragma once
 
+// Hashes, and what the check of a signature can come to.
+
 #include <cstdint>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Finds the certificates in bytes of any form, as the bytes come.
+
 #include <array>
 #include <cstddef>
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
 
+// From one face of a certificate to the other.
+
 #include <vector>
 
 #include "velmora/certificate/certificate.h"
@@ -10,8 +12,6 @@
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora {
-
-// From one face of a certificate to the other.
 
 /// The typed certificate of an object's DER, which is copied; of BER that of the DER made of it
 /// (certificateFromBer). Errors as Certificate::parse has them; notAsn1 for an object that holds no

@@ -1,5 +1,9 @@
 #pragma once
 
+// Typed certificates out of files and bytes in any form that CertificateReader reads: DER, BER,
+// PEM, PKCS #7, bare base64, ASN.1 XML. Nothing here takes a lock or writes a log; any thread may
+// call any of these. Memory that runs out ends in std::bad_alloc.
+
 #include <cstddef>
 #include <span>
 #include <string>
@@ -11,10 +15,6 @@
 #include "velmora/certificate/result.h"
 
 namespace velmora {
-
-// Typed certificates out of files and bytes in any form that CertificateReader reads: DER, BER,
-// PEM, PKCS #7, bare base64, ASN.1 XML. Nothing here takes a lock or writes a log; any thread may
-// call any of these. Memory that runs out ends in std::bad_alloc.
 
 /// Something in an input that is no certificate or could not be read.
 struct ReadFailure {

@@ -1,5 +1,7 @@
 #pragma once
 
+// Which files a path of trusted roots stands for.
+
 #include <string>
 #include <system_error>
 #include <vector>

@@ -1,13 +1,13 @@
 #pragma once
 
+// Certificates as files have them. All of these throw std::bad_alloc alone.
+
 #include <span>
 #include <string>
 
 #include "velmora/certificate/certificate.h"
 
 namespace velmora {
-
-// Certificates as files have them. All of these throw std::bad_alloc alone.
 
 /// One PEM block, "CERTIFICATE", with lines of 64 characters (RFC 7468 §5).
 std::string toPem(const Certificate& certificate);

@@ -1,5 +1,7 @@
 #pragma once
 
+// Tells one XML document from the next.
+
 #include <cstddef>
 #include <string_view>
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// What the readers of distinguished names share: where the names stand, how attribute types are
+// called in each name style, and how attribute values become text.
+
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -9,9 +12,6 @@
 #include "velmora/support/xml/cls_xml.h"
 
 namespace velmora {
-
-// What the readers of distinguished names share: where the names stand, how attribute types are
-// called in each name style, and how attribute values become text.
 
 /// The path that moves from the root of a certificate to its subject or issuer name.
 constexpr std::string_view namePath(bool forSubject) noexcept {

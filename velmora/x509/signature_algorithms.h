@@ -1,5 +1,7 @@
 #pragma once
 
+// The signature of a certificate taken apart and checked, algorithm by algorithm.
+
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/rsa.h"
 #include "velmora/support/key/vm_public_key.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The certificate as a tree of XML, with texts of its own: what this floor is for.
+
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/log/log_base.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Reads AlgorithmIdentifiers, and knows which signatures they name.
+
 #include <optional>
 
 #include "velmora/certificate/bytes.h"

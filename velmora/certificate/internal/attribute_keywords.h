@@ -1,12 +1,12 @@
 #pragma once
 
+// The keywords of attribute types in the text of names (RFC 4514 §3).
+
 #include <string_view>
 
 #include "velmora/certificate/bytes.h"
 
 namespace velmora {
-
-// The keywords of attribute types in the text of names (RFC 4514 §3).
 
 /// The keyword of a type given by its content octets; empty when it has none.
 std::string_view keywordOf(Bytes type) noexcept;

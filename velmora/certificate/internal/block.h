@@ -1,5 +1,7 @@
 #pragma once
 
+// The one block of memory behind a certificate or a parsed name.
+
 #include <atomic>
 #include <cstdint>
 #include <span>
@@ -9,8 +11,6 @@
 #include "velmora/certificate/result.h"
 
 namespace velmora {
-
-// The one block of memory behind a certificate or a parsed name.
 
 /// Where the elements of a certificate start: offsets of their identifiers from the start of the
 /// DER, 0 for what is absent. Their sizes stand in the DER, which parsing has checked.

@@ -1,5 +1,7 @@
 #pragma once
 
+// What the parts of departures() collect into.
+
 #include <vector>
 
 #include "velmora/certificate/certificate.h"

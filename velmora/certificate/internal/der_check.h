@@ -1,5 +1,7 @@
 #pragma once
 
+// Says whether octets are DER all the way down.
+
 #include <optional>
 
 #include "velmora/certificate/bytes.h"

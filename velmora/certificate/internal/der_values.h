@@ -1,5 +1,7 @@
 #pragma once
 
+// Content octets of single ASN.1 types, judged and compared.
+
 #include <cstring>
 
 #include "velmora/certificate/bytes.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Checks the encoding of what stands inside extension values and keys.
+
 #include <cstdint>
 #include <span>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// What the readers of extension values are written with.
+
 #include <initializer_list>
 #include <optional>
 #include <string>

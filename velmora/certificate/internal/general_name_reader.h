@@ -1,5 +1,7 @@
 #pragma once
 
+// Reads GeneralNames.
+
 #include <vector>
 
 #include "velmora/certificate/general_name.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Reads SubjectPublicKeyInfo.
+
 #include <optional>
 
 #include "velmora/certificate/bytes.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Lets the readers of a block make the Name values that share it.
+
 #include "velmora/certificate/internal/block.h"
 #include "velmora/certificate/name.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Walks over the RDNs of a Name and their attributes.
+
 #include <optional>
 
 #include "velmora/certificate/internal/octets.h"

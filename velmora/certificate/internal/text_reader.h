@@ -1,5 +1,7 @@
 #pragma once
 
+// String types (X.680 §41, RFC 5280 §4.1.2.4) as characters.
+
 #include <string>
 
 #include "velmora/certificate/internal/octets.h"
@@ -7,8 +9,6 @@
 #include "velmora/support/text/unicode.h"
 
 namespace velmora {
-
-// String types (X.680 §41, RFC 5280 §4.1.2.4) as characters.
 
 /// The string type of an element; none for what is no string type, a constructed one, or a tag that
 /// is not universal.

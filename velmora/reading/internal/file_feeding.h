@@ -1,5 +1,7 @@
 #pragma once
 
+// Opens and reads files for the readers of this floor.
+
 #include <string>
 
 #include "velmora/reading/certificate_reader.h"

@@ -1,13 +1,13 @@
 #pragma once
 
+// What one element of BER or DER is made of (X.690 §8.1), and where it stands in its input.
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace velmora {
-
-// What one element of BER or DER is made of (X.690 §8.1).
 
 enum class Asn1Class : uint8_t {
   kUniversal = 0,

@@ -1,5 +1,7 @@
 #pragma once
 
+// Walks over all elements of some BER without recursion.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Says what some DER is: a certificate, a bundle, or which other thing.
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The DER cursor, and the tag numbers of X.680.
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

@@ -1,5 +1,7 @@
 #pragma once
 
+// From DER to the XML form of ASN.1 and back.
+
 #include <span>
 
 #include "velmora/support/asn1/der_reader.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// OIDs between content octets and dotted text.
+
 #include <cstddef>
 #include <span>
 #include <string_view>

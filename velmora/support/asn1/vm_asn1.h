@@ -1,5 +1,7 @@
 #pragma once
 
+// ASN.1 as objects, with the vocabulary of `_vmAsn1`.
+
 #include <cstddef>
 #include <span>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The ways of computing, and which of them this CPU gets.
+
 namespace velmora::vartime {
 
 /// The ways in which this floor can multiply, from the slowest; each gives the same results, and a

@@ -1,5 +1,7 @@
 #pragma once
 
+// Arrays that own what is put into them, with the vocabulary of VelmoraX509.
+
 #include "velmora/support/core/objects.h"
 #include "velmora/support/core/pod_array.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The lock of shared objects.
+
 #include <mutex>
 
 namespace velmora {

@@ -1,5 +1,7 @@
 #pragma once
 
+// Counted objects, and who keeps their counts.
+
 #include <atomic>
 #include <cstddef>
 

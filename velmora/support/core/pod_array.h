@@ -1,5 +1,7 @@
 #pragma once
 
+// The array of plain values that allocates without throwing.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

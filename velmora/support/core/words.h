@@ -1,13 +1,13 @@
 #pragma once
 
+// Words in bytes, at any address and in the order that the name says, whatever that of the machine
+// is. Each of these is one load or store, with a byte swap where the two differ.
+
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace velmora {
-
-// Words in bytes, at any address and in the order that the name says, whatever that of the machine
-// is. Each of these is one load or store, with a byte swap where the two differ.
 
 template <std::endian kOrder>
 inline uint32_t inOrder(uint32_t word) noexcept {

@@ -1,5 +1,7 @@
 #pragma once
 
+// SHA-1 and SHA-2 of data that comes in pieces.
+
 #include <cstddef>
 #include <cstdint>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The ways of computing SHA-1 and SHA-2, and which of them this CPU gets.
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

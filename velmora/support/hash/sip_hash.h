@@ -1,5 +1,7 @@
 #pragma once
 
+// A hash keyed with a secret.
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

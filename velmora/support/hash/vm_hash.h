@@ -1,5 +1,7 @@
 #pragma once
 
+// SHA-1 and SHA-2 by number, name and OID.
+
 #include <cstddef>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// A log for who wants one reason.
+
 #include <string_view>
 
 #include "velmora/support/log/log_base.h"

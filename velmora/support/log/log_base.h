@@ -1,5 +1,7 @@
 #pragma once
 
+// What operations report on, and the log that hears nothing.
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

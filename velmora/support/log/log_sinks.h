@@ -1,5 +1,7 @@
 #pragma once
 
+// Logs for people.
+
 #include <iosfwd>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// How an operation says no.
+
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {

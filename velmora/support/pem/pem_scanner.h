@@ -1,5 +1,7 @@
 #pragma once
 
+// Finds PEM blocks in text.
+
 #include <array>
 #include <cstddef>
 #include <span>

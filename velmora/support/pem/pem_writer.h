@@ -1,5 +1,7 @@
 #pragma once
 
+// Writes PEM blocks.
+
 #include <span>
 #include <string_view>
 

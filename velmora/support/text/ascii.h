@@ -1,12 +1,12 @@
 #pragma once
 
+// Letter case and white space of US-ASCII, whatever the locale is.
+
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
 
 namespace velmora {
-
-/// Letter case and white space of US-ASCII, whatever the locale is.
 
 constexpr bool isAsciiSpace(char c) noexcept {
   return c == ' ' || (c >= '\t' && c <= '\r');

@@ -1,5 +1,7 @@
 #pragma once
 
+// Decodes base64 that comes in pieces.
+
 #include <array>
 #include <cstddef>
 #include <string_view>

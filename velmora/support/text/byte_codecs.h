@@ -1,12 +1,12 @@
 #pragma once
 
+// Hexadecimal and base64 on raw memory, for callers that know how much room they need. None of
+// these functions allocates, and none writes a closing zero.
+
 #include <cstddef>
 #include <string_view>
 
 namespace velmora {
-
-/// Hexadecimal and base64 on raw memory, for callers that know how much room they need. None of
-/// these functions allocates, and none writes a closing zero.
 
 /// Writes 2 * count digits.
 void hexEncodeUpper(const unsigned char* bytes, size_t count, char* out) noexcept;

@@ -1,5 +1,7 @@
 #pragma once
 
+// The memory under buffers of bytes and text.
+
 #include <cstddef>
 
 namespace velmora {

@@ -1,5 +1,7 @@
 #pragma once
 
+// Growable bytes.
+
 #include <cstddef>
 #include <span>
 #include <string_view>

@@ -1,5 +1,7 @@
 #pragma once
 
+// From one code page to another.
+
 #include <cstddef>
 #include <string_view>
 

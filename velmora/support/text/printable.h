@@ -1,5 +1,7 @@
 #pragma once
 
+// Writing text of any origin to where it could forge a line or drive a terminal.
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -9,8 +11,6 @@
 #include "velmora/support/text/unicode.h"
 
 namespace velmora {
-
-/// Writing text of any origin to where it could forge a line or drive a terminal.
 
 /// Characters beyond ASCII that move the cursor, turn the direction of text or end a line: C1
 /// controls, bidirectional controls, line and paragraph separators, the byte order mark.

@@ -1,5 +1,7 @@
 #pragma once
 
+// Compares short texts fast.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

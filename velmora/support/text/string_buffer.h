@@ -1,5 +1,7 @@
 #pragma once
 
+// Growable text.
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

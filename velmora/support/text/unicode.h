@@ -1,10 +1,10 @@
 #pragma once
 
+// Reading and writing single characters of the encodings that text comes in. Nothing allocates.
+
 #include <cstddef>
 
 namespace velmora {
-
-/// Reading and writing single characters of the encodings that text comes in. Nothing allocates.
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 

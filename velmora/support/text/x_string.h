@@ -1,5 +1,7 @@
 #pragma once
 
+// Text in and out in the encodings of callers.
+
 #include <cstddef>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Moments, and the date texts of certificates.
+
 #include <cstdint>
 #include <string_view>
 

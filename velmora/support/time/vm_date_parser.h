@@ -1,5 +1,7 @@
 #pragma once
 
+// Reads the date texts of e-mail and HTTP.
+
 #include "velmora/support/text/string_buffer.h"
 #include "velmora/support/time/velmora_sys_time.h"
 

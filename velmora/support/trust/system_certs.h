@@ -1,5 +1,7 @@
 #pragma once
 
+// A store of certificates as they came.
+
 #include <cstddef>
 #include <set>
 #include <shared_mutex>

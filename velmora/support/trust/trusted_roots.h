@@ -1,5 +1,7 @@
 #pragma once
 
+// The roots that the application trusts.
+
 #include <cstddef>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// XML documents as applications use them: handles that stand on an element.
+
 #include <cstddef>
 #include <string_view>
 

@@ -1,13 +1,13 @@
 #pragma once
 
+// What the bytes of an XML text may stand for. Internal to the XML and ASN.1 floors.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace velmora {
-
-/// What the bytes of an XML text may stand for. Internal to the XML and ASN.1 floors.
 
 enum : uint8_t {
   kXmlNameByte = 1,   // may stand in a name

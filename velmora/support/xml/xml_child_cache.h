@@ -1,5 +1,7 @@
 #pragma once
 
+// Keeps loops over children linear.
+
 #include <cstddef>
 #include <cstdint>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The arrays that a document consists of.
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

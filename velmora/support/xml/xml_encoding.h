@@ -1,5 +1,7 @@
 #pragma once
 
+// Tells and converts the encodings of XML text.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The names that documents store as numbers.
+
 #include <cstdint>
 #include <string_view>
 

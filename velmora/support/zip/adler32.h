@@ -1,5 +1,7 @@
 #pragma once
 
+// The checksum at the end of a zlib stream.
+
 #include <cstdint>
 #include <span>
 

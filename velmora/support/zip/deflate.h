@@ -1,5 +1,7 @@
 #pragma once
 
+// Compresses without the frame of zlib.
+
 #include <span>
 
 #include "velmora/support/text/data_buffer.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Decompresses, within bounds.
+
 #include <cstddef>
 #include <span>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Compresses and decompresses zlib streams.
+
 #include <cstddef>
 #include <span>
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// The ASN.1 XML form as tables that both directions of DerXmlCodec read: which universal type has
+// which element, and how that shows the contents. Internal to the ASN.1 floor.
+
 #include <array>
 #include <cstdint>
 #include <string_view>
@@ -8,9 +11,6 @@
 #include "velmora/support/xml/xml_names.h"
 
 namespace velmora {
-
-/// The ASN.1 XML form as tables that both directions of DerXmlCodec read: which universal type has
-/// which element, and how that shows the contents. Internal to the ASN.1 floor.
 
 enum class Asn1Content : uint8_t {
   kMembers,   // child elements

@@ -1,5 +1,7 @@
 #pragma once
 
+// Writes identifiers and lengths of DER.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

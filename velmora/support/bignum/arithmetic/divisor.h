@@ -1,5 +1,7 @@
 #pragma once
 
+// Remainders modulo any number.
+
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 #include "velmora/support/bignum/arithmetic/limbs.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Inverses modulo an odd number.
+
 #include "velmora/support/bignum/arithmetic/limbs.h"
 
 namespace velmora::vartime {

@@ -1,5 +1,7 @@
 #pragma once
 
+// The row operation of a path, for numbers of any length.
+
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Numbers as rows of 64-bit limbs.
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>

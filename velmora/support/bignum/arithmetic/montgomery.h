@@ -1,5 +1,7 @@
 #pragma once
 
+// Powers modulo the large odd moduli of RSA and DSA.
+
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The named curves that ECDSA signatures are checked on.
+
 #include <string_view>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"

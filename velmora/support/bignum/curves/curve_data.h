@@ -1,5 +1,7 @@
 #pragma once
 
+// The numbers of the named curves.
+
 #include <string_view>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"

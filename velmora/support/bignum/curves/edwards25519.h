@@ -1,5 +1,7 @@
 #pragma once
 
+// The curve of Ed25519.
+
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
 

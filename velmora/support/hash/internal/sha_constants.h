@@ -1,5 +1,7 @@
 #pragma once
 
+// The round constants of FIPS 180-4.
+
 #include <cstdint>
 
 namespace velmora {

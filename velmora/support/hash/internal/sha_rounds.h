@@ -1,5 +1,7 @@
 #pragma once
 
+// The rounds of SHA-1 and SHA-2 in C++.
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The rounds of SHA-1 and SHA-2 on what x86-64 has for them.
+
 #if defined(__x86_64__) && defined(__GNUC__)
 #define VELMORA_SHA_X86 1
 

@@ -1,11 +1,11 @@
 #pragma once
 
+// The proleptic Gregorian calendar, years 0 to 9999 (ISO 8601, where year 0 is the one before year
+// 1), counted in days from 1970-01-01.
+
 #include <cstdint>
 
 namespace velmora {
-
-/// The proleptic Gregorian calendar, years 0 to 9999 (ISO 8601, where year 0 is the one before year
-/// 1), counted in days from 1970-01-01.
 
 inline constexpr int64_t kSecondsInDay = 86400;
 

@@ -1,5 +1,8 @@
 #pragma once
 
+// The numbered names as two machine words each, so that a tag is recognised by two comparisons.
+// Internal to the XML floor.
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -8,9 +11,6 @@
 #include "velmora/support/xml/xml_names.h"
 
 namespace velmora {
-
-/// The numbered names as two machine words each, so that a tag is recognised by two comparisons.
-/// Internal to the XML floor.
 
 inline constexpr size_t kXmlNameCount = static_cast<size_t>(XmlName::kCount);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Reads XML text into a document.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

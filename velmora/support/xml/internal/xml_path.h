@@ -1,5 +1,7 @@
 #pragma once
 
+// Follows path queries.
+
 #include <string_view>
 
 #include "velmora/support/xml/xml_child_cache.h"

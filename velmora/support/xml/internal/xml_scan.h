@@ -1,5 +1,16 @@
 #pragma once
 
+// Search in blocks of 16 bytes, where the time of reading and writing a document goes. Two forms
+// with the same results: machine words, which every machine has, and SSE2. Internal to the XML
+// floor.
+//
+//   copyPlain    copies a block and gives where its first byte stands that content cannot simply
+//                be copied with: a control character, "&", "<", ">", or a byte beyond ASCII
+//   findEscaped  gives where the first byte stands that is written as a reference: a control
+//                character, "&", "<", ">", the double quote
+//
+// Both give 16 when there is no such byte.
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -11,17 +22,6 @@
 #endif
 
 namespace velmora {
-
-/// Search in blocks of 16 bytes, where the time of reading and writing a document goes. Two forms
-/// with the same results: machine words, which every machine has, and SSE2. Internal to the XML
-/// floor.
-///
-///   copyPlain    copies a block and gives where its first byte stands that content cannot simply
-///                be copied with: a control character, "&", "<", ">", or a byte beyond ASCII
-///   findEscaped  gives where the first byte stands that is written as a reference: a control
-///                character, "&", "<", ">", the double quote
-///
-/// Both give 16 when there is no such byte.
 
 inline constexpr size_t kXmlBlock = 16;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Writes a document as XML text.
+
 #include "velmora/support/text/string_buffer.h"
 #include "velmora/support/xml/xml_document.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Bits out of bytes.
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Bits into bytes.
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

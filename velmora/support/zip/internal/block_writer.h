@@ -1,5 +1,7 @@
 #pragma once
 
+// Writes the blocks of a deflate stream, each in its shortest form.
+
 #include <array>
 #include <bit>
 #include <cstddef>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The tables by which prefix codes are decoded.
+
 #include <algorithm>
 #include <array>
 #include <cstddef>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The numbers of RFC 1951.
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Makes the prefix codes of a block.
+
 #include <cstdint>
 #include <span>
 

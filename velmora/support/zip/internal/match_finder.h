@@ -1,5 +1,7 @@
 #pragma once
 
+// Finds what a deflate stream can repeat.
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>

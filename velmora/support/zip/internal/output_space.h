@@ -1,5 +1,7 @@
 #pragma once
 
+// Where decompressed bytes go.
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

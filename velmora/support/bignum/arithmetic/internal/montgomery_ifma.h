@@ -1,5 +1,7 @@
 #pragma once
 
+// Montgomery multiplication on AVX-512 IFMA.
+
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 
 namespace velmora::vartime {

@@ -1,5 +1,7 @@
 #pragma once
 
+// Multiplication of long numbers on mulx, adcx and adox, in assembly.
+
 #if defined(__x86_64__)
 
 #include "velmora/support/bignum/arithmetic/limbs.h"

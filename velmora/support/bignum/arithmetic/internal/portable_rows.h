@@ -1,5 +1,7 @@
 #pragma once
 
+// Multiplication in C++ alone.
+
 #include "velmora/support/bignum/arithmetic/limbs.h"
 
 namespace velmora::vartime {

@@ -1,5 +1,7 @@
 #pragma once
 
+// A named curve computed on in one way.
+
 #include "velmora/support/bignum/curves/curve.h"
 #include "velmora/support/bignum/curves/internal/jacobian.h"
 

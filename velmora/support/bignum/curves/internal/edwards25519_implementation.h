@@ -1,5 +1,7 @@
 #pragma once
 
+// The curve of Ed25519 computed on in one way.
+
 #include "velmora/support/bignum/curves/edwards25519.h"
 #include "velmora/support/bignum/curves/internal/window.h"
 #include "velmora/support/bignum/fields/internal/prime_field.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Addition and doubling of the points of a named curve.
+
 #include "velmora/support/bignum/curves/curve_data.h"
 #include "velmora/support/bignum/curves/internal/window.h"
 #include "velmora/support/bignum/fields/internal/prime_field.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// The curves on mulx and adx, which are compiled apart.
+
 #include "velmora/support/bignum/curves/curve.h"
 #include "velmora/support/bignum/curves/edwards25519.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Numbers cut into the digits that powers and multiples are computed by.
+
 #include <utility>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// What primes of a special shape allow on mulx and adx.
+
 #include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
 #include "velmora/support/bignum/fields/internal/portable_primes.h"
 

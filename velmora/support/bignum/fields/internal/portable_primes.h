@@ -1,5 +1,7 @@
 #pragma once
 
+// What primes of a special shape allow in C++ alone.
+
 #include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
 #include "velmora/support/bignum/fields/internal/prime_shape.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// Arithmetic modulo a prime that is known when the program is compiled.
+
 #include "velmora/support/bignum/arithmetic/inverse.h"
 #include "velmora/support/bignum/fields/internal/mulx_primes.h"
 #include "velmora/support/bignum/fields/internal/portable_primes.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Constants of a prime, made when the program is compiled.
+
 #include <array>
 #include <string_view>
 
