@@ -1,5 +1,7 @@
 #pragma once
 
+// The ASN.1 productions of the extensions, each read by one function.
+
 #include <vector>
 
 #include "velmora/certificate/extensions.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Octets as bytes, characters and unsigned chars, and compared.
+
 #include <span>
 #include <string_view>
 

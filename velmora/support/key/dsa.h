@@ -1,5 +1,7 @@
 #pragma once
 
+// DSA (FIPS 186-4 §4): keys, and whether a signature is theirs.
+
 #include <cstddef>
 #include <span>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// ECDSA (FIPS 186-4 §6, SEC 1 §4.1): keys, and whether a signature is theirs.
+
 #include <span>
 #include <string_view>
 

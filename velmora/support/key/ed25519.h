@@ -1,5 +1,7 @@
 #pragma once
 
+// Ed25519 (RFC 8032): keys, and whether a signature is theirs.
+
 #include <array>
 #include <cstddef>
 

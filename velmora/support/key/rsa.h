@@ -1,5 +1,7 @@
 #pragma once
 
+// RSA (RFC 8017): keys, and what their signatures hold, of PKCS #1 and PSS.
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

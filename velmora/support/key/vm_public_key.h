@@ -1,5 +1,7 @@
 #pragma once
 
+// A public key of any algorithm, loaded from its usual encodings.
+
 #include <span>
 #include <string_view>
 #include <variant>

@@ -1,5 +1,7 @@
 #pragma once
 
+// A place in the tree that a certificate's handle visits and comes back from.
+
 #include <string_view>
 
 #include "velmora/support/log/log_base.h"

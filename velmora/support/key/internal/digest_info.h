@@ -1,5 +1,7 @@
 #pragma once
 
+// The DigestInfo that an RSA signature of PKCS #1 holds (RFC 8017 §9.2).
+
 #include <cstddef>
 #include <span>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The two numbers that a DSA or ECDSA signature is (RFC 3279 §2.2.2).
+
 #include <cstddef>
 #include <span>
 
