@@ -5,6 +5,7 @@
 
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora {
 
@@ -39,7 +40,7 @@ Reading certificatesOf(const SystemCerts& store) {
     if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
     reading.failures.push_back({i, 0, 0, {}, error, std::string(error.message())});
   }
-  if (der.failed()) throw std::bad_alloc();
+  whole(der);  // there are no more, and not for lack of memory
   return reading;
 }
 

@@ -1,9 +1,8 @@
 #include "velmora/reading/writing.h"
 
-#include <new>
-
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/pem/pem_writer.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora {
 namespace {
@@ -14,8 +13,7 @@ void appendCertificate(const Certificate& certificate, StringBuffer& out) {
 }
 
 std::string textOf(const StringBuffer& text) {
-  if (text.failed()) throw std::bad_alloc();
-  return std::string(text.view());
+  return std::string(whole(text).view());
 }
 
 // ContentInfo ::= SEQUENCE { contentType signedData, content [0] EXPLICIT SignedData }
