@@ -11,11 +11,11 @@
 #include "velmora/certificate/issuer_key.h"
 #include "velmora/reading/crossing.h"
 #include "velmora/reading/reading.h"
-#include "velmora/reading/trusted_root_loading.h"
 #include "velmora/reading/writing.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/vm_public_key.h"
 #include "velmora/support/trust/trusted_roots.h"
+#include "velmora/x509/trusted_root_registration.h"
 #include "velmora/x509/velmora_x509.h"
 
 // Property: every question to the typed certificate ends in a value or in an error inside the

@@ -3,8 +3,8 @@
 #include "tools/commands/command.h"
 #include "tools/reading/dates.h"
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

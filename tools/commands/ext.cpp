@@ -2,13 +2,13 @@
 
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/octets.h"
 #include "tools/render/xml_layout.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/oid_names.h"
 #include "velmora/support/asn1/oids.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

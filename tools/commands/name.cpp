@@ -4,10 +4,10 @@
 
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/name_json.h"
 #include "velmora/support/text/ascii.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -1,8 +1,8 @@
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -12,9 +12,9 @@
 
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "velmora/support/pem/pem_writer.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -1,10 +1,10 @@
 #include "tools/commands/command.h"
 #include "tools/reading/dates.h"
-#include "tools/reading/whole.h"
 #include "tools/render/verify_report.h"
 #include "velmora/reading/root_files.h"
 #include "velmora/reading/trusted_root_loading.h"
 #include "velmora/support/log/first_error_log.h"
+#include "velmora/support/text/whole.h"
 #include "velmora/x509/trusted_root_registration.h"
 
 namespace velmora::tool {

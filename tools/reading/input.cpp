@@ -9,11 +9,11 @@
 #include <new>
 #include <string>
 
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/json_writer.h"
 #include "velmora/reading/reading.h"
 #include "velmora/support/text/ascii.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "tools/reading/whole.h"
 #include "velmora/support/asn1/oids.h"
 #include "velmora/support/hash/sha_digest.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -4,11 +4,11 @@
 #include <new>
 
 #include "tools/reading/dates.h"
-#include "tools/reading/whole.h"
 #include "tools/render/oid_text.h"
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/log/first_error_log.h"
+#include "velmora/support/text/whole.h"
 #include "velmora/x509/signature_algorithms.h"
 
 namespace velmora::tool {

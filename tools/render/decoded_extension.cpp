@@ -6,11 +6,11 @@
 #include <variant>
 
 #include "tools/reading/input.h"
-#include "tools/reading/whole.h"
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"
 #include "tools/render/name_json.h"
 #include "tools/render/oid_text.h"
+#include "velmora/support/text/whole.h"
 #include "velmora/support/time/velmora_sys_time.h"
 
 namespace velmora::tool {

@@ -3,9 +3,9 @@
 #include <utility>
 #include <variant>
 
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/name_text.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

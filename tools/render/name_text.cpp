@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <new>
 
-#include "tools/reading/whole.h"
 #include "tools/render/octets.h"
 #include "tools/render/oid_text.h"
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/text/whole.h"
 #include "velmora/x509/dn_names.h"
 #include "velmora/x509/velmora_x509.h"
 

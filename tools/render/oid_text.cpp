@@ -1,8 +1,8 @@
 #include "tools/render/oid_text.h"
 
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/octets.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

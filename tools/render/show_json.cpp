@@ -1,6 +1,5 @@
 #include <string>
 
-#include "tools/reading/whole.h"
 #include "tools/render/decoded_extension.h"
 #include "tools/render/finding.h"
 #include "tools/render/general_names.h"
@@ -9,6 +8,7 @@
 #include "tools/render/show.h"
 #include "tools/render/shown_certificate.h"
 #include "velmora/support/hash/sha_digest.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "tools/reading/dates.h"
-#include "tools/reading/whole.h"
 #include "tools/render/escape.h"
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"
@@ -11,6 +10,7 @@
 #include "tools/render/show.h"
 #include "tools/render/shown_certificate.h"
 #include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 

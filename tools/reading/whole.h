@@ -1,3 +1,0 @@
-#pragma once
-
-#include "velmora/support/text/whole.h"
