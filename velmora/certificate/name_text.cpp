@@ -101,7 +101,7 @@ bool appendRdn(Iterator from, Iterator to, std::string& out) {
 }  // namespace
 
 Result<std::string> Name::rfc4514() const {
-  constexpr size_t kUsualCount = 8;
+  constexpr size_t kUsualCount = 6;
   std::vector<AttributeElements> attributes;
   attributes.reserve(kUsualCount);
   AttributeElements attribute;

@@ -30,9 +30,11 @@ size_t Base64Stream::takeRun(std::string_view text) noexcept {
   size_t taken = 0;
   if (m_padded) return taken;
   while (taken < text.size() && m_fault == Fault::kNone) {
+    if (m_pendingSize == 0) taken += decodeGroups(text.substr(taken));
     const size_t room = std::min(m_pending.size() - m_pendingSize, text.size() - taken);
     const char* from = text.data() + taken;
-    const size_t run = base64Run({from, room});
+    size_t run = 0;
+    while (run < room && inAlphabet(from[run])) ++run;
     if (run == 0) break;
     std::memcpy(m_pending.data() + m_pendingSize, from, run);
     m_pendingSize += run;
@@ -40,6 +42,21 @@ size_t Base64Stream::takeRun(std::string_view text) noexcept {
     if (m_pendingSize == m_pending.size()) decodePending();
   }
   return taken;
+}
+
+// What does not come in whole groups, such as the last line, is left for the buffer.
+size_t Base64Stream::decodeGroups(std::string_view text) noexcept {
+  text = text.substr(0, m_pending.size());
+  const size_t before = m_bytes.size();
+  unsigned char* const out = m_bytes.extend(text.size() / 4 * 3 + 3);
+  if (out == nullptr) {
+    m_fault = Fault::kNoMemory;
+    return 0;
+  }
+  const size_t groups = base64DecodeGroups(text, out);
+  m_bytes.truncate(before + 3 * groups);
+  if (m_bytes.size() > m_maxBytes) m_fault = Fault::kTooLarge;
+  return 4 * groups;
 }
 
 void Base64Stream::decodePending() noexcept {

@@ -44,6 +44,7 @@ class Base64Stream {
   static bool inAlphabet(char c) noexcept;
 
  private:
+  size_t decodeGroups(std::string_view text) noexcept;
   void decodePending() noexcept;
 
   size_t m_maxBytes;

@@ -295,15 +295,13 @@ DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept {
   }
 }
 
-size_t base64Run(std::string_view text) noexcept {
-  const auto* const digits = reinterpret_cast<const unsigned char*>(text.data());
-  ByteLanes values;
-  size_t run = 0;
-  while (text.size() - run >= kBase64Block && base64Values(digits + run, kBase64Last, values)) {
-    run += kBase64Block;
-  }
-  while (run < text.size() && kBase64Values[digits[run]] < kSpace) ++run;
-  return run;
+size_t base64DecodeGroups(std::string_view text, unsigned char* out) noexcept {
+  DigitReader reader(text, kBase64Values);
+  size_t groups = 0;
+  while (reader.nextBase64Block(kBase64Last, out + 3 * groups)) groups += kBase64Block / 4;
+  uint32_t bits = 0;
+  for (; reader.nextClean<4, 6>(bits); ++groups) storeBase64Group(bits, 3, out + 3 * groups);
+  return groups;
 }
 
 DecodeResult base64Decode(std::string_view text, bool url, unsigned char* out) noexcept {

@@ -34,8 +34,9 @@ struct DecodeResult {
 /// / 2 bytes.
 DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept;
 
-/// How many characters of the standard alphabet of base64 a text starts with.
-size_t base64Run(std::string_view text) noexcept;
+/// Decodes the groups of four digits of the standard alphabet of base64 that a text starts with,
+/// without anything between them; gives how many there are. `out` has room as for base64Decode.
+size_t base64DecodeGroups(std::string_view text, unsigned char* out) noexcept;
 
 /// Decodes base64 in the standard alphabet or, with `url`, in the URL alphabet; white space is
 /// passed over, padding is optional and ends the text. `out` has room for
