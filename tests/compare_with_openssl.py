@@ -80,6 +80,9 @@ CURVES = {"1.2.840.10045.3.1.1": ("P-192", "prime192v1"), "1.3.132.0.33": ("P-22
           "1.3.36.3.3.2.8.1.1.11": ("brainpoolP384r1", "brainpoolP384r1"),
           "1.3.36.3.3.2.8.1.1.13": ("brainpoolP512r1", "brainpoolP512r1")}
 
+# A curve that has a name, but on which nothing is computed.
+NAMED_CURVES = {"1.3.132.0.27": "sect233r1"}
+
 EMAIL = "1.2.840.113549.1.9.1"
 
 MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec"
@@ -243,7 +246,7 @@ def size_and_curve(kind, parameters, bits):
         size = 255
     elif kind == "EC" and parameters[0][0] == 0x06:
         oid = dotted(parameters[0][1])
-        curve = CURVES.get(oid, (oid,))[0]
+        curve = CURVES.get(oid, (NAMED_CURVES.get(oid, oid),))[0]
         # Every curve of the table has as many bits as its name says.
         size = int(re.search(r"\d{3}", curve)[0]) if oid in CURVES else None
     elif kind == "EC":

@@ -176,7 +176,7 @@ constexpr std::array<bool, 128> printableCharacters() noexcept {
   std::array<bool, 128> set{};
   for (const char c : std::string_view(" '()+,-./:=?")) set[static_cast<unsigned char>(c)] = true;
   for (unsigned char c = '0'; c <= '9'; ++c) set[c] = true;
-  for (unsigned char c = 'A'; c <= 'Z'; ++c) set[c] = set[c - 'A' + 'a'] = true;
+  for (unsigned char c = 'A'; c <= 'Z'; ++c) set[c] = set[c | 0x20U] = true;
   return set;
 }
 
