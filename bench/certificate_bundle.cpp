@@ -17,7 +17,8 @@ using Bytes = std::vector<unsigned char>;
 
 class Collector final : public CertificateSink {
  public:
-  void certificate(const CertificatePlace&, std::span<const unsigned char> der) override {
+  void certificate(const CertificatePlace&, std::span<const unsigned char> der,
+                   const Result<Certificate>&) override {
     ders.emplace_back().append(der);
   }
   void failure(const CertificatePlace&, const CertificateFailure&) override {}

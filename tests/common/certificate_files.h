@@ -20,7 +20,8 @@ inline std::string fileContent(const std::string& path) {
 /// The DER of each certificate of a file; what it holds of other kinds is passed over.
 inline std::vector<std::string> certificatesIn(const std::string& path) {
   struct Collector final : CertificateSink {
-    void certificate(const CertificatePlace&, std::span<const unsigned char> der) override {
+    void certificate(const CertificatePlace&, std::span<const unsigned char> der,
+                     const Result<Certificate>&) override {
       ders.emplace_back(der.begin(), der.end());
     }
     void failure(const CertificatePlace&, const CertificateFailure&) override {}

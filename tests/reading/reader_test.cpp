@@ -39,7 +39,10 @@ std::string list(const std::string& wrappers) {
 // What a reader found: for each item the DER of a certificate, or "!" and the reason.
 class Found final : public CertificateSink {
  public:
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> bytes) override {
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> bytes,
+                   const Result<Certificate>& typed) override {
+    const auto parsed = Certificate::parse(bytes);
+    EXPECT_TRUE(typed ? parsed && *typed == *parsed : typed.error() == parsed.error());
     take(place, std::string(bytes.begin(), bytes.end()));
   }
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {

@@ -106,19 +106,11 @@ class SourceSink final : public CertificateSink {
              Console& console)
       : m_source(source), m_errorsAsJson(errorsAsJson), m_visitor(visitor), m_console(console) {}
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
-    const Bytes octets = std::as_bytes(der);
-    std::optional<uint32_t> berAt;
-    Result<Certificate> typed = Certificate::parseBytes(octets);
-    if (!typed && typed.error().code == ErrorCode::notDer) {
-      berAt = typed.error().offset;
-      typed = certificateFromBer(octets);
-    }
-    if (!typed) return failure(place, failureOf(typed.error()));
-    const char* reason = visit({{m_source, place.index}, der, *typed, berAt});
-    if (reason != nullptr) return failure(place, {reason});
-    endRun();
-    m_console.endRecord();
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> der,
+                   const Result<Certificate>& typed) override {
+    const bool isBer = !typed && typed.error().code == ErrorCode::notDer;
+    if (!isBer) return show(place, der, typed, std::nullopt);
+    show(place, der, certificateFromBer(std::as_bytes(der)), typed.error().offset);
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
@@ -152,6 +144,15 @@ class SourceSink final : public CertificateSink {
   }
 
  private:
+  void show(const CertificatePlace& place, std::span<const unsigned char> der,
+            const Result<Certificate>& typed, std::optional<uint32_t> berAt) {
+    if (!typed) return failure(place, failureOf(typed.error()));
+    const char* reason = visit({{m_source, place.index}, der, *typed, berAt});
+    if (reason != nullptr) return failure(place, {reason});
+    endRun();
+    m_console.endRecord();
+  }
+
   static CertificateFailure failureOf(const Error& error) {
     const bool hasPlace = error.code != ErrorCode::outOfMemory;
     return {error.message(), hasPlace ? std::optional<size_t>(error.offset) : std::nullopt};

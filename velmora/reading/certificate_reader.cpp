@@ -357,12 +357,16 @@ void CertificateReader::readElements(std::span<const unsigned char> der, bool fi
   }
 }
 
+// What parses has the shape of a certificate; of the rest the shape tells what it is, or that it is
+// a certificate in BER.
 void CertificateReader::readElement(const Asn1Element& element) {
   const auto octets = octetsOf(element.whole);
+  const Result<Certificate> typed = Certificate::parseBytes(element.whole);
+  if (typed) return give(octets, typed);
   const DerShape shape = classifyDer(octets, element.offset);
   switch (shape.kind) {
     case DerKind::kCertificate:
-      return give(octets);
+      return give(octets, typed);
     case DerKind::kPkcs7:
       return readBundle(element);
     default:
@@ -400,20 +404,24 @@ void CertificateReader::readBundleMember(const Asn1Element& member) {
                   "An attribute certificate or the like, not an X.509 certificate.", member.offset);
   }
   const auto octets = octetsOf(member.whole);
+  const Result<Certificate> typed = Certificate::parseBytes(member.whole);
+  if (typed) return give(octets, typed);
   const DerShape shape = classifyDer(octets, member.offset);
   if (!shape.isCertificate()) return failAs(foundOf(shape.kind), shape.text, shape.offset);
   size_t size = 0;
   bool isDer = false;
   Asn1Fault fault;
-  if (scanBer(octets, size, isDer, fault) && isDer) return give(octets);
+  if (scanBer(octets, size, isDer, fault) && isDer) return give(octets, typed);
   m_converted.clear();
   BerWalk walk(octets);
-  if (berToDer(walk, m_converted)) return give(m_converted.span());
+  if (berToDer(walk, m_converted)) {
+    return give(m_converted.span(), Certificate::parse(m_converted.span()));
+  }
   fail("A certificate that cannot be converted to DER.", member.offset);
 }
 
-void CertificateReader::give(std::span<const unsigned char> der) {
-  m_sink.certificate(m_place, der);
+void CertificateReader::give(std::span<const unsigned char> der, const Result<Certificate>& typed) {
+  m_sink.certificate(m_place, der, typed);
   ++m_place.index;
 }
 
@@ -438,7 +446,8 @@ class HolderSink final : public CertificateSink {
 
   bool complete() const noexcept { return m_complete; }
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> der,
+                   const Result<Certificate>&) override {
     VelmoraX509Holder* holder =
         VelmoraX509Holder::createFromDer(der.data(), static_cast<unsigned int>(der.size()), m_log);
     if (holder != nullptr && m_out.appendObject(holder)) return;

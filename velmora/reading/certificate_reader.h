@@ -8,7 +8,7 @@
 #include <span>
 #include <string_view>
 
-#include "velmora/certificate/result.h"
+#include "velmora/certificate/certificate.h"
 #include "velmora/reading/xml_splitter.h"
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/core/arrays.h"
@@ -45,8 +45,10 @@ class CertificateSink {
   virtual ~CertificateSink() = default;
 
   /// One certificate. The bytes have the shape of one (classifyDer) and are valid during the call.
-  /// They are DER, or BER where a certificate that stands outside a bundle is in BER.
-  virtual void certificate(const CertificatePlace& place, std::span<const unsigned char> der) = 0;
+  /// They are DER, or BER where a certificate that stands outside a bundle is in BER. `typed` is
+  /// what Certificate::parse gives of them: of BER, and where memory ran out, an error.
+  virtual void certificate(const CertificatePlace& place, std::span<const unsigned char> der,
+                           const Result<Certificate>& typed) = 0;
 
   /// Something that is no certificate or could not be read. Reading goes on behind it.
   virtual void failure(const CertificatePlace& place, const CertificateFailure& failure) = 0;
@@ -122,7 +124,7 @@ class CertificateReader {
   void readBundle(const Asn1Element& contentInfo);
   void readBundleMember(const Asn1Element& member);
 
-  void give(std::span<const unsigned char> der);
+  void give(std::span<const unsigned char> der, const Result<Certificate>& typed);
   void fail(const CertificateFailure& failure);
   void fail(std::string_view reason, std::optional<size_t> offset = std::nullopt) {
     fail(CertificateFailure{reason, offset});

@@ -14,16 +14,16 @@ class ReadingSink final : public CertificateSink {
  public:
   explicit ReadingSink(Reading& out) : m_out(out) {}
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> octets) override {
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> octets,
+                   const Result<Certificate>& typed) override {
+    const bool isBer = !typed && typed.error().code == ErrorCode::notDer;
     const Bytes bytes = std::as_bytes(octets);
-    Result<Certificate> parsed = Certificate::parseBytes(bytes);
-    const bool isBer = !parsed && parsed.error().code == ErrorCode::notDer;
-    if (isBer) parsed = certificateFromBer(bytes);
-    if (!parsed) return fail(place, {parsed.error().message(), {}, 0}, parsed.error());
+    Result<Certificate> read = isBer ? certificateFromBer(bytes) : typed;
+    if (!read) return fail(place, {read.error().message(), {}, 0}, read.error());
     if (isBer) {
       m_out.originals.push_back({m_out.certificates.size(), {bytes.begin(), bytes.end()}});
     }
-    m_out.certificates.push_back(*std::move(parsed));
+    m_out.certificates.push_back(*std::move(read));
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {

@@ -33,7 +33,8 @@ class RootSink final : public CertificateSink {
   const TrustedRootCount& count() const { return m_count; }
   void startFile(std::string_view path) { m_file = path; }
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> der) override {
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> der,
+                   const Result<Certificate>&) override {
     FirstErrorLog reason;
     const auto size = static_cast<unsigned>(der.size());
     const bool loaded = m_root.loadX509DerAlt(der.data(), size, nullptr, reason);
