@@ -29,6 +29,10 @@ void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out) 
 }
 
 DottedOid::DottedOid(Bytes content) {
+  const NamedOid known = namedOid(octetsOf(content));
+  m_text = known.dotted;
+  m_name = known.name;
+  if (!m_text.empty()) return;
   if (content.size() <= Oid::kMaxSize) {
     m_text = {m_usual, writeDottedOid(octetsOf(content), m_usual)};
   } else {

@@ -29,13 +29,14 @@ class DottedOid {
   /// Empty for what is no OID, and one with an arc of more than kMaxOidArcOctets.
   std::string_view text() const noexcept { return m_text; }
   /// Empty for one that has none.
-  std::string_view name() const noexcept { return oidName(m_text); }
+  std::string_view name() const noexcept { return m_name; }
   std::string_view nameOrText() const noexcept { return name().empty() ? text() : name(); }
 
  private:
   char m_usual[maxDottedSize(Oid::kMaxSize)];
   StringBuffer m_long;
   std::string_view m_text;
+  std::string_view m_name;
 };
 
 }  // namespace velmora::tool

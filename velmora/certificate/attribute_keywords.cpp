@@ -1,16 +1,14 @@
 #include "velmora/certificate/internal/attribute_keywords.h"
 
-#include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/attribute_types.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
 
 std::string_view keywordOf(Bytes type) noexcept {
-  for (const AttributeType& known : kAttributeTypes) {
-    if (sameOctets(std::as_bytes(known.oid.octets()), type)) return known.keyword;
-  }
-  return {};
+  const AttributeType* const known = findAttributeType(octetsOf(type));
+  return known != nullptr ? known->keyword : std::string_view();
 }
 
 Bytes typeOfKeyword(std::string_view text) noexcept {

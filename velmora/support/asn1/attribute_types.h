@@ -2,6 +2,9 @@
 
 // The attribute types of names, with what they are called wherever a name becomes text.
 
+#include <algorithm>
+#include <iterator>
+#include <span>
 #include <string_view>
 
 #include "velmora/support/core/known_oids.h"
@@ -80,5 +83,13 @@ inline constexpr AttributeType kAttributeTypes[] = {
     {"1.3.6.1.5.5.7.9.4", "countryOfCitizenship", ""},
     {"1.3.6.1.5.5.7.9.5", "countryOfResidence", ""},
 };
+
+/// The type with these content octets (X.690 §8.19); null when it is not among them.
+inline const AttributeType* findAttributeType(std::span<const unsigned char> content) noexcept {
+  const auto* const found =
+      std::find_if(std::begin(kAttributeTypes), std::end(kAttributeTypes),
+                   [&](const AttributeType& known) { return known.oid.is(content); });
+  return found != std::end(kAttributeTypes) ? found : nullptr;
+}
 
 }  // namespace velmora

@@ -277,18 +277,17 @@ constexpr Key keyOf(std::span<const unsigned char> octets) noexcept {
 
 struct Entry {
   Key key;
-  std::string_view name;
-  const char* dotted = nullptr;
+  NamedOid oid;
 };
 
 constexpr auto sortedByKey() {
   std::array<Entry, std::size(kAttributeTypes) + std::size(kNames)> table{};
   auto* to = table.begin();
   for (const AttributeType& type : kAttributeTypes) {
-    *to++ = {keyOf(type.oid.octets()), type.name, type.oid.dotted()};
+    *to++ = {keyOf(type.oid.octets()), {type.oid.dotted(), type.name}};
   }
   for (const OidName& known : kNames) {
-    *to++ = {keyOf(known.oid.octets()), known.name, known.oid.dotted()};
+    *to++ = {keyOf(known.oid.octets()), {known.oid.dotted(), known.name}};
   }
   std::sort(table.begin(), table.end(),
             [](const Entry& a, const Entry& b) { return a.key < b.key; });
@@ -304,12 +303,12 @@ static_assert(std::adjacent_find(kByKey.begin(), kByKey.end(), isTwice) == kByKe
 
 }  // namespace
 
-std::string_view oidName(std::span<const unsigned char> content) noexcept {
+NamedOid namedOid(std::span<const unsigned char> content) noexcept {
   const Key key = keyOf(content);
   const auto* found =
       std::lower_bound(kByKey.begin(), kByKey.end(), key,
                        [](const Entry& entry, Key sought) { return entry.key < sought; });
-  return found != kByKey.end() && found->key == key ? found->name : std::string_view();
+  return found != kByKey.end() && found->key == key ? found->oid : NamedOid();
 }
 
 std::string_view oidName(std::string_view dotted) noexcept {
@@ -321,8 +320,8 @@ std::string_view oidName(std::string_view dotted) noexcept {
 
 std::string_view oidOfName(std::string_view name) noexcept {
   const auto* found = std::find_if(kByKey.begin(), kByKey.end(),
-                                   [&](const Entry& entry) { return entry.name == name; });
-  return found != kByKey.end() ? found->dotted : std::string_view();
+                                   [&](const Entry& entry) { return entry.oid.name == name; });
+  return found != kByKey.end() ? found->oid.dotted : std::string_view();
 }
 
 }  // namespace velmora

@@ -35,10 +35,11 @@ class KnownOid {
   }
   std::span<const unsigned char> octets() const&& = delete;
 
-  /// Whether these content octets are the OID's.
+  /// Whether these content octets are the OID's. Compares the last ones first: OIDs of one arc
+  /// differ there.
   constexpr bool is(std::span<const unsigned char> content) const noexcept {
     if (content.size() != m_size) return false;
-    for (size_t i = 0; i < m_size; ++i) {
+    for (size_t i = m_size; i-- > 0;) {
       if (content[i] != m_octets[i]) return false;
     }
     return true;
