@@ -56,6 +56,9 @@ TEST(Name, TextIsReadByItsTypeOrNotAtAll) {
     EXPECT_EQ(last.kind, kind);
     EXPECT_EQ(last.text, text);
     EXPECT_EQ(charactersOf(last.der), value);
+    EXPECT_FALSE(name.visitAttributes([&](const PlacedAttribute& it) {
+      EXPECT_TRUE(it.rdn != 1 || !it.isUtf8() || charactersOf(it.content) == text);
+    }));
     const Result<std::string> found = name.find(oid::commonName);
     EXPECT_EQ(found.has_value(), kind != TextKind::none);
     if (found) {

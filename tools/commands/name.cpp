@@ -98,7 +98,7 @@ class PrintWholeName final : public CertificateVisitor {
 
  private:
   bool printJson(const Name& name) {
-    const Result<std::vector<Attribute>> attributes = name.attributes();
+    const Attributes attributes = attributesOf(name);
     if (!attributes) return false;
     JsonLine line(m_console.out(), JsonLine::Kind::kValue);
     writeRdns("", attributes, line);

@@ -117,7 +117,8 @@ void writeValue(const std::vector<DistributionPoint>& points, JsonLine& line) {
     line.beginObject("");
     writeGeneralNames("fullName", point.fullName, line);
     line.beginList("relativeName");
-    for (const Attribute& attribute : point.relativeName) writeAttribute(attribute, line);
+    for (const Attribute& attribute : point.relativeName)
+      writeAttribute(ShownAttribute(attribute), line);
     line.endList();
     point.reasons ? writeBits("reasons", *point.reasons, kReasons, line) : line.null("reasons");
     writeGeneralNames("crlIssuer", point.crlIssuer, line);

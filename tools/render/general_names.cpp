@@ -28,7 +28,7 @@ void ShownName::take(const IpRange& range) {
 
 void ShownName::take(const Name& name) {
   StringBuffer text;
-  const bool hasText = appendName(name, name.attributes(), text);
+  const bool hasText = appendName(name, attributesOf(name), text);
   own("directory", std::string(whole(text).view()));
   m_octets = name.der();
   if (!hasText) m_text.reset();

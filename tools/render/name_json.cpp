@@ -1,19 +1,17 @@
 #include "tools/render/name_json.h"
 
 #include "tools/render/oid_text.h"
-#include "velmora/x509/dn_names.h"
 
 namespace velmora::tool {
 
-// The name is the short one of style 0, else that in the standards.
-void writeAttribute(const Attribute& attribute, JsonLine& line) {
-  const DottedOid type(attribute.rawType);
-  const DnAttribute& known = findDnAttribute(type.text());
+void writeAttribute(const ShownAttribute& attribute, JsonLine& line) {
+  const DottedOid type(attribute.type);
+  const std::string_view shortName = attribute.shortName();
   const bool isText = attribute.kind != TextKind::none;
   line.beginObject("");
   line.word("oid", type.text());
-  line.word("name", known.oid.empty() ? type.name() : known.name);
-  isText ? line.text("value", attribute.text) : line.null("value");
+  line.word("name", shortName.empty() ? type.name() : shortName);
+  isText ? line.text("value", attribute.text()) : line.null("value");
   if (!isText) line.hex("hex", attribute.der);
   line.endObject();
 }

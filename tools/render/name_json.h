@@ -7,9 +7,10 @@
 
 namespace velmora::tool {
 
-/// Writes an attribute of a name as {oid, name, value} in a list; a value that is no text is null
-/// and has its DER beside it as "hex".
-void writeAttribute(const Attribute& attribute, JsonLine& line);
+/// Writes an attribute of a name as {oid, name, value} in a list: the name is the short one of
+/// style 0, else that in the standards; a value that is no text is null and has its DER beside it
+/// as "hex".
+void writeAttribute(const ShownAttribute& attribute, JsonLine& line);
 
 /// Writes the attributes of a name as a list of RDNs, each a list of these; null where there are
 /// none because it is malformed.

@@ -7,7 +7,6 @@
 #include "tools/render/oid_text.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/text/whole.h"
-#include "velmora/x509/dn_names.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::tool {
@@ -15,7 +14,7 @@ namespace velmora::tool {
 namespace {
 
 // Whether the tree of VelmoraX509 reads the value as the same text.
-bool isPlainText(const Attribute& attribute) {
+bool isPlainText(const ShownAttribute& attribute) {
   switch (attribute.kind) {
     case TextKind::utf8:
     case TextKind::printable:
@@ -27,16 +26,17 @@ bool isPlainText(const Attribute& attribute) {
   }
 }
 
-void appendAttribute(const Attribute& attribute, std::string_view separator, StringBuffer& out) {
-  const DottedOid type(attribute.rawType);
-  const DnAttribute& known = findDnAttribute(type.text());
-  const DnAttributeName name = dnAttributeName(known, known.form(0), false, type.text());
-  const bool hasComma = attribute.text.find(',') != attribute.text.npos;
-  out.append(separator);
-  out.append(name.prefix);
-  out.append(name.name);
+void appendAttribute(const ShownAttribute& attribute, StringBuffer& out) {
+  const std::string_view text = attribute.text();
+  const bool hasComma = text.find(',') != text.npos;
+  if (const std::string_view name = attribute.shortName(); !name.empty()) {
+    out.append(name);
+  } else {
+    out.append("OID.");
+    out.append(DottedOid(attribute.type).text());
+  }
   out.append(hasComma ? "=\"" : "=");
-  out.append(std::string_view(attribute.text));
+  out.append(text);
   if (hasComma) out.appendChar('"');
 }
 
@@ -58,22 +58,54 @@ bool appendNameOfTree(Bytes der, StringBuffer& out) {
   return out.append(whole(text).view());
 }
 
-bool isSameText(const Attribute& a, const Attribute& b) {
+bool isSameText(const ShownAttribute& a, const ShownAttribute& b) {
   const auto isCompared = [](TextKind kind) {
     return kind == TextKind::utf8 || kind == TextKind::printable || kind == TextKind::ia5;
   };
-  return isCompared(a.kind) && isCompared(b.kind) ? a.text == b.text : a.der == b.der;
+  return isCompared(a.kind) && isCompared(b.kind) ? a.text() == b.text() : isSame(a.der, b.der);
 }
 
 }  // namespace
+
+ShownAttribute::ShownAttribute(const PlacedAttribute& placed)
+    : type(placed.type),
+      der(placed.der),
+      rdn(placed.rdn),
+      kind(placed.kind),
+      m_known(findAttributeType(octetsOf(type))) {
+  if (placed.isUtf8()) {
+    m_placed = charactersOf(placed.content);
+  } else {
+    m_own = placed.text();
+  }
+}
+
+ShownAttribute::ShownAttribute(const Attribute& attribute)
+    : type(attribute.rawType),
+      der(attribute.der),
+      rdn(attribute.rdn),
+      kind(attribute.kind),
+      m_known(findAttributeType(octetsOf(type))),
+      m_placed(attribute.text) {}
+
+Attributes attributesOf(const Name& name) {
+  constexpr size_t kUsualCount = 6;
+  std::vector<ShownAttribute> attributes;
+  attributes.reserve(kUsualCount);
+  const auto fault = name.visitAttributes(
+      [&](const PlacedAttribute& attribute) { attributes.emplace_back(attribute); });
+  if (fault) return *fault;
+  return attributes;
+}
 
 bool appendName(const Name& name, const Attributes& attributes, StringBuffer& out) {
   if (!attributes || !std::all_of(attributes->begin(), attributes->end(), isPlainText)) {
     return appendNameOfTree(name.der(), out);
   }
   std::string_view separator;
-  for (const Attribute& attribute : *attributes) {
-    appendAttribute(attribute, separator, out);
+  for (const ShownAttribute& attribute : *attributes) {
+    out.append(separator);
+    appendAttribute(attribute, out);
     separator = ", ";
   }
   return true;
@@ -82,7 +114,7 @@ bool appendName(const Name& name, const Attributes& attributes, StringBuffer& ou
 bool isSameName(const Attributes& a, const Attributes& b) {
   if (!a || !b || a->empty()) return false;
   return std::equal(a->begin(), a->end(), b->begin(), b->end(), [](auto& ours, auto& theirs) {
-    return ours.rdn == theirs.rdn && ours.rawType == theirs.rawType && isSameText(ours, theirs);
+    return ours.rdn == theirs.rdn && isSame(ours.type, theirs.type) && isSameText(ours, theirs);
   });
 }
 

@@ -1,14 +1,43 @@
 #pragma once
 
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "velmora/certificate/name.h"
+#include "velmora/support/asn1/attribute_types.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
 
+/// An attribute of a name as it is shown. It does not outlive what it was made of.
+class ShownAttribute {
+ public:
+  explicit ShownAttribute(const PlacedAttribute& placed);
+  explicit ShownAttribute(const Attribute& attribute);
+
+  /// In UTF-8; empty for what is no text.
+  std::string_view text() const noexcept { return m_own.empty() ? m_placed : m_own; }
+  /// That of style 0; empty for a type that has none.
+  std::string_view shortName() const noexcept {
+    return m_known != nullptr ? m_known->shortName : std::string_view();
+  }
+
+  Bytes type;  // the content octets of its OID
+  Bytes der;   // the value whole
+  uint32_t rdn;
+  TextKind kind;
+
+ private:
+  const AttributeType* m_known;
+  std::string_view m_placed;
+  std::string m_own;  // a text that does not stand there in UTF-8
+};
+
 /// The attributes of a name, or the error of a malformed one.
-using Attributes = Result<std::vector<Attribute>>;
+using Attributes = Result<std::vector<ShownAttribute>>;
+
+Attributes attributesOf(const Name& name);
 
 /// Appends a name in style 0 (docs/formats.md), as VelmoraX509 has it, also a malformed one.
 /// `attributes` are those of the name. False, with nothing appended, for a name that holds too much

@@ -14,6 +14,15 @@ inline std::span<const unsigned char> octetsOf(Bytes bytes) noexcept {
   return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
 
+/// The same as characters.
+inline std::string_view charactersOf(Bytes bytes) noexcept {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+inline bool isSame(Bytes a, Bytes b) noexcept {
+  return charactersOf(a) == charactersOf(b);
+}
+
 /// Appends them as hexadecimal digits in upper case.
 inline void appendHex(Bytes bytes, StringBuffer& out) noexcept {
   char* const digits = out.extend(2 * bytes.size());

@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include "tools/render/octets.h"
+
 namespace velmora::tool {
 
 namespace {
@@ -51,8 +53,8 @@ std::vector<std::string_view> emailsOf(const ShownCertificate& shown) {
     if (!address.empty() && known.insert(address).second) emails.push_back(address);
   };
   if (shown.subject) {
-    for (const Attribute& attribute : *shown.subject) {
-      if (attribute.type == oid::emailAddress) add(attribute.text);
+    for (const ShownAttribute& attribute : *shown.subject) {
+      if (isSame(attribute.type, oid::emailAddress.der())) add(attribute.text());
     }
   }
   for (const GeneralName& name : shown.alternativeNames) {
@@ -64,8 +66,8 @@ std::vector<std::string_view> emailsOf(const ShownCertificate& shown) {
 }  // namespace
 
 ShownCertificate::ShownCertificate(const Certificate& certificate)
-    : subject(certificate.subject().attributes()),
-      issuer(certificate.issuer().attributes()),
+    : subject(attributesOf(certificate.subject())),
+      issuer(attributesOf(certificate.issuer())),
       version(versionOf(certificate)),
       notBefore(timeOf(certificate.notBefore())),
       notAfter(timeOf(certificate.notAfter())),

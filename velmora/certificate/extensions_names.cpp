@@ -32,7 +32,7 @@ Attribute readAttribute(ExtensionReader& rdn) {
   if (rdn.hasFault()) return {};
   NameReader reader = NameReader::ofRdn(whole, at);
   AttributeElements elements;
-  if (reader.next(elements)) return attributeOf(elements);
+  if (reader.next(elements)) return attributeOf(placedAttribute(elements));
   rdn.refuse(*reader.fault());
   return {};
 }

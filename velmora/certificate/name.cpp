@@ -6,15 +6,31 @@
 #include "velmora/certificate/internal/text_reader.h"
 
 namespace velmora {
+
+bool PlacedAttribute::isUtf8() const noexcept {
+  return kind != TextKind::none && velmora::isUtf8(kind);
+}
+
+std::string PlacedAttribute::text() const {
+  return kind != TextKind::none ? utf8Of(kind, content) : std::string();
+}
+
 Result<std::vector<Attribute>> Name::attributes() const {
   constexpr size_t kUsualCount = 6;
-  AttributeElements elements;
   std::vector<Attribute> attributes;
   attributes.reserve(kUsualCount);
-  NameReader reader(der(), m_at);
-  while (reader.next(elements)) attributes.push_back(attributeOf(elements));
-  if (reader.fault()) return Error::at(ErrorCode::malformedName, *reader.fault());
+  const auto fault = visitAttributes(
+      [&](const PlacedAttribute& placed) { attributes.push_back(attributeOf(placed)); });
+  if (fault) return *fault;
   return attributes;
+}
+
+std::optional<Error> Name::visitAttributes(VisitPlaced* visit, void* to) const {
+  AttributeElements elements;
+  NameReader reader(der(), m_at);
+  while (reader.next(elements)) visit(to, placedAttribute(elements));
+  if (!reader.fault()) return std::nullopt;
+  return Error::at(ErrorCode::malformedName, *reader.fault());
 }
 
 Result<std::string> Name::find(const Oid& type) const {

@@ -41,6 +41,20 @@ struct Attribute {
   Octets rawType;    // the content octets of the type
 };
 
+/// The same where it stands, without a copy. The Bytes live as long as any copy of the certificate.
+struct PlacedAttribute {
+  Bytes type;     // the content octets of its OID
+  Bytes der;      // the value whole: identifier, length and contents
+  Bytes content;  // the contents of the value
+  uint32_t rdn = 0;
+  TextKind kind = TextKind::none;
+
+  /// Whether the contents are the text in UTF-8 as they stand.
+  bool isUtf8() const noexcept;
+  /// The text as in Attribute.
+  std::string text() const;
+};
+
 /// A distinguished name (RFC 5280 §4.1.2.4: Name ::= SEQUENCE OF RelativeDistinguishedName) with
 /// its RDNs as they stand in a certificate. It keeps the octets of its certificate alive. Never
 /// changes; any thread may ask.
@@ -60,6 +74,17 @@ class Name {
   /// All attributes in the certificate's order. Error malformedName with the offset of what is no
   /// RDN of one attribute or more, or an attribute whose type is no OID in its shortest form.
   Result<std::vector<Attribute>> attributes() const;
+
+  /// Calls `visit` with each of them as a PlacedAttribute, up to the error above, which tells that
+  /// what came before it is not all. Allocates nothing; throws what `visit` throws.
+  template <class Visit>
+  [[nodiscard]] std::optional<Error> visitAttributes(Visit visit) const& {
+    return visitAttributes(
+        [](void* to, const PlacedAttribute& attribute) { (*static_cast<Visit*>(to))(attribute); },
+        &visit);
+  }
+  template <class Visit>
+  std::optional<Error> visitAttributes(Visit visit) const&& = delete;
 
   /// The text of the first attribute of a type: absent, or malformedText with the offset of its
   /// value when that one is no string, or its octets are none of its type; malformedName as above,
@@ -96,6 +121,9 @@ class Name {
   friend struct NameMaker;  // internal to this floor
   Name(BlockRef block, uint32_t at, uint32_t size) noexcept
       : m_block(std::move(block)), m_at(at), m_size(size) {}
+
+  using VisitPlaced = void(void* to, const PlacedAttribute& attribute);
+  std::optional<Error> visitAttributes(VisitPlaced* visit, void* to) const;
 
   BlockRef m_block;
   uint32_t m_at;

@@ -61,17 +61,17 @@ std::optional<size_t> nameFault(Bytes name, size_t offset) noexcept {
   return reader.fault();
 }
 
-Attribute attributeOf(const AttributeElements& elements) {
+PlacedAttribute placedAttribute(const AttributeElements& elements) noexcept {
   const Asn1Element& value = elements.value;
-  const Bytes type = elements.type.content;
-  Attribute attribute;
-  attribute.type = Oid::fromDer(type);
-  attribute.rdn = elements.rdn;
-  attribute.kind = textKindOf(value);
-  if (attribute.kind != TextKind::none) attribute.text = utf8Of(attribute.kind, value.content);
-  attribute.der.assign(value.whole.begin(), value.whole.end());
-  attribute.rawType.assign(type.begin(), type.end());
-  return attribute;
+  return {elements.type.content, value.whole, value.content, elements.rdn, textKindOf(value)};
+}
+
+Attribute attributeOf(const PlacedAttribute& placed) {
+  const Bytes type = placed.type;
+  const Bytes der = placed.der;
+  return {
+      Oid::fromDer(type),        placed.rdn, placed.kind, placed.text(), {der.begin(), der.end()},
+      {type.begin(), type.end()}};
 }
 
 }  // namespace velmora

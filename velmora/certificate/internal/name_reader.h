@@ -16,8 +16,9 @@ struct AttributeElements {
   uint32_t rdn = 0;  // of which RDN it is, from 0
 };
 
-/// The attribute as programs get it.
-Attribute attributeOf(const AttributeElements& elements);
+/// The attribute as programs get it, where it stands and as a copy.
+PlacedAttribute placedAttribute(const AttributeElements& elements) noexcept;
+Attribute attributeOf(const PlacedAttribute& placed);
 
 /// Gives the attributes of a name one after the other (RFC 5280 §4.1.2.4):
 /// Name ::= SEQUENCE OF RelativeDistinguishedName
