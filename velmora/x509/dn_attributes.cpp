@@ -3,7 +3,7 @@
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/core/known_oids.h"
 #include "velmora/support/text/encoding_convert.h"
-#include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/dn_names.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 

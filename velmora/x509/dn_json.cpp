@@ -1,7 +1,7 @@
 #include <string_view>
 
 #include "velmora/support/core/known_oids.h"
-#include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/dn_names.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 

@@ -1,4 +1,4 @@
-#include "velmora/x509/dn_names.h"
+#include "velmora/x509/internal/dn_names.h"
 
 #include <algorithm>
 #include <iterator>
