@@ -8,30 +8,18 @@ namespace velmora::tool {
 
 namespace {
 
-class PrintXml final : public CertificateVisitor {
- public:
-  PrintXml(bool compact, Console& console) : m_compact(compact), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    m_xml.weakClear();
+bool runAsn1(const Arguments& arguments, Console& console, std::string&) {
+  StringBuffer& out = console.out();
+  StringBuffer xml;
+  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+    xml.weakClear();
     Asn1Fault fault;
-    if (!DerXmlCodec::derToXml(input.der, m_xml, fault)) return fault.reason;
-    StringBuffer& out = m_console.out();
-    m_compact ? appendXmlText(m_xml.view(), out) : appendIndentedXml(m_xml.view(), out);
+    if (!DerXmlCodec::derToXml(input.der, xml, fault)) return fault.reason;
+    arguments.has("--compact") ? appendXmlText(xml.view(), out)
+                               : appendIndentedXml(xml.view(), out);
     out.appendChar('\n');
     return nullptr;
-  }
-
- private:
-  bool m_compact;
-  Console& m_console;
-  StringBuffer m_xml;
-};
-
-bool runAsn1(const Arguments& arguments, Console& console, std::string&) {
-  PrintXml visitor(arguments.has("--compact"), console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  return true;
+  });
 }
 
 constexpr OptionSpec kOptions[] = {

@@ -9,86 +9,55 @@ namespace velmora::tool {
 
 namespace {
 
-enum class Form { kPem, kDer, kOcsp, kXml, kId };
+constexpr const char* kUnreadable = "The public key cannot be read.";
 
-class PrintKey final : public CertificateVisitor {
- public:
-  PrintKey(Form form, Console& console) : m_form(form), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    if (m_form == Form::kPem) return printPem(input.certificate.parts().spki);
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    switch (m_form) {
-      case Form::kDer:
-        return printOctets(m_loaded.get().get_PublicKey(m_octets, m_log));
-      case Form::kOcsp:
-        return printOctets(m_loaded.get().get_PublicKeyForOCSP(m_octets, m_log));
-      case Form::kXml:
-        return printXml();
-      default:
-        return printId();
-    }
-  }
-
- private:
-  const char* printOctets(bool read) {
-    whole(m_octets);
-    if (!read) return "The public key cannot be read.";
-    m_console.out().append(m_octets);
+bool printPem(const Arguments& arguments, Console& console) {
+  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+    appendPem("PUBLIC KEY", octetsOf(input.certificate.parts().spki), console.out());
     return nullptr;
-  }
+  });
+}
 
-  const char* printPem(Bytes spki) {
-    appendPem("PUBLIC KEY", octetsOf(spki), m_console.out());
+bool printOctets(const Arguments& arguments, Console& console) {
+  const auto get =
+      arguments.has("--ocsp") ? &VelmoraX509::get_PublicKeyForOCSP : &VelmoraX509::get_PublicKey;
+  LogNull log;
+  DataBuffer octets;
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+    const bool read = (certificate.*get)(octets, log);
+    whole(octets);
+    if (!read) return kUnreadable;
+    console.out().append(octets);
     return nullptr;
-  }
+  });
+}
 
-  const char* printXml() {
-    StringBuffer xml;
-    const bool read = m_loaded.get().get_PublicKeyXml(xml, m_log);
-    whole(xml);
-    if (!read) return "The public key cannot be read.";
-    appendIndentedXml(xml.view(), m_console.out());
-    m_console.out().appendChar('\n');
+bool printText(const Arguments& arguments, Console& console) {
+  const bool isXml = arguments.has("--xml");
+  LogNull log;
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+    StringBuffer text;
+    const bool read =
+        isXml ? certificate.get_PublicKeyXml(text, log) : certificate.getVelmoraKeyId64(text, log);
+    whole(text);
+    if (!read && isXml) return kUnreadable;
+    if (!read) return "The public key is of a kind that is not supported, or damaged.";
+    isXml ? appendIndentedXml(text.view(), console.out())
+          : static_cast<void>(console.out().append(text));
+    console.out().appendChar('\n');
     return nullptr;
-  }
-
-  const char* printId() {
-    StringBuffer id;
-    const bool read = m_loaded.get().getVelmoraKeyId64(id, m_log);
-    whole(id);
-    if (!read) {
-      return "The public key is of a kind that is not supported, or damaged.";
-    }
-    m_console.out().append(id);
-    m_console.out().appendChar('\n');
-    return nullptr;
-  }
-
-  Form m_form;
-  Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
-  DataBuffer m_octets;
-};
-
-Form chosenForm(const Arguments& arguments) {
-  if (arguments.has("--der")) return Form::kDer;
-  if (arguments.has("--ocsp")) return Form::kOcsp;
-  if (arguments.has("--xml")) return Form::kXml;
-  return arguments.has("--id") ? Form::kId : Form::kPem;
+  });
 }
 
 bool runKey(const Arguments& arguments, Console& console, std::string& usageError) {
   if (!arguments.atMostOneOf({"--pem", "--der", "--ocsp", "--xml", "--id"}, usageError)) {
     return false;
   }
-  const Form form = chosenForm(arguments);
-  const bool isBinary = form == Form::kDer || form == Form::kOcsp;
-  if (isBinary && !console.takesBinary(usageError)) return false;
-  PrintKey visitor(form, console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  return true;
+  if (arguments.has("--der") || arguments.has("--ocsp")) {
+    return console.takesBinary(usageError) && printOctets(arguments, console);
+  }
+  const bool isText = arguments.has("--xml") || arguments.has("--id");
+  return isText ? printText(arguments, console) : printPem(arguments, console);
 }
 
 constexpr OptionSpec kOptions[] = {

@@ -8,56 +8,44 @@ namespace velmora::tool {
 
 namespace {
 
-class LintCertificates final : public CertificateVisitor {
- public:
-  LintCertificates(bool json, Console& console) : m_json(json), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    const std::vector<Finding> findings = findingsOf(input);
-    m_json ? writeJson(input, findings) : writeText(input, findings);
-    if (!findings.empty()) m_console.raise(ExitStatus::kNo);
-    return nullptr;
+void appendText(const InputCertificate& input, const Finding& finding, StringBuffer& out) {
+  appendPlace(input, out);
+  out.append(", offset ");
+  out.appendInt(finding.offset);
+  if (!finding.about.isEmpty()) {
+    out.append(", ");
+    appendOid(DottedOid(finding.about).text(), OidStyle::kNamed, out);
   }
+  out.append(": ");
+  out.append(finding.message);
+  if (!finding.mayDecide) out.append(" No decision may rest on it.");
+  out.append(" (");
+  out.append(finding.clause);
+  out.append(", ");
+  out.append(finding.id);
+  out.append(")\n");
+}
 
- private:
-  void writeText(const InputCertificate& input, const std::vector<Finding>& findings) {
-    StringBuffer& out = m_console.out();
-    for (const Finding& each : findings) {
-      appendPlace(input, out);
-      out.append(", offset ");
-      out.appendInt(each.offset);
-      if (!each.about.isEmpty()) {
-        out.append(", ");
-        appendOid(DottedOid(each.about).text(), OidStyle::kNamed, out);
-      }
-      out.append(": ");
-      out.append(each.message);
-      if (!each.mayDecide) out.append(" No decision may rest on it.");
-      out.append(" (");
-      out.append(each.clause);
-      out.append(", ");
-      out.append(each.id);
-      out.append(")\n");
-    }
-  }
-
-  void writeJson(const InputCertificate& input, const std::vector<Finding>& findings) {
-    JsonLine line(m_console.out());
-    line.text("source", input.source);
-    line.number("index", static_cast<int64_t>(input.index));
-    writeFindings(findings, true, line);
-    line.end();
-  }
-
-  bool m_json;
-  Console& m_console;
-};
+void writeJson(const InputCertificate& input, const std::vector<Finding>& findings,
+               StringBuffer& out) {
+  JsonLine line(out);
+  line.text("source", input.source);
+  line.number("index", static_cast<int64_t>(input.index));
+  writeFindings(findings, true, line);
+  line.end();
+}
 
 bool runLint(const Arguments& arguments, Console& console, std::string&) {
-  const bool json = arguments.has("--json");
-  LintCertificates visitor(json, console);
-  visitCertificates(arguments.files(), json, visitor, console);
-  return true;
+  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+    const std::vector<Finding> findings = findingsOf(input);
+    if (!findings.empty()) console.raise(ExitStatus::kNo);
+    if (arguments.has("--json")) {
+      writeJson(input, findings, console.out());
+    } else {
+      for (const Finding& each : findings) appendText(input, each, console.out());
+    }
+    return nullptr;
+  });
 }
 
 constexpr OptionSpec kOptions[] = {

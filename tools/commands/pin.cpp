@@ -26,71 +26,27 @@ bool checkNames(std::string_view hash, std::string_view encoding, std::string& u
   return usageError.empty();
 }
 
-class PrintPin final : public CertificateVisitor {
- public:
-  PrintPin(std::string_view hash, std::string_view encoding, Console& console)
-      : m_hash(hash), m_encoding(encoding), m_console(console) {
-    whole(m_hash);
-    whole(m_encoding);
-  }
-
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    m_pin.weakClear();
-    const bool read = m_loaded.get().getSpkiFingerprint(m_hash, m_encoding, m_pin, m_log);
-    whole(m_pin);
-    if (!read) return "The public key cannot be read.";
-    StringBuffer& out = m_console.out();
-    out.append3(m_hash.getString(), ",", m_encoding.getString());
-    out.appendChar(',');
-    out.append(m_pin.view());
-    out.appendChar('\n');
-    return nullptr;
-  }
-
- private:
-  StringBuffer m_hash;
-  StringBuffer m_encoding;
-  Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
-  XString m_pin;
-};
-
-class MatchPinSet final : public CertificateVisitor {
- public:
-  MatchPinSet(std::string_view pinSet, Console& console) : m_pinSet(pinSet), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    const bool matches = m_loaded.get().matchesPinSet(m_pinSet, m_log);
-    ++(matches ? m_matching : m_others);
-    StringBuffer& out = m_console.out();
-    out.append(matches ? "yes  " : "no   ");
-    appendPlace(input, out);
-    out.appendChar('\n');
-    return nullptr;
-  }
-
-  bool anyMatches() const noexcept { return m_matching != 0; }
-  bool allMatch() const noexcept { return m_matching != 0 && m_others == 0; }
-
- private:
-  XString m_pinSet;
-  Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
-  size_t m_matching = 0;
-  size_t m_others = 0;
-};
-
 bool runPin(const Arguments& arguments, Console& console, std::string& usageError) {
   const std::string_view hash = arguments.value("--hash").value_or("sha256");
   const std::string_view encoding = arguments.value("--encoding").value_or("base64");
   if (!checkNames(hash, encoding, usageError)) return false;
-  PrintPin visitor(hash, encoding, console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  return true;
+  const StringBuffer hashName(hash);
+  const StringBuffer encodingName(encoding);
+  LogNull log;
+  XString pin;
+  StringBuffer& out = console.out();
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+    pin.weakClear();
+    const bool read =
+        certificate.getSpkiFingerprint(whole(hashName), whole(encodingName), pin, log);
+    whole(pin);
+    if (!read) return "The public key cannot be read.";
+    out.append3(hashName.getString(), ",", encodingName.getString());
+    out.appendChar(',');
+    out.append(pin.view());
+    out.appendChar('\n');
+    return nullptr;
+  });
 }
 
 // A pin set that could never match is a mistake, and not an answer.
@@ -106,9 +62,20 @@ bool checkPinSet(std::string_view pinSet, std::string& usageError) {
 
 bool runMatch(const Arguments& arguments, Console& console, std::string& usageError) {
   if (!checkPinSet(arguments.operand(), usageError)) return false;
-  MatchPinSet visitor(arguments.operand(), console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  const bool yes = arguments.has("--all") ? visitor.allMatch() : visitor.anyMatches();
+  XString pinSet(arguments.operand());
+  LogNull log;
+  bool anyMatches = false;
+  bool allMatch = true;
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto& input) -> const char* {
+    const bool matches = certificate.matchesPinSet(pinSet, log);
+    anyMatches = anyMatches || matches;
+    allMatch = allMatch && matches;
+    console.out().append(matches ? "yes  " : "no   ");
+    appendPlace(input, console.out());
+    console.out().appendChar('\n');
+    return nullptr;
+  });
+  const bool yes = anyMatches && (allMatch || !arguments.has("--all"));
   if (!yes) console.raise(ExitStatus::kNo);
   return true;
 }

@@ -13,6 +13,8 @@
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
 #include "tools/render/escape.h"
+#include "tools/render/name_text.h"
+#include "tools/render/octets.h"
 #include "velmora/support/pem/pem_writer.h"
 #include "velmora/support/text/whole.h"
 
@@ -36,15 +38,7 @@ std::string_view stemOf(std::string_view source) {
 
 // 0, or what writing failed with.
 int writeAndClose(int file, std::string_view content) {
-  int failure = 0;
-  while (!content.empty() && failure == 0) {
-    const ssize_t written = ::write(file, content.data(), content.size());
-    if (written >= 0) {
-      content.remove_prefix(static_cast<size_t>(written));
-    } else if (errno != EINTR) {
-      failure = errno;
-    }
-  }
+  int failure = writeAll(file, content);
   if (::close(file) != 0 && failure == 0) failure = errno;
   return failure;
 }
@@ -54,22 +48,17 @@ class WriteFiles final : public CertificateVisitor {
   WriteFiles(SplitForm form, Console& console) : m_form(std::move(form)), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
     m_content.weakClear();
-    m_form.asDer ? static_cast<void>(m_content.append(asText(input.der)))
+    m_form.asDer ? static_cast<void>(m_content.append(charactersOf(std::as_bytes(input.der))))
                  : appendPem("CERTIFICATE", input.der, m_content);
     whole(m_content);
     const std::string path = pathOf(input);
     const char* reason = write(path);
-    reason == nullptr ? tell(path) : m_console.complain(path, reason);
+    reason == nullptr ? tell(path, input) : m_console.complain(path, reason);
     return nullptr;
   }
 
  private:
-  static std::string_view asText(std::span<const unsigned char> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-  }
-
   std::string pathOf(const InputCertificate& input) const {
     std::array<char, 24> number;
     std::snprintf(number.data(), number.size(), "-%03zu", input.index + 1);
@@ -96,21 +85,15 @@ class WriteFiles final : public CertificateVisitor {
     return std::strerror(failure);
   }
 
-  void tell(const std::string& path) {
+  void tell(const std::string& path, const InputCertificate& input) {
     StringBuffer& out = m_console.out();
     appendPrintable(path, out);
-    XString subject;
-    if (m_loaded.get().getDN(true, true, subject, m_log, 0)) {
-      out.append("  ");
-      appendPrintable(whole(subject).view(), out);
-    }
+    appendSubject("  ", input.certificate, out);
     out.appendChar('\n');
   }
 
   SplitForm m_form;
   Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
   StringBuffer m_content;
   std::set<std::string> m_written;
 };

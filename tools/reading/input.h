@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/terminal/console.h"
+#include "tools/terminal/options.h"
 #include "velmora/certificate/certificate.h"
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/support/log/log_base.h"
@@ -45,6 +46,19 @@ class CertificateVisitor {
 void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
                        CertificateVisitor& visitor, Console& console);
 
+/// The same for the files of a command, of which `visit(input)` gives what CertificateVisitor does;
+/// errors come as JSON where the command got the option "--json". True, for a command to end with.
+template <class Visit>
+bool visitFiles(const Arguments& arguments, Console& console, Visit visit) {
+  struct Visitor final : CertificateVisitor {
+    explicit Visitor(Visit& each) : m_each(each) {}
+    const char* visit(const InputCertificate& input) override { return m_each(input); }
+    Visit& m_each;
+  } visitor(visit);
+  visitCertificates(arguments.files(), arguments.has("--json"), visitor, console);
+  return true;
+}
+
 /// A certificate object that is loaded again and again.
 class LoadedCertificate {
  public:
@@ -57,6 +71,16 @@ class LoadedCertificate {
  private:
   RefOwner<VelmoraX509> m_certificate;
 };
+
+/// As visitFiles, with `visit(certificate, input)`, which gets each as an object.
+template <class Visit>
+bool visitLoaded(const Arguments& arguments, Console& console, Visit visit) {
+  LoadedCertificate loaded;
+  return visitFiles(arguments, console, [&](const InputCertificate& input) {
+    const char* const reason = loaded.load(input.der);
+    return reason != nullptr ? reason : visit(loaded.get(), input);
+  });
+}
 
 /// Appends where a certificate stands, for people: "FILE: certificate 2".
 void appendPlace(const InputPlace& input, StringBuffer& out);

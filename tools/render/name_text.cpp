@@ -6,6 +6,7 @@
 #include "tools/render/octets.h"
 #include "tools/render/oid_text.h"
 #include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/support/text/printable.h"
 #include "velmora/support/text/whole.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -109,6 +110,14 @@ bool appendName(const Name& name, const Attributes& attributes, StringBuffer& ou
     separator = ", ";
   }
   return true;
+}
+
+void appendSubject(std::string_view before, const Certificate& certificate, StringBuffer& out) {
+  const Name subject = certificate.subject();
+  StringBuffer text;
+  if (!appendName(subject, attributesOf(subject), text)) return;
+  out.append(before);
+  appendPrintable(whole(text).view(), out);
 }
 
 bool isSameName(const Attributes& a, const Attributes& b) {

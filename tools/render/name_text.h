@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "velmora/certificate/name.h"
+#include "velmora/certificate/certificate.h"
 #include "velmora/support/asn1/attribute_types.h"
 #include "velmora/support/text/string_buffer.h"
 
@@ -43,6 +43,9 @@ Attributes attributesOf(const Name& name);
 /// `attributes` are those of the name. False, with nothing appended, for a name that holds too much
 /// to be read as a tree, where it has to be.
 bool appendName(const Name& name, const Attributes& attributes, StringBuffer& out);
+
+/// Appends `before` and the subject so, safe to print; nothing where it is false.
+void appendSubject(std::string_view before, const Certificate& certificate, StringBuffer& out);
 
 /// Whether two names are the same, attribute by attribute: text as it is spelled, whether in a
 /// UTF8String, PrintableString or IA5String, and all else octet by octet. No empty or malformed

@@ -15,19 +15,6 @@ namespace {
 
 constexpr size_t kRecordBuffer = size_t{64} << 10;
 
-// 0, or what write() failed with.
-int writeAll(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = ::write(descriptor, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<size_t>(written));
-    } else if (errno != EINTR) {
-      return errno;
-    }
-  }
-  return 0;
-}
-
 bool isSet(const char* variable) {
   const char* value = std::getenv(variable);
   return value != nullptr && *value != '\0';
@@ -40,6 +27,18 @@ bool takesColours() {
 }
 
 }  // namespace
+
+int writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<size_t>(written));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
 
 Console::Console() : m_coloured(takesColours()) {}
 

@@ -10,6 +10,9 @@ namespace velmora::tool {
 /// What the program ends with; the higher value wins over the lower one.
 enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3 };
 
+/// Writes all of a text to a descriptor: 0, or the system's number of what that failed with.
+int writeAll(int descriptor, std::string_view text);
+
 /// Standard output, buffered, and standard error.
 class Console {
  public:
