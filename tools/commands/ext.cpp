@@ -14,71 +14,33 @@ namespace velmora::tool {
 
 namespace {
 
-enum class Form { kXml, kDer, kHex, kText };
-
-class PrintExtension final : public CertificateVisitor {
- public:
-  // `content` is that of the dotted OID.
-  PrintExtension(std::string_view oid, const DataBuffer& content, Form form, Console& console)
-      : m_oid(oid), m_content(content), m_form(form), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    const Bytes wanted = std::as_bytes(m_content.span());
-    const std::vector<Extension> extensions = input.certificate.listedExtensions();
-    const auto found =
-        std::find_if(extensions.begin(), extensions.end(), [&](const Extension& each) {
-          return std::equal(each.rawId.begin(), each.rawId.end(), wanted.begin(), wanted.end());
-        });
-    if (found != extensions.end() && found->hasValue) return print(found->value);
-    reportAbsence(input);
-    return nullptr;
-  }
-
- private:
-  void reportAbsence(const InputCertificate& input) {
-    StringBuffer line("velmora-x509: ");
-    appendPlace(input, line);
-    line.append(": no extension ");
-    line.append(m_oid);
-    m_console.error(line.view());
-    m_console.raise(ExitStatus::kNo);
-  }
-
-  const char* print(Bytes value) {
-    const std::string_view text(reinterpret_cast<const char*>(value.data()), value.size());
-    StringBuffer& out = m_console.out();
-    if (m_form == Form::kDer) {
-      out.append(text);
-      return nullptr;
+const char* print(Bytes value, const Arguments& arguments, StringBuffer& out) {
+  const bool isDer = arguments.has("--der");
+  if (isDer || arguments.has("--text")) {
+    isDer ? static_cast<void>(out.append(charactersOf(value)))
+          : appendPrintable(charactersOf(value), out);
+  } else if (arguments.has("--hex")) {
+    appendHex(value, out);
+  } else {
+    StringBuffer xml;
+    Asn1Fault fault;
+    if (!DerXmlCodec::derToXml(octetsOf(value), xml, fault)) {
+      whole(xml);
+      return "The extension's value is not ASN.1; --hex shows it.";
     }
-    if (m_form == Form::kHex) {
-      appendHex(value, out);
-    } else if (m_form == Form::kText) {
-      appendPrintable(text, out);
-    } else {
-      m_xml.weakClear();
-      Asn1Fault fault;
-      if (!DerXmlCodec::derToXml(octetsOf(value), m_xml, fault)) {
-        whole(m_xml);
-        return "The extension's value is not ASN.1; --hex shows it.";
-      }
-      appendIndentedXml(m_xml.view(), out);
-    }
-    out.appendChar('\n');
-    return nullptr;
+    appendIndentedXml(xml.view(), out);
   }
+  if (!isDer) out.appendChar('\n');
+  return nullptr;
+}
 
-  std::string_view m_oid;
-  const DataBuffer& m_content;
-  Form m_form;
-  Console& m_console;
-  StringBuffer m_xml;
-};
-
-Form chosenForm(const Arguments& arguments) {
-  if (arguments.has("--der")) return Form::kDer;
-  if (arguments.has("--hex")) return Form::kHex;
-  return arguments.has("--text") ? Form::kText : Form::kXml;
+void reportAbsence(const InputCertificate& input, std::string_view oid, Console& console) {
+  StringBuffer line("velmora-x509: ");
+  appendPlace(input, line);
+  line.append(": no extension ");
+  line.append(oid);
+  console.error(line.view());
+  console.raise(ExitStatus::kNo);
 }
 
 bool runExt(const Arguments& arguments, Console& console, std::string& usageError) {
@@ -91,11 +53,19 @@ bool runExt(const Arguments& arguments, Console& console, std::string& usageErro
     usageError += oid;
     return false;
   }
-  const Form form = chosenForm(arguments);
-  if (form == Form::kDer && !console.takesBinary(usageError)) return false;
-  PrintExtension visitor(oid, content, form, console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  return true;
+  if (arguments.has("--der") && !console.takesBinary(usageError)) return false;
+  const Bytes wanted = std::as_bytes(content.span());
+  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+    const std::vector<Extension> extensions = input.certificate.listedExtensions();
+    const auto found =
+        std::find_if(extensions.begin(), extensions.end(),
+                     [&](const Extension& each) { return isSame(each.rawId, wanted); });
+    if (found != extensions.end() && found->hasValue) {
+      return print(found->value, arguments, console.out());
+    }
+    reportAbsence(input, oid, console);
+    return nullptr;
+  });
 }
 
 constexpr OptionSpec kOptions[] = {

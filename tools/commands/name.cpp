@@ -14,62 +14,44 @@ namespace velmora::tool {
 namespace {
 
 constexpr std::string_view kKeywords[] = {"DN_Lowercase", "DN_NoSpaceAfterComma", "OrgID_OID_Hex"};
+constexpr const char* kUnreadable = "The name cannot be read.";
 
-struct NameForm {
-  bool issuer = false;
-  bool members = false;
-  bool reverse = false;
-  bool valuesOnly = false;
-  int style = 0;
-};
-
-class PrintName final : public CertificateVisitor {
- public:
-  PrintName(const NameForm& form, std::string_view keywords, Console& console)
-      : m_form(form), m_console(console) {
-    m_log.m_optionKeywords.append(keywords);
-  }
-
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    if (m_form.members) return printMembers();
-    const bool rendered = render(m_loaded.get());
-    whole(m_name);
-    if (!rendered) return "The name cannot be read.";
-    appendPrintable(m_name.view(), m_console.out());
-    m_console.out().appendChar('\n');
+// As VelmoraX509 has names: in a style, with option keywords.
+bool printStyled(const Arguments& arguments, int style, Console& console) {
+  const bool forSubject = !arguments.has("--issuer");
+  const bool withNames = !arguments.has("--values-only");
+  const bool isReversed = arguments.has("--reverse");
+  LogNull log;
+  log.m_optionKeywords.append(arguments.value("--keywords").value_or(""));
+  XString name;
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+    const bool read = isReversed
+                          ? certificate.getDN_reverseOrder(forSubject, withNames, style, name, log)
+                          : certificate.getDN(forSubject, withNames, name, log, style);
+    whole(name);
+    if (!read) return kUnreadable;
+    appendPrintable(name.view(), console.out());
+    console.out().appendChar('\n');
     return nullptr;
-  }
+  });
+}
 
- private:
-  const char* printMembers() {
+bool printMembers(const Arguments& arguments, int style, Console& console) {
+  const bool forSubject = !arguments.has("--issuer");
+  LogNull log;
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
     StringBuffer members;
-    const bool read = m_loaded.get().getDnJson(!m_form.issuer, members, m_log, m_form.style);
+    const bool read = certificate.getDnJson(forSubject, members, log, style);
     std::string_view text = whole(members).view();
-    if (!read) return "The name cannot be read.";
+    if (!read) return kUnreadable;
     // The members start with a comma where the last RDN gives no pair.
     if (text.starts_with(',')) text.remove_prefix(1);
-    StringBuffer& out = m_console.out();
-    out.appendChar('{');
-    appendJsonDocument(text, out);
-    out.append("}\n");
+    console.out().appendChar('{');
+    appendJsonDocument(text, console.out());
+    console.out().append("}\n");
     return nullptr;
-  }
-
-  bool render(VelmoraX509& certificate) {
-    const bool withNames = !m_form.valuesOnly;
-    return m_form.reverse
-               ? certificate.getDN_reverseOrder(!m_form.issuer, withNames, m_form.style, m_name,
-                                                m_log)
-               : certificate.getDN(!m_form.issuer, withNames, m_name, m_log, m_form.style);
-  }
-
-  NameForm m_form;
-  Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
-  XString m_name;
-};
+  });
+}
 
 // What steers a terminal as the escapes that RFC 4514 §2.4 has itself, \HH for each octet of the
 // UTF-8: what comes out reads back as the same name.
@@ -84,40 +66,30 @@ void appendRfc4514(std::string_view text, StringBuffer& out) {
 }
 
 // The whole name: a list of RDNs in JSON, or the text of RFC 4514.
-class PrintWholeName final : public CertificateVisitor {
- public:
-  PrintWholeName(bool issuer, bool json, Console& console)
-      : m_issuer(issuer), m_json(json), m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    const Certificate& certificate = input.certificate;
-    const Name name = m_issuer ? certificate.issuer() : certificate.subject();
-    const bool isPrinted = m_json ? printJson(name) : printRfc4514(name);
-    return isPrinted ? nullptr : "The name is malformed.";
-  }
-
- private:
-  bool printJson(const Name& name) {
+bool appendWhole(const Name& name, bool asJson, StringBuffer& out) {
+  if (asJson) {
     const Attributes attributes = attributesOf(name);
     if (!attributes) return false;
-    JsonLine line(m_console.out(), JsonLine::Kind::kValue);
+    JsonLine line(out, JsonLine::Kind::kValue);
     writeRdns("", attributes, line);
     line.end();
     return true;
   }
+  const Result<std::string> text = name.rfc4514();
+  if (!text) return false;
+  appendRfc4514(*text, out);
+  out.appendChar('\n');
+  return true;
+}
 
-  bool printRfc4514(const Name& name) {
-    const Result<std::string> text = name.rfc4514();
-    if (!text) return false;
-    appendRfc4514(*text, m_console.out());
-    m_console.out().appendChar('\n');
-    return true;
-  }
-
-  bool m_issuer;
-  bool m_json;
-  Console& m_console;
-};
+bool printWhole(const Arguments& arguments, Console& console) {
+  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+    const Certificate& certificate = input.certificate;
+    const Name name = arguments.has("--issuer") ? certificate.issuer() : certificate.subject();
+    const bool isWhole = appendWhole(name, arguments.has("--json"), console.out());
+    return isWhole ? nullptr : "The name is malformed.";
+  });
+}
 
 bool parseStyle(std::string_view text, int& style) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), style);
@@ -154,18 +126,9 @@ bool checkOptions(const Arguments& arguments, std::string& usageError) {
 
 bool runName(const Arguments& arguments, Console& console, std::string& usageError) {
   if (!checkOptions(arguments, usageError)) return false;
-  const bool json = arguments.has("--json");
-  if (json || arguments.has("--rfc4514")) {
-    PrintWholeName visitor(arguments.has("--issuer"), json, console);
-    visitCertificates(arguments.files(), json, visitor, console);
-    return true;
-  }
-  NameForm form;
-  form.issuer = arguments.has("--issuer");
-  form.members = arguments.has("--members");
-  form.reverse = arguments.has("--reverse");
-  form.valuesOnly = arguments.has("--values-only");
-  if (!parseStyle(arguments.value("--style").value_or("0"), form.style)) {
+  if (arguments.has("--json") || arguments.has("--rfc4514")) return printWhole(arguments, console);
+  int style = 0;
+  if (!parseStyle(arguments.value("--style").value_or("0"), style)) {
     usageError = "option \"--style\" needs a whole number";
     return false;
   }
@@ -176,9 +139,8 @@ bool runName(const Arguments& arguments, Console& console, std::string& usageErr
         "separated by commas";
     return false;
   }
-  PrintName visitor(form, keywords.value_or(""), console);
-  visitCertificates(arguments.files(), false, visitor, console);
-  return true;
+  return arguments.has("--members") ? printMembers(arguments, style, console)
+                                    : printStyled(arguments, style, console);
 }
 
 constexpr OptionSpec kOptions[] = {

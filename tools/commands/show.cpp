@@ -7,28 +7,21 @@ namespace velmora::tool {
 
 namespace {
 
-class ShowXml final : public CertificateVisitor {
- public:
-  explicit ShowXml(Console& console) : m_console(console) {}
-
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_loaded.load(input.der)) return reason;
+bool showXml(const Arguments& arguments, Console& console) {
+  constexpr const char* kNoMemory = "Out of memory.";
+  LogNull log;
+  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
     const _clsOwner root(ClsXml::createNewCls());
-    if (!root || !root->put_TagUtf8("certificate")) return "Out of memory.";
+    if (!root || !root->put_TagUtf8("certificate")) return kNoMemory;
     // A certificate whose key has no XML has a summary all the same.
-    m_loaded.get().toXmlInfo(*root, m_log);
+    certificate.toXmlInfo(*root, log);
     XString xml;
-    if (!root->GetXml(xml)) return "Out of memory.";
-    appendIndentedXml(xml.view(), m_console.out());
-    m_console.out().appendChar('\n');
+    if (!root->GetXml(xml)) return kNoMemory;
+    appendIndentedXml(xml.view(), console.out());
+    console.out().appendChar('\n');
     return nullptr;
-  }
-
- private:
-  Console& m_console;
-  LoadedCertificate m_loaded;
-  LogNull m_log;
-};
+  });
+}
 
 bool runShow(const Arguments& arguments, Console& console, std::string& usageError) {
   if (!arguments.atMostOneOf({"--json", "--xml", "--oids"}, usageError)) return false;
@@ -37,10 +30,10 @@ bool runShow(const Arguments& arguments, Console& console, std::string& usageErr
     usageError = "option \"--with-der\" needs \"--json\"";
     return false;
   }
+  if (arguments.has("--xml")) return showXml(arguments, console);
   const OidStyle style = arguments.has("--oids") ? OidStyle::kNumbers : OidStyle::kNamed;
-  const auto visitor = json                     ? makeShowJson(arguments.has("--with-der"), console)
-                       : arguments.has("--xml") ? makeShowXml(console)
-                                                : makeShowText(style, console);
+  const auto visitor =
+      json ? makeShowJson(arguments.has("--with-der"), console) : makeShowText(style, console);
   visitCertificates(arguments.files(), json, *visitor, console);
   return true;
 }
@@ -58,10 +51,6 @@ constexpr OptionSpec kOptions[] = {
 };
 
 }  // namespace
-
-std::unique_ptr<CertificateVisitor> makeShowXml(Console& console) {
-  return std::make_unique<ShowXml>(console);
-}
 
 const Command kShowCommand = {
     "show", "show the fields of each certificate (the default when the first argument is a file)",

@@ -7,9 +7,8 @@
 
 namespace velmora::tool {
 
-/// The forms of "show".
+/// The forms of "show" that are made of typed answers.
 std::unique_ptr<CertificateVisitor> makeShowText(OidStyle style, Console& console);
 std::unique_ptr<CertificateVisitor> makeShowJson(bool withDer, Console& console);
-std::unique_ptr<CertificateVisitor> makeShowXml(Console& console);
 
 }  // namespace velmora::tool
