@@ -26,9 +26,7 @@ void writeOid(const DottedOid& id, JsonLine& line) {
 }
 
 void writeOidObject(std::string_view key, const DottedOid& id, JsonLine& line) {
-  line.beginObject(key);
-  writeOid(id, line);
-  line.endObject();
+  line.object(key, [&] { writeOid(id, line); });
 }
 
 // A number that is too large to be exact is null, and how large it is at least stands beside it.
@@ -37,14 +35,6 @@ void writeNumber(std::string_view key, std::string_view keyOfLeast, std::optiona
   const bool isExact = number && *number <= kMaxExact;
   isExact ? line.number(key, static_cast<int64_t>(*number)) : line.null(key);
   if (number && !isExact) line.number(keyOfLeast, static_cast<int64_t>(kMaxExact) + 1);
-}
-
-void writeHexOrNull(std::string_view key, const std::optional<Bytes>& octets, JsonLine& line) {
-  octets ? line.hex(key, *octets) : line.null(key);
-}
-
-void writeTextOrNull(std::string_view key, const std::optional<std::string>& text, JsonLine& line) {
-  text ? line.text(key, *text) : line.null(key);
 }
 
 void writeBits(std::string_view key, unsigned bits, std::span<const std::string_view> names,
@@ -61,10 +51,10 @@ void writeBits(std::string_view key, unsigned bits, std::span<const std::string_
 constexpr std::string_view kDecoded = "decoded";
 
 void writeValue(const BasicConstraints& constraints, JsonLine& line) {
-  line.beginObject(kDecoded);
-  line.boolean("ca", constraints.ca);
-  writeNumber("pathLength", "pathLengthAtLeast", constraints.pathLength, line);
-  line.endObject();
+  line.object(kDecoded, [&] {
+    line.boolean("ca", constraints.ca);
+    writeNumber("pathLength", "pathLengthAtLeast", constraints.pathLength, line);
+  });
 }
 
 void writeValue(const KeyUsage& usage, JsonLine& line) {
@@ -72,24 +62,21 @@ void writeValue(const KeyUsage& usage, JsonLine& line) {
 }
 
 void writeValue(const ExtendedKeyUsage& usage, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const Oid& purpose : usage.purposes) writeOidObject("", DottedOid(purpose), line);
-  line.endList();
+  line.objects(kDecoded, usage.purposes,
+               [&](const Oid& purpose) { writeOid(DottedOid(purpose), line); });
 }
 
 // subjectKeyIdentifier.
 void writeValue(const Bytes& keyId, JsonLine& line) {
-  line.beginObject(kDecoded);
-  line.hex("keyIdentifier", keyId);
-  line.endObject();
+  line.object(kDecoded, [&] { line.hex("keyIdentifier", keyId); });
 }
 
 void writeValue(const AuthorityKeyId& id, JsonLine& line) {
-  line.beginObject(kDecoded);
-  writeHexOrNull("keyIdentifier", id.keyId, line);
-  writeGeneralNames("issuer", id.issuer, line);
-  writeHexOrNull("serialNumber", id.serial, line);
-  line.endObject();
+  line.object(kDecoded, [&] {
+    line.optionalHex("keyIdentifier", id.keyId);
+    writeGeneralNames("issuer", id.issuer, line);
+    line.optionalHex("serialNumber", id.serial);
+  });
 }
 
 void writeValue(const std::vector<GeneralName>& names, JsonLine& line) {
@@ -97,14 +84,10 @@ void writeValue(const std::vector<GeneralName>& names, JsonLine& line) {
 }
 
 void writeValue(const std::vector<Access>& accesses, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const Access& access : accesses) {
-    line.beginObject("");
+  line.objects(kDecoded, accesses, [&](const Access& access) {
     writeOid(DottedOid(access.method), line);
     ShownName(access.location).write("location", line);
-    line.endObject();
-  }
-  line.endList();
+  });
 }
 
 void writeValue(const std::vector<DistributionPoint>& points, JsonLine& line) {
@@ -112,19 +95,13 @@ void writeValue(const std::vector<DistributionPoint>& points, JsonLine& line) {
       "unused",      "keyCompromise",        "cACompromise",    "affiliationChanged",
       "superseded",  "cessationOfOperation", "certificateHold", "privilegeWithdrawn",
       "aACompromise"};
-  line.beginList(kDecoded);
-  for (const DistributionPoint& point : points) {
-    line.beginObject("");
+  line.objects(kDecoded, points, [&](const DistributionPoint& point) {
     writeGeneralNames("fullName", point.fullName, line);
-    line.beginList("relativeName");
-    for (const Attribute& attribute : point.relativeName)
-      writeAttribute(ShownAttribute(attribute), line);
-    line.endList();
+    line.list("relativeName", point.relativeName,
+              [&](const Attribute& attribute) { writeAttribute(ShownAttribute(attribute), line); });
     point.reasons ? writeBits("reasons", *point.reasons, kReasons, line) : line.null("reasons");
     writeGeneralNames("crlIssuer", point.crlIssuer, line);
-    line.endObject();
-  }
-  line.endList();
+  });
 }
 
 void writeQualifier(const CpsUri& statement, JsonLine& line) {
@@ -134,14 +111,12 @@ void writeQualifier(const CpsUri& statement, JsonLine& line) {
 
 void writeQualifier(const UserNotice& notice, JsonLine& line) {
   line.word("type", "userNotice");
-  writeTextOrNull("organization", notice.organization, line);
-  line.beginList("numbers");
-  for (const int64_t number : notice.numbers) {
+  line.optionalText("organization", notice.organization);
+  line.list("numbers", notice.numbers, [&](int64_t number) {
     const bool isExact = number >= -int64_t{kMaxExact} && number <= int64_t{kMaxExact};
     isExact ? line.number("", number) : line.null("");
-  }
-  line.endList();
-  writeTextOrNull("text", notice.text, line);
+  });
+  line.optionalText("text", notice.text);
 }
 
 void writeQualifier(const OtherQualifier& other, JsonLine& line) {
@@ -151,53 +126,40 @@ void writeQualifier(const OtherQualifier& other, JsonLine& line) {
 }
 
 void writeValue(const std::vector<Policy>& policies, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const Policy& policy : policies) {
-    line.beginObject("");
+  line.objects(kDecoded, policies, [&](const Policy& policy) {
     writeOid(DottedOid(policy.rawId), line);
-    line.beginList("qualifiers");
-    for (const PolicyQualifier& qualifier : policy.qualifiers) {
-      line.beginObject("");
+    line.objects("qualifiers", policy.qualifiers, [&](const PolicyQualifier& qualifier) {
       std::visit([&](const auto& each) { writeQualifier(each, line); }, qualifier);
-      line.endObject();
-    }
-    line.endList();
-    line.endObject();
-  }
-  line.endList();
+    });
+  });
 }
 
 void writeValue(const std::vector<PolicyMapping>& mappings, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const PolicyMapping& mapping : mappings) {
-    line.beginObject("");
+  line.objects(kDecoded, mappings, [&](const PolicyMapping& mapping) {
     writeOidObject("issuerPolicy", DottedOid(mapping.rawIssuerPolicy), line);
     writeOidObject("subjectPolicy", DottedOid(mapping.rawSubjectPolicy), line);
-    line.endObject();
-  }
-  line.endList();
+  });
 }
 
 void writeValue(const PolicyConstraints& constraints, JsonLine& line) {
-  line.beginObject(kDecoded);
-  writeNumber("requireExplicitPolicy", "requireExplicitPolicyAtLeast",
-              constraints.requireExplicitPolicy, line);
-  writeNumber("inhibitPolicyMapping", "inhibitPolicyMappingAtLeast",
-              constraints.inhibitPolicyMapping, line);
-  line.endObject();
+  line.object(kDecoded, [&] {
+    writeNumber("requireExplicitPolicy", "requireExplicitPolicyAtLeast",
+                constraints.requireExplicitPolicy, line);
+    writeNumber("inhibitPolicyMapping", "inhibitPolicyMappingAtLeast",
+                constraints.inhibitPolicyMapping, line);
+  });
 }
 
 void writeValue(const InhibitAnyPolicy& inhibit, JsonLine& line) {
-  line.beginObject(kDecoded);
-  writeNumber("skipCerts", "skipCertsAtLeast", inhibit.skipCerts, line);
-  line.endObject();
+  line.object(kDecoded,
+              [&] { writeNumber("skipCerts", "skipCertsAtLeast", inhibit.skipCerts, line); });
 }
 
 void writeValue(const NameConstraints& constraints, JsonLine& line) {
-  line.beginObject(kDecoded);
-  writeGeneralNames("permitted", constraints.permitted, line);
-  writeGeneralNames("excluded", constraints.excluded, line);
-  line.endObject();
+  line.object(kDecoded, [&] {
+    writeGeneralNames("permitted", constraints.permitted, line);
+    writeGeneralNames("excluded", constraints.excluded, line);
+  });
 }
 
 // With milliseconds; null where four digits do not write the year.
@@ -216,29 +178,23 @@ void writeMoment(std::string_view key, std::chrono::sys_time<std::chrono::millis
 }
 
 void writeValue(const std::vector<SignedTimestamp>& stamps, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const SignedTimestamp& stamp : stamps) {
-    line.beginObject("");
+  line.objects(kDecoded, stamps, [&](const SignedTimestamp& stamp) {
     line.base64("logId", Bytes(stamp.logId));
     writeMoment("timestamp", stamp.at, line);
     line.base64("extensions", stamp.extensions);
     line.number("hashAlgorithm", int64_t{stamp.hashAlgorithm});
     line.number("signatureAlgorithm", int64_t{stamp.signatureAlgorithm});
     line.base64("signature", stamp.signature);
-    line.endObject();
-  }
-  line.endList();
+  });
 }
 
 void writeValue(const TlsFeatures& features, JsonLine& line) {
-  line.beginList(kDecoded);
-  for (const uint16_t feature : features.features) line.number("", int64_t{feature});
-  line.endList();
+  line.list(kDecoded, features.features,
+            [&](uint16_t feature) { line.number("", int64_t{feature}); });
 }
 
 void writeValue(const OcspNoCheck&, JsonLine& line) {
-  line.beginObject(kDecoded);
-  line.endObject();
+  line.object(kDecoded, [] {});
 }
 
 void writeValue(const NoRevocationAvailable&, JsonLine& line) {
@@ -252,10 +208,10 @@ void writeValue(std::monostate, JsonLine& line) {
 void writeError(const Error& error, JsonLine& line) {
   StringBuffer reason;
   appendReason(error.message(), reason);
-  line.beginObject(kDecoded);
-  line.text("error", whole(reason).view());
-  line.number("offset", int64_t{error.offset});
-  line.endObject();
+  line.object(kDecoded, [&] {
+    line.text("error", whole(reason).view());
+    line.number("offset", int64_t{error.offset});
+  });
 }
 
 }  // namespace

@@ -20,9 +20,7 @@ std::vector<Finding> findingsOf(const InputCertificate& input) {
 }
 
 void writeFindings(const std::vector<Finding>& findings, bool withMessages, JsonLine& line) {
-  line.beginList("departures");
-  for (const Finding& each : findings) {
-    line.beginObject("");
+  line.objects("departures", findings, [&](const Finding& each) {
     line.word("id", each.id);
     if (withMessages) line.word("message", each.message);
     line.word("clause", each.clause);
@@ -30,9 +28,7 @@ void writeFindings(const std::vector<Finding>& findings, bool withMessages, Json
     if (!withMessages) line.boolean("mayDecide", each.mayDecide);
     line.word("about", DottedOid(each.about).text());
     if (withMessages) line.boolean("mayDecide", each.mayDecide);
-    line.endObject();
-  }
-  line.endList();
+  });
 }
 
 }  // namespace velmora::tool

@@ -62,10 +62,10 @@ void ShownName::write(std::string_view key, JsonLine& line) const {
   line.beginObject(key);
   line.word("type", m_type);
   if (m_otherType) {
-    line.beginObject("value");
-    line.word("oid", DottedOid(*m_otherType).text());
-    m_text ? line.text("text", *m_text) : line.hex("hex", m_octets);
-    line.endObject();
+    line.object("value", [&] {
+      line.word("oid", DottedOid(*m_otherType).text());
+      m_text ? line.text("text", *m_text) : line.hex("hex", m_octets);
+    });
   } else if (m_text) {
     line.text("value", *m_text);
   } else if (m_isRaw && !m_isMalformed) {
@@ -93,9 +93,7 @@ void ShownName::append(OidStyle style, AppendText appendText, StringBuffer& out)
 
 void writeGeneralNames(std::string_view key, const std::vector<GeneralName>& names,
                        JsonLine& line) {
-  line.beginList(key);
-  for (const GeneralName& name : names) ShownName(name).write("", line);
-  line.endList();
+  line.list(key, names, [&](const GeneralName& name) { ShownName(name).write("", line); });
 }
 
 }  // namespace velmora::tool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -30,15 +31,43 @@ class JsonLine {
   void null(std::string_view key);
   /// The text, or null when it is empty.
   void textOrNull(std::string_view key, std::string_view value);
+  /// The text, which may be empty, or null when there is none.
+  template <class OptionalText>
+  void optionalText(std::string_view key, const OptionalText& value) {
+    value ? text(key, *value) : null(key);
+  }
   void base64(std::string_view key, std::span<const unsigned char> bytes);
   void base64(std::string_view key, Bytes bytes) { base64(key, octetsOf(bytes)); }
   /// The bytes as upper-case hexadecimal digits.
   void hex(std::string_view key, Bytes bytes);
+  void optionalHex(std::string_view key, const std::optional<Bytes>& bytes) {
+    bytes ? hex(key, *bytes) : null(key);
+  }
 
   void beginObject(std::string_view key) { begin(key, '{'); }
   void endObject() { finish('}'); }
   void beginList(std::string_view key) { begin(key, '['); }
   void endList() { finish(']'); }
+
+  /// An object of what `write()` writes.
+  template <class Write>
+  void object(std::string_view key, Write write) {
+    beginObject(key);
+    write();
+    endObject();
+  }
+  /// A list of what `write(item)` writes of each.
+  template <class Items, class Write>
+  void list(std::string_view key, const Items& items, Write write) {
+    beginList(key);
+    for (const auto& item : items) write(item);
+    endList();
+  }
+  /// The same, each an object of what is written of it.
+  template <class Items, class Write>
+  void objects(std::string_view key, const Items& items, Write write) {
+    list(key, items, [&](const auto& item) { object("", [&] { write(item); }); });
+  }
 
   /// Closes the value and the line.
   void end();

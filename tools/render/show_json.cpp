@@ -25,12 +25,10 @@ class ShowJson final : public CertificateVisitor {
     line.text("source", input.source);
     line.number("index", static_cast<int64_t>(input.index));
     writeFields(certificate, shown, line);
-    writeBytes("subjectKeyIdentifier", shown.subjectKeyId, line);
-    writeBytes("authorityKeyIdentifier", shown.authorityKeyId, line);
+    line.optionalHex("subjectKeyIdentifier", shown.subjectKeyId);
+    line.optionalHex("authorityKeyIdentifier", shown.authorityKeyId);
     writeGeneralNames("subjectAltNames", shown.alternativeNames, line);
-    line.beginList("emails");
-    for (const std::string_view address : shown.emails) line.text("", address);
-    line.endList();
+    line.list("emails", shown.emails, [&](std::string_view email) { line.text("", email); });
     writeDigest<Sha1Digest>("sha1", input.der, line);
     writeDigest<Sha256Digest>("sha256", input.der, line);
     line.base64("spkiSha256", Bytes(certificate.spkiPin<Hash::sha256>()));
@@ -40,8 +38,8 @@ class ShowJson final : public CertificateVisitor {
     line.beginList("warnings");
     if (const auto warning = shown.versionWarning(); !warning.empty()) line.text("", warning);
     line.endList();
-    writeText("subjectRfc4514", certificate.subject().rfc4514(), line);
-    writeText("issuerRfc4514", certificate.issuer().rfc4514(), line);
+    line.optionalText("subjectRfc4514", certificate.subject().rfc4514());
+    line.optionalText("issuerRfc4514", certificate.issuer().rfc4514());
     writeRdns("subjectRdns", shown.subject, line);
     writeRdns("issuerRdns", shown.issuer, line);
     writeFindings(findingsOf(input), false, line);
@@ -87,10 +85,6 @@ class ShowJson final : public CertificateVisitor {
                            !shown.notBefore->is_after_by_compare(now, false));
   }
 
-  static void writeBytes(std::string_view key, const std::optional<Bytes>& octets, JsonLine& line) {
-    octets ? line.hex(key, *octets) : line.null(key);
-  }
-
   template <class Digest>
   static void writeDigest(std::string_view key, std::span<const unsigned char> octets,
                           JsonLine& line) {
@@ -103,32 +97,24 @@ class ShowJson final : public CertificateVisitor {
 
   static void writeKey(const PublicKey& key, JsonLine& line) {
     const std::string_view kind = key.kindName();
-    line.beginObject("publicKey");
-    line.word("type", kind.empty() ? DottedOid(key.algorithm).text() : kind);
-    key.bits != 0 ? line.number("bits", int64_t{key.bits}) : line.null("bits");
-    line.word("curve", DottedOid(key.curve).nameOrText());
-    line.endObject();
+    line.object("publicKey", [&] {
+      line.word("type", kind.empty() ? DottedOid(key.algorithm).text() : kind);
+      key.bits != 0 ? line.number("bits", int64_t{key.bits}) : line.null("bits");
+      line.word("curve", DottedOid(key.curve).nameOrText());
+    });
   }
 
   static void writeExtensions(const Certificate& certificate,
                               const std::vector<Extension>& extensions, JsonLine& line) {
     DecodedExtensions decoded(certificate);
-    line.beginList("extensions");
-    for (const Extension& extension : extensions) {
+    line.objects("extensions", extensions, [&](const Extension& extension) {
       const DottedOid id(extension.rawId);
-      line.beginObject("");
       line.word("oid", id.text());
       line.word("name", id.name());
       line.boolean("critical", extension.critical);
       extension.hasValue ? line.base64("value", extension.value) : line.null("value");
       decoded.write(extension, line);
-      line.endObject();
-    }
-    line.endList();
-  }
-
-  static void writeText(std::string_view key, const Result<std::string>& text, JsonLine& line) {
-    text ? line.text(key, *text) : line.null(key);
+    });
   }
 
   bool m_withDer;
