@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "tools/render/escape.h"
-#include "velmora/support/text/byte_codecs.h"
 
 namespace velmora::tool {
 
@@ -71,11 +70,10 @@ void JsonLine::textOrNull(std::string_view name, std::string_view value) {
   value.empty() ? null(name) : text(name, value);
 }
 
-void JsonLine::base64(std::string_view name, std::span<const unsigned char> bytes) {
+void JsonLine::base64(std::string_view name, Bytes bytes) {
   key(name);
   m_out.appendChar('"');
-  char* digits = m_out.extend(base64Length(bytes.size()));
-  if (digits != nullptr) base64Encode(bytes.data(), bytes.size(), digits);
+  appendBase64(bytes, m_out);
   m_out.appendChar('"');
 }
 

@@ -36,8 +36,7 @@ class JsonLine {
   void optionalText(std::string_view key, const OptionalText& value) {
     value ? text(key, *value) : null(key);
   }
-  void base64(std::string_view key, std::span<const unsigned char> bytes);
-  void base64(std::string_view key, Bytes bytes) { base64(key, octetsOf(bytes)); }
+  void base64(std::string_view key, Bytes bytes);
   /// The bytes as upper-case hexadecimal digits.
   void hex(std::string_view key, Bytes bytes);
   void optionalHex(std::string_view key, const std::optional<Bytes>& bytes) {

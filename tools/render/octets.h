@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <span>
 #include <string_view>
 
@@ -21,6 +22,23 @@ inline std::string_view charactersOf(Bytes bytes) noexcept {
 
 inline bool isSame(Bytes a, Bytes b) noexcept {
   return charactersOf(a) == charactersOf(b);
+}
+
+/// The digest of some octets, by a digest of support/hash.
+template <class Digest>
+std::array<std::byte, Digest::kDigestSize> digestOf(
+    std::span<const unsigned char> octets) noexcept {
+  std::array<std::byte, Digest::kDigestSize> digest;
+  Digest hash;
+  hash.update(octets.data(), octets.size());
+  hash.finish(reinterpret_cast<unsigned char*>(digest.data()));
+  return digest;
+}
+
+/// Appends them in base64.
+inline void appendBase64(Bytes bytes, StringBuffer& out) noexcept {
+  char* const digits = out.extend(base64Length(bytes.size()));
+  if (digits != nullptr) base64Encode(octetsOf(bytes).data(), bytes.size(), digits);
 }
 
 /// Appends them as hexadecimal digits in upper case.

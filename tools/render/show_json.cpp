@@ -29,8 +29,8 @@ class ShowJson final : public CertificateVisitor {
     line.optionalHex("authorityKeyIdentifier", shown.authorityKeyId);
     writeGeneralNames("subjectAltNames", shown.alternativeNames, line);
     line.list("emails", shown.emails, [&](std::string_view email) { line.text("", email); });
-    writeDigest<Sha1Digest>("sha1", input.der, line);
-    writeDigest<Sha256Digest>("sha256", input.der, line);
+    line.hex("sha1", Bytes(digestOf<Sha1Digest>(input.der)));
+    line.hex("sha256", Bytes(digestOf<Sha256Digest>(input.der)));
     line.base64("spkiSha256", Bytes(certificate.spkiPin<Hash::sha256>()));
     line.boolean("selfIssued", isSameName(shown.subject, shown.issuer));
     writeKey(shown.key, line);
@@ -43,7 +43,7 @@ class ShowJson final : public CertificateVisitor {
     writeRdns("subjectRdns", shown.subject, line);
     writeRdns("issuerRdns", shown.issuer, line);
     writeFindings(findingsOf(input), false, line);
-    if (m_withDer) line.base64("der", input.der);
+    if (m_withDer) line.base64("der", std::as_bytes(input.der));
     line.end();
     return nullptr;
   }
@@ -83,16 +83,6 @@ class ShowJson final : public CertificateVisitor {
     if (!shown.notBefore || !shown.notAfter) return line.null(kKey);
     line.boolean(kKey, !now.is_after_by_compare(*shown.notAfter, false) &&
                            !shown.notBefore->is_after_by_compare(now, false));
-  }
-
-  template <class Digest>
-  static void writeDigest(std::string_view key, std::span<const unsigned char> octets,
-                          JsonLine& line) {
-    unsigned char digest[Digest::kDigestSize];
-    Digest hash;
-    hash.update(octets.data(), octets.size());
-    hash.finish(digest);
-    line.hex(key, std::as_bytes(std::span(digest)));
   }
 
   static void writeKey(const PublicKey& key, JsonLine& line) {

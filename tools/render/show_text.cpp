@@ -9,7 +9,7 @@
 #include "tools/render/octets.h"
 #include "tools/render/show.h"
 #include "tools/render/shown_certificate.h"
-#include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
@@ -29,20 +29,24 @@ class ShowText final : public CertificateVisitor {
     heading(input);
     name("Subject", certificate.subject(), shown.subject);
     name("Issuer", certificate.issuer(), shown.issuer);
-    line("Self-issued", isSameName(shown.subject, shown.issuer) ? "yes" : "no");
+    textRow("Self-issued", isSameName(shown.subject, shown.issuer) ? "yes" : "no");
     hexRow("Serial number", certificate.parts().serial);
-    version(shown.version);
+    row("Version", [&] { version(shown.version); });
     validity(shown);
     oidRow("Signature algorithm", certificate.signatureAlgorithm());
     oidRow("Key algorithm", shown.key.algorithm);
-    key(shown.key);
+    row("Key", [&] { key(shown.key); });
     if (shown.subjectKeyId) hexRow("Key identifier", *shown.subjectKeyId);
     if (shown.authorityKeyId) hexRow("Issuer's key", *shown.authorityKeyId);
-    emailRows(shown.emails);
-    nameRows(shown.alternativeNames);
-    digests(input);
+    rows("E-mail", shown.emails, [&](auto email) { appendPrintable(email, m_out); });
+    rows("Alternative names", shown.alternativeNames, [&](auto& name) { address(name); });
+    hexRow("SHA-1", Bytes(digestOf<Sha1Digest>(input.der)));
+    hexRow("SHA-256", Bytes(digestOf<Sha256Digest>(input.der)));
+    row("SPKI pin (SHA-256)",
+        [&] { appendBase64(Bytes(certificate.spkiPin<Hash::sha256>()), m_out); });
     extensions(certificate, shown);
-    warning(shown.versionWarning());
+    const std::string_view warning = shown.versionWarning();
+    if (!warning.empty()) row("Warning", [&] { coloured(Colour::kBad, warning); });
     return nullptr;
   }
 
@@ -65,40 +69,48 @@ class ShowText final : public CertificateVisitor {
     constexpr std::string_view kSpaces = "                     ";
     static_assert(kSpaces.size() == kLabelWidth);
     m_out.append("  ");
-    colour(Colour::kLabel);
-    m_out.append(text);
-    colour(Colour::kNone);
+    coloured(Colour::kLabel, text);
     m_out.append(kSpaces.substr(text.size()));
+  }
+
+  // A row of what `write()` appends.
+  template <class Write>
+  void row(std::string_view name, Write write) {
+    label(name);
+    write();
+    m_out.appendChar('\n');
+  }
+
+  // Rows of which the first alone has the name.
+  template <class Items, class Write>
+  void rows(std::string_view name, const Items& items, Write write) {
+    for (const auto& item : items) row(std::exchange(name, ""), [&] { write(item); });
   }
 
   void name(std::string_view title, const Name& name, const Attributes& attributes) {
     StringBuffer text;
-    label(title);
-    appendName(name, attributes, text) ? appendPrintable(whole(text).view(), m_out) : unreadable();
-    m_out.appendChar('\n');
+    const bool isRead = appendName(name, attributes, text);
+    row(title, [&] { isRead ? appendPrintable(whole(text).view(), m_out) : unreadable(); });
   }
 
   // `text` is safe to print.
-  void line(std::string_view name, std::string_view text) {
-    label(name);
-    m_out.append(text);
-    m_out.appendChar('\n');
+  void textRow(std::string_view name, std::string_view text) {
+    row(name, [&] { m_out.append(text); });
   }
 
   void hexRow(std::string_view name, Bytes octets) {
-    label(name);
-    appendHex(octets, m_out);
-    m_out.appendChar('\n');
+    row(name, [&] { appendHex(octets, m_out); });
   }
 
   void oidRow(std::string_view name, const Oid& oid) {
-    label(name);
-    oid.isEmpty() ? unreadable() : appendOid(DottedOid(oid).text(), m_style, m_out);
-    m_out.appendChar('\n');
+    row(name, [&] { this->oid(DottedOid(oid)); });
+  }
+
+  void oid(const DottedOid& id) {
+    id.text().empty() ? unreadable() : appendOid(id.text(), m_style, m_out);
   }
 
   void version(const ShownVersion& version) {
-    label("Version");
     if (version.number) {
       m_out.appendInt(*version.number);
     } else if (version.longOctets != 0) {
@@ -108,23 +120,12 @@ class ShowText final : public CertificateVisitor {
     } else {
       unreadable();
     }
-    m_out.appendChar('\n');
-  }
-
-  void warning(std::string_view text) {
-    if (text.empty()) return;
-    label("Warning");
-    colour(Colour::kBad);
-    m_out.append(text);
-    colour(Colour::kNone);
-    m_out.appendChar('\n');
   }
 
   void key(const PublicKey& key) {
     const DottedOid algorithm(key.algorithm);
     const DottedOid curve(key.curve);
     const std::string_view kind = key.kindName().empty() ? algorithm.text() : key.kindName();
-    label("Key");
     kind.empty() ? unreadable() : appendPrintable(kind, m_out);
     if (key.bits != 0) {
       m_out.append(", ");
@@ -133,70 +134,31 @@ class ShowText final : public CertificateVisitor {
     }
     if (!key.curve.isEmpty()) m_out.append(", ");
     m_out.append(curve.nameOrText());
-    m_out.appendChar('\n');
   }
 
-  void emailRows(const std::vector<std::string_view>& emails) {
-    std::string_view name = "E-mail";
-    for (const std::string_view address : emails) {
-      label(std::exchange(name, ""));
-      appendPrintable(address, m_out);
-      m_out.appendChar('\n');
-    }
-  }
-
-  void nameRows(const std::vector<GeneralName>& names) {
-    std::string_view title = "Alternative names";
-    for (const GeneralName& each : names) {
-      label(std::exchange(title, ""));
-      ShownName(each).append(
-          m_style, [](auto text, auto& out) { appendPrintable(text, out); }, m_out);
-      m_out.appendChar('\n');
-    }
-  }
-
-  void digests(const InputCertificate& input) {
-    const auto pin = input.certificate.spkiPin<Hash::sha256>();
-    hexRow("SHA-1", digest(_vmHash::kSha1, input.der));
-    hexRow("SHA-256", digest(_vmHash::kSha256, input.der));
-    m_octets.clear();
-    m_octets.append(pin.data(), pin.size());
-    label("SPKI pin (SHA-256)");
-    whole(m_octets).encodeDB("base64", m_out);
-    m_out.appendChar('\n');
-  }
-
-  Bytes digest(int hash, std::span<const unsigned char> octets) {
-    m_octets.clear();
-    _vmHash::doHash(octets.data(), static_cast<unsigned int>(octets.size()), hash, m_octets);
-    return std::as_bytes(whole(m_octets).span());
+  void address(const GeneralName& name) {
+    const auto appendText = [](auto text, auto& out) { appendPrintable(text, out); };
+    ShownName(name).append(m_style, appendText, m_out);
   }
 
   void extensions(const Certificate& certificate, const ShownCertificate& shown) {
-    std::string_view title = "Extensions";
     // Of several extensions with one OID, the first has a row of its own.
-    std::pair<Oid, bool> rows[] = {{oid::subjectAltName, !shown.alternativeNames.empty()},
-                                   {oid::subjectKeyIdentifier, shown.subjectKeyId.has_value()},
-                                   {oid::authorityKeyIdentifier, shown.authorityKeyId.has_value()}};
-    for (const Extension& extension : shown.extensions) {
-      const DottedOid id(extension.rawId);
-      label(std::exchange(title, ""));
-      id.text().empty() ? unreadable() : appendOid(id.text(), m_style, m_out);
+    std::pair<Oid, bool> above[] = {
+        {oid::subjectAltName, !shown.alternativeNames.empty()},
+        {oid::subjectKeyIdentifier, shown.subjectKeyId.has_value()},
+        {oid::authorityKeyIdentifier, shown.authorityKeyId.has_value()}};
+    rows("Extensions", shown.extensions, [&](const Extension& extension) {
+      oid(DottedOid(extension.rawId));
       m_out.append(extension.critical ? ", critical: " : ": ");
-      auto* const row = std::find_if(std::begin(rows), std::end(rows),
+      auto* const row = std::find_if(std::begin(above), std::end(above),
                                      [&](auto& each) { return each.first == extension.id; });
-      const bool isAbove = row != std::end(rows) && std::exchange(row->second, false);
+      const bool isAbove = row != std::end(above) && std::exchange(row->second, false);
       isAbove ? static_cast<void>(m_out.append("above"))
               : appendMeaning(certificate, extension, m_style, m_out);
-      m_out.appendChar('\n');
-    }
+    });
   }
 
-  void unreadable() {
-    colour(Colour::kBad);
-    m_out.append("cannot be read");
-    colour(Colour::kNone);
-  }
+  void unreadable() { coloured(Colour::kBad, "cannot be read"); }
 
   void validity(const ShownCertificate& shown) {
     VelmoraSysTime now;
@@ -234,6 +196,12 @@ class ShowText final : public CertificateVisitor {
     colour(Colour::kNone);
   }
 
+  void coloured(Colour tone, std::string_view text) {
+    colour(tone);
+    m_out.append(text);
+    colour(Colour::kNone);
+  }
+
   void colour(Colour colour) {
     if (!m_console.coloured()) return;
     constexpr const char* kSequences[] = {"\x1b[0m", "\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[31m"};
@@ -243,7 +211,6 @@ class ShowText final : public CertificateVisitor {
   OidStyle m_style;
   Console& m_console;
   StringBuffer& m_out;
-  DataBuffer m_octets;
   bool m_first = true;
 };
 
