@@ -1,5 +1,3 @@
-#include <charconv>
-
 #include "tools/commands/command.h"
 #include "tools/reading/dates.h"
 #include "tools/reading/input.h"
@@ -24,16 +22,10 @@ void appendEnd(bool isRead, const VelmoraSysTime& until, const VelmoraSysTime& n
   if (expired) out.append(" ago");
 }
 
-bool parseDays(std::string_view text, int64_t& days) {
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), days);
-  return result.ec == std::errc() && result.ptr == text.data() + text.size() && days >= 0 &&
-         days <= kMostDays;
-}
-
 bool runExpires(const Arguments& arguments, Console& console, std::string& usageError) {
   int64_t days = kDefaultDays;
   const auto given = arguments.value("--within");
-  if (given && !parseDays(*given, days)) {
+  if (given && !(parseNumber(*given, days) && days >= 0 && days <= kMostDays)) {
     usageError = "option \"--within\" needs a number of days, at most 1000000";
     return false;
   }

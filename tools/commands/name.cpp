@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <charconv>
-#include <new>
 
 #include "tools/commands/command.h"
 #include "tools/reading/input.h"
@@ -91,11 +89,6 @@ bool printWhole(const Arguments& arguments, Console& console) {
   });
 }
 
-bool parseStyle(std::string_view text, int& style) {
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), style);
-  return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
 // Whether every one of the comma-separated words is a keyword.
 bool areKeywords(std::string_view words) {
   while (true) {
@@ -128,7 +121,7 @@ bool runName(const Arguments& arguments, Console& console, std::string& usageErr
   if (!checkOptions(arguments, usageError)) return false;
   if (arguments.has("--json") || arguments.has("--rfc4514")) return printWhole(arguments, console);
   int style = 0;
-  if (!parseStyle(arguments.value("--style").value_or("0"), style)) {
+  if (!parseNumber(arguments.value("--style").value_or("0"), style)) {
     usageError = "option \"--style\" needs a whole number";
     return false;
   }

@@ -8,7 +8,10 @@ namespace velmora::tool {
 
 namespace {
 
-constexpr char kLowerDigits[] = "0123456789abcdef";
+void appendUnicodeEscape(char32_t c, StringBuffer& out) {
+  out.append("\\u");
+  appendHexDigits(c == kInvalidSequence ? kReplacementCharacter : c, 4, "0123456789abcdef", out);
+}
 
 }  // namespace
 
@@ -34,18 +37,15 @@ void appendJsonText(std::string_view text, StringBuffer& out) {
       out.appendChar('\\');
       out.appendChar(static_cast<char>(c));
     } else {
-      out.append("\\u");
-      appendHexDigits(c == kInvalidSequence ? kReplacementCharacter : c, 4, kLowerDigits, out);
+      appendUnicodeEscape(c, out);
     }
   });
 }
 
 void appendJsonDocument(std::string_view json, StringBuffer& out) {
   static constexpr AsciiSet kPlain = printableWithout("");
-  copyEscaped(json, kPlain, out, [&](char32_t c, std::string_view) {
-    out.append("\\u");
-    appendHexDigits(c == kInvalidSequence ? kReplacementCharacter : c, 4, kLowerDigits, out);
-  });
+  copyEscaped(json, kPlain, out,
+              [&](char32_t c, std::string_view) { appendUnicodeEscape(c, out); });
 }
 
 void appendXmlText(std::string_view xml, StringBuffer& out) {

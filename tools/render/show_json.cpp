@@ -5,6 +5,7 @@
 #include "tools/render/general_names.h"
 #include "tools/render/json_writer.h"
 #include "tools/render/name_json.h"
+#include "tools/render/octets.h"
 #include "tools/render/show.h"
 #include "tools/render/shown_certificate.h"
 #include "velmora/support/hash/sha_digest.h"

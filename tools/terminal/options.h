@@ -1,5 +1,6 @@
 #pragma once
 
+#include <charconv>
 #include <initializer_list>
 #include <optional>
 #include <span>
@@ -45,6 +46,15 @@ class Arguments {
   std::string_view m_operand;
   std::vector<std::string_view> m_files;
 };
+
+/// Reads all of a text as a whole number in decimal. False for any other text, with the number set
+/// or not.
+template <class Number>
+bool parseNumber(std::string_view text, Number& number) {
+  const char* const end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, number);
+  return result.ec == std::errc() && result.ptr == end;
+}
 
 /// The candidate that a mistyped word most likely means; empty when none is near.
 std::string_view nearestWord(std::string_view word, std::span<const std::string_view> candidates);

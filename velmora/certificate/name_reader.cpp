@@ -67,11 +67,10 @@ PlacedAttribute placedAttribute(const AttributeElements& elements) noexcept {
 }
 
 Attribute attributeOf(const PlacedAttribute& placed) {
-  const Bytes type = placed.type;
-  const Bytes der = placed.der;
-  return {
-      Oid::fromDer(type),        placed.rdn, placed.kind, placed.text(), {der.begin(), der.end()},
-      {type.begin(), type.end()}};
+  Attribute attribute{Oid::fromDer(placed.type), placed.rdn, placed.kind, placed.text(), {}, {}};
+  attribute.der.assign(placed.der.begin(), placed.der.end());
+  attribute.rawType.assign(placed.type.begin(), placed.type.end());
+  return attribute;
 }
 
 }  // namespace velmora
