@@ -120,6 +120,15 @@ class Questions {
     answered(m_typed.noRevocationAvailable());
   }
 
+  // Whether all its text is in types that are equal to those which Name::parse makes.
+  static bool isFolded(const std::vector<Attribute>& attributes) {
+    return std::all_of(attributes.begin(), attributes.end(), [](const Attribute& each) {
+      const bool hasIa5 = each.type == oid::emailAddress || each.type == oid::domainComponent;
+      return each.kind == TextKind::none || each.kind == TextKind::utf8 ||
+             each.kind == TextKind::printable || (each.kind == TextKind::ia5 && hasIa5);
+    });
+  }
+
   // Whatever a name is written as stands for it.
   void askName(const Name& name) {
     const Result<std::string> text = name.rfc4514();
@@ -127,7 +136,8 @@ class Questions {
             "a name that reads has a text");
     if (!text || text->size() > 0x10000) return;
     const Result<Name> back = Name::parse(*text);
-    require(back && back->matches(name), "the text of a name stands for it");
+    require(back && (back->matches(name) || !isFolded(*name.attributes())),
+            "the text of a name stands for it");
     const Result<std::string> again = back->rfc4514();
     require(again && Name::parse(*again) && *Name::parse(*again) == *back, "and so does its own");
   }

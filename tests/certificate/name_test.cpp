@@ -99,6 +99,7 @@ TEST(Name, WhatIsNoNameIsMalformedToEveryQuestion) {
     EXPECT_EQ(name.find(oid::commonName).error(), error);
     EXPECT_EQ(name.rfc4514().error(), error);
     EXPECT_FALSE(name.matches(name));
+    EXPECT_FALSE(name.folded());
     EXPECT_TRUE(name == name);
   }
 }
@@ -208,18 +209,25 @@ TEST(Name, MatchesByCharactersRdnByRdn) {
       {o + many(utf8("y")), many(utf8("y")) + o, false},
       {many(utf8("Ab C")), many(printable("aB c")), true},
       {many(utf8("Ab C")), many(printable("aBc")), false},
-      {many(utf8("  a   b ")), many(bmp(u"a b")), true},
+      {many(utf8("  a   b ")), many(printable("a b")), true},
+      {many(utf8("a b")), many(bmp(u"a b")), false},
+      {many(printable("a")), many(ia5("a")), false},
+      {many(ia5("a")), many(ia5("A")), false},
+      {dc("a"), dc("A "), true},
+      {dc("a"), rdn("0.9.2342.19200300.100.1.25", utf8("A")), true},
+      {rdn("1.2.840.113549.1.9.1", ia5("a@B")), rdn("1.2.840.113549.1.9.1", ia5("A@b")), true},
       {many(utf8("  ")), many(utf8("")), true},
-      {many(utf8("\ta")), many(utf8("a")), false},
+      {many(utf8("\ta\r\n b")), many(utf8("a b")), true},
       {many(utf8("ab")), many(utf8("a")), false},
-      {many(utf8("\xC3\xA4")), many(t61("\xE4")), true},
+      {many(utf8("\xC3\xA4")), many(t61("\xE4")), false},
       {many(utf8("\xC3\x84")), many(utf8("\xC3\xA4")), false},  // no folding beyond A to Z
       {many(utf8("a")), rdn("2.5.4.10", utf8("a")), false},
       {many(utf8("a")), many(octets("a")), false},
       {many(octets("a")), many(octets("A")), false},
       {many(utf8("\xFF")), many(utf8("\xFF")), true},
       {many(utf8("\xFF")), many(t61("\xFF")), false},
-      {many(utf8("a"), utf8("b"), octets("c")), many(octets("c"), bmp(u" B"), utf8("A")), true},
+      {many(utf8("a"), utf8("b"), octets("c")), many(octets("c"), printable(" B"), utf8("A")),
+       true},
       {many(utf8("a"), utf8("a"), utf8("b")), many(utf8("a"), utf8("b"), utf8("b")), false},
       {many(utf8("a"), utf8("b")), many(utf8("a")), false},
       {many(utf8("a"), octets("a")), many(utf8("a"), utf8("a")), false},
@@ -231,6 +239,9 @@ TEST(Name, MatchesByCharactersRdnByRdn) {
     EXPECT_EQ(a.matches(b), row.same);
     EXPECT_EQ(b.matches(a), row.same);
     EXPECT_TRUE(a.matches(a));
+    EXPECT_EQ(a.folded() == b.folded(), row.same);
+    const std::string below = *withSubject(sequence(row.b, o)).subject().folded();
+    EXPECT_EQ(below.starts_with(*a.folded()), row.same || (row.b + o).starts_with(row.a));
     EXPECT_EQ(a == b, row.a == row.b);
   }
 }

@@ -192,10 +192,10 @@ class Show(unittest.TestCase):
                 dates = [date or "cannot be read" for date in expected[:2]]
                 self.assertRegex(text, "Valid from +{}.*\n +Valid until +{}".format(*dates))
                 self.assertIs("  valid, " in text, expected[2] is True)
-                verified = json.loads(run("verify", "--json", "-", stdin=der)[1])["chain"][0]
+                verified = json.loads(run("verify", "--json", "-", stdin=der)[1])["paths"][0]["certificates"][0]
                 self.assertEqual([verified["notBefore"], verified["notAfter"]], expected[:2])
-                dated = re.search("not valid before|expired|date", " ".join(verified["failures"]))
-                self.assertIs(dated is None, expected[2] is True)
+                found = {each["id"] for each in verified["findings"]}
+                self.assertIs(not found & {"notYetValid", "expired", "dateMalformed", "validityBackwards"}, expected[2] is True)
                 self.assertEqual(run("expires", "-", stdin=der)[0], int(expected[1] != end))
 
     def test_text_is_the_default_and_aligned(self):
@@ -252,9 +252,10 @@ class Show(unittest.TestCase):
                     text = run("show", "-", stdin=der)[1]
                     self.assertIn(f"\n  Version              {number}\n", text)
                     self.assertEqual(re.findall("\n  Warning              (.*)", text), warnings)
-                    failures = json.loads(run("verify", "--json", "-", stdin=der)[1])["chain"][0]["failures"]
-                    exact = isinstance(number, int) and abs(number) < 2**31 and version != field(b"\0\2")
-                    self.assertIs("its version cannot be read" not in failures, exact)
+                    verified = json.loads(run("verify", "--json", "-", stdin=der)[1])["paths"][0]["certificates"][0]
+                    found = {each["id"] for each in verified["findings"]}
+                    exact = number in (1, 2, 3) and version != field(b"\0\2")
+                    self.assertIs(not found & {"versionUnknown", "integerPadded", "contentMalformed"}, exact)
 
     def test_colours_only_on_a_terminal_and_without_no_color(self):
         for variable, coloured in (({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)):
@@ -369,7 +370,8 @@ class Name(unittest.TestCase):
                 path = pathlib.Path(folder, "certificate.der")
                 path.write_bytes(certificate(subject, issuer=issuer))
                 self.assertIs(json.loads(run("show", "--json", path)[1])["selfIssued"], expected, subject)
-                self.assertIs(json.loads(run("issuer", "--json", path, path)[1])["wholeNamesEqual"], expected, subject)
+                folded = expected or issuer == cn(UTF8, b"A")
+                self.assertIs(json.loads(run("issuer", "--json", path, path)[1])["wholeNamesEqual"], folded, subject)
 
 
 def extension(kind, value, critical=b""):

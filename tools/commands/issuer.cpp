@@ -1,6 +1,12 @@
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "tools/commands/command.h"
-#include "tools/reading/known_certificate.h"
+#include "tools/reading/input.h"
 #include "tools/render/json_writer.h"
+#include "tools/render/name_text.h"
+#include "velmora/path/link.h"
 
 namespace velmora::tool {
 
@@ -9,34 +15,31 @@ namespace {
 // Takes the first certificate of a source.
 class TakeFirst final : public CertificateVisitor {
  public:
-  explicit TakeFirst(CertificatePool& pool) : m_pool(pool) {}
-
   const char* visit(const InputCertificate& input) override {
-    const char* reason = nullptr;
-    if (m_first == nullptr) m_first = m_pool.add(input, reason);
-    return reason;
+    if (m_first) return nullptr;
+    if (const char* reason = m_loaded.load(input.der)) return reason;
+    m_first = input.certificate;
+    return nullptr;
   }
 
-  const KnownCertificate* first() const noexcept { return m_first; }
+  const std::optional<Certificate>& first() const noexcept { return m_first; }
+  LoadedCertificate& loaded() noexcept { return m_loaded; }
 
  private:
-  CertificatePool& m_pool;
-  const KnownCertificate* m_first = nullptr;
+  std::optional<Certificate> m_first;
+  LoadedCertificate m_loaded;
 };
 
 class MatchIssuer final : public CertificateVisitor {
  public:
-  MatchIssuer(const KnownCertificate& certificate, bool json, Console& console)
-      : m_certificate(certificate), m_json(json), m_console(console) {}
+  MatchIssuer(TakeFirst& taken, bool json, Console& console)
+      : m_certificate(*taken.first()), m_loaded(taken.loaded()), m_json(json), m_console(console) {}
 
   const char* visit(const InputCertificate& input) override {
-    CertificatePool pool;
-    const char* reason = nullptr;
-    const KnownCertificate* candidate = pool.add(input, reason);
-    if (candidate == nullptr) return reason;
-    const bool matches = m_certificate.loaded.get().isIssuedBy(candidate->loaded.get(), m_log);
+    if (const char* reason = m_candidate.load(input.der)) return reason;
+    const bool matches = m_loaded.get().isIssuedBy(m_candidate.get(), m_log);
     m_anyMatches = m_anyMatches || matches;
-    m_json ? json(input, *candidate, matches) : text(*candidate, matches);
+    m_json ? json(input, matches) : text(input, matches);
     return nullptr;
   }
 
@@ -44,36 +47,52 @@ class MatchIssuer final : public CertificateVisitor {
 
  private:
   // Where both are there, they alone decide.
-  bool identifiersDecide(const KnownCertificate& candidate) {
+  bool identifiersDecide() {
     StringBuffer identifier;
-    return m_certificate.loaded.get().getAuthorityKeyIdentifier(identifier, m_log) &&
-           candidate.loaded.get().getSubjectKeyIdentifier(identifier, m_log);
+    return m_loaded.get().getAuthorityKeyIdentifier(identifier, m_log) &&
+           m_candidate.get().getSubjectKeyIdentifier(identifier, m_log);
   }
 
-  bool namesAreEqual(const KnownCertificate& candidate) const {
-    return !m_certificate.issuerKey.empty() && m_certificate.issuerKey == candidate.subjectKey;
+  bool namesAreEqual(const Certificate& candidate) const {
+    const Name issuer = m_certificate.issuer();
+    return !issuer.isEmpty() && issuer.matches(candidate.subject());
   }
 
-  void json(const InputCertificate& input, const KnownCertificate& candidate, bool matches) {
+  void json(const InputCertificate& input, bool matches) {
+    const Name subject = input.certificate.subject();
+    StringBuffer text;
+    appendName(subject, attributesOf(subject), text);
     JsonLine line(m_console.out());
     line.text("source", input.source);
     line.number("index", static_cast<int64_t>(input.index));
-    line.text("subject", candidate.subject);
+    line.text("subject", text.view());
     line.boolean("matches", matches);
-    line.text("by", identifiersDecide(candidate) ? "keyIdentifiers" : "names");
-    line.boolean("wholeNamesEqual", namesAreEqual(candidate));
+    line.text("by", identifiersDecide() ? "keyIdentifiers" : "names");
+    line.boolean("wholeNamesEqual", namesAreEqual(input.certificate));
+    line.beginList("reasons");
+    for (const Reason each : linkFaults(m_certificate, input.certificate)) {
+      line.text("", reasonId(each));
+    }
+    line.endList();
     line.end();
   }
 
-  void text(const KnownCertificate& candidate, bool matches) {
+  void text(const InputCertificate& input, bool matches) {
     StringBuffer& out = m_console.out();
     out.append(matches ? "yes  " : "no   ");
-    out.append(candidate.place);
-    out.append(identifiersDecide(candidate) ? "  by key identifiers" : "  by names");
-    out.append(namesAreEqual(candidate) ? "\n" : ", the whole names differ\n");
+    appendPlace(input, out);
+    out.append(identifiersDecide() ? "  by key identifiers" : "  by names");
+    out.append(namesAreEqual(input.certificate) ? "\n" : ", the whole names differ\n");
+    for (const Reason each : linkFaults(m_certificate, input.certificate)) {
+      out.append("     ");
+      out.append(reasonText(each));
+      out.appendChar('\n');
+    }
   }
 
-  const KnownCertificate& m_certificate;
+  const Certificate& m_certificate;
+  LoadedCertificate& m_loaded;
+  LoadedCertificate m_candidate;
   bool m_json;
   Console& m_console;
   LogNull m_log;
@@ -81,11 +100,10 @@ class MatchIssuer final : public CertificateVisitor {
 };
 
 bool runIssuer(const Arguments& arguments, Console& console, std::string&) {
-  CertificatePool pool;
-  TakeFirst certificate(pool);
+  TakeFirst certificate;
   visitCertificates({arguments.operand()}, arguments.has("--json"), certificate, console);
-  if (certificate.first() == nullptr) return true;
-  MatchIssuer visitor(*certificate.first(), arguments.has("--json"), console);
+  if (!certificate.first()) return true;
+  MatchIssuer visitor(certificate, arguments.has("--json"), console);
   visitCertificates(arguments.files(), arguments.has("--json"), visitor, console);
   if (!visitor.anyMatches()) console.raise(ExitStatus::kNo);
   return true;
@@ -94,7 +112,7 @@ bool runIssuer(const Arguments& arguments, Console& console, std::string&) {
 constexpr OptionSpec kOptions[] = {
     {"--json", "",
      "one JSON object a line: source, index, subject, matches, by (keyIdentifiers or names), "
-     "wholeNamesEqual"},
+     "wholeNamesEqual, reasons"},
 };
 
 }  // namespace
@@ -104,9 +122,9 @@ const Command kIssuerCommand = {
     "tell which certificates may have issued another one",
     "CERT is a file whose first certificate is asked about; each FILE holds\n"
     "candidates. Where CERT has an authority and the candidate a subject key\n"
-    "identifier, these decide; otherwise the common names. No signature is checked:\n"
-    "\"verify\" does that, and wants the whole names to be equal. The exit status is 0\n"
-    "when any matches.\n",
+    "identifier, these decide; otherwise the common names. The reasons tell why\n"
+    "\"verify\" would not take the candidate all the same: that it is no CA or may not\n"
+    "sign, or did not. The exit status is 0 when any matches.\n",
     kOptions,
     runIssuer,
     "CERT"};

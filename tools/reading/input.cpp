@@ -229,30 +229,31 @@ class SourceSink final : public CertificateSink {
   StringBuffer m_heldLine;  // of the first behind that with a line of its own
 };
 
-// 0, or what reading failed with.
-int feedAll(int descriptor, CertificateReader& reader, SourceSink& sink, Console& console) {
+// Hands each piece of a source to `take` until that is false; 0, or what reading failed with.
+template <class Take>
+int readPieces(std::string_view source, Take take) {
+  const bool isStandardInput = source == "-";
+  const Descriptor file(
+      isStandardInput ? STDIN_FILENO : ::open(std::string(source).c_str(), O_RDONLY | O_CLOEXEC));
+  if (file.get() < 0) return errno;
   const auto chunk = std::make_unique<char[]>(kChunkSize);
   for (;;) {
-    const ssize_t size = ::read(descriptor, chunk.get(), kChunkSize);
+    const ssize_t size = ::read(file.get(), chunk.get(), kChunkSize);
     if (size < 0 && errno == EINTR) continue;
     if (size < 0) return errno;
-    if (size == 0) return 0;
-    const bool wantsMore = reader.feed(std::string_view(chunk.get(), static_cast<size_t>(size)));
-    // What a pipe brought goes out at once: its other end may wait for it.
-    sink.endRun();
-    if (!console.flush() || !wantsMore) return 0;
+    if (size == 0 || !take(std::string_view(chunk.get(), static_cast<size_t>(size)))) return 0;
   }
 }
 
 void visitSource(std::string_view source, SourceSink& sink, Console& console) {
-  const bool isStandardInput = source == "-";
-  const Descriptor file(
-      isStandardInput ? STDIN_FILENO : ::open(std::string(source).c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) return sink.systemFailure(0, errno);
   CertificateReader reader(sink);
-  if (const int error = feedAll(file.get(), reader, sink, console); error != 0) {
-    return sink.systemFailure(reader.count(), error);
-  }
+  const int error = readPieces(source, [&](std::string_view piece) {
+    const bool wantsMore = reader.feed(piece);
+    // What a pipe brought goes out at once: its other end may wait for it.
+    sink.endRun();
+    return console.flush() && wantsMore;
+  });
+  if (error != 0) return sink.systemFailure(reader.count(), error);
   if (console.flush()) reader.finish();
   sink.endRun();
 }
@@ -266,6 +267,14 @@ void visitCertificates(const std::vector<std::string_view>& sources, bool errors
     visitSource(source, sink, console);
     if (!console.flush()) return;
   }
+}
+
+const char* readSource(std::string_view source, std::string& content) {
+  const int error = readPieces(source, [&](std::string_view piece) {
+    content += piece;
+    return true;
+  });
+  return error != 0 ? std::strerror(error) : nullptr;
 }
 
 LoadedCertificate::LoadedCertificate() : m_certificate(VelmoraX509::createOwnedX509()) {

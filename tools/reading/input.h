@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -45,6 +46,9 @@ class CertificateVisitor {
 /// be written to.
 void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
                        CertificateVisitor& visitor, Console& console);
+
+/// Reads all of a source. Null, or why it could not be read.
+const char* readSource(std::string_view source, std::string& content);
 
 /// The same for the files of a command, of which `visit(input)` gives what CertificateVisitor does;
 /// errors come as JSON where the command got the option "--json". True, for a command to end with.

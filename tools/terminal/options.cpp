@@ -72,7 +72,7 @@ bool Arguments::parse(std::span<char* const> words, std::span<const OptionSpec> 
     std::string_view value;
     if (spec == nullptr) {
       error = unknownOption(name, specs);
-    } else if (has(name)) {
+    } else if (has(name) && !spec->repeats) {
       error = quoted + " is given twice";
     } else if (spec->value.empty() && equals != word.npos) {
       error = quoted + " takes no value";
@@ -98,6 +98,14 @@ const Arguments::Given* Arguments::find(std::string_view option) const {
 std::optional<std::string_view> Arguments::value(std::string_view option) const {
   const Given* given = find(option);
   return given == nullptr ? std::nullopt : std::optional<std::string_view>(given->second);
+}
+
+std::vector<std::string_view> Arguments::values(std::string_view option) const {
+  std::vector<std::string_view> values;
+  for (const Given& given : m_options) {
+    if (given.first == option) values.push_back(given.second);
+  }
+  return values;
 }
 
 bool Arguments::atMostOneOf(std::initializer_list<std::string_view> options,

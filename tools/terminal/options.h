@@ -16,6 +16,7 @@ struct OptionSpec {
   std::string_view name;   // with its dashes
   std::string_view value;  // what to call its value in the help; empty when it takes none
   std::string_view help;
+  bool repeats = false;  // may be given more than once
 };
 
 /// The arguments of a command, taken apart.
@@ -29,6 +30,8 @@ class Arguments {
   bool has(std::string_view option) const { return find(option) != nullptr; }
   /// The value of an option that was given.
   std::optional<std::string_view> value(std::string_view option) const;
+  /// All values of one that may be repeated, in their order.
+  std::vector<std::string_view> values(std::string_view option) const;
   /// False, with `error` set, when more than one of the options was given.
   bool atMostOneOf(std::initializer_list<std::string_view> options, std::string& error) const;
 

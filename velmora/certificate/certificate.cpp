@@ -4,15 +4,14 @@
 #include <limits>
 #include <optional>
 
+#include "velmora/certificate/der.h"
 #include "velmora/certificate/internal/block.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/name_maker.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/hash/sip_hash.h"
-#include "velmora/support/log/log_base.h"
 #include "velmora/support/text/byte_codecs.h"
-#include "velmora/support/time/velmora_sys_time.h"
 
 namespace velmora {
 namespace {
@@ -73,14 +72,10 @@ DerReader datesOf(const BlockRef& block) noexcept {
 // The date that comes next.
 Result<std::chrono::sys_seconds> momentOf(DerReader dates) noexcept {
   Asn1Element date;
-  VelmoraSysTime time;
-  LogNull log;
   dates.takeAny(date);
-  const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
-  if (!time.fromX509(charactersOf(date.content), isGeneralized, log)) {
-    return Error::at(ErrorCode::malformedDate, date.offset);
-  }
-  return std::chrono::sys_seconds(std::chrono::seconds(time.toUnixSeconds()));
+  const std::optional<std::chrono::sys_seconds> time = readTime(date.whole);
+  if (!time) return Error::at(ErrorCode::malformedDate, date.offset);
+  return *time;
 }
 
 }  // namespace

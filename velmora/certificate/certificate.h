@@ -17,6 +17,7 @@
 #include "velmora/certificate/departures.h"
 #include "velmora/certificate/extensions.h"
 #include "velmora/certificate/general_name.h"
+#include "velmora/certificate/general_name_cursor.h"
 #include "velmora/certificate/name.h"
 #include "velmora/certificate/oid.h"
 #include "velmora/certificate/public_key.h"
@@ -182,6 +183,9 @@ class Certificate {
   /// Names that are malformed are among them, as RawName.
   Result<std::vector<GeneralName>> subjectAltNames() const;
   Result<std::vector<GeneralName>> issuerAltNames() const;
+  /// The same names as subjectAltNames() gives, with the same errors, unread.
+  Result<GeneralNameCursor> subjectAltNameCursor() const& noexcept;
+  Result<GeneralNameCursor> subjectAltNameCursor() const&& = delete;
   Result<std::vector<Access>> authorityInfoAccess() const;
   Result<std::vector<Access>> subjectInfoAccess() const;
   Result<std::vector<DistributionPoint>> crlDistributionPoints() const;

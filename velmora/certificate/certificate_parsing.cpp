@@ -1,6 +1,6 @@
 #include "velmora/certificate/certificate.h"
+#include "velmora/certificate/der.h"
 #include "velmora/certificate/internal/block.h"
-#include "velmora/certificate/internal/der_check.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/certificate_shape.h"
 

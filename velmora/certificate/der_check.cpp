@@ -1,4 +1,4 @@
-#include "velmora/certificate/internal/der_check.h"
+#include "velmora/certificate/der.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "velmora/certificate/internal/der_check.h"
+#include "velmora/certificate/der.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/text_reader.h"
 
@@ -55,10 +55,9 @@ size_t ExtensionReader::count() const noexcept {
   return count;
 }
 
-bool ExtensionReader::booleanOrFalse() noexcept {
-  constexpr Tag kBoolean = universal(asn1_tag::kBoolean);
-  if (!isNext(kBoolean)) return false;
-  const Asn1Element taken = primitive(kBoolean);
+bool ExtensionReader::booleanOrFalse(Tag tag) noexcept {
+  if (!isNext(tag)) return false;
+  const Asn1Element taken = primitive(tag);
   const Bytes content = taken.content;
   if (content.size() != 1) {
     refuse(taken.offset);

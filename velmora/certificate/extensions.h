@@ -108,6 +108,22 @@ struct DistributionPoint {
   std::optional<uint16_t> reasons;  // bits of RevocationReason; without, all of them
 };
 
+/// issuingDistributionPoint, an extension of CRLs (§5.2.5): which certificates of its issuer a CRL
+/// is about, and for which reasons.
+struct IssuingDistributionPoint {
+  std::vector<GeneralName> fullName;
+  std::vector<Attribute> relativeName;  // one RDN, below the name of the CRL's issuer
+  bool onlyUserCertificates = false;
+  bool onlyCaCertificates = false;
+  std::optional<uint16_t> onlySomeReasons;  // bits of RevocationReason; without, all of them
+  bool isIndirect = false;                  // it also has entries of other issuers
+  bool onlyAttributeCertificates = false;
+
+  /// From the octets of extnValue. Error malformedExtension with the offset in them. Throws
+  /// std::bad_alloc.
+  static Result<IssuingDistributionPoint> parse(Bytes value);
+};
+
 /// The qualifiers of §4.2.1.4. Texts may have more than 200 characters.
 struct CpsUri {
   std::string text;

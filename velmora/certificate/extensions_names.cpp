@@ -1,3 +1,5 @@
+#include <new>
+
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/extension_productions.h"
 #include "velmora/certificate/internal/extension_reader.h"
@@ -37,12 +39,27 @@ Attribute readAttribute(ExtensionReader& rdn) {
   return {};
 }
 
-// DistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
-//   reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }, where the name or the
-//   issuer has to be there
+// [0] DistributionPointName OPTIONAL
 // DistributionPointName ::= CHOICE { fullName [0] GeneralNames,
 //   nameRelativeToCRLIssuer [1] RelativeDistinguishedName }
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+// Gives whether it is there.
+template <class Point>
+bool readPointName(ExtensionReader& members, Point& point) {
+  if (!members.isNext(context(0))) return false;
+  members.members(context(0), [&](ExtensionReader& name) {
+    if (name.isNext(context(1))) {
+      point.relativeName = name.oneOrMoreOf<Attribute>(context(1), readAttribute);
+    } else {
+      point.fullName = readGeneralNames(name, context(0));
+    }
+  });
+  return true;
+}
+
+// DistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
+//   reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }, where the name or the
+//   issuer has to be there
 // ReasonFlags ::= BIT STRING { unused(0), keyCompromise(1), cACompromise(2), affiliationChanged(3),
 //   superseded(4), cessationOfOperation(5), certificateHold(6), privilegeWithdrawn(7),
 //   aACompromise(8) }
@@ -50,16 +67,7 @@ DistributionPoint readPoint(ExtensionReader& list) {
   DistributionPoint point;
   const size_t at = list.offset();
   list.sequence([&](ExtensionReader& members) {
-    const bool hasName = members.isNext(context(0));
-    if (hasName) {
-      members.members(context(0), [&](ExtensionReader& name) {
-        if (name.isNext(context(1))) {
-          point.relativeName = name.oneOrMoreOf<Attribute>(context(1), readAttribute);
-        } else {
-          point.fullName = readGeneralNames(name, context(0));
-        }
-      });
-    }
+    const bool hasName = readPointName(members, point);
     if (members.isNext(context(1))) point.reasons = members.namedBits(context(1));
     const bool hasIssuer = members.isNext(context(2));
     if (hasIssuer) point.crlIssuer = readGeneralNames(members, context(2));
@@ -85,6 +93,34 @@ std::vector<DistributionPoint> readDistributionPoints(ExtensionReader& value) {
 Result<std::vector<GeneralName>> Certificate::subjectAltNames() const {
   return readExtension<std::vector<GeneralName>>(m_block, extension(oid::subjectAltName),
                                                  readAlternativeNames);
+}
+
+// Walks over all names first, so that a list that is broken at its end gives nothing but the error.
+Result<GeneralNameCursor> Certificate::subjectAltNameCursor() const& noexcept {
+  const auto production = [](ExtensionReader& value) {
+    GeneralNameCursor cursor({}, 0);
+    const size_t at = value.offset();
+    value.sequence([&](ExtensionReader& names) {
+      if (names.atEnd()) names.refuse(at);
+      cursor.m_offset = static_cast<uint32_t>(names.offset());
+      size_t size = 0;
+      while (!names.atEnd()) size += names.element().whole.size();
+      cursor.m_names = names.block().bytes().subspan(cursor.m_offset, size);
+    });
+    return cursor;
+  };
+  return readExtension<GeneralNameCursor>(m_block, extension(oid::subjectAltName), production);
+}
+
+bool GeneralNameCursor::next(PlacedName& name) noexcept {
+  DerReader cursor(m_names, m_offset);
+  Asn1Element element;
+  if (!cursor.takeAny(element)) return false;
+  name = {std::to_integer<uint8_t>(element.whole[0]), element.content,
+          static_cast<uint32_t>(element.offset)};
+  m_names = m_names.subspan(element.whole.size());
+  m_offset = static_cast<uint32_t>(cursor.offset());
+  return true;
 }
 
 Result<std::vector<GeneralName>> Certificate::issuerAltNames() const {
@@ -120,6 +156,29 @@ Result<std::vector<DistributionPoint>> Certificate::crlDistributionPoints() cons
 Result<std::vector<DistributionPoint>> Certificate::freshestCrl() const {
   return readExtension<std::vector<DistributionPoint>>(m_block, extension(oid::freshestCrl),
                                                        readDistributionPoints);
+}
+
+// IssuingDistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
+//   onlyContainsUserCerts [1] BOOLEAN DEFAULT FALSE, onlyContainsCACerts [2] BOOLEAN DEFAULT FALSE,
+//   onlySomeReasons [3] ReasonFlags OPTIONAL, indirectCRL [4] BOOLEAN DEFAULT FALSE,
+//   onlyContainsAttributeCerts [5] BOOLEAN DEFAULT FALSE }
+Result<IssuingDistributionPoint> IssuingDistributionPoint::parse(Bytes value) {
+  const Result<BlockRef> block = Block::create(value);
+  if (!block) throw std::bad_alloc();
+  const auto production = [](ExtensionReader& reader) {
+    IssuingDistributionPoint point;
+    reader.sequence([&](ExtensionReader& members) {
+      readPointName(members, point);
+      point.onlyUserCertificates = members.booleanOrFalse(context(1));
+      point.onlyCaCertificates = members.booleanOrFalse(context(2));
+      if (members.isNext(context(3))) point.onlySomeReasons = members.namedBits(context(3));
+      point.isIndirect = members.booleanOrFalse(context(4));
+      point.onlyAttributeCertificates = members.booleanOrFalse(context(5));
+    });
+    return point;
+  };
+  const Extension whole{Oid(), false, block->bytes(), Bytes(), 0};
+  return readExtension<IssuingDistributionPoint>(*block, whole, production);
 }
 
 }  // namespace velmora

@@ -70,7 +70,7 @@ bool isShortened(Span octets, Span digest) noexcept {
 }
 
 // RSASSA-PKCS1-v1_5 (RFC 8017 §8.2.2).
-SignatureFault computePkcs1(const RsaKeyData& key, Hash hash, const Parts& parts) noexcept {
+SignatureFault computePkcs1(const RsaKeyData& key, Hash hash, const SignedParts& parts) noexcept {
   LogNull log;
   DataBuffer content;
   if (!RsaPrimitive::unsignSslSig(octetsOf(parts.signature).data(), sizeOf(parts.signature),
@@ -89,7 +89,7 @@ SignatureFault computePkcs1(const RsaKeyData& key, Hash hash, const Parts& parts
 
 // RSASSA-PSS (RFC 8017 §8.1.2).
 SignatureFault computePss(const RsaKeyData& key, const SignatureScheme& scheme,
-                          const Parts& parts) noexcept {
+                          const SignedParts& parts) noexcept {
   LogNull log;
   DataBuffer unused;
   PssForm form;
@@ -109,7 +109,7 @@ SignatureFault faultOfPair(bool isReadable, bool isValid) noexcept {
   return isValid ? SignatureFault::none : SignatureFault::wrongSignature;
 }
 
-SignatureFault computeDsa(const DsaKeyData& key, Hash hash, const Parts& parts) noexcept {
+SignatureFault computeDsa(const DsaKeyData& key, Hash hash, const SignedParts& parts) noexcept {
   LogNull log;
   bool isValid = false;
   const Digest digest(hash, parts.tbs);
@@ -119,7 +119,7 @@ SignatureFault computeDsa(const DsaKeyData& key, Hash hash, const Parts& parts) 
   return faultOfPair(isReadable, isValid);
 }
 
-SignatureFault computeEcdsa(const EccKeyData& key, Hash hash, const Parts& parts) noexcept {
+SignatureFault computeEcdsa(const EccKeyData& key, Hash hash, const SignedParts& parts) noexcept {
   LogNull log;
   bool isValid = false;
   const Digest digest(hash, parts.tbs);
@@ -129,7 +129,7 @@ SignatureFault computeEcdsa(const EccKeyData& key, Hash hash, const Parts& parts
   return faultOfPair(isReadable, isValid);
 }
 
-SignatureFault computeEd25519(const Ed25519KeyData& key, const Parts& parts) noexcept {
+SignatureFault computeEd25519(const Ed25519KeyData& key, const SignedParts& parts) noexcept {
   LogNull log;
   if (parts.signature.size() != Ed25519Primitive::kSignatureSize) {
     return SignatureFault::signatureMalformed;
@@ -188,7 +188,7 @@ bool IssuerKey::fits(const SignatureScheme& scheme) const noexcept {
 }
 
 SignatureFault IssuerKey::compute(const SignatureScheme& scheme,
-                                  const Parts& parts) const noexcept {
+                                  const SignedParts& parts) const noexcept {
   if (const auto* const rsa = std::get_if<RsaKeyData>(&m_key)) {
     return scheme.key == KeyKind::rsa ? computePkcs1(*rsa, scheme.hash, parts)
                                       : computePss(*rsa, scheme, parts);
@@ -205,13 +205,13 @@ SignatureFault IssuerKey::compute(const SignatureScheme& scheme,
   return SignatureFault::keyUnusable;
 }
 
-SignatureFault IssuerKey::faultOf(const Certificate& certificate) const noexcept {
-  const Parts parts = certificate.parts();
+SignatureFault IssuerKey::faultOf(const SignedParts& parts) const noexcept {
   if (!sameOctets(parts.innerAlgorithm, parts.outerAlgorithm)) {
     return SignatureFault::algorithmsDiffer;
   }
   Asn1Element algorithm;
-  DerReader(parts.outerAlgorithm, 0).takeAny(algorithm);
+  DerReader outer(parts.outerAlgorithm, 0);
+  if (!outer.takeAny(algorithm) || !outer.atEnd()) return SignatureFault::parametersForbidden;
   const SchemeReading reading = readScheme(algorithm);
   if (reading.fault != SignatureFault::none) return reading.fault;
   if (!fits(reading.scheme)) return SignatureFault::keyDoesNotFit;
@@ -220,7 +220,12 @@ SignatureFault IssuerKey::faultOf(const Certificate& certificate) const noexcept
 }
 
 SignatureCheck IssuerKey::check(const Certificate& certificate) const noexcept {
-  const SignatureFault fault = faultOf(certificate);
+  const Parts parts = certificate.parts();
+  return check(SignedParts{parts.tbs, parts.innerAlgorithm, parts.outerAlgorithm, parts.signature});
+}
+
+SignatureCheck IssuerKey::check(const SignedParts& parts) const noexcept {
+  const SignatureFault fault = faultOf(parts);
   return {verdictOf(fault), fault};
 }
 

@@ -13,6 +13,15 @@
 
 namespace velmora {
 
+/// What of something that was signed its signature rests on: of a certificate (RFC 5280 §4.1.1), of
+/// a CRL (§5.1.1).
+struct SignedParts {
+  Bytes tbs;             // what is signed, with identifier and length
+  Bytes innerAlgorithm;  // the AlgorithmIdentifier in it, likewise
+  Bytes outerAlgorithm;  // that behind it, likewise
+  Bytes signature;       // the octets of the BIT STRING; empty when it has unused bits
+};
+
 /// The public key of an issuer, made ready once to check any number of signatures with; about
 /// 10 KiB that stand on their own. Never changes; any number of threads may check with one.
 class IssuerKey {
@@ -32,12 +41,14 @@ class IssuerKey {
 
   /// Whether the signature of the certificate is this key's: Certificate::checkSignature.
   SignatureCheck check(const Certificate& certificate) const noexcept;
+  /// The same for whatever else is signed in this way.
+  SignatureCheck check(const SignedParts& parts) const noexcept;
 
  private:
   bool load(const struct KeyParts& parts) noexcept;
   bool fits(const SignatureScheme& scheme) const noexcept;
-  SignatureFault faultOf(const Certificate& certificate) const noexcept;
-  SignatureFault compute(const SignatureScheme& scheme, const Parts& parts) const noexcept;
+  SignatureFault faultOf(const SignedParts& parts) const noexcept;
+  SignatureFault compute(const SignatureScheme& scheme, const SignedParts& parts) const noexcept;
 
   KeyKind m_kind = KeyKind::other;           // also of a key that cannot be used
   std::optional<SignatureScheme> m_boundTo;  // a key for RSASSA-PSS with these parameters alone

@@ -71,6 +71,11 @@ class Name {
   /// 64 KiB of text, outOfMemory.
   static Result<Name> parse(std::string_view rfc4514) noexcept;
 
+  /// From the DER of a Name, which is copied. Errors notAsn1, notDer, trailingOctets, tooLarge,
+  /// outOfMemory, and malformedName for what is no SEQUENCE; whether that is one of RDNs is for
+  /// those who ask it, as with the names of a certificate.
+  static Result<Name> fromDer(Bytes der) noexcept;
+
   /// All attributes in the certificate's order. Error malformedName with the offset of what is no
   /// RDN of one attribute or more, or an attribute whose type is no OID in its shortest form.
   Result<std::vector<Attribute>> attributes() const;
@@ -95,8 +100,9 @@ class Name {
   /// keep their order. Types that §3 or RFC 4519 have a keyword for, and the e-mail address, are
   /// written with it (docs/formats.md lists them), others dotted and then with the value as "#" and
   /// hexadecimal, as is every value that is no text. Escaped is what §2.4 demands and nothing else:
-  /// line breaks and terminal escapes stay. Parsed back, it matches. Errors malformedName as above,
-  /// and tooLarge for a type with an arc of more than 512 octets.
+  /// line breaks and terminal escapes stay. Parsed back, it matches where the name is in the string
+  /// types that parse() makes, or that are equal to them. Errors malformedName as above, and
+  /// tooLarge for a type with an arc of more than 512 octets.
   Result<std::string> rfc4514() const;
 
   /// Whether there is no RDN. False for what is malformed.
@@ -107,12 +113,21 @@ class Name {
   Bytes der() const&& = delete;
 
   /// Whether both are the same name in the sense of RFC 5280 §7.1: RDN by RDN the same attributes
-  /// in any order, where text is equal when its characters are, whatever string types they are in,
-  /// after the letters A to Z are folded to small ones, spaces at the ends are dropped and those
-  /// within run together. Other letters are not folded, which is stricter than RFC 4518 asks: what
-  /// no table of ours vouches for is not the same. Values that are no text are equal octet by
-  /// octet. A malformed name matches nothing, not even itself. Memory that runs out makes false.
+  /// in any order. Values that are a PrintableString or a UTF8String, and of the e-mail address and
+  /// of domainComponent an IA5String, are equal when their characters are, after the letters A to Z
+  /// are folded to small ones, white space at the ends is dropped and runs of it within are one
+  /// space. All others are equal octet by octet, their type included, and so are those whose octets
+  /// are none of their type. That is stricter than RFC 4518 asks: what no table of ours vouches for
+  /// is not the same. A malformed name matches nothing, not even itself. Memory that runs out makes
+  /// false.
   bool matches(const Name& other) const noexcept;
+
+  /// A key to find and to order names by: two names match exactly if theirs are equal, and one
+  /// starts with all RDNs of another exactly if its key starts with the other's. It is the contents
+  /// of the Name in DER with the texts that matches() folds as UTF8Strings of what they fold to,
+  /// and the attributes of an RDN sorted; so it is empty for the empty name, and not longer than
+  /// der(). Linear but for the sorting. None for a malformed name.
+  std::optional<std::string> folded() const;
 
   /// The same octets.
   friend bool operator==(const Name& a, const Name& b) noexcept;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 #include <new>
 
 #include "velmora/certificate/internal/block.h"
@@ -7,16 +6,27 @@
 #include "velmora/certificate/internal/name_reader.h"
 #include "velmora/certificate/internal/text_reader.h"
 #include "velmora/certificate/name.h"
+#include "velmora/support/text/folded_text.h"
 
 namespace velmora {
 namespace {
 
-bool sameText(TextKind kind, Bytes content, TextKind otherKind, Bytes otherContent) noexcept {
-  FoldedText ours(kind, content);
-  FoldedText theirs(otherKind, otherContent);
-  char32_t c = ours.next();
+// Whether the value is compared by its characters.
+bool isFolded(const AttributeElements& attribute) noexcept {
+  const TextKind kind = stringType(attribute.value.header);
+  const Bytes type = attribute.type.content;
+  const bool mayBe = kind == TextKind::utf8 || kind == TextKind::printable ||
+                     (kind == TextKind::ia5 && (sameOctets(type, oid::emailAddress.der()) ||
+                                                sameOctets(type, oid::domainComponent.der())));
+  return mayBe && textKindOf(attribute.value) == kind;
+}
+
+bool sameFolded(Bytes a, Bytes b) noexcept {
+  FoldedText ours(charactersOf(a));
+  FoldedText theirs(charactersOf(b));
+  int c = ours.next();
   while (c == theirs.next()) {
-    if (c == TextReader::kEnd) return true;
+    if (c == FoldedText::kEnd) return true;
     c = ours.next();
   }
   return false;
@@ -24,118 +34,126 @@ bool sameText(TextKind kind, Bytes content, TextKind otherKind, Bytes otherConte
 
 bool sameAttribute(const AttributeElements& a, const AttributeElements& b) noexcept {
   if (!sameOctets(a.type.content, b.type.content)) return false;
-  if (sameOctets(a.value.whole, b.value.whole)) return true;
-  const TextKind kind = textKindOf(a.value);
-  const TextKind otherKind = textKindOf(b.value);
-  return kind != TextKind::none && otherKind != TextKind::none &&
-         sameText(kind, a.value.content, otherKind, b.value.content);
+  return sameOctets(a.value.whole, b.value.whole) ||
+         (isFolded(a) && isFolded(b) && sameFolded(a.value.content, b.value.content));
 }
 
-// The attributes of a multi-valued RDN in an order in which those that match have the same place.
-// Texts are written out folded: comparing them is then no more work than the shorter one is long,
-// whatever runs of spaces it came with, so that sorting a hostile RDN is not quadratic.
-class SortedRdn {
- public:
-  SortedRdn(const Asn1Element& rdn, size_t count) noexcept
-      : m_texts(new (std::nothrow) unsigned char[kMostUtf8 * rdn.content.size()]),
-        m_attributes(new (std::nothrow) Compared[count]),
-        m_count(count) {
-    if (isReady()) fill(NameReader::ofRdn(rdn.content, rdn.contentOffset()));
+// Makes what `out` holds from `start` on the contents of an element.
+void enclose(unsigned char identifier, size_t start, std::string& out) {
+  const size_t size = out.size() - start;
+  const size_t following = lengthSize(size) - 1;
+  char header[2 + sizeof(size)];
+  header[0] = static_cast<char>(identifier);
+  header[1] = static_cast<char>(following == 0 ? size : 0x80 | following);
+  for (size_t i = 0; i < following; ++i) {
+    header[2 + i] = static_cast<char>(size >> 8 * (following - 1 - i));
   }
+  out.insert(start, header, 2 + following);
+}
 
-  bool operator==(const SortedRdn& other) const noexcept {
-    return isReady() && other.isReady() &&
-           std::equal(m_attributes.get(), m_attributes.get() + m_count, other.m_attributes.get(),
-                      [](const Compared& a, const Compared& b) {
-                        return a.isText == b.isText && sameOctets(a.type, b.type) &&
-                               sameOctets(a.value, b.value);
-                      });
+constexpr unsigned char kUtf8Identifier = asn1_tag::kUtf8String,
+                        kSequenceIdentifier = 0x20 | asn1_tag::kSequence,
+                        kSetIdentifier = 0x20 | asn1_tag::kSet;
+
+void appendFolded(const AttributeElements& attribute, std::string& out) {
+  const size_t start = out.size();
+  out += charactersOf(attribute.type.whole);
+  if (isFolded(attribute)) {
+    const size_t valueStart = out.size();
+    FoldedText text(charactersOf(attribute.value.content));
+    for (int c = text.next(); c != FoldedText::kEnd; c = text.next()) out += static_cast<char>(c);
+    enclose(kUtf8Identifier, valueStart, out);
+  } else {
+    out += charactersOf(attribute.value.whole);
   }
+  enclose(kSequenceIdentifier, start, out);
+}
 
- private:
-  struct Compared {
-    Bytes type;
-    Bytes value;  // folded in UTF-8, or the element whole
-    bool isText = false;
-  };
-
-  // An octet of T61String takes two in UTF-8; the other types take no more than half as much again.
-  static constexpr size_t kMostUtf8 = 2;
-
-  bool isReady() const noexcept { return m_texts != nullptr && m_attributes != nullptr; }
-
-  void fill(NameReader reader) noexcept {
-    AttributeElements elements;
-    unsigned char* out = m_texts.get();
-    for (size_t i = 0; reader.next(elements); ++i) {
-      const TextKind kind = textKindOf(elements.value);
-      unsigned char* const start = out;
-      if (kind != TextKind::none) out = writeFolded(kind, elements.value.content, out);
-      const bool isText = kind != TextKind::none;
-      const Bytes folded = bytesOf({start, static_cast<size_t>(out - start)});
-      m_attributes[i] = {elements.type.content, isText ? folded : elements.value.whole, isText};
-    }
-    std::sort(m_attributes.get(), m_attributes.get() + m_count, isBefore);
+// Sorts the pieces of `out` from `start` on, each of which ends where `ends` says.
+void sortPieces(size_t start, const std::vector<size_t>& ends, std::string& out) {
+  const std::string unsorted = out.substr(start);
+  std::vector<std::string_view> pieces;
+  pieces.reserve(ends.size());
+  size_t at = 0;
+  for (const size_t end : ends) {
+    pieces.push_back(std::string_view(unsorted).substr(at, end - start - at));
+    at = end - start;
   }
+  std::sort(pieces.begin(), pieces.end());
+  out.resize(start);
+  for (const std::string_view piece : pieces) out += piece;
+}
 
-  static unsigned char* writeFolded(TextKind kind, Bytes content, unsigned char* out) noexcept {
-    FoldedText text(kind, content);
-    for (char32_t c = text.next(); c != TextReader::kEnd; c = text.next()) {
-      unsigned char octets[4];
-      out = std::copy_n(octets, writeUtf8(c, octets), out);
-    }
-    return out;
-  }
-
-  static bool isBefore(const Compared& a, const Compared& b) noexcept {
-    if (a.isText != b.isText) return b.isText;
-    const bool sameType = sameOctets(a.type, b.type);
-    const Bytes ours = sameType ? a.value : a.type;
-    const Bytes theirs = sameType ? b.value : b.type;
-    return std::lexicographical_compare(ours.begin(), ours.end(), theirs.begin(), theirs.end());
-  }
-
-  std::unique_ptr<unsigned char[]> m_texts;
-  std::unique_ptr<Compared[]> m_attributes;
-  size_t m_count;
-};
-
-size_t attributeCount(const Asn1Element& rdn) noexcept {
+// The RDN is well-formed.
+void appendFolded(const Asn1Element& rdn, std::string& out) {
+  const size_t start = out.size();
   NameReader reader = NameReader::ofRdn(rdn.content, rdn.contentOffset());
-  AttributeElements elements;
-  size_t count = 0;
-  while (reader.next(elements)) ++count;
-  return count;
+  AttributeElements attribute;
+  reader.next(attribute);
+  appendFolded(attribute, out);
+  if (reader.next(attribute)) {
+    std::vector<size_t> ends = {out.size()};
+    do {
+      appendFolded(attribute, out);
+      ends.push_back(out.size());
+    } while (reader.next(attribute));
+    sortPieces(start, ends, out);
+  }
+  enclose(kSetIdentifier, start, out);
 }
 
-// Both are well-formed.
-bool sameRdn(const Asn1Element& a, const Asn1Element& b) noexcept {
+bool isSingleValued(const Asn1Element& rdn, AttributeElements& attribute) noexcept {
+  NameReader reader = NameReader::ofRdn(rdn.content, rdn.contentOffset());
+  AttributeElements another;
+  reader.next(attribute);
+  return !reader.next(another);
+}
+
+// Both are well-formed. Allocates only for RDNs of several attributes.
+bool sameRdn(const Asn1Element& a, const Asn1Element& b) {
   if (sameOctets(a.content, b.content)) return true;
-  const size_t count = attributeCount(a);
-  if (count != attributeCount(b)) return false;
-  if (count != 1) return SortedRdn(a, count) == SortedRdn(b, count);
   AttributeElements ours;
   AttributeElements theirs;
-  NameReader::ofRdn(a.content, a.contentOffset()).next(ours);
-  NameReader::ofRdn(b.content, b.contentOffset()).next(theirs);
-  return sameAttribute(ours, theirs);
+  const bool isSingle = isSingleValued(a, ours);
+  if (isSingle != isSingleValued(b, theirs)) return false;
+  if (isSingle) return sameAttribute(ours, theirs);
+  std::string ourFolded;
+  std::string theirFolded;
+  appendFolded(a, ourFolded);
+  appendFolded(b, theirFolded);
+  return ourFolded == theirFolded;
 }
 
-}  // namespace
-
-bool Name::matches(const Name& other) const noexcept {
-  if (nameFault(der(), m_at) || nameFault(other.der(), other.m_at)) return false;
-  if (sameOctets(der(), other.der())) return true;
-  DerReader ours(contentAt(m_block.bytes(), m_at), 0);
-  DerReader theirs(contentAt(other.m_block.bytes(), other.m_at), 0);
+bool sameRdns(DerReader ours, DerReader theirs) {
+  Asn1Element our;
+  Asn1Element their;
   while (!ours.atEnd() && !theirs.atEnd()) {
-    Asn1Element our;
-    Asn1Element their;
     ours.takeAny(our);
     theirs.takeAny(their);
     if (!sameRdn(our, their)) return false;
   }
   return ours.atEnd() && theirs.atEnd();
+}
+
+}  // namespace
+
+bool Name::matches(const Name& other) const noexcept try {
+  if (nameFault(der(), m_at) || nameFault(other.der(), other.m_at)) return false;
+  return sameOctets(der(), other.der()) ||
+         sameRdns(DerReader(contentAt(m_block.bytes(), m_at), 0),
+                  DerReader(contentAt(other.m_block.bytes(), other.m_at), 0));
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+std::optional<std::string> Name::folded() const {
+  if (nameFault(der(), m_at)) return std::nullopt;
+  std::string out;
+  out.reserve(m_size);
+  DerReader rdns(contentAt(m_block.bytes(), m_at), 0);
+  Asn1Element rdn;
+  while (rdns.takeAny(rdn)) appendFolded(rdn, out);
+  return out;
 }
 
 }  // namespace velmora

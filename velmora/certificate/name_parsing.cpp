@@ -2,8 +2,8 @@
 #include <new>
 #include <optional>
 
+#include "velmora/certificate/der.h"
 #include "velmora/certificate/internal/attribute_keywords.h"
-#include "velmora/certificate/internal/der_check.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/name_maker.h"
 #include "velmora/certificate/internal/octets.h"
@@ -222,6 +222,15 @@ class NameParser {
 };
 
 }  // namespace
+
+Result<Name> Name::fromDer(Bytes der) noexcept {
+  if (const auto fault = derFault(der)) return *fault;
+  Asn1Element name;
+  if (!DerReader(der, 0).takeSequence(name)) return Error::at(ErrorCode::malformedName, 0);
+  const Result<BlockRef> block = Block::create(der);
+  if (!block) return block.error();
+  return NameMaker::make(*block, 0);
+}
 
 Result<Name> Name::parse(std::string_view rfc4514) noexcept try {
   if (rfc4514.size() > kMostText) return Error{ErrorCode::tooLarge};

@@ -68,6 +68,10 @@ std::string_view Error::message() const noexcept {
       return "It is larger than can be taken.";
     case ErrorCode::cannotOpenFile:
       return "The file cannot be opened.";
+    case ErrorCode::notAHost:
+      return "Not a host name, an IP address or an e-mail address.";
+    case ErrorCode::hostNotAscii:
+      return "A name with letters beyond ASCII; its ASCII form (\"xn--...\") is needed.";
   }
   return {};
 }

@@ -29,6 +29,8 @@ enum class ErrorCode : uint8_t {
   unknownAlgorithm,    // not one of those that this library knows
   tooLarge,            // beyond a limit, which the operation names
   cannotOpenFile,      // the file does not exist or may not be read
+  notAHost,            // a text that is no host name, address or e-mail address
+  hostNotAscii,        // one with letters that have to be written in ASCII ("xn--...")
 };
 
 /// What octets turned out to be that are no certificate.

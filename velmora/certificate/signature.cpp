@@ -56,15 +56,27 @@ std::string_view SignatureCheck::message() const noexcept {
   return {};
 }
 
-Result<SignatureScheme> Certificate::signatureScheme() const noexcept {
-  const size_t at = m_block->index().outerAlgorithm;
+namespace {
+
+Result<SignatureScheme> schemeAt(DerReader reader) noexcept {
   Asn1Element identifier;
-  DerReader(m_block.bytes().subspan(at), at).takeAny(identifier);
+  if (!reader.takeAny(identifier)) return Error::at(ErrorCode::malformedField, reader.offset());
   const SchemeReading reading = readScheme(identifier);
   if (reading.fault == SignatureFault::none) return reading.scheme;
   const bool isForbidden = reading.fault == SignatureFault::parametersForbidden;
   return Error::at(isForbidden ? ErrorCode::malformedField : ErrorCode::unknownAlgorithm,
                    reading.offset);
+}
+
+}  // namespace
+
+Result<SignatureScheme> schemeOf(Bytes algorithmIdentifier) noexcept {
+  return schemeAt(DerReader(algorithmIdentifier));
+}
+
+Result<SignatureScheme> Certificate::signatureScheme() const noexcept {
+  const size_t at = m_block->index().outerAlgorithm;
+  return schemeAt(DerReader(m_block.bytes().subspan(at), at));
 }
 
 }  // namespace velmora

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/certificate/bytes.h"
 #include "velmora/certificate/oid.h"
 #include "velmora/certificate/public_key.h"
+#include "velmora/certificate/result.h"
 
 namespace velmora {
 
@@ -38,6 +40,10 @@ struct SignatureScheme {
   Hash maskHash = Hash::sha1;    // of RSASSA-PSS, for the mask
   uint32_t saltLength = 0;       // of RSASSA-PSS, in octets
 };
+
+/// The same of the DER of an AlgorithmIdentifier. Errors unknownAlgorithm, and malformedField with
+/// the offset of parameters that it must not have.
+Result<SignatureScheme> schemeOf(Bytes algorithmIdentifier) noexcept;
 
 enum class SignatureVerdict : uint8_t {
   good,

@@ -1,9 +1,5 @@
 #include "velmora/certificate/internal/text_reader.h"
 
-#include <utility>
-
-#include "velmora/support/text/ascii.h"
-
 namespace velmora {
 
 TextKind stringType(const Asn1Header& header) noexcept {
@@ -88,18 +84,6 @@ std::string utf8Of(TextKind kind, Bytes content) {
     text.append(reinterpret_cast<const char*>(octets), writeUtf8(c, octets));
   }
   return text;
-}
-
-char32_t FoldedText::next() noexcept {
-  if (m_held != TextReader::kEnd) return std::exchange(m_held, TextReader::kEnd);
-  char32_t c = m_reader.next();
-  const bool spaces = c == ' ';
-  while (c == ' ') c = m_reader.next();
-  if (c == TextReader::kEnd) return c;
-  if (c < 0x80) c = static_cast<unsigned char>(asciiLower(static_cast<char>(c)));
-  if (!std::exchange(m_started, true) || !spaces) return c;
-  m_held = c;
-  return ' ';
 }
 
 }  // namespace velmora

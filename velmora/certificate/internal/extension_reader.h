@@ -100,7 +100,7 @@ class ExtensionReader {
   }
 
   /// BOOLEAN DEFAULT FALSE: FF or 00.
-  bool booleanOrFalse() noexcept;
+  bool booleanOrFalse(Tag tag = universal(asn1_tag::kBoolean)) noexcept;
   /// INTEGER (0..MAX): what 64 bits do not hold is UINT64_MAX.
   uint64_t unsignedInteger(Tag tag = universal(asn1_tag::kInteger)) noexcept;
   /// INTEGER: what 64 bits do not hold is INT64_MAX or INT64_MIN.

@@ -47,19 +47,4 @@ constexpr bool isUtf8(TextKind kind) noexcept {
 /// The characters in UTF-8 of content octets for which textKindOf gave `kind`.
 std::string utf8Of(TextKind kind, Bytes content);
 
-/// The characters of a text as names are compared by (Name::matches): A to Z as small letters, the
-/// spaces at its ends left out, and one for each run of them within.
-class FoldedText {
- public:
-  FoldedText(TextKind kind, Bytes content) noexcept : m_reader(kind, content) {}
-
-  /// TextReader::kEnd at the end.
-  char32_t next() noexcept;
-
- private:
-  TextReader m_reader;
-  char32_t m_held = TextReader::kEnd;  // the character behind a space that was given
-  bool m_started = false;
-};
-
 }  // namespace velmora

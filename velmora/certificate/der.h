@@ -1,7 +1,8 @@
 #pragma once
 
-// Says whether octets are DER all the way down.
+// How certificates, and what is made like them, are held against DER.
 
+#include <chrono>
 #include <optional>
 
 #include "velmora/certificate/bytes.h"
@@ -15,5 +16,9 @@ namespace velmora {
 /// or BerWalk::maxElements in all. Nothing when they are. What primitive elements hold is not
 /// looked at. Linear, without recursion, without memory.
 std::optional<Error> derFault(Bytes bytes) noexcept;
+
+/// The moment of a UTCTime or GeneralizedTime, which is `element` whole: what Certificate::validity
+/// reads, a fraction of a second left out. Nothing for any other octets.
+std::optional<std::chrono::sys_seconds> readTime(Bytes element) noexcept;
 
 }  // namespace velmora

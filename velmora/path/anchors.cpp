@@ -1,0 +1,185 @@
+#include "velmora/path/anchors.h"
+
+#include <algorithm>
+#include <new>
+
+#include "velmora/path/internal/indexes.h"
+#include "velmora/support/hash/vm_hash.h"
+
+namespace velmora {
+namespace {
+
+Sha256 digestOf(Bytes octets) noexcept {
+  Sha256 digest;
+  _vmHash::hashTo(octets.data(), octets.size(), _vmHash::kSha256,
+                  reinterpret_cast<unsigned char*>(digest.data()));
+  return digest;
+}
+
+int compareOctets(Bytes a, Bytes b) noexcept {
+  const auto order = std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end());
+  return order < 0 ? -1 : order > 0 ? 1 : 0;
+}
+
+// Certificates by their octets, before anchors by name and key, of which those that are equal in
+// both and differ in constraints stay apart, in the order in which they were given.
+int compareAnchors(const TrustAnchor& a, const TrustAnchor& b) noexcept {
+  const bool isCertificate = a.certificate().has_value();
+  if (isCertificate != b.certificate().has_value()) return isCertificate ? -1 : 1;
+  if (isCertificate) return compareOctets(a.certificate()->der(), b.certificate()->der());
+  const Name ourName = a.name();
+  const Name theirName = b.name();
+  const int byName = compareOctets(ourName.der(), theirName.der());
+  return byName != 0 ? byName : compareOctets(a.key(), b.key());
+}
+
+// Those of `all` between two ends of equal names.
+template <class Entry, class NameOf>
+std::span<const Entry* const> rangeOf(const std::vector<const Entry*>& all, std::string_view name,
+                                      NameOf nameOf) noexcept {
+  const auto first = std::lower_bound(
+      all.begin(), all.end(), name,
+      [&](const Entry* entry, std::string_view wanted) { return nameOf(*entry) < wanted; });
+  auto last = first;
+  while (last != all.end() && nameOf(**last) == name) ++last;
+  return {first, last};
+}
+
+// Those with a name, sorted by it; of one name in the order in which they stand.
+template <class Entry, class NameOf>
+std::vector<const Entry*> sortedByName(const std::vector<Entry>& entries, NameOf nameOf) {
+  std::vector<const Entry*> sorted;
+  sorted.reserve(entries.size());
+  for (const Entry& entry : entries) {
+    if (!nameOf(entry).empty()) sorted.push_back(&entry);
+  }
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [&](const Entry* a, const Entry* b) { return nameOf(*a) < nameOf(*b); });
+  return sorted;
+}
+
+std::string_view subjectOf(const IndexedCertificate& certificate) noexcept {
+  return certificate.facts.subject ? std::string_view(*certificate.facts.subject) : "";
+}
+
+std::string_view nameOfAnchor(const IndexedAnchor& anchor) noexcept {
+  return anchor.name;
+}
+
+}  // namespace
+
+TrustAnchor::TrustAnchor(Certificate certificate) noexcept
+    : m_certificate(std::move(certificate)) {}
+
+TrustAnchor::TrustAnchor(Name name, Octets key, AnchorConstraints constraints)
+    : m_name(std::move(name)),
+      m_key(std::make_shared<const Octets>(std::move(key))),
+      m_constraints(std::make_shared<const AnchorConstraints>(std::move(constraints))) {}
+
+Result<TrustAnchor> TrustAnchor::make(const Name& name, Bytes subjectPublicKeyInfo,
+                                      AnchorConstraints constraints) noexcept try {
+  const std::optional<std::string> folded = name.folded();
+  if (!folded || folded->empty()) return Error{ErrorCode::malformedName};
+  if (!IssuerKey(subjectPublicKeyInfo).isUsable()) return Error{ErrorCode::malformedKey};
+  return TrustAnchor(name, Octets(subjectPublicKeyInfo.begin(), subjectPublicKeyInfo.end()),
+                     std::move(constraints));
+} catch (const std::bad_alloc&) {
+  return Error{ErrorCode::outOfMemory};
+}
+
+Name TrustAnchor::name() const noexcept {
+  return m_certificate ? m_certificate->subject() : *m_name;
+}
+
+Bytes TrustAnchor::key() const& noexcept {
+  return m_certificate ? m_certificate->parts().spki : Bytes(*m_key);
+}
+
+IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
+    : anchor(of), name(of.name().folded().value_or("")), keyDigest(digestOf(anchor.key())) {
+  if (of.certificate()) {
+    facts.emplace(*of.certificate());
+    if (facts->key) key = *facts->key;
+    if (facts->basicConstraints) pathLength = facts->basicConstraints->pathLength;
+    if (facts->extendedKeyUsage) purposes = *facts->extendedKeyUsage;
+    constraints = facts->constraints;
+    return;
+  }
+  const AnchorConstraints& given = *of.constraints();
+  pathLength = given.pathLength;
+  purposes = given.purposes;
+  if (given.names) constraints = std::make_shared<const PreparedConstraints>(*given.names);
+}
+
+AnchorIndex::AnchorIndex(std::span<const TrustAnchor> anchors) {
+  std::vector<const TrustAnchor*> sorted;
+  sorted.reserve(anchors.size());
+  for (const TrustAnchor& anchor : anchors) sorted.push_back(&anchor);
+  std::stable_sort(sorted.begin(), sorted.end(), [](const TrustAnchor* a, const TrustAnchor* b) {
+    return compareAnchors(*a, *b) < 0;
+  });
+  m_anchors.reserve(sorted.size());
+  for (size_t i = 0; i < sorted.size(); ++i) {
+    const bool isDouble =
+        i != 0 && sorted[i]->certificate() && compareAnchors(*sorted[i - 1], *sorted[i]) == 0;
+    if (!isDouble) m_anchors.emplace_back(*sorted[i]);
+  }
+  m_byName = sortedByName(m_anchors, nameOfAnchor);
+}
+
+std::span<const IndexedAnchor* const> AnchorIndex::withName(
+    std::string_view folded) const noexcept {
+  return rangeOf(m_byName, folded, nameOfAnchor);
+}
+
+const IndexedAnchor* AnchorIndex::find(const Certificate& certificate) const noexcept {
+  const auto found = std::lower_bound(m_anchors.begin(), m_anchors.end(), certificate,
+                                      [](const IndexedAnchor& anchor, const Certificate& wanted) {
+                                        const auto& own = anchor.anchor.certificate();
+                                        return own && compareOctets(own->der(), wanted.der()) < 0;
+                                      });
+  const bool isSame = found != m_anchors.end() && found->anchor.certificate() == certificate;
+  return isSame ? &*found : nullptr;
+}
+
+IntermediateIndex::IntermediateIndex(std::span<const Certificate> certificates) {
+  std::vector<Certificate> sorted(certificates.begin(), certificates.end());
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  m_certificates.reserve(sorted.size());
+  for (const Certificate& each : sorted) m_certificates.emplace_back(each);
+  m_bySubject = sortedByName(m_certificates, subjectOf);
+}
+
+std::span<const IndexedCertificate* const> IntermediateIndex::withSubject(
+    std::string_view folded) const noexcept {
+  return rangeOf(m_bySubject, folded, subjectOf);
+}
+
+namespace {
+
+std::vector<TrustAnchor> anchorsOf(std::span<const Certificate> roots) {
+  return {roots.begin(), roots.end()};
+}
+
+}  // namespace
+
+TrustAnchors::TrustAnchors() : TrustAnchors(std::span<const TrustAnchor>()) {}
+TrustAnchors::TrustAnchors(std::span<const Certificate> roots)
+    : TrustAnchors(std::span<const TrustAnchor>(anchorsOf(roots))) {}
+TrustAnchors::TrustAnchors(std::span<const TrustAnchor> anchors)
+    : m_index(std::make_shared<const AnchorIndex>(anchors)) {}
+
+size_t TrustAnchors::size() const noexcept {
+  return m_index->size();
+}
+
+CertificateSet::CertificateSet() : CertificateSet(std::span<const Certificate>()) {}
+CertificateSet::CertificateSet(std::span<const Certificate> certificates)
+    : m_index(std::make_shared<const IntermediateIndex>(certificates)) {}
+
+size_t CertificateSet::size() const noexcept {
+  return m_index->size();
+}
+
+}  // namespace velmora

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+
+namespace velmora {
+
+/// What a trust anchor that is no certificate binds everything below it to (RFC 5937 §3.2).
+struct AnchorConstraints {
+  std::optional<uint64_t> pathLength = {};        // as basicConstraints has it
+  std::optional<NameConstraints> names = {};      // as the extension has them
+  std::optional<ExtendedKeyUsage> purposes = {};  // likewise
+};
+
+/// Whom a user trusts: a name and its key, with what they are bound to. Of a certificate those
+/// that it holds; nothing else in it is judged: its signature, hash and policies prove nothing,
+/// because trust in it comes from outside.
+class TrustAnchor {
+ public:
+  explicit TrustAnchor(Certificate certificate) noexcept;
+
+  /// A name and the DER of a SubjectPublicKeyInfo, which is copied (RFC 5914's TrustAnchorInfo).
+  /// Error malformedName, malformedKey, outOfMemory.
+  static Result<TrustAnchor> make(const Name& name, Bytes subjectPublicKeyInfo,
+                                  AnchorConstraints constraints = {}) noexcept;
+
+  /// None for a name and key.
+  const std::optional<Certificate>& certificate() const noexcept { return m_certificate; }
+  Name name() const noexcept;
+  /// The SubjectPublicKeyInfo; it lives as long as any copy of the anchor.
+  Bytes key() const& noexcept;
+  Bytes key() const&& = delete;
+  const AnchorConstraints* constraints() const noexcept { return m_constraints.get(); }
+
+ private:
+  TrustAnchor(Name name, Octets key, AnchorConstraints constraints);
+
+  std::optional<Certificate> m_certificate;
+  std::optional<Name> m_name;
+  std::shared_ptr<const Octets> m_key;
+  std::shared_ptr<const AnchorConstraints> m_constraints;
+};
+
+class AnchorIndex;
+
+/// Trust anchors, found by name. A value that copies cheaply and never changes; any thread may ask.
+/// An empty one trusts nothing. It keeps what was computed with its keys (which key signed which
+/// octets, keys made ready) for the verifications that use it: bounded, behind a lock of its own,
+/// and without influence on any answer.
+class TrustAnchors {
+ public:
+  TrustAnchors();
+  /// Anchors that are the same octets count once. Throws std::bad_alloc.
+  explicit TrustAnchors(std::span<const Certificate> roots);
+  explicit TrustAnchors(std::span<const TrustAnchor> anchors);
+
+  size_t size() const noexcept;
+  bool isEmpty() const noexcept { return size() == 0; }
+
+ private:
+  friend class PathBuilder;
+  std::shared_ptr<const AnchorIndex> m_index;
+};
+
+/// Certificates that may stand between a leaf and an anchor, found by name. Nothing in it is
+/// trusted. A value that copies cheaply and never changes; any thread may ask.
+class CertificateSet {
+ public:
+  CertificateSet();
+  /// Equal octets count once. Throws std::bad_alloc.
+  explicit CertificateSet(std::span<const Certificate> certificates);
+
+  size_t size() const noexcept;
+
+ private:
+  friend class PathBuilder;
+  std::shared_ptr<const class IntermediateIndex> m_index;
+};
+
+}  // namespace velmora

@@ -1,0 +1,45 @@
+#include "velmora/path/internal/certificate_facts.h"
+
+namespace velmora {
+namespace {
+
+std::shared_ptr<const PreparedConstraints> prepare(const Certificate& certificate) {
+  const Result<NameConstraints> constraints = certificate.nameConstraints();
+  if (!constraints) return nullptr;
+  return std::make_shared<const PreparedConstraints>(*constraints);
+}
+
+Bytes authorityKeyIdOf(const Certificate& certificate) {
+  const Result<AuthorityKeyId> id = certificate.authorityKeyId();
+  return id && id->keyId ? *id->keyId : Bytes();
+}
+
+std::vector<Oid> criticalOf(const Certificate& certificate) {
+  std::vector<Oid> critical;
+  for (const Extension& each : certificate.extensions()) {
+    if (each.critical) critical.push_back(each.id);
+  }
+  return critical;
+}
+
+}  // namespace
+
+CertificateFacts::CertificateFacts(const Certificate& of)
+    : certificate(of),
+      subject(of.subject().folded()),
+      issuer(of.issuer().folded()),
+      isSelfIssued(subject && issuer && !subject->empty() && *subject == *issuer),
+      version(of.version()),
+      validity(of.validity()),
+      key(of.publicKey()),
+      scheme(of.signatureScheme()),
+      basicConstraints(of.basicConstraints()),
+      keyUsage(of.keyUsage()),
+      extendedKeyUsage(of.extendedKeyUsage()),
+      subjectKeyId(certificate.subjectKeyId().value_or(Bytes())),
+      authorityKeyId(authorityKeyIdOf(certificate)),
+      departures(of.departures()),
+      criticalExtensions(criticalOf(certificate)),
+      constraints(prepare(of)) {}
+
+}  // namespace velmora

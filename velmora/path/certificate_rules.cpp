@@ -1,0 +1,360 @@
+#include "velmora/path/internal/certificate_rules.h"
+
+#include <algorithm>
+#include <iterator>
+#include <tuple>
+
+namespace velmora {
+namespace {
+
+// What is processed where, and so may be critical.
+enum Processed : uint8_t {
+  kNever = 0,
+  kOnLeaf = 1,
+  kOnIssuer = 2,
+  kAlways = kOnLeaf | kOnIssuer,
+  kWithCrls = 4,      // everywhere, when CRLs are judged
+  kOfOcspSigner = 8,  // on a leaf that is to sign OCSP responses
+};
+
+// The extensions that are read, where they are processed, and whether a decision rests on what they
+// say: if it does, one that cannot be read refuses, critical or not.
+struct KnownExtension {
+  Oid id;
+  uint8_t processed;
+  uint8_t decides;  // likewise; kNever: only shown
+};
+
+constexpr KnownExtension kKnownExtensions[] = {
+    {oid::basicConstraints, kAlways, kAlways},
+    {oid::keyUsage, kAlways, kAlways},
+    {oid::extKeyUsage, kAlways, kAlways},
+    {oid::nameConstraints, kAlways, kAlways},
+    {oid::certificatePolicies, kAlways, kAlways},
+    {oid::policyMappings, kAlways, kAlways},
+    {oid::policyConstraints, kAlways, kAlways},
+    {oid::inhibitAnyPolicy, kAlways, kAlways},
+    {oid::subjectAltName, kAlways, kNever},  // where a target or a constraint is judged: there
+    {oid::subjectKeyIdentifier, kAlways, kNever},
+    {oid::authorityKeyIdentifier, kAlways, kNever},
+    {oid::crlDistributionPoints, kWithCrls, kWithCrls},
+    {oid::noRevAvail, kWithCrls, kWithCrls},
+    {oid::ocspNoCheck, kOfOcspSigner, kNever},
+    {oid::issuerAltName, kNever, kNever},
+    {oid::freshestCrl, kNever, kNever},
+    {oid::authorityInfoAccess, kNever, kNever},
+    {oid::subjectInfoAccess, kNever, kNever},
+    {oid::signedTimestamps, kNever, kNever},
+    {oid::tlsFeature, kNever, kNever},
+};
+
+const KnownExtension* find(const Oid& id) noexcept {
+  const auto* const end = std::end(kKnownExtensions);
+  const auto* const found = std::find_if(std::begin(kKnownExtensions), end,
+                                         [&](const KnownExtension& each) { return each.id == id; });
+  return found == end ? nullptr : found;
+}
+
+bool holds(uint8_t where, Role role, const Question& question) noexcept {
+  if ((where & kOnLeaf) != 0 && role == Role::leaf) return true;
+  if ((where & kOnIssuer) != 0 && role == Role::issuer) return true;
+  if ((where & kWithCrls) != 0 && question.judgesCrls()) return true;
+  return (where & kOfOcspSigner) != 0 && role == Role::leaf &&
+         question.options.purpose == Purpose::ocspSigning;
+}
+
+void add(Reason reason, std::vector<Finding>& findings, const Oid& about = {},
+         Severity severity = Severity::failure) {
+  Finding finding;
+  finding.reason = reason;
+  finding.about = about;
+  finding.severity = severity;
+  findings.push_back(std::move(finding));
+}
+
+// What each purpose wants of extendedKeyUsage and keyUsage.
+struct PurposeRow {
+  Purpose purpose;
+  Oid id;
+  bool mustSay;      // absent, or anyExtendedKeyUsage, do not do
+  bool isNested;     // issuers that have the extension have to allow it
+  uint16_t keyUses;  // one of them, where keyUsage is there
+  uint16_t rsaUses;  // and for a key for RSA of every kind
+  uint16_t ecUses;   // and for a key on a curve of RFC 5480
+};
+
+constexpr auto bit(KeyUse use) noexcept {
+  return static_cast<uint16_t>(use);
+}
+constexpr uint16_t kSign = bit(KeyUse::digitalSignature);
+constexpr uint16_t kCommit = bit(KeyUse::nonRepudiation);
+constexpr uint16_t kEncipher = bit(KeyUse::keyEncipherment);
+constexpr uint16_t kAgree = bit(KeyUse::keyAgreement);
+
+constexpr PurposeRow kPurposes[] = {
+    {Purpose::server, oid::serverAuth, false, true, kSign, kEncipher, kAgree},
+    {Purpose::client, oid::clientAuth, false, true, kSign, 0, kAgree},
+    {Purpose::codeSigning, oid::codeSigning, true, true, kSign, 0, 0},
+    {Purpose::email, oid::emailProtection, false, true, kSign | kCommit, kEncipher, kAgree},
+    {Purpose::timeStamping, oid::timeStamping, true, true, kSign | kCommit, 0, 0},
+    {Purpose::ocspSigning, oid::ocspSigning, true, false, kSign | kCommit, 0, 0},
+};
+
+// Null for Purpose::any, of which nothing is judged.
+const PurposeRow* rowOf(Purpose purpose) noexcept {
+  for (const PurposeRow& row : kPurposes) {
+    if (row.purpose == purpose) return &row;
+  }
+  return nullptr;
+}
+
+// Whether the purposes of an issuer or an anchor allow one of the leaf.
+bool allowsBelow(const ExtendedKeyUsage& usage, Purpose purpose) noexcept {
+  const PurposeRow* const row = rowOf(purpose);
+  return row == nullptr || !row->isNested || usage.has(row->id) ||
+         usage.has(oid::anyExtendedKeyUsage);
+}
+
+class Judge {
+ public:
+  Judge(const CertificateFacts& facts, Role role, const Question& question,
+        std::vector<Finding>& findings)
+      : m_facts(facts), m_role(role), m_question(question), m_findings(findings) {}
+
+  void all() {
+    m_listsDepartures = true;
+    departures();
+    criticalExtensions();
+    dates();
+    algorithm();
+    key();
+    if (m_role == Role::issuer) issuer();
+    if (m_role == Role::leaf) leaf();
+    judgeProfile({m_facts, m_role, m_question.options}, m_findings);
+  }
+
+  void leaf() {
+    purpose();
+    target();
+  }
+
+  // RFC 5280 §6.1.4 (k) and (n).
+  void issuer() {
+    const Result<BasicConstraints>& constraints = m_facts.basicConstraints;
+    const bool isReadable = constraints || constraints.error().isAbsent();
+    if (isReadable && !m_facts.isCa()) add(Reason::notACa);
+    if (m_facts.keyUsage && !m_facts.maySignCertificates()) add(Reason::mayNotSign);
+    const PurposeRow* const row = rowOf(m_question.options.purpose);
+    if (row == nullptr || !m_facts.extendedKeyUsage) return;
+    if (!allowsBelow(*m_facts.extendedKeyUsage, row->purpose)) {
+      add(Reason::wrongPurpose, oid::extKeyUsage);
+    }
+  }
+
+  // RFC 5280 §6.1.3 (a)(2).
+  void dates() {
+    if (!m_facts.validity) return addUnlessListed(Reason::malformedDate);
+    if (m_question.at < m_facts.validity->notBefore) add(Reason::notYetValid);
+    if (m_question.at > m_facts.validity->notAfter) add(Reason::expired);
+  }
+
+  void key() {
+    if (!m_facts.key) return;  // a departure
+    const PublicKey& key = *m_facts.key;
+    const KeyOptions& least = m_question.options.keys;
+    switch (key.kind) {
+      case KeyKind::rsa:
+      case KeyKind::rsaPss:
+        return keySize(key.bits, least.rsaBits);
+      case KeyKind::dsa:
+        return keySize(key.bits, least.dsaBits);
+      case KeyKind::ec:
+        return curve(key);
+      case KeyKind::ed25519:
+        return;
+      case KeyKind::other:
+        add(Reason::keyNotKnown, key.algorithm);
+    }
+  }
+
+  // RFC 5280 §6.1.4 (o) and §6.1.5 (f).
+  void criticalExtensions() {
+    for (const Oid& id : m_facts.criticalExtensions) {
+      const KnownExtension* const known = find(id);
+      if (known == nullptr) {
+        add(Reason::unknownCriticalExtension, id);
+      } else if (!holds(known->processed, m_role, m_question)) {
+        add(Reason::criticalNotProcessed, id);
+      }
+    }
+  }
+
+  void departures() {
+    for (const Departure& each : m_facts.departures) departure(each, refuses(each));
+  }
+
+  // Those of an anchor bind only where they stand in what it binds by.
+  void anchorDepartures() {
+    for (const Departure& each : m_facts.departures) {
+      const bool isBinding = isIn(each.about, oid::basicConstraints, oid::keyUsage,
+                                  oid::nameConstraints, oid::extKeyUsage);
+      const bool isWhole = each.code == DepartureCode::extensionListMalformed ||
+                           each.code == DepartureCode::keyMalformed ||
+                           each.code == DepartureCode::curveNotNamed;
+      if (!each.mayDecide() && (isBinding || isWhole)) departure(each, true);
+    }
+  }
+
+ private:
+  template <class... Ids>
+  static bool isIn(const Oid& id, const Ids&... ids) noexcept {
+    return ((id == ids) || ...);
+  }
+
+  void add(Reason reason, const Oid& about = {}) { velmora::add(reason, m_findings, about); }
+
+  // Of what cannot be read, unless a departure tells.
+  void addUnlessListed(Reason reason, const Oid& about = {}) {
+    if (!m_listsDepartures) add(reason, about);
+  }
+
+  void departure(const Departure& departure, bool refuses) {
+    Finding finding;
+    finding.reason = Reason::departure;
+    finding.departure = departure.code;
+    finding.offset = departure.offset;
+    finding.about = departure.about;
+    finding.severity = refuses ? Severity::failure : Severity::warning;
+    m_findings.push_back(std::move(finding));
+  }
+
+  // The closed table of what refuses: what no decision may rest on, but for the contents of
+  // extensions on which none does; and what the profile demands besides.
+  bool refuses(const Departure& each) const noexcept {
+    if (each.mayDecide()) {
+      return m_question.options.profile == Profile::rfc5280 && refusesInRfc5280(each.code);
+    }
+    const bool areEmptyNames = each.code == DepartureCode::extensionMalformed &&
+                               isIn(each.about, oid::subjectAltName, oid::issuerAltName);
+    if (areEmptyNames && m_question.options.profile == Profile::rfc5280) return true;
+    if (each.code == DepartureCode::extensionRepeated) return true;
+    const KnownExtension* const known = find(each.about);
+    return known == nullptr || decides(*known);
+  }
+
+  bool decides(const KnownExtension& known) const noexcept {
+    if (holds(known.decides, m_role, m_question)) return true;
+    if (known.id == oid::subjectAltName && m_question.options.target.isJudged() &&
+        m_role == Role::leaf) {
+      return true;
+    }
+    const auto& critical = m_facts.criticalExtensions;
+    return std::find(critical.begin(), critical.end(), known.id) != critical.end();
+  }
+
+  void keySize(unsigned bits, unsigned least) {
+    if (bits >= least) return;
+    add(Reason::weakKey);
+    m_findings.back().detail = std::to_string(bits) + " bits";
+  }
+
+  void curve(const PublicKey& key) {
+    const std::vector<Oid>& allowed = m_question.options.keys.curves;
+    if (allowed.empty() || std::find(allowed.begin(), allowed.end(), key.curve) != allowed.end()) {
+      return;
+    }
+    add(Reason::curveNotAllowed, key.curve);
+  }
+
+  void algorithm() {
+    if (!m_facts.scheme) return;  // the check of the signature says why
+    if (m_question.options.allowSha1) return;
+    if (m_facts.scheme->hash == Hash::sha1) add(Reason::weakHash);
+  }
+
+  void purpose() {
+    const PurposeRow* const row = rowOf(m_question.options.purpose);
+    if (row == nullptr) return;
+    if (!saysPurpose(*row)) add(Reason::wrongPurpose, oid::extKeyUsage);
+    if (m_facts.keyUsage && m_facts.key && !saysUse(*row)) {
+      add(Reason::wrongKeyUsage, oid::keyUsage);
+    }
+  }
+
+  bool saysPurpose(const PurposeRow& row) const noexcept {
+    const Result<ExtendedKeyUsage>& usage = m_facts.extendedKeyUsage;
+    if (!usage) return !row.mustSay || !usage.error().isAbsent();  // malformed: a departure
+    if (row.purpose == Purpose::timeStamping) {
+      // RFC 3161 §2.3.
+      const auto& critical = m_facts.criticalExtensions;
+      const bool isCritical =
+          std::find(critical.begin(), critical.end(), oid::extKeyUsage) != critical.end();
+      return isCritical && usage->purposes.size() == 1 && usage->has(row.id);
+    }
+    return usage->has(row.id) || (!row.mustSay && usage->has(oid::anyExtendedKeyUsage));
+  }
+
+  bool saysUse(const PurposeRow& row) const noexcept {
+    uint16_t wanted = row.keyUses;
+    if (m_facts.key->kind == KeyKind::rsa) wanted |= row.rsaUses;
+    if (m_facts.key->kind == KeyKind::ec) wanted |= row.ecUses;
+    return (m_facts.keyUsage->bits & wanted) != 0;
+  }
+
+  void target() {
+    const Target& target = m_question.options.target;
+    if (!target.isJudged()) return;
+    const Result<bool> matches = target.matches(m_facts.certificate);
+    if (matches && *matches) return;
+    if (!matches) return addUnlessListed(Reason::malformedExtension, oid::subjectAltName);
+    add(Reason::wrongHost);
+    m_findings.back().detail = target.text();
+  }
+
+  const CertificateFacts& m_facts;
+  Role m_role;
+  const Question& m_question;
+  std::vector<Finding>& m_findings;
+  bool m_listsDepartures = false;  // of an anchor only those that bind
+};
+
+}  // namespace
+
+void judgeCertificate(const CertificateFacts& facts, Role role, const Question& question,
+                      std::vector<Finding>& findings) {
+  Judge(facts, role, question, findings).all();
+}
+
+void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
+                      std::vector<Finding>& findings) {
+  Judge judge(facts, Role::leaf, question, findings);
+  judge.anchorDepartures();
+  judge.criticalExtensions();
+  if (question.options.judgeAnchorDates) judge.dates();
+  judge.key();
+  judge.leaf();
+}
+
+void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
+                 std::vector<Finding>& findings) {
+  if (anchor.facts) {
+    Judge judge(*anchor.facts, Role::issuer, question, findings);
+    judge.anchorDepartures();
+    judge.criticalExtensions();
+    if (question.options.judgeAnchorDates) judge.dates();
+    judge.key();
+    const bool hasExtensions = anchor.facts->version && *anchor.facts->version == 3;
+    if (hasExtensions) judge.issuer();
+  } else if (anchor.purposes && !allowsBelow(*anchor.purposes, question.options.purpose)) {
+    add(Reason::wrongPurpose, findings, oid::extKeyUsage);
+  }
+}
+
+void sortFindings(std::vector<Finding>& findings) {
+  std::stable_sort(findings.begin(), findings.end(), [](const Finding& a, const Finding& b) {
+    return std::tuple(a.certificate, a.reason, a.offset) <
+           std::tuple(b.certificate, b.reason, b.offset);
+  });
+}
+
+}  // namespace velmora

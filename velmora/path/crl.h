@@ -1,0 +1,106 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/certificate/issuer_key.h"
+
+namespace velmora {
+
+/// Why a certificate was revoked (RFC 5280 §5.3.1); the numbers are those of CRLReason.
+enum class CrlReason : uint8_t {
+  unspecified = 0,
+  keyCompromise = 1,
+  caCompromise = 2,
+  affiliationChanged = 3,
+  superseded = 4,
+  cessationOfOperation = 5,
+  certificateHold = 6,
+  removeFromCrl = 8,
+  privilegeWithdrawn = 9,
+  aaCompromise = 10,
+};
+
+/// An entry of a CRL (§5.1.2.6).
+struct RevokedCertificate {
+  std::chrono::sys_seconds at;
+  std::optional<CrlReason> reason = {};  // none where the entry gives none
+  bool isReadable = true;  // false: a date, reason or critical extension is not understood
+};
+
+/// One full CRL in DER (RFC 5280 §5): a counted pointer to its octets and an index of its serial
+/// numbers. Never changes; any thread may ask. `Bytes` live as long as any copy of it.
+class Crl {
+ public:
+  /// Copies one CRL in DER, outside and inside, of version 1 or 2. Linear in its size but for the
+  /// sorting of its serial numbers, with eight octets beside it for an entry. What dates, names and
+  /// extensions say is no reason to refuse it. Errors notAsn1, notDer, trailingOctets, tooLarge and
+  /// outOfMemory as of Certificate::parse, and malformedField with the offset of what is not of its
+  /// field's type (§5.1).
+  static Result<Crl> parse(Bytes der) noexcept;
+
+  Name issuer() const noexcept;
+  /// Error malformedDate.
+  Result<std::chrono::sys_seconds> thisUpdate() const noexcept;
+  /// Errors absent, malformedDate.
+  Result<std::chrono::sys_seconds> nextUpdate() const noexcept;
+  size_t size() const noexcept;
+
+  /// The entry with the content octets of a serial number: logarithmic in size(). It is the number
+  /// that counts, so that octets which only repeat the sign make no other one. Of several entries
+  /// with one number the first. Error absent.
+  Result<RevokedCertificate> find(Bytes serial) const noexcept;
+
+  /// Which certificates it is about. Errors absent, malformedExtension with the offset in the
+  /// extension's value. Throws std::bad_alloc.
+  Result<IssuingDistributionPoint> issuingDistributionPoint() const;
+  /// The value of that extension; empty where there is none.
+  Bytes scope() const& noexcept;
+  Bytes scope() const&& = delete;
+
+  /// Whether it may say "good": no delta (§5.2.4), not indirect, no critical extension but the
+  /// issuing distribution point, which can be read; extensions in version 2 alone, and in a list
+  /// that is one; every entry readable and none removed. What it lists is revoked all the same.
+  bool mayVouch() const noexcept;
+
+  /// What its signature rests on, for IssuerKey::check.
+  SignedParts signedParts() const& noexcept;
+  SignedParts signedParts() const&& = delete;
+
+  Bytes der() const& noexcept;
+  Bytes der() const&& = delete;
+
+  friend bool operator==(const Crl& a, const Crl& b) noexcept;
+
+ private:
+  explicit Crl(std::shared_ptr<const struct CrlData> data) noexcept : m_data(std::move(data)) {}
+  std::shared_ptr<const struct CrlData> m_data;
+};
+
+/// CRLs, found by their issuer's name. A value that copies cheaply and never changes; any thread
+/// may ask. Nothing in it is believed before a signature on it holds.
+class CrlSet {
+ public:
+  CrlSet();
+  /// Throws std::bad_alloc.
+  explicit CrlSet(std::span<const Crl> crls);
+
+  /// All CRLs of an input: DER in a row, or PEM blocks labelled "X509 CRL" (RFC 7468 §6), with any
+  /// text and blocks of other labels between them. Errors of Crl::parse for the first that is none,
+  /// with the offset in the input's DER, or in that of the block; malformedText where a block or
+  /// marker is none; absent where the input holds no CRL.
+  static Result<std::vector<Crl>> read(Bytes derOrPem) noexcept;
+
+  size_t size() const noexcept;
+
+ private:
+  friend class PathBuilder;
+  std::shared_ptr<const class CrlIndex> m_index;
+};
+
+}  // namespace velmora

@@ -1,0 +1,229 @@
+#include "velmora/path/internal/crl_index.h"
+
+#include <algorithm>
+
+#include "velmora/path/internal/general_name_key.h"
+
+namespace velmora {
+namespace {
+
+using std::chrono::sys_seconds;
+
+constexpr uint16_t kAllReasons = 0x1FE;  // of RevocationReason without `unused`
+
+void addKeys(const std::vector<GeneralName>& names, std::vector<std::string>& keys) {
+  for (const GeneralName& name : names) {
+    if (std::optional<std::string> key = keyOf(name)) keys.push_back(*std::move(key));
+  }
+}
+
+CrlScope scopeOf(const Crl& crl, const std::string& issuer) {
+  CrlScope scope;
+  scope.reasons = kAllReasons;
+  const Bytes value = crl.scope();
+  scope.value.assign(reinterpret_cast<const char*>(value.data()), value.size());
+  const Result<IssuingDistributionPoint> point = crl.issuingDistributionPoint();
+  if (!point) return scope;
+  scope.isNamed = !point->fullName.empty() || !point->relativeName.empty();
+  addKeys(point->fullName, scope.names);
+  if (!point->relativeName.empty()) {
+    if (auto key = keyBelow(issuer, point->relativeName)) scope.names.push_back(*std::move(key));
+  }
+  scope.onlyUserCertificates = point->onlyUserCertificates;
+  scope.onlyCaCertificates = point->onlyCaCertificates;
+  scope.onlyAttributeCertificates = point->onlyAttributeCertificates;
+  scope.reasons &= point->onlySomeReasons.value_or(kAllReasons);
+  return scope;
+}
+
+CrlIndex::Entry entryOf(const Crl& crl, std::string issuer) {
+  CrlScope scope = scopeOf(crl, issuer);
+  const Result<sys_seconds> thisUpdate = crl.thisUpdate();
+  const Result<sys_seconds> nextUpdate = crl.nextUpdate();
+  const bool mayHold = thisUpdate && nextUpdate;
+  return {std::move(issuer), std::move(scope), mayHold ? *thisUpdate : sys_seconds::max(),
+          mayHold ? *nextUpdate : sys_seconds::min(), crl};
+}
+
+// Newer ones first, and an order that the input's has no part in.
+bool isBefore(const CrlIndex::Entry& a, const CrlIndex::Entry& b) noexcept {
+  if (a.issuer != b.issuer) return a.issuer < b.issuer;
+  if (a.scope.value != b.scope.value) return a.scope.value < b.scope.value;
+  if (a.thisUpdate != b.thisUpdate) return a.thisUpdate > b.thisUpdate;
+  const Bytes left = a.crl.der();
+  const Bytes right = b.crl.der();
+  return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end());
+}
+
+// A name of the certificate's distribution points, with the reasons that CRLs from there are about.
+struct PointName {
+  std::string key;
+  uint16_t reasons;
+};
+
+// RFC 9608: neither a CA nor a certificate that says where revocation can be found.
+bool isNotRevocable(const RevocationQuestion& question) {
+  const Certificate& certificate = *question.certificate;
+  if (question.isCa || !certificate.noRevocationAvailable()) return false;
+  const auto isAbsent = [](const auto& answer) { return !answer && answer.error().isAbsent(); };
+  if (!isAbsent(certificate.crlDistributionPoints()) || !isAbsent(certificate.freshestCrl())) {
+    return false;
+  }
+  const Result<std::vector<Access>> accesses = certificate.authorityInfoAccess();
+  if (!accesses) return accesses.error().isAbsent();
+  return std::none_of(accesses->begin(), accesses->end(),
+                      [](const Access& access) { return access.method == oid::ocsp; });
+}
+
+class RevocationJudge {
+ public:
+  RevocationJudge(const RevocationQuestion& question, CrlSigners& signers)
+      : m_question(question), m_signers(signers), m_serial(question.certificate->parts().serial) {
+    readPoints();
+  }
+
+  RevocationAnswer judge(std::span<const CrlIndex::Entry> entries) {
+    while (!entries.empty() && !m_entry) {
+      const std::string& scope = entries.front().scope.value;
+      const auto end = std::find_if(entries.begin(), entries.end(),
+                                    [&](const auto& entry) { return entry.scope.value != scope; });
+      const auto size = static_cast<size_t>(end - entries.begin());
+      judgeScope(entries.first(size));
+      entries = entries.subspan(size);
+    }
+    if (m_entry) return {RevocationState::revoked, m_entry};
+    const bool isGood = m_arePointsReadable && m_vouchedFor == kAllReasons;
+    return {isGood ? RevocationState::good : RevocationState::unknown};
+  }
+
+ private:
+  // The certificate's points, and behind them the names of its issuer, where CRLs stand that no
+  // point names (§6.3.3, its end). Points with a cRLIssuer are for indirect CRLs.
+  void readPoints() {
+    std::vector<std::string> keys = {'n' + *m_question.issuer};
+    const Certificate& certificate = *m_question.certificate;
+    addKeys(certificate.issuerAltNames().value_or({}), keys);
+    addPoint(std::move(keys), kAllReasons);
+    const Result<std::vector<DistributionPoint>> points = certificate.crlDistributionPoints();
+    m_arePointsReadable = points || points.error().isAbsent();
+    for (const DistributionPoint& point : points.value_or({})) {
+      if (!point.crlIssuer.empty()) continue;
+      keys.clear();
+      addKeys(point.fullName, keys);
+      if (!point.relativeName.empty()) {
+        if (auto key = keyBelow(*m_question.issuer, point.relativeName)) keys.push_back(*key);
+      }
+      addPoint(std::move(keys), point.reasons.value_or(kAllReasons));
+    }
+    sortPoints();
+  }
+
+  void addPoint(std::vector<std::string> keys, uint16_t reasons) {
+    for (std::string& key : keys) m_points.push_back({std::move(key), reasons});
+  }
+
+  // A name of several points stands for the reasons of all of them.
+  void sortPoints() {
+    std::sort(m_points.begin(), m_points.end(),
+              [](const PointName& a, const PointName& b) { return a.key < b.key; });
+    size_t kept = 0;
+    for (size_t i = 1; i < m_points.size(); ++i) {
+      if (m_points[i].key == m_points[kept].key) {
+        m_points[kept].reasons |= m_points[i].reasons;
+      } else if (++kept != i) {
+        m_points[kept] = std::move(m_points[i]);
+      }
+    }
+    m_points.resize(kept + 1);
+  }
+
+  // The reasons that a CRL of that scope may vouch for; none where it is not about the certificate
+  // (§6.3.3 b 2 and d).
+  uint16_t reasonsOf(const CrlScope& scope) const {
+    const bool isAbout = !scope.onlyAttributeCertificates &&
+                         !(scope.onlyUserCertificates && m_question.isCa) &&
+                         !(scope.onlyCaCertificates && !m_question.isCa);
+    if (!isAbout || !scope.isNamed) return isAbout ? scope.reasons : 0;
+    unsigned reasons = 0;
+    for (const std::string& name : scope.names) {
+      const auto point = std::lower_bound(
+          m_points.begin(), m_points.end(), name,
+          [](const PointName& a, const std::string& wanted) { return a.key < wanted; });
+      if (point != m_points.end() && point->key == name) reasons |= point->reasons;
+    }
+    return static_cast<uint16_t>(reasons & scope.reasons);
+  }
+
+  bool holds(const CrlIndex::Entry& entry) const noexcept {
+    return entry.thisUpdate <= m_question.at && m_question.at <= entry.nextUpdate;
+  }
+
+  // Of CRLs that are signed the newest decides, and those of the same second. A signature is not
+  // computed for a CRL that can change nothing.
+  void judgeScope(std::span<const CrlIndex::Entry> entries) {
+    const uint16_t reasons = reasonsOf(entries.front().scope);
+    const bool mayMatter =
+        (reasons & ~m_vouchedFor) != 0 ||
+        (reasons != 0 && std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
+           return holds(entry) && entry.crl.find(m_serial);
+         }));
+    std::optional<sys_seconds> newest;
+    for (const CrlIndex::Entry& entry : entries) {
+      if (!holds(entry)) continue;
+      const bool mayVouch = entry.crl.mayVouch();
+      if (mayVouch && (!mayMatter || (newest && *newest != entry.thisUpdate))) continue;
+      const Result<RevokedCertificate> found = entry.crl.find(m_serial);
+      const bool isAsked = mayVouch || (found && !entry.scope.onlyAttributeCertificates);
+      if (!isAsked || !m_signers.haveSigned(entry.crl)) continue;
+      if (found) {
+        m_entry = *found;
+        return;
+      }
+      newest = entry.thisUpdate;
+      m_vouchedFor |= reasons;
+    }
+  }
+
+  const RevocationQuestion& m_question;
+  CrlSigners& m_signers;
+  Bytes m_serial;
+  std::vector<PointName> m_points;  // by key, of which each is there once
+  bool m_arePointsReadable = false;
+  uint16_t m_vouchedFor = 0;
+  std::optional<RevokedCertificate> m_entry;
+};
+
+}  // namespace
+
+CrlIndex::CrlIndex(std::span<const Crl> crls) {
+  m_entries.reserve(crls.size());
+  for (const Crl& crl : crls) {
+    std::optional<std::string> issuer = crl.issuer().folded();
+    if (issuer) m_entries.push_back(entryOf(crl, *std::move(issuer)));
+  }
+  std::sort(m_entries.begin(), m_entries.end(), isBefore);
+  const auto isSame = [](const Entry& a, const Entry& b) { return a.crl == b.crl; };
+  m_entries.erase(std::unique(m_entries.begin(), m_entries.end(), isSame), m_entries.end());
+}
+
+RevocationAnswer CrlIndex::judge(const RevocationQuestion& question, CrlSigners& signers) const {
+  if (isNotRevocable(question)) return {RevocationState::notRevocable};
+  const auto first = std::lower_bound(
+      m_entries.begin(), m_entries.end(), *question.issuer,
+      [](const Entry& entry, const std::string& issuer) { return entry.issuer < issuer; });
+  const auto last = std::upper_bound(
+      first, m_entries.end(), *question.issuer,
+      [](const std::string& issuer, const Entry& entry) { return issuer < entry.issuer; });
+  if (first == last) return {RevocationState::noCrl};
+  return RevocationJudge(question, signers).judge({first, last});
+}
+
+CrlSet::CrlSet() : CrlSet(std::span<const Crl>()) {}
+
+CrlSet::CrlSet(std::span<const Crl> crls) : m_index(std::make_shared<const CrlIndex>(crls)) {}
+
+size_t CrlSet::size() const noexcept {
+  return m_index->size();
+}
+
+}  // namespace velmora

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/path/internal/name_constraints.h"
+
+namespace velmora {
+
+/// What a certificate says that decisions rest on, read once; no option changes it. Made when a
+/// certificate comes into a set, and of a leaf for each verification. Never changes.
+struct CertificateFacts {
+  /// Throws std::bad_alloc.
+  explicit CertificateFacts(const Certificate& certificate);
+
+  bool isCa() const noexcept { return basicConstraints && basicConstraints->ca; }
+  bool maySignCertificates() const noexcept {
+    return keyUsage ? keyUsage->has(KeyUse::keyCertSign) : keyUsage.error().isAbsent();
+  }
+
+  Certificate certificate;
+  std::optional<std::string> subject;  // Name::folded(); none when malformed
+  std::optional<std::string> issuer;
+  bool isSelfIssued = false;  // both are the same, and not empty
+
+  Result<int> version;
+  Result<Validity> validity;
+  Result<PublicKey> key;
+  Result<SignatureScheme> scheme;
+  Result<BasicConstraints> basicConstraints;
+  Result<KeyUsage> keyUsage;
+  Result<ExtendedKeyUsage> extendedKeyUsage;
+  Bytes subjectKeyId;    // empty where there is none that can be read
+  Bytes authorityKeyId;  // likewise
+  std::vector<Departure> departures;
+  std::vector<Oid> criticalExtensions;                     // all of them, known or not
+  std::shared_ptr<const PreparedConstraints> constraints;  // null where there are none to be read
+};
+
+}  // namespace velmora

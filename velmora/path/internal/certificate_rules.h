@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <vector>
+
+#include "velmora/path/internal/indexes.h"
+#include "velmora/path/internal/profile_rules.h"
+
+namespace velmora {
+
+/// The moment of a verification and what it asks for.
+struct Question {
+  const VerifyOptions& options;
+  std::chrono::sys_seconds at;
+  bool judgesCrls() const noexcept { return options.revocation != Revocation::notAsked; }
+};
+
+/// Appends all that a certificate is found to be by itself, wherever on whatever way it stands in
+/// its role: dates, departures, critical extensions, key, CA, purpose, profile; of a leaf also the
+/// target. What depends on the way or on other certificates is not looked at. The place on the way
+/// is left 0. Throws std::bad_alloc.
+void judgeCertificate(const CertificateFacts& facts, Role role, const Question& question,
+                      std::vector<Finding>& findings);
+
+/// The same of a leaf that is an anchor itself, octet for octet: dates, purpose, target and key.
+void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
+                      std::vector<Finding>& findings);
+
+/// What an anchor is bound to by itself (RFC 5937 §3.2): its purposes and its key, and of one that
+/// is a certificate its dates where the options judge them, that it is a CA and may sign
+/// certificates (but for versions 1 and 2, which cannot say so), its critical extensions, and what
+/// of all that cannot be read.
+void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
+                 std::vector<Finding>& findings);
+
+/// Sorts by certificate, then by gravity, then by offset.
+void sortFindings(std::vector<Finding>& findings);
+
+}  // namespace velmora

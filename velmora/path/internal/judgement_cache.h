@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <set>
+#include <shared_mutex>
+
+#include "velmora/certificate/issuer_key.h"
+
+namespace velmora {
+
+using Sha256 = std::array<std::byte, 32>;
+
+/// What was computed with public keys: which key signed which octets, and keys made ready. It holds
+/// nothing that an option could change, and is found by content alone, so that no answer depends on
+/// it. Only links that hold are kept, so that nobody without a trusted key can push others out; at
+/// most twice kMostKeys and kMostLinks. Any thread may ask.
+class JudgementCache {
+ public:
+  static constexpr size_t kMostKeys = 256;
+  static constexpr size_t kMostLinks = 4096;
+
+  /// The key of a SubjectPublicKeyInfo with this digest, made ready. Throws std::bad_alloc.
+  std::shared_ptr<const IssuerKey> key(Bytes subjectPublicKeyInfo, const Sha256& digest);
+
+  /// Whether the key is known to have signed the certificate with this fingerprint.
+  bool isKnown(const Sha256& key, const Sha256& certificate) const;
+
+  /// Keeps that it has. Throws std::bad_alloc, and then nothing has changed.
+  void keep(const Sha256& key, const Sha256& certificate);
+
+ private:
+  struct Link {
+    Sha256 key;
+    Sha256 certificate;
+    friend bool operator<(const Link& a, const Link& b) noexcept {
+      return a.key != b.key ? a.key < b.key : a.certificate < b.certificate;
+    }
+  };
+  using Keys = std::map<Sha256, std::shared_ptr<const IssuerKey>>;
+
+  // Two generations: a full one pushes out the one before.
+  mutable std::shared_mutex m_mutex;
+  Keys m_keys;
+  Keys m_olderKeys;
+  std::set<Link> m_links;
+  std::set<Link> m_olderLinks;
+};
+
+}  // namespace velmora

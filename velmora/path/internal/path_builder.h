@@ -1,0 +1,153 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "velmora/path/internal/certificate_rules.h"
+#include "velmora/path/internal/crl_index.h"
+#include "velmora/path/internal/indexes.h"
+#include "velmora/path/internal/policy_graph.h"
+#include "velmora/path/verify.h"
+
+namespace velmora {
+
+/// Looks for the ways of one verification. In short:
+///
+/// 1. From the leaf upwards by names alone: which certificates and anchors could be on a way.
+/// 2. Ways of two certificates, then of three and so on, over certificates that have nothing wrong
+///    by themselves, and never into a part from which no anchor is reached. On each way the
+///    signatures are checked from the anchor downwards, so that a key is computed with only once
+///    something trusted vouches for it; then path lengths, constraints, policies and CRLs. A
+///    signature that does not hold takes its link out of the search.
+/// 3. When none holds, the first few ways of all, whatever is wrong with them, are judged in full,
+///    and the one that came furthest is the answer.
+///
+/// Places on a way count from the leaf, as in Path.
+class PathBuilder {
+ public:
+  /// Everything outlives the builder. Throws std::bad_alloc, like all that is not noexcept.
+  PathBuilder(const Certificate& leaf, const TrustAnchors& anchors,
+              std::span<const CertificateSet* const> intermediates, const VerifyOptions& options,
+              std::chrono::sys_seconds at);
+
+  Verification run();
+
+ private:
+  using NodeNumber = uint32_t;
+
+  // A step up: to an anchor, or to a certificate.
+  struct Link {
+    const IndexedAnchor* anchor = nullptr;
+    NodeNumber issuer = 0;  // where anchor is null
+    std::optional<SignatureCheck> check = {};
+  };
+
+  // A certificate that could be on a way; the leaf is the first.
+  struct Node {
+    const CertificateFacts* facts = nullptr;
+    const IndexedCertificate* indexed = nullptr;  // null for the leaf
+    std::vector<Link> links = {};                 // the best first
+    std::optional<std::vector<Finding>> findings = {};
+    std::unique_ptr<const JudgedNames> names = {};
+    uint32_t toAnchor = 0;  // links up to the nearest anchor
+  };
+
+  // A certificate of the way, and which of its links was taken.
+  struct Step {
+    NodeNumber node = 0;
+    size_t link = 0;
+  };
+
+  enum class Mode : uint8_t { decide, explain };
+
+  // What is there.
+  void explore();
+  std::vector<Link> linksOf(const CertificateFacts& facts);
+  NodeNumber numberOf(const IndexedCertificate& certificate);
+  void sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const;
+  const CertificateFacts* factsOf(const Link& link) const noexcept;
+
+  // Ways.
+  void search(Mode mode);
+  bool measure(Mode mode);
+  void climb(Mode mode, uint32_t left);
+  bool isOpen(const Link& link, Mode mode);
+  bool isPassable(NodeNumber number, Mode mode);
+  bool isOnWay(const Link& link) const;
+  bool isDone(Mode mode) const noexcept;
+
+  // What certificates are found to be by themselves.
+  const std::vector<Finding>& findingsOf(NodeNumber number);
+  const std::vector<Finding>& findingsOf(const IndexedAnchor& anchor);
+
+  // A way that reaches an anchor.
+  void decide();
+  void explain();
+  void explainDeadEnd();
+  void trustLeafItself(const IndexedAnchor& anchor);
+  bool judgeSignatures(std::vector<Finding>& findings);
+  const SignatureCheck* check(size_t place);
+  SignatureCheck compute(const Node& node, const Link& link);
+  void judgeLengths(std::vector<Finding>& findings) const;
+  void judgeConstraints(std::vector<Finding>& findings);
+  void judgeConstraints(const PreparedConstraints& constraints, size_t below,
+                        std::vector<Finding>& findings);
+  void judgeWayPolicies(std::vector<Finding>& findings);
+  void judgeRevocation(std::vector<Finding>& findings);
+  std::vector<Finding> ownFindings();
+
+  Node& nodeAt(size_t place) noexcept { return m_nodes[m_way[place].node]; }
+  const Node& nodeAt(size_t place) const noexcept { return m_nodes[m_way[place].node]; }
+  const Link& linkAt(size_t place) const noexcept { return nodeAt(place).links[m_way[place].link]; }
+  const IndexedAnchor& anchorOfWay() const noexcept { return *linkAt(m_way.size() - 1).anchor; }
+  std::shared_ptr<const IssuerKey> keyOf(const IndexedAnchor& anchor) const;
+  std::shared_ptr<const IssuerKey> keyOf(const IndexedCertificate& certificate) const;
+
+  Path pathOf(std::vector<Finding> findings, const IndexedAnchor* anchor) const;
+  void keepIfFurther(Path path);
+  void accept(Path path);
+  Verification answer();
+
+  bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
+  bool spendStep(Mode mode) noexcept;
+  bool spendSignature(const std::optional<PublicKey>& key) noexcept;
+  bool isCancelled() noexcept;
+  void stop(Reason reason) noexcept {
+    if (m_stopped == Reason::none) m_stopped = reason;
+  }
+
+  friend class WayCrlSigners;
+
+  const AnchorIndex& m_anchors;
+  std::vector<const IntermediateIndex*> m_sets;
+  const VerifyOptions& m_options;
+  Question m_question;
+  CertificateFacts m_leaf;
+
+  std::vector<Node> m_nodes;
+  std::map<const IndexedCertificate*, NodeNumber> m_numbers;
+  std::map<const IndexedAnchor*, std::vector<Finding>> m_anchorFindings;
+  std::map<std::pair<const PreparedConstraints*, NodeNumber>, std::vector<Finding>> m_constrained;
+  std::map<std::pair<const std::byte*, Sha256>, bool> m_crlSignatures;  // of a CRL, by a key
+
+  std::vector<Step> m_way;
+  uint32_t m_waysReached = 0;  // to an anchor
+  uint32_t m_waysExplained = 0;
+  uint32_t m_stepsExplained = 0;
+  bool m_isCutShort = false;  // there are longer ways than may be taken
+  PolicyAnswer m_policies;
+  bool m_isLeafVouched = false;
+  bool m_areAllVouched = false;
+
+  Verification m_answer;
+  uint32_t m_signaturesAtFirst = 0;  // spent when the first way was found
+  bool m_hasFurthest = false;
+  Reason m_stopped = Reason::none;
+};
+
+}  // namespace velmora

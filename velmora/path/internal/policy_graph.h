@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/path/verify.h"
+
+namespace velmora {
+
+/// What came of the policies of a way (RFC 5280 §6.1.5 g, with RFC 9618's graph).
+struct PolicyAnswer {
+  bool isEnough = true;    // false: an explicit policy is asked for and none holds, or mapsAny
+  bool mapsAny = false;    // a CA maps anyPolicy (§6.1.4 a), which no way survives
+  bool isCounted = true;   // false: `comparisons` did not do, and nothing else is said
+  bool holdsAny = false;   // anyPolicy holds for the whole way
+  uint32_t refusedAt = 0;  // when !isEnough: the certificate from which on no policy held, or that
+                           // maps anyPolicy, counted from that which the anchor signed
+  std::vector<HeldPolicy> held;  // by octets; none when !isEnough
+};
+
+/// One certificate of the way as the graph reads it. What is absent is empty.
+struct PolicyInput {
+  const Certificate* certificate = nullptr;
+  bool isSelfIssued = false;
+};
+
+/// Judges the policies of a way, the certificate that the anchor signed first, the leaf last. Every
+/// policy extension is readable: what is not was refused before, and counts as absent here. Linear
+/// in the policies of all certificates together but for a logarithm. `comparisons` is what may
+/// still be spent, and is counted down by the policies and mappings looked at. Throws
+/// std::bad_alloc.
+PolicyAnswer judgePolicies(std::span<const PolicyInput> way, const PolicyOptions& options,
+                           uint32_t& comparisons);
+
+}  // namespace velmora

@@ -1,0 +1,374 @@
+#include "velmora/path/internal/path_builder.h"
+
+#include <algorithm>
+#include <tuple>
+
+// The search. What is judged on a way stands in way_rules.cpp.
+
+namespace velmora {
+namespace {
+
+constexpr uint32_t kUnreachable = UINT32_MAX;
+
+// Ways are climbed by recursion, which whoever sets the limit must not make deep.
+constexpr uint32_t kMostCertificates = 100;
+
+// How many ways are judged in full to say why there is none.
+constexpr uint32_t kMostExplained = 64;
+constexpr uint32_t kMostStepsExplained = 4096;
+
+// What may yet be spent on signatures, once a way holds, to find one whose issuers are without
+// warnings.
+constexpr uint32_t kSignaturesForBetter = 8;
+
+bool sameOctets(Bytes a, Bytes b) noexcept {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+
+// A loop is the same name and key, whatever else is in the certificates.
+bool isSame(const CertificateFacts& a, const CertificateFacts& b) noexcept {
+  return a.subject && a.subject == b.subject &&
+         sameOctets(a.certificate.parts().spki, b.certificate.parts().spki);
+}
+
+bool isSame(const CertificateFacts& a, const IndexedAnchor& b) noexcept {
+  return a.subject && *a.subject == b.name &&
+         sameOctets(a.certificate.parts().spki, b.anchor.key());
+}
+
+bool hasFailure(const std::vector<Finding>& findings) noexcept {
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const Finding& each) { return each.isFailure(); });
+}
+
+bool warnsOfIssuers(const VerifiedPath& verified) noexcept {
+  const std::vector<Finding>& findings = verified.path().findings;
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const Finding& each) { return each.certificate != 0; });
+}
+
+}  // namespace
+
+PathBuilder::PathBuilder(const Certificate& leaf, const TrustAnchors& anchors,
+                         std::span<const CertificateSet* const> intermediates,
+                         const VerifyOptions& options, std::chrono::sys_seconds at)
+    : m_anchors(*anchors.m_index), m_options(options), m_question{options, at}, m_leaf(leaf) {
+  for (const CertificateSet* const set : intermediates) m_sets.push_back(set->m_index.get());
+}
+
+Verification PathBuilder::run() {
+  if (m_anchors.size() == 0) stop(Reason::noAnchors);
+  if (const IndexedAnchor* const anchor = m_anchors.find(m_leaf.certificate)) {
+    trustLeafItself(*anchor);
+  }
+  m_nodes.push_back({&m_leaf});
+  explore();
+  if (!isDone(Mode::decide)) search(Mode::decide);
+  if (m_answer.verified.empty()) {
+    search(Mode::explain);
+    if (!m_hasFurthest) explainDeadEnd();
+  }
+  return answer();
+}
+
+// Breadth first, so that what a limit cuts off is what is furthest away.
+void PathBuilder::explore() {
+  for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
+    if (isCancelled()) return;
+    std::vector<Link> links = linksOf(*m_nodes[number].facts);
+    m_nodes[number].links = std::move(links);
+  }
+}
+
+std::vector<PathBuilder::Link> PathBuilder::linksOf(const CertificateFacts& facts) {
+  std::vector<Link> links;
+  if (!facts.issuer || facts.issuer->empty()) return links;
+  for (const IndexedAnchor* const anchor : m_anchors.withName(*facts.issuer)) {
+    if (!isSame(facts, *anchor)) links.push_back({anchor});
+  }
+  for (const IntermediateIndex* const set : m_sets) {
+    for (const IndexedCertificate* const issuer : set->withSubject(*facts.issuer)) {
+      if (isSame(facts, issuer->facts) || isSame(m_leaf, issuer->facts)) continue;
+      if (!spend(m_answer.used.candidates, m_options.limits.candidates, 1,
+                 Reason::tooManyCandidates)) {
+        break;
+      }
+      links.push_back({nullptr, numberOf(*issuer)});
+    }
+  }
+  sortLinks(facts, links);
+  return links;
+}
+
+PathBuilder::NodeNumber PathBuilder::numberOf(const IndexedCertificate& certificate) {
+  const auto [found, isNew] =
+      m_numbers.emplace(&certificate, static_cast<NodeNumber>(m_nodes.size()));
+  if (isNew) m_nodes.push_back({&certificate.facts, &certificate});
+  return found->second;
+}
+
+// Anchors first, then those whose key identifier is the one that the certificate names, those that
+// have none, and the others; of those the ones that are valid, then the latest. Identifiers order
+// the candidates and forbid nothing.
+void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const {
+  if (links.size() < 2) return;
+  const auto rankOf = [&](const Link& link) {
+    const CertificateFacts* const issuer = factsOf(link);
+    int identifier = 1;
+    bool isValid = false;
+    int64_t from = 0;
+    if (issuer != nullptr) {
+      const bool areThere = !issuer->subjectKeyId.empty() && !facts.authorityKeyId.empty();
+      if (areThere) identifier = sameOctets(issuer->subjectKeyId, facts.authorityKeyId) ? 0 : 2;
+      isValid = issuer->validity && issuer->validity->contains(m_question.at);
+      if (issuer->validity) from = issuer->validity->notBefore.time_since_epoch().count();
+    }
+    return std::tuple(link.anchor == nullptr, identifier, !isValid, -from);
+  };
+  std::stable_sort(links.begin(), links.end(),
+                   [&](const Link& a, const Link& b) { return rankOf(a) < rankOf(b); });
+}
+
+const CertificateFacts* PathBuilder::factsOf(const Link& link) const noexcept {
+  if (link.anchor == nullptr) return m_nodes[link.issuer].facts;
+  return link.anchor->facts ? &*link.anchor->facts : nullptr;
+}
+
+// Each length in turn, the shortest first. The distances are measured anew for each, since links
+// that do not hold are gone by then.
+void PathBuilder::search(Mode mode) {
+  const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
+  m_isCutShort = false;
+  for (uint32_t length = 2; length <= most; ++length) {
+    if (isDone(mode) || !measure(mode)) return;
+    m_way.assign(1, {});
+    m_isCutShort = false;
+    climb(mode, length - 1);
+  }
+  if (m_isCutShort && m_waysReached == 0) stop(Reason::tooManyCertificates);
+}
+
+// How many links each certificate is below an anchor; false when the leaf is below none.
+bool PathBuilder::measure(Mode mode) {
+  std::vector<std::vector<NodeNumber>> below(m_nodes.size());
+  std::vector<NodeNumber> reached;
+  for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
+    Node& node = m_nodes[number];
+    node.toAnchor = kUnreachable;
+    for (const Link& link : node.links) {
+      if (!isOpen(link, mode)) continue;
+      if (link.anchor == nullptr) {
+        below[link.issuer].push_back(number);
+      } else if (node.toAnchor == kUnreachable && isPassable(number, mode)) {
+        node.toAnchor = 1;
+        reached.push_back(number);
+      }
+    }
+  }
+  for (size_t i = 0; i < reached.size(); ++i) {
+    const uint32_t distance = m_nodes[reached[i]].toAnchor + 1;
+    for (const NodeNumber number : below[reached[i]]) {
+      Node& node = m_nodes[number];
+      if (node.toAnchor != kUnreachable || !isPassable(number, mode)) continue;
+      node.toAnchor = distance;
+      reached.push_back(number);
+    }
+  }
+  return m_nodes.front().toAnchor != kUnreachable;
+}
+
+// Takes all ways on from the last certificate of the way that reach an anchor in `left` links, no
+// more and no less.
+void PathBuilder::climb(Mode mode, uint32_t left) {
+  const NodeNumber number = m_way.back().node;
+  for (size_t i = 0; i < m_nodes[number].links.size() && !isDone(mode); ++i) {
+    const Link& link = m_nodes[number].links[i];
+    const bool endsHere = left == 1;
+    if (!isOpen(link, mode)) continue;
+    const uint32_t distance = link.anchor != nullptr ? 0 : m_nodes[link.issuer].toAnchor;
+    if (distance == kUnreachable || (link.anchor != nullptr && !endsHere) || isOnWay(link))
+      continue;
+    if (distance > left - 1) {
+      m_isCutShort = true;
+      continue;
+    }
+    if (isCancelled() || !spendStep(mode)) return;
+    m_way.back().link = i;
+    if (endsHere) {
+      ++m_waysReached;
+      mode == Mode::decide ? decide() : explain();
+    } else {
+      m_way.push_back({link.issuer});
+      climb(mode, left - 1);
+      m_way.pop_back();
+    }
+  }
+}
+
+// Whether a link is to be followed: to explain why there is no way, every one.
+bool PathBuilder::isOpen(const Link& link, Mode mode) {
+  if (mode == Mode::explain) return true;
+  if (link.check && link.check->verdict != SignatureVerdict::good) return false;
+  return link.anchor == nullptr || !hasFailure(findingsOf(*link.anchor));
+}
+
+bool PathBuilder::isPassable(NodeNumber number, Mode mode) {
+  return mode == Mode::explain || !hasFailure(findingsOf(number));
+}
+
+bool PathBuilder::isOnWay(const Link& link) const {
+  return std::any_of(m_way.begin(), m_way.end(), [&](const Step& step) {
+    const CertificateFacts& facts = *m_nodes[step.node].facts;
+    return link.anchor != nullptr ? isSame(facts, *link.anchor)
+                                  : isSame(facts, *m_nodes[link.issuer].facts);
+  });
+}
+
+bool PathBuilder::isDone(Mode mode) const noexcept {
+  if (mode == Mode::explain) {
+    return m_waysExplained >= kMostExplained || m_stepsExplained > kMostStepsExplained ||
+           m_stopped == Reason::cancelled;
+  }
+  if (m_stopped != Reason::none) return true;
+  const std::vector<VerifiedPath>& verified = m_answer.verified;
+  if (verified.size() < std::max(m_options.paths, 1U)) return false;
+  return m_answer.used.signatures > m_signaturesAtFirst + kSignaturesForBetter ||
+         !std::all_of(verified.begin(), verified.end(), warnsOfIssuers);
+}
+
+const std::vector<Finding>& PathBuilder::findingsOf(NodeNumber number) {
+  Node& node = m_nodes[number];
+  if (!node.findings) {
+    const Role role = number == 0 ? Role::leaf : Role::issuer;
+    judgeCertificate(*node.facts, role, m_question, node.findings.emplace());
+  }
+  return *node.findings;
+}
+
+const std::vector<Finding>& PathBuilder::findingsOf(const IndexedAnchor& anchor) {
+  const auto [found, isNew] = m_anchorFindings.try_emplace(&anchor);
+  if (isNew) judgeAnchor(anchor, m_question, found->second);
+  return found->second;
+}
+
+// A leaf that is trusted itself, octet for octet, is the whole of its way.
+void PathBuilder::trustLeafItself(const IndexedAnchor& anchor) {
+  std::vector<Finding> findings;
+  judgeTrustedLeaf(m_leaf, m_question, findings);
+  const bool holds = !hasFailure(findings);
+  Path path{{m_leaf.certificate}, anchor.anchor, std::move(findings)};
+  holds ? accept(std::move(path)) : keepIfFurther(std::move(path));
+}
+
+// Where no way leads to an anchor: the best links as far as they go.
+void PathBuilder::explainDeadEnd() {
+  const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
+  m_way.assign(1, {});
+  for (bool goesOn = true; goesOn && m_way.size() < most;) {
+    goesOn = false;
+    const std::vector<Link>& links = nodeAt(m_way.size() - 1).links;
+    for (size_t i = 0; i < links.size() && !goesOn; ++i) {
+      if (links[i].anchor != nullptr || isOnWay(links[i])) continue;
+      m_way.back().link = i;
+      m_way.push_back({links[i].issuer});
+      goesOn = true;
+    }
+  }
+  std::vector<Finding> findings = ownFindings();
+  Finding last;
+  last.certificate = static_cast<uint32_t>(m_way.size() - 1);
+  const Node& top = nodeAt(m_way.size() - 1);
+  const bool isAlone = top.links.empty() && !top.facts->isSelfIssued;
+  last.reason = isAlone ? Reason::noIssuer : Reason::notTrusted;
+  findings.push_back(std::move(last));
+  keepIfFurther(pathOf(std::move(findings), nullptr));
+}
+
+Path PathBuilder::pathOf(std::vector<Finding> findings, const IndexedAnchor* anchor) const {
+  Path path;
+  path.certificates.reserve(m_way.size() + 1);
+  for (const Step& step : m_way) path.certificates.push_back(m_nodes[step.node].facts->certificate);
+  if (anchor != nullptr) {
+    path.anchor = anchor->anchor;
+    if (anchor->facts) path.certificates.push_back(anchor->facts->certificate);
+  }
+  path.findings = std::move(findings);
+  return path;
+}
+
+// A way to an anchor is further than one that ends before; then that is further whose gravest
+// failure is less grave, then the one with fewer, then the one that was met first.
+void PathBuilder::keepIfFurther(Path path) {
+  sortFindings(path.findings);
+  const auto rankOf = [](const Path& each) {
+    const auto failures = std::count_if(each.findings.begin(), each.findings.end(),
+                                        [](const Finding& finding) { return finding.isFailure(); });
+    return std::tuple(each.anchor.has_value(), each.reason(), -failures);
+  };
+  if (m_hasFurthest && rankOf(path) <= rankOf(m_answer.furthest)) return;
+  m_answer.furthest = std::move(path);
+  m_hasFurthest = true;
+}
+
+// The caller has the last word, once on each way that holds.
+void PathBuilder::accept(Path path) {
+  sortFindings(path.findings);
+  if (m_options.accept && !m_options.accept(path)) {
+    Finding finding;
+    finding.reason = Reason::rejectedByCaller;
+    path.findings.insert(path.findings.begin(), std::move(finding));
+    return keepIfFurther(std::move(path));
+  }
+  VerifiedPath verified;
+  verified.m_path = std::move(path);
+  verified.m_purpose = m_options.purpose;
+  verified.m_target = m_options.target;
+  verified.m_at = m_question.at;
+  verified.m_profile = m_options.profile;
+  verified.m_anyPolicy = m_policies.holdsAny;
+  verified.m_policies = m_policies.held;
+  verified.m_leafVouched = m_isLeafVouched;
+  verified.m_allVouched = m_areAllVouched;
+  if (m_answer.verified.empty()) m_signaturesAtFirst = m_answer.used.signatures;
+  m_answer.verified.push_back(std::move(verified));
+}
+
+Verification PathBuilder::answer() {
+  std::vector<VerifiedPath>& verified = m_answer.verified;
+  std::stable_partition(verified.begin(), verified.end(),
+                        [](const VerifiedPath& each) { return !warnsOfIssuers(each); });
+  const size_t most = std::max(m_options.paths, 1U);
+  if (verified.size() > most)
+    verified.erase(verified.begin() + static_cast<ptrdiff_t>(most), verified.end());
+  if (!verified.empty()) {
+    m_answer.furthest = {};
+  } else {
+    m_answer.reason = m_stopped != Reason::none ? m_stopped : m_answer.furthest.reason();
+  }
+  return std::move(m_answer);
+}
+
+bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept {
+  if (used > limit || cost > limit - used) {
+    stop(reason);
+    return false;
+  }
+  used += static_cast<uint32_t>(cost);
+  return true;
+}
+
+// To explain has an allowance of its own: that the search was given up must not make the reason
+// untrue.
+bool PathBuilder::spendStep(Mode mode) noexcept {
+  if (mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
+  return spend(m_answer.used.candidates, m_options.limits.candidates, 1, Reason::tooManyCandidates);
+}
+
+bool PathBuilder::isCancelled() noexcept {
+  const bool isRaised =
+      m_options.cancel != nullptr && m_options.cancel->load(std::memory_order_relaxed);
+  if (isRaised) m_stopped = Reason::cancelled;
+  return isRaised;
+}
+
+}  // namespace velmora

@@ -1,0 +1,200 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "velmora/certificate/certificate.h"
+#include "velmora/path/anchors.h"
+#include "velmora/path/crl.h"
+#include "velmora/path/finding.h"
+#include "velmora/path/target.h"
+
+namespace velmora {
+
+// Whether a certificate may be trusted: RFC 5280 §6. docs/path-validation.md lists what is checked,
+// in which order and by which clause, and what is not.
+
+/// What the leaf is to be used for. It has to be said: `any` is an answer too, and means that no
+/// purpose is judged.
+enum class Purpose : uint8_t {
+  unsaid,
+  server,        // TLS server: serverAuth
+  client,        // TLS client: clientAuth
+  codeSigning,   // has to be said by the leaf
+  email,         // emailProtection
+  timeStamping,  // has to be said by the leaf, critical and alone (RFC 3161 §2.3)
+  ocspSigning,   // has to be said by the leaf (RFC 6960 §4.2.2.2)
+  any,
+};
+
+/// Which rules beyond those of §6.1 refuse.
+enum class Profile : uint8_t {
+  basic,    // what must be read to decide is to the letter
+  rfc5280,  // and what RFC 5280 §4 asks of issuers
+  web,      // and what the CA/Browser Forum asks of public TLS servers
+};
+
+enum class Revocation : uint8_t {
+  notAsked,
+  whereCrlsAre,  // where there are CRLs of the issuer they have to vouch, stale ones refuse
+  leaf,          // a CRL has to vouch for the leaf
+  all,           // and for every certificate but the anchor
+};
+
+/// Policies (§6.1.1 c to g).
+struct PolicyOptions {
+  std::vector<Oid> accepted = {};            // user-initial-policy-set; none: any policy
+  std::optional<bool> requireExplicit = {};  // unsaid: yes where `accepted` names any
+  bool inhibitMapping = false;
+  bool inhibitAny = false;
+};
+
+/// The least that keys of the leaf and of every certificate on the way may be.
+struct KeyOptions {
+  unsigned rsaBits = 2048;
+  unsigned dsaBits = 2048;
+  std::vector<Oid> curves = {};  // those allowed; none: every curve that signatures are checked on
+};
+
+/// What one verification may cost. A limit keeps ways from being tried; it never discards a way
+/// that was found.
+struct Limits {
+  uint32_t certificates = 16;      // of one way, leaf and anchor included
+  uint32_t candidates = 4096;      // issuers that are looked at
+  uint32_t signatures = 4096;      // in units of one signature of RSA-2048
+  uint32_t comparisons = 250'000;  // of names with constraints and of policies
+};
+
+/// What one verification has cost, counted as Limits counts; what was known before costs the same.
+struct Cost {
+  uint32_t candidates = 0;
+  uint32_t signatures = 0;
+  uint32_t comparisons = 0;
+};
+
+class Path;
+
+/// The last word of a caller: a reference to a function that cannot throw, which lives as long as
+/// the call that it is given to.
+class PathJudge {
+ public:
+  PathJudge() noexcept = default;
+  template <class F>
+  requires(!std::is_same_v<std::remove_cvref_t<F>, PathJudge> &&
+           std::is_nothrow_invocable_r_v<bool, F&, const Path&>) PathJudge(F& judge)
+  noexcept
+      : m_judge(const_cast<void*>(static_cast<const void*>(std::addressof(judge)))),
+        m_call([](void* f, const Path& path) noexcept -> bool {
+          return (*static_cast<std::remove_reference_t<F>*>(f))(path);
+        }) {}
+
+  explicit operator bool() const noexcept { return m_call != nullptr; }
+  bool operator()(const Path& path) const noexcept { return m_call(m_judge, path); }
+
+ private:
+  void* m_judge = nullptr;
+  bool (*m_call)(void*, const Path&) noexcept = nullptr;
+};
+
+struct VerifyOptions {
+  Purpose purpose = Purpose::unsaid;
+  Target target = {};                               // asked for with Purpose::server
+  std::optional<std::chrono::sys_seconds> at = {};  // now; both ends of a validity count
+  Profile profile = Profile::basic;
+  KeyOptions keys = {};
+  bool allowSha1 = false;        // in signatures of the way; an anchor's own is not judged
+  bool judgeAnchorDates = true;  // whether an anchor that is a certificate may have expired
+  PolicyOptions policies = {};
+  CrlSet crls = {};
+  Revocation revocation = Revocation::notAsked;
+  uint32_t paths = 1;     // how many ways to look for
+  PathJudge accept = {};  // called once for each way that holds; false makes it none
+  Limits limits = {};
+  const std::atomic<bool>* cancel = nullptr;  // looked at between steps; true ends the search
+};
+
+/// A certificate and its issuers, leaf first; behind the last the anchor.
+class Path {
+ public:
+  std::vector<Certificate> certificates;  // the anchor's last, if it is one
+  std::optional<TrustAnchor> anchor;      // none: the way came to no anchor
+  std::vector<Finding> findings;          // by certificate, then by gravity, then by offset
+
+  /// The gravest failure; none when there is none.
+  Reason reason() const noexcept;
+};
+
+/// A policy that holds for the whole way: one of the user-constrained set of RFC 9618 (§6.1.5 g).
+struct HeldPolicy {
+  Oid id;  // in the anchor's terms, as PolicyOptions::accepted names it: before any mapping
+  std::vector<PolicyQualifier> qualifiers;  // that certificates of the way give it by that name
+};
+
+/// A way that holds, and for what it does. verify() alone makes one, so that whoever asks for one
+/// as a parameter cannot be called without.
+class VerifiedPath {
+ public:
+  const Path& path() const noexcept { return m_path; }
+  const Certificate& leaf() const noexcept { return m_path.certificates.front(); }
+  const TrustAnchor& anchor() const noexcept { return *m_path.anchor; }
+
+  Purpose purpose() const noexcept { return m_purpose; }
+  const Target& target() const noexcept { return m_target; }
+  std::chrono::sys_seconds at() const noexcept { return m_at; }
+  Profile profile() const noexcept { return m_profile; }
+  /// Whether anyPolicy holds for the way, which stands for every policy.
+  bool holdsAnyPolicy() const noexcept { return m_anyPolicy; }
+  const std::vector<HeldPolicy>& policies() const noexcept { return m_policies; }
+  /// Whether a CRL vouched for the leaf, and for every certificate but the anchor.
+  bool isLeafNotRevoked() const noexcept { return m_leafVouched; }
+  bool isNothingRevoked() const noexcept { return m_allVouched; }
+
+ private:
+  friend class PathBuilder;
+  VerifiedPath() = default;
+
+  Path m_path;
+  Purpose m_purpose = Purpose::unsaid;
+  Target m_target;
+  std::chrono::sys_seconds m_at{};
+  Profile m_profile = Profile::basic;
+  bool m_anyPolicy = false;
+  std::vector<HeldPolicy> m_policies;
+  bool m_leafVouched = false;
+  bool m_allVouched = false;
+};
+
+/// What a verification answers.
+struct [[nodiscard]] Verification {
+  std::vector<VerifiedPath> verified;  // none: the answer is no
+  Path furthest;                       // then the way that came furthest, with all its findings
+  Reason reason = Reason::none;        // its gravest failure
+  Cost used = {};                      // what it cost
+
+  explicit operator bool() const noexcept { return !verified.empty(); }
+
+  /// The reason as a sentence for people; empty when there is a way.
+  std::string text() const;
+};
+
+/// Looks for ways from `leaf` over `intermediates` to `anchors` that hold (§6.1), the shortest
+/// first. Takes no lock but those of the sets' own memory, writes no log, and asks no clock when
+/// `options.at` is given. Memory that runs out is Reason::outOfMemory. The answer depends on the
+/// arguments alone: not on the order of a set, on addresses, nor on what was asked before.
+Verification verify(const Certificate& leaf, const TrustAnchors& anchors,
+                    const CertificateSet& intermediates, const VerifyOptions& options) noexcept;
+
+/// The same with the octets that a peer sent, leaf first, the others in any order; `more` are
+/// intermediates that are known besides. Of those behind the leaf, what is no certificate is passed
+/// over.
+Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
+                    const VerifyOptions& options, const CertificateSet& more = {}) noexcept;
+
+}  // namespace velmora

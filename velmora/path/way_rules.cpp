@@ -1,0 +1,393 @@
+#include <algorithm>
+#include <new>
+#include <string>
+
+#include "velmora/path/internal/path_builder.h"
+#include "velmora/path/link.h"
+
+// What is judged on a way that reaches an anchor (RFC 5280 §6.1), from the anchor downwards.
+
+namespace velmora {
+namespace {
+
+Finding findingOf(Reason reason, size_t place) {
+  Finding finding;
+  finding.reason = reason;
+  finding.certificate = static_cast<uint32_t>(place);
+  return finding;
+}
+
+bool hasFailure(const std::vector<Finding>& findings) noexcept {
+  return std::any_of(findings.begin(), findings.end(),
+                     [](const Finding& each) { return each.isFailure(); });
+}
+
+// Appends findings that were made without a place.
+void appendAt(size_t place, const std::vector<Finding>& from, std::vector<Finding>& to) {
+  for (const Finding& each : from) {
+    to.push_back(each);
+    to.back().certificate = static_cast<uint32_t>(place);
+  }
+}
+
+Reason reasonOf(SignatureFault fault) {
+  switch (fault) {
+    case SignatureFault::outOfMemory:
+      throw std::bad_alloc();
+    case SignatureFault::wrongSignature:
+      return Reason::wrongSignature;
+    case SignatureFault::algorithmsDiffer:
+      return Reason::algorithmsDiffer;
+    case SignatureFault::keyDoesNotFit:
+      return Reason::keyDoesNotFit;
+    default:
+      return verdictOf(fault) == SignatureVerdict::cannotCheck ? Reason::signatureNotChecked
+                                                               : Reason::signatureRefused;
+  }
+}
+
+std::string withoutFullStop(std::string_view sentence) {
+  if (sentence.ends_with('.')) sentence.remove_suffix(1);
+  return std::string(sentence);
+}
+
+// What a signature of a key costs, in signatures of RSA-2048: measured on one machine, and no more
+// exact than a limit has to be.
+uint64_t costOf(const std::optional<PublicKey>& key) noexcept {
+  if (!key) return 4;
+  const uint64_t bits = key->bits;
+  switch (key->kind) {
+    case KeyKind::rsa:
+    case KeyKind::rsaPss:
+      return 1 + bits * bits / (uint64_t{2048} * 2048);
+    case KeyKind::dsa:
+      return 4 + 16 * bits * bits / (uint64_t{2048} * 2048);
+    case KeyKind::ec:
+      return bits <= 256 ? 4 : 24;
+    default:
+      return 4;
+  }
+}
+
+}  // namespace
+
+std::vector<Reason> linkFaults(const Certificate& certificate, const Certificate& issuer) {
+  std::vector<Reason> faults;
+  const SignatureCheck check = certificate.checkSignature(issuer);
+  if (check.verdict != SignatureVerdict::good) faults.push_back(reasonOf(check.fault));
+  const Result<BasicConstraints> constraints = issuer.basicConstraints();
+  if (!constraints || !constraints->ca) faults.push_back(Reason::notACa);
+  const Result<KeyUsage> usage = issuer.keyUsage();
+  if (usage ? !usage->has(KeyUse::keyCertSign) : !usage.error().isAbsent()) {
+    faults.push_back(Reason::mayNotSign);
+  }
+  return faults;
+}
+
+std::shared_ptr<const IssuerKey> PathBuilder::keyOf(const IndexedAnchor& anchor) const {
+  return m_anchors.cache().key(anchor.anchor.key(), anchor.keyDigest);
+}
+
+std::shared_ptr<const IssuerKey> PathBuilder::keyOf(const IndexedCertificate& certificate) const {
+  return m_anchors.cache().key(certificate.facts.certificate.parts().spki, certificate.keyDigest);
+}
+
+void PathBuilder::decide() {
+  std::vector<Finding> findings;
+  if (!judgeSignatures(findings)) return;
+  judgeLengths(findings);
+  if (!hasFailure(findings)) judgeConstraints(findings);
+  if (!hasFailure(findings)) judgeWayPolicies(findings);
+  if (!hasFailure(findings)) judgeRevocation(findings);
+  if (hasFailure(findings) || m_stopped != Reason::none) return;
+  const std::vector<Finding> own = ownFindings();
+  findings.insert(findings.end(), own.begin(), own.end());
+  accept(pathOf(std::move(findings), &anchorOfWay()));
+}
+
+// All that is wrong; but what nothing trusted vouches for is not computed with.
+void PathBuilder::explain() {
+  ++m_waysExplained;
+  std::vector<Finding> findings = ownFindings();
+  const bool isVouched = judgeSignatures(findings);
+  judgeLengths(findings);
+  judgeConstraints(findings);
+  judgeWayPolicies(findings);
+  if (isVouched) judgeRevocation(findings);
+  keepIfFurther(pathOf(std::move(findings), &anchorOfWay()));
+}
+
+// What the certificates of the way, and the anchor when it comes last, are found to be by
+// themselves.
+std::vector<Finding> PathBuilder::ownFindings() {
+  std::vector<Finding> findings;
+  for (size_t place = 0; place < m_way.size(); ++place) {
+    appendAt(place, findingsOf(m_way[place].node), findings);
+  }
+  const std::vector<Link>& links = nodeAt(m_way.size() - 1).links;
+  const size_t link = m_way.back().link;
+  if (link < links.size() && links[link].anchor != nullptr) {
+    appendAt(m_way.size(), findingsOf(*links[link].anchor), findings);
+  }
+  return findings;
+}
+
+// §6.1.3 (a)(1); false behind the first that does not hold, and when the limit is reached.
+bool PathBuilder::judgeSignatures(std::vector<Finding>& findings) {
+  for (size_t place = m_way.size(); place-- > 0;) {
+    const SignatureCheck* const done = check(place);
+    if (done == nullptr) {
+      findings.push_back(findingOf(Reason::tooManySignatures, place));
+      return false;
+    }
+    if (done->verdict == SignatureVerdict::good) continue;
+    Finding finding = findingOf(reasonOf(done->fault), place);
+    if (finding.reason != Reason::wrongSignature) finding.detail = withoutFullStop(done->message());
+    findings.push_back(std::move(finding));
+    return false;
+  }
+  return true;
+}
+
+// The check of the link that was taken, made once; null when it would cost too much.
+const SignatureCheck* PathBuilder::check(size_t place) {
+  Node& node = nodeAt(place);
+  Link& link = node.links[m_way[place].link];
+  if (link.check) return &*link.check;
+  const auto digestOf = [&](const Link& of) -> const Sha256& {
+    return of.anchor != nullptr ? of.anchor->keyDigest : m_nodes[of.issuer].indexed->keyDigest;
+  };
+  for (const Link& other : node.links) {  // such as an issuer's certificate that was renewed
+    if (other.check && digestOf(other) == digestOf(link)) {
+      link.check = other.check;
+      return &*link.check;
+    }
+  }
+  const std::optional<PublicKey> key =
+      link.anchor != nullptr ? link.anchor->key
+                             : std::optional(m_nodes[link.issuer].facts->key.value_or(PublicKey()));
+  if (!spend(m_answer.used.signatures, m_options.limits.signatures, costOf(key),
+             Reason::tooManySignatures)) {
+    return nullptr;
+  }
+  link.check = compute(node, link);
+  return &*link.check;
+}
+
+// Links of leaves are not kept: there are many, and each is asked for once.
+SignatureCheck PathBuilder::compute(const Node& node, const Link& link) {
+  const IndexedCertificate* const issuer =
+      link.anchor != nullptr ? nullptr : m_nodes[link.issuer].indexed;
+  const Sha256& digest = issuer != nullptr ? issuer->keyDigest : link.anchor->keyDigest;
+  JudgementCache& cache = m_anchors.cache();
+  if (node.indexed != nullptr && cache.isKnown(digest, node.indexed->fingerprint)) {
+    return {SignatureVerdict::good, SignatureFault::none};
+  }
+  const auto key = issuer != nullptr ? keyOf(*issuer) : keyOf(*link.anchor);
+  const SignatureCheck made = key->check(node.facts->certificate);
+  if (node.indexed != nullptr && made.verdict == SignatureVerdict::good) {
+    cache.keep(digest, node.indexed->fingerprint);
+  }
+  return made;
+}
+
+// §6.1.4 (l) and (m).
+void PathBuilder::judgeLengths(std::vector<Finding>& findings) const {
+  std::optional<uint64_t> left = anchorOfWay().pathLength;
+  for (size_t place = m_way.size() - 1; place > 0; --place) {
+    const CertificateFacts& facts = *nodeAt(place).facts;
+    if (left && !facts.isSelfIssued) {
+      if (*left == 0) {
+        findings.push_back(findingOf(Reason::pathTooLong, place));
+        return;
+      }
+      --*left;
+    }
+    const Result<BasicConstraints>& own = facts.basicConstraints;
+    if (own && own->pathLength) left = std::min(left.value_or(UINT64_MAX), *own->pathLength);
+  }
+}
+
+// §6.1.3 (b) and (c), §6.1.4 (g): each certificate below an issuer, but for self-issued ones that
+// are not the leaf.
+void PathBuilder::judgeConstraints(std::vector<Finding>& findings) {
+  if (anchorOfWay().constraints) {
+    judgeConstraints(*anchorOfWay().constraints, m_way.size(), findings);
+  }
+  for (size_t place = m_way.size() - 1; place > 0; --place) {
+    const auto& constraints = nodeAt(place).facts->constraints;
+    if (constraints) judgeConstraints(*constraints, place, findings);
+  }
+}
+
+void PathBuilder::judgeConstraints(const PreparedConstraints& constraints, size_t below,
+                                   std::vector<Finding>& findings) {
+  const uint32_t limit = m_options.limits.comparisons;
+  uint32_t& used = m_answer.used.comparisons;
+  for (size_t place = below; place-- > 0;) {
+    Node& node = nodeAt(place);
+    if (place != 0 && node.facts->isSelfIssued) continue;
+    const auto [found, isNew] = m_constrained.try_emplace({&constraints, m_way[place].node});
+    if (isNew) {
+      if (!node.names) node.names = std::make_unique<const JudgedNames>(node.facts->certificate);
+      uint32_t left = limit - std::min(used, limit);
+      const bool isJudged = constraints.judge(*node.names, left, found->second);
+      used = limit - left;
+      if (!isJudged) {
+        stop(Reason::tooManyComparisons);
+        found->second.assign(1, findingOf(Reason::tooManyComparisons, 0));
+      }
+    }
+    appendAt(place, found->second, findings);
+  }
+}
+
+// §6.1.3 (d) to (f), §6.1.4 (a), (b), (h) to (j), §6.1.5.
+void PathBuilder::judgeWayPolicies(std::vector<Finding>& findings) {
+  std::vector<PolicyInput> way;
+  way.reserve(m_way.size());
+  for (size_t place = m_way.size(); place-- > 0;) {
+    const CertificateFacts& facts = *nodeAt(place).facts;
+    way.push_back({&facts.certificate, facts.isSelfIssued});
+  }
+  const uint32_t limit = m_options.limits.comparisons;
+  uint32_t left = limit - std::min(m_answer.used.comparisons, limit);
+  m_policies = judgePolicies(way, m_options.policies, left);
+  m_answer.used.comparisons = limit - left;
+  if (!m_policies.isCounted) {
+    stop(Reason::tooManyComparisons);
+    findings.push_back(findingOf(Reason::tooManyComparisons, 0));
+  } else if (!m_policies.isEnough) {
+    const size_t at = std::min<size_t>(m_policies.refusedAt, m_way.size() - 1);
+    findings.push_back(findingOf(Reason::noPolicy, m_way.size() - 1 - at));
+    if (m_policies.mapsAny) findings.back().about = oid::policyMappings;
+  }
+}
+
+/// Who may have signed a CRL about the certificate at a place: its issuer on the way, and others of
+/// that name whose certificates somebody above on the same way signed.
+class WayCrlSigners final : public CrlSigners {
+ public:
+  WayCrlSigners(PathBuilder& builder, size_t place) : m_builder(builder), m_place(place) {}
+
+  bool haveSigned(const Crl& crl) override {
+    const size_t issuer = m_place + 1;
+    if (issuer == m_builder.m_way.size()) {
+      const IndexedAnchor& anchor = m_builder.anchorOfWay();
+      if (maySign(anchor) && hasSigned(crl, anchor)) return true;
+    } else {
+      const IndexedCertificate& certificate = *m_builder.nodeAt(issuer).indexed;
+      if (maySign(certificate.facts) && hasSigned(crl, certificate)) return true;
+    }
+    return anotherHasSigned(crl);
+  }
+
+ private:
+  static bool maySign(const CertificateFacts& facts) noexcept {
+    return facts.keyUsage ? facts.keyUsage->has(KeyUse::crlSign)
+                          : facts.keyUsage.error().isAbsent();
+  }
+  static bool maySign(const IndexedAnchor& anchor) noexcept {
+    return !anchor.facts || maySign(*anchor.facts);
+  }
+
+  template <class Signer>
+  bool hasSigned(const Crl& crl, const Signer& signer) {
+    const auto [found, isNew] =
+        m_builder.m_crlSignatures.try_emplace({crl.der().data(), signer.keyDigest}, false);
+    if (!isNew) return found->second;
+    const Result<SignatureScheme> scheme = schemeOf(crl.signedParts().outerAlgorithm);
+    const bool isWeak = scheme && scheme->hash == Hash::sha1 && !m_builder.m_options.allowSha1;
+    if (isWeak) return false;
+    if (!m_builder.spend(m_builder.m_answer.used.signatures, m_builder.m_options.limits.signatures,
+                         costOf(keyOf(signer)), Reason::tooManySignatures)) {
+      m_builder.m_crlSignatures.erase(found);
+      return false;
+    }
+    const SignatureCheck check = m_builder.keyOf(signer)->check(crl.signedParts());
+    if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
+    return found->second = check.verdict == SignatureVerdict::good;
+  }
+  static std::optional<PublicKey> keyOf(const IndexedAnchor& anchor) { return anchor.key; }
+  static std::optional<PublicKey> keyOf(const IndexedCertificate& certificate) {
+    const Result<PublicKey>& key = certificate.facts.key;
+    return key ? std::optional(*key) : std::nullopt;
+  }
+
+  bool anotherHasSigned(const Crl& crl) {
+    const std::string& name = *m_builder.nodeAt(m_place).facts->issuer;
+    for (const IntermediateIndex* const set : m_builder.m_sets) {
+      for (const IndexedCertificate* const signer : set->withSubject(name)) {
+        if (maySign(*signer) && isVouchedFor(*signer) && hasSigned(crl, *signer)) return true;
+      }
+    }
+    return false;
+  }
+
+  // It need not be a CA, but nothing else may be wrong with it.
+  bool maySign(const IndexedCertificate& signer) const {
+    std::vector<Finding> findings;
+    judgeCertificate(signer.facts, Role::issuer, m_builder.m_question, findings);
+    return maySign(signer.facts) &&
+           std::none_of(findings.begin(), findings.end(), [](const Finding& each) {
+             const bool isAboutCas =
+                 each.reason == Reason::notACa || each.reason == Reason::mayNotSign;
+             return each.isFailure() && !isAboutCas;
+           });
+  }
+
+  bool isVouchedFor(const IndexedCertificate& signer) {
+    const IndexedAnchor& anchor = m_builder.anchorOfWay();
+    if (*signer.facts.issuer == anchor.name && isSignedBy(signer, anchor)) return true;
+    for (size_t place = m_builder.m_way.size() - 1; place > m_place; --place) {
+      const IndexedCertificate& above = *m_builder.nodeAt(place).indexed;
+      if (signer.facts.issuer == above.facts.subject && isSignedBy(signer, above)) return true;
+    }
+    return false;
+  }
+
+  template <class Signer>
+  bool isSignedBy(const IndexedCertificate& certificate, const Signer& signer) {
+    JudgementCache& cache = m_builder.m_anchors.cache();
+    if (!m_builder.spend(m_builder.m_answer.used.signatures, m_builder.m_options.limits.signatures,
+                         costOf(keyOf(signer)), Reason::tooManySignatures)) {
+      return false;
+    }
+    if (cache.isKnown(signer.keyDigest, certificate.fingerprint)) return true;
+    const SignatureCheck check = m_builder.keyOf(signer)->check(certificate.facts.certificate);
+    if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
+    if (check.verdict != SignatureVerdict::good) return false;
+    cache.keep(signer.keyDigest, certificate.fingerprint);
+    return true;
+  }
+
+  PathBuilder& m_builder;
+  size_t m_place;
+};
+
+// §6.1.3 (a)(3) and §6.3.
+void PathBuilder::judgeRevocation(std::vector<Finding>& findings) {
+  m_isLeafVouched = false;
+  m_areAllVouched = false;
+  if (!m_question.judgesCrls()) return;
+  m_areAllVouched = true;
+  for (size_t place = 0; place < m_way.size(); ++place) {
+    const CertificateFacts& facts = *nodeAt(place).facts;
+    const bool isAsked = m_options.revocation == Revocation::all ||
+                         (m_options.revocation == Revocation::leaf && place == 0);
+    WayCrlSigners signers(*this, place);
+    const RevocationAnswer answer = m_options.crls.m_index->judge(
+        {&facts.certificate, &*facts.issuer, facts.isCa(), m_question.at}, signers);
+    const bool isVouched =
+        answer.state == RevocationState::good || answer.state == RevocationState::notRevocable;
+    if (answer.state == RevocationState::revoked) {
+      findings.push_back(findingOf(Reason::revoked, place));
+    } else if (answer.state == RevocationState::unknown || (isAsked && !isVouched)) {
+      findings.push_back(findingOf(Reason::revocationUnknown, place));
+    }
+    if (place == 0) m_isLeafVouched = isVouched;
+    m_areAllVouched = m_areAllVouched && isVouched;
+  }
+}
+
+}  // namespace velmora
