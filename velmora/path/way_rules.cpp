@@ -51,7 +51,7 @@ std::string withoutFullStop(std::string_view sentence) {
   return std::string(sentence);
 }
 
-// What a signature of a key costs, in signatures of RSA-2048: measured on one machine, and no more
+// What a signature of a key costs, two for one of RSA-2048: measured on one machine, and no more
 // exact than a limit has to be.
 uint64_t costOf(const std::optional<PublicKey>& key) noexcept {
   if (!key) return 4;
