@@ -109,6 +109,13 @@ class Request {
   }
 
   bool checkTarget(const Arguments& arguments, std::string& usageError) const {
+    const bool isEmail = m_options.purpose == Purpose::email;
+    const bool isServer = m_options.purpose == Purpose::server;
+    const bool isHost = arguments.has("--host") || arguments.has("--ip");
+    if ((isEmail && isHost) || (isServer && arguments.has("--email"))) {
+      usageError = "an e-mail address goes with the purpose \"email\", a host with \"server\"";
+      return false;
+    }
     const bool isSaid = arguments.has("--host") || arguments.has("--ip") ||
                         arguments.has("--email") || arguments.has("--no-host");
     if (m_options.purpose != Purpose::server || isSaid) return true;

@@ -58,11 +58,8 @@ enum class Reason : uint8_t {
   departure,                 // RFC 5280 §4 or DER: `departure` says which
   unknownCriticalExtension,  // `about`
   criticalNotProcessed,      // `about`: known, but of no meaning in this place
-  repeatedExtension,         // `about`
   malformedExtension,        // `about`
-  malformedName,
   malformedDate,
-  validityBackwards,
   // What it is for.
   wrongPurpose,   // extendedKeyUsage
   wrongKeyUsage,  // keyUsage
