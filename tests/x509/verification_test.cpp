@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "tests/x509/signed_certificates.h"
-#include "velmora/x509/signature_algorithms.h"
+#include "velmora/x509/internal/signature_algorithms.h"
 #include "velmora/x509/trusted_root_registration.h"
 
 namespace velmora::test {

@@ -1,7 +1,7 @@
 #include "velmora/support/asn1/vm_asn1.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/hash/vm_hash.h"
-#include "velmora/x509/signature_algorithms.h"
+#include "velmora/x509/internal/signature_algorithms.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora {

@@ -1,4 +1,4 @@
-#include "velmora/x509/signature_algorithms.h"
+#include "velmora/x509/internal/signature_algorithms.h"
 
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/vm_asn1.h"

@@ -1,7 +1,7 @@
 #include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/log/refuse.h"
 #include "velmora/support/trust/trusted_roots.h"
-#include "velmora/x509/signature_algorithms.h"
+#include "velmora/x509/internal/signature_algorithms.h"
 #include "velmora/x509/velmora_x509.h"
 
 // The steps of one verification, from the names to the trusted roots. The algorithms are in
