@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <new>
+#include <tuple>
 
+#include "velmora/path/internal/general_name_key.h"
 #include "velmora/path/internal/indexes.h"
 #include "velmora/support/hash/vm_hash.h"
 
@@ -21,16 +23,45 @@ int compareOctets(Bytes a, Bytes b) noexcept {
   return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
-// Certificates by their octets, before anchors by name and key, of which those that are equal in
-// both and differ in constraints stay apart, in the order in which they were given.
-int compareAnchors(const TrustAnchor& a, const TrustAnchor& b) noexcept {
+struct NameText {
+  template <class Text>
+  std::string operator()(const Text& name) const {
+    return keyOf(name).value_or("");
+  }
+  std::string operator()(const IpRange& range) const { return range.text(); }
+  std::string operator()(const RawName& raw) const {
+    return std::string(reinterpret_cast<const char*>(raw.der.data()), raw.der.size());
+  }
+};
+
+std::vector<std::string> textsOf(const std::vector<GeneralName>& names) {
+  std::vector<std::string> texts;
+  texts.reserve(names.size());
+  for (const GeneralName& name : names) texts.push_back(std::visit(NameText(), name));
+  return texts;
+}
+
+// What orders constraints by their content.
+auto termsOf(const AnchorConstraints& constraints) {
+  const NameConstraints names = constraints.names.value_or(NameConstraints());
+  return std::tuple(constraints.pathLength, constraints.names.has_value(), textsOf(names.permitted),
+                    textsOf(names.excluded), constraints.purposes.has_value(),
+                    constraints.purposes.value_or(ExtendedKeyUsage()).purposes);
+}
+
+// Certificates by their octets, before anchors by name, key and constraints. Throws std::bad_alloc.
+int compareAnchors(const TrustAnchor& a, const TrustAnchor& b) {
   const bool isCertificate = a.certificate().has_value();
   if (isCertificate != b.certificate().has_value()) return isCertificate ? -1 : 1;
   if (isCertificate) return compareOctets(a.certificate()->der(), b.certificate()->der());
   const Name ourName = a.name();
   const Name theirName = b.name();
   const int byName = compareOctets(ourName.der(), theirName.der());
-  return byName != 0 ? byName : compareOctets(a.key(), b.key());
+  if (byName != 0) return byName;
+  if (const int byKey = compareOctets(a.key(), b.key()); byKey != 0) return byKey;
+  const auto ours = termsOf(*a.constraints());
+  const auto theirs = termsOf(*b.constraints());
+  return ours < theirs ? -1 : theirs < ours ? 1 : 0;
 }
 
 // Those of `all` between two ends of equal names.
@@ -45,7 +76,8 @@ std::span<const Entry* const> rangeOf(const std::vector<const Entry*>& all, std:
   return {first, last};
 }
 
-// Those with a name, sorted by it; of one name in the order in which they stand.
+// Those with a name, sorted by it; of one name in the order in which they stand, without the buffer
+// of std::stable_sort, which tells nobody when there is no memory for it.
 template <class Entry, class NameOf>
 std::vector<const Entry*> sortedByName(const std::vector<Entry>& entries, NameOf nameOf) {
   std::vector<const Entry*> sorted;
@@ -53,8 +85,10 @@ std::vector<const Entry*> sortedByName(const std::vector<Entry>& entries, NameOf
   for (const Entry& entry : entries) {
     if (!nameOf(entry).empty()) sorted.push_back(&entry);
   }
-  std::stable_sort(sorted.begin(), sorted.end(),
-                   [&](const Entry* a, const Entry* b) { return nameOf(*a) < nameOf(*b); });
+  std::sort(sorted.begin(), sorted.end(), [&](const Entry* a, const Entry* b) {
+    const int order = nameOf(*a).compare(nameOf(*b));
+    return order != 0 ? order < 0 : a < b;
+  });
   return sorted;
 }
 
@@ -115,13 +149,11 @@ AnchorIndex::AnchorIndex(std::span<const TrustAnchor> anchors) {
   std::vector<const TrustAnchor*> sorted;
   sorted.reserve(anchors.size());
   for (const TrustAnchor& anchor : anchors) sorted.push_back(&anchor);
-  std::stable_sort(sorted.begin(), sorted.end(), [](const TrustAnchor* a, const TrustAnchor* b) {
-    return compareAnchors(*a, *b) < 0;
-  });
+  std::sort(sorted.begin(), sorted.end(),
+            [](const TrustAnchor* a, const TrustAnchor* b) { return compareAnchors(*a, *b) < 0; });
   m_anchors.reserve(sorted.size());
   for (size_t i = 0; i < sorted.size(); ++i) {
-    const bool isDouble =
-        i != 0 && sorted[i]->certificate() && compareAnchors(*sorted[i - 1], *sorted[i]) == 0;
+    const bool isDouble = i != 0 && compareAnchors(*sorted[i - 1], *sorted[i]) == 0;
     if (!isDouble) m_anchors.emplace_back(*sorted[i]);
   }
   m_byName = sortedByName(m_anchors, nameOfAnchor);
@@ -154,6 +186,14 @@ IntermediateIndex::IntermediateIndex(std::span<const Certificate> certificates) 
 std::span<const IndexedCertificate* const> IntermediateIndex::withSubject(
     std::string_view folded) const noexcept {
   return rangeOf(m_bySubject, folded, subjectOf);
+}
+
+bool IntermediateIndex::holds(const Certificate& certificate) const noexcept {
+  const auto found = std::lower_bound(m_certificates.begin(), m_certificates.end(), certificate,
+                                      [](const IndexedCertificate& each, const Certificate& of) {
+                                        return each.facts.certificate < of;
+                                      });
+  return found != m_certificates.end() && found->facts.certificate == certificate;
 }
 
 namespace {

@@ -58,6 +58,7 @@ class TrustAnchors {
   TrustAnchors();
   /// Anchors that are the same octets count once. Throws std::bad_alloc.
   explicit TrustAnchors(std::span<const Certificate> roots);
+  /// Likewise, and names and keys with the same constraints.
   explicit TrustAnchors(std::span<const TrustAnchor> anchors);
 
   size_t size() const noexcept;

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <tuple>
 
+#include "velmora/path/internal/stable_sort.h"
+
 namespace velmora {
 namespace {
 
@@ -351,7 +353,7 @@ void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
 }
 
 void sortFindings(std::vector<Finding>& findings) {
-  std::stable_sort(findings.begin(), findings.end(), [](const Finding& a, const Finding& b) {
+  sortStably(findings, [](const Finding& a, const Finding& b) {
     return std::tuple(a.certificate, a.reason, a.offset) <
            std::tuple(b.certificate, b.reason, b.offset);
   });

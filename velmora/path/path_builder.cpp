@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "velmora/path/internal/stable_sort.h"
+
 // The search. What is judged on a way stands in way_rules.cpp.
 
 namespace velmora {
@@ -86,9 +88,10 @@ std::vector<PathBuilder::Link> PathBuilder::linksOf(const CertificateFacts& fact
   for (const IndexedAnchor* const anchor : m_anchors.withName(*facts.issuer)) {
     if (!isSame(facts, *anchor)) links.push_back({anchor});
   }
-  for (const IntermediateIndex* const set : m_sets) {
-    for (const IndexedCertificate* const issuer : set->withSubject(*facts.issuer)) {
+  for (size_t set = 0; set < m_sets.size(); ++set) {
+    for (const IndexedCertificate* const issuer : m_sets[set]->withSubject(*facts.issuer)) {
       if (isSame(facts, issuer->facts) || isSame(m_leaf, issuer->facts)) continue;
+      if (isInSetBefore(set, issuer->facts.certificate)) continue;
       if (!spend(m_answer.used.candidates, m_options.limits.candidates, 1,
                  Reason::tooManyCandidates)) {
         break;
@@ -100,6 +103,12 @@ std::vector<PathBuilder::Link> PathBuilder::linksOf(const CertificateFacts& fact
   return links;
 }
 
+// What is in several sets counts once.
+bool PathBuilder::isInSetBefore(size_t set, const Certificate& certificate) const noexcept {
+  return std::any_of(m_sets.begin(), m_sets.begin() + static_cast<ptrdiff_t>(set),
+                     [&](const IntermediateIndex* each) { return each->holds(certificate); });
+}
+
 PathBuilder::NodeNumber PathBuilder::numberOf(const IndexedCertificate& certificate) {
   const auto [found, isNew] =
       m_numbers.emplace(&certificate, static_cast<NodeNumber>(m_nodes.size()));
@@ -108,8 +117,8 @@ PathBuilder::NodeNumber PathBuilder::numberOf(const IndexedCertificate& certific
 }
 
 // Anchors first, then those whose key identifier is the one that the certificate names, those that
-// have none, and the others; of those the ones that are valid, then the latest. Identifiers order
-// the candidates and forbid nothing.
+// have none, and the others; of those the ones that are valid, then the latest, then by octets,
+// whichever set they are in. Identifiers order the candidates and forbid nothing.
 void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const {
   if (links.size() < 2) return;
   const auto rankOf = [&](const Link& link) {
@@ -125,8 +134,13 @@ void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& li
     }
     return std::tuple(link.anchor == nullptr, identifier, !isValid, -from);
   };
-  std::stable_sort(links.begin(), links.end(),
-                   [&](const Link& a, const Link& b) { return rankOf(a) < rankOf(b); });
+  std::sort(links.begin(), links.end(), [&](const Link& a, const Link& b) {
+    const auto ours = rankOf(a);
+    const auto theirs = rankOf(b);
+    if (ours != theirs) return ours < theirs;
+    if (a.anchor != nullptr) return a.anchor < b.anchor;  // which stand in an order of their own
+    return m_nodes[a.issuer].facts->certificate < m_nodes[b.issuer].facts->certificate;
+  });
 }
 
 const CertificateFacts* PathBuilder::factsOf(const Link& link) const noexcept {
@@ -335,8 +349,9 @@ void PathBuilder::accept(Path path) {
 
 Verification PathBuilder::answer() {
   std::vector<VerifiedPath>& verified = m_answer.verified;
-  std::stable_partition(verified.begin(), verified.end(),
-                        [](const VerifiedPath& each) { return !warnsOfIssuers(each); });
+  sortStably(verified, [](const VerifiedPath& a, const VerifiedPath& b) {
+    return !warnsOfIssuers(a) && warnsOfIssuers(b);
+  });
   const size_t most = std::max(m_options.paths, 1U);
   if (verified.size() > most)
     verified.erase(verified.begin() + static_cast<ptrdiff_t>(most), verified.end());

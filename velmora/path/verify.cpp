@@ -94,4 +94,12 @@ Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchor
   return refused(Reason::outOfMemory);
 }
 
+// An empty set takes memory too, which a default argument would take outside of what is caught.
+Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
+                    const VerifyOptions& options) noexcept try {
+  return verify(presented, anchors, options, CertificateSet());
+} catch (const std::bad_alloc&) {
+  return refused(Reason::outOfMemory);
+}
+
 }  // namespace velmora

@@ -195,6 +195,8 @@ Verification verify(const Certificate& leaf, const TrustAnchors& anchors,
 /// intermediates that are known besides. Of those behind the leaf, what is no certificate is passed
 /// over.
 Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
-                    const VerifyOptions& options, const CertificateSet& more = {}) noexcept;
+                    const VerifyOptions& options, const CertificateSet& more) noexcept;
+Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
+                    const VerifyOptions& options) noexcept;
 
 }  // namespace velmora

@@ -316,8 +316,9 @@ class WayCrlSigners final : public CrlSigners {
 
   bool anotherHasSigned(const Crl& crl) {
     const std::string& name = *m_builder.nodeAt(m_place).facts->issuer;
-    for (const IntermediateIndex* const set : m_builder.m_sets) {
-      for (const IndexedCertificate* const signer : set->withSubject(name)) {
+    for (size_t set = 0; set < m_builder.m_sets.size(); ++set) {
+      for (const IndexedCertificate* const signer : m_builder.m_sets[set]->withSubject(name)) {
+        if (m_builder.isInSetBefore(set, signer->facts.certificate)) continue;
         if (maySign(*signer) && isVouchedFor(*signer) && hasSigned(crl, *signer)) return true;
       }
     }

@@ -38,6 +38,9 @@ class IntermediateIndex {
   /// Those with the subject, in the order of their octets.
   std::span<const IndexedCertificate* const> withSubject(std::string_view folded) const noexcept;
 
+  /// Whether one of them is these octets.
+  bool holds(const Certificate& certificate) const noexcept;
+
  private:
   std::vector<IndexedCertificate> m_certificates;
   std::vector<const IndexedCertificate*> m_bySubject;

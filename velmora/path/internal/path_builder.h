@@ -68,6 +68,7 @@ class PathBuilder {
   // What is there.
   void explore();
   std::vector<Link> linksOf(const CertificateFacts& facts);
+  bool isInSetBefore(size_t set, const Certificate& certificate) const noexcept;
   NodeNumber numberOf(const IndexedCertificate& certificate);
   void sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const;
   const CertificateFacts* factsOf(const Link& link) const noexcept;
