@@ -1,0 +1,300 @@
+#include <algorithm>
+#include <thread>
+
+#include "tests/common/allocation_fault.h"
+#include "tests/path/made_ways.h"
+
+// verify() as a whole; what single rules say is held against a naive checker by pki_test.py.
+
+namespace velmora::test {
+namespace {
+
+// The rows are in make_paths.py; those that differ in one thing stand together.
+TEST(Verify, EndsInTheAnchorItselfAndHoldsToWhatItBindsBy) {
+  for (const MadeQuestion& row : pki().questions) {
+    VerifyOptions options = asked(row.isServer ? Purpose::server : Purpose::any);
+    options.judgeAnchorDates = !row.isUndated;
+    EXPECT_EQ(briefly(ask(row.leaf, row.anchors, row.issuers, options)), row.answer)
+        << row.leaf << " under " << row.anchors << " with " << row.issuers;
+  }
+}
+
+TEST(Verify, HoldsToTheConstraintsOfANameAndKey) {
+  const Name name = named("root").subject();
+  const Bytes key = named("root").parts().spki;
+  const auto names = [](const char* of) { return *named(of).nameConstraints(); };
+  const auto purposes = [](const char* of) { return *named(of).extendedKeyUsage(); };
+  const struct {
+    Bytes key;
+    AnchorConstraints constraints;
+    std::string expected;
+  } rows[] = {
+      {key, {}, "leaf ca key"},
+      {named("second").parts().spki, {}, "wrongSignature"},
+      {key, {.pathLength = 0}, "pathTooLong"},
+      {key, {.pathLength = 1}, "leaf ca key"},
+      {key, {.names = names("rootOrg")}, "nameNotPermitted"},
+      {key, {.names = names("rootCom")}, "leaf ca key"},
+      {key, {.purposes = purposes("rootClient")}, "wrongPurpose"},
+      {key, {.purposes = purposes("rootServer")}, "leaf ca key"},
+  };
+  const CertificateSet issuers(several("ca root"));
+  std::vector<TrustAnchor> all;
+  for (const auto& row : rows) {
+    all.push_back(*TrustAnchor::make(name, row.key, row.constraints));
+    const TrustAnchors one(std::span(&all.back(), 1));
+    EXPECT_EQ(briefly(verify(named("leaf"), one, issuers, asked(Purpose::server))), row.expected);
+  }
+  // All at once, in either order.
+  VerifyOptions options = asked(Purpose::server);
+  options.paths = 100;
+  std::vector<std::optional<uint64_t>> lengths[2];
+  for (auto& found : lengths) {
+    for (const auto& each : verify(named("leaf"), TrustAnchors(all), issuers, options).verified) {
+      found.push_back(each.anchor().constraints()->pathLength);
+    }
+    EXPECT_EQ(found.size(), 4U);
+    std::reverse(all.begin(), all.end());
+  }
+  EXPECT_EQ(lengths[0], lengths[1]);
+  EXPECT_EQ(TrustAnchor::make(*Name::parse(""), key).error().code, ErrorCode::malformedName);
+  EXPECT_EQ(TrustAnchor::make(name, key.first(20)).error().code, ErrorCode::malformedKey);
+}
+
+const char* const kManyAnchors = "root rootTwin rootExpired rootOtherKey rootOrg second";
+const char* const kManyIssuers = "ca caTwin caOfSecond caSpoilt caWarned root second";
+
+// What the searches of the following tests are about: some hold, some do not.
+std::vector<VerifyOptions> questions() {
+  std::vector<VerifyOptions> all(5, asked());
+  all[1].paths = 100;
+  all[2].purpose = Purpose::server;
+  all[2].target = *Target::host("elsewhere.example.com");
+  all[3].crls = CrlSet(listOf(pki().crls, "crlRevokedCa crlOfCa crlOfRoot"));
+  all[3].revocation = Revocation::all;
+  all[4].at = *all[4].at + std::chrono::days(9000);
+  return all;
+}
+
+TEST(Verify, AnswersTheSameInAnyOrderAndEachTime) {
+  std::vector<Certificate> roots = several(kManyAnchors);
+  std::vector<Certificate> issuers = several(kManyIssuers);
+  const TrustAnchors warm(roots);
+  const CertificateSet set(issuers);
+  const Certificate& leaf = named("leaf");
+  for (const VerifyOptions& options : questions()) {
+    const std::string expected = wholly(verify(leaf, warm, set, options));
+    for (size_t turn = 0; turn < issuers.size(); ++turn) {
+      std::rotate(roots.begin(), roots.begin() + 1, roots.end());
+      std::rotate(issuers.begin(), issuers.begin() + 1, issuers.end());
+      if (turn % 2 != 0) std::reverse(issuers.begin(), issuers.end());
+      const TrustAnchors anchors(roots);
+      EXPECT_EQ(wholly(verify(leaf, anchors, CertificateSet(issuers), options)), expected);
+      std::vector<Bytes> sent = {leaf.der()};
+      for (const Certificate& each : issuers) sent.push_back(each.der());
+      EXPECT_EQ(wholly(verify(sent, warm, options)), expected);
+      EXPECT_EQ(wholly(verify(sent, warm, options, set)), expected) << "in both sets";
+      sent.resize(turn + 1);
+      const CertificateSet others(std::span<const Certificate>(issuers).subspan(turn));
+      EXPECT_EQ(wholly(verify(sent, warm, options, others)), expected) << "in one of both";
+    }
+  }
+}
+
+TEST(Verify, TakesWhatAPeerSentAndPassesOverWhatIsNone) {
+  const TrustAnchors anchors(several("root"));
+  const Bytes leaf = named("leaf").der();
+  const Bytes ca = named("ca").der();
+  const Bytes none = ca.first(20);
+  const struct {
+    std::vector<Bytes> sent;
+    std::string more, expected;
+  } rows[] = {{{leaf, none, ca}, "", "leaf ca root"}, {{leaf, none}, "", "noIssuer"},
+              {{leaf, none}, "ca", "leaf ca root"},   {{none, ca}, "", "malformedInput"},
+              {{}, "ca", "malformedInput"},           {{ca, leaf}, "", "ca root"}};
+  for (const auto& row : rows) {
+    const CertificateSet more(several(row.more));
+    EXPECT_EQ(briefly(verify(row.sent, anchors, asked(), more)), row.expected);
+  }
+}
+
+TEST(Verify, RefusesAQuestionThatLeavesOutWhatItIsFor) {
+  const struct {
+    Purpose purpose;
+    Target target;
+    std::string expected;
+  } rows[] = {
+      {Purpose::unsaid, Target::notJudged(), "purposeUnsaid"},
+      {Purpose::any, {}, "leaf ca root"},
+      {Purpose::server, {}, "targetUnsaid"},
+      {Purpose::server, Target::notJudged(), "leaf ca root"},
+      {Purpose::server, *Target::host("www.example.com"), "leaf ca root"},
+      {Purpose::server, *Target::email("a@example.com"), "wrongTarget"},
+      {Purpose::email, *Target::host("www.example.com"), "wrongTarget"},
+      {Purpose::any, *Target::host("example.com"), "wrongHost"},  // a target given is judged
+  };
+  for (const auto& row : rows) {
+    VerifyOptions options = asked(row.purpose);
+    options.target = row.target;
+    EXPECT_EQ(briefly(ask("leaf", "root", "ca", options)), row.expected);
+  }
+}
+
+// What a search takes is found out first, and is then just enough.
+TEST(Verify, StopsAtEachLimitAndKeepsTheWaysFound) {
+  const Cost used = ask("leaf", "rootCom", "ca").used;
+  VerifyOptions many = asked();
+  many.paths = 2;
+  const Cost ofBoth = ask("leaf", "root second", "ca caOfSecond", many).used;
+  const struct {
+    uint32_t Limits::*limit;
+    uint32_t least, leastForBoth;
+    std::string reason;
+  } rows[] = {
+      {&Limits::certificates, 3, 3, "tooManyCertificates"},
+      {&Limits::candidates, used.candidates, ofBoth.candidates, "tooManyCandidates"},
+      {&Limits::signatures, used.signatures, ofBoth.signatures, "tooManySignatures"},
+      {&Limits::comparisons, used.comparisons, ofBoth.comparisons, "tooManyComparisons"},
+  };
+  for (const auto& row : rows) {
+    VerifyOptions options = asked();
+    ASSERT_GT(row.least, 0U);
+    options.limits.*row.limit = row.least;
+    EXPECT_EQ(briefly(ask("leaf", "rootCom", "ca", options)), "leaf ca rootCom");
+    options.limits.*row.limit = row.least - 1;
+    EXPECT_EQ(briefly(ask("leaf", "rootCom", "ca", options)), row.reason);
+    if (row.leastForBoth == row.least) continue;
+    options.paths = 2;
+    options.limits.*row.limit = row.leastForBoth;
+    EXPECT_EQ(ask("leaf", "root second", "ca caOfSecond", options).verified.size(), 2U);
+    options.limits.*row.limit = row.leastForBoth - 1;
+    EXPECT_EQ(ask("leaf", "root second", "ca caOfSecond", options).verified.size(), 1U);
+  }
+}
+
+TEST(Verify, GivesTheCallerTheLastWordAndStopsWhenTold) {
+  std::vector<std::string> judged;
+  std::string refused;
+  std::atomic<bool> stop = false;
+  bool stopsAtFirst = false;
+  const auto judge = [&](const Path& path) noexcept {
+    judged.push_back(labelsOf(path));
+    stop = stopsAtFirst;
+    return refused.find(judged.back()) == std::string::npos;
+  };
+  VerifyOptions options = asked();
+  options.accept = judge;
+  options.cancel = &stop;
+  const auto answer = [&] {
+    judged.clear();
+    stop = false;
+    const Verification found = ask("leaf", "root second", "ca caOfSecond", options);
+    std::sort(judged.begin(), judged.end());
+    EXPECT_EQ(std::adjacent_find(judged.begin(), judged.end()), judged.end());
+    return briefly(found);
+  };
+  const std::string first = answer();
+  EXPECT_EQ(judged, std::vector<std::string>{first});
+  refused = first;
+  const std::string second = answer();
+  EXPECT_EQ(judged.size(), 2U);
+  EXPECT_NE(first, second);
+  refused = first + ", " + second;
+  EXPECT_EQ(answer(), "rejectedByCaller");
+  EXPECT_EQ(judged.size(), 2U);
+  refused.clear();
+  options.paths = 2;
+  EXPECT_EQ(answer(), first + ", " + second);
+  stopsAtFirst = true;
+  EXPECT_EQ(answer(), first);
+  stop = true;
+  EXPECT_EQ(briefly(ask("leaf", "root", "ca", options)), "cancelled");
+}
+
+TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
+  const struct {
+    Revocation mode;
+    std::string crls, expected;
+  } rows[] = {
+      {Revocation::notAsked, "crlRevoked", "leaf ca root; 00"},
+      {Revocation::whereCrlsAre, "crlOfCa", "leaf ca root; 10"},
+      {Revocation::whereCrlsAre, "crlRevoked", "revoked; leaf ca root"},
+      {Revocation::leaf, "crlOfRoot", "revocationUnknown; leaf ca root"},
+      {Revocation::leaf, "crlOfCa", "leaf ca root; 10"},
+      {Revocation::all, "crlOfCa", "revocationUnknown; leaf ca root"},
+      {Revocation::all, "crlOfCa crlOfRoot", "leaf ca root; 11"},
+      {Revocation::all, "crlOfCa crlRevokedCa", "revoked; leaf ca root"},
+  };
+  for (const auto& row : rows) {
+    VerifyOptions options = asked(Purpose::server);
+    options.revocation = row.mode;
+    options.crls = CrlSet(listOf(pki().crls, row.crls));
+    const Verification answer = ask("leaf", "root", "ca", options);
+    EXPECT_TRUE(wholly(answer).starts_with(row.expected + ';')) << wholly(answer);
+    for (const VerifiedPath& each : answer.verified) {
+      EXPECT_EQ(std::pair(each.purpose(), each.at()), std::pair(Purpose::server, *options.at));
+    }
+  }
+}
+
+// What is kept is new each time, since what is known takes no memory; and a fault leaves nothing
+// there that is not so.
+TEST(Verify, WithoutMemoryNothingHolds) {
+  const std::vector<Certificate> roots = several(kManyAnchors);
+  const CertificateSet issuers(several("ca caWarned caOfSecond caSpoilt"));
+  const Certificate& leaf = named("leaf");
+  const std::vector<Bytes> sent = {leaf.der(), named("ca").der(), named("caSpoilt").der()};
+  std::vector<VerifyOptions> all = questions();
+  all[1].purpose = Purpose::server;
+  all[1].target = *Target::host("www.example.com");
+  all[3].crls = CrlSet(listOf(pki().crls, "crlOfCa crlOfRoot"));
+  for (const VerifyOptions& options : all) {
+    for (const bool fromBytes : {false, true}) {
+      TrustAnchors anchors(roots);
+      Verification answer;
+      const auto attempt = [&] {
+        answer =
+            fromBytes ? verify(sent, anchors, options) : verify(leaf, anchors, issuers, options);
+      };
+      attempt();
+      const std::string expected = wholly(answer);
+      anchors = TrustAnchors(roots);
+      const size_t faults = forEachAllocationFault(attempt, [&](bool faulted) {
+        ASSERT_EQ(wholly(answer) == expected, !faulted);
+        ASSERT_EQ(answer.reason == Reason::outOfMemory, faulted);
+        attempt();
+        ASSERT_EQ(wholly(answer), expected);
+        anchors = TrustAnchors(roots);
+      });
+      EXPECT_GT(faults, 50U);
+    }
+  }
+}
+
+TEST(Verify, AnswersThreadsThatShareEverything) {
+  const TrustAnchors anchors(several(kManyAnchors));
+  const CertificateSet issuers(several(kManyIssuers));
+  const Certificate leaf = named("leaf");
+  const std::vector<VerifyOptions> all = questions();
+  std::vector<std::string> answers[4];
+  std::vector<std::thread> threads;
+  for (auto& own : answers) {
+    threads.emplace_back([&] {
+      for (int turn = 0; turn < 20; ++turn) {
+        for (const auto& options : all) {
+          own.push_back(wholly(verify(leaf, anchors, issuers, options)));
+        }
+      }
+    });
+  }
+  for (std::thread& each : threads) each.join();
+  for (size_t i = 0; i < answers[0].size(); ++i) {
+    if (i < all.size()) {
+      EXPECT_EQ(answers[0][i], wholly(ask("leaf", kManyAnchors, kManyIssuers, all[i])));
+    }
+    for (const auto& own : answers) ASSERT_EQ(own[i], answers[0][i % all.size()]);
+  }
+}
+
+}  // namespace
+}  // namespace velmora::test
