@@ -1,0 +1,155 @@
+// Measures verify() beside OpenSSL's X509_verify_cert: bench_paths [--benchmark_...].
+// Options are for Google Benchmark; with them the threads are left out.
+#include <algorithm>
+#include <atomic>
+#include <barrier>
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <limits>
+#include <string>
+#include <thread>
+
+#include "bench/benchmarks.h"
+#include "bench/paths/chain.h"
+#include "bench/timings.h"
+#include "velmora/certificate/issuer_key.h"
+#include "velmora/support/bignum/arithmetic_path.h"
+
+namespace velmora::bench {
+
+namespace {
+
+// Anchors that are made at once, while no time is taken; starting and stopping the clock costs
+// much less than as many verifications.
+constexpr size_t kBatch = 256;
+
+constexpr int kRounds = 300;
+constexpr int kVerifications = 64;  // of one round, which the threads share out
+
+std::string nameOf(const Chain& chain, const char* row) {
+  return std::string(chain.scheme().name) + "/" + row;
+}
+
+template <class Run>
+void add(const Chain& chain, const char* row, Run run) {
+  benchmark::RegisterBenchmark(nameOf(chain, row).c_str(), [run](benchmark::State& state) {
+    for (auto _ : state) require(run(), "verification");
+  });
+}
+
+// With keys and links that are new to the anchors each time.
+void addCold(const Chain& chain) {
+  benchmark::RegisterBenchmark(nameOf(chain, "cold").c_str(), [&chain](benchmark::State& state) {
+    std::deque<TrustAnchors> fresh;
+    for (auto _ : state) {
+      if (fresh.empty()) {
+        state.PauseTiming();
+        for (size_t i = 0; i < kBatch; ++i) fresh.push_back(chain.newAnchors());
+        state.ResumeTiming();
+      }
+      require(chain.verify(fresh.front()), "verification");
+      fresh.pop_front();
+    }
+  });
+}
+
+void registerChain(const Chain& chain) {
+  addCold(chain);
+  add(chain, "known", [&chain, anchors = chain.newAnchors()] { return chain.verify(anchors); });
+  add(chain, "openssl", [&chain] { return chain.verifyWithOpenssl(); });
+  const auto isGood = [](const IssuerKey& key, const velmora::Certificate& certificate) {
+    return key.check(certificate).verdict == SignatureVerdict::good;
+  };
+  add(chain, "signatures", [&chain, isGood] {
+    const IssuerKey root(chain.root());
+    const IssuerKey issuer(chain.intermediate());
+    return isGood(root, chain.intermediate()) && isGood(issuer, chain.leaf());
+  });
+  const auto ready = std::make_shared<const IssuerKey>(chain.intermediate());
+  add(chain, "signature", [&chain, isGood, ready] { return isGood(*ready, chain.leaf()); });
+}
+
+void print(const Timings& timings, const Chain& chain) {
+  const auto best = [&](const char* row) { return timings.best(nameOf(chain, row)) / 1000; };
+  const double theirs = best("openssl");
+  std::printf("\n%s, chain of three, in microseconds\n", chain.scheme().name);
+  std::printf("%-20s velmora  OpenSSL  ratio  signatures alone  beyond them\n", "");
+  const auto line = [&](const char* name, double ours, double signatures) {
+    std::printf("%-20s %7.1f  %7.1f  %5.2f  %16.1f  %11.1f\n", name, ours, theirs, ours / theirs,
+                signatures, ours - signatures);
+  };
+  line("cold", best("cold"), best("signatures"));
+  line("upper links known", best("known"), best("signature"));
+}
+
+// Nanoseconds on the clock for all verifications of a round, of which each thread does its part.
+template <class Run>
+double timeOf(int threads, const Run& run) {
+  using Clock = std::chrono::steady_clock;
+  std::barrier together(threads);
+  std::vector<Clock::time_point> starts(static_cast<size_t>(threads)), ends(starts.size());
+  std::atomic<bool> isGood = true;
+  const auto work = [&](size_t thread) {
+    together.arrive_and_wait();
+    starts[thread] = Clock::now();
+    for (int i = 0; i < kVerifications / threads; ++i) {
+      if (!run(thread)) isGood = false;
+    }
+    ends[thread] = Clock::now();
+  };
+  {
+    std::vector<std::jthread> others;
+    for (size_t thread = 1; thread < starts.size(); ++thread) others.emplace_back(work, thread);
+    work(0);
+  }
+  require(isGood, "verification on threads");
+  return std::chrono::duration<double, std::nano>(std::ranges::max(ends) - std::ranges::min(starts))
+      .count();
+}
+
+// The best of the rounds, which take turns: whatever else the machine does can only make one
+// longer, and hits those of two threads more often.
+template <class Run>
+void compareThreads(const char* name, const Chain& chain, const Run& run) {
+  double one = std::numeric_limits<double>::max();
+  double two = one;
+  for (int round = 0; round < kRounds; ++round) {
+    one = std::min(one, timeOf(1, run));
+    two = std::min(two, timeOf(2, run));
+  }
+  const double all = kVerifications * 1e9;
+  std::printf("%-8s %-24s %10.0f   %10.0f %8.2f\n", chain.scheme().name, name, all / one, all / two,
+              one / two);
+}
+
+void compareThreads(const Chain& chain, const Chain& other) {
+  const TrustAnchors anchors = chain.newAnchors();
+  const TrustAnchors others = other.newAnchors();
+  compareThreads("two chains", chain, [&](size_t thread) {
+    return thread == 0 ? chain.verify(anchors) : other.verify(others);
+  });
+  compareThreads("one leaf and anchors", chain, [&](size_t) { return chain.verify(anchors); });
+  compareThreads("OpenSSL, one leaf", chain, [&](size_t) { return chain.verifyWithOpenssl(); });
+}
+
+void run(int count, char** words) {
+  const Chain chains[] = {Chain(schemes()[0]), Chain(schemes()[3])};
+  for (const Chain& chain : chains) registerChain(chain);
+  Timings timings;
+  timings.run(words[0], "0.05", {words + 1, words + count});
+  std::printf("%sPath      %s\n", describeMachine().getString(),
+              vartime::arithmeticPathName(vartime::bestArithmeticPath()));
+  for (const Chain& chain : chains) print(timings, chain);
+  if (count > 1) return;
+  std::printf("\nverifications a second, upper links known  one thread  two threads    times\n");
+  for (const Chain& chain : chains) compareThreads(chain, Chain(chain.scheme()));
+}
+
+}  // namespace
+
+}  // namespace velmora::bench
+
+int main(int count, char** words) {
+  velmora::bench::run(count, words);
+}
