@@ -1,3 +1,4 @@
+#include <deque>
 #include <sstream>
 
 #include "tests/certificate/typed_test.h"
@@ -74,7 +75,10 @@ PolicyAnswer judge(const std::vector<std::string>& way, const std::string& optio
                    uint32_t& comparisons) {
   const std::vector<Described> described(way.begin(), way.end());
   std::vector<PolicyInput> inputs;
-  for (const Described& one : described) inputs.push_back({&one.certificate, one.isSelfIssued});
+  std::deque<CertificatePolicies> policies;
+  for (const Described& one : described) {
+    inputs.push_back({&policies.emplace_back(one.certificate), one.isSelfIssued});
+  }
   return judgePolicies(inputs, optionsOf(options), comparisons);
 }
 

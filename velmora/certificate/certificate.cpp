@@ -186,6 +186,15 @@ std::vector<Extension> Certificate::extensions() const& {
   return extensions;
 }
 
+std::vector<Oid> Certificate::criticalExtensions() const {
+  std::vector<Oid> critical;
+  for (const ExtensionEntry& entry : m_block->extensions()) {
+    if (!entry.isWellFormed || !entry.critical) continue;
+    critical.push_back(Oid::fromDer(contentAt(m_block.bytes(), entry.id)));
+  }
+  return critical;
+}
+
 std::vector<Extension> Certificate::listedExtensions() const& {
   std::vector<Extension> extensions;
   extensions.reserve(m_block->extensions().size());

@@ -169,6 +169,9 @@ class Certificate {
   Result<Extension> extension(const Oid& id) const& noexcept;
   Result<Extension> extension(const Oid& id) const&& = delete;
 
+  /// The OIDs of the critical ones among extensions(), in their order.
+  std::vector<Oid> criticalExtensions() const;
+
   /// The OIDs of the critical extensions that no operation of this class answers, each once, in
   /// the order of Oid. An empty one stands for those that have none, or one that Oid does not hold.
   std::vector<Oid> unknownCriticalExtensions() const;

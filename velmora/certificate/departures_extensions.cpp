@@ -117,6 +117,7 @@ constexpr KnownExtension kKnown[] = {
 struct Listed {
   const ExtensionEntry* entry;
   Bytes id;
+  uint64_t mark;    // its size and last octets, which differ in nearly all
   bool isRepeated;  // there is another one with that OID
 };
 
@@ -127,14 +128,27 @@ const KnownExtension* findKnown(Bytes id) noexcept {
   return nullptr;
 }
 
-// Sorted by OIDs, so that those of one OID stand together, in the order of the certificate.
+uint64_t markOf(Bytes id) noexcept {
+  constexpr size_t kLast = 7;
+  uint64_t mark = std::min<size_t>(id.size(), 0xFF);
+  for (const std::byte octet : id.last(std::min(id.size(), kLast))) {
+    mark = mark << 8 | std::to_integer<uint64_t>(octet);
+  }
+  return mark;
+}
+
+// Sorted by OIDs in whatever order, so that those of one OID stand together, in the order of the
+// certificate.
 std::vector<Listed> sortedExtensions(const ExaminedCertificate& examined) {
   std::vector<Listed> listed;
   listed.reserve(examined.block.extensions().size());
   for (const ExtensionEntry& entry : examined.block.extensions()) {
-    if (entry.id != 0) listed.push_back({&entry, contentAt(examined.der(), entry.id), false});
+    if (entry.id == 0) continue;
+    const Bytes id = contentAt(examined.der(), entry.id);
+    listed.push_back({&entry, id, markOf(id), false});
   }
   std::sort(listed.begin(), listed.end(), [](const Listed& a, const Listed& b) {
+    if (a.mark != b.mark) return a.mark < b.mark;
     const auto differ = std::mismatch(a.id.begin(), a.id.end(), b.id.begin(), b.id.end());
     const bool aEnds = differ.first == a.id.end();
     const bool bEnds = differ.second == b.id.end();

@@ -14,14 +14,6 @@ Bytes authorityKeyIdOf(const Certificate& certificate) {
   return id && id->keyId ? *id->keyId : Bytes();
 }
 
-std::vector<Oid> criticalOf(const Certificate& certificate) {
-  std::vector<Oid> critical;
-  for (const Extension& each : certificate.extensions()) {
-    if (each.critical) critical.push_back(each.id);
-  }
-  return critical;
-}
-
 }  // namespace
 
 CertificateFacts::CertificateFacts(const Certificate& of)
@@ -38,8 +30,9 @@ CertificateFacts::CertificateFacts(const Certificate& of)
       extendedKeyUsage(of.extendedKeyUsage()),
       subjectKeyId(certificate.subjectKeyId().value_or(Bytes())),
       authorityKeyId(authorityKeyIdOf(certificate)),
+      policies(of),
       departures(of.departures()),
-      criticalExtensions(criticalOf(certificate)),
+      criticalExtensions(of.criticalExtensions()),
       constraints(prepare(of)) {}
 
 }  // namespace velmora

@@ -15,6 +15,9 @@ constexpr uint32_t kUnreachable = UINT32_MAX;
 // Ways are climbed by recursion, which whoever sets the limit must not make deep.
 constexpr uint32_t kMostCertificates = 100;
 
+// Room that most searches never need more than.
+constexpr size_t kUsualCertificates = 4;
+
 // How many ways are judged in full to say why there is none.
 constexpr uint32_t kMostExplained = 64;
 constexpr uint32_t kMostStepsExplained = 4096;
@@ -55,6 +58,9 @@ PathBuilder::PathBuilder(const Certificate& leaf, const TrustAnchors& anchors,
                          std::span<const CertificateSet* const> intermediates,
                          const VerifyOptions& options, std::chrono::sys_seconds at)
     : m_anchors(*anchors.m_index), m_options(options), m_question{options, at}, m_leaf(leaf) {
+  m_sets.reserve(intermediates.size());
+  m_nodes.reserve(kUsualCertificates);
+  m_way.reserve(kUsualCertificates);
   for (const CertificateSet* const set : intermediates) m_sets.push_back(set->m_index.get());
 }
 
@@ -166,6 +172,7 @@ void PathBuilder::search(Mode mode) {
 bool PathBuilder::measure(Mode mode) {
   std::vector<std::vector<NodeNumber>> below(m_nodes.size());
   std::vector<NodeNumber> reached;
+  reached.reserve(m_nodes.size());
   for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
     Node& node = m_nodes[number];
     node.toAnchor = kUnreachable;

@@ -62,6 +62,7 @@ struct Level {
     return std::binary_search(nodes.begin(), nodes.end(), Node{policy}, isNodeBefore);
   }
   void add(const std::vector<Node>& more) {
+    if (more.empty()) return;
     nodes.insert(nodes.end(), more.begin(), more.end());
     std::sort(nodes.begin(), nodes.end(), isNodeBefore);
   }
@@ -104,8 +105,6 @@ class PolicyJudge {
     if (options.inhibitMapping) m_policyMapping = 0;
     if (options.inhibitAny) m_inhibitAny = 0;
     m_levels.reserve(way.size() + 1);
-    m_policies.reserve(way.size());
-    m_mappings.reserve(way.size());
     m_levels.push_back({{{anyPolicy()}}, {{anyPolicy(), 0}}});
   }
 
@@ -113,7 +112,7 @@ class PolicyJudge {
     for (size_t i = 0; i < m_way.size(); ++i) {
       if (!addLevel(i)) break;
       if (i + 1 == m_way.size()) {
-        wrapUp(*m_way[i].certificate);
+        wrapUp(*m_way[i].policies);
       } else if (!prepareNext(i)) {
         break;
       }
@@ -137,8 +136,7 @@ class PolicyJudge {
 
   // §6.1.3 (d) to (f).
   bool addLevel(size_t i) {
-    m_policies.push_back(m_way[i].certificate->policies().value_or({}));
-    const std::vector<Policy>& policies = m_policies.back();
+    const std::vector<Policy>& policies = m_way[i].policies->policies;
     const Level& above = m_levels.back();
     if (!spend(1 + policies.size() + above.expectations.size())) return false;
     std::vector<Node> named;
@@ -186,9 +184,8 @@ class PolicyJudge {
 
   // §6.1.4 (a), (b), (h) to (j).
   bool prepareNext(size_t i) {
-    const Certificate& certificate = *m_way[i].certificate;
-    m_mappings.push_back(certificate.policyMappings().value_or({}));
-    const std::vector<Mapping> mappings = sortedMappings(m_mappings.back());
+    const CertificatePolicies& certificate = *m_way[i].policies;
+    const std::vector<Mapping> mappings = sortedMappings(certificate.mappings);
     for (const Mapping& mapping : mappings) {
       m_answer.mapsAny |= isSame(mapping.issuerPolicy, anyPolicy());
       m_answer.mapsAny |= isSame(mapping.subjectPolicy, anyPolicy());
@@ -234,17 +231,13 @@ class PolicyJudge {
     std::sort(level.expectations.begin(), level.expectations.end());
   }
 
-  void count(const Certificate& certificate, bool isSelfIssued) noexcept {
+  void count(const CertificatePolicies& certificate, bool isSelfIssued) noexcept {
     for (uint64_t* const left : {&m_explicitPolicy, &m_policyMapping, &m_inhibitAny}) {
       if (!isSelfIssued && *left != 0 && *left != kNever) --*left;
     }
-    if (const Result<PolicyConstraints> constraints = certificate.policyConstraints()) {
-      lower(m_explicitPolicy, constraints->requireExplicitPolicy);
-      lower(m_policyMapping, constraints->inhibitPolicyMapping);
-    }
-    if (const Result<InhibitAnyPolicy> inhibit = certificate.inhibitAnyPolicy()) {
-      lower(m_inhibitAny, inhibit->skipCerts);
-    }
+    lower(m_explicitPolicy, certificate.constraints.requireExplicitPolicy);
+    lower(m_policyMapping, certificate.constraints.inhibitPolicyMapping);
+    lower(m_inhibitAny, certificate.inhibitAny);
   }
 
   static void lower(uint64_t& left, std::optional<uint64_t> bound) noexcept {
@@ -252,10 +245,9 @@ class PolicyJudge {
   }
 
   // §6.1.5 (a) and (b).
-  void wrapUp(const Certificate& leaf) noexcept {
+  void wrapUp(const CertificatePolicies& leaf) noexcept {
     if (m_explicitPolicy != 0 && m_explicitPolicy != kNever) --m_explicitPolicy;
-    const Result<PolicyConstraints> constraints = leaf.policyConstraints();
-    if (constraints && constraints->requireExplicitPolicy == 0U) m_explicitPolicy = 0;
+    if (leaf.constraints.requireExplicitPolicy == 0U) m_explicitPolicy = 0;
   }
 
   // §6.1.5 (g).
@@ -346,15 +338,21 @@ class PolicyJudge {
   uint64_t m_explicitPolicy = kNever;
   uint64_t m_policyMapping = kNever;
   uint64_t m_inhibitAny = kNever;
-  std::vector<Level> m_levels;  // by depth; the anchor's first
-  // What the nodes point into.
-  std::vector<std::vector<Policy>> m_policies;
-  std::vector<std::vector<PolicyMapping>> m_mappings;
+  std::vector<Level> m_levels;      // by depth; the anchor's first
   std::optional<size_t> m_emptyAt;  // the first certificate without a node: the graph is NULL
   PolicyAnswer m_answer;
 };
 
 }  // namespace
+
+CertificatePolicies::CertificatePolicies(const Certificate& certificate)
+    : policies(certificate.policies().value_or({})),
+      mappings(certificate.policyMappings().value_or({})),
+      constraints(certificate.policyConstraints().value_or({})) {
+  if (const Result<InhibitAnyPolicy> inhibit = certificate.inhibitAnyPolicy()) {
+    inhibitAny = inhibit->skipCerts;
+  }
+}
 
 PolicyAnswer judgePolicies(std::span<const PolicyInput> way, const PolicyOptions& options,
                            uint32_t& comparisons) {

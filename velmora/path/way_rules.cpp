@@ -248,7 +248,7 @@ void PathBuilder::judgeWayPolicies(std::vector<Finding>& findings) {
   way.reserve(m_way.size());
   for (size_t place = m_way.size(); place-- > 0;) {
     const CertificateFacts& facts = *nodeAt(place).facts;
-    way.push_back({&facts.certificate, facts.isSelfIssued});
+    way.push_back({&facts.policies, facts.isSelfIssued});
   }
   const uint32_t limit = m_options.limits.comparisons;
   uint32_t left = limit - std::min(m_answer.used.comparisons, limit);

@@ -7,6 +7,7 @@
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/path/internal/name_constraints.h"
+#include "velmora/path/internal/policy_graph.h"
 
 namespace velmora {
 
@@ -35,6 +36,7 @@ struct CertificateFacts {
   Result<ExtendedKeyUsage> extendedKeyUsage;
   Bytes subjectKeyId;    // empty where there is none that can be read
   Bytes authorityKeyId;  // likewise
+  CertificatePolicies policies;
   std::vector<Departure> departures;
   std::vector<Oid> criticalExtensions;                     // all of them, known or not
   std::shared_ptr<const PreparedConstraints> constraints;  // null where there are none to be read

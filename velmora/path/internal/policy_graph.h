@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -20,9 +21,20 @@ struct PolicyAnswer {
   std::vector<HeldPolicy> held;  // by octets; none when !isEnough
 };
 
-/// One certificate of the way as the graph reads it. What is absent is empty.
+/// What a certificate says of policies. What is absent, or cannot be read, is empty.
+struct CertificatePolicies {
+  /// Throws std::bad_alloc.
+  explicit CertificatePolicies(const Certificate& certificate);
+
+  std::vector<Policy> policies;
+  std::vector<PolicyMapping> mappings;
+  PolicyConstraints constraints;
+  std::optional<uint64_t> inhibitAny;
+};
+
+/// One certificate of the way as the graph reads it.
 struct PolicyInput {
-  const Certificate* certificate = nullptr;
+  const CertificatePolicies* policies = nullptr;
   bool isSelfIssued = false;
 };
 
