@@ -10,7 +10,7 @@ import random
 import re
 
 HERE = pathlib.Path(__file__).resolve().parent
-CURVE_TABLE = HERE.parents[2] / "support/bignum/curve_data.h"
+CURVE_TABLE = HERE.parents[2] / "velmora/support/bignum/curves/curve_data.h"
 random.seed(25519)
 
 
