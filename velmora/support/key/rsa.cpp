@@ -4,6 +4,7 @@
 #include <array>
 
 #include "velmora/support/core/out_of_memory.h"
+#include "velmora/support/core/words.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/key/internal/digest_info.h"
 #include "velmora/support/log/refuse.h"
@@ -126,9 +127,7 @@ void unmask(std::span<unsigned char> bytes, std::span<const unsigned char> seed,
   unsigned char* const counter = std::copy(seed.begin(), seed.end(), input.data());
   std::array<unsigned char, kMaxDigestSize> mask;
   for (uint32_t i = 0; !bytes.empty(); ++i) {
-    for (unsigned octet = 0; octet < 4; ++octet) {
-      counter[octet] = static_cast<unsigned char>(i >> (24 - 8 * octet));
-    }
+    storeBigEndian(counter, i);
     const size_t made = _vmHash::hashTo(input.data(), seed.size() + 4, hashId, mask.data());
     const size_t used = std::min(made, bytes.size());
     for (size_t at = 0; at < used; ++at) bytes[at] ^= mask[at];

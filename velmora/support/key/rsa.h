@@ -32,8 +32,6 @@ class RsaKeyData {
   /// Octets of the modulus, and so of a signature.
   size_t modulusSize() const noexcept { return (get_ModulusBitLen() + 7) / 8; }
 
-  uint64_t publicExponent() const noexcept { return m_exponent; }
-
   /// block = signature ^ exponent modulo the modulus (RSAVP1, RFC 8017 §5.2.2), both modulusSize()
   /// octets, big-endian. False when the signature is not below the modulus.
   bool applyPublicExponent(const unsigned char* signature, unsigned char* block) const noexcept;
