@@ -4,6 +4,7 @@
 
 #include "velmora/path/internal/profile_rules.h"
 #include "velmora/support/asn1/oid_names.h"
+#include "velmora/support/core/out_of_memory.h"
 
 namespace velmora {
 namespace {
@@ -18,7 +19,7 @@ struct Kind {
 // In the order of the reasons.
 constexpr Kind kKinds[] = {
     {Reason::none, "none", "", ""},
-    {Reason::outOfMemory, "outOfMemory", "", "Memory ran out."},
+    {Reason::outOfMemory, "outOfMemory", "", kMemoryRanOut},
     {Reason::cancelled, "cancelled", "", "The search was cancelled."},
     {Reason::purposeUnsaid, "purposeUnsaid", "", "It has to be said what for."},
     {Reason::targetUnsaid, "targetUnsaid", "RFC 9525 §6.1",

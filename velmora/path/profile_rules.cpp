@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 
+#include "velmora/support/core/known_oids.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
@@ -76,7 +77,7 @@ bool saysAnyPurpose(const ProfileInput& input) {
 }
 
 bool hasOtherKey(const ProfileInput& input) {
-  static constexpr Oid kCurves[] = {"1.2.840.10045.3.1.7", "1.3.132.0.34", "1.3.132.0.35"};
+  static constexpr Oid kCurves[] = {known_oid::p256, known_oid::p384, known_oid::p521};
   const Result<PublicKey>& key = input.facts.key;
   if (!key) return true;
   if (key->kind == KeyKind::rsa) return key->bits < 2048 || key->bits % 8 != 0;

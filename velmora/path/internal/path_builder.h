@@ -116,7 +116,6 @@ class PathBuilder {
 
   bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
   bool spendStep(Mode mode) noexcept;
-  bool spendSignature(const std::optional<PublicKey>& key) noexcept;
   bool isCancelled() noexcept;
   void stop(Reason reason) noexcept {
     if (m_stopped == Reason::none) m_stopped = reason;
