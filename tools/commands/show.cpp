@@ -2,21 +2,21 @@
 
 #include "tools/commands/command.h"
 #include "tools/render/xml_layout.h"
+#include "velmora/support/core/out_of_memory.h"
 
 namespace velmora::tool {
 
 namespace {
 
 bool showXml(const Arguments& arguments, Console& console) {
-  constexpr const char* kNoMemory = "Out of memory.";
   LogNull log;
   return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
     const _clsOwner root(ClsXml::createNewCls());
-    if (!root || !root->put_TagUtf8("certificate")) return kNoMemory;
+    if (!root || !root->put_TagUtf8("certificate")) return kOutOfMemory;
     // A certificate whose key has no XML has a summary all the same.
     certificate.toXmlInfo(*root, log);
     XString xml;
-    if (!root->GetXml(xml)) return kNoMemory;
+    if (!root->GetXml(xml)) return kOutOfMemory;
     appendIndentedXml(xml.view(), console.out());
     console.out().appendChar('\n');
     return nullptr;

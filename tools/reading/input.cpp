@@ -12,6 +12,7 @@
 #include "tools/render/escape.h"
 #include "tools/render/json_writer.h"
 #include "velmora/reading/reading.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/ascii.h"
 #include "velmora/support/text/whole.h"
 
@@ -167,7 +168,7 @@ class SourceSink final : public CertificateSink {
       return reason;
     } catch (const std::bad_alloc&) {
       m_console.takeBack(start);
-      return "Memory ran out.";
+      return kMemoryRanOut;
     }
   }
 
