@@ -51,7 +51,7 @@ Extension listedExtensionOf(Bytes der, const ExtensionEntry& entry) noexcept {
   return {Oid::fromDer(id), entry.critical, value, id, entry.at, entry.isWellFormed, hasValue};
 }
 
-// The INTEGER that the [0] starts with.
+// The contents of the INTEGER in the [0], where nothing else is.
 Bytes versionOctets(Bytes der, uint32_t at) noexcept {
   Asn1Element field;
   Asn1Element number;

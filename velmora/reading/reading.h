@@ -61,8 +61,9 @@ Reading readCertificateFile(const std::string& path);
 
 /// The certificate that some BER stands for: its DER as DerXmlCodec encodes it, with definite and
 /// shortest lengths and strings in one piece, and nothing else changed. For DER the same as
-/// Certificate::parse. Errors as there. Fingerprints of what comes out are those of the DER, which
-/// nobody has sent and no signature needs to be of.
+/// Certificate::parse. Errors as there, with the offset in the BER (notAsn1) or in the DER made of
+/// it. Fingerprints of what comes out are those of the DER, which nobody has sent and no signature
+/// needs to be of.
 Result<Certificate> certificateFromBer(Bytes ber) noexcept;
 
 }  // namespace velmora

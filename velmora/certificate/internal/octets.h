@@ -1,6 +1,6 @@
 #pragma once
 
-// Octets as bytes, characters and unsigned chars, and compared.
+// Octets as bytes, characters and unsigned chars.
 
 #include <span>
 #include <string_view>

@@ -1,5 +1,7 @@
 #pragma once
 
+// Texts as names are compared by.
+
 #include <string_view>
 #include <utility>
 
