@@ -300,11 +300,16 @@ TEST(Extensions, AreReadToTheLetterOrMalformed) {
     SCOPED_TRACE(row.id.text() + ' ' + testing::PrintToString(row.value));
     const Certificate certificate =
         withExtension(element(6, charactersOf(row.id.der())), row.value);
-    const auto value = certificate.extension(row.id)->value;
+    const Extension extension = *certificate.extension(row.id);
+    const auto value = extension.value;
     const auto base = static_cast<uint32_t>(value.data() - certificate.der().data());
     EXPECT_EQ(ask(certificate, row.id, base), row.answer);
     EXPECT_EQ(ask(parsed(der::Certificate().der()), row.id, 0), "absent");
     const bool isRefused = row.answer.starts_with('!');
+    const Certificate copy = certificate;
+    const Certificate equal = *Certificate::parse(certificate.der());
+    EXPECT_EQ(copy.content(extension).has_value(), !isRefused);
+    EXPECT_FALSE(equal.content(extension)) << "the extension of another certificate";
     for (size_t size = 0; !isRefused && size < row.value.size(); ++size) {
       const Certificate cut =
           withExtension(element(6, charactersOf(row.id.der())), row.value.substr(0, size));

@@ -160,7 +160,7 @@ class Certificate {
   std::vector<Extension> listedExtensions() const&& = delete;
 
   /// What an extension of this certificate says; one of several with its OID as well, which the
-  /// operations below do not answer. Error malformedExtension.
+  /// operations below do not answer. Error malformedExtension, also for one of another certificate.
   Result<ExtensionContent> content(const Extension& extension,
                                    Strictness strictness = Strictness::strict) const&;
   Result<ExtensionContent> content(const Extension& extension,

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/internal/block.h"
@@ -51,13 +52,22 @@ const KnownExtension* findKnown(Bytes id) noexcept {
   return found != std::end(kKnown) ? found : nullptr;
 }
 
+// Whether `part` is a piece of these very octets, and not of a copy.
+bool holds(Bytes whole, Bytes part) noexcept {
+  constexpr std::less_equal<const std::byte*> isUpTo;
+  return isUpTo(whole.data(), part.data()) &&
+         isUpTo(part.data() + part.size(), whole.data() + whole.size());
+}
+
 }  // namespace
 
 Result<ExtensionContent> Certificate::content(const Extension& extension,
                                               Strictness strictness) const& {
   const KnownExtension* const known = findKnown(extension.rawId);
   if (known == nullptr) return ExtensionContent();
-  if (!extension.hasValue || (strictness == Strictness::strict && !extension.isWellFormed)) {
+  const bool mayBeRead = strictness == Strictness::lenient || extension.isWellFormed;
+  // Names that are read from a value share the certificate's octets, by their place in it.
+  if (!extension.hasValue || !mayBeRead || !holds(m_block.bytes(), extension.value)) {
     return Error::at(ErrorCode::malformedExtension, extension.offset);
   }
   return readValue<ExtensionContent>(m_block, extension.value, strictness, known->read);
