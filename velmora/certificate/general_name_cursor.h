@@ -1,5 +1,7 @@
 #pragma once
 
+// General names where they stand, for who looks for one among many.
+
 #include <cstdint>
 
 #include "velmora/certificate/bytes.h"
