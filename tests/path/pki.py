@@ -6,6 +6,7 @@ import dataclasses
 import datetime
 import functools
 import hashlib
+import inspect
 import random
 from dataclasses import field
 
@@ -120,6 +121,10 @@ def points(*uris):
 
 
 # ---- Keys, made from numbers so that they are the same everywhere
+# Older versions of cryptography sign otherwise each time, which is just as good a signature.
+SAME_EACH_TIME = {"deterministic_signing": True} if "deterministic_signing" in inspect.signature(ec.ECDSA).parameters else {}
+
+
 class EcKey:
     def __init__(self, number):
         secret = int.from_bytes(hashlib.sha256(f"{SEED} {number}".encode()).digest(), "big") >> 1
@@ -133,7 +138,7 @@ class EcKey:
 
     def sign(self, octets, sha1):
         how = hashes.SHA1() if sha1 else hashes.SHA256()  # RFC 6979: the same case has the same octets
-        return self.key.sign(octets, ec.ECDSA(how, deterministic_signing=True))
+        return self.key.sign(octets, ec.ECDSA(how, **SAME_EACH_TIME))
 
 
 class RsaKey:

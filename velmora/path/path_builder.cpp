@@ -72,6 +72,7 @@ Verification PathBuilder::run() {
   m_nodes.push_back({&m_leaf});
   explore();
   if (!isDone(Mode::decide)) search(Mode::decide);
+  if (m_isUnexplored && m_answer.verified.empty()) stop(Reason::tooManyCandidates);
   if (m_answer.verified.empty()) {
     search(Mode::explain);
     if (!m_hasFurthest) explainDeadEnd();
@@ -79,34 +80,48 @@ Verification PathBuilder::run() {
   return answer();
 }
 
-// Breadth first, so that what a limit cuts off is what is furthest away.
+// Breadth first, so that what a limit cuts off is what is furthest away, and self-issued
+// certificates last: each of a crowd of them could be the issuer of all, and few ways need one.
+// Anchors are found for every certificate.
 void PathBuilder::explore() {
-  for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
+  std::vector<NodeNumber> selfIssued;
+  NodeNumber number = 0;
+  for (size_t later = 0; number < m_nodes.size() || later < selfIssued.size();) {
     if (isCancelled()) return;
-    std::vector<Link> links = linksOf(*m_nodes[number].facts);
-    m_nodes[number].links = std::move(links);
+    if (number == m_nodes.size()) {
+      addIssuers(selfIssued[later++]);
+      continue;
+    }
+    addAnchors(number);
+    m_nodes[number].facts->isSelfIssued ? selfIssued.push_back(number) : addIssuers(number);
+    ++number;
+  }
+  for (Node& node : m_nodes) sortLinks(*node.facts, node.links);
+}
+
+void PathBuilder::addAnchors(NodeNumber number) {
+  Node& node = m_nodes[number];
+  const CertificateFacts& facts = *node.facts;
+  if (!facts.issuer || facts.issuer->empty()) return;
+  for (const IndexedAnchor* const anchor : m_anchors.withName(*facts.issuer)) {
+    if (!isSame(facts, *anchor)) node.links.push_back({anchor});
   }
 }
 
-std::vector<PathBuilder::Link> PathBuilder::linksOf(const CertificateFacts& facts) {
-  std::vector<Link> links;
-  if (!facts.issuer || facts.issuer->empty()) return links;
-  for (const IndexedAnchor* const anchor : m_anchors.withName(*facts.issuer)) {
-    if (!isSame(facts, *anchor)) links.push_back({anchor});
-  }
+void PathBuilder::addIssuers(NodeNumber number) {
+  const CertificateFacts& facts = *m_nodes[number].facts;
+  if (!facts.issuer || facts.issuer->empty()) return;
   for (size_t set = 0; set < m_sets.size(); ++set) {
     for (const IndexedCertificate* const issuer : m_sets[set]->withSubject(*facts.issuer)) {
       if (isSame(facts, issuer->facts) || isSame(m_leaf, issuer->facts)) continue;
       if (isInSetBefore(set, issuer->facts.certificate)) continue;
-      if (!spend(m_answer.used.candidates, m_options.limits.candidates, 1,
-                 Reason::tooManyCandidates)) {
-        break;
-      }
-      links.push_back({nullptr, numberOf(*issuer)});
+      m_isUnexplored = m_explored == m_options.limits.candidates;
+      if (m_isUnexplored) return;
+      ++m_explored;
+      const NodeNumber found = numberOf(*issuer);
+      m_nodes[number].links.push_back({nullptr, found});
     }
   }
-  sortLinks(facts, links);
-  return links;
 }
 
 // What is in several sets counts once.
@@ -355,6 +370,7 @@ void PathBuilder::accept(Path path) {
 }
 
 Verification PathBuilder::answer() {
+  m_answer.used.candidates = std::max(m_explored, m_steps);
   std::vector<VerifiedPath>& verified = m_answer.verified;
   sortStably(verified, [](const VerifiedPath& a, const VerifiedPath& b) {
     return !warnsOfIssuers(a) && warnsOfIssuers(b);
@@ -383,7 +399,7 @@ bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason re
 // untrue.
 bool PathBuilder::spendStep(Mode mode) noexcept {
   if (mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
-  return spend(m_answer.used.candidates, m_options.limits.candidates, 1, Reason::tooManyCandidates);
+  return spend(m_steps, m_options.limits.candidates, 1, Reason::tooManyCandidates);
 }
 
 bool PathBuilder::isCancelled() noexcept {

@@ -67,7 +67,7 @@ struct KeyOptions {
 /// that was found.
 struct Limits {
   uint32_t certificates = 16;      // of one way, leaf and anchor included
-  uint32_t candidates = 32'768;    // issuers that are looked at
+  uint32_t candidates = 32'768;    // issuers found, and as many steps of the search
   uint32_t signatures = 16'384;    // by key: RSA-2048 counts 2, P-256 4, larger curves 24
   uint32_t comparisons = 250'000;  // of names with constraints and of policies
 };

@@ -67,7 +67,8 @@ class PathBuilder {
 
   // What is there.
   void explore();
-  std::vector<Link> linksOf(const CertificateFacts& facts);
+  void addAnchors(NodeNumber number);
+  void addIssuers(NodeNumber number);
   bool isInSetBefore(size_t set, const Certificate& certificate) const noexcept;
   NodeNumber numberOf(const IndexedCertificate& certificate);
   void sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const;
@@ -139,7 +140,10 @@ class PathBuilder {
   uint32_t m_waysReached = 0;  // to an anchor
   uint32_t m_waysExplained = 0;
   uint32_t m_stepsExplained = 0;
-  bool m_isCutShort = false;  // there are longer ways than may be taken
+  uint32_t m_explored = 0;      // issuers that were found
+  uint32_t m_steps = 0;         // of the search, links that were followed
+  bool m_isUnexplored = false;  // there are more issuers than may be looked at
+  bool m_isCutShort = false;    // there are longer ways than may be taken
   PolicyAnswer m_policies;
   bool m_isLeafVouched = false;
   bool m_areAllVouched = false;
