@@ -201,7 +201,8 @@ class Faces {
     require(frozen(&VelmoraX509::get_SerialNumber) == m_typed.serialHex(),
             "the same serial number");
     const int version = m_typed.version().value_or(0);
-    if (version > 0 && version <= 10) {
+    // Where the field is absent, VelmoraX509 takes the first element with a context-specific tag.
+    if (!parts.version.empty() && version > 0 && version <= 10) {
       require(frozen(&VelmoraX509::get_Version).value_or("1") == std::to_string(version),
               "the same version");
     }
