@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 #include <string>
 #include <vector>
 
@@ -179,9 +178,7 @@ class Request {
     const auto given = arguments.value("--max-depth");
     if (!given) return true;
     uint32_t& most = m_options.limits.certificates;
-    const auto read = std::from_chars(given->data(), given->data() + given->size(), most);
-    if (read.ec == std::errc() && read.ptr == given->data() + given->size() && most != 0)
-      return true;
+    if (parseNumber(*given, most) && most != 0) return true;
     usageError = "option \"--max-depth\" needs a number of certificates from 1 on";
     return false;
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+// Whom a verification starts from: trust anchors, and certificates that may stand below them.
+
 #include <cstdint>
 #include <memory>
 #include <optional>

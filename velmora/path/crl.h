@@ -1,5 +1,7 @@
 #pragma once
 
+// Certificate revocation lists (RFC 5280 §5): what they list, and sets of them.
+
 #include <chrono>
 #include <cstdint>
 #include <memory>

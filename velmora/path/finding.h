@@ -1,5 +1,8 @@
 #pragma once
 
+// Why a certificate may not be trusted, or what is to be said of one that may: typed, each about
+// one certificate of a way.
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -8,9 +11,6 @@
 #include "velmora/certificate/oid.h"
 
 namespace velmora {
-
-// Why a certificate may not be trusted, or what is to be said of one that may: typed, each about
-// one certificate of a way.
 
 /// What was found. The order is that of gravity: what stands first says most about whether the
 /// certificate is what it claims to be, and the last three are given as the reason of a

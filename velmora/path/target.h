@@ -1,5 +1,7 @@
 #pragma once
 
+// Whom a leaf has to speak for: a host or an e-mail address (RFC 9525).
+
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -1,5 +1,8 @@
 #pragma once
 
+// Whether a certificate may be trusted: RFC 5280 §6. docs/path-validation.md lists what is checked,
+// in which order and by which clause, and what is not.
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -17,9 +20,6 @@
 #include "velmora/path/target.h"
 
 namespace velmora {
-
-// Whether a certificate may be trusted: RFC 5280 §6. docs/path-validation.md lists what is checked,
-// in which order and by which clause, and what is not.
 
 /// What the leaf is to be used for. It has to be said: `any` is an answer too, and means that no
 /// purpose is judged.

@@ -1,5 +1,7 @@
 #pragma once
 
+// What decisions read of a certificate, read once.
+
 #include <memory>
 #include <optional>
 #include <string>

@@ -1,5 +1,7 @@
 #pragma once
 
+// What a certificate is found to be by itself, in its place on a way.
+
 #include <chrono>
 #include <vector>
 

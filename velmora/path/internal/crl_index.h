@@ -1,5 +1,7 @@
 #pragma once
 
+// CRLs by their issuer, and what they say about one certificate.
+
 #include <chrono>
 #include <cstdint>
 #include <optional>

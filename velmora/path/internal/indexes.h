@@ -1,5 +1,7 @@
 #pragma once
 
+// Certificates and anchors by the folded name of their subject.
+
 #include <map>
 #include <memory>
 #include <optional>

@@ -1,5 +1,7 @@
 #pragma once
 
+// What was computed with public keys, kept from one verification to the next.
+
 #include <array>
 #include <compare>
 #include <cstddef>

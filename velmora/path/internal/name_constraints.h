@@ -1,5 +1,7 @@
 #pragma once
 
+// Names held against name constraints (RFC 5280 §4.2.1.10).
+
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The search for ways from a leaf to an anchor.
+
 #include <cstdint>
 #include <map>
 #include <memory>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The policies of a way, by the graph of RFC 9618.
+
 #include <cstdint>
 #include <optional>
 #include <span>

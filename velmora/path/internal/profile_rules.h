@@ -1,5 +1,7 @@
 #pragma once
 
+// The rules that a profile has beyond those of RFC 5280 §6.1.
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
