@@ -206,16 +206,10 @@ std::vector<Extension> Certificate::listedExtensions() const& {
 
 Result<Extension> Certificate::extension(const Oid& id) const& noexcept {
   const Bytes der = m_block.bytes();
-  const ExtensionEntry* found = nullptr;
-  for (const ExtensionEntry& entry : m_block->extensions()) {
-    if (!hasId(der, entry, id.der())) continue;
-    if (found != nullptr) return Error::at(ErrorCode::repeatedExtension, entry.at);
-    found = &entry;
-  }
-  if (found != nullptr && found->isWellFormed) return extensionOf(der, *found);
-  const size_t fault = found != nullptr ? found->at : m_block->index().extensionFault;
-  if (fault != 0) return Error::at(ErrorCode::malformedExtension, fault);
-  return Error{ErrorCode::absent};
+  const auto found = findExtension(
+      *m_block, [&](const ExtensionEntry& entry) { return hasId(der, entry, id.der()); });
+  if (!found) return found.error();
+  return extensionOf(der, **found);
 }
 
 void Certificate::writeDigest(Hash hash, Bytes octets, std::byte* digest) noexcept {

@@ -121,12 +121,13 @@ uint32_t count(DerReader elements) noexcept {
 
 // Reads a member of the list, of which everything that is in order is kept.
 ExtensionEntry readEntry(const Asn1Element& member) noexcept {
-  ExtensionEntry entry{placeOf(member), 0, 0, 0, false, false};
+  ExtensionEntry entry{placeOf(member), 0, 0, 0, false, false, ExtensionKind::other};
   if (!member.header.constructed) return entry;
   DerReader parts(member);
   Asn1Element part;
   if (parts.take(asn1_tag::kOid, part)) {
     entry.id = placeOf(part);
+    entry.kind = extensionKindOf(part.content);
     if (part.content.size() <= Oid::kMaxSize)
       entry.idSize = static_cast<uint8_t>(part.content.size());
   }

@@ -144,11 +144,11 @@ bool Departure::mayDecide() const noexcept {
   return kindOf(code).mayDecide == MayDecide::yes;
 }
 
-void DepartureList::add(DepartureCode code, size_t offset, const Oid& about) {
+void DepartureList::add(DepartureCode code, size_t offset, Bytes about) {
   const uint64_t bit = uint64_t{1} << static_cast<unsigned>(code);
   if ((m_seen & bit) != 0) return;
   m_seen |= bit;
-  m_found.push_back({code, static_cast<uint32_t>(offset), about});
+  m_found.push_back({code, static_cast<uint32_t>(offset), Oid::fromDer(about)});
   m_isCertain = m_isCertain && m_found.back().mayDecide();
 }
 
@@ -162,7 +162,7 @@ std::vector<Departure> DepartureList::take() && {
 std::vector<Departure> Certificate::departures() const {
   DepartureList list;
   const int number = version().value_or(0);
-  const ExaminedCertificate examined{*this, *m_block, number >= 1 && number <= 3 ? number : 0};
+  const ExaminedCertificate examined{*this, m_block, number >= 1 && number <= 3 ? number : 0};
   examineFields(examined, list);
   examineExtensions(examined, list);
   return std::move(list).take();

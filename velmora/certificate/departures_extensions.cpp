@@ -1,11 +1,10 @@
 #include <algorithm>
-#include <array>
 #include <new>
-#include <optional>
 
 #include "velmora/certificate/internal/departure_list.h"
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/encoding_check.h"
+#include "velmora/certificate/internal/known_extensions.h"
 #include "velmora/certificate/internal/octets.h"
 
 // Where extensions depart from RFC 5280 §4.2 one by one: the list, what stands in each, and whether
@@ -15,8 +14,6 @@ namespace velmora {
 namespace {
 
 using Code = DepartureCode;
-
-enum class Criticality : uint8_t { either, must, mustNot };
 
 // One known extension with the place of each general name in it.
 class ExtensionPart {
@@ -65,54 +62,6 @@ class ExtensionPart {
   DepartureList& m_list;
 };
 
-// What is known of an extension: its criticality where RFC 5280 says MUST, and the spots of its
-// syntax that show their type to nobody else.
-struct KnownExtension {
-  Oid id;
-  Criticality criticality;
-  std::array<ContentSpot, 2> spots = {};
-};
-
-constexpr auto kEither = Criticality::either;
-constexpr auto kMust = Criticality::must;
-constexpr auto kMustNot = Criticality::mustNot;
-constexpr uint32_t kBoolean = 0x01, kBitString = 0x03, kContext = 0x80, kConstructed = 0x20;
-
-// subjectDirectoryAttributes, of whose content nothing is known.
-constexpr Oid kDirectoryAttributes{known_oid::subjectDirectoryAttributes};
-
-// The reasons of a distribution point, and the RDN of its name.
-constexpr std::array<ContentSpot, 2> kPointSpots = {
-    {{2, kContext | 1, ContentRule::namedBits},
-     {3, kContext | kConstructed | 1, ContentRule::setOf}}};
-
-constexpr KnownExtension kKnown[] = {
-    {oid::subjectKeyIdentifier, kMustNot},
-    {oid::keyUsage, kEither, {{{0, kBitString, ContentRule::namedBits}}}},
-    {oid::subjectAltName, kEither},
-    {oid::issuerAltName, kEither},
-    // Basic constraints have a rule of their own on when they are critical.
-    {oid::basicConstraints, kEither, {{{1, kBoolean, ContentRule::falseIsDefault}}}},
-    {oid::nameConstraints, kMust, {{{3, kContext | 0, ContentRule::zeroIsDefault}}}},
-    {oid::crlDistributionPoints, kEither, kPointSpots},
-    {oid::certificatePolicies, kEither},
-    {oid::policyMappings, kEither},
-    {oid::authorityKeyIdentifier, kMustNot, {{{1, kContext | 2, ContentRule::integer}}}},
-    {oid::policyConstraints,
-     kMust,
-     {{{1, kContext | 0, ContentRule::integer}, {1, kContext | 1, ContentRule::integer}}}},
-    {oid::extKeyUsage, kEither},
-    {oid::freshestCrl, kMustNot, kPointSpots},
-    {oid::inhibitAnyPolicy, kMust},
-    {oid::noRevAvail, kMustNot},
-    {oid::authorityInfoAccess, kMustNot},
-    {oid::subjectInfoAccess, kMustNot},
-    {oid::tlsFeature, kEither},
-    {oid::ocspNoCheck, kEither},
-    {oid::signedTimestamps, kEither},
-    {kDirectoryAttributes, kMustNot},
-};
-
 // An extension of the list that has an OID.
 struct Listed {
   const ExtensionEntry* entry;
@@ -120,13 +69,6 @@ struct Listed {
   uint64_t mark;    // its size and last octets, which differ in nearly all
   bool isRepeated;  // there is another one with that OID
 };
-
-const KnownExtension* findKnown(Bytes id) noexcept {
-  for (const KnownExtension& known : kKnown) {
-    if (sameOctets(id, known.id.der())) return &known;
-  }
-  return nullptr;
-}
 
 uint64_t markOf(Bytes id) noexcept {
   constexpr size_t kLast = 7;
@@ -137,12 +79,24 @@ uint64_t markOf(Bytes id) noexcept {
   return mark;
 }
 
+// Whether no extension can be there twice: each is of another kind, but for one that is not known.
+bool areDistinct(std::span<const ExtensionEntry> entries) noexcept {
+  static_assert(static_cast<size_t>(ExtensionKind::other) < 32);
+  uint32_t seen = 0;
+  for (const ExtensionEntry& entry : entries) {
+    const uint32_t bit = uint32_t{1} << static_cast<unsigned>(entry.kind);
+    if ((seen & bit) != 0) return false;
+    seen |= bit;
+  }
+  return true;
+}
+
 // Sorted by OIDs in whatever order, so that those of one OID stand together, in the order of the
 // certificate.
 std::vector<Listed> sortedExtensions(const ExaminedCertificate& examined) {
   std::vector<Listed> listed;
-  listed.reserve(examined.block.extensions().size());
-  for (const ExtensionEntry& entry : examined.block.extensions()) {
+  listed.reserve(examined.block->extensions().size());
+  for (const ExtensionEntry& entry : examined.block->extensions()) {
     if (entry.id == 0) continue;
     const Bytes id = contentAt(examined.der(), entry.id);
     listed.push_back({&entry, id, markOf(id), false});
@@ -171,47 +125,87 @@ void examineList(const ExaminedCertificate& examined, DepartureList& list) {
   }
 }
 
+// Whether an extension beside its value is as nearly all are: parse() has seen that its headers are
+// DER, and a known OID is one. Left is its BOOLEAN.
+bool isUsualOutside(Bytes der, const ExtensionEntry& entry) noexcept {
+  if (entry.kind == ExtensionKind::other || !entry.isWellFormed) return false;
+  constexpr size_t kShortHeader = 2;
+  const size_t behindId = entry.id + kShortHeader + entry.idSize;
+  return behindId == entry.value || der[behindId + kShortHeader] == std::byte{0xFF};
+}
+
 // What an extension of the list is beside its value.
 void examineOutside(const ExaminedCertificate& examined, const ExtensionEntry& entry,
                     DepartureList& list) {
+  constexpr uint32_t kBoolean = 0x01;
   constexpr ContentSpot kSpots[] = {{1, kBoolean, ContentRule::falseIsDefault}};
+  if (isUsualOutside(examined.der(), entry)) return;
   checkEncoding(elementAt(examined.der(), entry.at), entry.at, kSpots, list);
+}
+
+// Content is checked without keeping any of it; only names in it are worth a second look.
+void examineContent(const ExaminedCertificate& examined, const ExtensionEntry& entry,
+                    const KnownExtension& known, DepartureList& list) {
+  const Bytes value = contentAt(examined.der(), entry.value);
+  ExtensionReader::Source source{examined.block, Strictness::strict, false};
+  ExtensionReader reader(source, value, static_cast<size_t>(value.data() - examined.der().data()));
+  known.check(reader);
+  reader.end();
+  if (!source.fault && !source.hasNames) return;
+  const Extension extension{known.id, entry.critical, value, known.id.der(), entry.at};
+  ExtensionPart(examined, list).judge(examined.certificate.content(extension));
 }
 
 void examineKnown(const ExaminedCertificate& examined, const Listed& listed,
                   const KnownExtension& known, DepartureList& list) {
   const ExtensionEntry& entry = *listed.entry;
-  const bool mustBe = known.criticality == kMust;
-  if (known.criticality != kEither && entry.critical != mustBe) {
+  const bool mustBe = known.criticality == Criticality::must;
+  if (known.criticality != Criticality::either && entry.critical != mustBe) {
     list.add(Code::criticalityWrong, entry.at);
   }
-  if (known.id == kDirectoryAttributes || entry.value == 0) return;
+  if (known.check == nullptr || entry.value == 0) return;
   const Bytes value = contentAt(examined.der(), entry.value);
   const auto valueAt = static_cast<size_t>(value.data() - examined.der().data());
   checkEncoding(value, valueAt, known.spots, list);
   // One that is there twice is not answered.
-  if (listed.isRepeated || !entry.isWellFormed) return;
-  const Extension extension{known.id, entry.critical, value, listed.id, entry.at};
-  ExtensionPart(examined, list).judge(examined.certificate.content(extension));
+  if (!listed.isRepeated && entry.isWellFormed) examineContent(examined, entry, known, list);
 }
 
-}  // namespace
+void examineOne(const ExaminedCertificate& examined, const Listed& listed, DepartureList& list) {
+  examineOutside(examined, *listed.entry, list);
+  if (const KnownExtension* const known = knownExtension(listed.entry->kind)) {
+    examineKnown(examined, listed, *known, list);
+  }
+}
 
-void examineExtensions(const ExaminedCertificate& examined, DepartureList& list) {
-  examineList(examined, list);
+void examineDistinct(const ExaminedCertificate& examined, DepartureList& list) {
+  for (const ExtensionEntry& entry : examined.block->extensions()) {
+    if (entry.id == 0) continue;
+    const Bytes id = contentAt(examined.der(), entry.id);
+    list.beginPart(id);
+    examineOne(examined, {&entry, id, 0, false}, list);
+  }
+}
+
+void examineRepeated(const ExaminedCertificate& examined, DepartureList& list) {
   const std::vector<Listed> extensions = sortedExtensions(examined);
   for (size_t i = 0; i < extensions.size(); ++i) {
     const Listed& listed = extensions[i];
     if (i != 0 && sameOctets(extensions[i - 1].id, listed.id)) {
       list.add(Code::extensionRepeated, listed.entry->at);
     } else {
-      list.beginPart(Oid::fromDer(listed.id));
+      list.beginPart(listed.id);
     }
-    examineOutside(examined, *listed.entry, list);
-    if (const KnownExtension* const known = findKnown(listed.id)) {
-      examineKnown(examined, listed, *known, list);
-    }
+    examineOne(examined, listed, list);
   }
+}
+
+}  // namespace
+
+void examineExtensions(const ExaminedCertificate& examined, DepartureList& list) {
+  examineList(examined, list);
+  areDistinct(examined.block->extensions()) ? examineDistinct(examined, list)
+                                            : examineRepeated(examined, list);
   examineRules(examined, list);
 }
 

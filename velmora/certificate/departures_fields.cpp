@@ -207,9 +207,9 @@ void examineText(const Asn1Element& value, Bytes type, DepartureList& list) {
   const TextKind kind = stringType(value.header);
   if (kind == TextKind::none) return;
   if (textKindOf(value) == TextKind::none) {
-    list.add(Code::nameTextMalformed, value.offset, Oid::fromDer(type));
+    list.add(Code::nameTextMalformed, value.offset, type);
   } else if (!hasAllCharacters(kind, value.content)) {
-    list.add(Code::nameCharacters, value.offset, Oid::fromDer(type));
+    list.add(Code::nameCharacters, value.offset, type);
   }
 }
 

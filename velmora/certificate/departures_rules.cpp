@@ -43,7 +43,7 @@ class Rules {
   // Adds a departure of an extension, as a part of its own.
   void add(Code code, const Oid& about) {
     const Result<Extension> extension = m_certificate.extension(about);
-    m_list.beginPart(about);
+    m_list.beginPart(about.der());
     m_list.add(code, extension ? extension->offset : m_tbsAt);
   }
 

@@ -133,7 +133,7 @@ std::string ExtensionReader::ascii(Tag tag) {
   const Asn1Element taken = primitive(tag);
   const auto isAscii = [](std::byte octet) { return octet < std::byte{0x80}; };
   if (!std::all_of(taken.content.begin(), taken.content.end(), isAscii)) object(taken.offset);
-  return std::string(charactersOf(taken.content));
+  return keeps() ? std::string(charactersOf(taken.content)) : std::string();
 }
 
 std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
@@ -144,7 +144,7 @@ std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
     refuse(taken.offset);
     return {};
   }
-  return utf8Of(kind, taken.content);
+  return keeps() ? utf8Of(kind, taken.content) : std::string();
 }
 
 Bytes ExtensionReader::any() noexcept {

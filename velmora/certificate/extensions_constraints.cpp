@@ -19,7 +19,7 @@ BasicConstraints readBasicConstraints(ExtensionReader& value) {
 }
 
 Result<BasicConstraints> Certificate::basicConstraints() const noexcept {
-  return readExtension<BasicConstraints>(m_block, extension(oid::basicConstraints),
+  return readExtension<BasicConstraints>(m_block, ExtensionKind::basicConstraints,
                                          readBasicConstraints);
 }
 
@@ -64,7 +64,7 @@ NameConstraints readNameConstraints(ExtensionReader& value) {
 }
 
 Result<NameConstraints> Certificate::nameConstraints() const {
-  return readExtension<NameConstraints>(m_block, extension(oid::nameConstraints),
+  return readExtension<NameConstraints>(m_block, ExtensionKind::nameConstraints,
                                         readNameConstraints);
 }
 
@@ -87,7 +87,7 @@ PolicyConstraints readPolicyConstraints(ExtensionReader& value) {
 }
 
 Result<PolicyConstraints> Certificate::policyConstraints() const noexcept {
-  return readExtension<PolicyConstraints>(m_block, extension(oid::policyConstraints),
+  return readExtension<PolicyConstraints>(m_block, ExtensionKind::policyConstraints,
                                           readPolicyConstraints);
 }
 
@@ -97,7 +97,7 @@ InhibitAnyPolicy readInhibitAnyPolicy(ExtensionReader& value) {
 }
 
 Result<InhibitAnyPolicy> Certificate::inhibitAnyPolicy() const noexcept {
-  return readExtension<InhibitAnyPolicy>(m_block, extension(oid::inhibitAnyPolicy),
+  return readExtension<InhibitAnyPolicy>(m_block, ExtensionKind::inhibitAnyPolicy,
                                          readInhibitAnyPolicy);
 }
 

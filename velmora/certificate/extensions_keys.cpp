@@ -17,18 +17,18 @@ KeyUsage readKeyUsage(ExtensionReader& value) {
 }
 
 Result<KeyUsage> Certificate::keyUsage() const noexcept {
-  return readExtension<KeyUsage>(m_block, extension(oid::keyUsage), readKeyUsage);
+  return readExtension<KeyUsage>(m_block, ExtensionKind::keyUsage, readKeyUsage);
 }
 
 // ExtKeyUsageSyntax ::= SEQUENCE SIZE (1..MAX) OF KeyPurposeId
 // KeyPurposeId ::= OBJECT IDENTIFIER
 ExtendedKeyUsage readExtendedKeyUsage(ExtensionReader& value) {
-  const auto purpose = [](ExtensionReader& list) { return Oid::fromDer(list.objectId()); };
+  const auto purpose = [](ExtensionReader& list) { return list.oidOf(list.objectId()); };
   return {value.oneOrMoreOf<Oid>(kSequenceTag, purpose)};
 }
 
 Result<ExtendedKeyUsage> Certificate::extendedKeyUsage() const {
-  return readExtension<ExtendedKeyUsage>(m_block, extension(oid::extKeyUsage),
+  return readExtension<ExtendedKeyUsage>(m_block, ExtensionKind::extKeyUsage,
                                          readExtendedKeyUsage);
 }
 
@@ -43,7 +43,7 @@ Bytes readSubjectKeyId(ExtensionReader& value) {
 }
 
 Result<Bytes> Certificate::subjectKeyId() const& noexcept {
-  return readExtension<Bytes>(m_block, extension(oid::subjectKeyIdentifier), readSubjectKeyId);
+  return readExtension<Bytes>(m_block, ExtensionKind::subjectKeyIdentifier, readSubjectKeyId);
 }
 
 // AuthorityKeyIdentifier ::= SEQUENCE { keyIdentifier [0] KeyIdentifier OPTIONAL,
@@ -66,7 +66,7 @@ AuthorityKeyId readAuthorityKeyId(ExtensionReader& value) {
 }
 
 Result<AuthorityKeyId> Certificate::authorityKeyId() const& {
-  return readExtension<AuthorityKeyId>(m_block, extension(oid::authorityKeyIdentifier),
+  return readExtension<AuthorityKeyId>(m_block, ExtensionKind::authorityKeyIdentifier,
                                        readAuthorityKeyId);
 }
 

@@ -22,7 +22,7 @@ namespace {
 Access readAccess(ExtensionReader& list) {
   Access access;
   list.sequence([&](ExtensionReader& members) {
-    access.method = Oid::fromDer(members.objectId());
+    access.method = members.oidOf(members.objectId());
     access.location = readGeneralName(members);
   });
   return access;
@@ -34,7 +34,9 @@ Attribute readAttribute(ExtensionReader& rdn) {
   if (rdn.hasFault()) return {};
   NameReader reader = NameReader::ofRdn(whole, at);
   AttributeElements elements;
-  if (reader.next(elements)) return attributeOf(placedAttribute(elements));
+  if (reader.next(elements)) {
+    return rdn.keeps() ? attributeOf(placedAttribute(elements)) : Attribute();
+  }
   rdn.refuse(*reader.fault());
   return {};
 }
@@ -91,7 +93,7 @@ std::vector<DistributionPoint> readDistributionPoints(ExtensionReader& value) {
 }
 
 Result<std::vector<GeneralName>> Certificate::subjectAltNames() const {
-  return readExtension<std::vector<GeneralName>>(m_block, extension(oid::subjectAltName),
+  return readExtension<std::vector<GeneralName>>(m_block, ExtensionKind::subjectAltName,
                                                  readAlternativeNames);
 }
 
@@ -109,7 +111,7 @@ Result<GeneralNameCursor> Certificate::subjectAltNameCursor() const& noexcept {
     });
     return cursor;
   };
-  return readExtension<GeneralNameCursor>(m_block, extension(oid::subjectAltName), production);
+  return readExtension<GeneralNameCursor>(m_block, ExtensionKind::subjectAltName, production);
 }
 
 bool GeneralNameCursor::next(PlacedName& name) noexcept {
@@ -124,7 +126,7 @@ bool GeneralNameCursor::next(PlacedName& name) noexcept {
 }
 
 Result<std::vector<GeneralName>> Certificate::issuerAltNames() const {
-  return readExtension<std::vector<GeneralName>>(m_block, extension(oid::issuerAltName),
+  return readExtension<std::vector<GeneralName>>(m_block, ExtensionKind::issuerAltName,
                                                  readAlternativeNames);
 }
 
@@ -139,22 +141,22 @@ std::vector<std::string> Certificate::dnsNames() const {
 }
 
 Result<std::vector<Access>> Certificate::authorityInfoAccess() const {
-  return readExtension<std::vector<Access>>(m_block, extension(oid::authorityInfoAccess),
+  return readExtension<std::vector<Access>>(m_block, ExtensionKind::authorityInfoAccess,
                                             readAccesses);
 }
 
 Result<std::vector<Access>> Certificate::subjectInfoAccess() const {
-  return readExtension<std::vector<Access>>(m_block, extension(oid::subjectInfoAccess),
+  return readExtension<std::vector<Access>>(m_block, ExtensionKind::subjectInfoAccess,
                                             readAccesses);
 }
 
 Result<std::vector<DistributionPoint>> Certificate::crlDistributionPoints() const {
   return readExtension<std::vector<DistributionPoint>>(
-      m_block, extension(oid::crlDistributionPoints), readDistributionPoints);
+      m_block, ExtensionKind::crlDistributionPoints, readDistributionPoints);
 }
 
 Result<std::vector<DistributionPoint>> Certificate::freshestCrl() const {
-  return readExtension<std::vector<DistributionPoint>>(m_block, extension(oid::freshestCrl),
+  return readExtension<std::vector<DistributionPoint>>(m_block, ExtensionKind::freshestCrl,
                                                        readDistributionPoints);
 }
 
@@ -177,8 +179,7 @@ Result<IssuingDistributionPoint> IssuingDistributionPoint::parse(Bytes value) {
     });
     return point;
   };
-  const Extension whole{Oid(), false, block->bytes(), Bytes(), 0};
-  return readExtension<IssuingDistributionPoint>(*block, whole, production);
+  return readValue<IssuingDistributionPoint>(*block, block->bytes(), Strictness::strict, production);
 }
 
 }  // namespace velmora

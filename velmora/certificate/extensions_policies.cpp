@@ -9,10 +9,6 @@
 namespace velmora {
 namespace {
 
-Octets copyOf(Bytes octets) {
-  return {octets.begin(), octets.end()};
-}
-
 // DisplayText ::= CHOICE { ia5String IA5String, visibleString VisibleString,
 //   bmpString BMPString, utf8String UTF8String }, each of 1 to 200 characters, which is not checked
 std::string readDisplayText(ExtensionReader& members) {
@@ -46,13 +42,13 @@ UserNotice readNotice(ExtensionReader& qualifier) {
 PolicyQualifier readQualifier(ExtensionReader& list) {
   PolicyQualifier qualifier;
   list.sequence([&](ExtensionReader& members) {
-    const Oid id = Oid::fromDer(members.objectId());
-    if (id == oid::cpsQualifier) {
+    const Bytes id = members.objectId();
+    if (sameOctets(id, oid::cpsQualifier.der())) {
       qualifier = CpsUri{members.ascii()};
-    } else if (id == oid::userNoticeQualifier) {
+    } else if (sameOctets(id, oid::userNoticeQualifier.der())) {
       qualifier = readNotice(members);
     } else {
-      qualifier = OtherQualifier{id, copyOf(members.any())};
+      qualifier = OtherQualifier{members.oidOf(id), members.copyOf(members.any())};
     }
   });
   return qualifier;
@@ -65,8 +61,8 @@ Policy readPolicy(ExtensionReader& list) {
   Policy policy;
   list.sequence([&](ExtensionReader& members) {
     const Bytes id = members.objectId();
-    policy.id = Oid::fromDer(id);
-    policy.rawId = copyOf(id);
+    policy.id = members.oidOf(id);
+    policy.rawId = members.copyOf(id);
     if (members.atEnd()) return;
     policy.qualifiers = members.oneOrMoreOf<PolicyQualifier>(kSequenceTag, readQualifier);
   });
@@ -78,7 +74,8 @@ PolicyMapping readMapping(ExtensionReader& list) {
   list.sequence([&](ExtensionReader& members) {
     const Bytes issuers = members.objectId();
     const Bytes subjects = members.objectId();
-    mapping = {Oid::fromDer(issuers), Oid::fromDer(subjects), copyOf(issuers), copyOf(subjects)};
+    mapping = {members.oidOf(issuers), members.oidOf(subjects), members.copyOf(issuers),
+               members.copyOf(subjects)};
   });
   return mapping;
 }
@@ -108,12 +105,12 @@ std::vector<PolicyMapping> readPolicyMappings(ExtensionReader& value) {
 }
 
 Result<std::vector<Policy>> Certificate::policies() const {
-  return readExtension<std::vector<Policy>>(m_block, extension(oid::certificatePolicies),
+  return readExtension<std::vector<Policy>>(m_block, ExtensionKind::certificatePolicies,
                                             readPolicies);
 }
 
 Result<std::vector<PolicyMapping>> Certificate::policyMappings() const {
-  return readExtension<std::vector<PolicyMapping>>(m_block, extension(oid::policyMappings),
+  return readExtension<std::vector<PolicyMapping>>(m_block, ExtensionKind::policyMappings,
                                                    readPolicyMappings);
 }
 

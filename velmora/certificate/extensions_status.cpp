@@ -18,6 +18,7 @@ class TlsReader {
       : m_value(value), m_octets(octets), m_offset(offset) {}
 
   bool atEnd() const noexcept { return m_value.hasFault() || m_octets.empty(); }
+  bool keeps() const noexcept { return m_value.keeps(); }
   size_t offset() const noexcept { return m_offset; }
 
   Bytes opaque(size_t size) noexcept {
@@ -53,8 +54,7 @@ class TlsReader {
     return content;
   }
   Octets octets() {
-    const TlsReader content = vector();
-    return {content.m_octets.begin(), content.m_octets.end()};
+    return m_value.copyOf(vector().m_octets);
   }
 
   void refuse(size_t offset) noexcept { m_value.refuse(offset); }
@@ -96,7 +96,9 @@ std::vector<SignedTimestamp> readTimestamps(TlsReader reader) {
   while (!list.atEnd()) {
     TlsReader serialized = list.filledVector();
     constexpr uint64_t kVersion1 = 0;
-    if (serialized.number(1) == kVersion1) stamps.push_back(readTimestamp(serialized));
+    if (serialized.number(1) != kVersion1) continue;
+    SignedTimestamp stamp = readTimestamp(serialized);
+    if (list.keeps()) stamps.push_back(std::move(stamp));
   }
   return stamps;
 }
@@ -111,7 +113,7 @@ std::vector<SignedTimestamp> readSignedTimestamps(ExtensionReader& value) {
 }
 
 Result<std::vector<SignedTimestamp>> Certificate::signedTimestamps() const {
-  return readExtension<std::vector<SignedTimestamp>>(m_block, extension(oid::signedTimestamps),
+  return readExtension<std::vector<SignedTimestamp>>(m_block, ExtensionKind::signedTimestamps,
                                                      readSignedTimestamps);
 }
 
@@ -127,7 +129,7 @@ TlsFeatures readTlsFeatures(ExtensionReader& value) {
 }
 
 Result<TlsFeatures> Certificate::tlsFeatures() const {
-  return readExtension<TlsFeatures>(m_block, extension(oid::tlsFeature), readTlsFeatures);
+  return readExtension<TlsFeatures>(m_block, ExtensionKind::tlsFeature, readTlsFeatures);
 }
 
 bool TlsFeatures::has(uint16_t feature) const noexcept {
@@ -141,7 +143,7 @@ OcspNoCheck readOcspNoCheck(ExtensionReader& value) {
 }
 
 Result<OcspNoCheck> Certificate::ocspNoCheck() const noexcept {
-  return readExtension<OcspNoCheck>(m_block, extension(oid::ocspNoCheck), readOcspNoCheck);
+  return readExtension<OcspNoCheck>(m_block, ExtensionKind::ocspNoCheck, readOcspNoCheck);
 }
 
 // NoRevAvail ::= NULL (RFC 9608 §2).
@@ -151,7 +153,7 @@ NoRevocationAvailable readNoRevocationAvailable(ExtensionReader& value) {
 }
 
 Result<NoRevocationAvailable> Certificate::noRevocationAvailable() const noexcept {
-  return readExtension<NoRevocationAvailable>(m_block, extension(oid::noRevAvail),
+  return readExtension<NoRevocationAvailable>(m_block, ExtensionKind::noRevAvail,
                                               readNoRevocationAvailable);
 }
 

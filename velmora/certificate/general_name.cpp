@@ -10,18 +10,15 @@
 namespace velmora {
 namespace {
 
-Octets copyOf(Bytes octets) {
-  return {octets.begin(), octets.end()};
-}
-
 // OtherName ::= SEQUENCE { type-id OBJECT IDENTIFIER, value [0] EXPLICIT ANY }
 OtherName readOtherName(ExtensionReader& name) {
   OtherName other;
   name.members(context(0), [&](ExtensionReader& members) {
     const Bytes type = members.objectId();
-    other.type = Oid::fromDer(type);
-    other.rawType = copyOf(type);
-    members.members(context(0), [&](ExtensionReader& value) { other.value = copyOf(value.any()); });
+    other.type = members.oidOf(type);
+    other.rawType = members.copyOf(type);
+    members.members(context(0),
+                    [&](ExtensionReader& value) { other.value = value.copyOf(value.any()); });
   });
   return other;
 }
@@ -32,7 +29,7 @@ RawName readUntyped(ExtensionReader& name, uint32_t number) {
   const size_t at = name.offset();
   const Bytes whole = name.any();
   if (!whole.empty() && (whole[0] & kConstructed) == std::byte{0}) name.refuse(at);
-  return {static_cast<uint8_t>(number), false, copyOf(whole), static_cast<uint32_t>(at)};
+  return {static_cast<uint8_t>(number), false, name.copyOf(whole), static_cast<uint32_t>(at)};
 }
 
 // Name is a CHOICE, and its tag therefore explicit. The fallback name is never seen: there is a
@@ -44,6 +41,7 @@ GeneralName readDirectoryName(ExtensionReader& name) {
     const Bytes whole = members.any();
     if (const auto fault = nameFault(whole, at)) members.refuse(*fault);
   });
+  if (!name.keeps()) return RawName();
   return NameMaker::make(name.block(), at);
 }
 
@@ -71,7 +69,7 @@ GeneralName readIpAddress(ExtensionReader& name, AddressForm form) {
 
 RegisteredId readRegisteredId(ExtensionReader& name) {
   const Bytes id = name.objectId(context(8));
-  return {Oid::fromDer(id), copyOf(id)};
+  return {name.oidOf(id), name.copyOf(id)};
 }
 
 // GeneralName ::= CHOICE { otherName [0] OtherName, rfc822Name [1] IA5String, dNSName [2]
@@ -104,6 +102,7 @@ GeneralName readKind(ExtensionReader& name, uint32_t number, AddressForm form) {
   }
 }
 
+constexpr uint32_t kDirectoryName = 4;
 constexpr uint32_t kNoKind = 0xFF;
 
 uint32_t kindOf(const Asn1Header& header) noexcept {
@@ -117,11 +116,12 @@ GeneralName readGeneralName(ExtensionReader& reader, AddressForm form) {
   const Asn1Element element = reader.element();
   if (reader.hasFault()) return RawName();
   const uint32_t kind = kindOf(element.header);
-  ExtensionReader::Source source{reader.block(), reader.strictness()};
+  ExtensionReader::Source source = reader.apart();
   ExtensionReader inside(source, element.whole, element.offset);
   GeneralName name = readKind(inside, kind, form);
+  if (source.fault || kind == kDirectoryName) reader.noteName();
   if (!source.fault) return name;
-  return RawName{static_cast<uint8_t>(kind), true, copyOf(element.whole),
+  return RawName{static_cast<uint8_t>(kind), true, reader.copyOf(element.whole),
                  static_cast<uint32_t>(element.offset)};
 }
 

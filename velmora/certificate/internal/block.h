@@ -8,6 +8,7 @@
 
 #include "velmora/certificate/block_ref.h"
 #include "velmora/certificate/bytes.h"
+#include "velmora/certificate/internal/extension_kind.h"
 #include "velmora/certificate/result.h"
 
 namespace velmora {
@@ -40,6 +41,7 @@ struct ExtensionEntry {
   uint8_t idSize;     // of the OID's contents; 0 for more than Oid::kMaxSize
   bool critical;      // a BOOLEAN in it is not 00
   bool isWellFormed;  // it is an Extension to the letter, but for the octet of the BOOLEAN
+  ExtensionKind kind;
 };
 
 /// Some DER and, for a certificate, its index, in one allocation; counted, and never changed.
@@ -91,6 +93,27 @@ class Block {
   uint32_t m_size;
   CertificateIndex m_index;
 };
+
+/// The one extension of a list that is `isWanted(entry)`. Errors absent; repeatedExtension; and
+/// malformedExtension, for one that is not well-formed, and where none is found in a list that is
+/// none.
+template <class IsWanted>
+Result<const ExtensionEntry*> findExtension(const Block& block, IsWanted isWanted) noexcept {
+  const ExtensionEntry* found = nullptr;
+  for (const ExtensionEntry& entry : block.extensions()) {
+    if (!isWanted(entry)) continue;
+    if (found != nullptr) return Error::at(ErrorCode::repeatedExtension, entry.at);
+    found = &entry;
+  }
+  if (found != nullptr && found->isWellFormed) return found;
+  const size_t fault = found != nullptr ? found->at : block.index().extensionFault;
+  if (fault != 0) return Error::at(ErrorCode::malformedExtension, fault);
+  return Error{ErrorCode::absent};
+}
+inline Result<const ExtensionEntry*> findExtension(const Block& block,
+                                                   ExtensionKind kind) noexcept {
+  return findExtension(block, [&](const ExtensionEntry& entry) { return entry.kind == kind; });
+}
 
 /// The element at `offset` of some DER that was checked: all of it, or its contents.
 Bytes elementAt(Bytes der, size_t offset) noexcept;

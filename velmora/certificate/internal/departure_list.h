@@ -15,15 +15,16 @@ namespace velmora {
 /// Adding throws std::bad_alloc.
 class DepartureList {
  public:
-  /// Starts another part, which is about that extension.
-  void beginPart(const Oid& about = {}) noexcept {
+  /// Starts another part, which is about the extension with that OID, whose octets outlive it.
+  void beginPart(Bytes about = {}) noexcept {
     m_about = about;
     m_seen = 0;
     m_isCertain = true;
   }
 
   void add(DepartureCode code, size_t offset) { add(code, offset, m_about); }
-  void add(DepartureCode code, size_t offset, const Oid& about);
+  /// About that attribute instead, or that extension.
+  void add(DepartureCode code, size_t offset, Bytes about);
 
   /// Whether everything that was added to this part leaves it certain what the part says.
   bool isCertain() const noexcept { return m_isCertain; }
@@ -33,7 +34,7 @@ class DepartureList {
 
  private:
   std::vector<Departure> m_found;
-  Oid m_about;
+  Bytes m_about;
   uint64_t m_seen = 0;  // a bit for each code of this part
   bool m_isCertain = true;
 };
@@ -41,11 +42,11 @@ class DepartureList {
 /// A certificate whose departures are looked for.
 struct ExaminedCertificate {
   const Certificate& certificate;
-  const Block& block;
+  const BlockRef& block;
   int version;  // 0 when it is none of 1 to 3
 
-  Bytes der() const noexcept { return block.bytes(); }
-  const CertificateIndex& index() const noexcept { return block.index(); }
+  Bytes der() const noexcept { return block->bytes(); }
+  const CertificateIndex& index() const noexcept { return block->index(); }
 };
 
 // What finds them, topic by topic.

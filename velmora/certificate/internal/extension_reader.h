@@ -39,7 +39,9 @@ class ExtensionReader {
   struct Source {
     const BlockRef& block;  // the certificate
     Strictness strictness = Strictness::strict;
+    bool keeps = true;  // else what is read is checked alone, and answers are empty: no memory
     std::optional<size_t> fault = {};
+    bool hasNames = false;  // when nothing is kept: a directory name, or a malformed name, was read
   };
 
   ExtensionReader(Source& source, Bytes bytes, size_t offset) noexcept
@@ -51,6 +53,12 @@ class ExtensionReader {
   size_t offset() const noexcept { return m_members.offset(); }
   const BlockRef& block() const noexcept { return m_source.block; }
   Strictness strictness() const noexcept { return m_source.strictness; }
+  /// Whether what is read is kept. Only how much is built may depend on it, never what is a fault.
+  bool keeps() const noexcept { return m_source.keeps; }
+  void noteName() noexcept { m_source.hasNames = true; }
+
+  /// A reader of the same kind whose fault is its own.
+  Source apart() const noexcept { return {m_source.block, m_source.strictness, m_source.keeps}; }
 
   /// Notes a fault, unless there is one.
   void refuse(size_t offset) noexcept {
@@ -84,18 +92,18 @@ class ExtensionReader {
   template <class T, class Read>
   std::vector<T> listOf(Tag tag, Read readMember) {
     std::vector<T> list;
-    members(tag, [&](ExtensionReader& inside) {
-      list.reserve(inside.count());
-      while (!inside.atEnd()) list.push_back(readMember(inside));
-    });
+    members(tag, [&](ExtensionReader& inside) { inside.appendEach(list, readMember); });
     return list;
   }
   /// SEQUENCE SIZE (1..MAX) OF.
   template <class T, class Read>
   std::vector<T> oneOrMoreOf(Tag tag, Read readMember) {
     const size_t at = offset();
-    std::vector<T> list = listOf<T>(tag, readMember);
-    if (list.empty()) refuse(at);
+    std::vector<T> list;
+    members(tag, [&](ExtensionReader& inside) {
+      if (inside.atEnd()) inside.refuse(at);
+      inside.appendEach(list, readMember);
+    });
     return list;
   }
 
@@ -117,6 +125,11 @@ class ExtensionReader {
   void null() noexcept;
   /// OBJECT IDENTIFIER: its content octets.
   Bytes objectId(Tag tag = universal(asn1_tag::kOid)) noexcept;
+  /// As values, when something is kept.
+  Oid oidOf(Bytes id) const noexcept { return keeps() ? Oid::fromDer(id) : Oid(); }
+  Octets copyOf(Bytes octets) const {
+    return keeps() ? Octets(octets.begin(), octets.end()) : Octets();
+  }
   /// IA5String.
   std::string ascii(Tag tag = universal(asn1_tag::kIa5String));
   /// A string of one of the types, in UTF-8.
@@ -129,6 +142,16 @@ class ExtensionReader {
   size_t count() const noexcept;
 
  private:
+  template <class T, class Read>
+  void appendEach(std::vector<T>& list, Read& readMember) {
+    if (!keeps()) {
+      while (!atEnd()) readMember(*this);
+      return;
+    }
+    list.reserve(count());
+    while (!atEnd()) list.push_back(readMember(*this));
+  }
+
   ExtensionReader enter(Tag tag) noexcept;
   Asn1Element primitive(Tag tag) noexcept { return take(tag, false); }
   Asn1Element take(Tag tag, bool constructed) noexcept;
@@ -150,12 +173,13 @@ Result<T> readValue(const BlockRef& block, Bytes value, Strictness strictness,
   return answer;
 }
 
-/// The same to the letter, of an extension that was looked for.
+/// The same to the letter, of the extension of a kind.
 template <class T, class Production>
-Result<T> readExtension(const BlockRef& block, const Result<Extension>& extension,
-                        Production production) {
-  if (!extension) return extension.error();
-  return readValue<T>(block, extension->value, Strictness::strict, production);
+Result<T> readExtension(const BlockRef& block, ExtensionKind kind, Production production) {
+  const auto entry = findExtension(*block, kind);
+  if (!entry) return entry.error();
+  return readValue<T>(block, contentAt(block->bytes(), (*entry)->value), Strictness::strict,
+                      production);
 }
 
 }  // namespace velmora

@@ -1,0 +1,40 @@
+#pragma once
+
+// The extensions that this library knows, by number.
+
+#include <cstdint>
+
+#include "velmora/certificate/bytes.h"
+
+namespace velmora {
+
+/// An extension that this library knows: the row of known_extensions.cpp that tells what.
+enum class ExtensionKind : uint8_t {
+  subjectKeyIdentifier,
+  keyUsage,
+  subjectAltName,
+  issuerAltName,
+  basicConstraints,
+  nameConstraints,
+  crlDistributionPoints,
+  certificatePolicies,
+  policyMappings,
+  authorityKeyIdentifier,
+  policyConstraints,
+  extKeyUsage,
+  freshestCrl,
+  inhibitAnyPolicy,
+  noRevAvail,
+  authorityInfoAccess,
+  subjectInfoAccess,
+  tlsFeature,
+  ocspNoCheck,
+  signedTimestamps,
+  subjectDirectoryAttributes,
+  other,  // every other one
+};
+
+/// Of the content octets of extnID.
+ExtensionKind extensionKindOf(Bytes id) noexcept;
+
+}  // namespace velmora
