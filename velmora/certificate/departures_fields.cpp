@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 
+#include "velmora/certificate/der.h"
 #include "velmora/certificate/internal/algorithm_reader.h"
 #include "velmora/certificate/internal/departure_list.h"
 #include "velmora/certificate/internal/der_values.h"
@@ -9,8 +10,6 @@
 #include "velmora/certificate/internal/name_reader.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/internal/text_reader.h"
-#include "velmora/support/log/log_base.h"
-#include "velmora/support/time/velmora_sys_time.h"
 
 // Where the fields of a certificate depart from RFC 5280 §4.1. parse() has seen that identifiers
 // and lengths are DER, and that each field is of its type.
@@ -116,19 +115,17 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
   const Asn1Element period = beginField(examined, examined.index().validity, list);
   DerReader dates(period);
   Asn1Element date;
+  std::optional<std::chrono::sys_seconds> last;
   while (dates.takeAny(date)) {
-    VelmoraSysTime time;
-    LogNull log;
+    const std::optional<std::chrono::sys_seconds> before = last;
+    last = readTime(date.whole);
     list.beginPart();
-    if (!time.fromX509(charactersOf(date.content), date.is(asn1_tag::kGeneralizedTime), log)) {
+    if (!last) {
       list.add(Code::dateMalformed, date.offset);
     } else if (!hasForm(date)) {
       list.add(Code::dateForm, date.offset);
     }
-  }
-  const Result<Validity> validity = examined.certificate.validity();
-  if (validity && validity->notAfter < validity->notBefore) {
-    list.add(Code::validityBackwards, period.offset);
+    if (before && last && *last < *before) list.add(Code::validityBackwards, period.offset);
   }
 }
 

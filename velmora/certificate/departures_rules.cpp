@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <array>
 
 #include "velmora/certificate/internal/departure_list.h"
 #include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/known_extensions.h"
 
 // What RFC 5280 §4 demands of an issuer across fields and extensions. Each rule rests on what can
 // be read: of what is malformed another departure tells.
@@ -20,6 +22,7 @@ class Rules {
  public:
   Rules(const ExaminedCertificate& examined, DepartureList& list)
       : m_certificate(examined.certificate),
+        m_block(examined.block),
         m_list(list),
         m_subjectAt(examined.index().subject),
         m_tbsAt(examined.index().tbs),
@@ -99,13 +102,42 @@ class Rules {
   // §4.2.1.5, §4.2.1.10, §4.2.1.11, §4.2.1.14.
   void examineCaAlone() {
     if (isCa() || (!m_constraints && !isAbsent(m_constraints))) return;
-    for (const Oid& id : {oid::nameConstraints, oid::policyConstraints, oid::policyMappings,
-                          oid::inhibitAnyPolicy}) {
-      if (m_certificate.extension(id)) add(Code::constraintsWithoutCa, id);
+    for (const ExtensionKind kind :
+         {ExtensionKind::nameConstraints, ExtensionKind::policyConstraints,
+          ExtensionKind::policyMappings, ExtensionKind::inhibitAnyPolicy}) {
+      if (findExtension(*m_block, kind)) add(Code::constraintsWithoutCa, knownExtension(kind)->id);
     }
   }
 
   void examinePolicies() {
+    if (mayRepeatPolicies()) examineRepeatedPolicies();
+    examineMappings();
+  }
+
+  // Whether a policy is there twice, if what can be read of the extension is a list of them: nearly
+  // none is, and so nearly none has to be read.
+  bool mayRepeatPolicies() const noexcept {
+    constexpr size_t kMostUsual = 4;
+    std::array<Bytes, kMostUsual> ids;
+    size_t count = 0;
+    const auto entry = findExtension(*m_block, ExtensionKind::certificatePolicies);
+    if (!entry) return false;
+    DerReader policies;
+    DerReader policy;
+    Asn1Element id;
+    DerReader(contentAt(m_block.bytes(), (*entry)->value)).takeSequence(policies);
+    while (policies.takeSequence(policy) && policy.takeAny(id)) {
+      const auto end = ids.begin() + static_cast<ptrdiff_t>(count);
+      if (count == ids.size() ||
+          std::any_of(ids.begin(), end, [&](Bytes each) { return sameOctets(each, id.content); })) {
+        return true;
+      }
+      ids[count++] = id.content;
+    }
+    return false;
+  }
+
+  void examineRepeatedPolicies() {
     if (const Result<std::vector<Policy>> policies = m_certificate.policies()) {
       std::vector<Bytes> ids;
       ids.reserve(policies->size());
@@ -117,6 +149,9 @@ class Rules {
         add(Code::policyRepeated, oid::certificatePolicies);
       }
     }
+  }
+
+  void examineMappings() {
     if (const Result<std::vector<PolicyMapping>> mappings = m_certificate.policyMappings()) {
       const auto isOfAny = [](const PolicyMapping& mapping) {
         return mapping.issuerPolicy == oid::anyPolicy || mapping.subjectPolicy == oid::anyPolicy;
@@ -128,6 +163,7 @@ class Rules {
   }
 
   const Certificate& m_certificate;
+  const BlockRef& m_block;
   DepartureList& m_list;
   uint32_t m_subjectAt;
   uint32_t m_tbsAt;

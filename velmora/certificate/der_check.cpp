@@ -1,8 +1,6 @@
 #include "velmora/certificate/der.h"
 
-#include <array>
-
-#include "velmora/certificate/internal/octets.h"
+#include "velmora/certificate/internal/der_walk.h"
 #include "velmora/support/asn1/ber_walk.h"
 
 namespace velmora {
@@ -33,28 +31,20 @@ Error headerFault(DerReader reader) noexcept {
 }  // namespace
 
 std::optional<Error> derFault(Bytes bytes) noexcept {
-  std::array<size_t, kMaxAsn1Depth> ends;  // of the elements around the one at hand
-  size_t depth = 0;
   size_t elementsLeft = BerWalk::maxElements(bytes.size());
-  DerReader reader(bytes);
+  DerWalk walk(bytes);
+  Asn1Header header;
   do {
-    const size_t at = reader.offset();
-    Asn1Header header;
-    if (!reader.takeHeader(header)) return headerFault(reader);
-    if (!hasFormOfType(header)) return Error::at(ErrorCode::notDer, at);
-    if (depth == ends.size() || elementsLeft-- == 0) return Error::at(ErrorCode::tooLarge, at);
-    const size_t next = reader.offset() + header.contentSize;
-    if (depth == 0 && next != reader.endOffset()) {
+    if (!walk.take(header)) return headerFault(walk.reader());
+    if (!hasFormOfType(header)) return Error::at(ErrorCode::notDer, walk.at());
+    if (walk.depth() == kMaxAsn1Depth || elementsLeft-- == 0) {
+      return Error::at(ErrorCode::tooLarge, walk.at());
+    }
+    const size_t next = walk.contentAt() + header.contentSize;
+    if (walk.depth() == 0 && next != walk.endOffset()) {
       return Error::at(ErrorCode::trailingOctets, next);
     }
-    if (header.constructed) {
-      ends[depth++] = reader.endOffset();
-      reader.limitTo(next);
-    } else {
-      reader.skip(header.contentSize);
-    }
-    while (reader.atEnd() && depth != 0) reader.limitTo(ends[--depth]);
-  } while (depth != 0);
+  } while (walk.moveOn(header));
   return std::nullopt;
 }
 

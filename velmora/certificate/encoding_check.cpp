@@ -4,6 +4,7 @@
 #include <array>
 
 #include "velmora/certificate/internal/der_values.h"
+#include "velmora/certificate/internal/der_walk.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/ber_walk.h"
 #include "velmora/support/asn1/der_reader.h"
@@ -41,7 +42,7 @@ class EncodingCheck {
  public:
   EncodingCheck(Bytes value, size_t offset, std::span<const ContentSpot> spots,
                 DepartureList& list) noexcept
-      : m_value(value), m_offset(offset), m_spots(spots), m_list(list), m_walk(octetsOf(value)) {}
+      : m_value(value), m_offset(offset), m_spots(spots), m_list(list) {}
 
   void run() {
     if (!runUsual()) runBer();
@@ -56,49 +57,43 @@ class EncodingCheck {
     size_t lastSize;  // 0 for none
   };
 
-  // Walks while headers are as nearly all are, and so in their shortest form, and no deeper than is
-  // usual. False where something else comes; what was found until then is found again.
+  // Walks while all is DER, as it nearly always is, and no deeper than is usual. False where
+  // something else comes; what was found until then is found again.
   bool runUsual() {
     constexpr size_t kUsualDepth = 16;
-    std::array<size_t, kUsualDepth> ends;
-    size_t depth = 0;
-    size_t at = 0;
-    size_t end = m_value.size();
+    DerWalk walk(m_value);
+    Asn1Header header;
     do {
-      Asn1Header header;
-      if (!DerReader(m_value.subspan(at, end - at)).takeHeader(header)) return false;
-      if (header.tagNumber > kMostShortTag) return false;
+      if (!walk.take(header) || header.tagNumber > kMostShortTag) return false;
+      const size_t at = walk.at();
       const auto identifier = std::to_integer<unsigned char>(m_value[at]);
-      const size_t next = at + header.headerSize + header.contentSize;
-      if (depth == 0 && next != end) return false;
+      const size_t next = walk.contentAt() + header.contentSize;
+      const size_t depth = walk.depth();
+      if (depth == 0 && next != walk.endOffset()) return false;
       if (depth != 0) checkOrder(m_sets[depth - 1], at, next - at);
       const ContentRule rule = ruleAt(depth, identifier);
-      if ((identifier & kConstructed) != 0) {
+      if (header.constructed) {
         const bool isOther = identifier < kFirstOtherClass && identifier != kSequence &&
                              kRules[identifier] != ContentRule::setOf;
-        if (depth == ends.size() || isOther) return false;
+        if (depth == kUsualDepth || isOther) return false;
         m_sets[depth] = {rule == ContentRule::setOf, 0, 0};
-        ends[depth++] = end;
-        at += header.headerSize;
-        end = next;
-      } else {
-        checkContent(rule, m_value.subspan(at + header.headerSize, header.contentSize), at);
-        at = next;
+      } else if (rule != ContentRule::none) {
+        checkContent(rule, m_value.subspan(walk.contentAt(), header.contentSize), at);
       }
-      while (at == end && depth != 0) end = ends[--depth];
-    } while (depth != 0);
+    } while (walk.moveOn(header));
     return true;
   }
 
+  // Goes on over what is not DER as far as it is BER.
   void runBer() {
+    BerWalk walk(octetsOf(m_value));
     Asn1Header header;
     std::span<const unsigned char> content;
     for (;;) {
-      const size_t start = m_walk.offset();
-      switch (m_walk.next(header, content)) {
+      const size_t start = walk.offset();
+      switch (walk.next(header, content)) {
         case BerStep::kElement:
-          checkElement(header, m_walk.offset() - (header.constructed ? 0 : header.contentSize),
-                       bytesOf(content));
+          checkElement(walk, header, bytesOf(content));
           break;
         case BerStep::kClose:
           break;
@@ -112,9 +107,10 @@ class EncodingCheck {
 
   void add(DepartureCode code, size_t at) { m_list.add(code, m_offset + at); }
 
-  void checkElement(const Asn1Header& header, size_t contentAt, Bytes content) {
-    const size_t at = contentAt - header.headerSize;
-    const size_t depth = m_walk.depth() - (header.constructed ? 1 : 0);
+  void checkElement(const BerWalk& walk, const Asn1Header& header, Bytes content) {
+    const size_t at =
+        walk.offset() - (header.constructed ? 0 : header.contentSize) - header.headerSize;
+    const size_t depth = walk.depth() - (header.constructed ? 1 : 0);
     checkHeader(header, at);
     if (depth != 0) checkOrder(m_sets[depth - 1], at, header.headerSize + header.contentSize);
     const ContentRule rule = ruleAt(depth, std::to_integer<unsigned char>(m_value[at]));
@@ -207,7 +203,6 @@ class EncodingCheck {
   size_t m_offset;
   std::span<const ContentSpot> m_spots;
   DepartureList& m_list;
-  BerWalk m_walk;
   std::array<Set, kMaxAsn1Depth> m_sets;
 };
 

@@ -17,28 +17,22 @@ bool isNegative(Bytes integer) noexcept {
 }  // namespace
 
 bool ExtensionReader::isNext(Tag tag) const noexcept {
+  const bool fits = m_members.startsWith(tag.identifier(false)) ||
+                    m_members.startsWith(tag.identifier(true));
   DerReader look = m_members;
   Asn1Element found;
-  return !m_source.fault && look.takeAny(found) &&
-         Tag{found.header.tagClass, found.header.tagNumber} == tag;
+  return fits && !m_source.fault && look.takeAny(found);
 }
 
 Asn1Element ExtensionReader::element() noexcept {
-  const size_t at = offset();
   Asn1Element taken;
-  if (m_source.fault || !m_members.takeAny(taken)) {
-    refuse(at);
-    return {};
-  }
+  if (m_source.fault || !m_members.takeAny(taken)) refuse(offset());
   return taken;
 }
 
 Asn1Element ExtensionReader::take(Tag tag, bool constructed) noexcept {
-  const Asn1Element taken = element();
-  const bool fits = Tag{taken.header.tagClass, taken.header.tagNumber} == tag &&
-                    taken.header.constructed == constructed;
-  if (!m_source.fault && fits) return taken;
-  refuse(taken.offset);
+  if (m_members.startsWith(tag.identifier(constructed))) return element();
+  refuse(offset());
   return {};
 }
 

@@ -38,35 +38,54 @@ bool sameAttribute(const AttributeElements& a, const AttributeElements& b) noexc
          (isFolded(a) && isFolded(b) && sameFolded(a.value.content, b.value.content));
 }
 
-// Makes what `out` holds from `start` on the contents of an element.
-void enclose(unsigned char identifier, size_t start, std::string& out) {
-  const size_t size = out.size() - start;
-  const size_t following = lengthSize(size) - 1;
-  char header[2 + sizeof(size)];
-  header[0] = static_cast<char>(identifier);
-  header[1] = static_cast<char>(following == 0 ? size : 0x80 | following);
-  for (size_t i = 0; i < following; ++i) {
-    header[2 + i] = static_cast<char>(size >> 8 * (following - 1 - i));
-  }
-  out.insert(start, header, 2 + following);
-}
-
 constexpr unsigned char kUtf8Identifier = asn1_tag::kUtf8String,
                         kSequenceIdentifier = 0x20 | asn1_tag::kSequence,
                         kSetIdentifier = 0x20 | asn1_tag::kSet;
 
-void appendFolded(const AttributeElements& attribute, std::string& out) {
+constexpr size_t kShortHeader = 2;  // of an element whose contents are below 128 octets
+
+// Starts an element whose size is not known yet; gives where.
+size_t openElement(unsigned char identifier, std::string& out) {
+  const size_t at = out.size();
+  const char header[kShortHeader] = {static_cast<char>(identifier), 0};
+  out.append(header, sizeof(header));
+  return at;
+}
+
+// What `out` holds behind its header are its contents.
+void closeElement(size_t at, std::string& out) {
+  const size_t size = out.size() - at - kShortHeader;
+  const size_t following = lengthSize(size) - 1;
+  out[at + 1] = static_cast<char>(following == 0 ? size : 0x80 | following);
+  if (following == 0) return;
+  char length[sizeof(size)];
+  for (size_t i = 0; i < following; ++i) {
+    length[i] = static_cast<char>(size >> 8 * (following - 1 - i));
+  }
+  out.insert(at + kShortHeader, length, following);
+}
+
+void appendFoldedText(Bytes content, std::string& out) {
   const size_t start = out.size();
+  out.resize(start + content.size());
+  char* const first = out.data() + start;
+  char* to = first;
+  FoldedText text(charactersOf(content));
+  for (int c = text.next(); c != FoldedText::kEnd; c = text.next()) *to++ = static_cast<char>(c);
+  out.resize(start + static_cast<size_t>(to - first));
+}
+
+void appendFolded(const AttributeElements& attribute, std::string& out) {
+  const size_t sequence = openElement(kSequenceIdentifier, out);
   out += charactersOf(attribute.type.whole);
   if (isFolded(attribute)) {
-    const size_t valueStart = out.size();
-    FoldedText text(charactersOf(attribute.value.content));
-    for (int c = text.next(); c != FoldedText::kEnd; c = text.next()) out += static_cast<char>(c);
-    enclose(kUtf8Identifier, valueStart, out);
+    const size_t value = openElement(kUtf8Identifier, out);
+    appendFoldedText(attribute.value.content, out);
+    closeElement(value, out);
   } else {
     out += charactersOf(attribute.value.whole);
   }
-  enclose(kSequenceIdentifier, start, out);
+  closeElement(sequence, out);
 }
 
 // Sorts the pieces of `out` from `start` on, each of which ends where `ends` says.
@@ -84,22 +103,33 @@ void sortPieces(size_t start, const std::vector<size_t>& ends, std::string& out)
   for (const std::string_view piece : pieces) out += piece;
 }
 
+// Appends the RDN that starts with `attribute`, which becomes the first of the next one; false when
+// there is none.
+bool appendFoldedRdn(NameReader& reader, AttributeElements& attribute, std::string& out) {
+  const uint32_t rdn = attribute.rdn;
+  const size_t set = openElement(kSetIdentifier, out);
+  std::vector<size_t> ends;  // of an RDN of one attribute not even filled
+  appendFolded(attribute, out);
+  bool isThere = reader.next(attribute);
+  while (isThere && attribute.rdn == rdn) {
+    if (ends.empty()) ends.push_back(out.size());
+    appendFolded(attribute, out);
+    ends.push_back(out.size());
+    isThere = reader.next(attribute);
+  }
+  if (!ends.empty()) sortPieces(set + kShortHeader, ends, out);
+  closeElement(set, out);
+  return isThere;
+}
+
 // The RDN is well-formed.
-void appendFolded(const Asn1Element& rdn, std::string& out) {
-  const size_t start = out.size();
+std::string foldedRdn(const Asn1Element& rdn) {
+  std::string out;
   NameReader reader = NameReader::ofRdn(rdn.content, rdn.contentOffset());
   AttributeElements attribute;
   reader.next(attribute);
-  appendFolded(attribute, out);
-  if (reader.next(attribute)) {
-    std::vector<size_t> ends = {out.size()};
-    do {
-      appendFolded(attribute, out);
-      ends.push_back(out.size());
-    } while (reader.next(attribute));
-    sortPieces(start, ends, out);
-  }
-  enclose(kSetIdentifier, start, out);
+  appendFoldedRdn(reader, attribute, out);
+  return out;
 }
 
 bool isSingleValued(const Asn1Element& rdn, AttributeElements& attribute) noexcept {
@@ -117,11 +147,7 @@ bool sameRdn(const Asn1Element& a, const Asn1Element& b) {
   const bool isSingle = isSingleValued(a, ours);
   if (isSingle != isSingleValued(b, theirs)) return false;
   if (isSingle) return sameAttribute(ours, theirs);
-  std::string ourFolded;
-  std::string theirFolded;
-  appendFolded(a, ourFolded);
-  appendFolded(b, theirFolded);
-  return ourFolded == theirFolded;
+  return foldedRdn(a) == foldedRdn(b);
 }
 
 bool sameRdns(DerReader ours, DerReader theirs) {
@@ -147,12 +173,13 @@ bool Name::matches(const Name& other) const noexcept try {
 }
 
 std::optional<std::string> Name::folded() const {
-  if (nameFault(der(), m_at)) return std::nullopt;
+  NameReader reader(der(), m_at);
   std::string out;
   out.reserve(m_size);
-  DerReader rdns(contentAt(m_block.bytes(), m_at), 0);
-  Asn1Element rdn;
-  while (rdns.takeAny(rdn)) appendFolded(rdn, out);
+  AttributeElements attribute;
+  bool isThere = reader.next(attribute);
+  while (isThere) isThere = appendFoldedRdn(reader, attribute, out);
+  if (reader.fault()) return std::nullopt;
   return out;
 }
 

@@ -18,7 +18,10 @@ struct Tag {
   Asn1Class tagClass;
   uint32_t number;
 
-  friend constexpr bool operator==(const Tag&, const Tag&) noexcept = default;
+  // The octet of the identifier; every number is below 31.
+  constexpr uint32_t identifier(bool constructed) const noexcept {
+    return static_cast<uint32_t>(tagClass) << 6 | (constructed ? 0x20U : 0U) | number;
+  }
 };
 constexpr Tag universal(uint32_t number) noexcept {
   return {Asn1Class::kUniversal, number};

@@ -107,6 +107,11 @@ class DerReader {
     return true;
   }
 
+  /// Whether an element with this identifier, of one octet, starts here.
+  bool startsWith(uint32_t identifier) const noexcept {
+    return m_pos != m_end && m_data[m_pos] == identifier;
+  }
+
   /// A primitive element of a universal type below 31.
   bool take(uint32_t universalTag, Asn1Element& element) noexcept {
     return startsWith(universalTag) && takeAny(element);
@@ -156,10 +161,6 @@ class DerReader {
  private:
   static constexpr uint32_t kConstructed = 0x20, kContext = 0x80, kLongTag = 0x1F;
   static constexpr size_t kShortHeader = 2;
-
-  bool startsWith(uint32_t identifier) const noexcept {
-    return m_pos != m_end && m_data[m_pos] == identifier;
-  }
 
   // Looks at a header of two octets: a tag number below 31 and a length below 128.
   bool seeShortHeader(Asn1Header& header) const noexcept {
