@@ -143,15 +143,25 @@ void examineOutside(const ExaminedCertificate& examined, const ExtensionEntry& e
   checkEncoding(elementAt(examined.der(), entry.at), entry.at, kSpots, list);
 }
 
-// Content is checked without keeping any of it; only names in it are worth a second look.
-void examineContent(const ExaminedCertificate& examined, const ExtensionEntry& entry,
-                    const KnownExtension& known, DepartureList& list) {
-  const Bytes value = contentAt(examined.der(), entry.value);
+// Whether the content is as it should be, seen without keeping any of it.
+bool isPlain(const ExaminedCertificate& examined, const KnownExtension& known, Bytes value) {
   ExtensionReader::Source source{examined.block, Strictness::strict, false};
   ExtensionReader reader(source, value, static_cast<size_t>(value.data() - examined.der().data()));
   known.check(reader);
   reader.end();
-  if (!source.fault && !source.hasNames) return;
+  return !source.fault && source.isPlain;
+}
+
+void examineContent(const ExaminedCertificate& examined, const Listed& listed,
+                    const KnownExtension& known, DepartureList& list) {
+  const ExtensionEntry& entry = *listed.entry;
+  const Bytes value = contentAt(examined.der(), entry.value);
+  // One that is there twice is not answered.
+  const bool isAnswered = !listed.isRepeated && entry.isWellFormed;
+  if (isAnswered && isPlain(examined, known, value)) return;
+  const auto valueAt = static_cast<size_t>(value.data() - examined.der().data());
+  checkEncoding(value, valueAt, known.spots, list);
+  if (!isAnswered) return;
   const Extension extension{known.id, entry.critical, value, known.id.der(), entry.at};
   ExtensionPart(examined, list).judge(examined.certificate.content(extension));
 }
@@ -163,12 +173,7 @@ void examineKnown(const ExaminedCertificate& examined, const Listed& listed,
   if (known.criticality != Criticality::either && entry.critical != mustBe) {
     list.add(Code::criticalityWrong, entry.at);
   }
-  if (known.check == nullptr || entry.value == 0) return;
-  const Bytes value = contentAt(examined.der(), entry.value);
-  const auto valueAt = static_cast<size_t>(value.data() - examined.der().data());
-  checkEncoding(value, valueAt, known.spots, list);
-  // One that is there twice is not answered.
-  if (!listed.isRepeated && entry.isWellFormed) examineContent(examined, entry, known, list);
+  if (known.check != nullptr && entry.value != 0) examineContent(examined, listed, known, list);
 }
 
 void examineOne(const ExaminedCertificate& examined, const Listed& listed, DepartureList& list) {

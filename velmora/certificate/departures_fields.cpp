@@ -25,26 +25,27 @@ Asn1Element elementOf(const ExaminedCertificate& examined, size_t at) noexcept {
   return element;
 }
 
-// Starts the part that a field is.
-Asn1Element beginField(const ExaminedCertificate& examined, size_t at, DepartureList& list) {
-  const Asn1Element field = elementOf(examined, at);
-  list.beginPart();
-  checkEncoding(field.whole, at, {}, list);
-  return field;
+// What is inside a field is walked over only where no strict reader has seen all of it: nearly
+// every field is as it should be.
+void checkInside(const Asn1Element& field, DepartureList& list) {
+  checkEncoding(field.whole, field.offset, {}, list);
 }
 
 void examineVersion(const ExaminedCertificate& examined, DepartureList& list) {
   const size_t at = examined.index().version;
   if (at == 0) return;
-  beginField(examined, at, list);
+  list.beginPart();
+  if (examined.version == 0) checkInside(elementOf(examined, at), list);
   if (examined.version == 0 && list.isCertain()) list.add(Code::versionUnknown, at);
   if (examined.version == 1) list.add(Code::versionOneEncoded, at);
 }
 
 void examineSerial(const ExaminedCertificate& examined, DepartureList& list) {
   constexpr size_t kMostOctets = 20;
-  const Asn1Element serial = beginField(examined, examined.index().serial, list);
+  const Asn1Element serial = elementOf(examined, examined.index().serial);
   const Bytes content = serial.content;
+  list.beginPart();
+  if (!isShortestInteger(content)) checkInside(serial, list);
   if (content.empty()) return;
   const bool isZero =
       std::all_of(content.begin(), content.end(), [](std::byte c) { return c == std::byte{0}; });
@@ -68,12 +69,14 @@ void examinePssDefaults(const Asn1Element& parameters, DepartureList& list) {
 
 void examineScheme(const Asn1Element& identifier, DepartureList& list) {
   const SchemeReading reading = readScheme(identifier);
-  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   const bool isRead = reading.fault == SignatureFault::none;
+  list.beginPart();
+  if (!isRead || reading.scheme.key == KeyKind::rsaPss) checkInside(identifier, list);
   if (reading.fault == SignatureFault::parametersForbidden || reading.isMalformed) {
     list.add(Code::signatureParameters, reading.offset);
   }
-  if (!isRead || !algorithm) return;
+  if (!isRead) return;
+  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   if (reading.scheme.key == KeyKind::rsaPss) examinePssDefaults(*algorithm->parameters, list);
   if (reading.scheme.key == KeyKind::rsa && !algorithm->parameters) {
     list.add(Code::rsaNullAbsent, identifier.offset);
@@ -82,24 +85,21 @@ void examineScheme(const Asn1Element& identifier, DepartureList& list) {
 
 void examineAlgorithms(const ExaminedCertificate& examined, DepartureList& list) {
   const CertificateIndex& index = examined.index();
-  examineScheme(beginField(examined, index.innerAlgorithm, list), list);
   const Asn1Element inner = elementOf(examined, index.innerAlgorithm);
   const Asn1Element outer = elementOf(examined, index.outerAlgorithm);
+  examineScheme(inner, list);
   if (sameOctets(inner.whole, outer.whole)) return;
-  examineScheme(beginField(examined, index.outerAlgorithm, list), list);
+  examineScheme(outer, list);
   list.add(Code::signatureAlgorithmsDiffer, outer.offset);
 }
 
 void examineSignature(const ExaminedCertificate& examined, DepartureList& list) {
-  const Asn1Element signature = beginField(examined, examined.index().signature, list);
+  const Asn1Element signature = elementOf(examined, examined.index().signature);
   const bool isOctets = !signature.content.empty() && signature.content[0] == std::byte{0};
-  if (!isOctets) list.add(Code::signatureNotOctets, signature.offset);
-}
-
-void examineIssuer(const ExaminedCertificate& examined, DepartureList& list) {
-  const Asn1Element issuer = beginField(examined, examined.index().issuer, list);
-  if (issuer.content.empty()) list.add(Code::issuerEmpty, issuer.offset);
-  examineName(issuer.whole, issuer.offset, list);
+  list.beginPart();
+  if (isOctets) return;
+  checkInside(signature, list);
+  list.add(Code::signatureNotOctets, signature.offset);
 }
 
 // YYMMDDHHMMSSZ, or YYYYMMDDHHMMSSZ from 2050 on.
@@ -112,7 +112,7 @@ bool hasForm(const Asn1Element& date) noexcept {
 }
 
 void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
-  const Asn1Element period = beginField(examined, examined.index().validity, list);
+  const Asn1Element period = elementOf(examined, examined.index().validity);
   DerReader dates(period);
   Asn1Element date;
   std::optional<std::chrono::sys_seconds> last;
@@ -129,21 +129,37 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
   }
 }
 
-void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
-  const Asn1Element spki = beginField(examined, examined.index().spki, list);
+// Whether reading the key has seen all of it: the numbers or the name of the curve, and parameters
+// that are NULL or absent.
+bool isPlainKey(const Result<KeyParts>& parts) noexcept {
+  if (!parts) return false;
+  const KeyKind kind = parts->kind;
+  return kind == KeyKind::rsa || kind == KeyKind::ed25519 ||
+         (kind == KeyKind::ec && !parts->curve.empty());
+}
+
+void checkInsideKey(const Asn1Element& spki, const Asn1Element& key, DepartureList& list) {
   const KeyKind kind = kindOfKey(spki);
+  const bool holdsDer = kind == KeyKind::rsa || kind == KeyKind::rsaPss || kind == KeyKind::dsa;
+  checkInside(spki, list);
+  if (holdsDer && !key.content.empty()) {
+    checkEncoding(key.content.subspan(1), key.contentOffset() + 1, {}, list);
+  }
+}
+
+void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
+  const Asn1Element spki = elementOf(examined, examined.index().spki);
   DerReader members(spki);
   Asn1Element identifier;
   Asn1Element key;
   members.takeAny(identifier);
   members.takeAny(key);
-  const bool holdsDer = kind == KeyKind::rsa || kind == KeyKind::rsaPss || kind == KeyKind::dsa;
-  if (holdsDer && !key.content.empty()) {
-    checkEncoding(key.content.subspan(1), key.contentOffset() + 1, {}, list);
-  }
   const Result<KeyParts> parts = readKey(spki);
+  list.beginPart();
+  if (!isPlainKey(parts)) checkInsideKey(spki, key, list);
   if (!parts && list.isCertain()) list.add(Code::keyMalformed, parts.error().offset);
   if (!parts) return;
+  const KeyKind kind = parts->kind;
   const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
   if (kind == KeyKind::ec && !hasFormOfPoint(*parts)) list.add(Code::keyMalformed, key.offset);
   if (kind == KeyKind::ec && parts->curve.empty()) list.add(Code::curveNotNamed, identifier.offset);
@@ -210,14 +226,33 @@ void examineText(const Asn1Element& value, Bytes type, DepartureList& list) {
   }
 }
 
+// Adds what is to be said of the texts; whether reading has seen all of the name: no RDN has
+// several attributes, which DER sorts, and no value is anything but a text.
+bool examineTexts(NameReader& reader, DepartureList& list) {
+  bool isPlain = true;
+  std::optional<uint32_t> last;
+  AttributeElements attribute;
+  while (reader.next(attribute)) {
+    const bool isText = stringType(attribute.value.header) != TextKind::none;
+    isPlain = isPlain && isText && attribute.rdn != last;
+    last = attribute.rdn;
+    examineText(attribute.value, attribute.type.content, list);
+  }
+  return isPlain && !reader.fault();
+}
+
+void examineNameField(const Asn1Element& name, DepartureList& list) {
+  NameReader reader(name.whole, name.offset);
+  list.beginPart();
+  if (!examineTexts(reader, list)) checkInside(name, list);
+  if (reader.fault() && list.isCertain()) list.add(Code::nameMalformed, *reader.fault());
+}
+
 }  // namespace
 
 void examineName(Bytes name, size_t offset, DepartureList& list) {
   NameReader reader(name, offset);
-  AttributeElements attribute;
-  while (reader.next(attribute)) {
-    examineText(attribute.value, attribute.type.content, list);
-  }
+  examineTexts(reader, list);
   if (reader.fault() && list.isCertain()) list.add(Code::nameMalformed, *reader.fault());
 }
 
@@ -225,10 +260,11 @@ void examineFields(const ExaminedCertificate& examined, DepartureList& list) {
   examineVersion(examined, list);
   examineSerial(examined, list);
   examineAlgorithms(examined, list);
-  examineIssuer(examined, list);
+  const Asn1Element issuer = elementOf(examined, examined.index().issuer);
+  examineNameField(issuer, list);
+  if (issuer.content.empty()) list.add(Code::issuerEmpty, issuer.offset);
   examineValidity(examined, list);
-  const Asn1Element subject = beginField(examined, examined.index().subject, list);
-  examineName(subject.whole, subject.offset, list);
+  examineNameField(elementOf(examined, examined.index().subject), list);
   examineKey(examined, list);
   examineUniqueIds(examined, list);
   examineSignature(examined, list);

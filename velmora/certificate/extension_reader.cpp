@@ -57,6 +57,7 @@ bool ExtensionReader::booleanOrFalse(Tag tag) noexcept {
     refuse(taken.offset);
     return false;
   }
+  if (content[0] == std::byte{0}) look();
   if (content[0] != std::byte{0} && content[0] != std::byte{0xFF}) object(taken.offset);
   return content[0] != std::byte{0};
 }
@@ -104,6 +105,7 @@ uint16_t ExtensionReader::namedBits(Tag tag) noexcept {
   const bool fits =
       content.size() == 1 ? unused == 0 : unused < 8 && (last & ((1U << unused) - 1)) == 0;
   if (!fits) refuse(taken.offset);
+  if ((last >> (unused & 7) & 1) == 0) look();
   unsigned bits = 0;
   for (size_t i = 0; i < std::min(8 * (content.size() - 1), kNamed); ++i) {
     const auto octet = std::to_integer<unsigned>(content[1 + i / 8]);
@@ -143,6 +145,7 @@ std::string ExtensionReader::text(std::initializer_list<TextKind> kinds) {
 
 Bytes ExtensionReader::any() noexcept {
   const Asn1Element taken = element();
+  look();
   if (m_source.fault) return {};
   if (const auto fault = derFault(taken.whole)) refuse(taken.offset + fault->offset);
   return taken.whole;

@@ -34,6 +34,7 @@ GeneralName readSubtree(ExtensionReader& subtrees) {
   subtrees.sequence([&](ExtensionReader& members) {
     base = readGeneralName(members, AddressForm::range);
     const size_t at = members.offset();
+    if (!members.atEnd()) members.look();
     if (members.isNext(context(0)) && members.unsignedInteger(context(0)) != 0) members.object(at);
     if (members.isNext(context(1))) {
       members.object(members.offset());

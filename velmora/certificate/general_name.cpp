@@ -102,7 +102,6 @@ GeneralName readKind(ExtensionReader& name, uint32_t number, AddressForm form) {
   }
 }
 
-constexpr uint32_t kDirectoryName = 4;
 constexpr uint32_t kNoKind = 0xFF;
 
 uint32_t kindOf(const Asn1Header& header) noexcept {
@@ -119,7 +118,7 @@ GeneralName readGeneralName(ExtensionReader& reader, AddressForm form) {
   ExtensionReader::Source source = reader.apart();
   ExtensionReader inside(source, element.whole, element.offset);
   GeneralName name = readKind(inside, kind, form);
-  if (source.fault || kind == kDirectoryName) reader.noteName();
+  if (source.fault || !source.isPlain) reader.look();
   if (!source.fault) return name;
   return RawName{static_cast<uint8_t>(kind), true, reader.copyOf(element.whole),
                  static_cast<uint32_t>(element.offset)};

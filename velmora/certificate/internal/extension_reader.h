@@ -44,7 +44,7 @@ class ExtensionReader {
     Strictness strictness = Strictness::strict;
     bool keeps = true;  // else what is read is checked alone, and answers are empty: no memory
     std::optional<size_t> fault = {};
-    bool hasNames = false;  // when nothing is kept: a directory name, or a malformed name, was read
+    bool isPlain = true;  // all was seen: nothing came for which look() was called
   };
 
   ExtensionReader(Source& source, Bytes bytes, size_t offset) noexcept
@@ -58,7 +58,10 @@ class ExtensionReader {
   Strictness strictness() const noexcept { return m_source.strictness; }
   /// Whether what is read is kept. Only how much is built may depend on it, never what is a fault.
   bool keeps() const noexcept { return m_source.keeps; }
-  void noteName() noexcept { m_source.hasNames = true; }
+  /// Notes that something was read which departures() has to look at by itself: ANY, a name that may
+  /// depart or is malformed, and what is tolerated. Whatever else a strict reader takes is DER in all
+  /// that X.690 says of it.
+  void look() noexcept { m_source.isPlain = false; }
 
   /// A reader of the same kind whose fault is its own.
   Source apart() const noexcept { return {m_source.block, m_source.strictness, m_source.keeps}; }
