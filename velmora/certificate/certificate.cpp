@@ -187,9 +187,14 @@ std::vector<Extension> Certificate::extensions() const& {
 }
 
 std::vector<Oid> Certificate::criticalExtensions() const {
+  const auto isCritical = [](const ExtensionEntry& entry) {
+    return entry.isWellFormed && entry.critical;
+  };
+  const std::span<const ExtensionEntry> entries = m_block->extensions();
   std::vector<Oid> critical;
-  for (const ExtensionEntry& entry : m_block->extensions()) {
-    if (!entry.isWellFormed || !entry.critical) continue;
+  critical.reserve(static_cast<size_t>(std::count_if(entries.begin(), entries.end(), isCritical)));
+  for (const ExtensionEntry& entry : entries) {
+    if (!isCritical(entry)) continue;
     critical.push_back(Oid::fromDer(contentAt(m_block.bytes(), entry.id)));
   }
   return critical;

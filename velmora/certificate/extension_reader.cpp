@@ -17,8 +17,8 @@ bool isNegative(Bytes integer) noexcept {
 }  // namespace
 
 bool ExtensionReader::isNext(Tag tag) const noexcept {
-  const bool fits = m_members.startsWith(tag.identifier(false)) ||
-                    m_members.startsWith(tag.identifier(true));
+  const bool fits =
+      m_members.startsWith(tag.identifier(false)) || m_members.startsWith(tag.identifier(true));
   DerReader look = m_members;
   Asn1Element found;
   return fits && !m_source.fault && look.takeAny(found);

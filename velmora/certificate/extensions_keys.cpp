@@ -28,8 +28,7 @@ ExtendedKeyUsage readExtendedKeyUsage(ExtensionReader& value) {
 }
 
 Result<ExtendedKeyUsage> Certificate::extendedKeyUsage() const {
-  return readExtension<ExtendedKeyUsage>(m_block, ExtensionKind::extKeyUsage,
-                                         readExtendedKeyUsage);
+  return readExtension<ExtendedKeyUsage>(m_block, ExtensionKind::extKeyUsage, readExtendedKeyUsage);
 }
 
 bool ExtendedKeyUsage::has(const Oid& purpose) const noexcept {

@@ -179,7 +179,8 @@ Result<IssuingDistributionPoint> IssuingDistributionPoint::parse(Bytes value) {
     });
     return point;
   };
-  return readValue<IssuingDistributionPoint>(*block, block->bytes(), Strictness::strict, production);
+  return readValue<IssuingDistributionPoint>(*block, block->bytes(), Strictness::strict,
+                                             production);
 }
 
 }  // namespace velmora

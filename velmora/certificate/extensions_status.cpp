@@ -53,9 +53,7 @@ class TlsReader {
     if (content.atEnd()) m_value.refuse(at);
     return content;
   }
-  Octets octets() {
-    return m_value.copyOf(vector().m_octets);
-  }
+  Octets octets() { return m_value.copyOf(vector().m_octets); }
 
   void refuse(size_t offset) noexcept { m_value.refuse(offset); }
   void end() noexcept {

@@ -18,6 +18,7 @@ Bytes authorityKeyIdOf(const Certificate& certificate) {
 
 CertificateFacts::CertificateFacts(const Certificate& of)
     : certificate(of),
+      spki(of.parts().spki),
       subject(of.subject().folded()),
       issuer(of.issuer().folded()),
       isSelfIssued(subject && issuer && !subject->empty() && *subject == *issuer),

@@ -19,16 +19,24 @@ std::shared_ptr<const IssuerKey> JudgementCache::key(Bytes subjectPublicKeyInfo,
   return m_keys.emplace(digest, std::move(made)).first->second;
 }
 
-bool JudgementCache::isKnown(const Sha256& key, const Sha256& certificate) const {
+std::optional<SignatureCheck> JudgementCache::find(const Sha256& key,
+                                                   const Sha256& certificate) const {
   const Link link{key, certificate};
   const std::shared_lock lock(m_mutex);
-  return m_links.contains(link) || m_olderLinks.contains(link);
+  for (const Links* links : {&m_good, &m_olderGood, &m_bad, &m_olderBad}) {
+    if (const auto found = links->find(link); found != links->end()) return found->second;
+  }
+  return std::nullopt;
 }
 
-void JudgementCache::keep(const Sha256& key, const Sha256& certificate) {
+void JudgementCache::keep(const Sha256& key, const Sha256& certificate,
+                          const SignatureCheck& check) {
+  if (check.fault == SignatureFault::outOfMemory) return;
+  const bool isGood = check.verdict == SignatureVerdict::good;
   const std::unique_lock lock(m_mutex);
-  if (m_links.size() >= kMostLinks) m_olderLinks = std::exchange(m_links, {});
-  m_links.insert({key, certificate});
+  Links& links = isGood ? m_good : m_bad;
+  if (links.size() >= kMostLinks) (isGood ? m_olderGood : m_olderBad) = std::exchange(links, {});
+  links.emplace(Link{key, certificate}, check);
 }
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 #include "velmora/path/internal/path_builder.h"
 
 #include <algorithm>
+#include <numeric>
 #include <tuple>
 
 #include "velmora/path/internal/stable_sort.h"
@@ -32,13 +33,11 @@ bool sameOctets(Bytes a, Bytes b) noexcept {
 
 // A loop is the same name and key, whatever else is in the certificates.
 bool isSame(const CertificateFacts& a, const CertificateFacts& b) noexcept {
-  return a.subject && a.subject == b.subject &&
-         sameOctets(a.certificate.parts().spki, b.certificate.parts().spki);
+  return a.subject && a.subject == b.subject && sameOctets(a.spki, b.spki);
 }
 
 bool isSame(const CertificateFacts& a, const IndexedAnchor& b) noexcept {
-  return a.subject && *a.subject == b.name &&
-         sameOctets(a.certificate.parts().spki, b.anchor.key());
+  return a.subject && *a.subject == b.name && sameOctets(a.spki, b.anchor.key());
 }
 
 bool hasFailure(const std::vector<Finding>& findings) noexcept {
@@ -96,7 +95,10 @@ void PathBuilder::explore() {
     m_nodes[number].facts->isSelfIssued ? selfIssued.push_back(number) : addIssuers(number);
     ++number;
   }
-  for (Node& node : m_nodes) sortLinks(*node.facts, node.links);
+  for (Node& node : m_nodes) {
+    sortLinks(*node.facts, node.links);
+    pairLinks(node.links);
+  }
 }
 
 void PathBuilder::addAnchors(NodeNumber number) {
@@ -164,28 +166,55 @@ void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& li
   });
 }
 
+// Finds for each link the first one to the same key, such as that of a certificate which was
+// renewed: one check does for all of them.
+void PathBuilder::pairLinks(std::vector<Link>& links) const {
+  if (links.size() < 2) return;
+  std::vector<uint32_t> order(links.size());
+  std::iota(order.begin(), order.end(), 0U);
+  std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+    const auto byKey = keyDigestOf(links[a]) <=> keyDigestOf(links[b]);
+    return byKey != 0 ? byKey < 0 : a < b;
+  });
+  uint32_t first = order.front();
+  for (const uint32_t link : order) {
+    if (keyDigestOf(links[link]) != keyDigestOf(links[first])) first = link;
+    links[link].firstOfKey = first;
+  }
+}
+
+const Sha256& PathBuilder::keyDigestOf(const Link& link) const noexcept {
+  return link.anchor != nullptr ? link.anchor->keyDigest : m_nodes[link.issuer].indexed->keyDigest;
+}
+
 const CertificateFacts* PathBuilder::factsOf(const Link& link) const noexcept {
   if (link.anchor == nullptr) return m_nodes[link.issuer].facts;
   return link.anchor->facts ? &*link.anchor->facts : nullptr;
 }
 
-// Each length in turn, the shortest first. The distances are measured anew for each, since links
-// that do not hold are gone by then.
+// Each length in turn, the shortest first.
 void PathBuilder::search(Mode mode) {
   const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
   m_isCutShort = false;
+  m_isMeasured = false;
   for (uint32_t length = 2; length <= most; ++length) {
     if (isDone(mode) || !measure(mode)) return;
+    m_isCutShort = m_nodes.front().toAnchor >= length;  // no way is as short
+    if (m_isCutShort) continue;
     m_way.assign(1, {});
-    m_isCutShort = false;
     climb(mode, length - 1);
   }
   if (m_isCutShort && m_waysReached == 0) stop(Reason::tooManyCertificates);
 }
 
-// How many links each certificate is below an anchor; false when the leaf is below none.
+// How many links each certificate is below an anchor; false when the leaf is below none. Measured
+// anew only when a link was closed since.
 bool PathBuilder::measure(Mode mode) {
-  std::vector<std::vector<NodeNumber>> below(m_nodes.size());
+  if (m_isMeasured) return m_nodes.front().toAnchor != kUnreachable;
+  m_isMeasured = true;
+  const std::vector<uint32_t> firstBelow = countBelow(mode);
+  std::vector<NodeNumber> below(firstBelow.back());  // those of one issuer in a row
+  std::vector<uint32_t> ends(firstBelow.begin(), firstBelow.end() - 1);
   std::vector<NodeNumber> reached;
   reached.reserve(m_nodes.size());
   for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
@@ -194,7 +223,7 @@ bool PathBuilder::measure(Mode mode) {
     for (const Link& link : node.links) {
       if (!isOpen(link, mode)) continue;
       if (link.anchor == nullptr) {
-        below[link.issuer].push_back(number);
+        below[ends[link.issuer]++] = number;
       } else if (node.toAnchor == kUnreachable && isPassable(number, mode)) {
         node.toAnchor = 1;
         reached.push_back(number);
@@ -202,15 +231,27 @@ bool PathBuilder::measure(Mode mode) {
     }
   }
   for (size_t i = 0; i < reached.size(); ++i) {
-    const uint32_t distance = m_nodes[reached[i]].toAnchor + 1;
-    for (const NodeNumber number : below[reached[i]]) {
-      Node& node = m_nodes[number];
-      if (node.toAnchor != kUnreachable || !isPassable(number, mode)) continue;
-      node.toAnchor = distance;
-      reached.push_back(number);
+    const NodeNumber issuer = reached[i];
+    for (uint32_t at = firstBelow[issuer]; at < firstBelow[issuer + 1]; ++at) {
+      Node& node = m_nodes[below[at]];
+      if (node.toAnchor != kUnreachable || !isPassable(below[at], mode)) continue;
+      node.toAnchor = m_nodes[issuer].toAnchor + 1;
+      reached.push_back(below[at]);
     }
   }
   return m_nodes.front().toAnchor != kUnreachable;
+}
+
+// For each certificate how many links lead to those before it; in the end, how many there are.
+std::vector<uint32_t> PathBuilder::countBelow(Mode mode) {
+  std::vector<uint32_t> before(m_nodes.size() + 1);
+  for (const Node& node : m_nodes) {
+    for (const Link& link : node.links) {
+      if (link.anchor == nullptr && isOpen(link, mode)) ++before[link.issuer + 1];
+    }
+  }
+  std::partial_sum(before.begin(), before.end(), before.begin());
+  return before;
 }
 
 // Takes all ways on from the last certificate of the way that reach an anchor in `left` links, no

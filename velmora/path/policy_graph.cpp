@@ -1,6 +1,7 @@
 #include "velmora/path/internal/policy_graph.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace velmora {
@@ -16,7 +17,8 @@ bool isBefore(Bytes a, Bytes b) noexcept {
   return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
 }
 bool isSame(Bytes a, Bytes b) noexcept {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end());
+  if (a.size() != b.size()) return false;
+  return a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0;
 }
 Bytes anyPolicy() noexcept {
   static constexpr Oid kAny = oid::anyPolicy;
@@ -64,8 +66,9 @@ struct Level {
   void add(const std::vector<Node>& more) {
     if (more.empty()) return;
     nodes.insert(nodes.end(), more.begin(), more.end());
-    std::sort(nodes.begin(), nodes.end(), isNodeBefore);
+    sort();
   }
+  void sort() { std::sort(nodes.begin(), nodes.end(), isNodeBefore); }
 
   static bool isNodeBefore(const Node& a, const Node& b) noexcept {
     return isBefore(a.policy, b.policy);
@@ -105,7 +108,9 @@ class PolicyJudge {
     if (options.inhibitMapping) m_policyMapping = 0;
     if (options.inhibitAny) m_inhibitAny = 0;
     m_levels.reserve(way.size() + 1);
-    m_levels.push_back({{{anyPolicy()}}, {{anyPolicy(), 0}}});
+    Level& anchor = m_levels.emplace_back();
+    anchor.nodes.push_back({anyPolicy()});
+    anchor.expectations.push_back({anyPolicy(), 0});
   }
 
   PolicyAnswer judge() {
@@ -139,15 +144,15 @@ class PolicyJudge {
     const std::vector<Policy>& policies = m_way[i].policies->policies;
     const Level& above = m_levels.back();
     if (!spend(1 + policies.size() + above.expectations.size())) return false;
-    std::vector<Node> named;
+    Level level;
+    level.nodes.reserve(policies.size());
     bool hasAny = false;
     for (const Policy& policy : policies) {
       const bool isAny = isSame(policy.rawId, anyPolicy());
-      if (!isAny) addNode(named, above, policy);
+      if (!isAny) addNode(level.nodes, above, policy);
       hasAny = hasAny || isAny;
     }
-    Level level;
-    level.add(named);
+    level.sort();
     // A policy that is there twice, which §4.2.1.4 forbids, is one.
     const auto isSameNode = [](const Node& a, const Node& b) { return isSame(a.policy, b.policy); };
     const auto end = std::unique(level.nodes.begin(), level.nodes.end(), isSameNode);
@@ -217,6 +222,7 @@ class PolicyJudge {
   // that is mapped ends here.
   void expect(const std::vector<Mapping>& mappings) {
     Level& level = m_levels.back();
+    level.expectations.reserve(level.nodes.size() + mappings.size());
     auto mapping = mappings.begin();
     for (uint32_t node = 0; node < level.nodes.size(); ++node) {
       const Bytes policy = level.nodes[node].policy;
@@ -261,6 +267,7 @@ class PolicyJudge {
       m_answer.holdsAny = false;
       return;
     }
+    m_answer.held.reserve(held.size());
     for (const Bytes policy : held) m_answer.held.push_back({Oid::fromDer(policy), {}});
     addQualifiers(held);
   }

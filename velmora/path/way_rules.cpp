@@ -84,11 +84,12 @@ std::vector<Reason> linkFaults(const Certificate& certificate, const Certificate
   return faults;
 }
 
-std::shared_ptr<const IssuerKey> PathBuilder::keyOf(const IndexedAnchor& anchor) const {
+std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(const IndexedAnchor& anchor) const {
   return m_anchors.cache().key(anchor.anchor.key(), anchor.keyDigest);
 }
 
-std::shared_ptr<const IssuerKey> PathBuilder::keyOf(const IndexedCertificate& certificate) const {
+std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(
+    const IndexedCertificate& certificate) const {
   return m_anchors.cache().key(certificate.facts.certificate.parts().spki, certificate.keyDigest);
 }
 
@@ -149,45 +150,41 @@ bool PathBuilder::judgeSignatures(std::vector<Finding>& findings) {
   return true;
 }
 
-// The check of the link that was taken, made once; null when it would cost too much.
+// The check of the link that was taken, made once for each key; null when it would cost too much.
 const SignatureCheck* PathBuilder::check(size_t place) {
   Node& node = nodeAt(place);
   Link& link = node.links[m_way[place].link];
   if (link.check) return &*link.check;
-  const auto digestOf = [&](const Link& of) -> const Sha256& {
-    return of.anchor != nullptr ? of.anchor->keyDigest : m_nodes[of.issuer].indexed->keyDigest;
-  };
-  for (const Link& other : node.links) {  // such as an issuer's certificate that was renewed
-    if (other.check && digestOf(other) == digestOf(link)) {
-      link.check = other.check;
-      return &*link.check;
+  std::optional<SignatureCheck>& ofKey = node.links[link.firstOfKey].ofKey;
+  if (!ofKey) {
+    if (!spend(m_answer.used.signatures, m_options.limits.signatures, costOf(keyOf(link)),
+               Reason::tooManySignatures)) {
+      return nullptr;
     }
+    ofKey = compute(node, link);
   }
-  const std::optional<PublicKey> key =
-      link.anchor != nullptr ? link.anchor->key
-                             : std::optional(m_nodes[link.issuer].facts->key.value_or(PublicKey()));
-  if (!spend(m_answer.used.signatures, m_options.limits.signatures, costOf(key),
-             Reason::tooManySignatures)) {
-    return nullptr;
-  }
-  link.check = compute(node, link);
+  if (ofKey->verdict != SignatureVerdict::good) m_isMeasured = false;
+  link.check = ofKey;
   return &*link.check;
+}
+
+std::optional<PublicKey> PathBuilder::keyOf(const Link& link) const {
+  if (link.anchor != nullptr) return link.anchor->key;
+  const Result<PublicKey>& key = m_nodes[link.issuer].facts->key;
+  return key ? *key : PublicKey();
 }
 
 // Links of leaves are not kept: there are many, and each is asked for once.
 SignatureCheck PathBuilder::compute(const Node& node, const Link& link) {
-  const IndexedCertificate* const issuer =
-      link.anchor != nullptr ? nullptr : m_nodes[link.issuer].indexed;
-  const Sha256& digest = issuer != nullptr ? issuer->keyDigest : link.anchor->keyDigest;
+  const Sha256& digest = keyDigestOf(link);
   JudgementCache& cache = m_anchors.cache();
-  if (node.indexed != nullptr && cache.isKnown(digest, node.indexed->fingerprint)) {
-    return {SignatureVerdict::good, SignatureFault::none};
+  if (node.indexed != nullptr) {
+    if (const auto known = cache.find(digest, node.indexed->fingerprint)) return *known;
   }
-  const auto key = issuer != nullptr ? keyOf(*issuer) : keyOf(*link.anchor);
+  const auto key =
+      link.anchor != nullptr ? readyKeyOf(*link.anchor) : readyKeyOf(*m_nodes[link.issuer].indexed);
   const SignatureCheck made = key->check(node.facts->certificate);
-  if (node.indexed != nullptr && made.verdict == SignatureVerdict::good) {
-    cache.keep(digest, node.indexed->fingerprint);
-  }
+  if (node.indexed != nullptr) cache.keep(digest, node.indexed->fingerprint, made);
   return made;
 }
 
@@ -304,7 +301,7 @@ class WayCrlSigners final : public CrlSigners {
       m_builder.m_crlSignatures.erase(found);
       return false;
     }
-    const SignatureCheck check = m_builder.keyOf(signer)->check(crl.signedParts());
+    const SignatureCheck check = m_builder.readyKeyOf(signer)->check(crl.signedParts());
     if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
     return found->second = check.verdict == SignatureVerdict::good;
   }
@@ -354,12 +351,13 @@ class WayCrlSigners final : public CrlSigners {
                          costOf(keyOf(signer)), Reason::tooManySignatures)) {
       return false;
     }
-    if (cache.isKnown(signer.keyDigest, certificate.fingerprint)) return true;
-    const SignatureCheck check = m_builder.keyOf(signer)->check(certificate.facts.certificate);
-    if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
-    if (check.verdict != SignatureVerdict::good) return false;
-    cache.keep(signer.keyDigest, certificate.fingerprint);
-    return true;
+    std::optional<SignatureCheck> check = cache.find(signer.keyDigest, certificate.fingerprint);
+    if (!check) {
+      check = m_builder.readyKeyOf(signer)->check(certificate.facts.certificate);
+      if (check->fault == SignatureFault::outOfMemory) throw std::bad_alloc();
+      cache.keep(signer.keyDigest, certificate.fingerprint, *check);
+    }
+    return check->verdict == SignatureVerdict::good;
   }
 
   PathBuilder& m_builder;

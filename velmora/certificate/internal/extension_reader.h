@@ -58,9 +58,9 @@ class ExtensionReader {
   Strictness strictness() const noexcept { return m_source.strictness; }
   /// Whether what is read is kept. Only how much is built may depend on it, never what is a fault.
   bool keeps() const noexcept { return m_source.keeps; }
-  /// Notes that something was read which departures() has to look at by itself: ANY, a name that may
-  /// depart or is malformed, and what is tolerated. Whatever else a strict reader takes is DER in all
-  /// that X.690 says of it.
+  /// Notes that something was read which departures() has to look at by itself: ANY, a name that
+  /// may depart or is malformed, and what is tolerated. Whatever else a strict reader takes is DER
+  /// in all that X.690 says of it.
   void look() noexcept { m_source.isPlain = false; }
 
   /// A reader of the same kind whose fault is its own.

@@ -25,6 +25,7 @@ struct CertificateFacts {
   }
 
   Certificate certificate;
+  Bytes spki;                          // the SubjectPublicKeyInfo
   std::optional<std::string> subject;  // Name::folded(); none when malformed
   std::optional<std::string> issuer;
   bool isSelfIssued = false;  // both are the same, and not empty

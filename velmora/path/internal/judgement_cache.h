@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
-#include <set>
+#include <optional>
 #include <shared_mutex>
 
 #include "velmora/certificate/issuer_key.h"
@@ -16,10 +16,11 @@ namespace velmora {
 
 using Sha256 = std::array<std::byte, 32>;
 
-/// What was computed with public keys: which key signed which octets, and keys made ready. It holds
-/// nothing that an option could change, and is found by content alone, so that no answer depends on
-/// it. Only links that hold are kept, so that nobody without a trusted key can push others out; at
-/// most twice kMostKeys and kMostLinks. Any thread may ask.
+/// What was computed with public keys: which key signed which octets and which did not, and keys
+/// made ready. It holds nothing that an option could change, and is found by content alone, so that
+/// no answer depends on it. Links that hold and links that do not are kept apart, so that nobody
+/// without a trusted key can push out those that hold; at most twice kMostKeys and kMostLinks of
+/// each. Any thread may ask.
 class JudgementCache {
  public:
   static constexpr size_t kMostKeys = 256;
@@ -28,11 +29,13 @@ class JudgementCache {
   /// The key of a SubjectPublicKeyInfo with this digest, made ready. Throws std::bad_alloc.
   std::shared_ptr<const IssuerKey> key(Bytes subjectPublicKeyInfo, const Sha256& digest);
 
-  /// Whether the key is known to have signed the certificate with this fingerprint.
-  bool isKnown(const Sha256& key, const Sha256& certificate) const;
+  /// What came of checking with the key the certificate with this fingerprint; nothing when that is
+  /// not known.
+  std::optional<SignatureCheck> find(const Sha256& key, const Sha256& certificate) const;
 
-  /// Keeps that it has. Throws std::bad_alloc, and then nothing has changed.
-  void keep(const Sha256& key, const Sha256& certificate);
+  /// Keeps what came of it, but for memory that ran out. Throws std::bad_alloc, and then nothing
+  /// has changed.
+  void keep(const Sha256& key, const Sha256& certificate, const SignatureCheck& check);
 
  private:
   struct Link {
@@ -43,13 +46,16 @@ class JudgementCache {
     }
   };
   using Keys = std::map<Sha256, std::shared_ptr<const IssuerKey>>;
+  using Links = std::map<Link, SignatureCheck>;
 
   // Two generations: a full one pushes out the one before.
   mutable std::shared_mutex m_mutex;
   Keys m_keys;
   Keys m_olderKeys;
-  std::set<Link> m_links;
-  std::set<Link> m_olderLinks;
+  Links m_good;
+  Links m_olderGood;
+  Links m_bad;
+  Links m_olderBad;
 };
 
 }  // namespace velmora

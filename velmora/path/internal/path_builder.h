@@ -45,8 +45,10 @@ class PathBuilder {
   // A step up: to an anchor, or to a certificate.
   struct Link {
     const IndexedAnchor* anchor = nullptr;
-    NodeNumber issuer = 0;  // where anchor is null
-    std::optional<SignatureCheck> check = {};
+    NodeNumber issuer = 0;                     // where anchor is null
+    uint32_t firstOfKey = 0;                   // the first link of the certificate to this key
+    std::optional<SignatureCheck> check = {};  // once the link was taken
+    std::optional<SignatureCheck> ofKey = {};  // of the first: once any of them was
   };
 
   // A certificate that could be on a way; the leaf is the first.
@@ -74,11 +76,14 @@ class PathBuilder {
   bool isInSetBefore(size_t set, const Certificate& certificate) const noexcept;
   NodeNumber numberOf(const IndexedCertificate& certificate);
   void sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const;
+  void pairLinks(std::vector<Link>& links) const;
+  const Sha256& keyDigestOf(const Link& link) const noexcept;
   const CertificateFacts* factsOf(const Link& link) const noexcept;
 
   // Ways.
   void search(Mode mode);
   bool measure(Mode mode);
+  std::vector<uint32_t> countBelow(Mode mode);
   void climb(Mode mode, uint32_t left);
   bool isOpen(const Link& link, Mode mode);
   bool isPassable(NodeNumber number, Mode mode);
@@ -109,8 +114,9 @@ class PathBuilder {
   const Node& nodeAt(size_t place) const noexcept { return m_nodes[m_way[place].node]; }
   const Link& linkAt(size_t place) const noexcept { return nodeAt(place).links[m_way[place].link]; }
   const IndexedAnchor& anchorOfWay() const noexcept { return *linkAt(m_way.size() - 1).anchor; }
-  std::shared_ptr<const IssuerKey> keyOf(const IndexedAnchor& anchor) const;
-  std::shared_ptr<const IssuerKey> keyOf(const IndexedCertificate& certificate) const;
+  std::optional<PublicKey> keyOf(const Link& link) const;
+  std::shared_ptr<const IssuerKey> readyKeyOf(const IndexedAnchor& anchor) const;
+  std::shared_ptr<const IssuerKey> readyKeyOf(const IndexedCertificate& certificate) const;
 
   Path pathOf(std::vector<Finding> findings, const IndexedAnchor* anchor) const;
   void keepIfFurther(Path path);
@@ -145,6 +151,7 @@ class PathBuilder {
   uint32_t m_explored = 0;      // issuers that were found
   uint32_t m_steps = 0;         // of the search, links that were followed
   bool m_isUnexplored = false;  // there are more issuers than may be looked at
+  bool m_isMeasured = false;    // and no link was closed since
   bool m_isCutShort = false;    // there are longer ways than may be taken
   PolicyAnswer m_policies;
   bool m_isLeafVouched = false;
