@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <new>
 
-#include "velmora/certificate/internal/octets.h"
-
 namespace velmora {
 
 Block* Block::allocate(Bytes der, const CertificateIndex& index) noexcept {
@@ -34,23 +32,6 @@ BlockRef::~BlockRef() {
 
 Bytes BlockRef::bytes() const noexcept {
   return m_block->bytes();
-}
-
-namespace {
-
-Asn1Element readAt(Bytes der, size_t offset) noexcept {
-  Asn1Element element;
-  DerReader(der.subspan(offset), offset).takeAny(element);
-  return element;
-}
-
-}  // namespace
-
-Bytes elementAt(Bytes der, size_t offset) noexcept {
-  return readAt(der, offset).whole;
-}
-Bytes contentAt(Bytes der, size_t offset) noexcept {
-  return readAt(der, offset).content;
 }
 
 }  // namespace velmora

@@ -16,31 +16,6 @@ bool isNegative(Bytes integer) noexcept {
 
 }  // namespace
 
-bool ExtensionReader::isNext(Tag tag) const noexcept {
-  const bool fits =
-      m_members.startsWith(tag.identifier(false)) || m_members.startsWith(tag.identifier(true));
-  DerReader look = m_members;
-  Asn1Element found;
-  return fits && !m_source.fault && look.takeAny(found);
-}
-
-Asn1Element ExtensionReader::element() noexcept {
-  Asn1Element taken;
-  if (m_source.fault || !m_members.takeAny(taken)) refuse(offset());
-  return taken;
-}
-
-Asn1Element ExtensionReader::take(Tag tag, bool constructed) noexcept {
-  if (m_members.startsWith(tag.identifier(constructed))) return element();
-  refuse(offset());
-  return {};
-}
-
-ExtensionReader ExtensionReader::enter(Tag tag) noexcept {
-  const Asn1Element parent = take(tag, true);
-  return {m_source, parent.content, parent.contentOffset()};
-}
-
 size_t ExtensionReader::count() const noexcept {
   DerReader look = m_members;
   Asn1Element skipped;

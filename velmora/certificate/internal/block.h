@@ -10,6 +10,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/internal/extension_kind.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/asn1/der_reader.h"
 
 namespace velmora {
 
@@ -116,7 +117,15 @@ inline Result<const ExtensionEntry*> findExtension(const Block& block,
 }
 
 /// The element at `offset` of some DER that was checked: all of it, or its contents.
-Bytes elementAt(Bytes der, size_t offset) noexcept;
-Bytes contentAt(Bytes der, size_t offset) noexcept;
+inline Bytes elementAt(Bytes der, size_t offset) noexcept {
+  Asn1Element element;
+  DerReader(der.subspan(offset), offset).takeAny(element);
+  return element.whole;
+}
+inline Bytes contentAt(Bytes der, size_t offset) noexcept {
+  Asn1Element element;
+  DerReader(der.subspan(offset), offset).takeAny(element);
+  return element.content;
+}
 
 }  // namespace velmora

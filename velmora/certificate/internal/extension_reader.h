@@ -52,7 +52,13 @@ class ExtensionReader {
 
   bool atEnd() const noexcept { return m_source.fault || m_members.atEnd(); }
   bool hasFault() const noexcept { return m_source.fault.has_value(); }
-  bool isNext(Tag tag) const noexcept;
+  bool isNext(Tag tag) const noexcept {
+    const bool fits = m_members.startsWith(tag.identifier(false)) ||
+                      m_members.startsWith(tag.identifier(true));
+    DerReader look = m_members;
+    Asn1Element found;
+    return fits && !m_source.fault && look.takeAny(found);
+  }
   size_t offset() const noexcept { return m_members.offset(); }
   const BlockRef& block() const noexcept { return m_source.block; }
   Strictness strictness() const noexcept { return m_source.strictness; }
@@ -143,7 +149,11 @@ class ExtensionReader {
   /// ANY: one element of DER, down to its last member.
   Bytes any() noexcept;
   /// The next element, whatever it is; what is in it is not looked at.
-  Asn1Element element() noexcept;
+  Asn1Element element() noexcept {
+    Asn1Element taken;
+    if (m_source.fault || !m_members.takeAny(taken)) refuse(offset());
+    return taken;
+  }
   /// How many elements are left, so that room for them is taken once.
   size_t count() const noexcept;
 
@@ -158,9 +168,16 @@ class ExtensionReader {
     while (!atEnd()) list.push_back(readMember(*this));
   }
 
-  ExtensionReader enter(Tag tag) noexcept;
+  ExtensionReader enter(Tag tag) noexcept {
+    const Asn1Element parent = take(tag, true);
+    return {m_source, parent.content, parent.contentOffset()};
+  }
   Asn1Element primitive(Tag tag) noexcept { return take(tag, false); }
-  Asn1Element take(Tag tag, bool constructed) noexcept;
+  Asn1Element take(Tag tag, bool constructed) noexcept {
+    if (m_members.startsWith(tag.identifier(constructed))) return element();
+    refuse(offset());
+    return {};
+  }
 
   Source& m_source;
   DerReader m_members;

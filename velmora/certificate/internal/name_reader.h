@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/certificate/name.h"
 
@@ -26,21 +27,61 @@ Attribute attributeOf(const PlacedAttribute& placed);
 class NameReader {
  public:
   /// `name` is the element whole, and `offset` its place in the certificate.
-  NameReader(Bytes name, size_t offset) noexcept;
+  NameReader(Bytes name, size_t offset) noexcept {
+    DerReader cursor(name, offset);
+    Asn1Element list;
+    if (cursor.takeSequence(list) && cursor.atEnd()) {
+      m_rdns = DerReader(list);
+    } else {
+      refuse(cursor.offset());
+    }
+  }
 
   /// The attributes of one RDN alone, from the content octets of its SET.
-  static NameReader ofRdn(Bytes members, size_t offset) noexcept;
+  static NameReader ofRdn(Bytes members, size_t offset) noexcept {
+    NameReader reader;
+    reader.m_members = DerReader(members, offset);
+    reader.m_rdnCount = 1;
+    return reader;
+  }
 
   /// False at the end, and, with the fault set, before what does not belong there.
-  bool next(AttributeElements& attribute) noexcept;
+  bool next(AttributeElements& attribute) noexcept {
+    if (m_fault || (m_members.atEnd() && !enterRdn())) return false;
+    attribute.rdn = m_rdnCount - 1;
+    return readAttribute(attribute);
+  }
 
   /// The offset of what does not belong.
   std::optional<size_t> fault() const noexcept { return m_fault; }
 
  private:
   NameReader() noexcept = default;
-  bool enterRdn() noexcept;
-  bool readAttribute(const Asn1Element& element, AttributeElements& attribute) noexcept;
+
+  bool enterRdn() noexcept {
+    if (m_rdns.atEnd()) return false;
+    const size_t at = m_rdns.offset();
+    Asn1Element rdn;
+    if (!m_rdns.takeAny(rdn) || !rdn.isSet() || rdn.content.empty()) return refuse(at);
+    m_members = DerReader(rdn);
+    ++m_rdnCount;
+    return true;
+  }
+
+  // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+  bool readAttribute(AttributeElements& attribute) noexcept {
+    const size_t at = m_members.offset();
+    Asn1Element element;
+    if (!m_members.takeSequence(element)) return refuse(at);
+    DerReader members(element);
+    const size_t typeAt = members.offset();
+    const bool hasType =
+        members.take(asn1_tag::kOid, attribute.type) && isOid(attribute.type.content);
+    if (!hasType) return refuse(typeAt);
+    if (!members.takeAny(attribute.value) || !members.atEnd()) return refuse(members.offset());
+    return true;
+  }
+
   bool refuse(size_t offset) noexcept {
     m_fault = offset;
     return false;
