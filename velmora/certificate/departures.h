@@ -43,12 +43,13 @@ enum class DepartureCode : uint8_t {
   nameTextMalformed,          // §4.1.2.4: octets that are none of the value's string type
   nameCharacters,             // X.680 §41.4: characters that the value's string type, such as
                               // PrintableString, does not have
-  dateForm,           // §4.1.2.5: a GeneralizedTime before 2050, or a time without seconds, with a
-                      // fraction, an offset or no Z
-  dateMalformed,      // §4.1.2.5: no date at all
-  validityBackwards,  // §4.1.2.5: notAfter lies before notBefore
-  keyMalformed,       // §4.1.2.7 and RFC 3279, 4055, 5480, 8410
-  curveNotNamed,      // RFC 5480 §2.1.1
+  dateForm,                   // §4.1.2.5: a GeneralizedTime before 2050
+  dateMalformed,              // §4.1.2.5: no date at all
+  validityBackwards,          // §4.1.2.5: notAfter lies before notBefore
+  keyMalformed,               // §4.1.2.7 and RFC 3279, 4055, 5480, 8410
+  curveNotNamed,              // RFC 5480 §2.1.1
+  dateNotDer,  // §4.1.2.5 and X.690 §11.7, §11.8: a time without seconds, with a fraction, an
+               // offset or no Z
   // Extensions (RFC 5280 §4.2).
   extensionListMalformed,     // §4.1.2.9: no list, an empty one, or a member that is no Extension
   extensionRepeated,          // §4.2
@@ -71,7 +72,8 @@ enum class DepartureCode : uint8_t {
 struct Departure {
   DepartureCode code{};
   uint32_t offset = 0;  // of the element at fault, from the start of the certificate
-  Oid about;            // of the extension or attribute concerned; empty where there is none
+  Oid about;  // of the extension, or of the attribute in the issuer or subject, concerned;
+              // empty where there is none
 
   /// The code as a word that does not change, such as "serialTooLong".
   std::string_view id() const noexcept;

@@ -102,13 +102,9 @@ void examineSignature(const ExaminedCertificate& examined, DepartureList& list) 
   list.add(Code::signatureNotOctets, signature.offset);
 }
 
-// YYMMDDHHMMSSZ, or YYYYMMDDHHMMSSZ from 2050 on.
-bool hasForm(const Asn1Element& date) noexcept {
+bool isEarlyForItsType(const Asn1Element& date) noexcept {
   constexpr std::string_view kFirstGeneralized = "2050";
-  const std::string_view text = charactersOf(date.content);
-  const bool isGeneralized = date.is(asn1_tag::kGeneralizedTime);
-  return text.size() == (isGeneralized ? 15 : 13) && text.back() == 'Z' &&
-         (!isGeneralized || text.substr(0, kFirstGeneralized.size()) >= kFirstGeneralized);
+  return date.is(asn1_tag::kGeneralizedTime) && charactersOf(date.content) < kFirstGeneralized;
 }
 
 void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
@@ -122,7 +118,9 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
     list.beginPart();
     if (!last) {
       list.add(Code::dateMalformed, date.offset);
-    } else if (!hasForm(date)) {
+    } else if (!isDerTime(date.whole)) {
+      list.add(Code::dateNotDer, date.offset);
+    } else if (isEarlyForItsType(date)) {
       list.add(Code::dateForm, date.offset);
     }
     if (before && last && *last < *before) list.add(Code::validityBackwards, period.offset);
@@ -220,9 +218,9 @@ void examineText(const Asn1Element& value, Bytes type, DepartureList& list) {
   const TextKind kind = stringType(value.header);
   if (kind == TextKind::none) return;
   if (textKindOf(value) == TextKind::none) {
-    list.add(Code::nameTextMalformed, value.offset, type);
+    list.addInName(Code::nameTextMalformed, value.offset, type);
   } else if (!hasAllCharacters(kind, value.content)) {
-    list.add(Code::nameCharacters, value.offset, type);
+    list.addInName(Code::nameCharacters, value.offset, type);
   }
 }
 

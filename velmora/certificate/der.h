@@ -21,4 +21,8 @@ std::optional<Error> derFault(Bytes bytes) noexcept;
 /// reads, a fraction of a second left out. Nothing for any other octets.
 std::optional<std::chrono::sys_seconds> readTime(Bytes element) noexcept;
 
+/// Whether such an element is YYMMDDHHMMSSZ or YYYYMMDDHHMMSSZ (RFC 5280 §4.1.2.5), of which every
+/// reader reads the same moment. Others leave the hour, the second or the zone in doubt.
+bool isDerTime(Bytes element) noexcept;
+
 }  // namespace velmora

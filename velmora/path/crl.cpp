@@ -9,7 +9,7 @@ namespace velmora {
 namespace {
 
 Result<std::chrono::sys_seconds> timeOf(const CrlData& data, Bytes element) noexcept {
-  if (const auto time = readTime(element)) return *time;
+  if (isDerTime(element)) return *readTime(element);
   return Error::at(ErrorCode::malformedDate, static_cast<size_t>(element.data() - data.der.data()));
 }
 

@@ -47,7 +47,7 @@ class Crl {
   static Result<Crl> parse(Bytes der) noexcept;
 
   Name issuer() const noexcept;
-  /// Error malformedDate.
+  /// Error malformedDate, also for a date that is not in DER: decisions rest on it.
   Result<std::chrono::sys_seconds> thisUpdate() const noexcept;
   /// Errors absent, malformedDate.
   Result<std::chrono::sys_seconds> nextUpdate() const noexcept;
@@ -88,6 +88,7 @@ class Crl {
 /// may ask. Nothing in it is believed before a signature on it holds.
 class CrlSet {
  public:
+  /// Throws std::bad_alloc.
   CrlSet();
   /// Throws std::bad_alloc.
   explicit CrlSet(std::span<const Crl> crls);

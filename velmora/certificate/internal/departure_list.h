@@ -25,6 +25,10 @@ class DepartureList {
   void add(DepartureCode code, size_t offset) { add(code, offset, m_about); }
   /// About that attribute instead, or that extension.
   void add(DepartureCode code, size_t offset, Bytes about);
+  /// Of a value in a name: about its attribute type in a field, about the extension elsewhere.
+  void addInName(DepartureCode code, size_t offset, Bytes type) {
+    add(code, offset, m_about.empty() ? type : m_about);
+  }
 
   /// Whether everything that was added to this part leaves it certain what the part says.
   bool isCertain() const noexcept { return m_isCertain; }
@@ -33,6 +37,8 @@ class DepartureList {
   std::vector<Departure> take() &&;
 
  private:
+  void add(DepartureCode code, size_t offset, const Oid& about);
+
   std::vector<Departure> m_found;
   Bytes m_about;
   uint64_t m_seen = 0;  // a bit for each code of this part
