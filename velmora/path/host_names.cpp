@@ -139,7 +139,9 @@ std::string dnsKey(std::string_view name) {
 std::optional<std::string> localPartOf(std::string_view text, bool allowsUtf8) {
   if (text.starts_with('"')) return unquoted(text, allowsUtf8);
   const auto may = [&](char c) { return isDotString(c) || (allowsUtf8 && isBeyondAscii(c)); };
-  if (text.empty() || !std::all_of(text.begin(), text.end(), may)) return std::nullopt;
+  const bool hasEmptyAtom = text.empty() || text.starts_with('.') || text.ends_with('.') ||
+                            text.find("..") != std::string_view::npos;
+  if (hasEmptyAtom || !std::all_of(text.begin(), text.end(), may)) return std::nullopt;
   return std::string(text);
 }
 

@@ -37,11 +37,11 @@ class Target {
   static Result<Target> dnsName(std::string_view text) noexcept;
   static Result<Target> ipAddress(std::string_view text) noexcept;
 
-  /// An e-mail address, "local@domain" in ASCII: a dot-string or a quoted string (RFC 5321 §4.1.2)
-  /// and a DNS name without a dot at its end. The local part is compared octet by octet, quotes and
-  /// case included, the domain without case (RFC 5280 §7.5), and with rfc822Name alone: the
-  /// internationalised addresses of RFC 9598 have a local part beyond ASCII. Errors notAHost,
-  /// hostNotAscii, outOfMemory as of host().
+  /// An e-mail address, "local@domain" in ASCII: a dot-string without empty atoms or a quoted
+  /// string (RFC 5321 §4.1.2) and a DNS name without a dot at its end. The local part is compared
+  /// octet by octet, quotes and case included, the domain without case (RFC 5280 §7.5), and with
+  /// rfc822Name alone: the internationalised addresses of RFC 9598 have a local part beyond ASCII.
+  /// Errors notAHost, hostNotAscii, outOfMemory as of host().
   static Result<Target> email(std::string_view text) noexcept;
 
   bool isSaid() const noexcept { return m_kind != Kind::unsaid; }
@@ -51,9 +51,11 @@ class Target {
 
   /// As it is compared: a name in small letters, without a trailing dot, an address as
   /// IpAddress::text() writes it; empty where nothing is judged.
-  const std::string& text() const noexcept { return m_text; }
+  const std::string& text() const& noexcept { return m_text; }
+  const std::string& text() const&& = delete;
   /// Of an address; meaningless otherwise.
-  const IpAddress& address() const noexcept { return m_address; }
+  const IpAddress& address() const& noexcept { return m_address; }
+  const IpAddress& address() const&& = delete;
   bool isAddress() const noexcept { return m_kind == Kind::ip; }
 
   /// Whether one of the subject alternative names of the certificate is the target; the common name

@@ -27,7 +27,8 @@ bool hasNumericLastLabel(std::string_view text) noexcept;
 std::string dnsKey(std::string_view name);
 
 /// What the local part of a mailbox means (RFC 5321 §4.1.2): a dot-string is itself, a quoted
-/// string what it quotes, so that "\"joe\"" and "joe" are the same; nothing for what is neither.
+/// string what it quotes, so that "\"joe\"" and "joe" are the same; nothing for what is neither,
+/// such as atoms between dots that are empty.
 /// With `allowsUtf8` octets beyond ASCII are letters (RFC 6531 §3.3).
 std::optional<std::string> localPartOf(std::string_view text, bool allowsUtf8);
 
