@@ -66,8 +66,9 @@ bool hasNoPlainAuthorityKeyId(const ProfileInput& input) {
 }
 
 bool saysNoServerAuth(const ProfileInput& input) {
-  return isLeaf(input) &&
-         !(input.facts.extendedKeyUsage && input.facts.extendedKeyUsage->has(oid::serverAuth));
+  const Result<ExtendedKeyUsage>& usage = input.facts.extendedKeyUsage;
+  if (isLeaf(input)) return !(usage && usage->has(oid::serverAuth));
+  return usage && !usage->has(oid::serverAuth) && !usage->has(oid::anyExtendedKeyUsage);
 }
 
 bool saysAnyPurpose(const ProfileInput& input) {
