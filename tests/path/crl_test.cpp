@@ -333,7 +333,7 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       // Scopes.
       {"", {crl(false, users)}, "good"},
       {"ca", {crl(false, users)}, "unknown"},
-      {"ca", {crl(true, users)}, "unknown"},
+      {"ca", {crl(true, users)}, "revoked"},  // what it is not about and lists
       {"", {crl(false, cas)}, "unknown"},
       {"ca", {crl(false, cas)}, "good"},
       {"ca", {crl(true, cas)}, "revoked"},
@@ -346,7 +346,7 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       {points(sequence(full(a))), {crl(false)}, "good"},
       {points(sequence(full(a))), {crl(false, full(a))}, "good"},
       {points(sequence(full(a))), {crl(false, full(b))}, "unknown"},
-      {points(sequence(full(a))), {crl(true, full(b))}, "unknown"},
+      {points(sequence(full(a))), {crl(true, full(b))}, "revoked"},
       {points(sequence(full(a)) + sequence(full(b))), {crl(true, full(b))}, "revoked"},
       {points(sequence(full(a + dns))), {crl(false, full(b + upperDns))}, "good"},
       {points(sequence(full(a))), {crl(false, full(issuer))}, "good"},

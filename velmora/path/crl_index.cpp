@@ -158,25 +158,32 @@ class RevocationJudge {
     return entry.thisUpdate <= m_question.at && m_question.at <= entry.nextUpdate;
   }
 
+  // Whether a CRL lists the certificate as revoked; removeFromCRL says the opposite of a base. The
+  // numbers of attribute certificates are others.
+  std::optional<RevokedCertificate> listed(const CrlIndex::Entry& entry) const noexcept {
+    if (entry.scope.onlyAttributeCertificates) return std::nullopt;
+    const Result<RevokedCertificate> found = entry.crl.find(m_serial);
+    if (!found || found->reason == CrlReason::removeFromCrl) return std::nullopt;
+    return *found;
+  }
+
   // Of CRLs that are signed the newest decides, and those of the same second. A signature is not
-  // computed for a CRL that can change nothing.
+  // computed for a CRL that can change nothing. What one lists is revoked, whatever its scope.
   void judgeScope(std::span<const CrlIndex::Entry> entries) {
     const uint16_t reasons = reasonsOf(entries.front().scope);
-    const bool mayMatter =
-        (reasons & ~m_vouchedFor) != 0 ||
-        (reasons != 0 && std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
-           return holds(entry) && entry.crl.find(m_serial);
-         }));
+    const bool mayMatter = (reasons & ~m_vouchedFor) != 0 ||
+                           std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
+                             return holds(entry) && listed(entry);
+                           });
     std::optional<sys_seconds> newest;
     for (const CrlIndex::Entry& entry : entries) {
       if (!holds(entry)) continue;
       const bool mayVouch = entry.crl.mayVouch();
       if (mayVouch && (!mayMatter || (newest && *newest != entry.thisUpdate))) continue;
-      const Result<RevokedCertificate> found = entry.crl.find(m_serial);
-      const bool isAsked = mayVouch || (found && !entry.scope.onlyAttributeCertificates);
-      if (!isAsked || !m_signers.haveSigned(entry.crl)) continue;
+      const std::optional<RevokedCertificate> found = listed(entry);
+      if (!(mayVouch || found) || !m_signers.haveSigned(entry.crl)) continue;
       if (found) {
-        m_entry = *found;
+        m_entry = found;
         return;
       }
       newest = entry.thisUpdate;

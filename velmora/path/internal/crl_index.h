@@ -67,9 +67,9 @@ class CrlIndex {
   /// RFC 5280 §6.3.3 without deltas and indirect CRLs, over the distribution points of the
   /// certificate and the names of its issuer. Of the CRLs of one scope that hold at the time, whose
   /// thisUpdate and nextUpdate both count, the newest that is signed decides; one that may not
-  /// vouch revokes what it lists, and does nothing else. A certificate is good when the reasons
-  /// that CRLs vouch for are all there are. Linear in the CRLs of the issuer and in the names of
-  /// their points, but for logarithms. Throws std::bad_alloc.
+  /// vouch revokes what it lists, and does nothing else, and so does one of another scope. A
+  /// certificate is good when the reasons that CRLs vouch for are all there are. Linear in the CRLs
+  /// of the issuer and in the names of their points, but for logarithms. Throws std::bad_alloc.
   RevocationAnswer judge(const RevocationQuestion& question, CrlSigners& signers) const;
 
   struct Entry {
