@@ -144,15 +144,16 @@ class Made(unittest.TestCase):
         leaf = self.make("host", root, extensions=names + "extendedKeyUsage=serverAuth\n" + IDS)
         for status, *options in [(0, "--host", "WWW.example.org."), (0, "--host", "a.example.net"), (0, "--ip", "192.0.2.1"),
                                  (1, "--host", "a.b.example.net"), (1, "--host", "host"), (1, "--ip", "192.0.2.2"),
-                                 (1, "--email", "a@example.org"), (0, "--email", "a@example.org", "--purpose", "any"),
+                                 (0, "--email", "a@example.org"), (1, "--email", "a@example.org", "--purpose", "email"),
                                  (0, "--purpose", "server", "--no-host"), (1, "--purpose", "client"),
-                                 (2, "--purpose", "server"), (2, "--purpose", "cook"), (2, "--host", "a..b"),
+                                 (2, "--no-host"), (2, "--purpose", "client", "--no-host"), (2, "--purpose", "server"), (2, "--purpose", "cook"), (2, "--host", "a..b"),
                                  (2, "--host", "www.b\u00fccher.example"), (2, "--host", "a.b", "--ip", "192.0.2.1"),
                                  (2, "--profile", "none"), (2, "--require-crl", "some"), (2, "--policy", "x")]:
             with self.subTest(options):
                 self.assertEqual(run("verify", "--roots", root, *options, leaf)[0], status)
-        self.assertIn("No purpose was asked for", run("verify", "--roots", root, leaf)[1])
-        self.assertNotIn("No purpose", run("verify", "--roots", root, "--host", "www.example.org", leaf)[1])
+        for end, *options in [("add --purpose.\n",), ("add --purpose server.\n", "--host", "www.example.org"),
+                              ("add --purpose email.\n", "--email", "a@example.org"), ("without --crl.\n", "--purpose", "any")]:
+            self.assertTrue(run("verify", "--roots", root, *options, leaf)[1].endswith(end), end)
 
     def test_what_is_said_to_people(self):
         root = self.make("tell root", extensions=CA + IDS)
@@ -207,7 +208,8 @@ class Given(unittest.TestCase):
                 self.assertEqual(ids(answer, 0) - {"weakKey"} != set(), not is_good)
 
     def test_sample_chain(self):
-        status, out, errors = run("verify", "--host", "www.example.org", "--roots", EXAMPLES / "root.pem", *self.EXAMPLE)
+        status, out, errors = run("verify", "--purpose", "server", "--host", "www.example.org", "--roots",
+                                  EXAMPLES / "root.pem", *self.EXAMPLE)
         self.assertEqual((status, errors), (0, ""))
         self.assertIn("leaf.pem: certificate 1: verified for server www.example.org\n", out)
         self.assertIn("Not judged:", out)

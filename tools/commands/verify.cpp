@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kNotJudged =
     "\nNot judged: what OCSP and certificate transparency say, and revocation without --crl.\n";
 constexpr std::string_view kAnyPurpose =
-    "No purpose was asked for (--purpose, --host): any use is judged alike.\n";
+    "No purpose was asked for: any use is judged alike. To ask for one add --purpose";
 
 // Collects certificates in order, and where each stood first. All places are those of `places`.
 class Collect final : public CertificateVisitor {
@@ -86,19 +86,17 @@ class Request {
     }
     if (arguments.has("--json") || m_wanted.given().empty()) return;
     m_console.out().append(kNotJudged);
-    if (m_options.purpose == Purpose::any) m_console.out().append(kAnyPurpose);
+    if (arguments.has("--purpose")) return;
+    const Target& target = m_options.target;
+    m_console.out().append(kAnyPurpose);
+    m_console.out().append(target.isHost() ? " server.\n" : target.isEmail() ? " email.\n" : ".\n");
   }
 
  private:
   bool readPurpose(const Arguments& arguments, std::string& usageError) {
     const auto given = arguments.value("--purpose");
-    const bool isHost = arguments.has("--host") || arguments.has("--ip");
-    if (!given) {
-      m_options.purpose = isHost                     ? Purpose::server
-                          : arguments.has("--email") ? Purpose::email
-                                                     : Purpose::any;
-      return true;
-    }
+    m_options.purpose = Purpose::any;
+    if (!given) return checkTarget(arguments, usageError);
     for (int i = static_cast<int>(Purpose::server); i <= static_cast<int>(Purpose::any); ++i) {
       m_options.purpose = static_cast<Purpose>(i);
       if (purposeName(m_options.purpose) == *given) return checkTarget(arguments, usageError);
@@ -115,9 +113,11 @@ class Request {
       usageError = "an e-mail address goes with the purpose \"email\", a host with \"server\"";
       return false;
     }
-    const bool isSaid = arguments.has("--host") || arguments.has("--ip") ||
-                        arguments.has("--email") || arguments.has("--no-host");
-    if (m_options.purpose != Purpose::server || isSaid) return true;
+    if (!isServer && arguments.has("--no-host")) {
+      usageError = "option \"--no-host\" goes with --purpose server";
+      return false;
+    }
+    if (!isServer || isHost || arguments.has("--no-host")) return true;
     usageError =
         "the purpose \"server\" needs --host or --ip, or --no-host where the name is judged "
         "elsewhere";
@@ -282,11 +282,11 @@ bool runVerify(const Arguments& arguments, Console& console, std::string& usageE
 }
 
 constexpr OptionSpec kOptions[] = {
-    {"--host", "NAME", "the host that a leaf has to speak for; the purpose is then server"},
+    {"--host", "NAME", "the host that a leaf has to speak for"},
     {"--ip", "ADDRESS", "likewise, an address"},
-    {"--email", "ADDRESS", "the address that a leaf has to speak for; the purpose is then email"},
+    {"--email", "ADDRESS", "the e-mail address that a leaf has to speak for"},
     {"--no-host", "", "with --purpose server: the name is judged elsewhere"},
-    {"--purpose", "WHAT", "server, client, code, email, time, ocsp or any"},
+    {"--purpose", "WHAT", "server, client, code, email, time, ocsp or any (default any)"},
     {"--roots", "WHERE",
      "the trusted roots: a file, a directory of files, or system; without it nothing is trusted"},
     {"--chain", "FILE", "certificates that may stand between FILE and a root"},

@@ -125,12 +125,21 @@ void writeQualifier(const OtherQualifier& other, JsonLine& line) {
   line.hex("hex", other.value);
 }
 
+}  // namespace
+
+void writePolicy(const DottedOid& id, const std::vector<PolicyQualifier>& qualifiers,
+                 JsonLine& line) {
+  writeOid(id, line);
+  line.objects("qualifiers", qualifiers, [&](const PolicyQualifier& qualifier) {
+    std::visit([&](const auto& each) { writeQualifier(each, line); }, qualifier);
+  });
+}
+
+namespace {
+
 void writeValue(const std::vector<Policy>& policies, JsonLine& line) {
   line.objects(kDecoded, policies, [&](const Policy& policy) {
-    writeOid(DottedOid(policy.rawId), line);
-    line.objects("qualifiers", policy.qualifiers, [&](const PolicyQualifier& qualifier) {
-      std::visit([&](const auto& each) { writeQualifier(each, line); }, qualifier);
-    });
+    writePolicy(DottedOid(policy.rawId), policy.qualifiers, line);
   });
 }
 

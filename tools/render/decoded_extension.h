@@ -4,9 +4,14 @@
 #include <vector>
 
 #include "tools/render/json_writer.h"
+#include "tools/render/oid_text.h"
 #include "velmora/certificate/certificate.h"
 
 namespace velmora::tool {
+
+/// Writes the members oid, name and qualifiers of a policy.
+void writePolicy(const DottedOid& id, const std::vector<PolicyQualifier>& qualifiers,
+                 JsonLine& line);
 
 /// Writes what the extensions of one certificate say, to the letter.
 class DecodedExtensions {

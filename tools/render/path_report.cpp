@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/reading/dates.h"
+#include "tools/render/decoded_extension.h"
 #include "tools/render/json_writer.h"
 #include "tools/render/name_text.h"
 #include "tools/render/oid_text.h"
@@ -16,8 +17,7 @@ constexpr std::string_view kPurposes[] = {"unsaid", "server", "client", "code",
                                           "email",  "time",   "ocsp",   "any"};
 constexpr std::string_view kProfiles[] = {"basic", "rfc5280", "web"};
 
-void appendSubject(const Certificate& certificate, StringBuffer& out) {
-  const Name subject = certificate.subject();
+void appendSubject(const Name& subject, StringBuffer& out) {
   if (!appendName(subject, attributesOf(subject), out)) out.append("a name that cannot be read");
 }
 
@@ -29,6 +29,11 @@ Result<std::chrono::sys_seconds> endOf(const Certificate& certificate, bool from
   return from ? certificate.notBefore() : certificate.notAfter();
 }
 
+// An anchor that is no certificate stands behind the last one.
+bool endsInNameAndKey(const Path& path) noexcept {
+  return path.anchor && !path.anchor->certificate();
+}
+
 // A way as it is drawn: the one of an answer that holds, or the one that came furthest.
 class Tree {
  public:
@@ -37,11 +42,9 @@ class Tree {
 
   // The anchor on top, each certificate below the one that signed it.
   void append() {
-    const bool isNameAndKey = m_path.anchor && !m_path.anchor->certificate();
-    if (isNameAndKey) {
+    if (endsInNameAndKey(m_path)) {
       StringBuffer name;
-      const Name of = m_path.anchor->name();
-      appendName(of, attributesOf(of), name);
+      appendSubject(m_path.anchor->name(), name);
       line(name.view(), "trusted name and key");
       findings(m_path.certificates.size());
     }
@@ -52,7 +55,7 @@ class Tree {
   void certificate(size_t place) {
     const Certificate& certificate = m_path.certificates[place];
     StringBuffer subject;
-    appendSubject(certificate, subject);
+    appendSubject(certificate.subject(), subject);
     StringBuffer where;
     const auto found = m_report.places.find(certificate);
     if (found != m_report.places.end()) appendPlace(found->second, where);
@@ -135,12 +138,26 @@ void writeFindings(const Path& path, size_t place, JsonLine& line) {
   line.endList();
 }
 
+void writeSubject(const Name& name, JsonLine& line) {
+  StringBuffer subject;
+  appendSubject(name, subject);
+  line.text("subject", subject.view());
+}
+
+// As a certificate, of which it has neither place nor dates.
+void writeNameAndKey(const Path& path, JsonLine& line) {
+  line.beginObject("");
+  writeSubject(path.anchor->name(), line);
+  line.null("notBefore");
+  line.null("notAfter");
+  writeFindings(path, path.certificates.size(), line);
+  line.endObject();
+}
+
 void writeCertificate(const PathReport& report, const Path& path, size_t place, JsonLine& line) {
   const Certificate& certificate = path.certificates[place];
-  StringBuffer subject;
-  appendSubject(certificate, subject);
   line.beginObject("");
-  line.text("subject", subject.view());
+  writeSubject(certificate.subject(), line);
   const auto found = report.places.find(certificate);
   if (found != report.places.end()) {
     line.text("source", found->second.source);
@@ -160,12 +177,13 @@ void writePath(const PathReport& report, const Path& path, const VerifiedPath* v
   for (size_t place = 0; place < path.certificates.size(); ++place) {
     writeCertificate(report, path, place, line);
   }
+  if (endsInNameAndKey(path)) writeNameAndKey(path, line);
   line.endList();
   if (verified != nullptr) {
     line.boolean("anyPolicy", verified->holdsAnyPolicy());
-    line.beginList("policies");
-    for (const HeldPolicy& each : verified->policies()) line.text("", DottedOid(each.id).text());
-    line.endList();
+    line.objects("policies", verified->policies(), [&](const HeldPolicy& each) {
+      writePolicy(DottedOid(each.id), each.qualifiers, line);
+    });
     line.boolean("leafNotRevoked", verified->isLeafNotRevoked());
     line.boolean("nothingRevoked", verified->isNothingRevoked());
   }
