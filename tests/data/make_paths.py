@@ -69,6 +69,9 @@ leaf | rootMayNotSign | ca root | mayNotSign
 # A leaf that is trusted itself is no CA, and no other octets are it.
 leaf | leaf |  | leaf
 leafTwin | leaf |  | noIssuer
+# A loop's issuer is there, though he leads nowhere.
+leaf | second | caOfLeaf | notTrusted
+leaf | second | caOfNobody | noIssuer
 leafOfLeaf | leaf |  | notACa
 pinned | pinned |  | pinned
 leafOfPinned | pinned | pinnedCa | notACa
@@ -122,6 +125,8 @@ root("rootUncritical", (UNKNOWN, b"\5\0", False))
 root("rootNoCa", (BC, seq(), True))
 root("rootNoBasic", drop=(BC,))
 root("rootMayNotSign", (KU, key_usage(6), True))
+cert("caOfLeaf", "CA", 1, LEAF, 9)
+cert("caOfNobody", "CA", 1, "Nobody", 9)
 
 
 def crl(label, issuer, key, *revoked, dates=(AT - DAY, AT + DAY)):

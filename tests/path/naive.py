@@ -91,7 +91,8 @@ def walk(der):
 
 def moment(tag, body):
     text = body.decode("latin1")
-    need(re.fullmatch(r"\d{12}Z" if tag == 0x17 else r"\d{14}Z", text), "dateMalformed")
+    strange = "dateNotDer" if re.fullmatch(r"\d{10,14}(\.\d+)?(Z|[+-]\d{4})?", text) else "dateMalformed"
+    need(re.fullmatch(r"\d{12}Z" if tag == 0x17 else r"\d{14}Z", text), strange)
     if tag == 0x17:
         text = ("19" if text >= "50" else "20") + text
     try:
@@ -212,16 +213,32 @@ READ = {BC: read_bc, KU: lambda der: bit_numbers(one(der, 3)), NC: read_subtrees
         CP: lambda der: [dotted(items(each[1])[0][1]) for each in members(der)],
         PM: lambda der: [tuple(dotted(part[1]) for part in items(each[1])) for each in members(der)],
         IAP: lambda der: number(one(der, 2)), SAN: lambda der: [(tag & 31, body) for tag, body, _ in members(der)]}
+READ[IAN] = READ[SAN]
 
 
 # ---- Signatures and keys
 def key_of(spki):
+    """Kind and key; of kinds that sign nothing here only whether it is one."""
     algorithm, key = items(one(spki, 0x30))
-    kind, parameters = items(algorithm[1])
+    kind, *parameters = items(algorithm[1])
+    octets = key[1][1:]
     if dotted(kind[1]) == "1.2.840.113549.1.1.1":
-        return "rsa", [number(each[1]) for each in items(one(key[1][1:], 0x30))]
+        numbers = [number(each[1]) for each in items(one(octets, 0x30))]
+        need(numbers[0] % 2 and numbers[1] % 2 and numbers[1] > 1, "keyMalformed")
+        return "rsa", numbers
+    if dotted(kind[1]) == "1.2.840.10040.4.1":
+        need(parameters and number(items(parameters[0][1])[2][1]) > 1, "keyMalformed")
+        return "dsa", None
+    if dotted(kind[1]) == "1.3.101.112":
+        need(int.from_bytes(octets, "little") % (1 << 255) not in (0, 1, (1 << 255) - 20), "keyMalformed")
+        return "ed25519", None
+    curve = dotted(parameters[0][1])
+    need(curve != "1.2.840.10045.3.1.1", "weakKey")
+    need(curve in ("1.2.840.10045.3.1.7", "1.3.132.0.33"), "keyNotKnown")
+    if curve == "1.3.132.0.33":
+        return "ec", None
     try:
-        return "ec", ec.EllipticCurvePublicKey.from_encoded_point(ec.SECP256R1(), key[1][1:])
+        return "ec", ec.EllipticCurvePublicKey.from_encoded_point(ec.SECP256R1(), octets)
     except ValueError:
         raise Bad("keyMalformed")
 
@@ -295,19 +312,21 @@ def critical(c, o, is_leaf):
     for which, is_critical, *_ in c.exts:
         if is_critical and which not in PROCESSED | crls | ocsp:
             out.add("criticalNotProcessed" if which in KNOWN else "unknownCriticalExtension")
+        if is_critical and which == CP and b"\6\3\x2a\3\4" in c.ext[CP][2]:  # the qualifier 1.2.3.4
+            out.add("criticalNotProcessed")
     return out
 
 
-def unreadable(exts, decided, is_anchor=False):
+def unreadable(exts, decided):
     out = set()
     for which, is_critical, value, _ in exts:
-        if which in decided or is_critical and which in PROCESSED | KNOWN and not is_anchor:
+        if which in decided or is_critical and which in PROCESSED | KNOWN:
             tried(out, READ.get(which, walk), value)
     return out
 
 
 def issuer(c, is_anchor=False):
-    if is_anchor and c.version < 3:
+    if is_anchor and c.version < 3 and not c.exts:
         return set()
     basic, usage = content(c, BC), content(c, KU)
     out = set() if basic and basic.ca or BC in c.ext and not basic else {"notACa"}
@@ -334,9 +353,9 @@ def purpose_of_leaf(c, o):
         if purpose == "time":
             holds = held == [said] and c.ext[EKU][1]
         out |= set() if holds else {"wrongPurpose"}
-    rsa = key_kind(c) == "rsa"
-    wanted = {"server": {0, 2 if rsa else 4}, "client": {0, 0 if rsa else 4}, "code": {0}, "time": {0, 1},
-              "ocsp": {0, 1}, "email": {0, 1, 2 if rsa else 4}}[purpose]
+    also = {"rsa": 2, "ec": 4}.get(key_kind(c), 0)
+    wanted = {"server": {0, also}, "client": {0, also & 4}, "code": {0}, "time": {0, 1},
+              "ocsp": {0, 1}, "email": {0, 1, also}}[purpose]
     usage = content(c, KU)
     return out | ({"wrongKeyUsage"} if usage is not None and not wanted & usage and key_kind(c) else set())
 
@@ -360,7 +379,8 @@ def wrong_host(c, o):
                     value.decode("latin1").rpartition("@")[2].lower() == domain.lower() for form, value in held)
     else:
         return set()
-    return set() if found or SAN in c.ext and not held else {"wrongHost"}
+    strange = any(form == IP and len(value) not in (4, 16) for form, value in held)
+    return ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
 
 
 # ---- Rules of a way, which is leaf first
@@ -545,8 +565,9 @@ def crl_signers(c, way, o):
     """Who may have signed a CRL about a certificate: its issuer, and others of that name that somebody above issued."""
     above = way[way.index(c) + 1:]
     others = [each for each in o["others"] if each.subject == c.issuer and not each.flaws and not out_of_date(each, o["at"])
-              and any(up.subject == each.issuer and not bad_signature(each, up.spki) for up in above)]
-    return [each for each in [above[0], *others] if content(each, KU) is None or 6 in content(each, KU)]
+              and any(up.subject == each.issuer and not bad_signature(each, up.spki) and not revoked(
+                  each, [each, up], False, {**o, "others": []}) for up in above)]
+    return [each for each in [above[0], *others] if KU not in each.ext or 6 in content(each, KU, ())]
 
 
 def revoked(c, way, is_leaf, o):
@@ -566,10 +587,9 @@ def revoked(c, way, is_leaf, o):
         points = read_points(crl.ext[IDP][2]) if 0 in crl.scope else []
         in_scope = not (1 in crl.scope and is_ca or 2 in crl.scope and not is_ca or 5 in crl.scope) and (
             0 not in crl.scope or set(points) & set(content(c, CDP, [])))
-        if not in_scope:
-            continue
-        if crl.unusable or not in_time:
-            out |= {"revoked"} if c.serial in crl.entries and crl.unusable else set()
+        if not in_time or not in_scope or crl.unusable:
+            removed = any(each[0] == REASON and each[2][-1] == 8 for each in crl.entries.get(c.serial, ()))
+            out |= {"revoked"} if in_time and c.serial in crl.entries and not removed and 5 not in crl.scope else set()
         else:
             newest.setdefault((repr(crl.scope), crl.dates[0]), []).append(crl)
     reasons = set()
@@ -588,14 +608,14 @@ def rfc5280(c):
     basic, usage = content(c, BC), content(c, KU)
     is_ca, signs = bool(basic and basic.ca), bool(usage and 5 in usage)
     is_critical = {each[0]: each[1] for each in c.exts}
-    names = content(c, SAN)
     rules = {
         "caWithoutSubjectKeyId": is_ca and SKI not in c.ext,
-        "noAuthorityKeyId": AKI not in c.ext and not c.self_issued,
+        "noAuthorityKeyId": AKI not in c.ext,
         "caWithoutKeyUsage": is_ca and KU not in c.ext,
         "pathLengthWithoutCa": basic and basic.length is not None and not (is_ca and (signs or usage is None)),
         "certSignWithoutCa": signs and not is_ca,
-        "extensionMalformed": SAN in c.ext and not names or IAN in c.ext and not content(c, IAN) or is_ca and EKU in c.ext and not content(c, EKU),
+        "extensionMalformed": unreadable(c.exts, {SKI, AKI, SAN, IAN}) or is_ca and EKU in c.ext and not content(c, EKU) or any(
+            form == IP and len(value) not in (4, 16) for which in (SAN, IAN) for form, value in content(c, which, [])),
         "subjectEmpty": not c.subject and (is_ca or not is_critical.get(SAN)),
         "criticalityWrong": is_critical.get(SKI) or is_critical.get(AKI) or is_ca and not is_critical[BC]
         or any(is_critical.get(each) is False for each in (NC, PC, IAP)) or not c.subject and not is_critical.get(SAN),
@@ -609,7 +629,7 @@ def rfc5280(c):
 def web(c, is_leaf):
     use, basic = content(c, EKU, []), content(c, BC)
     ids = tried(set(), lambda: items(one(c.ext[AKI][2], 0x30))) if AKI in c.ext else None
-    kind, key = tried(set(), key_of, c.spki) or ("ec", None)
+    kind, key = tried(set(), key_of, c.spki) or ("", True)
     held = content(c, SAN, [])
     common = [value for rdn in c.subject for type_, value in rdn if type_ == CN]
     texts = [value.lower() if form == DNS else str(ipaddress.ip_address(value)).encode() for form, value in held
@@ -625,7 +645,7 @@ def web(c, is_leaf):
         "webAuthorityKeyId": not ids or [each[0] for each in ids] != [0x80],
         "webNoServerAuth": SERVER not in use and (is_leaf or EKU in c.ext and ANY_USE not in use),
         "webAnyPurpose": ANY_USE in use and (is_leaf or SERVER in use),
-        "webKey": kind == "rsa" and (key[0].bit_length() < 2048 or key[0].bit_length() % 8),
+        "webKey": kind == "rsa" and (key[0].bit_length() < 2048 or key[0].bit_length() % 8) or not key,
         "webVersion": c.version != 3,
         "webAccess": AIA in c.ext and bool(unreadable([c.ext[AIA]], {AIA})),
         "webValidity": is_leaf and c.dates and c.dates[1] - c.dates[0] + 1 > most * DAY}
@@ -649,9 +669,9 @@ def judge(way, o):
     out |= purpose_of_leaf(way[0], o) | wrong_host(way[0], o)
     out |= out_of_date(anchor, o["at"]) | weak_key(anchor) | critical(anchor, o, trusted_leaf)
     binding = {BC, KU, NC, EKU} | ({SAN} if trusted_leaf and {"host", "ip", "email"} & set(o) else set())
-    out |= unreadable(anchor.exts, binding, True)
-    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "lengthNotShortest"}
-    held = [each[0] for each in anchor.exts if each[0] in binding]
+    out |= unreadable(anchor.exts, binding)
+    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest"}
+    held = [each[0] for each in anchor.exts if each[0] in binding | {each[0] for each in anchor.exts if each[1]}]
     out |= {"extensionRepeated"} if len(held) > len(set(held)) else set()
     if trusted_leaf:
         return out
@@ -676,7 +696,7 @@ def verdict(leaf, anchors, others, crls, at, options):
     """Whether a way holds; and (way, reasons) of each."""
     def readable(read, ders):
         return [each for each in (tried(set(), read, der) for der in ders) if each]
-    lists = readable(parse_crl, crls)  # of a file that holds one that is none, none is used
+    lists = [each for each in readable(parse_crl, crls) if not each.flaws]  # of a file that holds one that is none, none is used
     options = {**options, "at": at, "crls": lists if len(lists) == len(crls) else [], "others": readable(certificate, others)}
     leaves = readable(certificate, [leaf])
     if not leaves:

@@ -25,8 +25,7 @@ LISTED = pathlib.Path(__file__).resolve().parent.parent.parent / "docs" / "path-
 FILES = {"leaf.pem": "CERTIFICATE", "roots.pem": "CERTIFICATE", "chain.pem": "CERTIFICATE", "crls.pem": "X509 CRL"}
 # What the program calls what is one thing here.
 SAME = {"malformedInput": "malformed", "algorithmsDiffer": "signatureAlgorithmsDiffer", "repeatedExtension": "extensionRepeated",
-        "malformedExtension": "extensionMalformed", "contentMalformed": "extensionMalformed",
-        "generalNameMalformed": "extensionMalformed", "malformedDate": "dateMalformed", "keyUsageEmpty": "extensionMalformed"}
+        "contentMalformed": "extensionMalformed", "generalNameMalformed": "extensionMalformed", "keyUsageEmpty": "extensionMalformed"}
 # Beside what they are in another word.
 BESIDE = {"signatureParameters": {"signatureRefused"}, "signatureNotOctets": {"signatureRefused", "unusedBitsSet"},
           "signatureAlgorithmsDiffer": {"signatureParameters"}, "booleanNotDer": {"unknownCriticalExtension"},

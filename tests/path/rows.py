@@ -1,6 +1,6 @@
 """What one rule is about, each in a row that makes it hold or breaks it: (name, where, reasons, set-up).
-Where: L the leaf, C a CA that is no anchor, N either, U an issuer with CAs below it, I any issuer, R the
-anchor. Reasons: one of them refuses a broken way that has no other; empty: it holds all the same. The
+Where: L the leaf, C a CA that is no anchor, N either, X either below a CA, U an issuer with CAs below it, I any
+issuer, R the anchor. Reasons: one of them refuses a broken way that has no other; empty: it holds all the same. The
 set-up gets the case, the certificate and whether to break the rule."""
 from pki import *
 
@@ -49,6 +49,10 @@ put("validity backwards", "N", "validityBackwards", dates=([time(AT), time(AT)],
 put("month 13", "N", "dateMalformed", dates=([EARLY, LATE], [tlv(0x17, b"251301000000Z"), LATE]))
 put("date of letters", "N", "dateMalformed", dates=([EARLY, LATE], [EARLY, tlv(0x17, b"x")]))
 put("anchor month 13", "R", "dateMalformed", dates=([EARLY, LATE], [EARLY, tlv(0x17, b"261301000000Z")]))
+for title, late in (("seconds", tlv(0x17, b"2608010000Z")), ("Z", tlv(0x18, b"20260801000000")),
+                    ("UTC", tlv(0x17, b"260801000000+1400")), ("whole seconds", tlv(0x18, b"20260801000000.5Z"))):
+    put(f"date without {title}", "N", "dateNotDer", dates=([EARLY, LATE], [EARLY, late]))
+    put(f"anchor date without {title}", "R", "dateNotDer", dates=([EARLY, LATE], [EARLY, late]))
 put("GeneralizedTime early", "N", "", dates=([EARLY, LATE], [time(AT - DAY, 0x18), time(AT + DAY, 0x18)]))
 
 # ---- CAs: §4.2.1.3, §4.2.1.9, §6.1.4 (k) to (n)
@@ -89,6 +93,9 @@ beside("repeated keyUsage", "extensionRepeated", *[(KU, False, key_usage(5))] * 
 beside("extension without value", "extensionListMalformed", seq(oid("1.2.3.4")))
 beside("critical 01", "booleanNotDer", seq(oid("1.2.3.4"), b"\1\1\1", tlv(4)))
 beside("critical false is written", "", seq(oid("1.2.3.4"), b"\1\1\0", tlv(4)))
+for each in "CLR":
+    ext("critical qualifier" + each, each, "criticalNotProcessed", CP, *[seq(seq(oid(P1), seq(seq(oid(
+        qualifier), tlv(0x16, b"a"))))) for qualifier in ("1.3.6.1.5.5.7.2.1", "1.2.3.4")], (True, True))
 put("empty list", "N", "extensionListMalformed", edit=edit(-1, lambda _: tlv(0xA3, seq())))
 for which in (AIA, SIA):
     access = seq(seq(oid("1.3.6.1.5.5.7.48.2"), general("uri", "http://a.example/")))
@@ -109,6 +116,8 @@ for title, which in (DECIDES | SHOWN).items():
             if bad:
                 cert.ext(which, JUNK, critical)
         row(f"unreadable {title}" + " critical" * critical, "N", reasons, unreadable)
+        if critical:
+            row(f"anchor's unreadable {title}", "R", reasons, unreadable)
 
 # ---- Fields and signatures: §4.1
 put("version 4", "N", "versionUnknown", version=(2, 3))
@@ -116,6 +125,9 @@ put("version 1 with extensions", "N", "extensionsInOldVersion", version=(2, 0))
 put("version 2 with extensions", "N", "extensionsInOldVersion", version=(2, 1))
 put("old CA", "C", "notACa", version=(2, 0), edit=edit(-1, lambda _: b""))
 row("old leaf", "L", "", lambda c, x, bad: bad and (setattr(x, "version", 0), setattr(x, "exts", [])))
+for version in (0, 1, 3):
+    put(f"anchor of version {version + 1} that is no CA", "R", "notACa", version=(version, version), exts=(
+        [(BC, True, CA_TRUE)], [(BC, True, seq())]))
 row("old anchor", "R", "", lambda c, x, bad: bad and (setattr(x, "version", 0), setattr(x, "exts", [])))
 for title, serial in (("zero", b"\2\1\0"), ("negative", b"\2\1\x80"), ("long", integer(1 << 168))):
     put(f"serial {title}", "N", "", serial=(integer(1 << 158), serial))
@@ -140,12 +152,44 @@ put("trailing octet", "L", "malformed", whole=(None, lambda der: der + b"\0"))
 row("weak key", "N", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(1024 if bad else 2048)))
 row("weak anchor", "R", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(1024 if bad else 2048)))
 row("2,056 bits", "L", "", lambda c, x, bad: rekey(c, x, rsa_key(2056 if bad else 2048)))
-row("key malformed", "L", "keyMalformed", lambda c, x, bad: setattr(x, "key", SpkiOnly(ec_key(95), bad)))
 
 
 class SpkiOnly:
-    def __init__(self, key, bad):
-        self.spki = key.spki[:-65] + b"\5" + key.spki[-64:] if bad else key.spki
+    def __init__(self, spki):
+        self.spki = spki
+
+
+def ec_spki(curve, point):
+    return seq(seq(oid("1.2.840.10045.2.1"), oid(curve)), bits(point))
+
+
+def rsa_spki(modulus, exponent):
+    return seq(seq(oid("1.2.840.113549.1.1.1"), b"\5\0"), bits(seq(integer(modulus), integer(exponent))))
+
+
+def dsa_spki(*parameters):
+    p, y = 0xB << 2044 | 0x55, integer(3 << 2040)
+    numbers = [seq(integer(p), integer(0xB << 252 | 1), integer(parameters[0]))] if parameters else []
+    return seq(seq(oid("1.2.840.10040.4.1"), *numbers), bits(y))
+
+
+P256, P192, ED25519 = "1.2.840.10045.3.1.7", "1.2.840.10045.3.1.1", seq(oid("1.3.101.112"))
+G192 = bytes.fromhex("188da80eb03090f67cbf20eb43a18800f4ff0afd82ff1012")  # x of its base point
+G224 = bytes.fromhex("b70e0cbd6bb4bf7f321390b94a03c1d356c21122343280d6115c1d21")
+N2048 = rsa_key(2048).n
+for title, reasons, good, broken in (
+        ("form of the point", "keyMalformed", ec_key(95).spki, ec_spki(P256, b"\5" + ec_key(95).point[1:])),
+        ("point off the curve", "keyMalformed", ec_key(95).spki, ec_spki(P256, ec_key(95).point[:-1] + b"\0")),
+        ("P-192", "weakKey", ec_spki("1.3.132.0.33", b"\2" + G224), ec_spki(P192, b"\3" + G192)),
+        ("curve nobody knows", "keyNotKnown", ec_key(95).spki, ec_spki("1.2.3.4", ec_key(95).point)),
+        ("Ed25519 of small order", "keyMalformed", seq(ED25519, bits(b"\x58" + b"\x66" * 31)), seq(ED25519, bits(bytes(32)))),
+        ("exponent 1", "keyMalformed", rsa_spki(N2048, 3), rsa_spki(N2048, 1)),
+        ("even modulus", "keyMalformed", rsa_spki(N2048, 3), rsa_spki(N2048 + 1, 3)),
+        ("DSA generator 1", "keyMalformed", dsa_spki(2), dsa_spki(1)),
+        ("DSA parameters of the issuer", "keyMalformed", dsa_spki(2), dsa_spki())):
+    row(f"leaf key {title}", "L", reasons, lambda c, x, bad, pair=(good, broken): setattr(x, "key", SpkiOnly(pair[bad])))
+row("trusted leaf's key", "L", "keyMalformed", lambda c, x, bad: (c.anchors.append(x), setattr(
+    x, "key", SpkiOnly(rsa_spki(N2048, 1 if bad else 3)))))
 
 
 def rekey(case, cert, key):
@@ -311,6 +355,10 @@ for title, good, bad in (("common name alone", [DNS], [("ip", b"\xc0\0\2\7")]), 
                          ("wide wildcard", [("dns", "*.example.com")], [("dns", "*.com")]),
                          ("trailing dot", [DNS], [("dns", "www.example.com.")])):
     leaf_names(title, "wrongHost", good, bad, purpose="server", host="www.example.com")
+for trusted in (False, True):
+    row("malformed name beside the host" + ", trusted" * trusted, "L", "extensionMalformed", lambda c, x, bad, trusted=trusted: (
+        c.option(purpose="server", host="www.example.com"), x.ext(SAN, names(DNS, ("ip", bytes(5 if bad else 4)))),
+        trusted and c.anchors.append(x)))
 ext("unreadable names for a host", "L", "extensionMalformed", SAN, names(DNS), JUNK, purpose="server", host="www.example.com")
 
 
@@ -349,10 +397,24 @@ def same_points(case, cert):
 
 UNKNOWN = "revocationUnknown"
 FLAG = b"\xff"
+crl("removed", UNKNOWN, lambda c, x, crl, b: b and crl.entries.append((x.serial, [(REASON, False, tlv(10, b"\x08"))])))
+
+
+def other_signer(case, cert, crl, bad):
+    """The CRL about a certificate is signed with another key of its issuer, which was revoked or was not."""
+    issuer, above = case.way[case.way.index(cert) + 1:][:2]
+    other = case.new(issuer.subject, ec_key(66), above.subject, above.key, False)
+    other.exts = [(KU, True, key_usage(6))]
+    case.others.append(other)
+    crl.signer = other.key
+    if bad:
+        next(each for each in case.crls if each.signer is above.key).entries.append((other.serial, []))
+
+
+crl("signer of the CRL revoked", UNKNOWN, other_signer, "all", "X")
 crl("revoked", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [])))
 crl("on hold", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [
     (REASON, False, tlv(10, b"\6"))])))
-crl("removed", UNKNOWN + " revoked", lambda c, x, crl, b: b and crl.entries.append((x.serial, [(REASON, False, tlv(10, b"\x08"))])))
 crl("CRL stale", UNKNOWN, member("dates", dated(AT - DAY, AT), dated(AT - DAY, AT - 1)))
 crl("CRL early", UNKNOWN, member("dates", dated(AT, AT + DAY), dated(AT + 1, AT + DAY)))
 crl("CRL without end", UNKNOWN, member("dates", dated(AT - DAY, AT), dated(AT - DAY)))
@@ -365,6 +427,12 @@ crl("no CRL", UNKNOWN, lambda c, x, crl, b: b and c.crls.remove(crl))
 crl("CRL unknown critical", UNKNOWN, lambda c, x, crl, b: crl.ext("1.2.3.4", b"\5\0", b))
 crl("CRL entry unknown critical", UNKNOWN, lambda c, x, crl, b: crl.entries.append((integer(3), [("1.2.3.4", b, b"\5\0")])))
 crl("delta", UNKNOWN, lambda c, x, crl, b: b and crl.ext(DELTA, integer(1), True))
+crl("CRL of others lists it", "revoked", lambda c, x, crl, b: setattr(c.crl(c.way[c.way.index(x) + 1], x.serial if b else integer(
+    3)), "exts", [(IDP, True, seq(tlv(0x81 if x.get(BC) else 0x82, FLAG)))]))
+crl("CRL of attributes lists it", "", lambda c, x, crl, b: setattr(c.crl(c.way[c.way.index(x) + 1], x.serial if b else integer(
+    3)), "exts", [(IDP, True, seq(tlv(0x85, FLAG)))]))
+crl("CRL lacks a Z", UNKNOWN, member("dates", [time(AT - DAY), tlv(0x18, b"20260801000000Z")], [
+    time(AT - DAY), tlv(0x18, b"20260801000000")]))
 crl("delta lists it", "revoked", lambda c, x, crl, b: b and (crl.ext(DELTA, integer(1), True), crl.entries.append((x.serial, []))))
 crl("indirect", UNKNOWN, point((b"", tlv(0x84, FLAG))))
 crl("CRL of CAs", UNKNOWN, point((tlv(0x81, FLAG), tlv(0x82, FLAG))), where="L")
@@ -401,6 +469,9 @@ KEEP = seq(tlv(0x80, b"key"))
 DNS_ONLY = subtrees([("dns", ""), ("ip", bytes(8))])
 for each in (("no subjectKeyId", "C", "caWithoutSubjectKeyId", SKI, tlv(4, b"k"), None),
              ("no authorityKeyId", "N", "noAuthorityKeyId", AKI, KEEP, None),
+             ("unreadable subjectKeyId", "N", "extensionMalformed", SKI, tlv(4, b"k"), JUNK),
+             ("unreadable authorityKeyId", "N", "extensionMalformed", AKI, KEEP, JUNK),
+             ("five octets of address", "N", "extensionMalformed", IAN, names(("ip", bytes(4))), names(("ip", bytes(5)))),
              ("subjectKeyId critical", "N", "criticalityWrong", SKI, tlv(4, b"k"), tlv(4, b"k"), (False, True)),
              ("authorityKeyId critical", "N", "criticalityWrong", AKI, KEEP, KEEP, (False, True)),
              ("basicConstraints not critical", "C", "criticalityWrong", BC, CA_TRUE, CA_TRUE, (True, False)),
@@ -416,6 +487,16 @@ for each in (("no subjectKeyId", "C", "caWithoutSubjectKeyId", SKI, tlv(4, b"k")
              ("inhibitAnyPolicy not critical", "C", "criticalityWrong", IAP, integer(9), integer(9), (True, False)),
              ("purposes empty", "C", "extensionMalformed", EKU, uses("server"), seq())):
     asks("rfc5280", *each)
+
+
+def self_issued(case, cert, bad):
+    """Under the issuer's old key; only who signs with his own may leave the identifier out."""
+    case.self_issued()
+    if bad:
+        next(each for each in case.way[:-1] if each.issuer == each.subject).ext(AKI)
+
+
+profile("rfc5280", "self-issued without authorityKeyId", "L", "noAuthorityKeyId", self_issued)
 for title, serial in (("zero", b"\2\1\0"), ("negative", b"\2\1\x80"), ("long", integer(1 << 168))):
     profile("rfc5280", f"serial {title}", "N", "serialZero serialNegative serialTooLong", lambda c, x, bad, serial=serial:
             setattr(x, "serial", serial if bad else integer(1 << 158)))
@@ -444,13 +525,13 @@ def make_case(number, chosen=None, broken=True, shape=None):
         turn, first = divmod(number, len(ROWS))
         chosen = [ROWS[first]] + [rng.choice(ROWS)] * (turn % 2)
         broken = turn % 6 < 5
-    least = max([2] + [4 if each[1] == "U" else 3 for each in chosen if each[1] in "CU"])
+    least = max([2] + [4 if each[1] == "U" else 3 for each in chosen if each[1] in "CUX"])
     case = Case(rng, rng.randint(least, 5), shape or rng.choice(SHAPES))
     case.rng, case.broken = rng, broken
     for title, where, reasons, set_up in chosen:
         last = len(case.way) - 1
         places = {"L": [0], "C": range(1, last), "N": range(last), "U": range(2, last + 1), "I": range(1, last + 1),
-                  "R": [last]}[where]
+                  "R": [last], "X": range(last - 1)}[where]
         at = rng.choice(places)
         if title == "path length":
             at = rng.choice([n for n in places if case.way[1].subject != case.way[1].issuer or n > 2])

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "tests/common/allocation_fault.h"
+#include "tests/common/signed_cases.h"
 #include "tests/path/made_ways.h"
 
 // verify() as a whole; what single rules say is held against a naive checker by pki_test.py.
@@ -162,13 +163,54 @@ TEST(Verify, StopsAtEachLimitAndKeepsTheWaysFound) {
     options.limits.*row.limit = row.least;
     EXPECT_EQ(briefly(ask("leaf", "rootCom", "ca", options)), "leaf ca rootCom");
     options.limits.*row.limit = row.least - 1;
-    EXPECT_EQ(briefly(ask("leaf", "rootCom", "ca", options)), row.reason);
+    const Verification cut = ask("leaf", "rootCom", "ca", options);
+    EXPECT_EQ(briefly(cut), row.reason);
+    const std::vector<Finding>& found = cut.furthest.findings;
+    EXPECT_TRUE(cut.furthest.anchor || reasonId(found.back().reason) == row.reason);
     if (row.leastForBoth == row.least) continue;
     options.paths = 2;
     options.limits.*row.limit = row.leastForBoth;
     EXPECT_EQ(ask("leaf", "root second", "ca caOfSecond", options).verified.size(), 2U);
     options.limits.*row.limit = row.leastForBoth - 1;
     EXPECT_EQ(ask("leaf", "root second", "ca caOfSecond", options).verified.size(), 1U);
+  }
+}
+
+// Whatever is wrong with the ways that were tried.
+TEST(Verify, SaysWhenLongerWaysWereNotTried) {
+  const auto no = [](const Path&) noexcept { return false; };
+  VerifyOptions options = asked();
+  options.accept = no;
+  for (const uint32_t most : {1U, 2U, 3U}) {
+    options.limits.certificates = most;
+    EXPECT_EQ(briefly(ask("leaf", "ca root", "caTwin", options)),
+              most == 3 ? "rejectedByCaller" : "tooManyCertificates");
+  }
+}
+
+TEST(Verify, AllowsNoCurveButThoseThatAreNamed) {
+  const Oid p256("1.2.840.10045.3.1.7"), p384("1.3.132.0.34"), ed25519("1.3.101.112");
+  const Certificate& leaf = named("leaf");
+  const Certificate edwards = *Certificate::parse(SignedCases().issuerDers.at("ed25519"));
+  const struct {
+    const Certificate& trusted;
+    KeyOptions keys;
+    Reason expected;
+  } rows[] = {
+      {leaf, {.ecBits = 256}, Reason::none},
+      {leaf, {.ecBits = 257}, Reason::weakKey},
+      {leaf, {.curves = {p256}}, Reason::none},
+      {leaf, {.curves = {p384}}, Reason::curveNotAllowed},
+      {edwards, {.ecBits = 257}, Reason::none},
+      {edwards, {.curves = {p256}}, Reason::curveNotAllowed},
+      {edwards, {.curves = {p256, ed25519}}, Reason::none},
+  };
+  for (const auto& row : rows) {
+    VerifyOptions options = asked();
+    options.judgeAnchorDates = false;
+    options.keys = row.keys;
+    const TrustAnchors itself(std::span(&row.trusted, 1));
+    EXPECT_EQ(verify(row.trusted, itself, CertificateSet(), options).reason, row.expected);
   }
 }
 
@@ -228,11 +270,14 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
   for (const auto& row : rows) {
     VerifyOptions options = asked(Purpose::server);
     options.revocation = row.mode;
+    options.policies.inhibitAny = true;
     options.crls = CrlSet(listOf(pki().crls, row.crls));
     const Verification answer = ask("leaf", "root", "ca", options);
     EXPECT_TRUE(wholly(answer).starts_with(row.expected + ';')) << wholly(answer);
     for (const VerifiedPath& each : answer.verified) {
       EXPECT_EQ(std::pair(each.purpose(), each.at()), std::pair(Purpose::server, *options.at));
+      EXPECT_EQ(each.revocation(), row.mode);
+      EXPECT_TRUE(each.askedPolicies().inhibitAny);
     }
   }
 }

@@ -33,12 +33,15 @@ class TrustAnchor {
                                   AnchorConstraints constraints = {}) noexcept;
 
   /// None for a name and key.
-  const std::optional<Certificate>& certificate() const noexcept { return m_certificate; }
+  const std::optional<Certificate>& certificate() const& noexcept { return m_certificate; }
+  const std::optional<Certificate>& certificate() const&& = delete;
   Name name() const noexcept;
   /// The SubjectPublicKeyInfo; it lives as long as any copy of the anchor.
   Bytes key() const& noexcept;
   Bytes key() const&& = delete;
-  const AnchorConstraints* constraints() const noexcept { return m_constraints.get(); }
+  /// Null for a certificate; it lives as long as any copy of the anchor.
+  const AnchorConstraints* constraints() const& noexcept { return m_constraints.get(); }
+  const AnchorConstraints* constraints() const&& = delete;
 
  private:
   TrustAnchor(Name name, Octets key, AnchorConstraints constraints);
@@ -57,6 +60,7 @@ class AnchorIndex;
 /// and without influence on any answer.
 class TrustAnchors {
  public:
+  /// Throws std::bad_alloc.
   TrustAnchors();
   /// Anchors that are the same octets count once. Throws std::bad_alloc.
   explicit TrustAnchors(std::span<const Certificate> roots);
@@ -75,6 +79,7 @@ class TrustAnchors {
 /// trusted. A value that copies cheaply and never changes; any thread may ask.
 class CertificateSet {
  public:
+  /// Throws std::bad_alloc.
   CertificateSet();
   /// Equal octets count once. Throws std::bad_alloc.
   explicit CertificateSet(std::span<const Certificate> certificates);

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <tuple>
 
+#include "velmora/certificate/issuer_key.h"
 #include "velmora/path/internal/stable_sort.h"
 
 namespace velmora {
@@ -117,6 +118,15 @@ bool allowsBelow(const ExtendedKeyUsage& usage, Purpose purpose) noexcept {
          usage.has(oid::anyExtendedKeyUsage);
 }
 
+// Whether a certificate cannot say that it is a CA, being of version 1 or 2 and without a list.
+bool isWithoutExtensions(const CertificateFacts& facts) noexcept {
+  const bool isOld = facts.version && *facts.version < 3;
+  return isOld &&
+         std::none_of(facts.departures.begin(), facts.departures.end(), [](const auto& it) {
+           return it.code == DepartureCode::extensionsInOldVersion;
+         });
+}
+
 class Judge {
  public:
   Judge(const CertificateFacts& facts, Role role, const Question& question,
@@ -124,7 +134,6 @@ class Judge {
       : m_facts(facts), m_role(role), m_question(question), m_findings(findings) {}
 
   void all() {
-    m_listsDepartures = true;
     departures();
     criticalExtensions();
     dates();
@@ -155,7 +164,7 @@ class Judge {
 
   // RFC 5280 §6.1.3 (a)(2).
   void dates() {
-    if (!m_facts.validity) return addUnlessListed(Reason::malformedDate);
+    if (!m_facts.validity) return;  // a departure
     if (m_question.at < m_facts.validity->notBefore) add(Reason::notYetValid);
     if (m_question.at > m_facts.validity->notAfter) add(Reason::expired);
   }
@@ -169,11 +178,15 @@ class Judge {
       case KeyKind::rsaPss:
         return keySize(key.bits, least.rsaBits);
       case KeyKind::dsa:
-        return keySize(key.bits, least.dsaBits);
+        // Parameters of the issuer's key are not taken over (RFC 3279 §2.3.2 leaves that open).
+        return key.bits == 0 ? add(Reason::keyMalformed) : keySize(key.bits, least.dsaBits);
       case KeyKind::ec:
-        return curve(key);
+        if (key.curve.isEmpty()) return;  // a departure
+        if (key.bits == 0) return add(Reason::keyNotKnown, key.curve);
+        keySize(key.bits, least.ecBits);
+        return curve(key.curve);
       case KeyKind::ed25519:
-        return;
+        return curve(key.algorithm);
       case KeyKind::other:
         add(Reason::keyNotKnown, key.algorithm);
     }
@@ -185,7 +198,8 @@ class Judge {
       const KnownExtension* const known = find(id);
       if (known == nullptr) {
         add(Reason::unknownCriticalExtension, id);
-      } else if (!holds(known->processed, m_role, m_question)) {
+      } else if (!holds(known->processed, m_role, m_question) ||
+                 (id == oid::certificatePolicies && hasOtherQualifier())) {
         add(Reason::criticalNotProcessed, id);
       }
     }
@@ -195,15 +209,11 @@ class Judge {
     for (const Departure& each : m_facts.departures) departure(each, refuses(each));
   }
 
-  // Those of an anchor bind only where they stand in what it binds by.
+  // Those of an anchor bind only where they stand in what it binds by: critical extensions, some
+  // others, and what is asked of it beside.
   void anchorDepartures() {
     for (const Departure& each : m_facts.departures) {
-      const bool isBinding = isIn(each.about, oid::basicConstraints, oid::keyUsage,
-                                  oid::nameConstraints, oid::extKeyUsage);
-      const bool isWhole = each.code == DepartureCode::extensionListMalformed ||
-                           each.code == DepartureCode::keyMalformed ||
-                           each.code == DepartureCode::curveNotNamed;
-      if (!each.mayDecide() && (isBinding || isWhole)) departure(each, true);
+      if (!each.mayDecide() && isBinding(each)) departure(each, true);
     }
   }
 
@@ -215,11 +225,6 @@ class Judge {
 
   void add(Reason reason, const Oid& about = {}) { velmora::add(reason, m_findings, about); }
 
-  // Of what cannot be read, unless a departure tells.
-  void addUnlessListed(Reason reason, const Oid& about = {}) {
-    if (!m_listsDepartures) add(reason, about);
-  }
-
   void departure(const Departure& departure, bool refuses) {
     Finding finding;
     finding.reason = Reason::departure;
@@ -230,28 +235,66 @@ class Judge {
     m_findings.push_back(std::move(finding));
   }
 
+  bool isBinding(const Departure& each) const noexcept {
+    switch (each.code) {
+      case DepartureCode::extensionListMalformed:
+      case DepartureCode::keyMalformed:
+      case DepartureCode::curveNotNamed:
+        return true;
+      case DepartureCode::dateMalformed:
+      case DepartureCode::dateNotDer:
+        return m_question.options.judgeAnchorDates;
+      default:
+        return isIn(each.about, oid::basicConstraints, oid::keyUsage, oid::nameConstraints,
+                    oid::extKeyUsage) ||
+               isCritical(each.about) || areNamesOfTarget(each.about);
+    }
+  }
+
   // The closed table of what refuses: what no decision may rest on, but for the contents of
   // extensions on which none does; and what the profile demands besides.
   bool refuses(const Departure& each) const noexcept {
     if (each.mayDecide()) {
       return m_question.options.profile == Profile::rfc5280 && refusesInRfc5280(each.code);
     }
-    const bool areEmptyNames = each.code == DepartureCode::extensionMalformed &&
-                               isIn(each.about, oid::subjectAltName, oid::issuerAltName);
-    if (areEmptyNames && m_question.options.profile == Profile::rfc5280) return true;
     if (each.code == DepartureCode::extensionRepeated) return true;
     const KnownExtension* const known = find(each.about);
-    return known == nullptr || decides(*known);
+    return known == nullptr || !isInside(each) || decides(*known);
+  }
+
+  // An attribute type of the issuer or the subject may be the OID of an extension.
+  bool isInside(const Departure& each) const noexcept {
+    const Result<Extension> extension = m_facts.certificate.extension(each.about);
+    return extension && each.offset >= extension->offset;
   }
 
   bool decides(const KnownExtension& known) const noexcept {
-    if (holds(known.decides, m_role, m_question)) return true;
-    if (known.id == oid::subjectAltName && m_question.options.target.isJudged() &&
-        m_role == Role::leaf) {
-      return true;
-    }
+    const bool isOfProfile = m_question.options.profile == Profile::rfc5280 &&
+                             isIn(known.id, oid::subjectKeyIdentifier, oid::authorityKeyIdentifier,
+                                  oid::subjectAltName, oid::issuerAltName);
+    return isOfProfile || holds(known.decides, m_role, m_question) || areNamesOfTarget(known.id) ||
+           isCritical(known.id);
+  }
+
+  bool areNamesOfTarget(const Oid& id) const noexcept {
+    return id == oid::subjectAltName && m_question.options.target.isJudged() &&
+           m_role == Role::leaf;
+  }
+
+  bool isCritical(const Oid& id) const noexcept {
     const auto& critical = m_facts.criticalExtensions;
-    return std::find(critical.begin(), critical.end(), known.id) != critical.end();
+    return std::find(critical.begin(), critical.end(), id) != critical.end();
+  }
+
+  // RFC 5280 §4.2.1.4: who meets a qualifier that is neither of its two in a critical extension
+  // has to refuse.
+  bool hasOtherQualifier() const noexcept {
+    const std::vector<Policy>& policies = m_facts.policies.policies;
+    return std::any_of(policies.begin(), policies.end(), [](const Policy& policy) {
+      return std::any_of(policy.qualifiers.begin(), policy.qualifiers.end(), [](const auto& each) {
+        return std::holds_alternative<OtherQualifier>(each);
+      });
+    });
   }
 
   void keySize(unsigned bits, unsigned least) {
@@ -260,12 +303,10 @@ class Judge {
     m_findings.back().detail = std::to_string(bits) + " bits";
   }
 
-  void curve(const PublicKey& key) {
+  void curve(const Oid& id) {
     const std::vector<Oid>& allowed = m_question.options.keys.curves;
-    if (allowed.empty() || std::find(allowed.begin(), allowed.end(), key.curve) != allowed.end()) {
-      return;
-    }
-    add(Reason::curveNotAllowed, key.curve);
+    if (allowed.empty() || std::find(allowed.begin(), allowed.end(), id) != allowed.end()) return;
+    add(Reason::curveNotAllowed, id);
   }
 
   void algorithm() {
@@ -288,10 +329,7 @@ class Judge {
     if (!usage) return !row.mustSay || !usage.error().isAbsent();  // malformed: a departure
     if (row.purpose == Purpose::timeStamping) {
       // RFC 3161 §2.3.
-      const auto& critical = m_facts.criticalExtensions;
-      const bool isCritical =
-          std::find(critical.begin(), critical.end(), oid::extKeyUsage) != critical.end();
-      return isCritical && usage->purposes.size() == 1 && usage->has(row.id);
+      return isCritical(oid::extKeyUsage) && usage->purposes.size() == 1 && usage->has(row.id);
     }
     return usage->has(row.id) || (!row.mustSay && usage->has(oid::anyExtendedKeyUsage));
   }
@@ -307,8 +345,7 @@ class Judge {
     const Target& target = m_question.options.target;
     if (!target.isJudged()) return;
     const Result<bool> matches = target.matches(m_facts.certificate);
-    if (matches && *matches) return;
-    if (!matches) return addUnlessListed(Reason::malformedExtension, oid::subjectAltName);
+    if (!matches || *matches) return;  // names that cannot be read are a departure
     add(Reason::wrongHost);
     m_findings.back().detail = target.text();
   }
@@ -317,7 +354,6 @@ class Judge {
   Role m_role;
   const Question& m_question;
   std::vector<Finding>& m_findings;
-  bool m_listsDepartures = false;  // of an anchor only those that bind
 };
 
 }  // namespace
@@ -327,6 +363,17 @@ void judgeCertificate(const CertificateFacts& facts, Role role, const Question& 
   Judge(facts, role, question, findings).all();
 }
 
+void judgeKeyItself(const CertificateFacts& facts, std::vector<Finding>& findings) {
+  const bool isSaid = std::any_of(findings.begin(), findings.end(), [](const Finding& each) {
+    return each.reason == Reason::keyNotKnown || each.reason == Reason::keyMalformed ||
+           (each.reason == Reason::departure && (each.departure == DepartureCode::keyMalformed ||
+                                                 each.departure == DepartureCode::curveNotNamed));
+  });
+  if (!isSaid && facts.key && !IssuerKey(facts.certificate).isUsable()) {
+    add(Reason::keyMalformed, findings);
+  }
+}
+
 void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
                       std::vector<Finding>& findings) {
   Judge judge(facts, Role::leaf, question, findings);
@@ -334,6 +381,7 @@ void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
   judge.criticalExtensions();
   if (question.options.judgeAnchorDates) judge.dates();
   judge.key();
+  judgeKeyItself(facts, findings);
   judge.leaf();
 }
 
@@ -345,8 +393,7 @@ void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
     judge.criticalExtensions();
     if (question.options.judgeAnchorDates) judge.dates();
     judge.key();
-    const bool hasExtensions = anchor.facts->version && *anchor.facts->version == 3;
-    if (hasExtensions) judge.issuer();
+    if (!isWithoutExtensions(*anchor.facts)) judge.issuer();
   } else if (anchor.purposes && !allowsBelow(*anchor.purposes, question.options.purpose)) {
     add(Reason::wrongPurpose, findings, oid::extKeyUsage);
   }

@@ -42,7 +42,8 @@ enum class Reason : uint8_t {
   weakHash,             // SHA-1 that was not allowed
   weakKey,              // below the least size for its kind
   curveNotAllowed,
-  keyNotKnown,  // no kind of key that is judged here
+  keyNotKnown,   // of no kind, or on no curve, that signatures are checked with here
+  keyMalformed,  // numbers or a point that no key has; parameters that are its issuer's
   // Revocation.
   revoked,
   revocationUnknown,  // CRLs are asked for and none answers
@@ -58,8 +59,6 @@ enum class Reason : uint8_t {
   departure,                 // RFC 5280 §4 or DER: `departure` says which
   unknownCriticalExtension,  // `about`
   criticalNotProcessed,      // `about`: known, but of no meaning in this place
-  malformedExtension,        // `about`
-  malformedDate,
   // What it is for.
   wrongPurpose,   // extendedKeyUsage
   wrongKeyUsage,  // keyUsage
@@ -78,7 +77,8 @@ enum class Severity : uint8_t {
 
 /// One finding about one certificate of a way.
 struct Finding {
-  uint32_t certificate = 0;  // its place on the way: 0 is the leaf
+  uint32_t certificate = 0;  // its place on the way: 0 is the leaf; behind the last certificate, at
+                             // Path::certificates.size(), an anchor of name and key
   Reason reason = Reason::none;
   Severity severity = Severity::failure;
   DepartureCode departure{};  // with Reason::departure

@@ -9,10 +9,12 @@
 
 namespace velmora {
 
-/// Why `issuer`, which is no anchor, would not stand above `certificate` on a way, whatever the
-/// time and the purpose: that it is no CA, may not sign certificates, or did not sign this one, in
-/// the order of Reason. Empty when nothing is against it. Names are not looked at. Throws
-/// std::bad_alloc.
+/// Three questions about `issuer`, which is no anchor, and `certificate`: whether its key signed
+/// it, whether it is a CA (notACa, also where basicConstraints cannot be read), and whether it may
+/// sign certificates (mayNotSign, also where keyUsage cannot be read); the answers that are no, in
+/// the order of Reason. Empty when nothing is against it. Nothing else is asked: no names, dates,
+/// versions, departures, critical extensions, key sizes, hashes or path lengths, which verify()
+/// judges. Throws std::bad_alloc.
 std::vector<Reason> linkFaults(const Certificate& certificate, const Certificate& issuer);
 
 }  // namespace velmora

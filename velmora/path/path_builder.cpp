@@ -195,8 +195,8 @@ const CertificateFacts* PathBuilder::factsOf(const Link& link) const noexcept {
 // Each length in turn, the shortest first.
 void PathBuilder::search(Mode mode) {
   const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
-  m_isCutShort = false;
   m_isMeasured = false;
+  m_isCutShort = most < 2 && measure(mode);
   for (uint32_t length = 2; length <= most; ++length) {
     if (isDone(mode) || !measure(mode)) return;
     m_isCutShort = m_nodes.front().toAnchor >= length;  // no way is as short
@@ -204,7 +204,9 @@ void PathBuilder::search(Mode mode) {
     m_way.assign(1, {});
     climb(mode, length - 1);
   }
-  if (m_isCutShort && m_waysReached == 0) stop(Reason::tooManyCertificates);
+  // To explain every link is followed, also those that no way that holds could have.
+  const bool isTold = mode == Mode::decide || m_waysReached == 0;
+  if (m_isCutShort && isTold) stop(Reason::tooManyCertificates);
 }
 
 // How many links each certificate is below an anchor; false when the leaf is below none. Measured
@@ -354,11 +356,21 @@ void PathBuilder::explainDeadEnd() {
   std::vector<Finding> findings = ownFindings();
   Finding last;
   last.certificate = static_cast<uint32_t>(m_way.size() - 1);
-  const Node& top = nodeAt(m_way.size() - 1);
-  const bool isAlone = top.links.empty() && !top.facts->isSelfIssued;
-  last.reason = isAlone ? Reason::noIssuer : Reason::notTrusted;
+  // That there is no issuer can be said only when all were looked for.
+  const bool isWhole = m_stopped == Reason::none || m_stopped == Reason::noAnchors;
+  const bool isAlone = !isNamed(nodeAt(m_way.size() - 1).facts->issuer);
+  last.reason = !isWhole ? m_stopped : isAlone ? Reason::noIssuer : Reason::notTrusted;
   findings.push_back(std::move(last));
   keepIfFurther(pathOf(std::move(findings), nullptr));
+}
+
+// Whether anybody bears a name, though he may be no issuer, as a loop's end is none.
+bool PathBuilder::isNamed(const std::optional<std::string>& name) const noexcept {
+  if (!name || name->empty()) return false;
+  return name == m_leaf.subject || !m_anchors.withName(*name).empty() ||
+         std::any_of(m_sets.begin(), m_sets.end(), [&](const IntermediateIndex* each) {
+           return !each->withSubject(*name).empty();
+         });
 }
 
 Path PathBuilder::pathOf(std::vector<Finding> findings, const IndexedAnchor* anchor) const {
@@ -404,6 +416,8 @@ void PathBuilder::accept(Path path) {
   verified.m_profile = m_options.profile;
   verified.m_anyPolicy = m_policies.holdsAny;
   verified.m_policies = m_policies.held;
+  verified.m_askedPolicies = m_options.policies;
+  verified.m_revocation = m_options.revocation;
   verified.m_leafVouched = m_isLeafVouched;
   verified.m_allVouched = m_areAllVouched;
   if (m_answer.verified.empty()) m_signaturesAtFirst = m_answer.used.signatures;

@@ -56,17 +56,23 @@ struct PolicyOptions {
   bool inhibitAny = false;
 };
 
-/// The least that keys of the leaf and of every certificate on the way may be.
+/// The least that keys of the leaf and of every certificate on the way may be, in bits. The
+/// defaults are those of 112 bits of strength (SP 800-57): RSA and DSA of 2,048 bits, and P-224, so
+/// that P-192 is none that is allowed unless ecBits says so. Whatever is allowed, a key has to be
+/// one that signatures can be checked with.
 struct KeyOptions {
-  unsigned rsaBits = 2048;
-  unsigned dsaBits = 2048;
-  std::vector<Oid> curves = {};  // those allowed; none: every curve that signatures are checked on
+  unsigned rsaBits = 2048;  // of the modulus
+  unsigned dsaBits = 2048;  // of p
+  unsigned ecBits = 224;    // of the field, of curves but Ed25519
+  /// The curves that are allowed; none: all of ecBits. Where any is named, Ed25519 is allowed only
+  /// by its own OID, 1.3.101.112.
+  std::vector<Oid> curves = {};
 };
 
 /// What one verification may cost. A limit keeps ways from being tried; it never discards a way
 /// that was found.
 struct Limits {
-  uint32_t certificates = 16;      // of one way, leaf and anchor included
+  uint32_t certificates = 16;    // of one way, leaf and anchor included; never more than 100
   uint32_t candidates = 32'768;  // issuers found, and as many steps of the search
   uint32_t signatures = 16'384;  // by key: RSA-2048 counts 2, P-256 4, larger curves 24
   // Of names with constraints and of policies. A name is looked for among n constraints of its form
@@ -106,6 +112,7 @@ class PathJudge {
   bool (*m_call)(void*, const Path&) noexcept = nullptr;
 };
 
+/// What is asked of a way. Making one takes memory for an empty set of CRLs: throws std::bad_alloc.
 struct VerifyOptions {
   Purpose purpose = Purpose::unsaid;
   Target target = {};                               // asked for with Purpose::server
@@ -120,7 +127,9 @@ struct VerifyOptions {
   uint32_t paths = 1;     // how many ways to look for
   PathJudge accept = {};  // called once for each way that holds; false makes it none
   Limits limits = {};
-  const std::atomic<bool>* cancel = nullptr;  // looked at between steps; true ends the search
+  /// Looked at between steps; true ends the search. Lives as long as the call, as what `accept`
+  /// refers to does; any thread may set it.
+  const std::atomic<bool>* cancel = nullptr;
 };
 
 /// A certificate and its issuers, leaf first; behind the last the anchor.
@@ -144,18 +153,28 @@ struct HeldPolicy {
 /// as a parameter cannot be called without.
 class VerifiedPath {
  public:
-  const Path& path() const noexcept { return m_path; }
-  const Certificate& leaf() const noexcept { return m_path.certificates.front(); }
-  const TrustAnchor& anchor() const noexcept { return *m_path.anchor; }
+  const Path& path() const& noexcept { return m_path; }
+  const Path& path() const&& = delete;
+  const Certificate& leaf() const& noexcept { return m_path.certificates.front(); }
+  const Certificate& leaf() const&& = delete;
+  const TrustAnchor& anchor() const& noexcept { return *m_path.anchor; }
+  const TrustAnchor& anchor() const&& = delete;
 
   Purpose purpose() const noexcept { return m_purpose; }
-  const Target& target() const noexcept { return m_target; }
+  const Target& target() const& noexcept { return m_target; }
+  const Target& target() const&& = delete;
   std::chrono::sys_seconds at() const noexcept { return m_at; }
   Profile profile() const noexcept { return m_profile; }
   /// Whether anyPolicy holds for the way, which stands for every policy.
   bool holdsAnyPolicy() const noexcept { return m_anyPolicy; }
-  const std::vector<HeldPolicy>& policies() const noexcept { return m_policies; }
-  /// Whether a CRL vouched for the leaf, and for every certificate but the anchor.
+  const std::vector<HeldPolicy>& policies() const& noexcept { return m_policies; }
+  const std::vector<HeldPolicy>& policies() const&& = delete;
+  /// What was asked of policies and of revocation: what is held or vouched for says nothing of
+  /// what had to be.
+  const PolicyOptions& askedPolicies() const& noexcept { return m_askedPolicies; }
+  const PolicyOptions& askedPolicies() const&& = delete;
+  Revocation revocation() const noexcept { return m_revocation; }
+  /// Whether a CRL, or noRevAvail, vouched for the leaf, and for every certificate but the anchor.
   bool isLeafNotRevoked() const noexcept { return m_leafVouched; }
   bool isNothingRevoked() const noexcept { return m_allVouched; }
 
@@ -170,6 +189,8 @@ class VerifiedPath {
   Profile m_profile = Profile::basic;
   bool m_anyPolicy = false;
   std::vector<HeldPolicy> m_policies;
+  PolicyOptions m_askedPolicies;
+  Revocation m_revocation = Revocation::notAsked;
   bool m_leafVouched = false;
   bool m_allVouched = false;
 };
@@ -178,7 +199,7 @@ class VerifiedPath {
 struct [[nodiscard]] Verification {
   std::vector<VerifiedPath> verified;  // none: the answer is no
   Path furthest;                       // then the way that came furthest, with all its findings
-  Reason reason = Reason::none;        // its gravest failure
+  Reason reason = Reason::none;        // its gravest failure, or what ended the search before
   Cost used = {};                      // what it cost
 
   explicit operator bool() const noexcept { return !verified.empty(); }
@@ -188,9 +209,11 @@ struct [[nodiscard]] Verification {
 };
 
 /// Looks for ways from `leaf` over `intermediates` to `anchors` that hold (§6.1), the shortest
-/// first. Takes no lock but those of the sets' own memory, writes no log, and asks no clock when
-/// `options.at` is given. Memory that runs out is Reason::outOfMemory. The answer depends on the
-/// arguments alone: not on the order of a set, on addresses, nor on what was asked before.
+/// first. Takes no lock but that of what the anchors keep, for moments in which nothing is
+/// computed; writes no log, and asks no clock when `options.at` is given. Memory that runs out is
+/// Reason::outOfMemory. The answer depends on the arguments alone, the flag `cancel` among them:
+/// not on the order of a set, on addresses, nor on what was asked before. Any number of threads may
+/// ask with the same arguments.
 Verification verify(const Certificate& leaf, const TrustAnchors& anchors,
                     const CertificateSet& intermediates, const VerifyOptions& options) noexcept;
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "velmora/path/internal/path_builder.h"
 #include "velmora/path/link.h"
@@ -95,8 +96,9 @@ std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(
 
 void PathBuilder::decide() {
   std::vector<Finding> findings;
-  if (!judgeSignatures(findings)) return;
+  if (!judgeSignatures(findings) || !judgeLeafKey()) return;
   judgeLengths(findings);
+  judgeIdentifiers(findings);
   if (!hasFailure(findings)) judgeConstraints(findings);
   if (!hasFailure(findings)) judgeWayPolicies(findings);
   if (!hasFailure(findings)) judgeRevocation(findings);
@@ -109,9 +111,13 @@ void PathBuilder::decide() {
 // All that is wrong; but what nothing trusted vouches for is not computed with.
 void PathBuilder::explain() {
   ++m_waysExplained;
-  std::vector<Finding> findings = ownFindings();
+  std::vector<Finding> findings;
   const bool isVouched = judgeSignatures(findings);
+  if (isVouched) judgeLeafKey();
+  const std::vector<Finding> own = ownFindings();
+  findings.insert(findings.end(), own.begin(), own.end());
   judgeLengths(findings);
+  judgeIdentifiers(findings);
   judgeConstraints(findings);
   judgeWayPolicies(findings);
   if (isVouched) judgeRevocation(findings);
@@ -188,6 +194,15 @@ SignatureCheck PathBuilder::compute(const Node& node, const Link& link) {
   return made;
 }
 
+// Whether the leaf's key is one. It is computed with only when something trusted vouches for it,
+// and once; those of issuers show it by the signatures that they are to check.
+bool PathBuilder::judgeLeafKey() {
+  findingsOf(NodeNumber{0});
+  std::vector<Finding>& findings = *m_nodes.front().findings;
+  if (!std::exchange(m_isLeafKeyJudged, true)) judgeKeyItself(m_leaf, findings);
+  return !hasFailure(findings);
+}
+
 // §6.1.4 (l) and (m).
 void PathBuilder::judgeLengths(std::vector<Finding>& findings) const {
   std::optional<uint64_t> left = anchorOfWay().pathLength;
@@ -202,6 +217,21 @@ void PathBuilder::judgeLengths(std::vector<Finding>& findings) const {
     }
     const Result<BasicConstraints>& own = facts.basicConstraints;
     if (own && own->pathLength) left = std::min(left.value_or(UINT64_MAX), *own->pathLength);
+  }
+}
+
+// §4.2.1.1: a certificate that is self-issued may leave out the identifier of its issuer's key only
+// if the key is its own, which on a way it never is. Of all others departures tell.
+void PathBuilder::judgeIdentifiers(std::vector<Finding>& findings) const {
+  if (m_options.profile != Profile::rfc5280) return;
+  for (size_t place = 0; place < m_way.size(); ++place) {
+    const Certificate& certificate = nodeAt(place).facts->certificate;
+    const Result<AuthorityKeyId> id = certificate.authorityKeyId();
+    const bool isWithout = id ? !id->keyId : id.error().isAbsent();
+    if (!isWithout || !(certificate.subject() == certificate.issuer())) continue;
+    findings.push_back(findingOf(Reason::departure, place));
+    findings.back().departure = DepartureCode::noAuthorityKeyId;
+    findings.back().about = oid::authorityKeyIdentifier;
   }
 }
 
@@ -261,6 +291,19 @@ void PathBuilder::judgeWayPolicies(std::vector<Finding>& findings) {
   }
 }
 
+// Whether what CRLs say of a certificate lets it stand.
+bool isGoodEnough(RevocationState state, bool isAsked) noexcept {
+  switch (state) {
+    case RevocationState::good:
+    case RevocationState::notRevocable:
+      return true;
+    case RevocationState::noCrl:
+      return !isAsked;
+    default:
+      return false;
+  }
+}
+
 /// Who may have signed a CRL about the certificate at a place: its issuer on the way, and others of
 /// that name whose certificates somebody above on the same way signed.
 class WayCrlSigners final : public CrlSigners {
@@ -271,21 +314,24 @@ class WayCrlSigners final : public CrlSigners {
     const size_t issuer = m_place + 1;
     if (issuer == m_builder.m_way.size()) {
       const IndexedAnchor& anchor = m_builder.anchorOfWay();
-      if (maySign(anchor) && hasSigned(crl, anchor)) return true;
+      if (maySignCrls(anchor) && hasSigned(crl, anchor)) return true;
     } else {
       const IndexedCertificate& certificate = *m_builder.nodeAt(issuer).indexed;
-      if (maySign(certificate.facts) && hasSigned(crl, certificate)) return true;
+      if (maySignCrls(certificate) && hasSigned(crl, certificate)) return true;
     }
     return anotherHasSigned(crl);
   }
 
  private:
-  static bool maySign(const CertificateFacts& facts) noexcept {
+  static bool maySignCrls(const CertificateFacts& facts) noexcept {
     return facts.keyUsage ? facts.keyUsage->has(KeyUse::crlSign)
                           : facts.keyUsage.error().isAbsent();
   }
-  static bool maySign(const IndexedAnchor& anchor) noexcept {
-    return !anchor.facts || maySign(*anchor.facts);
+  static bool maySignCrls(const IndexedCertificate& certificate) noexcept {
+    return maySignCrls(certificate.facts);
+  }
+  static bool maySignCrls(const IndexedAnchor& anchor) noexcept {
+    return !anchor.facts || maySignCrls(*anchor.facts);
   }
 
   template <class Signer>
@@ -326,7 +372,7 @@ class WayCrlSigners final : public CrlSigners {
   bool maySign(const IndexedCertificate& signer) const {
     std::vector<Finding> findings;
     judgeCertificate(signer.facts, Role::issuer, m_builder.m_question, findings);
-    return maySign(signer.facts) &&
+    return maySignCrls(signer) &&
            std::none_of(findings.begin(), findings.end(), [](const Finding& each) {
              const bool isAboutCas =
                  each.reason == Reason::notACa || each.reason == Reason::mayNotSign;
@@ -336,12 +382,39 @@ class WayCrlSigners final : public CrlSigners {
 
   bool isVouchedFor(const IndexedCertificate& signer) {
     const IndexedAnchor& anchor = m_builder.anchorOfWay();
-    if (*signer.facts.issuer == anchor.name && isSignedBy(signer, anchor)) return true;
+    if (*signer.facts.issuer == anchor.name && isVouchedForBy(signer, anchor)) return true;
     for (size_t place = m_builder.m_way.size() - 1; place > m_place; --place) {
       const IndexedCertificate& above = *m_builder.nodeAt(place).indexed;
-      if (signer.facts.issuer == above.facts.subject && isSignedBy(signer, above)) return true;
+      if (signer.facts.issuer == above.facts.subject && isVouchedForBy(signer, above)) return true;
     }
     return false;
+  }
+
+  template <class Above>
+  bool isVouchedForBy(const IndexedCertificate& signer, const Above& above) {
+    const auto [found, isNew] =
+        m_builder.m_crlSigners.try_emplace({&signer, above.keyDigest}, false);
+    if (isNew) found->second = isSignedBy(signer, above) && !isRevoked(signer, above);
+    return found->second;
+  }
+
+  // What CRLs of its own issuer say of another signer, with that key alone, so that nobody who is
+  // asked about is asked: revoked, or unknown where it has to be known.
+  template <class Above>
+  bool isRevoked(const IndexedCertificate& signer, const Above& above) {
+    class OneSigner final : public CrlSigners {
+     public:
+      OneSigner(WayCrlSigners& all, const Above& only) : m_all(all), m_only(only) {}
+      bool haveSigned(const Crl& crl) override {
+        return maySignCrls(m_only) && m_all.hasSigned(crl, m_only);
+      }
+
+     private:
+      WayCrlSigners& m_all;
+      const Above& m_only;
+    } one(*this, above);
+    return !isGoodEnough(m_builder.askCrls(signer.facts, one),
+                         m_builder.m_options.revocation == Revocation::all);
   }
 
   template <class Signer>
@@ -364,6 +437,12 @@ class WayCrlSigners final : public CrlSigners {
   size_t m_place;
 };
 
+RevocationState PathBuilder::askCrls(const CertificateFacts& facts, CrlSigners& signers) const {
+  return m_options.crls.m_index
+      ->judge({&facts.certificate, &*facts.issuer, facts.isCa(), m_question.at}, signers)
+      .state;
+}
+
 // §6.1.3 (a)(3) and §6.3.
 void PathBuilder::judgeRevocation(std::vector<Finding>& findings) {
   m_isLeafVouched = false;
@@ -375,14 +454,11 @@ void PathBuilder::judgeRevocation(std::vector<Finding>& findings) {
     const bool isAsked = m_options.revocation == Revocation::all ||
                          (m_options.revocation == Revocation::leaf && place == 0);
     WayCrlSigners signers(*this, place);
-    const RevocationAnswer answer = m_options.crls.m_index->judge(
-        {&facts.certificate, &*facts.issuer, facts.isCa(), m_question.at}, signers);
-    const bool isVouched =
-        answer.state == RevocationState::good || answer.state == RevocationState::notRevocable;
-    if (answer.state == RevocationState::revoked) {
-      findings.push_back(findingOf(Reason::revoked, place));
-    } else if (answer.state == RevocationState::unknown || (isAsked && !isVouched)) {
-      findings.push_back(findingOf(Reason::revocationUnknown, place));
+    const RevocationState state = askCrls(facts, signers);
+    const bool isVouched = isGoodEnough(state, true);
+    if (!isGoodEnough(state, isAsked)) {
+      const bool isRevoked = state == RevocationState::revoked;
+      findings.push_back(findingOf(isRevoked ? Reason::revoked : Reason::revocationUnknown, place));
     }
     if (place == 0) m_isLeafVouched = isVouched;
     m_areAllVouched = m_areAllVouched && isVouched;

@@ -23,8 +23,6 @@ class DepartureList {
   }
 
   void add(DepartureCode code, size_t offset) { add(code, offset, m_about); }
-  /// About that attribute instead, or that extension.
-  void add(DepartureCode code, size_t offset, Bytes about);
   /// Of a value in a name: about its attribute type in a field, about the extension elsewhere.
   void addInName(DepartureCode code, size_t offset, Bytes type) {
     add(code, offset, m_about.empty() ? type : m_about);
@@ -37,7 +35,7 @@ class DepartureList {
   std::vector<Departure> take() &&;
 
  private:
-  void add(DepartureCode code, size_t offset, const Oid& about);
+  void add(DepartureCode code, size_t offset, Bytes about);
 
   std::vector<Departure> m_found;
   Bytes m_about;

@@ -24,14 +24,19 @@ struct Question {
 void judgeCertificate(const CertificateFacts& facts, Role role, const Question& question,
                       std::vector<Finding>& findings);
 
-/// The same of a leaf that is an anchor itself, octet for octet: dates, purpose, target and key.
+/// Appends keyMalformed for a key that signatures cannot be checked with, unless `findings` say why
+/// already. It takes work with the key: up to a square root in its field.
+void judgeKeyItself(const CertificateFacts& facts, std::vector<Finding>& findings);
+
+/// The same as judgeCertificate of a leaf that is an anchor itself, octet for octet: dates,
+/// purpose, target and key, and what of these cannot be read.
 void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
                       std::vector<Finding>& findings);
 
 /// What an anchor is bound to by itself (RFC 5937 §3.2): its purposes and its key, and of one that
 /// is a certificate its dates where the options judge them, that it is a CA and may sign
-/// certificates (but for versions 1 and 2, which cannot say so), its critical extensions, and what
-/// of all that cannot be read.
+/// certificates (but for versions 1 and 2 without extensions, which cannot say so), its critical
+/// extensions, and what of all that cannot be read.
 void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
                  std::vector<Finding>& findings);
 

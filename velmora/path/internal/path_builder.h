@@ -98,16 +98,20 @@ class PathBuilder {
   void decide();
   void explain();
   void explainDeadEnd();
+  bool isNamed(const std::optional<std::string>& name) const noexcept;
   void trustLeafItself(const IndexedAnchor& anchor);
   bool judgeSignatures(std::vector<Finding>& findings);
+  bool judgeLeafKey();
   const SignatureCheck* check(size_t place);
   SignatureCheck compute(const Node& node, const Link& link);
   void judgeLengths(std::vector<Finding>& findings) const;
+  void judgeIdentifiers(std::vector<Finding>& findings) const;
   void judgeConstraints(std::vector<Finding>& findings);
   void judgeConstraints(const PreparedConstraints& constraints, size_t below,
                         std::vector<Finding>& findings);
   void judgeWayPolicies(std::vector<Finding>& findings);
   void judgeRevocation(std::vector<Finding>& findings);
+  RevocationState askCrls(const CertificateFacts& facts, CrlSigners& signers) const;
   std::vector<Finding> ownFindings();
 
   Node& nodeAt(size_t place) noexcept { return m_nodes[m_way[place].node]; }
@@ -143,6 +147,8 @@ class PathBuilder {
   std::map<const IndexedAnchor*, std::vector<Finding>> m_anchorFindings;
   std::map<std::pair<const PreparedConstraints*, NodeNumber>, std::vector<Finding>> m_constrained;
   std::map<std::pair<const std::byte*, Sha256>, bool> m_crlSignatures;  // of a CRL, by a key
+  // Whether a key vouches for another signer of CRLs.
+  std::map<std::pair<const IndexedCertificate*, Sha256>, bool> m_crlSigners;
 
   std::vector<Step> m_way;
   uint32_t m_waysReached = 0;  // to an anchor
@@ -154,6 +160,7 @@ class PathBuilder {
   bool m_isMeasured = false;    // and no link was closed since
   bool m_isCutShort = false;    // there are longer ways than may be taken
   PolicyAnswer m_policies;
+  bool m_isLeafKeyJudged = false;
   bool m_isLeafVouched = false;
   bool m_areAllVouched = false;
 
