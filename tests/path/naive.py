@@ -546,7 +546,7 @@ def parse_crl(der):
     c.flaws, tbs, c.outer, c.signature = signed(der)
     parts = items(tbs[1], c.flaws)
     c.tbs, c.inner, c.issuer = tbs[2], parts[1][2], folded(parts[2][1])
-    c.dates = [moment(tag, body) for tag, body, _ in parts[3:] if tag in (0x17, 0x18)]
+    c.dates = tried(set(), lambda: [moment(tag, body) for tag, body, _ in parts[3:] if tag in (0x17, 0x18)]) or []
     tail = [part for part in parts[4:] if part[0] in (0x30, 0xA0)]
     c.exts = extensions(tail.pop()[1], c.flaws) if tail and tail[-1][0] == 0xA0 else []
     c.ext = {each[0]: each for each in c.exts}
@@ -580,7 +580,7 @@ def revoked(c, way, is_leaf, o):
     if vouched and not is_ca or not required and not theirs:
         return set()
     newest, out = {}, set()
-    for crl in sorted(theirs, key=lambda crl: crl.dates[0]):
+    for crl in sorted(theirs, key=lambda crl: crl.dates[:1]):
         if crl.flaws or weak_hash(crl, o) or all(bad_signature(crl, each.spki) for each in signers):
             continue
         in_time = len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1]

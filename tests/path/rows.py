@@ -94,7 +94,7 @@ beside("extension without value", "extensionListMalformed", seq(oid("1.2.3.4")))
 beside("critical 01", "booleanNotDer", seq(oid("1.2.3.4"), b"\1\1\1", tlv(4)))
 beside("critical false is written", "", seq(oid("1.2.3.4"), b"\1\1\0", tlv(4)))
 for each in "CLR":
-    ext("critical qualifier" + each, each, "criticalNotProcessed", CP, *[seq(seq(oid(P1), seq(seq(oid(
+    ext(f"critical qualifier of {each}", each, "criticalNotProcessed", CP, *[seq(seq(oid(P1), seq(seq(oid(
         qualifier), tlv(0x16, b"a"))))) for qualifier in ("1.3.6.1.5.5.7.2.1", "1.2.3.4")], (True, True))
 put("empty list", "N", "extensionListMalformed", edit=edit(-1, lambda _: tlv(0xA3, seq())))
 for which in (AIA, SIA):
