@@ -114,6 +114,11 @@ def folded(content):
     return out
 
 
+def bad_text(name):
+    texts = [value if isinstance(value, bytes) else b"" for rdn in name for _, value in rdn]
+    return {"nameTextMalformed"} if any(text.decode(errors="ignore").encode() != text for text in texts) else set()
+
+
 # ---- Certificates and CRLs
 def signed(der):
     flaws = set()
@@ -151,6 +156,7 @@ def certificate(der):
     tried(flaws, number, c.number)
     c.issuer, c.subject = folded(parts[2][1]), folded(parts[4][1])
     c.self_issued = c.issuer == c.subject
+    flaws |= bad_text(c.issuer + c.subject)
     c.dates = tried(flaws, lambda: [moment(tag, body) for tag, body, _ in items(parts[3][1], flaws)])
     rest = [each for each in parts[6:] if each[0] == 0xA3]
     if rest:
@@ -380,7 +386,8 @@ def wrong_host(c, o):
     else:
         return set()
     strange = any(form == IP and len(value) not in (4, 16) for form, value in held)
-    return ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
+    texts = set().union(*(bad_text(folded(one(value, 0x30))) for form, value in held if form == DIR))
+    return texts | ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
 
 
 # ---- Rules of a way, which is leaf first

@@ -30,7 +30,8 @@ SAME = {"malformedInput": "malformed", "algorithmsDiffer": "signatureAlgorithmsD
 BESIDE = {"signatureParameters": {"signatureRefused"}, "signatureNotOctets": {"signatureRefused", "unusedBitsSet"},
           "signatureAlgorithmsDiffer": {"signatureParameters"}, "booleanNotDer": {"unknownCriticalExtension"},
           "criticalNotProcessed": {"criticalityWrong"}, "nameNotJudged": {"extensionMalformed"},
-          "extensionListMalformed": {"extensionMalformed", "nameNotJudged", "webAccess"}, "keyMalformed": {"keyNotKnown", "wrongKeyUsage"},
+          "extensionListMalformed": {"extensionMalformed", "nameNotJudged", "webAccess"},
+          "keyMalformed": {"keyNotKnown", "wrongKeyUsage", "webKey"}, "weakKey": {"webKey"},
           "wrongSignature": {"signatureRefused"}, "extensionMalformed": {"nameNotJudged", "revocationUnknown", "booleanNotDer", "constraintsWithoutCa"},
           "lengthNotShortest": {"noIssuer", "notTrusted", "malformed", "extensionMalformed", "keyMalformed"}}
 TARGETS = {"host", "ip", "email"}

@@ -355,6 +355,11 @@ for title, good, bad in (("common name alone", [DNS], [("ip", b"\xc0\0\2\7")]), 
                          ("wide wildcard", [("dns", "*.example.com")], [("dns", "*.com")]),
                          ("trailing dot", [DNS], [("dns", "www.example.com.")])):
     leaf_names(title, "wrongHost", good, bad, purpose="server", host="www.example.com")
+for kind in (CN, SAN, AIA):  # an attribute may have an extension's OID
+    put(f"text of {kind}", "L", "nameTextMalformed", subject=(seq(rdn(kind, "x")), seq(rdn(kind, b"\xff"))))
+for title, reasons, which, options in (("where a host is", "nameTextMalformed", SAN, {"purpose": "server", "host": "www.example.com"}),
+                                       ("nobody asks", "", SAN, {}), ("nobody reads", "", IAN, {})):
+    ext(f"text in names {title}", "L", reasons, which, *[names(DNS, ("dir", seq(rdn(CN, text)))) for text in ("x", b"\xff")], **options)
 for trusted in (False, True):
     row("malformed name beside the host" + ", trusted" * trusted, "L", "extensionMalformed", lambda c, x, bad, trusted=trusted: (
         c.option(purpose="server", host="www.example.com"), x.ext(SAN, names(DNS, ("ip", bytes(5 if bad else 4)))),

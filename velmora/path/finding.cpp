@@ -56,7 +56,7 @@ constexpr Kind kKinds[] = {
     {Reason::keyNotKnown, "keyNotKnown", "",
      "The key is of no kind, or on no curve, that is known."},
     {Reason::keyMalformed, "keyMalformed", "RFC 5280 §4.1.2.7",
-     "The key is none: its numbers are out of range, or its point is not on the curve."},
+     "The key is none: a number is missing or out of range, or its point is not on the curve."},
     {Reason::revoked, "revoked", "RFC 5280 §6.1.3 (a)(3)", "The certificate is revoked."},
     {Reason::revocationUnknown, "revocationUnknown", "RFC 5280 §6.1.3 (a)(3)",
      "No CRL says whether the certificate is revoked."},
