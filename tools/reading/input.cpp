@@ -101,17 +101,18 @@ class FailureRun {
 };
 
 // Hands what the reader finds in one source to the visitor, and failures to the console.
-class SourceSink final : public CertificateSink {
+class SourceSink final : public TypedCertificateSink {
  public:
   SourceSink(std::string_view source, bool errorsAsJson, CertificateVisitor& visitor,
              Console& console)
       : m_source(source), m_errorsAsJson(errorsAsJson), m_visitor(visitor), m_console(console) {}
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> der,
-                   const Result<Certificate>& typed) override {
-    const bool isBer = !typed && typed.error().code == ErrorCode::notDer;
-    if (!isBer) return show(place, der, typed, std::nullopt);
-    show(place, der, certificateFromBer(std::as_bytes(der)), typed.error().offset);
+  void typedCertificate(const CertificatePlace& place, Bytes octets, const Certificate& certificate,
+                        std::optional<uint32_t> berAt) override {
+    const char* reason = visit({{m_source, place.index}, octetsOf(octets), certificate, berAt});
+    if (reason != nullptr) return failure(place, {reason});
+    endRun();
+    m_console.endRecord();
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
@@ -145,20 +146,6 @@ class SourceSink final : public CertificateSink {
   }
 
  private:
-  void show(const CertificatePlace& place, std::span<const unsigned char> der,
-            const Result<Certificate>& typed, std::optional<uint32_t> berAt) {
-    if (!typed) return failure(place, failureOf(typed.error()));
-    const char* reason = visit({{m_source, place.index}, der, *typed, berAt});
-    if (reason != nullptr) return failure(place, {reason});
-    endRun();
-    m_console.endRecord();
-  }
-
-  static CertificateFailure failureOf(const Error& error) {
-    const bool hasPlace = error.code != ErrorCode::outOfMemory;
-    return {error.message(), hasPlace ? std::optional<size_t>(error.offset) : std::nullopt};
-  }
-
   // A certificate for which memory runs out leaves no half of its record behind.
   const char* visit(const InputCertificate& input) {
     const size_t start = m_console.out().getSize();

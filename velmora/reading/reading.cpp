@@ -3,45 +3,56 @@
 #include <algorithm>
 #include <system_error>
 
-#include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/internal/file_feeding.h"
 #include "velmora/support/asn1/ber_walk.h"
 
 namespace velmora {
 namespace {
 
-class ReadingSink final : public CertificateSink {
+class ReadingSink final : public TypedCertificateSink {
  public:
   explicit ReadingSink(Reading& out) : m_out(out) {}
 
-  void certificate(const CertificatePlace& place, std::span<const unsigned char> octets,
-                   const Result<Certificate>& typed) override {
-    const bool isBer = !typed && typed.error().code == ErrorCode::notDer;
-    const Bytes bytes = std::as_bytes(octets);
-    Result<Certificate> read = isBer ? certificateFromBer(bytes) : typed;
-    if (!read) return fail(place, {read.error().message(), {}, 0}, read.error());
-    if (isBer) {
-      m_out.originals.push_back({m_out.certificates.size(), {bytes.begin(), bytes.end()}});
+  void typedCertificate(const CertificatePlace&, Bytes octets, const Certificate& certificate,
+                        std::optional<uint32_t> berAt) override {
+    if (berAt) {
+      m_out.originals.push_back({m_out.certificates.size(), {octets.begin(), octets.end()}});
     }
-    m_out.certificates.push_back(*std::move(read));
+    m_out.certificates.push_back(certificate);
   }
 
   void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
+    if (failure.code == ErrorCode::outOfMemory) throw std::bad_alloc();
     const auto offset = static_cast<uint32_t>(failure.offset.value_or(0));
-    fail(place, failure, {failure.code, failure.found, offset});
+    m_out.failures.push_back({place.index,
+                              place.line,
+                              failure.line,
+                              std::string(place.label),
+                              {failure.code, failure.found, offset},
+                              std::string(failure.reason)});
   }
 
  private:
-  void fail(const CertificatePlace& place, const CertificateFailure& failure, const Error& error) {
-    if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
-    m_out.failures.push_back({place.index, place.line, failure.line, std::string(place.label),
-                              error, std::string(failure.reason)});
-  }
-
   Reading& m_out;
 };
 
+CertificateFailure failureOf(const Error& error) {
+  const bool hasPlace = error.code != ErrorCode::outOfMemory;
+  const auto offset = hasPlace ? std::optional<size_t>(error.offset) : std::nullopt;
+  return {error.message(), offset, 0, error.code, error.found};
+}
+
 }  // namespace
+
+void TypedCertificateSink::certificate(const CertificatePlace& place,
+                                       std::span<const unsigned char> octets,
+                                       const Result<Certificate>& typed) {
+  const Bytes bytes = std::as_bytes(octets);
+  const bool isBer = !typed && typed.error().code == ErrorCode::notDer;
+  const Result<Certificate> read = isBer ? certificateFromBer(bytes) : typed;
+  if (!read) return failure(place, failureOf(read.error()));
+  typedCertificate(place, bytes, *read, isBer ? std::optional(typed.error().offset) : std::nullopt);
+}
 
 Bytes Reading::originalOf(size_t certificate) const& noexcept {
   const auto found = std::lower_bound(

@@ -5,6 +5,8 @@
 // call any of these. Memory that runs out ends in std::bad_alloc.
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,6 +15,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/result.h"
+#include "velmora/reading/certificate_reader.h"
 
 namespace velmora {
 
@@ -65,5 +68,19 @@ Reading readCertificateFile(const std::string& path);
 /// it. Fingerprints of what comes out are those of the DER, which nobody has sent and no signature
 /// needs to be of.
 Result<Certificate> certificateFromBer(Bytes ber) noexcept;
+
+/// A sink for whoever works on typed certificates: of BER it hands on the one that the BER stands
+/// for (certificateFromBer), and what gives none comes as a failure like any other.
+class TypedCertificateSink : public CertificateSink {
+ public:
+  /// One certificate; of the octets as they stood in the input `berAt` is the offset of the first
+  /// that is no DER, none where all of it is. The octets are valid during the call.
+  virtual void typedCertificate(const CertificatePlace& place, Bytes octets,
+                                const Certificate& certificate, std::optional<uint32_t> berAt) = 0;
+
+ private:
+  void certificate(const CertificatePlace& place, std::span<const unsigned char> octets,
+                   const Result<Certificate>& typed) final;
+};
 
 }  // namespace velmora
