@@ -185,8 +185,7 @@ Result<KeyParts> readKey(const Asn1Element& spki) noexcept {
 bool hasFormOfPoint(const KeyParts& key) noexcept {
   const Bytes octets = key.bits;
   if (octets.empty()) return false;
-  const unsigned bits = key.curve.empty() ? bitsOf(key.fieldPrime) : bitsOfCurve(key.curve);
-  const size_t size = (bits + 7) / 8;
+  const size_t size = (bitsOfField(key) + 7) / 8;
   const bool isWhole = octets[0] == std::byte{4};
   const bool isCompressed = octets[0] == std::byte{2} || octets[0] == std::byte{3};
   return (isWhole && (size == 0 || octets.size() == 1 + 2 * size)) ||
@@ -200,11 +199,9 @@ unsigned bitsOf(Bytes number) noexcept {
          static_cast<unsigned>(std::bit_width(first));
 }
 
-unsigned bitsOfCurve(Bytes oid) noexcept {
-  constexpr size_t kLongest = 16;  // more than the OID of any curve
-  char dotted[maxDottedSize(kLongest)];
-  const size_t size = oid.size() <= kLongest ? writeDottedOid(octetsOf(oid), dotted) : 0;
-  const vartime::Curve* const curve = vartime::findCurve({dotted, size});
+unsigned bitsOfField(const KeyParts& key) noexcept {
+  if (key.curve.empty()) return bitsOf(key.fieldPrime);
+  const vartime::Curve* const curve = vartime::findCurve(octetsOf(key.curve));
   return curve != nullptr ? curve->parameters().bits : 0;
 }
 

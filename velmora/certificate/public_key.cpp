@@ -16,7 +16,7 @@ unsigned sizeOf(const KeyParts& parts) noexcept {
     case KeyKind::dsa:
       return bitsOf(parts.p);
     case KeyKind::ec:
-      return parts.curve.empty() ? bitsOf(parts.fieldPrime) : bitsOfCurve(parts.curve);
+      return bitsOfField(parts);
     case KeyKind::ed25519:
       return kEd25519Bits;
     case KeyKind::other:

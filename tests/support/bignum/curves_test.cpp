@@ -128,7 +128,7 @@ TEST_P(CurvesTest, OrderAndBasePoint) {
   for (size_t i = 0; i < list.count; ++i) {
     const Curve& curve = *list.curves[i];
     SCOPED_TRACE(std::string(curve.parameters().name));
-    EXPECT_EQ(findCurve(curve.parameters().oid, path()), &curve);
+    EXPECT_EQ(findCurve(curve.parameters().oid.octets(), path()), &curve);
     const Limbs zero(curve.limbs());
     CurvePoint base = curve.basePoint();
     EXPECT_TRUE(curve.isOnCurve(base));
@@ -137,7 +137,8 @@ TEST_P(CurvesTest, OrderAndBasePoint) {
     base.y[0] ^= 1;
     EXPECT_FALSE(curve.isOnCurve(base));
   }
-  EXPECT_EQ(findCurve("1.2.840.10045.3.1", path()), nullptr);
+  constexpr KnownOid kArc{"1.2.840.10045.3.1"};
+  EXPECT_EQ(findCurve(kArc.octets(), path()), nullptr);
 }
 
 TEST_P(CurvesTest, PointEncodings) {

@@ -46,9 +46,9 @@ std::optional<size_t> readKeyInto(const Asn1Element& spki, KeyParts& parts) noex
 /// curve is not looked at.
 bool hasFormOfPoint(const KeyParts& key) noexcept;
 
-/// The bits of a field or number; 0 for none.
+/// The bits of a number; 0 for none.
 unsigned bitsOf(Bytes number) noexcept;
-/// The bits of a known curve's field; 0 for another.
-unsigned bitsOfCurve(Bytes oid) noexcept;
+/// The bits of the field of an EC key; 0 where the curve is not known.
+unsigned bitsOfField(const KeyParts& key) noexcept;
 
 }  // namespace velmora

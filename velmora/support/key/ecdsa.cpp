@@ -7,7 +7,12 @@
 namespace velmora {
 namespace {
 
-constexpr size_t kLongestCurveOid = 16;
+// The OID, unless it is longer than that of any curve.
+void logCurve(std::span<const unsigned char> oid, LogBase& log) {
+  constexpr size_t kLongest = 16;
+  char dotted[maxDottedSize(kLongest)];
+  log.LogData("curveOid", {dotted, oid.size() <= kLongest ? writeDottedOid(oid, dotted) : 0});
+}
 
 }  // namespace
 
@@ -15,11 +20,9 @@ EccKeyData::EccKeyData(vartime::ArithmeticPath path) : m_path(path), m_orderDivi
 
 bool EccKeyData::assign(std::span<const unsigned char> curveOid,
                         std::span<const unsigned char> point, LogBase& log) {
-  char dotted[maxDottedSize(kLongestCurveOid)];
-  const size_t size = curveOid.size() <= kLongestCurveOid ? writeDottedOid(curveOid, dotted) : 0;
-  m_curve = vartime::findCurve({dotted, size}, m_path);
+  m_curve = vartime::findCurve(curveOid, m_path);
   if (m_curve == nullptr) {
-    log.LogData("curveOid", {dotted, size});
+    logCurve(curveOid, log);
     return refuse("The curve of the key is not known.", log);
   }
   if (!m_curve->decodePoint(m_point, point.data(), point.size())) {

@@ -2,7 +2,7 @@
 
 // The named curves that ECDSA signatures are checked on.
 
-#include <string_view>
+#include <span>
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
@@ -80,7 +80,8 @@ struct CurveList {
 };
 CurveList curves(ArithmeticPath path = bestArithmeticPath()) noexcept;
 
-/// The curve of a dotted OID; null when it is none of those.
-const Curve* findCurve(std::string_view oid, ArithmeticPath path = bestArithmeticPath()) noexcept;
+/// The curve with these content octets of an OID; null when it is none of those.
+const Curve* findCurve(std::span<const unsigned char> oid,
+                       ArithmeticPath path = bestArithmeticPath()) noexcept;
 
 }  // namespace velmora::vartime

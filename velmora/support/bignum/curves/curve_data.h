@@ -13,8 +13,8 @@ namespace velmora::vartime {
 /// Numbers are big-endian hexadecimal text of the field's length in bytes.
 struct CurveParameters {
   std::string_view name;
-  std::string_view oid;  // dotted
-  unsigned bits;         // of the prime; the order has as many
+  KnownOid oid;
+  unsigned bits;  // of the prime; the order has as many
   std::string_view prime;
   std::string_view a;
   std::string_view b;
@@ -26,7 +26,7 @@ struct CurveParameters {
 
 // FIPS 186-4, appendix D.1.2.
 inline constexpr CurveParameters kP192{"P-192",
-                                       known_oid::p192.dotted(),
+                                       known_oid::p192,
                                        192,
                                        "fffffffffffffffffffffffffffffffeffffffffffffffff",
                                        "fffffffffffffffffffffffffffffffefffffffffffffffc",
@@ -37,7 +37,7 @@ inline constexpr CurveParameters kP192{"P-192",
                                        0};
 
 inline constexpr CurveParameters kP224{"P-224",
-                                       known_oid::p224.dotted(),
+                                       known_oid::p224,
                                        224,
                                        "ffffffffffffffffffffffffffffffff000000000000000000000001",
                                        "fffffffffffffffffffffffffffffffefffffffffffffffffffffffe",
@@ -49,7 +49,7 @@ inline constexpr CurveParameters kP224{"P-224",
 
 inline constexpr CurveParameters kP256{
     "P-256",
-    known_oid::p256.dotted(),
+    known_oid::p256,
     256,
     "ffffffff00000001000000000000000000000000ffffffffffffffffffffffff",
     "ffffffff00000001000000000000000000000000fffffffffffffffffffffffc",
@@ -61,7 +61,7 @@ inline constexpr CurveParameters kP256{
 
 inline constexpr CurveParameters kP384{
     "P-384",
-    known_oid::p384.dotted(),
+    known_oid::p384,
     384,
     "fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffe"
     "ffffffff0000000000000000ffffffff",
@@ -79,7 +79,7 @@ inline constexpr CurveParameters kP384{
 
 inline constexpr CurveParameters kP521{
     "P-521",
-    known_oid::p521.dotted(),
+    known_oid::p521,
     521,
     "01ffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffff"
     "ffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffff"
@@ -104,7 +104,7 @@ inline constexpr CurveParameters kP521{
 // SEC 2, version 2.0, section 2.4.1.
 inline constexpr CurveParameters kSecp256k1{
     "secp256k1",
-    known_oid::secp256k1.dotted(),
+    known_oid::secp256k1,
     256,
     "fffffffffffffffffffffffffffffffffffffffffffffffffffffffefffffc2f",
     "0000000000000000000000000000000000000000000000000000000000000000",
@@ -117,7 +117,7 @@ inline constexpr CurveParameters kSecp256k1{
 // RFC 5639, section 3.
 inline constexpr CurveParameters kBrainpoolP256r1{
     "brainpoolP256r1",
-    known_oid::brainpoolP256r1.dotted(),
+    known_oid::brainpoolP256r1,
     256,
     "a9fb57dba1eea9bc3e660a909d838d726e3bf623d52620282013481d1f6e5377",
     "7d5a0975fc2c3057eef67530417affe7fb8055c126dc5c6ce94a4b44f330b5d9",
@@ -129,7 +129,7 @@ inline constexpr CurveParameters kBrainpoolP256r1{
 
 inline constexpr CurveParameters kBrainpoolP384r1{
     "brainpoolP384r1",
-    known_oid::brainpoolP384r1.dotted(),
+    known_oid::brainpoolP384r1,
     384,
     "8cb91e82a3386d280f5d6f7e50e641df152f7109ed5456b412b1da197fb71123"
     "acd3a729901d1a71874700133107ec53",
@@ -147,7 +147,7 @@ inline constexpr CurveParameters kBrainpoolP384r1{
 
 inline constexpr CurveParameters kBrainpoolP512r1{
     "brainpoolP512r1",
-    known_oid::brainpoolP512r1.dotted(),
+    known_oid::brainpoolP512r1,
     512,
     "aadd9db8dbe9c48b3fd4e6ae33c9fc07cb308db3b3c9d20ed6639cca70330871"
     "7d4d9b009bc66842aecda12ae6a380e62881ff2f2d82c68528aa6056583a48f3",

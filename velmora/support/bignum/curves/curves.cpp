@@ -10,10 +10,10 @@ CurveList curves([[maybe_unused]] ArithmeticPath path) noexcept {
   return curvesOn<PortableRows>();
 }
 
-const Curve* findCurve(std::string_view oid, ArithmeticPath path) noexcept {
+const Curve* findCurve(std::span<const unsigned char> oid, ArithmeticPath path) noexcept {
   const CurveList list = curves(path);
   for (size_t i = 0; i < list.count; ++i) {
-    if (list.curves[i]->parameters().oid == oid) return list.curves[i];
+    if (list.curves[i]->parameters().oid.is(oid)) return list.curves[i];
   }
   return nullptr;
 }
