@@ -61,6 +61,7 @@ bool trustRootImplicitly(VelmoraX509& root, const char* set, LogBase& log) {
 }
 
 bool removeTrustedRoot(VelmoraX509& root, const char* set, LogBase& log) {
+  LogContextExitor context(log, "removeTrustedRoot");
   CritSecExitor lock(&root);
   RootTexts texts;
   return texts.read(root, log) && TrustedRoots::removeRoot(set, texts.name());

@@ -22,8 +22,9 @@ bool addTrustedRoot(VelmoraX509& root, const char* set, LogBase& log);
 /// Log context "trustRootImplicitly".
 bool trustRootImplicitly(VelmoraX509& root, const char* set, LogBase& log);
 
-/// Forgets a certificate's name and serial number, and with them a mark. True when they were known.
-/// Holds the certificate's lock.
+/// Forgets the root or mark that has the certificate's name and serial number, whatever its key.
+/// False when there is none, which is no error, and, with an error, when the serial number cannot
+/// be read or memory ran out. Holds the certificate's lock. Log context "removeTrustedRoot".
 bool removeTrustedRoot(VelmoraX509& root, const char* set, LogBase& log);
 
 }  // namespace velmora
