@@ -1,5 +1,8 @@
 #pragma once
 
+// A CRL as it is kept: its octets, and where in them what is asked for stands, so that a list of
+// millions is not turned into objects.
+
 #include <vector>
 
 #include "velmora/path/crl.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Extensions of CRLs and of their entries, which are read alike.
+
 #include <algorithm>
 
 #include "velmora/path/internal/crl_data.h"

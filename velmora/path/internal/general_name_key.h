@@ -1,5 +1,7 @@
 #pragma once
 
+// General names as texts that are the same exactly if the names are, to index and compare them by.
+
 #include <optional>
 #include <string>
 #include <string_view>

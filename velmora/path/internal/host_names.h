@@ -1,5 +1,7 @@
 #pragma once
 
+// Host names and mailboxes, as targets, alternative names and name constraints share them.
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -9,8 +11,6 @@
 #include "velmora/certificate/result.h"
 
 namespace velmora {
-
-// Host names and mailboxes, as targets, alternative names and name constraints share them.
 
 /// The offset of what makes a text no DNS name: a character that is no ASCII letter or digit,
 /// hyphen or underscore (which no rule of hosts allows and many internal names have), an empty

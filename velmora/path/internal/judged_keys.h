@@ -1,5 +1,8 @@
 #pragma once
 
+// What names and constraints are compared by: keys of which one starts the other where the name is
+// within the constraint.
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -9,8 +12,6 @@
 #include "velmora/path/internal/name_constraints.h"
 
 namespace velmora {
-
-// What names and constraints are compared by.
 
 NameForm formOf(const GeneralName& name) noexcept;
 

@@ -1,5 +1,9 @@
 #pragma once
 
+// Excluded subtrees of directory names, where doubt goes against the name: Name::folded() folds
+// what is certain to be the same, and what it tells apart somebody else may still take for one
+// name. An issuer must not get round an exclusion by another string type or by an accent.
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -8,10 +12,6 @@
 #include "velmora/certificate/name.h"
 
 namespace velmora {
-
-// Excluded subtrees of directory names, where doubt goes against the name: Name::folded() folds
-// what is certain to be the same, and what it tells apart somebody else may still take for one
-// name. An issuer must not get round an exclusion by another string type or by an accent.
 
 /// A text as somebody may read it who folds more than ASCII: what is certain of it stands in front
 /// and behind, and between them may be anything. That is what lies from its first to its last

@@ -1,5 +1,8 @@
 #pragma once
 
+// Sets that answer in logarithmic time, so that a certificate with many names under many
+// constraints does not cost the product of both.
+
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -1,5 +1,7 @@
 #pragma once
 
+// A stable sort that does not hide that memory ran out.
+
 #include <algorithm>
 #include <utility>
 #include <vector>
