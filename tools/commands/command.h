@@ -1,5 +1,7 @@
 #pragma once
 
+// What a command is; main.cpp makes the help and the dispatch from the list of them.
+
 #include <span>
 #include <string_view>
 

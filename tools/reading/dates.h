@@ -1,5 +1,7 @@
 #pragma once
 
+// Dates and spans of time between certificates, the command line and people.
+
 #include <chrono>
 #include <cstdint>
 #include <string_view>

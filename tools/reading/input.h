@@ -1,5 +1,8 @@
 #pragma once
 
+// What all commands read: certificates of the files on the command line, one after the other, and
+// one voice for what cannot be read.
+
 #include <cstdint>
 #include <optional>
 #include <span>

@@ -1,5 +1,7 @@
 #pragma once
 
+// The member "decoded" of extensions in JSON; docs/json-schema.json has its shapes.
+
 #include <utility>
 #include <vector>
 

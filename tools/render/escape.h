@@ -1,5 +1,7 @@
 #pragma once
 
+// What keeps hostile text from forging a line or driving a terminal.
+
 #include <string_view>
 
 #include "velmora/support/text/printable.h"

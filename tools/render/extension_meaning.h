@@ -1,5 +1,7 @@
 #pragma once
 
+// Extensions in words, for the rows of "show".
+
 #include <string_view>
 
 #include "tools/render/oid_text.h"

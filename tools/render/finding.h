@@ -1,5 +1,7 @@
 #pragma once
 
+// Departures with the words of the command line, for "lint" and the JSON of "show".
+
 #include <string_view>
 #include <vector>
 

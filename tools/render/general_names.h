@@ -1,5 +1,7 @@
 #pragma once
 
+// General names for people and in JSON, all nine kinds, malformed ones too.
+
 #include <optional>
 #include <string>
 #include <string_view>

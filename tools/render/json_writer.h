@@ -1,5 +1,7 @@
 #pragma once
 
+// JSON as the command line writes it: a value a line, members in the order in which they come.
+
 #include <cstdint>
 #include <optional>
 #include <span>

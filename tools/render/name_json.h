@@ -1,5 +1,7 @@
 #pragma once
 
+// Names in JSON, RDN by RDN, beside the text in which they lose their structure.
+
 #include <string_view>
 
 #include "tools/render/json_writer.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Names in style 0, as VelmoraX509 writes them, made of typed names without its tree.
+
 #include <string>
 #include <string_view>
 #include <vector>

@@ -1,5 +1,8 @@
 #pragma once
 
+// Octets in the types that the rows of a certificate need: characters, digests, hexadecimal,
+// base64.
+
 #include <array>
 #include <span>
 #include <string_view>

@@ -1,5 +1,7 @@
 #pragma once
 
+// OIDs for people, with their names where they have one.
+
 #include <string_view>
 
 #include "velmora/certificate/oid.h"

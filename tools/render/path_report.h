@@ -1,5 +1,7 @@
 #pragma once
 
+// What "verify" says of one certificate: the ways and the findings, as text and as JSON.
+
 #include <map>
 #include <string_view>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+// The two forms of "show" for one certificate after the other.
+
 #include <memory>
 
 #include "tools/reading/input.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// What the text and the JSON of "show" both tell, so that they cannot tell different things.
+
 #include <cstdint>
 #include <optional>
 #include <string_view>

@@ -1,5 +1,7 @@
 #pragma once
 
+// XML laid out for people, for every command that prints some.
+
 #include <string_view>
 
 #include "velmora/support/text/string_buffer.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+// Standard output and standard error: buffered, in order, and never with half a record.
+
 #include <string>
 #include <string_view>
 

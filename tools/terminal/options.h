@@ -1,5 +1,7 @@
 #pragma once
 
+// The command line taken apart, by the options that a command says it has.
+
 #include <charconv>
 #include <initializer_list>
 #include <optional>
