@@ -17,11 +17,7 @@ ShownVersion versionOf(const Certificate& certificate) {
   const Bytes octets = certificate.parts().version;
   if (octets.size() > kMostOctets) return {std::nullopt, octets.size()};
   if (octets.empty()) return {};
-  int64_t value = std::to_integer<signed char>(octets[0]);
-  for (const std::byte octet : octets.subspan(1)) {
-    value = value * 256 + std::to_integer<int64_t>(octet);
-  }
-  return {value + 1};
+  return {integerValue(octets) + 1};
 }
 
 std::optional<VelmoraSysTime> timeOf(const Result<std::chrono::sys_seconds>& moment) {

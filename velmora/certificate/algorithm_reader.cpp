@@ -79,9 +79,7 @@ Result<uint32_t> readNumber(const Asn1Element& element) noexcept {
   std::span<const unsigned char> magnitude;
   if (!DerReader(element.whole).takeUnsigned(magnitude)) return malformedAt(element.offset);
   if (magnitude.size() > sizeof(uint32_t)) return std::numeric_limits<uint32_t>::max();
-  uint32_t number = 0;
-  for (const unsigned char octet : magnitude) number = number << 8 | octet;
-  return number;
+  return static_cast<uint32_t>(bigEndianNumber(magnitude));
 }
 
 // The member [number] EXPLICIT, when it comes next.

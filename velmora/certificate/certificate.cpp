@@ -25,14 +25,6 @@ void digestInto(Bytes octets, std::byte* digest) noexcept {
   hash.finish(reinterpret_cast<unsigned char*>(digest));
 }
 
-// The value of an INTEGER, when int holds it.
-std::optional<int> smallInteger(Bytes content) noexcept {
-  if (content.size() > sizeof(int)) return std::nullopt;
-  uint32_t value = (content[0] & std::byte{0x80}) != std::byte{0} ? ~uint32_t{0} : 0;
-  for (const std::byte octet : content) value = value << 8 | std::to_integer<uint32_t>(octet);
-  return static_cast<int>(value);
-}
-
 // Whether the extension has these contents of an Oid, which are none for an empty one.
 bool hasId(Bytes der, const ExtensionEntry& entry, Bytes id) noexcept {
   if (entry.idSize != id.size() || id.empty()) return false;
@@ -51,14 +43,22 @@ Extension listedExtensionOf(Bytes der, const ExtensionEntry& entry) noexcept {
   return {Oid::fromDer(id), entry.critical, value, id, entry.at, entry.isWellFormed, hasValue};
 }
 
-// The contents of the INTEGER in the [0], where nothing else is.
-Bytes versionOctets(Bytes der, uint32_t at) noexcept {
+// The INTEGER of version [0] EXPLICIT, which may be of any value.
+Result<Asn1Element> versionNumber(Bytes der, uint32_t at) noexcept {
   Asn1Element field;
   Asn1Element number;
-  if (at == 0 || !DerReader(der.subspan(at), at).takeAny(field) || !field.header.constructed)
-    return {};
+  DerReader(der.subspan(at), at).takeAny(field);
+  if (!field.header.constructed) return Error::at(ErrorCode::malformedField, at);
   DerReader members(field);
-  return members.take(asn1_tag::kInteger, number) && members.atEnd() ? number.content : Bytes();
+  const bool isThere = members.take(asn1_tag::kInteger, number);
+  if (!isThere || !members.atEnd()) return Error::at(ErrorCode::malformedField, members.offset());
+  return number;
+}
+
+Bytes versionOctets(Bytes der, uint32_t at) noexcept {
+  if (at == 0) return {};
+  const Result<Asn1Element> number = versionNumber(der, at);
+  return number ? number->content : Bytes();
 }
 
 // Validity ::= SEQUENCE { notBefore Time, notAfter Time }
@@ -101,22 +101,18 @@ Parts Certificate::parts() const& noexcept {
 
 // Version ::= INTEGER { v1(0), v2(1), v3(2) }
 Result<int> Certificate::version() const noexcept {
-  const size_t at = m_block->index().version;
+  const uint32_t at = m_block->index().version;
   if (at == 0) return 1;
-  Asn1Element field;
-  Asn1Element number;
-  DerReader(m_block.bytes().subspan(at), at).takeAny(field);
-  if (!field.header.constructed) return Error::at(ErrorCode::malformedField, at);
-  DerReader members(field);
-  if (!members.take(asn1_tag::kInteger, number) || !isShortestInteger(number.content)) {
-    return Error::at(ErrorCode::malformedField, field.contentOffset());
+  const Result<Asn1Element> number = versionNumber(m_block.bytes(), at);
+  if (!number) return number.error();
+  const Bytes content = number->content;
+  if (!isShortestInteger(content)) return Error::at(ErrorCode::malformedField, number->offset);
+  const bool fits = content.size() <= sizeof(int);
+  const int64_t version = fits ? integerValue(content) + 1 : 0;
+  if (!fits || version > std::numeric_limits<int>::max()) {
+    return Error::at(ErrorCode::tooLarge, number->offset);
   }
-  if (!members.atEnd()) return Error::at(ErrorCode::malformedField, members.offset());
-  const std::optional<int> value = smallInteger(number.content);
-  if (!value || *value == std::numeric_limits<int>::max()) {
-    return Error::at(ErrorCode::tooLarge, number.offset);
-  }
-  return *value + 1;
+  return static_cast<int>(version);
 }
 
 std::string Certificate::serialHex() const {

@@ -72,11 +72,8 @@ struct Listed {
 
 uint64_t markOf(Bytes id) noexcept {
   constexpr size_t kLast = 7;
-  uint64_t mark = std::min<size_t>(id.size(), 0xFF);
-  for (const std::byte octet : id.last(std::min(id.size(), kLast))) {
-    mark = mark << 8 | std::to_integer<uint64_t>(octet);
-  }
-  return mark;
+  const uint64_t size = std::min<size_t>(id.size(), 0xFF);
+  return size << 8 * kLast | bigEndianNumber(id.last(std::min(id.size(), kLast)));
 }
 
 // Whether no extension can be there twice: each is of another kind, but for one that is not known.
@@ -137,8 +134,7 @@ bool isUsualOutside(Bytes der, const ExtensionEntry& entry) noexcept {
 // What an extension of the list is beside its value.
 void examineOutside(const ExaminedCertificate& examined, const ExtensionEntry& entry,
                     DepartureList& list) {
-  constexpr uint32_t kBoolean = 0x01;
-  constexpr ContentSpot kSpots[] = {{1, kBoolean, ContentRule::falseIsDefault}};
+  constexpr ContentSpot kSpots[] = {{1, asn1_tag::kBoolean, ContentRule::falseIsDefault}};
   if (isUsualOutside(examined.der(), entry)) return;
   checkEncoding(elementAt(examined.der(), entry.at), entry.at, kSpots, list);
 }

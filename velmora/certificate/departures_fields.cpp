@@ -50,7 +50,7 @@ void examineSerial(const ExaminedCertificate& examined, DepartureList& list) {
   const bool isZero =
       std::all_of(content.begin(), content.end(), [](std::byte c) { return c == std::byte{0}; });
   if (isZero) list.add(Code::serialZero, serial.offset);
-  if ((content[0] & std::byte{0x80}) != std::byte{0}) list.add(Code::serialNegative, serial.offset);
+  if (isNegativeInteger(content)) list.add(Code::serialNegative, serial.offset);
   if (content.size() > kMostOctets) list.add(Code::serialTooLong, serial.offset);
 }
 
@@ -171,8 +171,8 @@ void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
 
 // UniqueIdentifier ::= BIT STRING, tagged implicitly.
 void examineUniqueIds(const ExaminedCertificate& examined, DepartureList& list) {
-  constexpr ContentSpot kSpots[] = {{0, 0x81, ContentRule::bitString},
-                                    {0, 0x82, ContentRule::bitString}};
+  constexpr ContentSpot kSpots[] = {{0, asn1_identifier::kContext | 1, ContentRule::bitString},
+                                    {0, asn1_identifier::kContext | 2, ContentRule::bitString}};
   for (const size_t at : {examined.index().issuerUniqueId, examined.index().subjectUniqueId}) {
     if (at == 0) continue;
     const Asn1Element field = elementOf(examined, at);

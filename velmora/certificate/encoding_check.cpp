@@ -12,12 +12,9 @@
 namespace velmora {
 namespace {
 
-constexpr unsigned kLongTag = 0x1F;
+using asn1_identifier::kLongTag, asn1_identifier::kSequence;
 
-constexpr unsigned char kConstructed = 0x20;
-constexpr unsigned char kSequence = kConstructed | asn1_tag::kSequence;
 constexpr unsigned char kFirstOtherClass = 0x40;
-constexpr uint32_t kMostShortTag = 30;  // that an identifier of one octet holds
 
 // By the identifier of a type below 31.
 constexpr std::array<ContentRule, 256> rulesOfTypes() noexcept {
@@ -27,7 +24,7 @@ constexpr std::array<ContentRule, 256> rulesOfTypes() noexcept {
   rules[asn1_tag::kBitString] = ContentRule::bitString;
   rules[asn1_tag::kNull] = ContentRule::null;
   rules[asn1_tag::kOid] = ContentRule::objectId;
-  rules[asn1_tag::kSet | kConstructed] = ContentRule::setOf;
+  rules[asn1_identifier::kSet] = ContentRule::setOf;
   return rules;
 }
 
@@ -64,7 +61,7 @@ class EncodingCheck {
     DerWalk walk(m_value);
     Asn1Header header;
     do {
-      if (!walk.take(header) || header.tagNumber > kMostShortTag) return false;
+      if (!walk.take(header) || header.tagNumber >= kLongTag) return false;
       const size_t at = walk.at();
       const auto identifier = std::to_integer<unsigned char>(m_value[at]);
       const size_t next = walk.contentAt() + header.contentSize;

@@ -8,13 +8,6 @@
 #include "velmora/certificate/internal/text_reader.h"
 
 namespace velmora {
-namespace {
-
-bool isNegative(Bytes integer) noexcept {
-  return !integer.empty() && (integer[0] & std::byte{0x80}) != std::byte{0};
-}
-
-}  // namespace
 
 size_t ExtensionReader::count() const noexcept {
   DerReader look = m_members;
@@ -47,22 +40,18 @@ Bytes ExtensionReader::integerOctets(Tag tag) noexcept {
 uint64_t ExtensionReader::unsignedInteger(Tag tag) noexcept {
   const size_t at = offset();
   Bytes octets = integerOctets(tag);
-  if (isNegative(octets)) refuse(at);
+  if (isNegativeInteger(octets)) refuse(at);
   if (m_source.fault) return 0;
   while (!octets.empty() && octets[0] == std::byte{0}) octets = octets.subspan(1);
   if (octets.size() > sizeof(uint64_t)) return std::numeric_limits<uint64_t>::max();
-  uint64_t value = 0;
-  for (const std::byte octet : octets) value = value << 8 | std::to_integer<uint64_t>(octet);
-  return value;
+  return bigEndianNumber(octets);
 }
 
 int64_t ExtensionReader::integer() noexcept {
   using Limits = std::numeric_limits<int64_t>;
   const Bytes octets = integerOctets();
-  if (octets.size() > sizeof(int64_t)) return isNegative(octets) ? Limits::min() : Limits::max();
-  uint64_t value = isNegative(octets) ? ~uint64_t{0} : 0;
-  for (const std::byte octet : octets) value = value << 8 | std::to_integer<uint64_t>(octet);
-  return static_cast<int64_t>(value);
+  if (octets.size() <= sizeof(int64_t)) return integerValue(octets);
+  return isNegativeInteger(octets) ? Limits::min() : Limits::max();
 }
 
 // X.690 §8.6.2 and §11.2.1: an octet that counts the unused bits of the last one, which are 0, and

@@ -32,13 +32,7 @@ class TlsReader {
     return taken;
   }
 
-  uint64_t number(size_t octets) noexcept {
-    uint64_t value = 0;
-    for (const std::byte octet : opaque(octets)) {
-      value = value << 8 | std::to_integer<uint64_t>(octet);
-    }
-    return value;
-  }
+  uint64_t number(size_t octets) noexcept { return bigEndianNumber(opaque(octets)); }
 
   // A vector with two octets that count its octets.
   TlsReader vector() noexcept {

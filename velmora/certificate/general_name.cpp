@@ -25,7 +25,7 @@ OtherName readOtherName(ExtensionReader& name) {
 
 // ORAddress and EDIPartyName are SEQUENCEs, of which nothing more is known here.
 RawName readUntyped(ExtensionReader& name, uint32_t number) {
-  constexpr std::byte kConstructed{0x20};
+  constexpr std::byte kConstructed{asn1_identifier::kConstructed};
   const size_t at = name.offset();
   const Bytes whole = name.any();
   if (!whole.empty() && (whole[0] & kConstructed) == std::byte{0}) name.refuse(at);

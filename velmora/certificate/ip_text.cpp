@@ -4,6 +4,7 @@
 #include <span>
 
 #include "velmora/certificate/general_name.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora {
 namespace {
@@ -27,8 +28,7 @@ void appendIpv4(Bytes octets, std::string& out) {
 constexpr size_t kGroups = 8;
 
 unsigned groupAt(Bytes octets, size_t group) noexcept {
-  return std::to_integer<unsigned>(octets[2 * group]) << 8 |
-         std::to_integer<unsigned>(octets[2 * group + 1]);
+  return static_cast<unsigned>(bigEndianNumber(octets.subspan(2 * group, 2)));
 }
 
 struct Run {

@@ -25,7 +25,8 @@ void checkBy(ExtensionReader& value) {
 constexpr auto kEither = Criticality::either;
 constexpr auto kMust = Criticality::must;
 constexpr auto kMustNot = Criticality::mustNot;
-constexpr uint32_t kBoolean = 0x01, kBitString = 0x03, kContext = 0x80, kConstructed = 0x20;
+using asn1_identifier::kConstructed, asn1_identifier::kContext;
+using asn1_tag::kBitString, asn1_tag::kBoolean;
 
 // The reasons of a distribution point, and the RDN of its name.
 constexpr std::array<ContentSpot, 2> kPointSpots = {

@@ -6,6 +6,7 @@
 #include "velmora/certificate/internal/name_reader.h"
 #include "velmora/certificate/internal/text_reader.h"
 #include "velmora/certificate/name.h"
+#include "velmora/support/asn1/der_element.h"
 #include "velmora/support/text/folded_text.h"
 
 namespace velmora {
@@ -38,14 +39,10 @@ bool sameAttribute(const AttributeElements& a, const AttributeElements& b) noexc
          (isFolded(a) && isFolded(b) && sameFolded(a.value.content, b.value.content));
 }
 
-constexpr unsigned char kUtf8Identifier = asn1_tag::kUtf8String,
-                        kSequenceIdentifier = 0x20 | asn1_tag::kSequence,
-                        kSetIdentifier = 0x20 | asn1_tag::kSet;
-
 constexpr size_t kShortHeader = 2;  // of an element whose contents are below 128 octets
 
 // Starts an element whose size is not known yet; gives where.
-size_t openElement(unsigned char identifier, std::string& out) {
+size_t openElement(uint32_t identifier, std::string& out) {
   const size_t at = out.size();
   const char header[kShortHeader] = {static_cast<char>(identifier), 0};
   out.append(header, sizeof(header));
@@ -54,15 +51,11 @@ size_t openElement(unsigned char identifier, std::string& out) {
 
 // What `out` holds behind its header are its contents.
 void closeElement(size_t at, std::string& out) {
-  const size_t size = out.size() - at - kShortHeader;
-  const size_t following = lengthSize(size) - 1;
-  out[at + 1] = static_cast<char>(following == 0 ? size : 0x80 | following);
-  if (following == 0) return;
-  char length[sizeof(size)];
-  for (size_t i = 0; i < following; ++i) {
-    length[i] = static_cast<char>(size >> 8 * (following - 1 - i));
-  }
-  out.insert(at + kShortHeader, length, following);
+  unsigned char length[kMostLengthSize];
+  const unsigned char* const end = writeLength(out.size() - at - kShortHeader, length);
+  out[at + 1] = static_cast<char>(length[0]);
+  out.insert(at + kShortHeader, reinterpret_cast<const char*>(length + 1),
+             static_cast<size_t>(end - length) - 1);
 }
 
 void appendFoldedText(Bytes content, std::string& out) {
@@ -76,10 +69,10 @@ void appendFoldedText(Bytes content, std::string& out) {
 }
 
 void appendFolded(const AttributeElements& attribute, std::string& out) {
-  const size_t sequence = openElement(kSequenceIdentifier, out);
+  const size_t sequence = openElement(asn1_identifier::kSequence, out);
   out += charactersOf(attribute.type.whole);
   if (isFolded(attribute)) {
-    const size_t value = openElement(kUtf8Identifier, out);
+    const size_t value = openElement(asn1_tag::kUtf8String, out);
     appendFoldedText(attribute.value.content, out);
     closeElement(value, out);
   } else {
@@ -107,7 +100,7 @@ void sortPieces(size_t start, const std::vector<size_t>& ends, std::string& out)
 // there is none.
 bool appendFoldedRdn(NameReader& reader, AttributeElements& attribute, std::string& out) {
   const uint32_t rdn = attribute.rdn;
-  const size_t set = openElement(kSetIdentifier, out);
+  const size_t set = openElement(asn1_identifier::kSet, out);
   std::vector<size_t> ends;  // of an RDN of one attribute not even filled
   appendFolded(attribute, out);
   bool isThere = reader.next(attribute);

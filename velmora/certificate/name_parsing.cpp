@@ -7,6 +7,7 @@
 #include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/name_maker.h"
 #include "velmora/certificate/internal/octets.h"
+#include "velmora/support/asn1/der_element.h"
 #include "velmora/support/asn1/oids.h"
 #include "velmora/support/text/byte_codecs.h"
 #include "velmora/support/text/unicode.h"
@@ -20,18 +21,6 @@ constexpr size_t kMostText = size_t{64} * 1024;
 
 Bytes bytesOf(std::string_view octets) noexcept {
   return std::as_bytes(std::span(octets.data(), octets.size()));
-}
-
-constexpr unsigned kSequence = 0x30;
-constexpr unsigned kSet = 0x31;
-
-// An element with an identifier of one octet.
-std::string elementOf(unsigned identifier, std::string_view content) {
-  std::string element(1, static_cast<char>(identifier));
-  size_t following = lengthSize(content.size()) - 1;
-  element += static_cast<char>(following == 0 ? content.size() : 0x80 | following);
-  while (following-- != 0) element += static_cast<char>(content.size() >> (8 * following) & 0xFF);
-  return element.append(content);
 }
 
 bool isLetterOrDigit(char c) noexcept {
@@ -93,7 +82,7 @@ class NameParser {
     for (; more; more = takes(',')) rdns.push_back(rdn());
     if (m_at != m_text.size()) refuse(m_at);
     std::reverse(rdns.begin(), rdns.end());
-    return elementOf(kSequence, joined(rdns));
+    return elementOf(asn1_identifier::kSequence, joined(rdns));
   }
 
  private:
@@ -104,7 +93,7 @@ class NameParser {
       attributes.push_back(attribute());
     } while (takes('+'));
     std::sort(attributes.begin(), attributes.end());  // X.690 §11.6
-    return elementOf(kSet, joined(attributes));
+    return elementOf(asn1_identifier::kSet, joined(attributes));
   }
 
   static std::string joined(const std::vector<std::string>& parts) {
@@ -121,7 +110,7 @@ class NameParser {
     if (m_fault) return {};
     const bool isHex = m_at != m_text.size() && m_text[m_at] == '#';
     const std::string value = isHex ? hexString() : stringOf(type);
-    return elementOf(kSequence, elementOf(asn1_tag::kOid, type) + value);
+    return elementOf(asn1_identifier::kSequence, elementOf(asn1_tag::kOid, type) + value);
   }
 
   // attributeType = descr / numericoid

@@ -31,8 +31,8 @@ char32_t TextReader::readUniversal() noexcept {
     m_at = m_end;
     return kInvalidSequence;
   }
-  char32_t c = 0;
-  for (int i = 0; i < 4; ++i) c = c << 8 | *m_at++;
+  const char32_t c{loadBigEndian<uint32_t>(m_at)};
+  m_at += 4;
   return isScalarValue(c) ? c : kInvalidSequence;
 }
 

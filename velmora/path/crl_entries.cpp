@@ -37,20 +37,13 @@ bool readEntryExtension(const CrlExtension& extension, RevokedCertificate& revok
 }  // namespace
 
 Bytes shortestSerial(Bytes content) noexcept {
-  while (content.size() > 1) {
-    const bool isNegative = (content[1] & std::byte{0x80}) != std::byte{0};
-    if (content[0] != (isNegative ? std::byte{0xFF} : std::byte{0})) break;
-    content = content.subspan(1);
-  }
+  while (content.size() > 1 && !isShortestInteger(content)) content = content.subspan(1);
   return content;
 }
 
 uint32_t markOfSerial(Bytes shortest) noexcept {
-  uint32_t mark = 0;
-  for (const std::byte octet : shortest.last(std::min<size_t>(shortest.size(), 4))) {
-    mark = mark << 8 | std::to_integer<uint32_t>(octet);
-  }
-  return mark;
+  return static_cast<uint32_t>(
+      bigEndianNumber(shortest.last(std::min<size_t>(shortest.size(), 4))));
 }
 
 Bytes serialAt(const CrlData& data, uint32_t at) noexcept {

@@ -1,12 +1,10 @@
 #include "velmora/path/internal/general_name_key.h"
 
-#include "velmora/support/asn1/der_reader.h"
+#include "velmora/support/asn1/der_element.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
 namespace {
-
-constexpr unsigned char kConstructed = 0x20;
 
 std::string_view charactersOf(Bytes octets) noexcept {
   return {reinterpret_cast<const char*>(octets.data()), octets.size()};
@@ -16,22 +14,6 @@ std::string lower(std::string_view text) {
   std::string small(text);
   for (char& c : small) c = asciiLower(c);
   return small;
-}
-
-// An element of DER with an identifier of one octet.
-std::string elementOf(unsigned char identifier, std::string_view content) {
-  std::string length;
-  for (size_t left = content.size(); left != 0; left >>= 8) {
-    length.insert(length.begin(), static_cast<char>(left & 0xFF));
-  }
-  std::string element(1, static_cast<char>(identifier));
-  if (content.size() < 0x80) {
-    element += static_cast<char>(content.size());
-  } else {
-    element += static_cast<char>(0x80 | length.size());
-    element += length;
-  }
-  return element.append(content);
 }
 
 struct Key {
@@ -76,11 +58,11 @@ std::optional<std::string> keyBelow(std::string_view folded, const std::vector<A
   std::string attributes;
   for (const Attribute& attribute : rdn) {
     const std::string type = elementOf(asn1_tag::kOid, charactersOf(attribute.rawType));
-    attributes += elementOf(kConstructed | asn1_tag::kSequence,
-                            type + std::string(charactersOf(attribute.der)));
+    attributes +=
+        elementOf(asn1_identifier::kSequence, type + std::string(charactersOf(attribute.der)));
   }
-  const std::string set = elementOf(kConstructed | asn1_tag::kSet, attributes);
-  const std::string der = elementOf(kConstructed | asn1_tag::kSequence, set);
+  const std::string set = elementOf(asn1_identifier::kSet, attributes);
+  const std::string der = elementOf(asn1_identifier::kSequence, set);
   const Result<Name> name = Name::fromDer(std::as_bytes(std::span(der)));
   if (!name) return std::nullopt;
   const std::optional<std::string> below = name->folded();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "velmora/support/core/words.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
@@ -97,8 +98,7 @@ std::optional<size_t> takeDotted(std::string_view text, size_t at, Ipv6Groups& r
   if (!last) return at + last.error().offset;
   for (size_t i = 0; i < 4; i += 2) {
     read.groups[read.count++] =
-        static_cast<uint16_t>(std::to_integer<unsigned>(last->octets[i]) << 8 |
-                              std::to_integer<unsigned>(last->octets[i + 1]));
+        static_cast<uint16_t>(bigEndianNumber(Bytes(last->octets).subspan(i, 2)));
   }
   return std::nullopt;
 }

@@ -5,13 +5,16 @@
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/path/internal/host_names.h"
+#include "velmora/support/asn1/asn1_element.h"
 #include "velmora/support/text/ascii.h"
 
 namespace velmora {
 namespace {
 
 // The identifiers of general names: context-specific and primitive.
-constexpr uint8_t kEmailIdentifier = 0x81, kDnsIdentifier = 0x82, kIpIdentifier = 0x87;
+constexpr uint32_t kEmailIdentifier = asn1_identifier::kContext | 1,
+                   kDnsIdentifier = asn1_identifier::kContext | 2,
+                   kIpIdentifier = asn1_identifier::kContext | 7;
 
 constexpr Error notAHost(size_t at) noexcept {
   return Error::at(ErrorCode::notAHost, at);

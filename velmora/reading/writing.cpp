@@ -25,8 +25,7 @@ constexpr unsigned char kBeforeCertificates[] = {0x02, 0x01, 0x01, 0x31, 0x00, 0
                                                  0x0B, 0x06, 0x09, 0x2A, 0x86, 0x48,
                                                  0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
 constexpr unsigned char kNoSigners[] = {0x31, 0x00};
-constexpr unsigned char kSequence = 0x30;
-constexpr unsigned char kContext0 = 0xA0;
+constexpr uint32_t kContext0 = asn1_identifier::kContext | asn1_identifier::kConstructed | 0;
 
 size_t elementSize(size_t contentSize) {
   return 1 + lengthSize(contentSize) + contentSize;
@@ -37,13 +36,9 @@ void append(std::span<const unsigned char> octets, Octets& out) {
   out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-void appendHeader(unsigned char identifier, size_t contentSize, Octets& out) {
-  const size_t size = lengthSize(contentSize);
-  out.push_back(std::byte{identifier});
-  if (size > 1) out.push_back(static_cast<std::byte>(0x80 + size - 1));
-  for (size_t left = size > 1 ? size - 1 : 1; left-- > 0;) {
-    out.push_back(static_cast<std::byte>(contentSize >> (8 * left)));
-  }
+void appendHeader(uint32_t identifier, size_t contentSize, Octets& out) {
+  unsigned char header[1 + kMostLengthSize] = {static_cast<unsigned char>(identifier)};
+  append({header, writeLength(contentSize, header + 1)}, out);
 }
 
 }  // namespace
@@ -65,10 +60,10 @@ Octets toP7b(std::span<const Certificate> certificates) {
   const size_t infoSize = sizeof kSignedData + elementSize(elementSize(dataSize));
   Octets out;
   out.reserve(elementSize(infoSize));
-  appendHeader(kSequence, infoSize, out);
+  appendHeader(asn1_identifier::kSequence, infoSize, out);
   append(kSignedData, out);
   appendHeader(kContext0, elementSize(dataSize), out);
-  appendHeader(kSequence, dataSize, out);
+  appendHeader(asn1_identifier::kSequence, dataSize, out);
   append(kBeforeCertificates, out);
   appendHeader(kContext0, setSize, out);
   for (const Certificate& certificate : certificates) {

@@ -35,9 +35,9 @@ bool DerReader::readIdentifier(Asn1Header& header, size_t& at) noexcept {
   if (at == m_end) return refuse(kCutHeader, at);
   const unsigned char first = m_data[at++];
   header.tagClass = static_cast<Asn1Class>(first >> 6);
-  header.constructed = (first & kConstructed) != 0;
-  header.tagNumber = first & kLongTag;
-  return header.tagNumber != kLongTag || readLongTagNumber(header, at);
+  header.constructed = (first & asn1_identifier::kConstructed) != 0;
+  header.tagNumber = first & asn1_identifier::kLongTag;
+  return header.tagNumber != asn1_identifier::kLongTag || readLongTagNumber(header, at);
 }
 
 bool DerReader::readLongTagNumber(Asn1Header& header, size_t& at) noexcept {
@@ -52,7 +52,7 @@ bool DerReader::readLongTagNumber(Asn1Header& header, size_t& at) noexcept {
     number = number << 7 | (octet & 0x7FU);
   }
   header.tagNumber = number;
-  return number >= kLongTag || refuse(kLongForShortTag, first);
+  return number >= asn1_identifier::kLongTag || refuse(kLongForShortTag, first);
 }
 
 bool DerReader::readLength(Asn1Header& header, size_t& at) noexcept {

@@ -124,7 +124,7 @@ class DerReader {
   }
 
   bool takeSequence(Asn1Element& element) noexcept {
-    return startsWith(asn1_tag::kSequence | kConstructed) && takeAny(element);
+    return startsWith(asn1_identifier::kSequence) && takeAny(element);
   }
   /// `members` reads what is in it.
   bool takeSequence(DerReader& members) noexcept {
@@ -136,7 +136,9 @@ class DerReader {
 
   /// An element [number], below 31.
   bool takeContext(uint32_t number, bool constructed, Asn1Element& element) noexcept {
-    return startsWith(kContext | (constructed ? kConstructed : 0) | number) && takeAny(element);
+    return startsWith(asn1_identifier::kContext |
+                      (constructed ? asn1_identifier::kConstructed : 0) | number) &&
+           takeAny(element);
   }
   bool takeContext(uint32_t number, DerReader& members) noexcept {
     Asn1Element element;
@@ -159,7 +161,6 @@ class DerReader {
   bool takeNullIfPresent() noexcept;
 
  private:
-  static constexpr uint32_t kConstructed = 0x20, kContext = 0x80, kLongTag = 0x1F;
   static constexpr size_t kShortHeader = 2;
 
   // Looks at a header of two octets: a tag number below 31 and a length below 128.
@@ -168,7 +169,9 @@ class DerReader {
     if (left < kShortHeader) return false;
     const unsigned first = m_data[m_pos];
     const unsigned size = m_data[m_pos + 1];
-    if ((first & kLongTag) == kLongTag || size > 0x7F || size > left - kShortHeader) return false;
+    if ((first & asn1_identifier::kLongTag) == asn1_identifier::kLongTag || size > 0x7F ||
+        size > left - kShortHeader)
+      return false;
     header = headerOf(first, kShortHeader, size);
     return true;
   }
@@ -178,7 +181,7 @@ class DerReader {
   bool seeLongerHeader(Asn1Header& header) const noexcept {
     const unsigned char* const at = m_data + m_pos;
     const size_t left = m_end - m_pos;
-    if (left < 4 || (at[0] & kLongTag) == kLongTag) return false;
+    if (left < 4 || (at[0] & asn1_identifier::kLongTag) == asn1_identifier::kLongTag) return false;
     const bool isOfThree = at[1] == 0x82;
     const size_t headerSize = isOfThree ? 4 : 3;
     const size_t size = isOfThree ? static_cast<size_t>(at[2] << 8 | at[3]) : at[2];
@@ -190,9 +193,9 @@ class DerReader {
 
   static Asn1Header headerOf(unsigned identifier, size_t headerSize, size_t size) noexcept {
     return {static_cast<Asn1Class>(identifier >> 6),
-            (identifier & kConstructed) != 0,
+            (identifier & asn1_identifier::kConstructed) != 0,
             false,
-            identifier & kLongTag,
+            identifier & asn1_identifier::kLongTag,
             headerSize,
             size};
   }

@@ -60,8 +60,7 @@ bool takeNumber(DerReader& der, int& number) {
   constexpr size_t kMostOctets = 3;  // more than any key has room for
   std::span<const unsigned char> octets;
   if (!der.takeUnsigned(octets) || octets.size() > kMostOctets) return false;
-  number = 0;
-  for (const unsigned char octet : octets) number = number << 8 | octet;
+  number = static_cast<int>(bigEndianNumber(octets));
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace velmora {
 
@@ -43,6 +44,14 @@ template <class Word>
 inline void storeBigEndian(void* at, Word word) noexcept {
   word = inOrder<std::endian::big>(word);
   std::memcpy(at, &word, sizeof word);
+}
+
+/// The big-endian number of any octets; of more than eight the last eight count.
+template <class Octet>
+constexpr uint64_t bigEndianNumber(std::span<const Octet> octets) noexcept {
+  uint64_t number = 0;
+  for (const Octet octet : octets) number = number << 8 | static_cast<unsigned char>(octet);
+  return number;
 }
 
 }  // namespace velmora

@@ -22,7 +22,8 @@ struct DerIdentifier {
 
 inline DerIdentifier makeIdentifier(Asn1Class tagClass, bool constructed,
                                     uint32_t number) noexcept {
-  return {static_cast<uint32_t>(tagClass) << 6 | (constructed ? 0x20U : 0U), number};
+  return {static_cast<uint32_t>(tagClass) << 6 | (constructed ? asn1_identifier::kConstructed : 0U),
+          number};
 }
 
 /// Appends one element in DER to a buffer, given element by element in the order of the octets. The
@@ -66,13 +67,9 @@ class DerWriter {
     DerIdentifier identifier;
   };
 
-  static constexpr uint32_t kFirstLongTag = 0x1F;
-  static constexpr size_t kFirstLongLength = 0x80;
   static constexpr size_t kMaxIdentifierSize = 6;  // 31 bits in septets, behind one octet
-  static constexpr size_t kMaxLengthSize = 1 + sizeof(size_t);
 
   static unsigned char* writeIdentifier(const DerIdentifier& id, unsigned char* out) noexcept;
-  static unsigned char* writeLength(size_t contentSize, unsigned char* out) noexcept;
 
   DataBuffer& m_der;
   size_t m_headersSize = 0;
@@ -83,26 +80,15 @@ class DerWriter {
 
 inline unsigned char* DerWriter::writeIdentifier(const DerIdentifier& id,
                                                  unsigned char* out) noexcept {
-  if (id.number < kFirstLongTag) {
+  if (id.number < asn1_identifier::kLongTag) {
     *out = static_cast<unsigned char>(id.classAndForm | id.number);
     return out + 1;
   }
-  *out++ = static_cast<unsigned char>(id.classAndForm | kFirstLongTag);
+  *out++ = static_cast<unsigned char>(id.classAndForm | asn1_identifier::kLongTag);
   for (size_t septets = identifierSize(id.number) - 1; septets-- > 0;) {
     const uint32_t septet = id.number >> (7 * septets) & 0x7F;
     *out++ = static_cast<unsigned char>(septet | (septets == 0 ? 0U : 0x80U));
   }
-  return out;
-}
-
-inline unsigned char* DerWriter::writeLength(size_t contentSize, unsigned char* out) noexcept {
-  if (contentSize < kFirstLongLength) {
-    *out = static_cast<unsigned char>(contentSize);
-    return out + 1;
-  }
-  size_t octets = lengthSize(contentSize) - 1;
-  *out++ = static_cast<unsigned char>(0x80 | octets);
-  while (octets-- > 0) *out++ = static_cast<unsigned char>(contentSize >> (8 * octets));
   return out;
 }
 
@@ -123,7 +109,7 @@ inline void DerWriter::close() noexcept {
 template <class Make>
 bool DerWriter::putMade(const DerIdentifier& id, size_t most, Make make) noexcept {
   const size_t start = m_der.size();
-  unsigned char* const element = m_der.extend(kMaxIdentifierSize + kMaxLengthSize + most);
+  unsigned char* const element = m_der.extend(kMaxIdentifierSize + kMostLengthSize + most);
   if (element == nullptr) return false;
   unsigned char* const length = writeIdentifier(id, element);
   unsigned char* const guess = length + lengthSize(most);
