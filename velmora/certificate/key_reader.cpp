@@ -3,7 +3,6 @@
 #include <bit>
 
 #include "velmora/certificate/internal/der_values.h"
-#include "velmora/support/asn1/oids.h"
 #include "velmora/support/bignum/curves/curve.h"
 
 namespace velmora {
