@@ -70,7 +70,8 @@ Reading readCertificateFile(const std::string& path);
 Result<Certificate> certificateFromBer(Bytes ber) noexcept;
 
 /// A sink for whoever works on typed certificates: of BER it hands on the one that the BER stands
-/// for (certificateFromBer), and what gives none comes as a failure like any other.
+/// for (certificateFromBer), and what gives none, also for lack of memory, comes as a failure like
+/// any other.
 class TypedCertificateSink : public CertificateSink {
  public:
   /// One certificate; of the octets as they stood in the input `berAt` is the offset of the first
