@@ -200,6 +200,12 @@ std::vector<Row> fields() {
     return made;
   };
   const Bytes from = utcTime("200101000000Z"), until = utcTime("491231235959Z");
+  const auto date = [&](const char* code, const Bytes& bad, const Bytes& good) {
+    return field(code, &Parts::validity, dates(from, bad), dates(from, good), bad);
+  };
+  const auto cn = [](const char* code, const Bytes& bad, const Bytes& good) {
+    return field(code, &Parts::subject, named(bad), named(good), bad, "2.5.4.3");
+  };
   const Bytes ecdsa = "1.2.840.10045.4.3.2", id = primitive(1, "\0x"s);
   const Bytes salt = context(2, integer("\x20"));
   const Bytes trailer = context(3, integer("\1"));
@@ -246,20 +252,13 @@ std::vector<Row> fields() {
       {"subjectEmpty", nobody, ca().with(&Parts::subject, nobody).with(kSan, san, kTrue),
        ca().with(kSan, san, kTrue)},
       field("nameMalformed", &Parts::subject, sequence(set()), "", set()),
-      field("nameTextMalformed", &Parts::subject, named(utf8("\xFF")), named(utf8("\xC3\xBF")),
-            utf8("\xFF"), "2.5.4.3"),
-      field("nameCharacters", &Parts::subject, named(printable("a@b")), named(ia5("a@b")),
-            printable("a@b"), "2.5.4.3"),
-      field("dateForm", &Parts::validity, dates(from, generalizedTime("20491231235959Z")),
-            dates(from, generalizedTime("20500101000000Z")), generalizedTime("20491231235959Z")),
-      field("dateNotDer", &Parts::validity, dates(utcTime("2001010000Z"), until), "",
-            utcTime("2001010000Z")),
-      field("dateNotDer", &Parts::validity, dates(utcTime("200101000000+0100"), until), "",
-            utcTime("200101000000+0100")),
-      field("dateNotDer", &Parts::validity, dates(from, generalizedTime("20500101000000.5Z")), "",
-            generalizedTime("20500101000000.5Z")),
-      field("dateMalformed", &Parts::validity, dates(from, utcTime("210229000000Z")),
-            dates(from, utcTime("200229000000Z")), utcTime("210229000000Z")),
+      cn("nameTextMalformed", utf8("\xFF"), utf8("\xC3\xBF")),
+      cn("nameCharacters", printable("a@b"), ia5("a@b")),
+      date("dateForm", generalizedTime("20491231235959Z"), generalizedTime("20500101000000Z")),
+      date("dateNotDer", utcTime("4912312359Z"), until),
+      date("dateNotDer", utcTime("491231235959+0100"), until),
+      date("dateNotDer", generalizedTime("20500101000000.5Z"), until),
+      date("dateMalformed", utcTime("210229000000Z"), utcTime("200229000000Z")),
       field("validityBackwards", &Parts::validity, dates(until, from), dates(from, from)),
       field("keyMalformed", &Parts::publicKey,
             sequence(sequence(ed25519, null()), bits(Bytes(32, 'x'))),

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <random>
-
 #include "tests/certificate/typed_test.h"
 
 namespace velmora::test {
@@ -243,38 +240,6 @@ TEST(Name, MatchesByCharactersRdnByRdn) {
     const std::string below = *withSubject(sequence(row.b, o)).subject().folded();
     EXPECT_EQ(below.starts_with(*a.folded()), row.same || (row.b + o).starts_with(row.a));
     EXPECT_EQ(a == b, row.a == row.b);
-  }
-}
-
-TEST(Name, WhatWasWrittenIsParsedBackToTheOctet) {
-  std::mt19937 random(1);
-  const auto below = [&](size_t n) { return random() % n; };
-  const std::string characters[] = {" ", "#", ",", "+",   "\"", "\\", ";", "<",      ">",
-                                    "=", "a", "B", "\0"s, "\n", "/",  "ü", "\u20AC", "😀"};
-  const auto anyText = [&] {
-    std::string text;
-    for (size_t n = below(6); n != 0; --n) text += characters[below(std::size(characters))];
-    return text;
-  };
-  for (int round = 0; round < 2000; ++round) {
-    Bytes name;
-    for (size_t n = below(4); n != 0; --n) {
-      std::vector<Bytes> values;
-      for (size_t i = 1 + below(3) / 2; i != 0; --i) {
-        const Bytes candidates[] = {cn(utf8(anyText())), attribute("2.5.4.6", printable("Q")),
-                                    attribute("1.2.3", utf8(anyText())),
-                                    attribute("2.5.4.10", octets(anyText()))};
-        values.push_back(candidates[below(4)]);
-      }
-      std::sort(values.begin(), values.end());
-      name += set(values.front(), values.size() > 1 ? values.back() : "");
-    }
-    const Name original = withSubject(sequence(name)).subject();
-    const std::string text = *original.rfc4514();
-    const Result<Name> back = Name::parse(text);
-    ASSERT_TRUE(back) << text;
-    EXPECT_EQ(*back, original) << text;
-    EXPECT_TRUE(back->matches(original)) << text;
   }
 }
 

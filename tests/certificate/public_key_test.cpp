@@ -56,6 +56,7 @@ TEST(PublicKeys, AreDescribedOrMalformed) {
       {key(kPss, pss(sha256), rsa), "RSA-PSS 16"},
       {key(kPss, pss(algorithm("1.2.3")), rsa), "RSA-PSS 16"},
       {key(kPss, pss(text), rsa), "malformed", text},
+      {key(kPss, pss(sequence(der::oid("2.16.840.1.101.3.4.2.1"), text)), rsa), "malformed", text},
       {key(kDsa, numbers, dsa), "DSA 7"},
       {key(kDsa, "", dsa), "DSA 0"},
       {key(kDsa, null(), dsa), "malformed", null() + dsa},

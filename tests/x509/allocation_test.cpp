@@ -131,23 +131,6 @@ TEST(X509OutOfMemory, GettersAreRightOrSayThatTheyAreNot) {
   }
 }
 
-// No date passes for one long past, which would make valid what is not valid yet.
-TEST(X509OutOfMemory, DatesAreThoseOfTheCertificate) {
-  const der::Bytes end = generalizedTime("99991231235959Z");
-  const std::pair<der::Bytes, bool> rows[] = {
-      {utcTime("200101000000Z"), false},
-      {generalizedTime("2020010100." + std::string(1000, '9')), false},
-      {generalizedTime("29990101000000Z"), true},
-      {generalizedTime("2999010100." + std::string(1000, '9')), true}};
-  for (const auto& row : rows) {
-    LoadedX509 cert(withField(&der::Certificate::validity, sequence(row.first, end)));
-    LogNull log;
-    bool expired = false;
-    forEachAllocationFault([&] { expired = cert.isCertExpired(log); },
-                           [&](bool) { EXPECT_EQ(expired, row.second) << &row - rows; });
-  }
-}
-
 // What memory ran out for is not absent, so that nothing weaker decides in its place.
 TEST(X509OutOfMemory, IssuersMatchOrDoNot) {
   const auto keyIds = [](const std::string& authority, const std::string& subject) {

@@ -68,18 +68,6 @@ TEST(X509Validity, DatesOfEveryKind) {
   }
 }
 
-// However long a fraction is, its last digit is looked at.
-TEST(X509Validity, FractionsOfEveryLength) {
-  LogNull log;
-  for (size_t digits = 0; digits < 200; ++digits) {
-    for (const auto& [last, year] : {std::pair("9Z", "2999"), {"xZ", "0001"}}) {
-      const der::Bytes time = generalizedTime("29990101000000." + std::string(digits, '9') + last);
-      LoadedX509 cert(withField(&der::Certificate::validity, sequence(time, time)));
-      EXPECT_EQ(datesOf(cert, log).substr(5, 4), year) << digits;
-    }
-  }
-}
-
 // From the first moment of one second to the first of another, counted from the one that it is.
 TEST(X509Validity, IsExactToTheSecondAndLess) {
   VelmoraSysTime now, after;

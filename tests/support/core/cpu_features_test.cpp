@@ -42,13 +42,5 @@ TEST(CpuFeaturesTest, EachRestsOnAllItsBits) {
   }
 }
 
-#if defined(__x86_64__)
-TEST(CpuFeaturesTest, AreThoseThatTheCompilerKnowsOf) {
-  EXPECT_EQ(cpuFeatures().hasBmi2(), __builtin_cpu_supports("bmi2") != 0);
-  EXPECT_EQ(cpuFeatures().hasAvx(), __builtin_cpu_supports("avx") != 0);
-  EXPECT_EQ(cpuFeatures().hasAvx512Ifma(), __builtin_cpu_supports("avx512ifma") != 0);
-}
-#endif
-
 }  // namespace
 }  // namespace velmora

@@ -188,30 +188,12 @@ TEST_F(TrustedRootsTest, AnswersWhileItChanges) {
   changing.join();
 }
 
-TEST_F(TrustedRootsTest, NothingIsHalfChangedWhenMemoryRunsOut) {
+// Whatever it is marked as.
+TEST_F(TrustedRootsTest, ARootWhoseDerCannotBeHandedOutIsNotTrusted) {
   const std::string serial(40, '7');  // too long for a string without an allocation
   const Name name{serial, "a long subject name, b", "a long subject name,b"};
-  const DataBuffer der = bytes("der");
-  const DataBuffer key = bytes("key");
   LogNull log;
-  for (const bool mark : {true, false}) {
-    bool changed = false;
-    const size_t faults = forEachAllocationFault(
-        [&] {
-          TrustedRoots::clear(nullptr);
-          changed = mark ? TrustedRoots::trustImplicitly(nullptr, name, log)
-                         : TrustedRoots::addRoot(nullptr, name, der, key, log);
-        },
-        [&](bool faulted) {
-          ASSERT_EQ(changed, !faulted);
-          ASSERT_EQ(ask(serial, name.compactSubjectDn),
-                    !changed ? "no" : (mark ? "implicit " : "explicit der"));
-          ASSERT_EQ(TrustedRoots::getCount(nullptr), changed ? 1U : 0U);
-        });
-    EXPECT_GT(faults, 0U);
-  }
-  // A root whose DER cannot be handed out is not trusted, whatever it is marked as.
-  ASSERT_TRUE(TrustedRoots::trustImplicitly(nullptr, name, log));
+  ASSERT_TRUE(add(name, "der", "key") && TrustedRoots::trustImplicitly(nullptr, name, log));
   bool trusted = true, implicitly = true;
   DataBuffer out;
   forEachAllocationFault(
