@@ -74,7 +74,6 @@ class CrlReader {
 
   bool readTbs() noexcept {
     CrlMembers members(m_tbs);
-    CrlElement element;
     if (!readVersion(members)) return false;
     if (!takeAlgorithm(members, m_parts.innerAlgorithm)) return false;
     if (!members.take(asn1_tag::kSequence, m_issuer)) return refuse(members);
