@@ -6,10 +6,14 @@ them and a replay runs through all of them. Run it again after a change; the res
 """
 
 import base64
+import sys
 from pathlib import Path
 
 SEEDS = Path(__file__).resolve().parent / "seeds"
 SIGNED = SEEDS.parents[1] / "tests/data/signed_certificates.txt"
+sys.path.insert(0, str(SEEDS.parents[1] / "tests/path"))
+
+import make_chains  # noqa: E402
 
 
 def length(size):
@@ -262,8 +266,16 @@ def both_faces():
         if "Issuer = ed25519\n" in record for line in record.splitlines() if line.startswith("Cert = "))
 
 
+def chains():
+    scenes = make_chains.scenes()
+    (SEEDS.parent / "chains.der").write_bytes(sequence(*(scene.der() for _, scene in scenes)))
+    for number, (title, scene) in enumerate(scenes):
+        for label, data in scene.seeds(number):
+            yield f"{title}_{label}", data
+
+
 def main():
-    for target in der_round_trip, certificate_answers, both_faces:
+    for target in der_round_trip, certificate_answers, both_faces, chains:
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():
