@@ -54,6 +54,7 @@ class Scene:
         self.refused[label] = self.cert("www.example.com", key or issuer.key, issuer, False, exts, **fields)
 
     def crl(self, issuer, *revoked, dates=(AT - DAY, AT + DAY), exts=()):
+        """Of the issuer's name, signed with its key."""
         made = Crl(issuer.subject, issuer.key, entries=[(each.serial, []) for each in revoked],
                    dates=[time(each) for each in dates])
         for ext in ((NUMBER, integer(1)), *exts):
@@ -97,6 +98,10 @@ def revocation():
     scene.crl(gone)
     scene.crl(ca, scene.refused["revoked"])
     scene.crl(ca, dates=(AT - 9 * DAY, AT - DAY))  # says good, and is too old
+    # Somebody else calls himself CA, and says good of everything.
+    forged = scene.ca("CA", ec_key(9), root, signer=ec_key(9))
+    scene.bad("forged", forged)
+    scene.crl(forged, dates=(AT - 1, AT + DAY))
     scene.crl(parts, exts=[(IDP, seq(tlv(0xA0, tlv(0xA0, general("uri", "http://a/1")))), True)])
     return scene
 
