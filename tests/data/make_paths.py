@@ -7,8 +7,8 @@ import sys
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "path"))
 
-from pki import (AKI, AT, BC, DAY, EKU, KU, NC, NUMBER, SKI, Crl, ec_key, integer, key_id, key_usage,  # noqa: E402
-                 make, name, seq, subtrees, time, tlv, uses)
+from pki import (AKI, AT, BC, CP, DAY, EKU, KU, NC, NUMBER, P1, P2, PM, SKI, Crl, ec_key, integer, key_id,  # noqa: E402
+                 key_usage, make, name, oid, policies, seq, subtrees, time, tlv, uses)
 
 UNKNOWN = "1.3.6.1.4.1.99999.9"
 count = 0
@@ -127,6 +127,9 @@ root("rootNoBasic", drop=(BC,))
 root("rootMayNotSign", (KU, key_usage(6), True))
 cert("caOfLeaf", "CA", 1, LEAF, 9)
 cert("caOfNobody", "CA", 1, "Nobody", 9)
+
+cert("caMapping", "CA", 1, "Root", 0, exts=[(CP, policies(P1)), (PM, seq(seq(oid(P1), oid(P2))), True)])
+cert("leafMapped", LEAF, 9, "CA", 1, False, [(CP, policies(P2))])
 
 
 def crl(label, issuer, key, *revoked, dates=(AT - DAY, AT + DAY)):

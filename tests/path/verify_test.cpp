@@ -62,6 +62,27 @@ TEST(Verify, HoldsToTheConstraintsOfANameAndKey) {
   EXPECT_EQ(TrustAnchor::make(name, key.first(20)).error().code, ErrorCode::malformedKey);
 }
 
+// The leaf's, its issuer's and the anchor's, which may be all there is of that.
+TEST(Verify, JudgesEveryKeyOfTheWay) {
+  const CertificateSet issuers(several("ca"));
+  const TrustAnchor anchors[] = {
+      TrustAnchor(named("root")),
+      *TrustAnchor::make(named("root").subject(), named("root").parts().spki)};
+  for (const TrustAnchor& anchor : anchors) {
+    VerifyOptions options = asked();
+    options.keys.curves = {*Oid::parse("1.3.132.0.34"), *Oid::parse("1.2.840.10045.3.1.7")};
+    const TrustAnchors one(std::span(&anchor, 1));
+    EXPECT_TRUE(verify(named("leaf"), one, issuers, options));
+    options.keys.curves.pop_back();
+    std::string places;
+    for (const Finding& each : verify(named("leaf"), one, issuers, options).furthest.findings) {
+      EXPECT_EQ(each.reason, Reason::curveNotAllowed);
+      places += std::to_string(each.certificate);
+    }
+    EXPECT_EQ(places, "012");
+  }
+}
+
 const char* const kManyAnchors = "root rootTwin rootExpired rootOtherKey rootOrg second";
 const char* const kManyIssuers = "ca caTwin caOfSecond caSpoilt caWarned root second";
 
@@ -286,10 +307,11 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
 // there that is not so.
 TEST(Verify, WithoutMemoryNothingHolds) {
   const std::vector<Certificate> roots = several(kManyAnchors);
-  const CertificateSet issuers(several("ca caWarned caOfSecond caSpoilt"));
-  const Certificate& leaf = named("leaf");
-  const std::vector<Bytes> sent = {leaf.der(), named("ca").der(), named("caSpoilt").der()};
+  const CertificateSet issuers(several("ca caWarned caOfSecond caSpoilt caMapping"));
+  const Certificate& leaf = named("leafMapped");
+  const std::vector<Bytes> sent = {leaf.der(), named("caMapping").der(), named("caSpoilt").der()};
   std::vector<VerifyOptions> all = questions();
+  all[0].policies.accepted = {*Oid::parse("1.3.6.1.4.1.99999.1")};
   all[1].purpose = Purpose::server;
   all[1].target = *Target::host("www.example.com");
   all[3].crls = CrlSet(listOf(pki().crls, "crlOfCa crlOfRoot"));
@@ -302,6 +324,7 @@ TEST(Verify, WithoutMemoryNothingHolds) {
             fromBytes ? verify(sent, anchors, options) : verify(leaf, anchors, issuers, options);
       };
       attempt();
+      EXPECT_TRUE(answer || &options != &all[0]);  // over mapped policies
       const std::string expected = wholly(answer);
       anchors = TrustAnchors(roots);
       const size_t faults = forEachAllocationFault(attempt, [&](bool faulted) {

@@ -38,6 +38,15 @@ Asn1Element spkiOf(const Block& block) noexcept {
 
 }  // namespace
 
+Result<PublicKey> PublicKey::parse(Bytes subjectPublicKeyInfo) noexcept {
+  Asn1Element spki;
+  DerReader whole(subjectPublicKeyInfo, 0);
+  if (!whole.takeAny(spki) || !whole.atEnd()) {
+    return Error::at(ErrorCode::malformedKey, whole.offset());
+  }
+  return readKey(spki).transform(descriptionOf);
+}
+
 std::string_view PublicKey::kindName() const noexcept {
   switch (kind) {
     case KeyKind::rsa:

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/certificate/bytes.h"
 #include "velmora/certificate/oid.h"
+#include "velmora/certificate/result.h"
 
 namespace velmora {
 
@@ -18,6 +20,9 @@ struct PublicKey {
   Oid algorithm;      // empty for one of more than Oid::kMaxSize octets
   Oid curve;          // the named curve of an EC key; empty where there is none
   unsigned bits = 0;  // of the modulus, of the prime p, of the curve's field; 0 when not known
+
+  /// From the DER of a SubjectPublicKeyInfo, and nothing behind it. Error malformedKey.
+  static Result<PublicKey> parse(Bytes subjectPublicKeyInfo) noexcept;
 
   /// "RSA", "RSA-PSS", "DSA", "EC", "Ed25519"; empty for others.
   std::string_view kindName() const noexcept;

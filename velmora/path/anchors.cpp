@@ -139,6 +139,7 @@ IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
     constraints = facts->constraints;
     return;
   }
+  if (const Result<PublicKey> described = PublicKey::parse(anchor.key())) key = *described;
   const AnchorConstraints& given = *of.constraints();
   pathLength = given.pathLength;
   purposes = given.purposes;

@@ -127,6 +127,38 @@ bool isWithoutExtensions(const CertificateFacts& facts) noexcept {
          });
 }
 
+void judgeKeySize(unsigned bits, unsigned least, std::vector<Finding>& findings) {
+  if (bits >= least) return;
+  add(Reason::weakKey, findings);
+  findings.back().detail = std::to_string(bits) + " bits";
+}
+
+void judgeCurve(const Oid& id, const std::vector<Oid>& allowed, std::vector<Finding>& findings) {
+  if (allowed.empty() || std::find(allowed.begin(), allowed.end(), id) != allowed.end()) return;
+  add(Reason::curveNotAllowed, findings, id);
+}
+
+void judgeKey(const PublicKey& key, const KeyOptions& least, std::vector<Finding>& findings) {
+  switch (key.kind) {
+    case KeyKind::rsa:
+    case KeyKind::rsaPss:
+      return judgeKeySize(key.bits, least.rsaBits, findings);
+    case KeyKind::dsa:
+      // Parameters of the issuer's key are not taken over (RFC 3279 §2.3.2 leaves that open).
+      return key.bits == 0 ? add(Reason::keyMalformed, findings)
+                           : judgeKeySize(key.bits, least.dsaBits, findings);
+    case KeyKind::ec:
+      if (key.curve.isEmpty()) return;  // a departure
+      if (key.bits == 0) return add(Reason::keyNotKnown, findings, key.curve);
+      judgeKeySize(key.bits, least.ecBits, findings);
+      return judgeCurve(key.curve, least.curves, findings);
+    case KeyKind::ed25519:
+      return judgeCurve(key.algorithm, least.curves, findings);
+    case KeyKind::other:
+      return add(Reason::keyNotKnown, findings, key.algorithm);
+  }
+}
+
 class Judge {
  public:
   Judge(const CertificateFacts& facts, Role role, const Question& question,
@@ -171,25 +203,7 @@ class Judge {
 
   void key() {
     if (!m_facts.key) return;  // a departure
-    const PublicKey& key = *m_facts.key;
-    const KeyOptions& least = m_question.options.keys;
-    switch (key.kind) {
-      case KeyKind::rsa:
-      case KeyKind::rsaPss:
-        return keySize(key.bits, least.rsaBits);
-      case KeyKind::dsa:
-        // Parameters of the issuer's key are not taken over (RFC 3279 §2.3.2 leaves that open).
-        return key.bits == 0 ? add(Reason::keyMalformed) : keySize(key.bits, least.dsaBits);
-      case KeyKind::ec:
-        if (key.curve.isEmpty()) return;  // a departure
-        if (key.bits == 0) return add(Reason::keyNotKnown, key.curve);
-        keySize(key.bits, least.ecBits);
-        return curve(key.curve);
-      case KeyKind::ed25519:
-        return curve(key.algorithm);
-      case KeyKind::other:
-        add(Reason::keyNotKnown, key.algorithm);
-    }
+    judgeKey(*m_facts.key, m_question.options.keys, m_findings);
   }
 
   // RFC 5280 §6.1.4 (o) and §6.1.5 (f).
@@ -297,18 +311,6 @@ class Judge {
     });
   }
 
-  void keySize(unsigned bits, unsigned least) {
-    if (bits >= least) return;
-    add(Reason::weakKey);
-    m_findings.back().detail = std::to_string(bits) + " bits";
-  }
-
-  void curve(const Oid& id) {
-    const std::vector<Oid>& allowed = m_question.options.keys.curves;
-    if (allowed.empty() || std::find(allowed.begin(), allowed.end(), id) != allowed.end()) return;
-    add(Reason::curveNotAllowed, id);
-  }
-
   void algorithm() {
     if (!m_facts.scheme) return;  // the check of the signature says why
     if (m_question.options.allowSha1) return;
@@ -394,7 +396,10 @@ void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
     if (question.options.judgeAnchorDates) judge.dates();
     judge.key();
     if (!isWithoutExtensions(*anchor.facts)) judge.issuer();
-  } else if (anchor.purposes && !allowsBelow(*anchor.purposes, question.options.purpose)) {
+    return;
+  }
+  if (anchor.key) judgeKey(*anchor.key, question.options.keys, findings);
+  if (anchor.purposes && !allowsBelow(*anchor.purposes, question.options.purpose)) {
     add(Reason::wrongPurpose, findings, oid::extKeyUsage);
   }
 }
