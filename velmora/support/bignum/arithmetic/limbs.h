@@ -128,23 +128,32 @@ constexpr void shiftRight(Limb* r, const Limb* a, size_t n, unsigned shift) noex
 }
 
 /// Splits n limbs into `count` words of wordBits bits (at most 64), each in a limb of its own;
-/// bits beyond the words are dropped.
-constexpr void splitWords(Limb* words, size_t count, unsigned wordBits, const Limb* limbs,
-                          size_t n) noexcept {
+/// bits beyond the words are dropped. The words stand in `lanes` columns (a divisor of count): the
+/// first lane of each row of `lanes` words holds the lowest words, row by row, then the second.
+constexpr void splitWords(Limb* words, size_t count, unsigned wordBits, const Limb* limbs, size_t n,
+                          size_t lanes = 1) noexcept {
   const Limb mask = ~Limb{0} >> (kLimbBits - wordBits);
-  for (size_t i = 0; i < count; ++i) words[i] = bitsAt(limbs, n, i * wordBits) & mask;
+  size_t bit = 0;
+  for (size_t lane = 0; lane < lanes; ++lane) {
+    for (size_t i = lane; i < count; i += lanes, bit += wordBits) {
+      words[i] = bitsAt(limbs, n, bit) & mask;
+    }
+  }
 }
 
 /// The reverse of splitWords: `count` words into n limbs; bits beyond the limbs are dropped.
-constexpr void joinWords(Limb* limbs, size_t n, const Limb* words, size_t count,
-                         unsigned wordBits) noexcept {
+constexpr void joinWords(Limb* limbs, size_t n, const Limb* words, size_t count, unsigned wordBits,
+                         size_t lanes = 1) noexcept {
   clearLimbs(limbs, n);
-  for (size_t i = 0; i < count; ++i) {
-    const size_t limb = i * wordBits / kLimbBits;
-    const size_t shift = i * wordBits % kLimbBits;
-    if (limb < n) limbs[limb] |= words[i] << shift;
-    if (shift + wordBits > kLimbBits && limb + 1 < n) {
-      limbs[limb + 1] |= words[i] >> (kLimbBits - shift);
+  size_t bit = 0;
+  for (size_t lane = 0; lane < lanes; ++lane) {
+    for (size_t i = lane; i < count; i += lanes, bit += wordBits) {
+      const size_t limb = bit / kLimbBits;
+      const size_t shift = bit % kLimbBits;
+      if (limb < n) limbs[limb] |= words[i] << shift;
+      if (shift + wordBits > kLimbBits && limb + 1 < n) {
+        limbs[limb + 1] |= words[i] >> (kLimbBits - shift);
+      }
     }
   }
 }

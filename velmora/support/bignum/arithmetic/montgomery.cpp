@@ -18,7 +18,7 @@ bool MontgomeryModulus::assign(const Limb* modulus, size_t n) noexcept {
   const unsigned wordBits = m_kernel->wordBits;
   const size_t bits = bitLength(modulus, n) + (wordBits < kLimbBits ? 2 : 0);
   m_words = (bits + wordBits * kWordMultiple - 1) / (wordBits * kWordMultiple) * kWordMultiple;
-  splitWords(m_modulus, m_words, wordBits, modulus, m_divisor.count());
+  split(m_modulus, modulus, m_divisor.count());
   m_n0 = (Limb{0} - inverseModWord(modulus[0])) & (~Limb{0} >> (kLimbBits - wordBits));
   return true;
 }
@@ -37,14 +37,14 @@ void MontgomeryModulus::enter(Limb* words, const Limb* x) const noexcept {
 }
 
 void MontgomeryModulus::split(Limb* words, const Limb* limbs, size_t n) const noexcept {
-  splitWords(words, m_words, m_kernel->wordBits, limbs, n);
+  splitWords(words, m_words, m_kernel->wordBits, limbs, n, m_kernel->lanes);
 }
 
 // r = the plain number in `words`, below twice the modulus, fully reduced.
 void MontgomeryModulus::leavePlain(Limb* r, Limb* words) const noexcept {
   Limb limbs[kMaxModulusLimbs + 1];
   const size_t n = count();
-  joinWords(limbs, n + 1, words, m_words, m_kernel->wordBits);
+  joinWords(limbs, n + 1, words, m_words, m_kernel->wordBits, m_kernel->lanes);
   m_divisor.reduce(r, limbs, n + 1);
 }
 

@@ -5,6 +5,14 @@
 #include <immintrin.h>
 
 #define VELMORA_IFMA __attribute__((target("avx512f,avx512ifma")))
+// Loops over vectors are unrolled whole, so that each accumulator is a register; those whose count
+// is not known when compiled stay loops, of which Clang would warn.
+#if defined(__clang__)
+#pragma clang diagnostic ignored "-Wpass-failed"
+#define VELMORA_UNROLL _Pragma("unroll")
+#else
+#define VELMORA_UNROLL _Pragma("GCC unroll 10")
+#endif
 
 namespace velmora::vartime {
 
@@ -15,86 +23,130 @@ constexpr size_t kMaxVectors = 40;
 constexpr unsigned kWordBits = 52;
 constexpr Limb kWordMask = (Limb{1} << kWordBits) - 1;
 
-// Carries each accumulator's bits above 52 into the next: at most 64 bits in, words of 52 bits out.
-void propagateCarries(Limb* r, const Limb* accumulators, size_t n) {
-  Limb carry = 0;
-  for (size_t i = 0; i < n; ++i) {
-    const Limb word = accumulators[i] + carry;
-    r[i] = word & kWordMask;
-    carry = word >> kWordBits;
+// The words stand in columns: word l * vectors + v is lane l of vector v. To divide by 2^52 then
+// renames the vectors, and moves the lanes of one alone.
+
+// Carries each word's bits above 52 into the next. One round is enough for all but some 2^-40 of
+// the numbers: what the lanes of the last vector carry reaches the first one again.
+VELMORA_IFMA inline __attribute__((always_inline)) void propagateCarries(__m512i* words,
+                                                                         size_t vectors) {
+  const __m512i mask = _mm512_set1_epi64(static_cast<long long>(kWordMask));
+  do {
+    __m512i carry = _mm512_setzero_si512();
+    for (size_t v = 0; v < vectors; ++v) {
+      const __m512i word = _mm512_add_epi64(words[v], carry);
+      words[v] = _mm512_and_si512(word, mask);
+      carry = _mm512_maskz_srli_epi64(0xff, word, kWordBits);
+    }
+    words[0] = _mm512_add_epi64(words[0], _mm512_maskz_alignr_epi64(0xfe, carry, carry, 7));
+  } while (_mm512_cmpgt_epu64_mask(words[0], mask) != 0);
+}
+
+template <bool kHigh>
+VELMORA_IFMA inline __attribute__((always_inline)) __m512i addHalf(__m512i sum, __m512i a,
+                                                                   __m512i b) {
+  return kHigh ? _mm512_madd52hi_epu64(sum, a, b) : _mm512_madd52lo_epu64(sum, a, b);
+}
+
+// Adds one half of the bits of a * word + modulus * quotient to the accumulators, whose lowest
+// vector stands at `turn`. A square takes each product of words from different vectors once, in
+// the turn of the word whose vector is the lower, into accumulators of its own that count twice.
+template <bool kHigh, bool kSquare>
+VELMORA_IFMA inline __attribute__((always_inline)) void addRow(__m512i* acc, __m512i* twice,
+                                                               size_t vectors, size_t turn,
+                                                               const Limb* a, Limb word,
+                                                               const Limb* modulus, Limb quotient) {
+  const __m512i factor = _mm512_set1_epi64(static_cast<long long>(word));
+  const __m512i q = _mm512_set1_epi64(static_cast<long long>(quotient));
+  VELMORA_UNROLL
+  for (size_t v = 0; v < vectors; ++v) {
+    const size_t to = (turn + (kHigh ? 1 : 0) + v) % vectors;
+    if (!kSquare || v >= turn) {
+      __m512i& sum = kSquare && v > turn ? twice[to] : acc[to];
+      sum = addHalf<kHigh>(sum, _mm512_loadu_si512(a + v * kLanes), factor);
+    }
+    acc[to] = addHalf<kHigh>(acc[to], _mm512_loadu_si512(modulus + v * kLanes), q);
   }
+}
+
+VELMORA_IFMA inline __attribute__((always_inline)) __m512i addTwice(__m512i sum, __m512i twice) {
+  return _mm512_add_epi64(sum, _mm512_add_epi64(twice, twice));
 }
 
 // One word of b per turn: acc = (acc + a * b[i] + modulus * q) / 2^52, with q chosen so that the
 // division is exact. Lanes take up to four 52-bit terms per turn and are only carried at the end,
-// which 64 bits allow for over 1,000 turns. The lowest word also exists as the scalar `low`, whole
-// and carried, because q depends on it and the way from vector to scalar and back is long; lane 0
-// of the vectors is therefore not used. Vectors is the count when known at compile time (then the
-// accumulators are registers), 0 when `count` says it.
-template <size_t Vectors>
+// which 64 bits allow for over 1,000 turns. Because q depends on the lowest word, and the way from
+// vector to scalar and back is long, that word is made in scalars, of what the vectors held one
+// turn ago; where it lies, lane 0 of the lowest vector, the vectors hold nothing of use. Vectors is
+// the count when known at compile time (then the accumulators are registers), 0 when `count` says
+// it. For a square, of at least two vectors, b is a.
+template <size_t Vectors, bool kSquare>
 VELMORA_IFMA inline __attribute__((always_inline)) void multiplyVectors(Limb* r, const Limb* a,
                                                                         const Limb* b,
                                                                         const Limb* modulus,
                                                                         Limb n0, size_t count) {
   const size_t vectors = Vectors != 0 ? Vectors : count;
-  __m512i acc[(Vectors != 0 ? Vectors : kMaxVectors) + 1];
-  for (size_t j = 0; j <= vectors; ++j) acc[j] = _mm512_setzero_si512();
+  const size_t second = vectors > 1 ? kLanes : 1;  // where word 1 is
+  __m512i acc[Vectors != 0 ? Vectors : kMaxVectors];
+  __m512i twice[kSquare ? Vectors : 1];
+  for (size_t v = 0; v < vectors; ++v) acc[v] = _mm512_setzero_si512();
+  for (__m512i& sum : twice) sum = _mm512_setzero_si512();
   Limb low = 0;
-  for (size_t i = 0; i < vectors * kLanes; ++i) {
-    const __m512i bi = _mm512_set1_epi64(static_cast<long long>(b[i]));
-    DoubleLimb sum = DoubleLimb{a[0]} * b[i] + low;
-    const Limb quotient = (static_cast<Limb>(sum) * n0) & kWordMask;
-    const __m512i q = _mm512_set1_epi64(static_cast<long long>(quotient));
-    sum += DoubleLimb{modulus[0]} * quotient;
-    __m512i current = _mm512_madd52lo_epu64(acc[0], _mm512_loadu_si512(a), bi);
-    current = _mm512_madd52lo_epu64(current, _mm512_loadu_si512(modulus), q);
-    for (size_t j = 0; j < vectors; ++j) {
-      const __m512i aj = _mm512_loadu_si512(a + j * kLanes);
-      const __m512i mj = _mm512_loadu_si512(modulus + j * kLanes);
-      __m512i next = acc[j + 1];
-      if (j + 1 < vectors) {
-        next = _mm512_madd52lo_epu64(next, _mm512_loadu_si512(a + (j + 1) * kLanes), bi);
-        next = _mm512_madd52lo_epu64(next, _mm512_loadu_si512(modulus + (j + 1) * kLanes), q);
+  for (size_t lane = 0; lane < kLanes; ++lane) {
+    VELMORA_UNROLL
+    for (size_t turn = 0; turn < vectors; ++turn) {
+      const size_t after = (turn + 1) % vectors;
+      const Limb word = b[turn * kLanes + lane];
+      DoubleLimb sum = low;
+      Limb next = static_cast<Limb>(vectors > 1 ? acc[after][0] : acc[0][1]);
+      if constexpr (kSquare) next += 2 * static_cast<Limb>(twice[after][0]);
+      if (!kSquare || turn == 0) sum += DoubleLimb{a[0]} * word;
+      if (!kSquare || turn <= 1) {
+        next += ((a[second] * word) & kWordMask) << (kSquare && turn == 0 ? 1 : 0);
       }
-      __m512i shifted = _mm512_maskz_alignr_epi64(0xff, next, current, 1);
-      if (j == 0) {
-        low = static_cast<Limb>(shifted[0]) + static_cast<Limb>(sum >> kWordBits);
+      const Limb quotient = (static_cast<Limb>(sum) * n0) & kWordMask;
+      sum += DoubleLimb{modulus[0]} * quotient;
+      low = static_cast<Limb>(sum >> kWordBits) + next + ((modulus[second] * quotient) & kWordMask);
+      addRow<false, kSquare>(acc, twice, vectors, turn, a, word, modulus, quotient);
+      if constexpr (kSquare) {
+        acc[turn] = addTwice(acc[turn], twice[turn]);
+        twice[turn] = _mm512_setzero_si512();
       }
-      shifted = _mm512_madd52hi_epu64(shifted, aj, bi);
-      acc[j] = _mm512_madd52hi_epu64(shifted, mj, q);
-      current = next;
+      acc[turn] = _mm512_maskz_alignr_epi64(0x7f, acc[turn], acc[turn], 1);
+      addRow<true, kSquare>(acc, twice, vectors, turn, a, word, modulus, quotient);
     }
   }
-  Limb words[(Vectors != 0 ? Vectors : kMaxVectors) * kLanes];
-  for (size_t j = 0; j < vectors; ++j) _mm512_storeu_si512(words + j * kLanes, acc[j]);
-  words[0] = low;
-  propagateCarries(r, words, vectors * kLanes);
+  for (size_t v = 0; kSquare && v < vectors; ++v) acc[v] = addTwice(acc[v], twice[v]);
+  acc[0] = _mm512_mask_set1_epi64(acc[0], 1, static_cast<long long>(low));
+  propagateCarries(acc, vectors);
+  for (size_t v = 0; v < vectors; ++v) _mm512_storeu_si512(r + v * kLanes, acc[v]);
 }
 
 // The lengths of 1,024, 1,536, 2,048, 3,072 and 4,096 bits keep their accumulators in registers.
-VELMORA_IFMA void multiply(Limb* r, const Limb* a, const Limb* b, const Limb* modulus, Limb n0,
-                           size_t n) {
+template <bool kSquare>
+VELMORA_IFMA void multiplyOfLength(Limb* r, const Limb* a, const Limb* b, const Limb* modulus,
+                                   Limb n0, size_t n) {
   switch (n / kLanes) {
     case 3:
-      return multiplyVectors<3>(r, a, b, modulus, n0, 3);
+      return multiplyVectors<3, kSquare>(r, a, b, modulus, n0, 3);
     case 4:
-      return multiplyVectors<4>(r, a, b, modulus, n0, 4);
+      return multiplyVectors<4, kSquare>(r, a, b, modulus, n0, 4);
     case 5:
-      return multiplyVectors<5>(r, a, b, modulus, n0, 5);
+      return multiplyVectors<5, kSquare>(r, a, b, modulus, n0, 5);
     case 8:
-      return multiplyVectors<8>(r, a, b, modulus, n0, 8);
+      return multiplyVectors<8, kSquare>(r, a, b, modulus, n0, 8);
     case 10:
-      return multiplyVectors<10>(r, a, b, modulus, n0, 10);
+      return multiplyVectors<10, kSquare>(r, a, b, modulus, n0, 10);
     default:
-      return multiplyVectors<0>(r, a, b, modulus, n0, n / kLanes);
+      return multiplyVectors<0, false>(r, a, b, modulus, n0, n / kLanes);
   }
 }
 
 void square(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n) {
-  multiply(r, a, a, modulus, n0, n);
+  multiplyOfLength<true>(r, a, a, modulus, n0, n);
 }
 
-constexpr MontgomeryKernel kKernel{kWordBits, multiply, square};
+constexpr MontgomeryKernel kKernel{kWordBits, kLanes, multiplyOfLength<false>, square};
 
 }  // namespace
 

@@ -33,7 +33,7 @@ struct LimbKernel {
     }
   }
 
-  static constexpr MontgomeryKernel kKernel{kLimbBits, multiply, square};
+  static constexpr MontgomeryKernel kKernel{kLimbBits, 1, multiply, square};
 };
 
 }  // namespace
