@@ -98,6 +98,97 @@ TEST_P(CurvesTest, FieldOperations) {
   });
 }
 
+// Numbers below p: random ones with limbs of zeros and ones among them, those next to 0 and to p,
+// and powers of two less one, whose sums and products carry at every limb.
+template <class Field>
+std::vector<Limbs> structuredNumbers() {
+  constexpr size_t n = Field::kLimbs;
+  const Limbs p(Field::kPrime.begin(), Field::kPrime.end());
+  Numbers numbers;
+  std::vector<Limbs> all;
+  const auto add = [&](const Limbs& number) {
+    if (compareLimbs(number.data(), p.data(), n) < 0) all.push_back(number);
+  };
+  for (Limb i = 0; i < 3; ++i) {
+    Limbs near(n), offset(n);
+    offset[0] = i;
+    add(offset);
+    offset[0] = i + 1;
+    subLimbs(near.data(), p.data(), offset.data(), n);
+    add(near);
+  }
+  for (size_t bit = 31; bit <= n * kLimbBits; bit += 32) {
+    Limbs ones(n);
+    for (size_t i = 0; i < bit; ++i) ones[i / kLimbBits] |= Limb{1} << i % kLimbBits;
+    add(ones);
+  }
+  while (all.size() < 120) {
+    Limbs number = numbers.limbs(n);
+    number[n - 1] &= p[n - 1];
+    add(number);
+  }
+  return all;
+}
+
+// Every operation of a fast field on what its own operations give, beside C++ alone.
+template <class Fast, class Slow>
+void compareFields() {
+  const auto expectSame = [](const typename Fast::Element& a, const typename Slow::Element& b) {
+    Limbs fast(Fast::kLimbs), slow(Fast::kLimbs);
+    Fast::toPlain(fast.data(), a);
+    Slow::toPlain(slow.data(), b);
+    ASSERT_EQ(fast, slow);
+  };
+  const std::vector<Limbs> numbers = structuredNumbers<Slow>();
+  for (size_t i = 0; i < numbers.size() * numbers.size(); ++i) {
+    typename Fast::Element a, b, r;
+    typename Slow::Element x, y, z;
+    const Limb* first = numbers[i / numbers.size()].data();
+    const Limb* second = numbers[i % numbers.size()].data();
+    // Not the same elements: those of Montgomery form are what fromPlain makes of the numbers.
+    for (const bool plain : {true, false}) {
+      if (plain) {
+        Fast::fromPlain(a, first), Fast::fromPlain(b, second);
+        Slow::fromPlain(x, first), Slow::fromPlain(y, second);
+      } else {
+        copyLimbs(a.v, first, Fast::kLimbs), copyLimbs(b.v, second, Fast::kLimbs);
+        copyLimbs(x.v, first, Fast::kLimbs), copyLimbs(y.v, second, Fast::kLimbs);
+      }
+      Fast::multiply(r, a, b), Slow::multiply(z, x, y);
+      expectSame(r, z);
+      Fast::square(a, r), Slow::square(x, z);
+      expectSame(a, x);
+      Fast::add(a, a, b), Slow::add(x, x, y);
+      expectSame(a, x);
+      Fast::subtract(b, b, r), Slow::subtract(y, y, z);
+      expectSame(b, y);
+      Fast::halve(a, a), Slow::halve(x, x);
+      expectSame(a, x);
+    }
+  }
+}
+
+#if defined(__x86_64__)
+template <const CurveParameters& kParameters>
+void compareCurveFields() {
+  SCOPED_TRACE(std::string(kParameters.name));
+  compareFields<typename CurveConstants<kParameters, MulxRows>::Field,
+                typename CurveConstants<kParameters, PortableRows>::Field>();
+}
+
+TEST(FieldsTest, FastOnesGiveWhatPlainOnesDo) {
+  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
+  compareCurveFields<kP256>();
+  compareCurveFields<kP384>();
+  compareCurveFields<kP521>();
+  compareCurveFields<kSecp256k1>();
+  compareCurveFields<kBrainpoolP384r1>();
+  compareCurveFields<kBrainpoolP512r1>();
+  compareFields<FoldField<Edwards25519Numbers, 38, MulxRows>,
+                FoldField<Edwards25519Numbers, 38, PortableRows>>();
+}
+#endif
+
 TEST_P(CurvesTest, Multiples) {
   const auto check = [](const KeyValueRecord& record) {
     const Curve& curve = curveNamed(record.get("Curve"));

@@ -73,6 +73,15 @@ inline void squareP256(Limb* r, const Limb* a, const Limb* p) {
   MulxRows::reduceOnce4(r, t4, t5, t6, t7, t8, p);
 }
 
+template <class Prime>
+struct MontgomeryOperations<Prime, MulxRows, PrimeShape::kPrime256>
+    : MontgomeryOperations<Prime, MulxRows, PrimeShape::kAny> {
+  static void multiply(Limb* r, const Limb* a, const Limb* b) {
+    multiplyP256(r, a, b, Prime::kPrime.data());
+  }
+  static void square(Limb* r, const Limb* a) { squareP256(r, a, Prime::kPrime.data()); }
+};
+
 // clang-format off
 // r = a + b or a - b of four limbs, with what carries out folded, twice.
 #define VELMORA_FOLDED_CHAIN(first, next)                                                  \

@@ -7,16 +7,6 @@
 
 namespace velmora::vartime {
 
-/// True for 2^256 - 2^224 + 2^192 + 2^96 - 1.
-template <size_t N>
-constexpr bool isP256Prime(const LimbArray<N>& p) {
-  if constexpr (N == 4) {
-    return p[0] == ~Limb{0} && p[1] == 0xffffffff && p[2] == 0 && p[3] == 0xffffffff00000001;
-  } else {
-    return false;
-  }
-}
-
 /// Arithmetic modulo 2^256 - fold for a fold below 2^34, on numbers below 2^256 that need not be
 /// reduced: 2^256 counts as fold.
 template <class Rows>

@@ -3,6 +3,7 @@
 // Arithmetic modulo a prime that is known when the program is compiled.
 
 #include "velmora/support/bignum/arithmetic/inverse.h"
+#include "velmora/support/bignum/fields/internal/mulx_p384.h"
 #include "velmora/support/bignum/fields/internal/mulx_primes.h"
 #include "velmora/support/bignum/fields/internal/portable_primes.h"
 #include "velmora/support/bignum/fields/internal/prime_shape.h"
@@ -31,38 +32,19 @@ struct MontgomeryField {
   static constexpr size_t kLimbs = Prime::kPrime.size();
   static constexpr auto kPrime = Prime::kPrime;
   using Element = FieldElement<kLimbs>;
+  using Operations = MontgomeryOperations<Prime, Rows, shapeOf(kPrime)>;
 
   static void multiply(Element& r, const Element& a, const Element& b) {
-    if constexpr (kIsP256 && Rows::kHasAssembly) {
-      multiplyP256(r.v, a.v, b.v, kPrime.data());
-    } else {
-      Limb t[2 * kLimbs];
-      Rows::template multiply<kLimbs>(t, a.v, b.v);
-      Rows::template montgomeryReduce<kLimbs>(r.v, t, kPrime.data(), kN0);
-    }
+    Operations::multiply(r.v, a.v, b.v);
   }
-
-  static void square(Element& r, const Element& a) {
-    if constexpr (kIsP256 && Rows::kHasAssembly) {
-      squareP256(r.v, a.v, kPrime.data());
-    } else {
-      Limb t[2 * kLimbs];
-      Rows::template square<kLimbs>(t, a.v);
-      Rows::template montgomeryReduce<kLimbs>(r.v, t, kPrime.data(), kN0);
-    }
-  }
-
+  static void square(Element& r, const Element& a) { Operations::square(r.v, a.v); }
   static void add(Element& r, const Element& a, const Element& b) {
-    Rows::template addMod<kLimbs>(r.v, a.v, b.v, kPrime.data());
+    Operations::add(r.v, a.v, b.v);
   }
-
   static void subtract(Element& r, const Element& a, const Element& b) {
-    Rows::template subMod<kLimbs>(r.v, a.v, b.v, kPrime.data());
+    Operations::subtract(r.v, a.v, b.v);
   }
-
-  static void halve(Element& r, const Element& a) {
-    Rows::template halveMod<kLimbs>(r.v, a.v, kPrime.data());
-  }
+  static void halve(Element& r, const Element& a) { Operations::halve(r.v, a.v); }
 
   static bool isZero(const Element& a) { return vartime::isZero(a.v, kLimbs); }
 
@@ -83,7 +65,6 @@ struct MontgomeryField {
   }
 
  private:
-  static constexpr bool kIsP256 = isP256Prime(kPrime);
   static constexpr Limb kN0 = Limb{0} - inverseModWord(kPrime[0]);
   static constexpr Element makeRSquared() {
     Element r{};

@@ -1,6 +1,6 @@
 #pragma once
 
-// Constants of a prime, made when the program is compiled.
+// Primes known when the program is compiled: their constants, and what any of them allows.
 
 #include <array>
 #include <string_view>
@@ -37,5 +37,58 @@ constexpr LimbArray<N> powerOfTwoMod(size_t exponent, const LimbArray<N>& p) {
   }
   return power;
 }
+
+/// Primes that some path has code of its own for.
+enum class PrimeShape {
+  kAny,
+  kPrime256,  // 2^256 - 2^224 + 2^192 + 2^96 - 1
+  kPrime384,  // 2^384 - 2^128 - 2^96 + 2^32 - 1
+};
+
+template <size_t N>
+constexpr PrimeShape shapeOf(const LimbArray<N>& p) {
+  constexpr Limb kOnes = ~Limb{0};
+  if constexpr (N == 4) {
+    if (p == LimbArray<4>{kOnes, 0xffffffff, 0, 0xffffffff00000001}) return PrimeShape::kPrime256;
+  } else if constexpr (N == 6) {
+    if (p == LimbArray<6>{0xffffffff, kOnes << 32, kOnes - 1, kOnes, kOnes, kOnes}) {
+      return PrimeShape::kPrime384;
+    }
+  }
+  return PrimeShape::kAny;
+}
+
+/// Arithmetic modulo Prime::kPrime on numbers below it in Montgomery form: multiply, square, add,
+/// subtract and halve on plain limbs.
+template <class Prime, class Rows, PrimeShape kShape>
+struct MontgomeryOperations {
+  static constexpr auto kPrime = Prime::kPrime;
+  static constexpr size_t kLimbs = kPrime.size();
+  static constexpr Limb kN0 = Limb{0} - inverseModWord(kPrime[0]);
+
+  static void multiply(Limb* r, const Limb* a, const Limb* b) {
+    Limb t[2 * kLimbs];
+    Rows::template multiply<kLimbs>(t, a, b);
+    Rows::template montgomeryReduce<kLimbs>(r, t, kPrime.data(), kN0);
+  }
+
+  static void square(Limb* r, const Limb* a) {
+    Limb t[2 * kLimbs];
+    Rows::template square<kLimbs>(t, a);
+    Rows::template montgomeryReduce<kLimbs>(r, t, kPrime.data(), kN0);
+  }
+
+  static void add(Limb* r, const Limb* a, const Limb* b) {
+    Rows::template addMod<kLimbs>(r, a, b, kPrime.data());
+  }
+
+  static void subtract(Limb* r, const Limb* a, const Limb* b) {
+    Rows::template subMod<kLimbs>(r, a, b, kPrime.data());
+  }
+
+  static void halve(Limb* r, const Limb* a) {
+    Rows::template halveMod<kLimbs>(r, a, kPrime.data());
+  }
+};
 
 }  // namespace velmora::vartime
