@@ -93,13 +93,9 @@ struct MulxRows {
       multiply6(r, a, b);
     } else if constexpr (N < 4) {
       PortableRows::multiply<N>(r, a, b);  // too short to win anything
-    } else if constexpr (N == 8) {
-      MulxBlocks::multiply(r, a, b, N);
     } else {
-      static_assert(N == 9);
-      MulxBlocks::multiply(r, a, b, 8);
-      r[16] = addMultiply(r + 8, a, 8, b[8]);
-      r[17] = addMultiply(r + 8, b, 9, a[8]);
+      static_assert(N == 8);
+      MulxBlocks::multiply(r, a, b, N);
     }
   }
 
@@ -114,11 +110,6 @@ struct MulxRows {
       PortableRows::square<N>(r, a);
     } else if constexpr (N == 8) {
       MulxBlocks::square(r, a, N);
-    } else if constexpr (N == 9) {
-      MulxBlocks::square(r, a, 8);
-      // Once and once more: twice a[8] need not fit a limb.
-      r[16] = addMultiply(r + 8, a, 8, a[8]);
-      r[17] = addMultiply(r + 8, a, 9, a[8]);
     } else {
       static_assert(N == 6);
       clearLimbs(r, N);
@@ -167,11 +158,6 @@ struct MulxRows {
     } else {
       PortableRows::subMod<N>(r, a, b, p);
     }
-  }
-
-  template <size_t N>
-  static void add(Limb* r, const Limb* a, const Limb* b) {
-    addChain<N>(r, a, b);
   }
 
   template <size_t N>
@@ -335,19 +321,15 @@ struct MulxRows {
   }
 
  private:
-  // r = a + b over 6, 8 or 9 limbs; all ones when it carries out.
+  // r = a + b over 6 or 8 limbs; all ones when it carries out.
   template <size_t N>
   VELMORA_INLINE static Limb addChain(Limb* r, const Limb* a, const Limb* b) {
     Limb mask;
     if constexpr (N == 6) {
       VELMORA_CHAIN("add", "adc", "");
-    } else if constexpr (N == 8) {
-      VELMORA_CHAIN("add", "adc", VELMORA_CHAIN_STEP("adc", "48") VELMORA_CHAIN_STEP("adc", "56"));
     } else {
-      static_assert(N == 9);
-      VELMORA_CHAIN("add", "adc",
-                    VELMORA_CHAIN_STEP("adc", "48") VELMORA_CHAIN_STEP("adc", "56")
-                        VELMORA_CHAIN_STEP("adc", "64"));
+      static_assert(N == 8);
+      VELMORA_CHAIN("add", "adc", VELMORA_CHAIN_STEP("adc", "48") VELMORA_CHAIN_STEP("adc", "56"));
     }
     return mask;
   }
@@ -565,7 +547,7 @@ struct MulxRows {
 
   VELMORA_INLINE static void halveMod4(Limb* r, const Limb* a, const Limb* p) {
     static constexpr Limb kZero[4] = {};
-    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], carry = 0;
+    Limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3];
     const Limb* addend = (t0 & 1) != 0 ? p : kZero;
     // clang-format off
     asm(
@@ -573,12 +555,11 @@ struct MulxRows {
         "adc   8(%[addend]), %[t1]\n\t"
         "adc   16(%[addend]), %[t2]\n\t"
         "adc   24(%[addend]), %[t3]\n\t"
-        "adc   $0, %[c]\n\t"
-        "shrd  $1, %[t1], %[t0]\n\t"
-        "shrd  $1, %[t2], %[t1]\n\t"
-        "shrd  $1, %[t3], %[t2]\n\t"
-        "shrd  $1, %[c], %[t3]\n\t"
-        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [c] "+&r"(carry)
+        "rcr   $1, %[t3]\n\t"
+        "rcr   $1, %[t2]\n\t"
+        "rcr   $1, %[t1]\n\t"
+        "rcr   $1, %[t0]\n\t"
+        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3)
         : [addend] "r"(addend), "m"(*reinterpret_cast<const Limb(*)[4]>(p)), "m"(kZero)
         : "cc");
     // clang-format on

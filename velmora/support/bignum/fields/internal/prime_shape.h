@@ -25,6 +25,21 @@ constexpr LimbArray<N> limbsFromHex(std::string_view digits) {
   return limbs;
 }
 
+/// Integers modulo a prime of N limbs. Each field class has the members listed here; all are
+/// static, and results may be the same objects as operands:
+///
+///   multiply, square, add, subtract   r = a * b and so on
+///   halve                             r = a / 2
+///   isZero, equal
+///   toPlain(limbs, a)                the number, below the prime
+///   fromPlain(r, limbs)              from a number below the prime
+///
+/// An element is opaque between fromPlain and toPlain: Montgomery form, or not fully reduced.
+template <size_t N>
+struct FieldElement {
+  Limb v[N];
+};
+
 /// 2^exponent modulo an odd p, by doubling; for constants.
 template <size_t N>
 constexpr LimbArray<N> powerOfTwoMod(size_t exponent, const LimbArray<N>& p) {
