@@ -75,7 +75,6 @@ class CurveImplementation final : public Curve {
   using Arithmetic = JacobianArithmetic<Constants>;
   using Affine = typename Arithmetic::Affine;
   using Jacobian = typename Arithmetic::Jacobian;
-  using Cached = typename Arithmetic::Cached;
   static constexpr size_t kLimbs = Field::kLimbs;
 
  public:
@@ -140,7 +139,7 @@ class CurveImplementation final : public Curve {
 
  private:
   static constexpr unsigned kPointWindow = 5;
-  static constexpr unsigned kBaseWindow = 8;
+  static constexpr unsigned kBaseWindow = 10;
   static constexpr size_t kPointMultiples = size_t{1} << (kPointWindow - 2);
   static constexpr size_t kBaseMultiples = size_t{1} << (kBaseWindow - 2);
   static constexpr size_t kMaxDigits = kLimbs * kLimbBits + 1;
@@ -184,31 +183,27 @@ class CurveImplementation final : public Curve {
     Affine base;
     Field::fromPlain(base.x, Numbers::kBaseX.data());
     Field::fromPlain(base.y, Numbers::kBaseY.data());
-    Cached multiples[kBaseMultiples];
-    Arithmetic::oddMultiples(multiples, kBaseMultiples, base);
     BaseTable table;
-    for (size_t i = 0; i < kBaseMultiples; ++i) {
-      table.multiple[i] = Arithmetic::toAffine(multiples[i].point);
-    }
+    Arithmetic::oddMultiples(table.multiple, base);
     return table;
   }
 
-  template <class Point, size_t kCount>
-  static void addDigit(Jacobian& sum, const Point (&table)[kCount], int digit) {
+  template <size_t kCount>
+  static void addDigit(Jacobian& sum, const Affine (&table)[kCount], int digit) {
     const int magnitude = digit < 0 ? -digit : digit;
     Arithmetic::add(sum, sum, table[magnitude / 2], digit < 0);
   }
 
   // u1 * G + u2 * q, both in non-adjacent form over one chain of doublings.
   static Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) {
-    signed char baseDigits[kMaxDigits];
-    signed char pointDigits[kMaxDigits];
+    Digit baseDigits[kMaxDigits];
+    Digit pointDigits[kMaxDigits];
     const size_t baseCount = nonAdjacentForm(baseDigits, u1, kLimbs, kBaseWindow);
     size_t pointCount = 0;
-    Cached pointTable[kPointMultiples];
+    Affine pointTable[kPointMultiples];
     if (!q.infinity) {
       pointCount = nonAdjacentForm(pointDigits, u2, kLimbs, kPointWindow);
-      Arithmetic::oddMultiples(pointTable, kPointMultiples, enter(q));
+      Arithmetic::oddMultiples(pointTable, enter(q));
     }
     const BaseTable& base = baseTable();
     Jacobian sum = Arithmetic::infinity();

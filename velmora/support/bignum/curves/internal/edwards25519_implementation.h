@@ -85,8 +85,8 @@ class Edwards25519Implementation final : public Edwards25519 {
 
   EdwardsPoint doubleMultiply(const Limb* s, const Limb* k,
                               const EdwardsPoint& a) const noexcept override {
-    signed char baseDigits[kMaxDigits];
-    signed char pointDigits[kMaxDigits];
+    Digit baseDigits[kMaxDigits];
+    Digit pointDigits[kMaxDigits];
     const size_t baseCount = nonAdjacentForm(baseDigits, s, 4, kBaseWindow);
     const size_t pointCount = nonAdjacentForm(pointDigits, k, 4, kPointWindow);
     Cached multiples[kPointMultiples];

@@ -26,17 +26,11 @@ struct JacobianArithmetic {
   struct Jacobian {
     Element x, y, z;
   };
-  /// A Jacobian point with the powers of Z that an addition needs. Not infinity.
-  struct Cached {
-    Jacobian point;
-    Element z2, z3;
-  };
-
   static Jacobian infinity() {
     Jacobian r;
     setSmall<Field>(r.x, 1);
     setSmall<Field>(r.y, 1);
-    setSmall<Field>(r.z, 0);
+    r.z = {};
     return r;
   }
 
@@ -47,13 +41,6 @@ struct JacobianArithmetic {
   }
 
   static bool isInfinity(const Jacobian& p) { return Field::isZero(p.z); }
-
-  static Cached cache(const Jacobian& p) {
-    Cached r{p, {}, {}};
-    Field::square(r.z2, p.z);
-    Field::multiply(r.z3, r.z2, p.z);
-    return r;
-  }
 
   /// r = 2 p. Infinity stays infinity because Z is a factor of the new Z. The usual formula with
   /// all coordinates scaled by 1/2, which saves additions: with m = (3 X^2 + a Z^4) / 2, the new
@@ -89,24 +76,6 @@ struct JacobianArithmetic {
     addAligned(r, p, p.x, p.y, u2, s2, p.z);
   }
 
-  static void add(Jacobian& r, const Jacobian& p, const Cached& q, bool minus) {
-    if (isInfinity(p)) {
-      r = q.point;
-      if (minus) negate(r.y);
-      return;
-    }
-    Element z2, u1, s1, u2, s2, z;
-    Field::square(z2, p.z);
-    Field::multiply(u2, q.point.x, z2);
-    Field::multiply(z2, z2, p.z);
-    Field::multiply(s2, q.point.y, z2);
-    if (minus) negate(s2);
-    Field::multiply(u1, p.x, q.z2);
-    Field::multiply(s1, p.y, q.z3);
-    Field::multiply(z, p.z, q.point.z);
-    addAligned(r, p, u1, s1, u2, s2, z);
-  }
-
   /// y^2 == x^3 + a x + b.
   static bool isOnCurve(const Affine& p) {
     Element left, right;
@@ -125,34 +94,58 @@ struct JacobianArithmetic {
   }
 
   static Affine toAffine(const Jacobian& p) {
-    Affine r;
-    Element inverse, power;
+    Element inverse;
     invert<Field>(inverse, p.z);
+    return scale(p, inverse);
+  }
+
+  /// table[i] = (2i + 1) p; none of them may be infinity. Where X and Y of p are scaled to the
+  /// denominator of 2 p, that point can be added as an affine one, whatever the curve's a becomes.
+  template <size_t kCount>
+  static void oddMultiples(Affine (&table)[kCount], const Affine& p) {
+    Jacobian doubled, multiple[kCount];
+    twice(doubled, fromAffine(p));
+    Element power;
+    Field::square(power, doubled.z);
+    Field::multiply(multiple[0].x, p.x, power);
+    Field::multiply(power, power, doubled.z);
+    Field::multiply(multiple[0].y, p.y, power);
+    setSmall<Field>(multiple[0].z, 1);
+    for (size_t i = 1; i < kCount; ++i) {
+      add(multiple[i], multiple[i - 1], Affine{doubled.x, doubled.y}, false);
+    }
+    for (Jacobian& point : multiple) Field::multiply(point.z, point.z, doubled.z);
+    toAffine(table, multiple);
+  }
+
+  /// The same points, none of which may be infinity, with one inversion for all.
+  template <size_t kCount>
+  static void toAffine(Affine (&r)[kCount], const Jacobian (&points)[kCount]) {
+    Element product[kCount], rest, inverse;  // product[i] is that of the first i + 1 denominators
+    product[0] = points[0].z;
+    for (size_t i = 1; i < kCount; ++i) Field::multiply(product[i], product[i - 1], points[i].z);
+    invert<Field>(rest, product[kCount - 1]);
+    for (size_t i = kCount - 1; i != 0; --i) {
+      Field::multiply(inverse, rest, product[i - 1]);
+      Field::multiply(rest, rest, points[i].z);
+      r[i] = scale(points[i], inverse);
+    }
+    r[0] = scale(points[0], rest);
+  }
+
+ private:
+  // Zero has no limb set in any field.
+  static void negate(Element& y) { Field::subtract(y, Element{}, y); }
+
+  // (X inverse^2, Y inverse^3)
+  static Affine scale(const Jacobian& p, const Element& inverse) {
+    Affine r;
+    Element power;
     Field::square(power, inverse);
     Field::multiply(r.x, p.x, power);
     Field::multiply(power, power, inverse);
     Field::multiply(r.y, p.y, power);
     return r;
-  }
-
-  /// table[i] = (2i + 1) p for `count` entries.
-  static void oddMultiples(Cached* table, size_t count, const Affine& p) {
-    Jacobian doubled;
-    table[0] = cache(fromAffine(p));
-    twice(doubled, table[0].point);
-    const Cached step = cache(doubled);
-    for (size_t i = 1; i < count; ++i) {
-      Jacobian sum;
-      add(sum, table[i - 1].point, step, false);
-      table[i] = cache(sum);
-    }
-  }
-
- private:
-  static void negate(Element& y) {
-    Element zero;
-    setSmall<Field>(zero, 0);
-    Field::subtract(y, zero, y);
   }
 
   // (3 X^2 + a Z^4) / 2.

@@ -35,11 +35,13 @@ class SlidingWindow {
   size_t m_position = 0;
 };
 
+using Digit = std::int16_t;
+
 /// Width-w non-adjacent form: writes digits[i] for i from 0 to n * 64, odd and below 2^(width - 1)
 /// in magnitude or 0, so that the number is the sum of digits[i] * 2^i. Of any `width` digits in a
-/// row at most one is not 0. Width at most 8. Returns the number of digits up to the last one that
+/// row at most one is not 0. Width at most 16. Returns the number of digits up to the last one that
 /// is not 0.
-inline size_t nonAdjacentForm(signed char* digits, const Limb* number, size_t n, unsigned width) {
+inline size_t nonAdjacentForm(Digit* digits, const Limb* number, size_t n, unsigned width) {
   const size_t bits = n * kLimbBits;
   size_t used = 0;
   unsigned carry = 0;
@@ -50,7 +52,7 @@ inline size_t nonAdjacentForm(signed char* digits, const Limb* number, size_t n,
       continue;
     }
     carry = low >> (width - 1) & 1;
-    digits[i] = static_cast<signed char>(static_cast<int>(low) - static_cast<int>(carry << width));
+    digits[i] = static_cast<Digit>(static_cast<int>(low) - static_cast<int>(carry << width));
     used = i + 1;
     for (size_t stop = i + width; ++i < stop && i <= bits;) digits[i] = 0;
   }
