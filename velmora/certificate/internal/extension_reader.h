@@ -53,8 +53,8 @@ class ExtensionReader {
   bool atEnd() const noexcept { return m_source.fault || m_members.atEnd(); }
   bool hasFault() const noexcept { return m_source.fault.has_value(); }
   bool isNext(Tag tag) const noexcept {
-    const bool fits = m_members.startsWith(tag.identifier(false)) ||
-                      m_members.startsWith(tag.identifier(true));
+    const bool fits =
+        m_members.startsWith(tag.identifier(false)) || m_members.startsWith(tag.identifier(true));
     DerReader look = m_members;
     Asn1Element found;
     return fits && !m_source.fault && look.takeAny(found);
