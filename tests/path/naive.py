@@ -134,8 +134,10 @@ def extensions(body, flaws):
         need(listed)
         for _, each, _ in listed:
             parts = items(each, flaws)
-            need([part[0] for part in parts] in ([6, 4], [6, 1, 4]))
-            critical = tried(flaws, truth, parts[1][1]) if len(parts) == 3 else False
+            if [part[0] for part in parts] not in ([6, 4], [6, 1, 4]):
+                flaws.add("extensionListMalformed")
+                continue
+            critical = (tried(flaws, truth, parts[1][1]) if len(parts) == 3 else False) is not False
             out.append((dotted(parts[0][1]), critical, parts[-1][1], len(parts) == 3 and not critical))
     except Bad:
         flaws.add("extensionListMalformed")
@@ -313,7 +315,7 @@ KNOWN = {IAN, FRESH, AIA, SIA, FEATURE, CDP, NOREV, NOCHECK}
 
 def critical(c, o, is_leaf):
     out = set()
-    crls = {CDP, NOREV} if o["crls"] else set()
+    crls = {CDP, NOREV} if o["crls"] or o.get("require_crl") else set()
     ocsp = {NOCHECK} if is_leaf and o["purpose"] == "ocsp" else set()
     for which, is_critical, *_ in c.exts:
         if is_critical and which not in PROCESSED | crls | ocsp:
@@ -386,8 +388,11 @@ def wrong_host(c, o):
     else:
         return set()
     strange = any(form == IP and len(value) not in (4, 16) for form, value in held)
-    texts = set().union(*(bad_text(folded(one(value, 0x30))) for form, value in held if form == DIR))
-    return texts | ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
+    return bad_texts(c, SAN) | ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
+
+
+def bad_texts(c, which):
+    return set().union(*(bad_text(folded(one(value, 0x30))) for form, value in content(c, which, []) if form == DIR))
 
 
 # ---- Rules of a way, which is leaf first
@@ -623,6 +628,7 @@ def rfc5280(c):
         "certSignWithoutCa": signs and not is_ca,
         "extensionMalformed": unreadable(c.exts, {SKI, AKI, SAN, IAN}) or is_ca and EKU in c.ext and not content(c, EKU) or any(
             form == IP and len(value) not in (4, 16) for which in (SAN, IAN) for form, value in content(c, which, [])),
+        "nameTextMalformed": bad_texts(c, SAN) | bad_texts(c, IAN),
         "subjectEmpty": not c.subject and (is_ca or not is_critical.get(SAN)),
         "criticalityWrong": is_critical.get(SKI) or is_critical.get(AKI) or is_ca and not is_critical[BC]
         or any(is_critical.get(each) is False for each in (NC, PC, IAP)) or not c.subject and not is_critical.get(SAN),
@@ -646,7 +652,7 @@ def web(c, is_leaf):
                 if issued >= start)
     rules = {
         "webNoAlternativeNames": is_leaf and not held,
-        "webOtherNames": is_leaf and any(form not in (DNS, IP) for form, _ in held),
+        "webOtherNames": is_leaf and any(form not in (DNS, IP) or form == IP and len(value) not in (4, 16) for form, value in held),
         "webCommonName": is_leaf and any(value not in texts for value in common),
         "webServerIsCa": is_leaf and basic and basic.ca,
         "webAuthorityKeyId": not ids or [each[0] for each in ids] != [0x80],
@@ -663,7 +669,7 @@ def web(c, is_leaf):
 def judge(way, o):
     """Every reason for which the way, leaf first and the anchor last, does not hold."""
     anchor, out, trusted_leaf = way[-1], set(), len(way) == 1
-    decided = {BC, KU, EKU, NC, CP, PM, PC, IAP} | ({CDP, NOREV} if o["crls"] else set())
+    decided = {BC, KU, EKU, NC, CP, PM, PC, IAP} | ({CDP, NOREV} if o["crls"] or o.get("require_crl") else set())
     is_named = any(NC in c.ext for c in way[1:])
     for at, c in enumerate(way[:-1]):
         is_leaf = at == 0
@@ -677,7 +683,7 @@ def judge(way, o):
     out |= out_of_date(anchor, o["at"]) | weak_key(anchor) | critical(anchor, o, trusted_leaf)
     binding = {BC, KU, NC, EKU} | ({SAN} if trusted_leaf and {"host", "ip", "email"} & set(o) else set())
     out |= unreadable(anchor.exts, binding)
-    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest"}
+    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest", "booleanNotDer"}
     held = [each[0] for each in anchor.exts if each[0] in binding | {each[0] for each in anchor.exts if each[1]}]
     out |= {"extensionRepeated"} if len(held) > len(set(held)) else set()
     if trusted_leaf:
