@@ -622,7 +622,7 @@ def rfc5280(c):
     is_critical = {each[0]: each[1] for each in c.exts}
     rules = {
         "caWithoutSubjectKeyId": is_ca and SKI not in c.ext,
-        "noAuthorityKeyId": AKI not in c.ext,
+        "noAuthorityKeyId": AKI not in c.ext and c.version == 3,
         "caWithoutKeyUsage": is_ca and KU not in c.ext,
         "pathLengthWithoutCa": basic and basic.length is not None and not (is_ca and (signs or usage is None)),
         "certSignWithoutCa": signs and not is_ca,

@@ -225,10 +225,12 @@ void PathBuilder::judgeLengths(std::vector<Finding>& findings) const {
 void PathBuilder::judgeIdentifiers(std::vector<Finding>& findings) const {
   if (m_options.profile != Profile::rfc5280) return;
   for (size_t place = 0; place < m_way.size(); ++place) {
-    const Certificate& certificate = nodeAt(place).facts->certificate;
+    const CertificateFacts& facts = *nodeAt(place).facts;
+    const Certificate& certificate = facts.certificate;
+    const bool mayHave = facts.version && *facts.version == 3;
     const Result<AuthorityKeyId> id = certificate.authorityKeyId();
     const bool isWithout = id ? !id->keyId : id.error().isAbsent();
-    if (!isWithout || !(certificate.subject() == certificate.issuer())) continue;
+    if (!mayHave || !isWithout || !(certificate.subject() == certificate.issuer())) continue;
     findings.push_back(findingOf(Reason::departure, place));
     findings.back().departure = DepartureCode::noAuthorityKeyId;
     findings.back().about = oid::authorityKeyIdentifier;
