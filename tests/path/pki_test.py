@@ -31,7 +31,7 @@ BESIDE = {"signatureParameters": {"signatureRefused"}, "signatureNotOctets": {"s
           "signatureAlgorithmsDiffer": {"signatureParameters"}, "booleanNotDer": {"unknownCriticalExtension"},
           "criticalNotProcessed": {"criticalityWrong"}, "nameNotJudged": {"extensionMalformed"},
           "extensionListMalformed": {"extensionMalformed", "nameNotJudged", "webAccess"},
-          "keyMalformed": {"keyNotKnown", "wrongKeyUsage", "webKey"}, "weakKey": {"webKey"},
+          "keyMalformed": {"keyNotKnown", "wrongKeyUsage", "webKey"}, "weakKey": {"webKey"}, "keyNotKnown": {"webKey"},
           "wrongSignature": {"signatureRefused"}, "extensionMalformed": {"nameNotJudged", "revocationUnknown", "booleanNotDer", "constraintsWithoutCa"},
           "lengthNotShortest": {"noIssuer", "notTrusted", "malformed", "extensionMalformed", "keyMalformed"}}
 TARGETS = {"host", "ip", "email"}
