@@ -172,6 +172,7 @@ TEST(XmlBuild, ManyChildren) {
     ASSERT_EQ(content.view(), std::to_string(i));
     ASSERT_EQ(xml->getChildContentUtf8("set[j]|int[0]", content, false), i < kCount / 2);
   }
+  EXPECT_EQ(xml->numChildrenHavingTag("x", log), kCount);
   ASSERT_TRUE(xml->getChild2(100) && xml->put_TagUtf8("set") && xml->getParent2());
   EXPECT_EQ(xml->numChildrenHavingTag("x", log), kCount - 1);
   ASSERT_TRUE(xml->addChildTree(0, *tree, log));
