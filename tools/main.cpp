@@ -5,7 +5,6 @@
 #include <new>
 
 #include "tools/commands/command.h"
-#include "tools/render/escape.h"
 
 namespace velmora::tool {
 
@@ -15,8 +14,6 @@ namespace {
 constexpr const Command* kCommands[] = {
     &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kNameCommand, &kExtCommand,   &kKeyCommand,
     &kPinCommand,  &kMatchCommand,  &kExpiresCommand, &kLintCommand, &kSplitCommand, &kAsn1Command};
-
-constexpr std::string_view kUsage = "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n";
 
 constexpr std::string_view kAboutInput =
     "\n"
@@ -52,47 +49,27 @@ void appendWrapped(std::string_view text, size_t column, StringBuffer& out) {
 void appendHelpRow(std::string_view name, std::string_view value, std::string_view help,
                    StringBuffer& out) {
   const size_t before = out.getSize();
-  out.append("  ");
-  out.append(name);
-  if (!value.empty()) out.append(" ");
-  out.append(value);
+  print(out, "  ", name, value.empty() ? "" : " ", value);
   appendWrapped(help, out.getSize() - before, out);
 }
 
 void appendHelp(StringBuffer& out) {
-  out.append(kUsage);
-  out.append("\nCommands:\n");
+  print(out, "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n\nCommands:\n");
   for (const Command* command : kCommands) appendHelpRow(command->name, "", command->summary, out);
-  out.append("\nOptions:\n");
+  print(out, "\nOptions:\n");
   appendHelpRow("--help", "", "this text; behind a command, the command's own", out);
   appendHelpRow("--version", "", "the program's version", out);
-  out.append(kAboutInput);
+  print(out, kAboutInput);
 }
 
 void appendCommandHelp(const Command& command, StringBuffer& out) {
-  out.append("Usage: velmora-x509 ");
-  out.append(command.name);
-  out.append(" [OPTION]... ");
-  out.append(command.operand);
-  out.append(command.operand.empty() ? "FILE...\n\n" : " FILE...\n\n");
-  out.append(command.summary);
-  out.append("\n\nOptions:\n");
+  print(out, "Usage: velmora-x509 ", command.name, " [OPTION]... ", command.operand,
+        command.operand.empty() ? "FILE...\n\n" : " FILE...\n\n", command.summary,
+        "\n\nOptions:\n");
   for (const OptionSpec& option : command.options) {
     appendHelpRow(option.name, option.value, option.help, out);
   }
-  if (!command.details.empty()) out.append("\n");
-  out.append(command.details);
-  out.append(kAboutInput);
-}
-
-void usageError(std::string_view message, const Command* command, Console& console) {
-  StringBuffer line("velmora-x509: ");
-  appendPrintable(message, line);
-  line.append("\nTry \"velmora-x509 ");
-  if (command != nullptr) line.append(command->name);
-  line.append(command != nullptr ? " --help\"." : "--help\".");
-  console.error(line.view());
-  console.raise(ExitStatus::kUsage);
+  print(out, command.details.empty() ? "" : "\n", command.details, kAboutInput);
 }
 
 const Command* commandNamed(std::string_view name) {
@@ -101,13 +78,14 @@ const Command* commandNamed(std::string_view name) {
   return found == std::end(kCommands) ? nullptr : *found;
 }
 
-// The command that a word most likely means which names neither a command nor a file.
-std::string_view meantCommand(const char* word) {
+// Refuses a word that names neither a command nor a file and most likely means a command.
+void refuseMistyped(const char* word) {
   struct stat status;
-  if (::stat(word, &status) == 0) return {};
+  if (::stat(word, &status) == 0) return;
   std::vector<std::string_view> names;
   for (const Command* command : kCommands) names.push_back(command->name);
-  return nearestWord(word, names);
+  const std::string meant = didYouMean(word, names);
+  if (!meant.empty()) throw UsageError("no command or file \"" + std::string(word) + "\"" + meant);
 }
 
 void runCommand(const Command& command, std::span<char* const> words, Console& console) {
@@ -116,38 +94,21 @@ void runCommand(const Command& command, std::span<char* const> words, Console& c
     return word == "--help" || word == "-h";
   });
   if (wantsHelp) return appendCommandHelp(command, console.out());
-  Arguments arguments;
-  std::string error;
-  if (!arguments.parse(words, command.options, error)) return usageError(error, &command, console);
-  if (!command.operand.empty()) {
-    if (arguments.files().empty()) {
-      return usageError("no " + std::string(command.operand) + " given", &command, console);
-    }
-    arguments.takeOperand();
-  }
-  if (arguments.files().empty()) {
-    return usageError("no FILE given; - is standard input", &command, console);
-  }
-  if (!command.run(arguments, console, error)) usageError(error, &command, console);
+  const Arguments arguments(words, command.options, command.operand);
+  command.run(arguments, console);
 }
 
-void run(std::span<char* const> words, Console& console) {
-  if (words.empty()) return usageError("neither a command nor a FILE given", nullptr, console);
+// `command` becomes the one that the words name, as soon as it is known.
+void run(std::span<char* const> words, Console& console, const Command*& command) {
+  if (words.empty()) throw UsageError("neither a command nor a FILE given");
   const std::string_view first = words[0];
   if (first == "--help" || first == "-h") return appendHelp(console.out());
-  if (first == "--version") {
-    console.out().append("velmora-x509 " VELMORA_VERSION "\n");
-    return;
-  }
-  if (const Command* command = commandNamed(first)) {
-    return runCommand(*command, words.subspan(1), console);
-  }
-  if (const std::string_view meant = meantCommand(words[0]); !meant.empty()) {
-    return usageError("no command or file \"" + std::string(first) + "\"; did you mean \"" +
-                          std::string(meant) + "\"?",
-                      nullptr, console);
-  }
-  runCommand(kShowCommand, words, console);
+  if (first == "--version") return print(console.out(), "velmora-x509 " VELMORA_VERSION "\n");
+  command = commandNamed(first);
+  if (command != nullptr) return runCommand(*command, words.subspan(1), console);
+  refuseMistyped(words[0]);
+  command = &kShowCommand;
+  runCommand(*command, words, console);
 }
 
 }  // namespace
@@ -159,11 +120,17 @@ int main(int count, char** words) {
   // A reader that goes away is told by the failing write.
   std::signal(SIGPIPE, SIG_IGN);
   Console console;
+  const Command* command = nullptr;
   try {
     const std::span<char* const> all(words, static_cast<size_t>(count));
-    run(all.subspan(all.empty() ? 0 : 1), console);
+    run(all.subspan(all.empty() ? 0 : 1), console, command);
+  } catch (const UsageError& error) {
+    const std::string_view name = command != nullptr ? command->name : "";
+    console.error(Safe{error.message}, "\nTry \"velmora-x509 ", name, name.empty() ? "" : " ",
+                  "--help\".");
+    console.raise(ExitStatus::kUsage);
   } catch (const std::bad_alloc&) {
-    console.error("velmora-x509: out of memory");
+    console.error("out of memory");
     console.raise(ExitStatus::kUnreadable);
   }
   console.flush();

@@ -174,7 +174,7 @@ struct FromOpenSsl {
   const std::string path = VELMORA_SOURCE_DIR "/tests/data/crls.pem";
   const std::string pem = fileContent(path);
   const Certificate issuer = parsed(certificatesIn(path).at(0));
-  const std::vector<Crl> crls = CrlSet::read(bytesOf(pem)).value_or({});
+  const std::vector<Crl> crls = CrlSet::read(bytesOf(pem)).crls;
 };
 
 TEST(Crls, OfOpenSslAreReadAndVerified) {
@@ -220,16 +220,44 @@ TEST(Crls, StandInARowOrInBlocks) {
   ASSERT_EQ(made.crls.size(), 2u);
   const std::string one = charactersOf(made.crls[0].der());
   const std::string two = charactersOf(made.crls[1].der());
-  const auto read = [](const std::string& input) { return CrlSet::read(bytesOf(input)); };
-  EXPECT_EQ(read(one + two).value_or({}), made.crls);
-  EXPECT_EQ(read(one + "\n").error(), Error::at(ErrorCode::notAsn1, one.size() + 1));
-  EXPECT_EQ(read(one + der::Certificate().der()).error().code, ErrorCode::malformedField);
-  EXPECT_EQ(read("text\n" + made.pem + "more").value_or({}), made.crls);
-  const size_t end = made.pem.find("-----END X509");
-  EXPECT_EQ(read(made.pem.substr(0, end)).error().code, ErrorCode::malformedText);
-  const std::string certificateAlone = made.pem.substr(0, made.pem.find("-----BEGIN X509 CRL"));
-  EXPECT_TRUE(read(certificateAlone).error().isAbsent());
-  EXPECT_TRUE(read("").error().isAbsent());
+  const std::string other = der::Certificate().der();
+  const std::string null("\5\0", 2);
+  const size_t begin = made.pem.find("-----BEGIN X509");
+  const size_t second = made.pem.find("-----BEGIN X509", begin + 1);
+  const std::string before = made.pem.substr(0, begin);
+  const auto line = 1 + static_cast<size_t>(std::count(before.begin(), before.end(), '\n'));
+  const std::string damaged = std::string(made.pem).replace(begin + 30, 1, "*");
+  const auto at = [](size_t index, Error error, size_t begins = 0, size_t fault = 0) {
+    return std::tuple(index, begins, fault, error);
+  };
+  using Failure = std::optional<decltype(at(0, {}))>;
+  const Error text{ErrorCode::malformedText}, absent{ErrorCode::absent};
+  const struct {
+    std::string input;
+    std::vector<Crl> crls;
+    Failure failure;
+  } cases[] = {
+      {one + two, made.crls, {}},
+      {one + "\n", {made.crls[0]}, at(1, Error::at(ErrorCode::notAsn1, one.size() + 1))},
+      {one + null + two,
+       {made.crls[0]},
+       at(1, Error::at(ErrorCode::trailingOctets, one.size() + 2))},
+      {one + other + two, made.crls, at(1, Error::at(ErrorCode::malformedField, one.size() + 6))},
+      {"text\n" + made.pem + "more", made.crls, {}},
+      {damaged, {made.crls[1]}, at(0, text, line, line + 1)},
+      {made.pem.substr(0, second + 40), {made.crls[0]}, at(1, text, line + 10)},
+      {before, {}, at(0, absent)},
+      {"", {}, at(0, absent)},
+  };
+  for (const auto& each : cases) {
+    const CrlReading read = CrlSet::read(bytesOf(each.input));
+    EXPECT_EQ(read.crls, each.crls);
+    ASSERT_EQ(read.failures.size(), each.failure ? 1u : 0u);
+    if (!each.failure) continue;
+    const CrlFailure& failure = read.failures[0];
+    EXPECT_EQ(at(failure.index, failure.error, failure.line, failure.faultLine), *each.failure);
+    EXPECT_FALSE(failure.reason.empty());
+  }
 }
 
 // Whoever signs writes so.

@@ -173,15 +173,15 @@ class Show(unittest.TestCase):
         self.assertEqual(facts["CN=not yet"], (3, "2099-12-31T23:59:59Z", False))
 
     def test_no_two_commands_disagree_about_a_date(self):
-        first, late, end = "0000-01-01T00:00:00Z", "2090-01-01T00:00:00Z", "2099-12-31T23:59:59Z"
+        first, late, end = "0000-01-01T00:00:00Z", "2090-01-01T00:00:00Z", "9999-12-31T23:59:59Z"
         nines = b"9" * 100_000
         cases = [
-            (b"00000101000000Z", b"20991231235959Z", first, end, True),
+            (b"00000101000000Z", b"99991231235959Z", first, end, True),
             (b"00010101000000Z", b"00000101000000Z", "0001-01-01T00:00:00Z", first, False),
-            (b"20900101000000." + nines + b"Z", b"20991231235959." + nines, late, end, False),
-            (b"00000101000000." + nines + b"Z", b"20991231235959." + nines, first, end, True),
-            (b"20900101000000." + nines + b"?", b"20991231235959Z", None, end, None),
-            (b"00000101000000Z", b"20991231235959." + nines + b"?", first, None, None),
+            (b"20900101000000." + nines + b"Z", b"99991231235959." + nines, late, end, False),
+            (b"00000101000000." + nines + b"Z", b"99991231235959." + nines, first, end, True),
+            (b"20900101000000." + nines + b"?", b"99991231235959Z", None, end, None),
+            (b"00000101000000Z", b"99991231235959." + nines + b"?", first, None, None),
         ]
         for before, after, *expected in cases:
             with self.subTest(before=before[:20], after=after[:20]):
@@ -348,10 +348,12 @@ class Name(unittest.TestCase):
         for last in (tlv(0x31, bare), tlv(0x31), bare, b""):
             _, out, _ = run("name", "--members", "-", stdin=certificate(tlv(0x30, first, last)))
             self.assertEqual(out, '{"O":"first"}\n')
-        status, out, _ = run("name", "--json", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
-        self.assertEqual((status, json.loads(out)["error"]), (3, "the name is malformed"))
-        status, out, errors = run("name", "--rfc4514", "-", stdin=certificate(tlv(0x30, tlv(0x31))))
-        self.assertEqual((status, out, errors.split(": ")[-1]), (3, "", "the name is malformed\n"))
+        malformed = certificate(tlv(0x30, tlv(0x31)))
+        fault = f"a name is malformed (offset {malformed.index(tlv(0x31))} in the DER)"
+        status, out, _ = run("name", "--json", "-", stdin=malformed)
+        self.assertEqual((status, json.loads(out)["error"]), (3, fault))
+        status, out, errors = run("name", "--rfc4514", "-", stdin=malformed)
+        self.assertEqual((status, out, errors.split(": ")[-1]), (3, "", fault + "\n"))
         self.assertEqual(run("name", "--rfc4514", "-", stdin=to_ber(certificate(subject)))[1],
                          f"CN=next,CN=Zürich+1.2.3.{2**200}=#1203313233+O=#0C01FF+x500UniqueIdentifier=#03020001"
                          r'+emailAddress=\"\0A' + "\n")

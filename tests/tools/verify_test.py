@@ -15,6 +15,7 @@ import json_schema
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples" / "chain"
+CRLS = EXAMPLES.parent / "crl"
 SIGNED = pathlib.Path(__file__).resolve().parent.parent / "data" / "signed_certificates.txt"
 BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 CA = "basicConstraints=critical,CA:TRUE\n"
@@ -105,7 +106,9 @@ class Made(unittest.TestCase):
         status, (answer,) = verify("--roots", root, "--chain", crowd, leaf)
         self.assertEqual((status, answer["paths"][0]["certificates"][1]["index"]), (0, 2))
         self.assertEqual(verify("--roots", root, "--chain", crowd, "--issuer", others[2], leaf)[0], 0)
-        self.assert_refused("rejectedByCaller", "--roots", root, "--chain", crowd, "--issuer", others[1], leaf)
+        refused = self.assert_refused("rejectedByCaller", "--roots", root, "--chain", crowd, "--issuer", others[1], leaf)
+        self.assertEqual(refused["text"], f"The direct issuer is none of the certificates of --issuer {others[1]}.")
+        self.assertEqual(ids(refused), {"rejectedByCaller"})
         self.assert_refused("tooManyCertificates", "--max-depth", "2", "--roots", root, "--chain", crowd, leaf)
         # Key identifiers forbid nothing; the signature decides.
         elsewhere = self.make("elsewhere", subject="/O=Test/CN=known", extensions=CA + IDS)
@@ -152,7 +155,7 @@ class Made(unittest.TestCase):
             with self.subTest(options):
                 self.assertEqual(run("verify", "--roots", root, *options, leaf)[0], status)
         for end, *options in [("add --purpose.\n",), ("add --purpose server.\n", "--host", "www.example.org"),
-                              ("add --purpose email.\n", "--email", "a@example.org"), ("without --crl.\n", "--purpose", "any")]:
+                              ("add --purpose email.\n", "--email", "a@example.org"), ("revocation (--crl), OCSP and certificate transparency.\n", "--purpose", "any")]:
             self.assertTrue(run("verify", "--roots", root, *options, leaf)[1].endswith(end), end)
 
     def test_what_is_said_to_people(self):
@@ -196,7 +199,7 @@ class Given(unittest.TestCase):
                 pathlib.Path(folder, name).write_text("".join(pem))
             _, answers = verify("--allow-sha1", "--roots", pathlib.Path(folder, "roots"), pathlib.Path(folder, "cases"))
         self.assertEqual(len(answers), len(cases))
-        for case, answer in zip(cases, sorted(answers, key=lambda answer: answer["index"])):
+        for case, answer in zip(cases, answers):
             with self.subTest(case["Case"]):
                 if "error" in answer:
                     self.assertEqual((case["Case"], answer["error"]),
@@ -214,6 +217,33 @@ class Given(unittest.TestCase):
         self.assertIn("leaf.pem: certificate 1: verified for server www.example.org\n", out)
         self.assertIn("Not judged:", out)
         self.assert_trust("wrongHost", "--host", "example.com", "--roots", EXAMPLES / "root.pem", *self.EXAMPLE)
+
+    def test_reasons_are_those_of_findings_and_in_the_order_of_the_files(self):
+        doubtful = (EXAMPLES / "leaf.der").read_bytes().replace(b"\1\1\xff", b"\1\1\1", 1)
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "doubtful.der")
+            path.write_bytes(doubtful)
+            status, answers = verify("--profile", "web", "--no-host", "--purpose", "server", "--roots", EXAMPLES / "root.pem",
+                                     "--chain", EXAMPLES / "intermediate.pem", path, os.devnull, EXAMPLES / "leaf.pem")
+        self.assertEqual((status, [answer.get("reason") for answer in answers]), (3, ["wrongSignature", None, "webValidity"]))
+        self.assertIn("booleanNotDer", ids(answers[0]))
+
+    def test_crls(self):
+        crl, folder = (CRLS / "ca.crl").read_text(), tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        path = pathlib.Path(folder.name, "crls")
+        torn = crl[:40] + "*" + crl[41:]
+        line = ": block 1 (line 1): the PEM block holds a line that is not base64 (line 2)"
+        for content, options, expected, errors in [
+                (crl, [], (1, [None, "revoked"]), ""), (torn + crl, [], (3, [None, "revoked"]), line),
+                (torn, [], (3, [None, None]), line), (torn, ["--require-crl", "leaf"], (3, ["revocationUnknown"] * 2), line),
+                ("", ["--require-crl", "leaf"], (3, ["revocationUnknown"] * 2), ": block 1: the input holds no CRL")]:
+            with self.subTest(content=content[:50], options=options):
+                path.write_text(content)
+                arguments = ["--roots", CRLS / "ca.pem", "--crl", path, *options, CRLS / "reader.pem", CRLS / "writer.pem"]
+                status, answers = verify(*arguments)
+                self.assertEqual((status, [answer["reason"] for answer in answers]), expected)
+                self.assertEqual(run("verify", *arguments)[2], errors and f"velmora-x509: {path}{errors}\n")
 
     def assert_trust(self, reason, *arguments):
         self.assertEqual([answer["reason"] for answer in verify(*arguments)[1]], [reason])

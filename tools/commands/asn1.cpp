@@ -1,24 +1,21 @@
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
 #include "tools/render/escape.h"
-#include "tools/render/xml_layout.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 
 namespace velmora::tool {
 
 namespace {
 
-bool runAsn1(const Arguments& arguments, Console& console, std::string&) {
+void runAsn1(const Arguments& arguments, Console& console) {
   StringBuffer& out = console.out();
   StringBuffer xml;
-  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
     xml.weakClear();
     Asn1Fault fault;
-    if (!DerXmlCodec::derToXml(input.der, xml, fault)) return fault.reason;
+    if (!DerXmlCodec::derToXml(input.der, xml, fault)) throw Untreated(fault.reason);
     arguments.has("--compact") ? appendXmlText(xml.view(), out)
                                : appendIndentedXml(xml.view(), out);
     out.appendChar('\n');
-    return nullptr;
   });
 }
 

@@ -5,8 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "tools/terminal/console.h"
-#include "tools/terminal/options.h"
+#include "tools/reading/input.h"
 
 namespace velmora::tool {
 
@@ -16,9 +15,9 @@ struct Command {
   std::string_view summary;  // one line
   std::string_view details;  // for the command's own help; ends with a newline when not empty
   std::span<const OptionSpec> options;
-  /// Does the work; an argument that makes no sense is a usage error. The rest of the outcome is
-  /// told to the console.
-  bool (*run)(const Arguments& arguments, Console& console, std::string& usageError);
+  /// Does the work, and tells the outcome to the console. Throws UsageError before it starts for an
+  /// argument that makes no sense, and std::bad_alloc.
+  void (*run)(const Arguments& arguments, Console& console);
   /// What to call an argument that comes before the files; empty when there is none.
   std::string_view operand = {};
 };

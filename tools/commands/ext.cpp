@@ -1,10 +1,7 @@
 #include <algorithm>
 
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
 #include "tools/render/escape.h"
-#include "tools/render/octets.h"
-#include "tools/render/xml_layout.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/oid_names.h"
 #include "velmora/support/asn1/oids.h"
@@ -14,57 +11,43 @@ namespace velmora::tool {
 
 namespace {
 
-const char* print(Bytes value, const Arguments& arguments, StringBuffer& out) {
-  const bool isDer = arguments.has("--der");
-  if (isDer || arguments.has("--text")) {
-    isDer ? static_cast<void>(out.append(charactersOf(value)))
-          : appendPrintable(charactersOf(value), out);
+void printValue(Bytes value, const Arguments& arguments, StringBuffer& out) {
+  if (arguments.has("--der")) return print(out, charactersOf(value));
+  if (arguments.has("--text")) {
+    print(out, Safe{charactersOf(value)});
   } else if (arguments.has("--hex")) {
-    appendHex(value, out);
+    print(out, Hex{value});
   } else {
     StringBuffer xml;
     Asn1Fault fault;
-    if (!DerXmlCodec::derToXml(octetsOf(value), xml, fault)) {
-      whole(xml);
-      return "The extension's value is not ASN.1; --hex shows it.";
-    }
+    const bool isRead = DerXmlCodec::derToXml(octetsOf(value), xml, fault);
+    whole(xml);
+    if (!isRead) throw Untreated("The extension's value is not ASN.1; --hex shows it.");
     appendIndentedXml(xml.view(), out);
   }
-  if (!isDer) out.appendChar('\n');
-  return nullptr;
+  out.appendChar('\n');
 }
 
-void reportAbsence(const InputCertificate& input, std::string_view oid, Console& console) {
-  StringBuffer line("velmora-x509: ");
-  appendPlace(input, line);
-  line.append(": no extension ");
-  line.append(oid);
-  console.error(line.view());
-  console.raise(ExitStatus::kNo);
-}
-
-bool runExt(const Arguments& arguments, Console& console, std::string& usageError) {
-  if (!arguments.atMostOneOf({"--der", "--hex", "--xml", "--text"}, usageError)) return false;
+void runExt(const Arguments& arguments, Console& console) {
+  arguments.wantAtMostOneOf({"--der", "--hex", "--xml", "--text"});
   const std::string_view named = oidOfName(arguments.operand());
   const std::string_view oid = named.empty() ? arguments.operand() : named;
   DataBuffer content;
   if (!dottedToOid(oid, content)) {
-    usageError = "neither a dotted OID nor a known name: ";
-    usageError += oid;
-    return false;
+    throw UsageError("neither a dotted OID nor a known name: " + std::string(oid));
   }
-  if (arguments.has("--der") && !console.takesBinary(usageError)) return false;
+  if (arguments.has("--der")) console.wantBinary();
   const Bytes wanted = std::as_bytes(content.span());
-  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
     const std::vector<Extension> extensions = input.certificate.listedExtensions();
     const auto found =
         std::find_if(extensions.begin(), extensions.end(),
                      [&](const Extension& each) { return isSame(each.rawId, wanted); });
     if (found != extensions.end() && found->hasValue) {
-      return print(found->value, arguments, console.out());
+      return printValue(found->value, arguments, console.out());
     }
-    reportAbsence(input, oid, console);
-    return nullptr;
+    console.error(input, ": no extension ", oid);
+    console.raise(ExitStatus::kNo);
   });
 }
 

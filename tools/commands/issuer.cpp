@@ -1,10 +1,6 @@
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
-#include "tools/render/json_writer.h"
 #include "tools/render/name_text.h"
 #include "velmora/path/link.h"
 
@@ -12,101 +8,66 @@ namespace velmora::tool {
 
 namespace {
 
-// Takes the first certificate of a source.
-class TakeFirst final : public CertificateVisitor {
- public:
-  const char* visit(const InputCertificate& input) override {
-    if (m_first) return nullptr;
-    if (const char* reason = m_loaded.load(input.der)) return reason;
-    m_first = input.certificate;
-    return nullptr;
-  }
-
-  const std::optional<Certificate>& first() const noexcept { return m_first; }
-  LoadedCertificate& loaded() noexcept { return m_loaded; }
-
- private:
-  std::optional<Certificate> m_first;
-  LoadedCertificate m_loaded;
+// How a candidate fits the certificate that is asked about.
+struct Fit {
+  bool matches;
+  bool byIdentifiers;  // where both are there, they alone decide
+  bool wholeNamesEqual;
+  std::vector<Reason> faults;
 };
 
-class MatchIssuer final : public CertificateVisitor {
- public:
-  MatchIssuer(TakeFirst& taken, bool json, Console& console)
-      : m_certificate(*taken.first()), m_loaded(taken.loaded()), m_json(json), m_console(console) {}
+Fit fitOf(VelmoraX509& subject, const Certificate& certificate, VelmoraX509& issuer,
+          const Certificate& candidate) {
+  LogNull log;
+  StringBuffer identifier;
+  const Name name = certificate.issuer();
+  return {subject.isIssuedBy(issuer, log),
+          subject.getAuthorityKeyIdentifier(identifier, log) &&
+              issuer.getSubjectKeyIdentifier(identifier, log),
+          !name.isEmpty() && name.matches(candidate.subject()), linkFaults(certificate, candidate)};
+}
 
-  const char* visit(const InputCertificate& input) override {
-    if (const char* reason = m_candidate.load(input.der)) return reason;
-    const bool matches = m_loaded.get().isIssuedBy(m_candidate.get(), m_log);
-    m_anyMatches = m_anyMatches || matches;
-    m_json ? json(input, matches) : text(input, matches);
-    return nullptr;
-  }
+void writeFit(const InputCertificate& input, const Fit& fit, StringBuffer& out) {
+  StringBuffer subject;
+  appendName(input.certificate.subject(), subject);
+  JsonLine line(out);
+  writePlace(input, line);
+  line.text("subject", subject.view());
+  line.boolean("matches", fit.matches);
+  line.text("by", fit.byIdentifiers ? "keyIdentifiers" : "names");
+  line.boolean("wholeNamesEqual", fit.wholeNamesEqual);
+  line.list("reasons", fit.faults, [&](Reason each) { line.text("", reasonId(each)); });
+  line.end();
+}
 
-  bool anyMatches() const noexcept { return m_anyMatches; }
+void printFit(const InputCertificate& input, const Fit& fit, StringBuffer& out) {
+  print(out, fit.matches ? "yes  " : "no   ", input,
+        fit.byIdentifiers ? "  by key identifiers" : "  by names",
+        fit.wholeNamesEqual ? "\n" : ", the whole names differ\n");
+  for (const Reason each : fit.faults) print(out, "     ", reasonText(each), '\n');
+}
 
- private:
-  // Where both are there, they alone decide.
-  bool identifiersDecide() {
-    StringBuffer identifier;
-    return m_loaded.get().getAuthorityKeyIdentifier(identifier, m_log) &&
-           m_candidate.get().getSubjectKeyIdentifier(identifier, m_log);
-  }
-
-  bool namesAreEqual(const Certificate& candidate) const {
-    const Name issuer = m_certificate.issuer();
-    return !issuer.isEmpty() && issuer.matches(candidate.subject());
-  }
-
-  void json(const InputCertificate& input, bool matches) {
-    const Name subject = input.certificate.subject();
-    StringBuffer text;
-    appendName(subject, attributesOf(subject), text);
-    JsonLine line(m_console.out());
-    line.text("source", input.source);
-    line.number("index", static_cast<int64_t>(input.index));
-    line.text("subject", text.view());
-    line.boolean("matches", matches);
-    line.text("by", identifiersDecide() ? "keyIdentifiers" : "names");
-    line.boolean("wholeNamesEqual", namesAreEqual(input.certificate));
-    line.beginList("reasons");
-    for (const Reason each : linkFaults(m_certificate, input.certificate)) {
-      line.text("", reasonId(each));
-    }
-    line.endList();
-    line.end();
-  }
-
-  void text(const InputCertificate& input, bool matches) {
-    StringBuffer& out = m_console.out();
-    out.append(matches ? "yes  " : "no   ");
-    appendPlace(input, out);
-    out.append(identifiersDecide() ? "  by key identifiers" : "  by names");
-    out.append(namesAreEqual(input.certificate) ? "\n" : ", the whole names differ\n");
-    for (const Reason each : linkFaults(m_certificate, input.certificate)) {
-      out.append("     ");
-      out.append(reasonText(each));
-      out.appendChar('\n');
-    }
-  }
-
-  const Certificate& m_certificate;
-  LoadedCertificate& m_loaded;
-  LoadedCertificate m_candidate;
-  bool m_json;
-  Console& m_console;
-  LogNull m_log;
-  bool m_anyMatches = false;
-};
-
-bool runIssuer(const Arguments& arguments, Console& console, std::string&) {
-  TakeFirst certificate;
-  visitCertificates({arguments.operand()}, arguments.has("--json"), certificate, console);
-  if (!certificate.first()) return true;
-  MatchIssuer visitor(certificate, arguments.has("--json"), console);
-  visitCertificates(arguments.files(), arguments.has("--json"), visitor, console);
-  if (!visitor.anyMatches()) console.raise(ExitStatus::kNo);
-  return true;
+void runIssuer(const Arguments& arguments, Console& console) {
+  const auto subject = VelmoraX509::createOwnedX509();
+  const auto issuer = VelmoraX509::createOwnedX509();
+  std::optional<Certificate> certificate;
+  const VisitFailure tellFailure = failuresAsJson(arguments, console);
+  const auto takeFirst = [&](const InputCertificate& input) {
+    if (certificate) return;
+    loadInto(subject.get(), input.der);
+    certificate = input.certificate;
+  };
+  visitCertificates({arguments.operand()}, console, takeFirst, tellFailure);
+  if (!certificate) return;
+  bool anyMatches = false;
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
+    loadInto(issuer.get(), input.der);
+    const Fit fit = fitOf(*subject, *certificate, *issuer, input.certificate);
+    anyMatches = anyMatches || fit.matches;
+    arguments.has("--json") ? writeFit(input, fit, console.out())
+                            : printFit(input, fit, console.out());
+  });
+  if (!anyMatches) console.raise(ExitStatus::kNo);
 }
 
 constexpr OptionSpec kOptions[] = {

@@ -1,7 +1,5 @@
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
-#include "tools/render/octets.h"
-#include "tools/render/xml_layout.h"
+#include "tools/render/escape.h"
 #include "velmora/support/pem/pem_writer.h"
 #include "velmora/support/text/whole.h"
 
@@ -11,53 +9,42 @@ namespace {
 
 constexpr const char* kUnreadable = "The public key cannot be read.";
 
-bool printPem(const Arguments& arguments, Console& console) {
-  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
-    appendPem("PUBLIC KEY", octetsOf(input.certificate.parts().spki), console.out());
-    return nullptr;
-  });
-}
-
-bool printOctets(const Arguments& arguments, Console& console) {
+void printOctets(const Arguments& arguments, Console& console) {
+  console.wantBinary();
   const auto get =
       arguments.has("--ocsp") ? &VelmoraX509::get_PublicKeyForOCSP : &VelmoraX509::get_PublicKey;
   LogNull log;
   DataBuffer octets;
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     const bool read = (certificate.*get)(octets, log);
     whole(octets);
-    if (!read) return kUnreadable;
+    if (!read) throw Untreated(kUnreadable);
     console.out().append(octets);
-    return nullptr;
   });
 }
 
-bool printText(const Arguments& arguments, Console& console) {
+void printText(const Arguments& arguments, Console& console) {
   const bool isXml = arguments.has("--xml");
   LogNull log;
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     StringBuffer text;
     const bool read =
         isXml ? certificate.get_PublicKeyXml(text, log) : certificate.getVelmoraKeyId64(text, log);
     whole(text);
-    if (!read && isXml) return kUnreadable;
-    if (!read) return "The public key is of a kind that is not supported, or damaged.";
-    isXml ? appendIndentedXml(text.view(), console.out())
-          : static_cast<void>(console.out().append(text));
+    if (!read && isXml) throw Untreated(kUnreadable);
+    if (!read) throw Untreated("The public key is of a kind that is not supported, or damaged.");
+    isXml ? appendIndentedXml(text.view(), console.out()) : print(console.out(), text);
     console.out().appendChar('\n');
-    return nullptr;
   });
 }
 
-bool runKey(const Arguments& arguments, Console& console, std::string& usageError) {
-  if (!arguments.atMostOneOf({"--pem", "--der", "--ocsp", "--xml", "--id"}, usageError)) {
-    return false;
-  }
-  if (arguments.has("--der") || arguments.has("--ocsp")) {
-    return console.takesBinary(usageError) && printOctets(arguments, console);
-  }
-  const bool isText = arguments.has("--xml") || arguments.has("--id");
-  return isText ? printText(arguments, console) : printPem(arguments, console);
+void runKey(const Arguments& arguments, Console& console) {
+  arguments.wantAtMostOneOf({"--pem", "--der", "--ocsp", "--xml", "--id"});
+  if (arguments.has("--der") || arguments.has("--ocsp")) return printOctets(arguments, console);
+  if (arguments.has("--xml") || arguments.has("--id")) return printText(arguments, console);
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
+    appendPem("PUBLIC KEY", octetsOf(input.certificate.parts().spki), console.out());
+  });
 }
 
 constexpr OptionSpec kOptions[] = {

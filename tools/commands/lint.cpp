@@ -1,50 +1,32 @@
-#include <vector>
-
 #include "tools/commands/command.h"
-#include "tools/render/finding.h"
 #include "tools/render/oid_text.h"
+#include "tools/render/shown_departure.h"
 
 namespace velmora::tool {
 
 namespace {
 
-void appendText(const InputCertificate& input, const Finding& finding, StringBuffer& out) {
-  appendPlace(input, out);
-  out.append(", offset ");
-  out.appendInt(finding.offset);
-  if (!finding.about.isEmpty()) {
+void appendText(const InputCertificate& input, const ShownDeparture& shown, StringBuffer& out) {
+  print(out, input, ", offset ", shown.offset);
+  if (!shown.about.isEmpty()) {
     out.append(", ");
-    appendOid(DottedOid(finding.about).text(), OidStyle::kNamed, out);
+    appendOid(DottedOid(shown.about), OidStyle::kNamed, out);
   }
-  out.append(": ");
-  out.append(finding.message);
-  if (!finding.mayDecide) out.append(" No decision may rest on it.");
-  out.append(" (");
-  out.append(finding.clause);
-  out.append(", ");
-  out.append(finding.id);
-  out.append(")\n");
+  print(out, ": ", shown.message, shown.mayDecide ? "" : " No decision may rest on it.", " (",
+        shown.clause, ", ", shown.id, ")\n");
 }
 
-void writeJson(const InputCertificate& input, const std::vector<Finding>& findings,
-               StringBuffer& out) {
-  JsonLine line(out);
-  line.text("source", input.source);
-  line.number("index", static_cast<int64_t>(input.index));
-  writeFindings(findings, true, line);
-  line.end();
-}
-
-bool runLint(const Arguments& arguments, Console& console, std::string&) {
-  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
-    const std::vector<Finding> findings = findingsOf(input);
-    if (!findings.empty()) console.raise(ExitStatus::kNo);
+void runLint(const Arguments& arguments, Console& console) {
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
+    const std::vector<ShownDeparture> departures = departuresOf(input);
+    if (!departures.empty()) console.raise(ExitStatus::kNo);
     if (arguments.has("--json")) {
-      writeJson(input, findings, console.out());
-    } else {
-      for (const Finding& each : findings) appendText(input, each, console.out());
+      JsonLine line(console.out());
+      writePlace(input, line);
+      writeDepartures(departures, true, line);
+      return line.end();
     }
-    return nullptr;
+    for (const ShownDeparture& each : departures) appendText(input, each, console.out());
   });
 }
 

@@ -1,9 +1,8 @@
 #include <algorithm>
 
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
 #include "tools/render/escape.h"
-#include "tools/render/name_json.h"
+#include "tools/render/name_text.h"
 #include "velmora/support/text/ascii.h"
 #include "velmora/support/text/whole.h"
 
@@ -15,39 +14,36 @@ constexpr std::string_view kKeywords[] = {"DN_Lowercase", "DN_NoSpaceAfterComma"
 constexpr const char* kUnreadable = "The name cannot be read.";
 
 // As VelmoraX509 has names: in a style, with option keywords.
-bool printStyled(const Arguments& arguments, int style, Console& console) {
+void printStyled(const Arguments& arguments, int style, Console& console) {
   const bool forSubject = !arguments.has("--issuer");
   const bool withNames = !arguments.has("--values-only");
   const bool isReversed = arguments.has("--reverse");
   LogNull log;
   log.m_optionKeywords.append(arguments.value("--keywords").value_or(""));
   XString name;
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     const bool read = isReversed
                           ? certificate.getDN_reverseOrder(forSubject, withNames, style, name, log)
                           : certificate.getDN(forSubject, withNames, name, log, style);
     whole(name);
-    if (!read) return kUnreadable;
-    appendPrintable(name.view(), console.out());
-    console.out().appendChar('\n');
-    return nullptr;
+    if (!read) throw Untreated(kUnreadable);
+    print(console.out(), Safe{name.view()}, '\n');
   });
 }
 
-bool printMembers(const Arguments& arguments, int style, Console& console) {
+void printMembers(const Arguments& arguments, int style, Console& console) {
   const bool forSubject = !arguments.has("--issuer");
   LogNull log;
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     StringBuffer members;
     const bool read = certificate.getDnJson(forSubject, members, log, style);
     std::string_view text = whole(members).view();
-    if (!read) return kUnreadable;
+    if (!read) throw Untreated(kUnreadable);
     // The members start with a comma where the last RDN gives no pair.
     if (text.starts_with(',')) text.remove_prefix(1);
     console.out().appendChar('{');
     appendJsonDocument(text, console.out());
-    console.out().append("}\n");
-    return nullptr;
+    print(console.out(), "}\n");
   });
 }
 
@@ -64,28 +60,22 @@ void appendRfc4514(std::string_view text, StringBuffer& out) {
 }
 
 // The whole name: a list of RDNs in JSON, or the text of RFC 4514.
-bool appendWhole(const Name& name, bool asJson, StringBuffer& out) {
-  if (asJson) {
-    const Attributes attributes = attributesOf(name);
-    if (!attributes) return false;
-    JsonLine line(out, JsonLine::Kind::kValue);
-    writeRdns("", attributes, line);
-    line.end();
-    return true;
-  }
-  const Result<std::string> text = name.rfc4514();
-  if (!text) return false;
-  appendRfc4514(*text, out);
-  out.appendChar('\n');
-  return true;
-}
-
-bool printWhole(const Arguments& arguments, Console& console) {
-  return visitFiles(arguments, console, [&](const InputCertificate& input) -> const char* {
+void printWhole(const Arguments& arguments, Console& console) {
+  StringBuffer& out = console.out();
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
     const Certificate& certificate = input.certificate;
     const Name name = arguments.has("--issuer") ? certificate.issuer() : certificate.subject();
-    const bool isWhole = appendWhole(name, arguments.has("--json"), console.out());
-    return isWhole ? nullptr : "The name is malformed.";
+    if (arguments.has("--json")) {
+      const Attributes attributes = attributesOf(name);
+      if (!attributes) throw Untreated(attributes.error());
+      JsonLine line(out, JsonLine::Kind::kValue);
+      writeRdns("", attributes, line);
+      return line.end();
+    }
+    const Result<std::string> text = name.rfc4514();
+    if (!text) throw Untreated(text.error());
+    appendRfc4514(*text, out);
+    out.appendChar('\n');
   });
 }
 
@@ -104,36 +94,34 @@ bool areKeywords(std::string_view words) {
 }
 
 // The options that have no meaning beside another.
-bool checkOptions(const Arguments& arguments, std::string& usageError) {
+void checkOptions(const Arguments& arguments) {
   for (const std::string_view option :
        {"--reverse", "--values-only", "--keywords", "--json", "--rfc4514"}) {
-    if (!arguments.atMostOneOf({"--members", option}, usageError)) return false;
+    arguments.wantAtMostOneOf({"--members", option});
   }
   for (const std::string_view form : {"--json", "--rfc4514"}) {
     for (const std::string_view option : {"--reverse", "--values-only", "--keywords", "--style"}) {
-      if (!arguments.atMostOneOf({form, option}, usageError)) return false;
+      arguments.wantAtMostOneOf({form, option});
     }
   }
-  return arguments.atMostOneOf({"--json", "--rfc4514"}, usageError);
+  arguments.wantAtMostOneOf({"--json", "--rfc4514"});
 }
 
-bool runName(const Arguments& arguments, Console& console, std::string& usageError) {
-  if (!checkOptions(arguments, usageError)) return false;
+void runName(const Arguments& arguments, Console& console) {
+  checkOptions(arguments);
   if (arguments.has("--json") || arguments.has("--rfc4514")) return printWhole(arguments, console);
   int style = 0;
   if (!parseNumber(arguments.value("--style").value_or("0"), style)) {
-    usageError = "option \"--style\" needs a whole number";
-    return false;
+    throw UsageError("option \"--style\" needs a whole number");
   }
   const auto keywords = arguments.value("--keywords");
   if (keywords && !areKeywords(*keywords)) {
-    usageError =
+    throw UsageError(
         "option \"--keywords\" takes DN_Lowercase, DN_NoSpaceAfterComma and OrgID_OID_Hex, "
-        "separated by commas";
-    return false;
+        "separated by commas");
   }
-  return arguments.has("--members") ? printMembers(arguments, style, console)
-                                    : printStyled(arguments, style, console);
+  arguments.has("--members") ? printMembers(arguments, style, console)
+                             : printStyled(arguments, style, console);
 }
 
 constexpr OptionSpec kOptions[] = {

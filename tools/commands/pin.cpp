@@ -1,5 +1,4 @@
 #include "tools/commands/command.h"
-#include "tools/reading/input.h"
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/hash/vm_hash.h"
 #include "velmora/support/text/whole.h"
@@ -8,76 +7,53 @@ namespace velmora::tool {
 
 namespace {
 
-bool isHash(std::string_view name) {
-  return _vmHash::hashId(name) != _vmHash::kUnknown;
-}
-
-bool isEncoding(std::string_view name) {
+void checkNames(std::string_view hash, std::string_view encoding) {
   StringBuffer unused;
-  return DataBuffer().encodeDB(StringBuffer(name).getString(), unused);
-}
-
-bool checkNames(std::string_view hash, std::string_view encoding, std::string& usageError) {
-  if (!isHash(hash)) {
-    usageError = "the hash is one of sha1, sha256, sha384, sha512";
-  } else if (!isEncoding(encoding)) {
-    usageError = "the encoding is one of base64, base64url, hex, hexlower";
+  if (_vmHash::hashId(hash) == _vmHash::kUnknown) {
+    throw UsageError("the hash is one of sha1, sha256, sha384, sha512");
   }
-  return usageError.empty();
+  if (!DataBuffer().encodeDB(StringBuffer(encoding).getString(), unused)) {
+    throw UsageError("the encoding is one of base64, base64url, hex, hexlower");
+  }
 }
 
-bool runPin(const Arguments& arguments, Console& console, std::string& usageError) {
-  const std::string_view hash = arguments.value("--hash").value_or("sha256");
-  const std::string_view encoding = arguments.value("--encoding").value_or("base64");
-  if (!checkNames(hash, encoding, usageError)) return false;
-  const StringBuffer hashName(hash);
-  const StringBuffer encodingName(encoding);
+void runPin(const Arguments& arguments, Console& console) {
+  const StringBuffer hash(arguments.value("--hash").value_or("sha256"));
+  const StringBuffer encoding(arguments.value("--encoding").value_or("base64"));
+  checkNames(whole(hash).view(), whole(encoding).view());
   LogNull log;
   XString pin;
-  StringBuffer& out = console.out();
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     pin.weakClear();
-    const bool read =
-        certificate.getSpkiFingerprint(whole(hashName), whole(encodingName), pin, log);
+    const bool read = certificate.getSpkiFingerprint(hash, encoding, pin, log);
     whole(pin);
-    if (!read) return "The public key cannot be read.";
-    out.append3(hashName.getString(), ",", encodingName.getString());
-    out.appendChar(',');
-    out.append(pin.view());
-    out.appendChar('\n');
-    return nullptr;
+    if (!read) throw Untreated("The public key cannot be read.");
+    print(console.out(), hash, ',', encoding, ',', pin.view(), '\n');
   });
 }
 
 // A pin set that could never match is a mistake, and not an answer.
-bool checkPinSet(std::string_view pinSet, std::string& usageError) {
+void checkPinSet(std::string_view pinSet) {
   ExtPtrArraySb fields;
   StringBuffer(pinSet).split(fields, ',', true, false);
-  if (fields.getSize() >= 3) {
-    return checkNames(fields.sbAt(0)->view(), fields.sbAt(1)->view(), usageError);
-  }
-  usageError = "a pin set is a hash, an encoding and pins, separated by commas";
-  return false;
+  if (fields.getSize() >= 3) return checkNames(fields.sbAt(0)->view(), fields.sbAt(1)->view());
+  throw UsageError("a pin set is a hash, an encoding and pins, separated by commas");
 }
 
-bool runMatch(const Arguments& arguments, Console& console, std::string& usageError) {
-  if (!checkPinSet(arguments.operand(), usageError)) return false;
+void runMatch(const Arguments& arguments, Console& console) {
+  checkPinSet(arguments.operand());
   XString pinSet(arguments.operand());
   LogNull log;
   bool anyMatches = false;
   bool allMatch = true;
-  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto& input) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto& input) {
     const bool matches = certificate.matchesPinSet(pinSet, log);
     anyMatches = anyMatches || matches;
     allMatch = allMatch && matches;
-    console.out().append(matches ? "yes  " : "no   ");
-    appendPlace(input, console.out());
-    console.out().appendChar('\n');
-    return nullptr;
+    print(console.out(), matches ? "yes  " : "no   ", input, '\n');
   });
   const bool yes = anyMatches && (allMatch || !arguments.has("--all"));
   if (!yes) console.raise(ExitStatus::kNo);
-  return true;
 }
 
 constexpr OptionSpec kPinOptions[] = {

@@ -1,41 +1,45 @@
 #include "tools/render/show.h"
 
+#include <utility>
+
 #include "tools/commands/command.h"
-#include "tools/render/xml_layout.h"
-#include "velmora/support/core/out_of_memory.h"
+#include "tools/render/escape.h"
 
 namespace velmora::tool {
 
 namespace {
 
-bool showXml(const Arguments& arguments, Console& console) {
+void showXml(const Arguments& arguments, Console& console) {
   LogNull log;
-  return visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) -> const char* {
+  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
+    XString xml;
     const _clsOwner root(ClsXml::createNewCls());
-    if (!root || !root->put_TagUtf8("certificate")) return kOutOfMemory;
+    if (!root || !root->put_TagUtf8("certificate")) throw std::bad_alloc();
     // A certificate whose key has no XML has a summary all the same.
     certificate.toXmlInfo(*root, log);
-    XString xml;
-    if (!root->GetXml(xml)) return kOutOfMemory;
+    if (!root->GetXml(xml)) throw std::bad_alloc();
     appendIndentedXml(xml.view(), console.out());
     console.out().appendChar('\n');
-    return nullptr;
   });
 }
 
-bool runShow(const Arguments& arguments, Console& console, std::string& usageError) {
-  if (!arguments.atMostOneOf({"--json", "--xml", "--oids"}, usageError)) return false;
-  const bool json = arguments.has("--json");
-  if (arguments.has("--with-der") && !json) {
-    usageError = "option \"--with-der\" needs \"--json\"";
-    return false;
+void runShow(const Arguments& arguments, Console& console) {
+  arguments.wantAtMostOneOf({"--json", "--xml", "--oids"});
+  if (arguments.has("--with-der") && !arguments.has("--json")) {
+    throw UsageError("option \"--with-der\" needs \"--json\"");
   }
   if (arguments.has("--xml")) return showXml(arguments, console);
+  if (arguments.has("--json")) {
+    const bool withDer = arguments.has("--with-der");
+    return visitFiles(arguments, console, [&](const InputCertificate& input) {
+      showAsJson(input, withDer, console.out());
+    });
+  }
   const OidStyle style = arguments.has("--oids") ? OidStyle::kNumbers : OidStyle::kNamed;
-  const auto visitor =
-      json ? makeShowJson(arguments.has("--with-der"), console) : makeShowText(style, console);
-  visitCertificates(arguments.files(), json, *visitor, console);
-  return true;
+  visitFiles(arguments, console, [&, isFirst = true](const InputCertificate& input) mutable {
+    if (!std::exchange(isFirst, false)) console.out().appendChar('\n');
+    showAsText(input, style, console);
+  });
 }
 
 constexpr OptionSpec kOptions[] = {

@@ -1,52 +1,45 @@
 #include "tools/reading/dates.h"
 
+#include "tools/terminal/print.h"
+#include "velmora/support/text/whole.h"
+#include "velmora/support/time/velmora_sys_time.h"
+
 namespace velmora::tool {
 
-// Reading succeeds also for a text that is no date and then leaves the time alone: what two
-// different times both survive was not read.
-bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase& log) {
-  const VelmoraSysTime untouched;
-  date = untouched;
-  if (!certificate.get_Valid_To_or_From_UTC(from, date, log)) return false;
-  if (date.toUnixSeconds() != untouched.toUnixSeconds()) return true;
-  VelmoraSysTime other;
-  other.fromUnixSeconds(0);
-  certificate.get_Valid_To_or_From_UTC(from, other, log);
-  return other.toUnixSeconds() != 0;
-}
-
-VelmoraSysTime momentOf(std::chrono::sys_seconds date) noexcept {
-  VelmoraSysTime moment;
-  moment.fromUnixSeconds(date.time_since_epoch().count());
-  return moment;
-}
-
-bool parseIsoTime(std::string_view text, VelmoraSysTime& time) {
+std::optional<std::chrono::sys_seconds> parseIsoTime(std::string_view text) {
   constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
   constexpr size_t kDateSize = 10;
-  if (text.size() != kDateSize && text.size() != kForm.size()) return false;
+  if (text.size() != kDateSize && text.size() != kForm.size()) return std::nullopt;
   StringBuffer digits;
   for (size_t i = 0; i < text.size(); ++i) {
     const bool isDigit = text[i] >= '0' && text[i] <= '9';
-    if (kForm[i] == 'd' ? !isDigit : text[i] != kForm[i]) return false;
+    if (kForm[i] == 'd' ? !isDigit : text[i] != kForm[i]) return std::nullopt;
     if (isDigit) digits.appendChar(text[i]);
   }
-  if (text.size() == kDateSize) digits.append("000000");
-  digits.appendChar('Z');
+  print(digits, text.size() == kDateSize ? "000000Z" : "Z");
   LogNull log;
-  return time.fromX509(digits.view(), true, log);
+  VelmoraSysTime time;
+  if (!time.fromX509(digits.view(), true, log)) return std::nullopt;
+  return std::chrono::sys_seconds(std::chrono::seconds(time.toUnixSeconds()));
 }
 
-void appendSpan(int64_t seconds, StringBuffer& out) {
-  if (seconds < kSecondsInHour) {
-    out.append("less than an hour");
-    return;
-  }
-  const bool inDays = seconds >= kSecondsInDay;
-  const int64_t count = seconds / (inDays ? kSecondsInDay : kSecondsInHour);
-  out.appendInt(count);
-  out.append(inDays ? " day" : " hour");
-  if (count != 1) out.appendChar('s');
+bool appendDate(std::chrono::sys_seconds date, StringBuffer& out) {
+  VelmoraSysTime time;
+  return time.fromUnixSeconds(date.time_since_epoch().count()) && time.appendIso8601(out);
+}
+
+void writeDate(std::string_view key, const Result<std::chrono::sys_seconds>& date, JsonLine& line) {
+  StringBuffer text;
+  const bool isDate = date && appendDate(*date, text);
+  isDate ? line.word(key, whole(text).view()) : line.null(key);
+}
+
+void appendSpan(std::chrono::seconds span, StringBuffer& out) {
+  using namespace std::chrono_literals;
+  if (span < 1h) return print(out, "less than an hour");
+  const bool inDays = span >= 24h;
+  const auto count = span / (inDays ? 24h : 1h);
+  print(out, count, inDays ? " day" : " hour", count == 1 ? "" : "s");
 }
 
 }  // namespace velmora::tool

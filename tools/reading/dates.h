@@ -3,28 +3,38 @@
 // Dates and spans of time between certificates, the command line and people.
 
 #include <chrono>
-#include <cstdint>
+#include <optional>
 #include <string_view>
 
-#include "velmora/support/time/velmora_sys_time.h"
-#include "velmora/x509/velmora_x509.h"
+#include "tools/render/json_writer.h"
+#include "velmora/certificate/result.h"
 
 namespace velmora::tool {
 
-inline constexpr int64_t kSecondsInHour = 3600;
-inline constexpr int64_t kSecondsInDay = 24 * kSecondsInHour;
+/// Reads "2025-01-31" or "2025-01-31T23:59:59Z", in UTC; none for any other text.
+std::optional<std::chrono::sys_seconds> parseIsoTime(std::string_view text);
 
-/// Reads notBefore (`from` true) or notAfter; false when the certificate has none that is a date.
-bool readDate(VelmoraX509& certificate, bool from, VelmoraSysTime& date, LogBase& log);
+/// Appends "2025-01-31T23:59:59Z"; false, with nothing appended, outside the years 0 to 9999.
+bool appendDate(std::chrono::sys_seconds date, StringBuffer& out);
 
-/// The moment of a date that a certificate says.
-VelmoraSysTime momentOf(std::chrono::sys_seconds date) noexcept;
-
-/// Reads "2025-01-31" or "2025-01-31T23:59:59Z", in UTC; false, with the time unchanged, for any
-/// other text.
-bool parseIsoTime(std::string_view text, VelmoraSysTime& time);
+/// Writes the same as a member; null for what is no date.
+void writeDate(std::string_view key, const Result<std::chrono::sys_seconds>& date, JsonLine& line);
 
 /// Appends a span of time in words: "3 days", "1 hour", "less than an hour".
-void appendSpan(int64_t seconds, StringBuffer& out);
+void appendSpan(std::chrono::seconds span, StringBuffer& out);
+
+/// Fine enough for the clock, and far from full in the year 9999, which nanoseconds do not reach.
+using Moment = std::chrono::sys_time<std::chrono::microseconds>;
+
+inline Moment momentNow() {
+  return std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+}
+
+/// The time from one moment to a later one, both cut to whole seconds as dates have them.
+inline std::chrono::seconds secondsBetween(Moment from, Moment to) {
+  using std::chrono::floor;
+  using std::chrono::seconds;
+  return floor<seconds>(to) - floor<seconds>(from);
+}
 
 }  // namespace velmora::tool

@@ -9,8 +9,7 @@
 #include <new>
 #include <string>
 
-#include "tools/render/escape.h"
-#include "tools/render/json_writer.h"
+#include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/reading.h"
 #include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/ascii.h"
@@ -37,184 +36,127 @@ class Descriptor {
   int m_descriptor;
 };
 
-void appendNumber(std::string_view before, size_t number, StringBuffer& out) {
-  out.append(before);
-  out.appendInt(static_cast<int64_t>(number));
-}
-
 // The reason, and where in the block it lies.
-void appendReasonAndPlace(const CertificateFailure& failure, bool withLine, StringBuffer& out) {
+StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine) {
+  StringBuffer out;
   appendReason(failure.reason, out);
-  if (withLine && failure.line != 0) {
-    appendNumber(" (line ", failure.line, out);
-    out.appendChar(')');
-  }
-  if (failure.offset) {
-    appendNumber(" (offset ", *failure.offset, out);
-    out.append(" in the DER)");
-  }
+  if (withLine && failure.line != 0) print(out, " (line ", failure.line, ')');
+  if (failure.offset) print(out, " (offset ", *failure.offset, " in the DER)");
+  return out;
 }
 
-// Blocks in a row that fail for the same reason. The first has a line of its own, the others share
-// one: of a file that is something else altogether there may be millions.
-class FailureRun {
+// Tells what of one source cannot be read. Blocks in a row that fail for the same reason have one
+// line for the first and share another: of a file that is something else altogether there may be
+// millions.
+class Failures {
  public:
-  bool continuesWith(const CertificatePlace& place, std::string_view reason) const {
-    return m_going && reason == m_reason && place.label == m_label;
-  }
-  void start(const CertificatePlace& place, std::string_view reason) {
-    *this = FailureRun();
-    m_going = true;
-    m_reason = reason;
-    m_label = place.label;
-  }
-  void add(const CertificatePlace& place) {
+  Failures(std::string_view source, const VisitFailure& visitFailure, Console& console)
+      : m_source(source), m_visit(visitFailure), m_console(console) {}
+
+  void add(const CertificatePlace& place, const CertificateFailure& failure) {
+    if (m_visit) m_visit({m_source, place.index}, reasonAndPlace(failure, true).view());
+    if (!m_going || failure.reason != m_reason || place.label != m_label) {
+      endRun();
+      m_going = true;
+      m_reason = failure.reason;
+      m_label = place.label;
+      return complain(lineOf(place, failure));
+    }
     m_last = {place.index, {}, place.line};
-    if (m_count++ == 0) m_first = m_last;
-  }
-
-  /// How many there are behind the first one.
-  size_t count() const noexcept { return m_count; }
-
-  /// Appends those: ": blocks 2 to 9 (lines 4 to 40): the reason".
-  void append(StringBuffer& out) const {
-    appendNumber(": blocks ", m_first.index + 1, out);
-    appendNumber(" to ", m_last.index + 1, out);
-    if (m_first.line != 0) {
-      appendNumber(" (lines ", m_first.line, out);
-      appendNumber(" to ", m_last.line, out);
-      out.appendChar(')');
-    }
-    out.append(": ");
-    StringBuffer reason;
-    appendReason(m_reason, reason);
-    appendPrintable(reason.view(), out);
-  }
-
- private:
-  bool m_going = false;
-  size_t m_count = 0;
-  std::string m_reason;
-  std::string m_label;
-  CertificatePlace m_first;
-  CertificatePlace m_last;
-};
-
-// Hands what the reader finds in one source to the visitor, and failures to the console.
-class SourceSink final : public TypedCertificateSink {
- public:
-  SourceSink(std::string_view source, bool errorsAsJson, CertificateVisitor& visitor,
-             Console& console)
-      : m_source(source), m_errorsAsJson(errorsAsJson), m_visitor(visitor), m_console(console) {}
-
-  void typedCertificate(const CertificatePlace& place, Bytes octets, const Certificate& certificate,
-                        std::optional<uint32_t> berAt) override {
-    const char* reason = visit({{m_source, place.index}, octetsOf(octets), certificate, berAt});
-    if (reason != nullptr) return failure(place, {reason});
-    endRun();
-    m_console.endRecord();
-  }
-
-  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
-    if (m_errorsAsJson) writeJson(place.index, failure);
-    if (m_run.continuesWith(place, failure.reason)) {
-      m_run.add(place);
-      if (m_run.count() == 1) m_heldLine = lineOf(place, failure);
-      return;
-    }
-    endRun();
-    m_run.start(place, failure.reason);
-    complain(lineOf(place, failure));
+    if (m_count++ != 0) return;
+    m_first = m_last;
+    m_second = lineOf(place, failure);
   }
 
   // The source as a whole.
-  void systemFailure(size_t index, int error) {
+  void addSystemError(size_t index, int error) {
     endRun();
     const char* reason = std::strerror(error);
-    if (m_errorsAsJson) writeJson(index, std::string_view(reason));
+    if (m_visit) m_visit({m_source, index}, reason);
     m_console.complain(sourceForPeople(m_source), reason);
   }
 
   // Writes what is held back while blocks fail for the same reason.
   void endRun() {
-    if (m_run.count() > 1) {
-      m_heldLine = lineStart();
-      m_run.append(m_heldLine);
-    }
-    if (m_run.count() != 0) complain(m_heldLine);
-    m_run = FailureRun();
+    if (m_count == 1) complain(m_second);
+    if (m_count > 1) complain(lineOfRun());
+    m_going = false;
+    m_count = 0;
   }
 
  private:
-  // A certificate for which memory runs out leaves no half of its record behind.
-  const char* visit(const InputCertificate& input) {
-    const size_t start = m_console.out().getSize();
-    try {
-      const char* reason = m_visitor.visit(input);
-      whole(m_console.out());
-      return reason;
-    } catch (const std::bad_alloc&) {
-      m_console.takeBack(start);
-      return kMemoryRanOut;
-    }
-  }
-
-  StringBuffer lineStart() const {
-    StringBuffer line("velmora-x509: ");
-    appendPrintable(sourceForPeople(m_source), line);
-    return line;
-  }
-
   StringBuffer lineOf(const CertificatePlace& place, const CertificateFailure& failure) const {
-    StringBuffer reason;
-    appendReasonAndPlace(failure, failure.line != place.line, reason);
-    StringBuffer line = lineStart();
-    appendNumber(": block ", place.index + 1, line);
-    appendLabelAndLine(place, line);
-    line.append(": ");
-    appendPrintable(reason.view(), line);
+    StringBuffer line;
+    print(line, ": block ", place.index + 1);
+    if (!place.label.empty() && place.line != 0) {
+      print(line, " (\"", Safe{place.label}, "\", line ", place.line, ')');
+    } else if (place.line != 0) {
+      print(line, " (line ", place.line, ')');
+    }
+    const bool isElsewhere = failure.line != place.line;
+    print(line, ": ", Safe{reasonAndPlace(failure, isElsewhere).view()});
     return line;
   }
 
-  static void appendLabelAndLine(const CertificatePlace& place, StringBuffer& out) {
-    if (place.line == 0) return;
-    out.append(" (");
-    if (!place.label.empty()) {
-      out.appendChar('"');
-      appendPrintable(place.label, out);
-      out.append("\", ");
-    }
-    appendNumber("line ", place.line, out);
-    out.appendChar(')');
+  // ": blocks 2 to 9 (lines 4 to 40): the reason"
+  StringBuffer lineOfRun() const {
+    StringBuffer line;
+    print(line, ": blocks ", m_first.index + 1, " to ", m_last.index + 1);
+    if (m_first.line != 0) print(line, " (lines ", m_first.line, " to ", m_last.line, ')');
+    print(line, ": ", Safe{reasonAndPlace({m_reason}, false).view()});
+    return line;
   }
 
-  void writeJson(size_t index, const CertificateFailure& failure) {
-    StringBuffer reason;
-    appendReasonAndPlace(failure, true, reason);
-    writeJson(index, reason.view());
-  }
-
-  void writeJson(size_t index, std::string_view reason) {
-    JsonLine line(m_console.out());
-    line.text("source", m_source);
-    line.number("index", static_cast<int64_t>(index));
-    line.text("error", reason);
-    line.end();
-    m_console.endRecord();
-  }
-
-  // `line` is safe to print.
-  void complain(const StringBuffer& line) {
-    m_console.error(line.view());
+  // `what` is safe to print.
+  void complain(const StringBuffer& what) {
+    m_console.error(Safe{sourceForPeople(m_source)}, what);
     m_console.raise(ExitStatus::kUnreadable);
   }
 
   std::string_view m_source;
-  bool m_errorsAsJson;
-  CertificateVisitor& m_visitor;
+  const VisitFailure& m_visit;
   Console& m_console;
-  FailureRun m_run;
-  StringBuffer m_heldLine;  // of the first behind that with a line of its own
+  bool m_going = false;
+  std::string m_reason;
+  std::string m_label;
+  size_t m_count = 0;  // of those behind the first
+  CertificatePlace m_first;
+  CertificatePlace m_last;
+  StringBuffer m_second;
+};
+
+// Hands what the reader finds in one source to the visitor, and failures to those who tell them.
+class SourceSink final : public TypedCertificateSink {
+ public:
+  SourceSink(std::string_view source, const Visit& visit, Failures& failures, Console& console)
+      : m_source(source), m_visit(visit), m_failures(failures), m_console(console) {}
+
+  // A certificate for which memory runs out leaves no half of its record behind.
+  void typedCertificate(const CertificatePlace& place, Bytes octets, const Certificate& certificate,
+                        std::optional<uint32_t> berAt) override {
+    const size_t start = m_console.out().getSize();
+    try {
+      m_visit({{m_source, place.index}, octetsOf(octets), certificate, berAt});
+      whole(m_console.out());
+      m_failures.endRun();
+      m_console.endRecord();
+    } catch (const Untreated& untreated) {
+      m_failures.add(place, {untreated.reason, untreated.offset});
+    } catch (const std::bad_alloc&) {
+      m_console.takeBack(start);
+      m_failures.add(place, {kMemoryRanOut});
+    }
+  }
+
+  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
+    m_failures.add(place, failure);
+  }
+
+ private:
+  std::string_view m_source;
+  const Visit& m_visit;
+  Failures& m_failures;
+  Console& m_console;
 };
 
 // Hands each piece of a source to `take` until that is false; 0, or what reading failed with.
@@ -233,53 +175,97 @@ int readPieces(std::string_view source, Take take) {
   }
 }
 
-void visitSource(std::string_view source, SourceSink& sink, Console& console) {
-  CertificateReader reader(sink);
-  const int error = readPieces(source, [&](std::string_view piece) {
-    const bool wantsMore = reader.feed(piece);
-    // What a pipe brought goes out at once: its other end may wait for it.
-    sink.endRun();
-    return console.flush() && wantsMore;
-  });
-  if (error != 0) return sink.systemFailure(reader.count(), error);
-  if (console.flush()) reader.finish();
-  sink.endRun();
-}
-
 }  // namespace
 
-void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
-                       CertificateVisitor& visitor, Console& console) {
+void visitCertificates(const std::vector<std::string_view>& sources, Console& console,
+                       const Visit& visit, const VisitFailure& visitFailure) {
   for (const std::string_view source : sources) {
-    SourceSink sink(source, errorsAsJson, visitor, console);
-    visitSource(source, sink, console);
+    Failures failures(source, visitFailure, console);
+    SourceSink sink(source, visit, failures, console);
+    CertificateReader reader(sink);
+    const int error = readPieces(source, [&](std::string_view piece) {
+      const bool wantsMore = reader.feed(piece);
+      // What a pipe brought goes out at once: its other end may wait for it.
+      failures.endRun();
+      return console.flush() && wantsMore;
+    });
+    if (error != 0) {
+      failures.addSystemError(reader.count(), error);
+    } else if (console.flush()) {
+      reader.finish();
+    }
+    failures.endRun();
     if (!console.flush()) return;
   }
 }
 
-const char* readSource(std::string_view source, std::string& content) {
-  const int error = readPieces(source, [&](std::string_view piece) {
-    content += piece;
-    return true;
+VisitFailure failuresAsJson(const Arguments& arguments, Console& console) {
+  if (!arguments.has("--json")) return {};
+  return [&](auto& place, std::string_view reason) { writeUnreadable(place, reason, console); };
+}
+
+void visitFiles(const Arguments& arguments, Console& console, const Visit& visit) {
+  visitCertificates(arguments.files(), console, visit, failuresAsJson(arguments, console));
+}
+
+void visitLoaded(const Arguments& arguments, Console& console,
+                 const std::function<void(VelmoraX509&, const InputCertificate&)>& visit) {
+  const auto object = VelmoraX509::createOwnedX509();
+  visitFiles(arguments, console, [&](const InputCertificate& input) {
+    loadInto(object.get(), input.der);
+    visit(*object, input);
   });
-  return error != 0 ? std::strerror(error) : nullptr;
 }
 
-LoadedCertificate::LoadedCertificate() : m_certificate(VelmoraX509::createOwnedX509()) {
-  if (!m_certificate) throw std::bad_alloc();
+std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console) {
+  std::vector<Crl> crls;
+  for (const std::string_view source : sources) {
+    const VisitFailure nobody;
+    Failures failures(source, nobody, console);
+    std::string content;
+    const int error = readPieces(source, [&](std::string_view piece) {
+      content += piece;
+      return true;
+    });
+    if (error != 0) {
+      failures.addSystemError(0, error);
+      continue;
+    }
+    const CrlReading reading = CrlSet::read(std::as_bytes(std::span(content)));
+    crls.insert(crls.end(), reading.crls.begin(), reading.crls.end());
+    for (const CrlFailure& each : reading.failures) {
+      const bool isText = each.error.code == ErrorCode::malformedText || each.error.isAbsent();
+      const auto offset = isText ? std::nullopt : std::optional<size_t>(each.error.offset);
+      failures.add({each.index, {}, each.line}, {each.reason, offset, each.faultLine});
+    }
+    failures.endRun();
+  }
+  return crls;
 }
 
-const char* LoadedCertificate::load(std::span<const unsigned char> der) {
+void loadInto(VelmoraX509* object, std::span<const unsigned char> der) {
   LogNull log;
-  const bool loaded = m_certificate->loadX509DerAlt(
-      der.data(), static_cast<unsigned int>(der.size()), nullptr, log);
-  return loaded ? nullptr : "A certificate that cannot be loaded.";
+  if (object == nullptr) throw std::bad_alloc();
+  const auto size = static_cast<unsigned int>(der.size());
+  if (object->loadX509DerAlt(der.data(), size, nullptr, log)) return;
+  throw Untreated("A certificate that cannot be loaded.");
 }
 
-void appendPlace(const InputPlace& input, StringBuffer& out) {
-  appendPrintable(sourceForPeople(input.source), out);
-  out.append(": certificate ");
-  out.appendInt(static_cast<int64_t>(input.index) + 1);
+void appendItem(const InputPlace& place, StringBuffer& out) {
+  print(out, Safe{sourceForPeople(place.source)}, ": certificate ", place.index + 1);
+}
+
+void writePlace(const InputPlace& place, JsonLine& line) {
+  line.text("source", place.source);
+  line.number("index", place.index);
+}
+
+void writeUnreadable(const InputPlace& place, std::string_view reason, Console& console) {
+  JsonLine line(console.out());
+  writePlace(place, line);
+  line.text("error", reason);
+  line.end();
+  console.endRecord();
 }
 
 void appendReason(std::string_view sentence, StringBuffer& out) {

@@ -4,17 +4,17 @@
 // one voice for what cannot be read.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "tools/render/json_writer.h"
 #include "tools/terminal/console.h"
 #include "tools/terminal/options.h"
 #include "velmora/certificate/certificate.h"
-#include "velmora/reading/certificate_reader.h"
-#include "velmora/support/log/log_base.h"
+#include "velmora/path/crl.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::tool {
@@ -32,65 +32,52 @@ struct InputCertificate : InputPlace {
   std::optional<uint32_t> berAt;       // the first octet that is no DER; none when all of it is
 };
 
-/// Does a command's work on one certificate after the other.
-class CertificateVisitor {
- public:
-  virtual ~CertificateVisitor() = default;
-
-  /// Gives null, or a constant text that says why the certificate could not be treated. May throw
-  /// std::bad_alloc: what the certificate has put out since the last flush is then taken back.
-  virtual const char* visit(const InputCertificate& input) = 0;
+/// Why a certificate could not be treated: thrown by whoever is handed it.
+struct Untreated {
+  explicit Untreated(const char* sentence) noexcept : reason(sentence) {}
+  explicit Untreated(const Error& error) noexcept : reason(error.message()), offset(error.offset) {}
+  std::string_view reason;            // a sentence that lives as long as the program
+  std::optional<size_t> offset = {};  // of the octet at fault in the DER
 };
 
-/// Reads every source in turn and hands each certificate to `visitor`. What cannot be read or is no
+/// Does a command's work on one certificate. May throw Untreated, and std::bad_alloc: what was put
+/// out since the last flush is then taken back.
+using Visit = std::function<void(const InputCertificate& input)>;
+/// Is told what could not be read, and why, beside the line on standard error that it has anyway.
+using VisitFailure = std::function<void(const InputPlace& place, std::string_view reason)>;
+
+/// Reads every source in turn and hands each certificate to `visit`. What cannot be read or is no
 /// certificate gets a line on standard error (blocks in a row with the same fault share one, behind
-/// the first) and, with `errorsAsJson`, an object {source, index, error} on standard output, raises
-/// the exit status to kUnreadable and stops nothing. Stops early only when standard output cannot
-/// be written to.
-void visitCertificates(const std::vector<std::string_view>& sources, bool errorsAsJson,
-                       CertificateVisitor& visitor, Console& console);
+/// the first), goes to `visitFailure`, if there is one, raises the exit status to kUnreadable and
+/// stops nothing. Stops early only when standard output cannot be written to.
+void visitCertificates(const std::vector<std::string_view>& sources, Console& console,
+                       const Visit& visit, const VisitFailure& visitFailure = {});
 
-/// Reads all of a source. Null, or why it could not be read.
-const char* readSource(std::string_view source, std::string& content);
+/// With the option "--json", what writes an object {source, index, error}; else nothing.
+VisitFailure failuresAsJson(const Arguments& arguments, Console& console);
 
-/// The same for the files of a command, of which `visit(input)` gives what CertificateVisitor does;
-/// errors come as JSON where the command got the option "--json". True, for a command to end with.
-template <class Visit>
-bool visitFiles(const Arguments& arguments, Console& console, Visit visit) {
-  struct Visitor final : CertificateVisitor {
-    explicit Visitor(Visit& each) : m_each(each) {}
-    const char* visit(const InputCertificate& input) override { return m_each(input); }
-    Visit& m_each;
-  } visitor(visit);
-  visitCertificates(arguments.files(), arguments.has("--json"), visitor, console);
-  return true;
-}
+/// Visits the files of a command, failures as JSON where that is asked for.
+void visitFiles(const Arguments& arguments, Console& console, const Visit& visit);
 
-/// A certificate object that is loaded again and again.
-class LoadedCertificate {
- public:
-  LoadedCertificate();
-
-  /// Null, or why the certificate does not load.
-  const char* load(std::span<const unsigned char> der);
-  VelmoraX509& get() noexcept { return *m_certificate; }
-
- private:
-  RefOwner<VelmoraX509> m_certificate;
-};
+/// Loads the certificate into an object, which may have held another one. Throws Untreated for one
+/// that does not load, and std::bad_alloc where there is no object because memory ran out.
+void loadInto(VelmoraX509* object, std::span<const unsigned char> der);
 
 /// As visitFiles, with `visit(certificate, input)`, which gets each as an object.
-template <class Visit>
-bool visitLoaded(const Arguments& arguments, Console& console, Visit visit) {
-  LoadedCertificate loaded;
-  return visitFiles(arguments, console, [&](const InputCertificate& input) {
-    const char* const reason = loaded.load(input.der);
-    return reason != nullptr ? reason : visit(loaded.get(), input);
-  });
-}
+void visitLoaded(const Arguments& arguments, Console& console,
+                 const std::function<void(VelmoraX509&, const InputCertificate&)>& visit);
 
-/// Appends where a certificate stands, for people: "FILE: certificate 2".
-void appendPlace(const InputPlace& input, StringBuffer& out);
+/// Reads the CRLs of the sources. Whatever is none is told as of certificates.
+std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console);
+
+/// Prints where a certificate stands, for people: "FILE: certificate 2".
+void appendItem(const InputPlace& place, StringBuffer& out);
+
+/// Writes the members source and index.
+void writePlace(const InputPlace& place, JsonLine& line);
+
+/// Writes the object {source, index, error}, on a line.
+void writeUnreadable(const InputPlace& place, std::string_view reason, Console& console);
 
 /// Appends the library's sentence as a part of a line: without its full stop and, unless it starts
 /// with an abbreviation, its capital letter.

@@ -5,13 +5,13 @@
 #include <string>
 #include <variant>
 
+#include "tools/reading/dates.h"
 #include "tools/reading/input.h"
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"
-#include "tools/render/name_json.h"
+#include "tools/render/name_text.h"
 #include "tools/render/oid_text.h"
 #include "velmora/support/text/whole.h"
-#include "velmora/support/time/velmora_sys_time.h"
 
 namespace velmora::tool {
 
@@ -19,11 +19,6 @@ namespace {
 
 // The largest number that every reader of JSON keeps (RFC 8259 §6).
 constexpr uint64_t kMaxExact = (uint64_t{1} << 53) - 1;
-
-void writeOid(const DottedOid& id, JsonLine& line) {
-  line.word("oid", id.text());
-  line.word("name", id.name());
-}
 
 void writeOidObject(std::string_view key, const DottedOid& id, JsonLine& line) {
   line.object(key, [&] { writeOid(id, line); });
@@ -33,8 +28,8 @@ void writeOidObject(std::string_view key, const DottedOid& id, JsonLine& line) {
 void writeNumber(std::string_view key, std::string_view keyOfLeast, std::optional<uint64_t> number,
                  JsonLine& line) {
   const bool isExact = number && *number <= kMaxExact;
-  isExact ? line.number(key, static_cast<int64_t>(*number)) : line.null(key);
-  if (number && !isExact) line.number(keyOfLeast, static_cast<int64_t>(kMaxExact) + 1);
+  isExact ? line.number(key, *number) : line.null(key);
+  if (number && !isExact) line.number(keyOfLeast, kMaxExact + 1);
 }
 
 void writeBits(std::string_view key, unsigned bits, std::span<const std::string_view> names,
@@ -175,15 +170,12 @@ void writeValue(const NameConstraints& constraints, JsonLine& line) {
 void writeMoment(std::string_view key, std::chrono::sys_time<std::chrono::milliseconds> at,
                  JsonLine& line) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(at);
-  const auto fraction = static_cast<unsigned>((at - seconds).count());
-  VelmoraSysTime time;
   StringBuffer text;
-  if (!time.fromUnixSeconds(seconds.time_since_epoch().count())) return line.null(key);
-  time.appendIso8601(text);
-  std::string written(whole(text).view());
-  written.back() = '.';
-  written.append(std::to_string(1000 + fraction), 1);
-  line.word(key, written + 'Z');
+  if (!appendDate(seconds, text)) return line.null(key);
+  const std::string fraction = std::to_string(1000 + (at - seconds).count()).substr(1);
+  text.truncate(text.getSize() - 1);
+  print(text, '.', fraction, 'Z');
+  line.word(key, whole(text).view());
 }
 
 void writeValue(const std::vector<SignedTimestamp>& stamps, JsonLine& line) {
@@ -191,15 +183,14 @@ void writeValue(const std::vector<SignedTimestamp>& stamps, JsonLine& line) {
     line.base64("logId", Bytes(stamp.logId));
     writeMoment("timestamp", stamp.at, line);
     line.base64("extensions", stamp.extensions);
-    line.number("hashAlgorithm", int64_t{stamp.hashAlgorithm});
-    line.number("signatureAlgorithm", int64_t{stamp.signatureAlgorithm});
+    line.number("hashAlgorithm", stamp.hashAlgorithm);
+    line.number("signatureAlgorithm", stamp.signatureAlgorithm);
     line.base64("signature", stamp.signature);
   });
 }
 
 void writeValue(const TlsFeatures& features, JsonLine& line) {
-  line.list(kDecoded, features.features,
-            [&](uint16_t feature) { line.number("", int64_t{feature}); });
+  line.list(kDecoded, features.features, [&](uint16_t feature) { line.number("", feature); });
 }
 
 void writeValue(const OcspNoCheck&, JsonLine& line) {
@@ -219,7 +210,7 @@ void writeError(const Error& error, JsonLine& line) {
   appendReason(error.message(), reason);
   line.object(kDecoded, [&] {
     line.text("error", whole(reason).view());
-    line.number("offset", int64_t{error.offset});
+    line.number("offset", error.offset);
   });
 }
 

@@ -28,4 +28,9 @@ void appendJsonDocument(std::string_view json, StringBuffer& out);
 /// XML text that is well-formed already: numeric references, which read back as the characters.
 void appendXmlText(std::string_view xml, StringBuffer& out);
 
+/// Appends compact XML safe to print and with each element on a line of its own. Content is not
+/// touched, and white space between elements alone means nothing, so the text reads back as the
+/// same document.
+void appendIndentedXml(std::string_view xml, StringBuffer& out);
+
 }  // namespace velmora::tool

@@ -18,18 +18,17 @@ class Words {
   bool any() const noexcept { return m_any; }
 
   void say(const BasicConstraints& constraints) {
-    next().append(constraints.ca ? "a CA" : "not a CA");
+    item(constraints.ca ? "a CA" : "not a CA");
     if (!constraints.pathLength) return;
-    next().append("path length ");
-    m_out.append(std::to_string(*constraints.pathLength));
-    if (*constraints.pathLength == UINT64_MAX) m_out.append(" or more");
+    const bool isMore = *constraints.pathLength == UINT64_MAX;
+    item("path length ", std::to_string(*constraints.pathLength), isMore ? " or more" : "");
   }
 
   void say(const KeyUsage& usage) {
     for (size_t i = 0; i < std::size(kKeyUses); ++i) {
-      if ((usage.bits >> i & 1) != 0) next().append(kKeyUses[i]);
+      if ((usage.bits >> i & 1) != 0) item(kKeyUses[i]);
     }
-    if (!m_any) next().append("nothing");
+    if (!m_any) item("nothing");
   }
 
   void say(const ExtendedKeyUsage& usage) {
@@ -50,9 +49,9 @@ class Words {
   void say(const std::vector<DistributionPoint>& points) {
     for (const DistributionPoint& point : points) {
       say(point.fullName);
-      if (!point.relativeName.empty()) next().append("a name relative to the issuer's");
-      if (point.reasons) next().append("for some reasons only");
-      if (!point.crlIssuer.empty()) next().append("issued by");
+      if (!point.relativeName.empty()) item("a name relative to the issuer's");
+      if (point.reasons) item("for some reasons only");
+      if (!point.crlIssuer.empty()) item("issued by");
       for (const GeneralName& issuer : point.crlIssuer) alsoName(issuer);
     }
   }
@@ -84,20 +83,21 @@ class Words {
     return text ? Text(*std::move(text)) : Text();
   }
 
-  StringBuffer& next() {
-    if (m_any) m_out.append(", ");
+  template <class... Items>
+  void item(const Items&... items) {
+    print(m_out, m_any ? ", " : "", items...);
     m_any = true;
-    return m_out;
   }
   void oid(const DottedOid& id) {
-    id.text().empty() ? static_cast<void>(next().append("an OID that is too long"))
-                      : appendOidShort(id.text(), m_style, next());
+    item(id.text().empty() ? "an OID that is too long" : "");
+    appendOidShort(id, m_style, m_out);
   }
   void name(const GeneralName& name) {
-    ShownName(name).append(m_style, appendPrintableItem, next());
+    item();
+    ShownName(name).append(m_style, appendPrintableItem, m_out);
   }
   void subtree(std::string_view which, const GeneralName& base) {
-    next().append(which);
+    item(which);
     alsoName(base);
   }
   // Behind the last item and part of it.
@@ -120,14 +120,13 @@ class Words {
 
 void appendMeaning(const Certificate& certificate, const Extension& extension, OidStyle style,
                    StringBuffer& out) {
-  if (!extension.hasValue) return static_cast<void>(out.append("without a value"));
+  if (!extension.hasValue) return print(out, "without a value");
   const auto content = certificate.content(extension, Strictness::lenient);
   Words words(style, out);
   if (content) std::visit([&](const auto& value) { words.say(value); }, *content);
   if (words.any()) return;
-  if (!content) out.append("cannot be read, ");
-  out.appendInt(static_cast<int64_t>(extension.value.size()));
-  out.append(extension.value.size() == 1 ? " byte" : " bytes");
+  const size_t size = extension.value.size();
+  print(out, content ? "" : "cannot be read, ", size, size == 1 ? " byte" : " bytes");
 }
 
 }  // namespace velmora::tool

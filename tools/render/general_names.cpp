@@ -5,6 +5,7 @@
 
 #include "tools/render/escape.h"
 #include "tools/render/name_text.h"
+#include "tools/terminal/print.h"
 #include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
@@ -18,17 +19,9 @@ void ShownName::own(std::string_view type, std::string text) {
   takeText(type, m_own);
 }
 
-void ShownName::take(const IpAddress& address) {
-  own("ip", address.text());
-}
-
-void ShownName::take(const IpRange& range) {
-  own("ip", range.text());
-}
-
 void ShownName::take(const Name& name) {
   StringBuffer text;
-  const bool hasText = appendName(name, attributesOf(name), text);
+  const bool hasText = appendName(name, text);
   own("directory", std::string(whole(text).view()));
   m_octets = name.der();
   if (!hasText) m_text.reset();
@@ -78,11 +71,9 @@ void ShownName::write(std::string_view key, JsonLine& line) const {
 }
 
 void ShownName::append(OidStyle style, AppendText appendText, StringBuffer& out) const {
-  if (m_isMalformed) out.append("malformed ");
-  out.append(m_type);
-  out.appendChar(' ');
+  print(out, m_isMalformed ? "malformed " : "", m_type, ' ');
   if (m_otherType) {
-    appendOidShort(DottedOid(*m_otherType).text(), style, out);
+    appendOidShort(DottedOid(*m_otherType), style, out);
     out.appendChar('=');
   }
   if (m_text) return appendText(*m_text, out);

@@ -37,8 +37,8 @@ class ShownName {
   void take(const DnsName& name) { takeText("dns", name.text); }
   void take(const EmailAddress& name) { takeText("email", name.text); }
   void take(const Uri& name) { takeText("uri", name.text); }
-  void take(const IpAddress& address);
-  void take(const IpRange& range);
+  void take(const IpAddress& address) { own("ip", address.text()); }
+  void take(const IpRange& range) { own("ip", range.text()); }
   void take(const Name& name);
   void take(const RegisteredId& name);
   void take(const OtherName& name);

@@ -46,19 +46,9 @@ void JsonLine::word(std::string_view name, std::string_view value) {
   *std::copy(value.begin(), value.end(), at + 1) = '"';
 }
 
-void JsonLine::number(std::string_view name, std::string_view decimal) {
-  key(name);
-  m_out.append(decimal);
-}
-
-void JsonLine::number(std::string_view name, int64_t value) {
-  key(name);
-  m_out.appendInt(value);
-}
-
 void JsonLine::boolean(std::string_view name, bool value) {
   key(name);
-  m_out.append(value ? "true" : "false");
+  print(m_out, value ? "true" : "false");
 }
 
 void JsonLine::null(std::string_view name) {
@@ -72,16 +62,12 @@ void JsonLine::textOrNull(std::string_view name, std::string_view value) {
 
 void JsonLine::base64(std::string_view name, Bytes bytes) {
   key(name);
-  m_out.appendChar('"');
-  appendBase64(bytes, m_out);
-  m_out.appendChar('"');
+  print(m_out, '"', Base64{bytes}, '"');
 }
 
 void JsonLine::hex(std::string_view name, Bytes bytes) {
   key(name);
-  m_out.appendChar('"');
-  appendHex(bytes, m_out);
-  m_out.appendChar('"');
+  print(m_out, '"', Hex{bytes}, '"');
 }
 
 void JsonLine::end() {

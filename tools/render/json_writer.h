@@ -2,6 +2,7 @@
 
 // JSON as the command line writes it: a value a line, members in the order in which they come.
 
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -26,9 +27,10 @@ class JsonLine {
   void text(std::string_view key, std::string_view value);
   /// A text that needs no escapes, such as a date or an OID; or null when it is empty.
   void word(std::string_view key, std::string_view value);
-  /// `decimal` is a whole number in decimal.
-  void number(std::string_view key, std::string_view decimal);
-  void number(std::string_view key, int64_t value);
+  void number(std::string_view name, std::integral auto value) {
+    key(name);
+    m_out.appendInt(static_cast<int64_t>(value));
+  }
   void boolean(std::string_view key, bool value);
   void null(std::string_view key);
   /// The text, or null when it is empty.

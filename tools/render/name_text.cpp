@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <new>
 
-#include "tools/render/octets.h"
 #include "tools/render/oid_text.h"
+#include "tools/terminal/print.h"
 #include "velmora/support/asn1/der_xml_codec.h"
-#include "velmora/support/text/printable.h"
 #include "velmora/support/text/whole.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -29,16 +28,10 @@ bool isPlainText(const ShownAttribute& attribute) {
 
 void appendAttribute(const ShownAttribute& attribute, StringBuffer& out) {
   const std::string_view text = attribute.text();
-  const bool hasComma = text.find(',') != text.npos;
-  if (const std::string_view name = attribute.shortName(); !name.empty()) {
-    out.append(name);
-  } else {
-    out.append("OID.");
-    out.append(DottedOid(attribute.type).text());
-  }
-  out.append(hasComma ? "=\"" : "=");
-  out.append(text);
-  if (hasComma) out.appendChar('"');
+  const std::string_view name = attribute.shortName();
+  const std::string_view quote = text.find(',') != text.npos ? "\"" : "";
+  name.empty() ? print(out, "OID.", DottedOid(attribute.type).text()) : print(out, name);
+  print(out, '=', quote, text, quote);
 }
 
 // By the tree, whatever is in the name.
@@ -112,12 +105,39 @@ bool appendName(const Name& name, const Attributes& attributes, StringBuffer& ou
   return true;
 }
 
+bool appendName(const Name& name, StringBuffer& out) {
+  return appendName(name, attributesOf(name), out);
+}
+
 void appendSubject(std::string_view before, const Certificate& certificate, StringBuffer& out) {
-  const Name subject = certificate.subject();
   StringBuffer text;
-  if (!appendName(subject, attributesOf(subject), text)) return;
-  out.append(before);
-  appendPrintable(whole(text).view(), out);
+  if (appendName(certificate.subject(), text)) print(out, before, Safe{whole(text).view()});
+}
+
+void writeAttribute(const ShownAttribute& attribute, JsonLine& line) {
+  const DottedOid type(attribute.type);
+  const std::string_view shortName = attribute.shortName();
+  line.object("", [&] {
+    line.word("oid", type.text());
+    line.word("name", shortName.empty() ? type.name() : shortName);
+    if (attribute.kind != TextKind::none) return line.text("value", attribute.text());
+    line.null("value");
+    line.hex("hex", attribute.der);
+  });
+}
+
+void writeRdns(std::string_view key, const Attributes& attributes, JsonLine& line) {
+  if (!attributes) return line.null(key);
+  line.beginList(key);
+  for (size_t i = 0; i < attributes->size(); ++i) {
+    const uint32_t rdn = (*attributes)[i].rdn;
+    const bool isFirst = i == 0 || (*attributes)[i - 1].rdn != rdn;
+    const bool isLast = i + 1 == attributes->size() || (*attributes)[i + 1].rdn != rdn;
+    if (isFirst) line.beginList("");
+    writeAttribute((*attributes)[i], line);
+    if (isLast) line.endList();
+  }
+  line.endList();
 }
 
 bool isSameName(const Attributes& a, const Attributes& b) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/render/json_writer.h"
 #include "velmora/certificate/certificate.h"
 #include "velmora/support/asn1/attribute_types.h"
 #include "velmora/support/text/string_buffer.h"
@@ -46,8 +47,20 @@ Attributes attributesOf(const Name& name);
 /// to be read as a tree, where it has to be.
 bool appendName(const Name& name, const Attributes& attributes, StringBuffer& out);
 
+/// The same of a name alone.
+bool appendName(const Name& name, StringBuffer& out);
+
 /// Appends `before` and the subject so, safe to print; nothing where it is false.
 void appendSubject(std::string_view before, const Certificate& certificate, StringBuffer& out);
+
+/// Writes an attribute of a name as {oid, name, value} in a list: the name is the short one of
+/// style 0, else that in the standards; a value that is no text is null and has its DER beside it
+/// as "hex".
+void writeAttribute(const ShownAttribute& attribute, JsonLine& line);
+
+/// Writes the attributes of a name as a list of RDNs, each a list of these; null where there are
+/// none because it is malformed.
+void writeRdns(std::string_view key, const Attributes& attributes, JsonLine& line);
 
 /// Whether two names are the same, attribute by attribute: text as it is spelled, whether in a
 /// UTF8String, PrintableString or IA5String, and all else octet by octet. No empty or malformed

@@ -7,9 +7,9 @@
 #include <span>
 #include <string_view>
 
+#include "tools/terminal/print.h"
 #include "velmora/certificate/bytes.h"
 #include "velmora/support/text/byte_codecs.h"
-#include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
 
@@ -38,16 +38,21 @@ std::array<std::byte, Digest::kDigestSize> digestOf(
   return digest;
 }
 
-/// Appends them in base64.
-inline void appendBase64(Bytes bytes, StringBuffer& out) noexcept {
-  char* const digits = out.extend(base64Length(bytes.size()));
-  if (digits != nullptr) base64Encode(octetsOf(bytes).data(), bytes.size(), digits);
-}
+/// Octets as items of print(): in base64, and as hexadecimal digits in upper case.
+struct Base64 {
+  Bytes octets;
+};
+struct Hex {
+  Bytes octets;
+};
 
-/// Appends them as hexadecimal digits in upper case.
-inline void appendHex(Bytes bytes, StringBuffer& out) noexcept {
-  char* const digits = out.extend(2 * bytes.size());
-  if (digits != nullptr) hexEncodeUpper(octetsOf(bytes).data(), bytes.size(), digits);
+inline void appendItem(Base64 item, StringBuffer& out) noexcept {
+  char* const digits = out.extend(base64Length(item.octets.size()));
+  if (digits != nullptr) base64Encode(octetsOf(item.octets).data(), item.octets.size(), digits);
+}
+inline void appendItem(Hex item, StringBuffer& out) noexcept {
+  char* const digits = out.extend(2 * item.octets.size());
+  if (digits != nullptr) hexEncodeUpper(octetsOf(item.octets).data(), item.octets.size(), digits);
 }
 
 }  // namespace velmora::tool

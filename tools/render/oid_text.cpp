@@ -1,32 +1,8 @@
 #include "tools/render/oid_text.h"
 
-#include "tools/render/escape.h"
-#include "tools/render/octets.h"
 #include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
-
-namespace {
-
-std::string_view wantedName(std::string_view dotted, OidStyle style) {
-  return style == OidStyle::kNamed ? oidName(dotted) : std::string_view();
-}
-
-}  // namespace
-
-void appendOid(std::string_view dotted, OidStyle style, StringBuffer& out) {
-  const std::string_view name = wantedName(dotted, style);
-  if (name.empty()) return appendPrintable(dotted, out);
-  out.append(name);
-  out.append(" (");
-  out.append(dotted);
-  out.appendChar(')');
-}
-
-void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out) {
-  const std::string_view name = wantedName(dotted, style);
-  name.empty() ? appendPrintable(dotted, out) : static_cast<void>(out.append(name));
-}
 
 DottedOid::DottedOid(Bytes content) {
   const NamedOid known = namedOid(octetsOf(content));
@@ -39,6 +15,20 @@ DottedOid::DottedOid(Bytes content) {
     oidToDotted(octetsOf(content), m_long);
     m_text = whole(m_long).view();
   }
+}
+
+void appendOid(const DottedOid& id, OidStyle style, StringBuffer& out) {
+  appendOidShort(id, style, out);
+  if (style == OidStyle::kNamed && !id.name().empty()) print(out, " (", id.text(), ')');
+}
+
+void appendOidShort(const DottedOid& id, OidStyle style, StringBuffer& out) {
+  print(out, style == OidStyle::kNamed ? id.nameOrText() : id.text());
+}
+
+void writeOid(const DottedOid& id, JsonLine& line) {
+  line.word("oid", id.text());
+  line.word("name", id.name());
 }
 
 }  // namespace velmora::tool

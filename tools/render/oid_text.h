@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "tools/render/json_writer.h"
 #include "velmora/certificate/oid.h"
 #include "velmora/support/asn1/oid_names.h"
 #include "velmora/support/asn1/oids.h"
@@ -13,12 +14,6 @@ namespace velmora::tool {
 
 /// How OIDs are shown to people.
 enum class OidStyle { kNamed, kNumbers };
-
-/// Appends "name (1.2.3)", or the dotted OID alone when it has no name or numbers are wanted.
-void appendOid(std::string_view dotted, OidStyle style, StringBuffer& out);
-
-/// The same within a sentence: the name alone where there is one.
-void appendOidShort(std::string_view dotted, OidStyle style, StringBuffer& out);
 
 /// The content octets of an OID of any length in dotted form.
 class DottedOid {
@@ -40,5 +35,14 @@ class DottedOid {
   std::string_view m_text;
   std::string_view m_name;
 };
+
+/// Appends "name (1.2.3)", or the dotted OID alone when it has no name or numbers are wanted.
+void appendOid(const DottedOid& id, OidStyle style, StringBuffer& out);
+
+/// The same within a sentence: the name alone where there is one.
+void appendOidShort(const DottedOid& id, OidStyle style, StringBuffer& out);
+
+/// Writes the members oid and name; null for what is empty.
+void writeOid(const DottedOid& id, JsonLine& line);
 
 }  // namespace velmora::tool

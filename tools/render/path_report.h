@@ -10,29 +10,26 @@
 
 namespace velmora::tool {
 
-/// Where each certificate stood first.
-using Places = std::map<Certificate, InputPlace>;
-
 /// What a verification was asked and where what it found came from.
-struct PathReport {
-  const InputPlace& place;  // of the leaf
-  const Certificate& leaf;
-  const VerifyOptions& options;
-  std::chrono::sys_seconds at;
-  const Places& places;
+struct PathQuestion {
+  VerifyOptions options;
+  std::string_view issuerFile;               // of --issuer, empty without it
+  std::map<Certificate, InputPlace> places;  // where each certificate stood first
 };
 
 /// Appends the outcome for people: a line, each way as a tree with the anchor on top, and below
 /// each certificate what was found. Safe to print.
-void appendPathText(const PathReport& report, const Verification& answer, StringBuffer& out);
+void appendPathText(const PathQuestion& question, const InputPlace& leaf,
+                    const Verification& answer, StringBuffer& out);
 
 /// Appends the same as one JSON object a line.
-void appendPathJson(const PathReport& report, const Verification& answer, StringBuffer& out);
+void appendPathJson(const PathQuestion& question, const InputPlace& leaf,
+                    const Verification& answer, StringBuffer& out);
 
-/// "server", as --purpose has it.
-std::string_view purposeName(Purpose purpose) noexcept;
-
-/// "rfc5280", as --profile has it.
-std::string_view profileName(Profile profile) noexcept;
+/// As --purpose and --profile have them, in the order of Purpose, which "unsaid" starts, and
+/// Profile.
+inline constexpr std::string_view kPurposes[] = {"unsaid", "server", "client", "code",
+                                                 "email",  "time",   "ocsp",   "any"};
+inline constexpr std::string_view kProfiles[] = {"basic", "rfc5280", "web"};
 
 }  // namespace velmora::tool

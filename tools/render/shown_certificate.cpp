@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "tools/render/octets.h"
+#include "velmora/support/asn1/asn1_element.h"
 
 namespace velmora::tool {
 
@@ -18,12 +18,6 @@ ShownVersion versionOf(const Certificate& certificate) {
   if (octets.size() > kMostOctets) return {std::nullopt, octets.size()};
   if (octets.empty()) return {};
   return {integerValue(octets) + 1};
-}
-
-std::optional<VelmoraSysTime> timeOf(const Result<std::chrono::sys_seconds>& moment) {
-  VelmoraSysTime time;
-  if (!moment || !time.fromUnixSeconds(moment->time_since_epoch().count())) return std::nullopt;
-  return time;
 }
 
 // What the first extension with an OID says; null when it is absent or says something else.
@@ -65,8 +59,8 @@ ShownCertificate::ShownCertificate(const Certificate& certificate)
     : subject(attributesOf(certificate.subject())),
       issuer(attributesOf(certificate.issuer())),
       version(versionOf(certificate)),
-      notBefore(timeOf(certificate.notBefore())),
-      notAfter(timeOf(certificate.notAfter())),
+      notBefore(certificate.notBefore()),
+      notAfter(certificate.notAfter()),
       key(certificate.describedKey()),
       extensions(certificate.listedExtensions()),
       subjectKeyId(firstContent<Bytes>(certificate, extensions, oid::subjectKeyIdentifier)),

@@ -9,7 +9,6 @@
 
 #include "tools/reading/input.h"
 #include "tools/render/name_text.h"
-#include "velmora/support/time/velmora_sys_time.h"
 
 namespace velmora::tool {
 
@@ -36,8 +35,8 @@ struct ShownCertificate {
   Attributes subject;
   Attributes issuer;
   ShownVersion version;
-  std::optional<VelmoraSysTime> notBefore;
-  std::optional<VelmoraSysTime> notAfter;
+  Result<std::chrono::sys_seconds> notBefore;
+  Result<std::chrono::sys_seconds> notAfter;
   PublicKey key;
   std::vector<Extension> extensions;
   std::optional<Bytes> subjectKeyId;

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "velmora/support/text/printable.h"
+#include "tools/terminal/options.h"
 
 namespace velmora::tool {
 
@@ -70,31 +70,21 @@ void Console::outputFailed(const char* reason) {
   m_outputFailed = true;
   raise(ExitStatus::kUnreadable);
   if (!isFirst || reason == nullptr) return;
-  StringBuffer line("velmora-x509: standard output: ");
-  line.append(reason);
-  error(line.view());
+  error("standard output: ", reason);
 }
 
 void Console::complain(std::string_view what, std::string_view reason) {
-  StringBuffer line("velmora-x509: ");
-  appendPrintable(what, line);
-  line.append(": ");
-  appendPrintable(reason, line);
-  error(line.view());
+  error(Safe{what}, ": ", Safe{reason});
   raise(ExitStatus::kUnreadable);
 }
 
-bool Console::takesBinary(std::string& error) const {
-  if (::isatty(STDOUT_FILENO) == 0) return true;
-  error = "binary output is not written to a terminal";
-  return false;
+void Console::wantBinary() const {
+  if (::isatty(STDOUT_FILENO) != 0) throw UsageError("binary output is not written to a terminal");
 }
 
-void Console::error(std::string_view line) {
+void Console::writeError(std::string_view line) {
   flush();
-  StringBuffer text(line);
-  text.appendChar('\n');
-  writeAll(STDERR_FILENO, text.view());
+  writeAll(STDERR_FILENO, line);
 }
 
 }  // namespace velmora::tool

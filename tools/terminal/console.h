@@ -2,10 +2,9 @@
 
 // Standard output and standard error: buffered, in order, and never with half a record.
 
-#include <string>
 #include <string_view>
 
-#include "velmora/support/text/string_buffer.h"
+#include "tools/terminal/print.h"
 
 namespace velmora::tool {
 
@@ -34,8 +33,14 @@ class Console {
   /// out on the way; writes those bytes.
   void takeBack(size_t size);
 
-  /// Writes one line to standard error, behind the output so far. `line` is safe to print.
-  void error(std::string_view line);
+  /// Writes one line to standard error, behind the output so far: the program's name and the items
+  /// of print(), all safe to print.
+  template <class... Items>
+  void error(const Items&... items) {
+    StringBuffer line;
+    print(line, "velmora-x509: ", items..., '\n');
+    writeError(line.view());
+  }
 
   /// Says in such a line why `what`, a file or the like, could not be read or written, both made
   /// safe to print, and raises the exit status to kUnreadable.
@@ -44,9 +49,9 @@ class Console {
   /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
   bool coloured() const noexcept { return m_coloured; }
 
-  /// Whether standard output takes bytes as they are: false, with `error` set, for a terminal,
-  /// which they could drive.
-  bool takesBinary(std::string& error) const;
+  /// For a command that writes bytes as they are: throws UsageError where standard output is a
+  /// terminal, which they could drive.
+  void wantBinary() const;
 
   void raise(ExitStatus status) noexcept {
     if (status > m_status) m_status = status;
@@ -55,6 +60,7 @@ class Console {
 
  private:
   void write();
+  void writeError(std::string_view line);
   void outputFailed(const char* reason);
 
   StringBuffer m_out;

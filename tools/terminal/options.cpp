@@ -32,30 +32,28 @@ const OptionSpec* specOf(std::string_view name, std::span<const OptionSpec> spec
 std::string unknownOption(std::string_view name, std::span<const OptionSpec> specs) {
   std::vector<std::string_view> names;
   for (const OptionSpec& spec : specs) names.push_back(spec.name);
-  const std::string_view meant = nearestWord(name, names);
-  std::string error = "unknown option \"" + std::string(name) + "\"";
-  if (!meant.empty()) error += "; did you mean \"" + std::string(meant) + "\"?";
-  return error;
+  return "unknown option \"" + std::string(name) + "\"" + didYouMean(name, names);
 }
 
 }  // namespace
 
-std::string_view nearestWord(std::string_view word, std::span<const std::string_view> candidates) {
+std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates) {
   constexpr size_t kLongestWord = 32;
+  if (word.size() > kLongestWord) return {};
   std::string_view nearest;
   size_t least = 3;
-  if (word.size() > kLongestWord) return nearest;
   for (const std::string_view candidate : candidates) {
     const size_t distance = editDistance(word, candidate);
     if (distance >= least || distance >= candidate.size() - 1) continue;
     least = distance;
     nearest = candidate;
   }
-  return nearest;
+  if (nearest.empty()) return {};
+  return "; did you mean \"" + std::string(nearest) + "\"?";
 }
 
-bool Arguments::parse(std::span<char* const> words, std::span<const OptionSpec> specs,
-                      std::string& error) {
+Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
+                     std::string_view operand) {
   bool optionsEnded = false;
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string_view word = words[i];
@@ -70,63 +68,52 @@ bool Arguments::parse(std::span<char* const> words, std::span<const OptionSpec> 
     const OptionSpec* spec = specOf(name, specs);
     const std::string quoted = "option \"" + std::string(name) + "\"";
     std::string_view value;
-    if (spec == nullptr) {
-      error = unknownOption(name, specs);
-    } else if (has(name) && !spec->repeats) {
-      error = quoted + " is given twice";
-    } else if (spec->value.empty() && equals != word.npos) {
-      error = quoted + " takes no value";
-    } else if (equals != word.npos) {
+    if (spec == nullptr) throw UsageError(unknownOption(name, specs));
+    if (has(name) && !spec->repeats) throw UsageError(quoted + " is given twice");
+    if (equals != word.npos) {
+      if (spec->value.empty()) throw UsageError(quoted + " takes no value");
       value = word.substr(equals + 1);
-    } else if (!spec->value.empty() && ++i == words.size()) {
-      error = quoted + " needs a value: " + std::string(spec->value);
     } else if (!spec->value.empty()) {
+      if (++i == words.size()) {
+        throw UsageError(quoted + " needs a value: " + std::string(spec->value));
+      }
       value = words[i];
     }
-    if (!error.empty()) return false;
     m_options.emplace_back(name, value);
   }
-  return true;
-}
-
-const Arguments::Given* Arguments::find(std::string_view option) const {
-  const auto given = std::find_if(m_options.begin(), m_options.end(),
-                                  [&](const Given& each) { return each.first == option; });
-  return given == m_options.end() ? nullptr : &*given;
+  if (!operand.empty()) {
+    if (m_files.empty()) throw UsageError("no " + std::string(operand) + " given");
+    m_operand = m_files.front();
+    m_files.erase(m_files.begin());
+  }
+  if (m_files.empty()) throw UsageError("no FILE given; - is standard input");
 }
 
 std::optional<std::string_view> Arguments::value(std::string_view option) const {
-  const Given* given = find(option);
-  return given == nullptr ? std::nullopt : std::optional<std::string_view>(given->second);
+  const auto given = std::find_if(m_options.begin(), m_options.end(),
+                                  [&](const auto& each) { return each.first == option; });
+  if (given == m_options.end()) return std::nullopt;
+  return given->second;
 }
 
 std::vector<std::string_view> Arguments::values(std::string_view option) const {
   std::vector<std::string_view> values;
-  for (const Given& given : m_options) {
-    if (given.first == option) values.push_back(given.second);
+  for (const auto& [name, value] : m_options) {
+    if (name == option) values.push_back(value);
   }
   return values;
 }
 
-bool Arguments::atMostOneOf(std::initializer_list<std::string_view> options,
-                            std::string& error) const {
-  const Given* first = nullptr;
+void Arguments::wantAtMostOneOf(std::initializer_list<std::string_view> options) const {
+  std::string_view first;
   for (const std::string_view option : options) {
-    const Given* given = find(option);
-    if (given == nullptr) continue;
-    if (first != nullptr) {
-      error = "options \"" + std::string(first->first) + "\" and \"" + std::string(option) +
-              "\" exclude each other";
-      return false;
+    if (!has(option)) continue;
+    if (!first.empty()) {
+      throw UsageError("options \"" + std::string(first) + "\" and \"" + std::string(option) +
+                       "\" exclude each other");
     }
-    first = given;
+    first = option;
   }
-  return true;
-}
-
-void Arguments::takeOperand() {
-  m_operand = m_files.front();
-  m_files.erase(m_files.begin());
 }
 
 }  // namespace velmora::tool

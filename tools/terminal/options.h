@@ -13,6 +13,12 @@
 
 namespace velmora::tool {
 
+/// What makes no sense on the command line: thrown by whoever reads it, told by main().
+struct UsageError {
+  explicit UsageError(std::string what) : message(std::move(what)) {}
+  std::string message;  // without a capital letter and a full stop
+};
+
 /// One option of a command.
 struct OptionSpec {
   std::string_view name;   // with its dashes
@@ -25,29 +31,25 @@ struct OptionSpec {
 class Arguments {
  public:
   /// Options may stand before, between and behind files, as "--name value" or "--name=value"; "--"
-  /// ends them, and "-" is a file. False, with `error` set, for an option that is not in `specs`, a
-  /// value that is missing or too much, and an option given twice.
-  bool parse(std::span<char* const> words, std::span<const OptionSpec> specs, std::string& error);
+  /// ends them, and "-" is a file. With an `operand`, which is what to call it, the first of them
+  /// is no file but what the command works with. Throws UsageError for an option that is not in
+  /// `specs`, a value that is missing or too much, an option given twice, and without any file.
+  Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
+            std::string_view operand);
 
-  bool has(std::string_view option) const { return find(option) != nullptr; }
+  bool has(std::string_view option) const { return value(option).has_value(); }
   /// The value of an option that was given.
   std::optional<std::string_view> value(std::string_view option) const;
   /// All values of one that may be repeated, in their order.
   std::vector<std::string_view> values(std::string_view option) const;
-  /// False, with `error` set, when more than one of the options was given.
-  bool atMostOneOf(std::initializer_list<std::string_view> options, std::string& error) const;
+  /// Throws UsageError when more than one of the options was given.
+  void wantAtMostOneOf(std::initializer_list<std::string_view> options) const;
 
-  /// Takes the first of the files, which is none, as what the command works with; there must be
-  /// one.
-  void takeOperand();
   std::string_view operand() const noexcept { return m_operand; }
   const std::vector<std::string_view>& files() const noexcept { return m_files; }
 
  private:
-  using Given = std::pair<std::string_view, std::string_view>;
-  const Given* find(std::string_view option) const;
-
-  std::vector<Given> m_options;
+  std::vector<std::pair<std::string_view, std::string_view>> m_options;  // with their values
   std::string_view m_operand;
   std::vector<std::string_view> m_files;
 };
@@ -61,7 +63,8 @@ bool parseNumber(std::string_view text, Number& number) {
   return result.ec == std::errc() && result.ptr == end;
 }
 
-/// The candidate that a mistyped word most likely means; empty when none is near.
-std::string_view nearestWord(std::string_view word, std::span<const std::string_view> candidates);
+/// "; did you mean "show"?", of the candidate that a mistyped word most likely means; empty when
+/// none is near.
+std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates);
 
 }  // namespace velmora::tool

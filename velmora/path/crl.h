@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "velmora/certificate/certificate.h"
@@ -84,6 +85,24 @@ class Crl {
   std::shared_ptr<const struct CrlData> m_data;
 };
 
+/// Something in an input that is no CRL, or could not be read.
+struct CrlFailure {
+  size_t index = 0;              // of the item in the input, from 0; CRLs count too
+  size_t line = 0;               // of the BEGIN line, from 1; 0 where there is none
+  size_t faultLine = 0;          // at fault in PEM, likewise
+  Error error = {};              // its offset is that in the DER of the input, or of the block
+  std::string_view reason = {};  // a constant sentence for people
+};
+
+/// What an input of CRLs holds.
+struct CrlReading {
+  std::vector<Crl> crls;             // in the input's order
+  std::vector<CrlFailure> failures;  // likewise
+
+  /// Whether the input held CRLs, and nothing that may have been meant for one.
+  bool complete() const noexcept { return failures.empty(); }
+};
+
 /// CRLs, found by their issuer's name. A value that copies cheaply and never changes; any thread
 /// may ask. Nothing in it is believed before a signature on it holds.
 class CrlSet {
@@ -93,11 +112,12 @@ class CrlSet {
   /// Throws std::bad_alloc.
   explicit CrlSet(std::span<const Crl> crls);
 
-  /// All CRLs of an input: DER in a row, or PEM blocks labelled "X509 CRL" (RFC 7468 §6), with any
-  /// text and blocks of other labels between them. Errors of Crl::parse for the first that is none,
-  /// with the offset in the input's DER, or in that of the block; malformedText where a block or
-  /// marker is none; absent where the input holds no CRL.
-  static Result<std::vector<Crl>> read(Bytes derOrPem) noexcept;
+  /// Reads all CRLs of an input: DER in a row, or PEM blocks labelled "X509 CRL" (RFC 7468 §6),
+  /// with any text and blocks of other labels between them. What is none stops nothing and is a
+  /// failure: with the error of Crl::parse; with malformedText where a block or marker is none,
+  /// since nobody knows what it hides; with absent where the input holds neither a CRL nor anything
+  /// of that. Linear in the input. Throws std::bad_alloc.
+  static CrlReading read(Bytes derOrPem);
 
   size_t size() const noexcept;
 

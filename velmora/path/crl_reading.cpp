@@ -20,60 +20,82 @@ Span octetsOf(Bytes bytes) noexcept {
   return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
 
-// DER in a row. Where an element ends is all that is read here.
-Result<std::vector<Crl>> readDer(Bytes input) {
-  std::vector<Crl> crls;
+std::string_view sentenceOf(const Error& error) noexcept {
+  if (error.code == ErrorCode::malformedField) return "ASN.1, but no CRL as RFC 5280 has it.";
+  return error.message();
+}
+
+// Adds what came of an item whose DER starts at `from` of what offsets count in.
+void add(const Result<Crl>& crl, size_t from, const CrlFailure& place, CrlReading& reading) {
+  if (crl) return reading.crls.push_back(*crl);
+  const Error error = Error::at(crl.error().code, from + crl.error().offset);
+  if (error.code == ErrorCode::outOfMemory) throw std::bad_alloc();
+  reading.failures.push_back(place);
+  reading.failures.back().error = error;
+  reading.failures.back().reason = sentenceOf(error);
+}
+
+size_t countOf(const CrlReading& reading) noexcept {
+  return reading.crls.size() + reading.failures.size();
+}
+
+// DER in a row. Where an element ends is all that is read here; behind what is no SEQUENCE nothing
+// is, since nobody knows where the next one would start.
+CrlReading readDer(Bytes input) {
+  CrlReading reading;
   for (size_t at = 0; at < input.size();) {
     Asn1Header header;
     Span content;
     DerReader reader(octetsOf(input.subspan(at)), at);
-    const bool isElement = reader.readElement(header, content);
-    const size_t end = isElement ? reader.offset() : input.size();
-    const Result<Crl> crl = Crl::parse(input.subspan(at, end - at));
-    if (!crl && crl.error().code == ErrorCode::outOfMemory) return crl.error();
-    if (!crl) return Error::at(crl.error().code, at + crl.error().offset);
-    crls.push_back(*crl);
+    const bool isList = input[at] == kSequence && reader.readElement(header, content);
+    const size_t end = isList ? reader.offset() : input.size();
+    add(Crl::parse(input.subspan(at, end - at)), at, {countOf(reading)}, reading);
     at = end;
   }
-  return crls;
+  return reading;
 }
 
-// What an event of the scanner adds; an error ends the reading.
-std::optional<Error> add(const PemScanner& pem, PemScanner::Event event, std::vector<Crl>& crls) {
+// What an event of the scanner brings.
+void add(const PemScanner& pem, PemScanner::Event event, CrlReading& reading) {
   const bool isOther = !pem.label().empty() && pem.label() != "X509 CRL";
-  if (event == PemScanner::Event::kNone || isOther) return std::nullopt;
-  // Of text that is at fault nobody knows what it hides.
-  if (event == PemScanner::Event::kFault || pem.encrypted() || pem.label().empty()) {
-    return Error{ErrorCode::malformedText};
+  if (event == PemScanner::Event::kNone || isOther) return;
+  CrlFailure place{countOf(reading), pem.line()};
+  place.error.code = ErrorCode::malformedText;
+  if (event == PemScanner::Event::kFault) {
+    place.faultLine = pem.faultLine();
+    place.reason = pem.reason();
+  } else if (pem.encrypted()) {
+    place.reason = "The PEM block is encrypted.";
+  } else if (pem.label().empty()) {
+    place.reason = "Base64 without the markers of PEM.";
+  } else {
+    return add(Crl::parse(std::as_bytes(pem.der())), 0, place, reading);
   }
-  const Result<Crl> crl = Crl::parse(std::as_bytes(pem.der()));
-  if (!crl) return crl.error();
-  crls.push_back(*crl);
-  return std::nullopt;
+  reading.failures.push_back(place);
 }
 
-Result<std::vector<Crl>> readPem(Bytes input) {
-  std::vector<Crl> crls;
+CrlReading readPem(Bytes input) {
+  CrlReading reading;
   PemScanner pem(kMaxSize);
   std::string_view text(reinterpret_cast<const char*>(input.data()), input.size());
   PemScanner::Event event;
   do {
     event = pem.advance(text);
-    if (const auto fault = add(pem, event, crls)) return *fault;
+    add(pem, event, reading);
   } while (event != PemScanner::Event::kNone);
-  if (const auto fault = add(pem, pem.finish(), crls)) return *fault;
-  return crls;
+  add(pem, pem.finish(), reading);
+  return reading;
 }
 
 }  // namespace
 
-Result<std::vector<Crl>> CrlSet::read(Bytes derOrPem) noexcept try {
+CrlReading CrlSet::read(Bytes derOrPem) {
   const bool isDer = !derOrPem.empty() && derOrPem[0] == kSequence;
-  Result<std::vector<Crl>> crls = isDer ? readDer(derOrPem) : readPem(derOrPem);
-  if (crls && crls->empty()) return Error{ErrorCode::absent};
-  return crls;
-} catch (const std::bad_alloc&) {
-  return Error{ErrorCode::outOfMemory};
+  CrlReading reading = isDer ? readDer(derOrPem) : readPem(derOrPem);
+  if (countOf(reading) == 0) {
+    reading.failures.push_back({0, 0, 0, {ErrorCode::absent}, "The input holds no CRL."});
+  }
+  return reading;
 }
 
 }  // namespace velmora

@@ -44,6 +44,14 @@ Verification verifyWith(const Certificate& leaf, const TrustAnchors& anchors,
   return refused(Reason::outOfMemory);
 }
 
+// The finding that the reason is of; null where it is of none, as of a question or a limit.
+const Finding* reasonFinding(const Verification& answer) noexcept {
+  for (const Finding& each : answer.furthest.findings) {
+    if (each.isFailure() && each.reason == answer.reason) return &each;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 Reason Path::reason() const noexcept {
@@ -55,12 +63,14 @@ Reason Path::reason() const noexcept {
   return gravest;
 }
 
+std::string_view Verification::id() const noexcept {
+  const Finding* const of = reasonFinding(*this);
+  return of != nullptr ? of->id() : reasonId(reason);
+}
+
 std::string Verification::text() const {
-  if (!verified.empty()) return {};
-  for (const Finding& each : furthest.findings) {
-    if (each.isFailure() && each.reason == reason) return each.text();
-  }
-  return std::string(reasonText(reason));
+  const Finding* const of = reasonFinding(*this);
+  return of != nullptr ? of->text() : std::string(reasonText(reason));
 }
 
 Verification verify(const Certificate& leaf, const TrustAnchors& anchors,

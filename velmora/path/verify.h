@@ -204,6 +204,9 @@ struct [[nodiscard]] Verification {
 
   explicit operator bool() const noexcept { return !verified.empty(); }
 
+  /// The reason as a word that does not change: the id of the finding that it is of, as of a
+  /// departure its own, else reasonId(reason); "none" when there is a way.
+  std::string_view id() const noexcept;
   /// The reason as a sentence for people; empty when there is a way.
   std::string text() const;
 };

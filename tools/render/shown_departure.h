@@ -6,13 +6,12 @@
 #include <vector>
 
 #include "tools/reading/input.h"
-#include "tools/render/json_writer.h"
 
 namespace velmora::tool {
 
 /// In what a certificate is not as it should be: a departure, or what is said of BER, for which
 /// there is no Departure, since a Certificate is DER. The texts live as long as the program.
-struct Finding {
+struct ShownDeparture {
   std::string_view id;
   std::string_view message;
   std::string_view clause;
@@ -22,10 +21,10 @@ struct Finding {
 };
 
 /// In the order of the offsets, that of BER first.
-std::vector<Finding> findingsOf(const InputCertificate& input);
+std::vector<ShownDeparture> departuresOf(const InputCertificate& input);
 
 /// Writes them as the list "departures", of {id, clause, offset, mayDecide, about}; with messages
 /// as {id, message, clause, offset, about, mayDecide}.
-void writeFindings(const std::vector<Finding>& findings, bool withMessages, JsonLine& line);
+void writeDepartures(const std::vector<ShownDeparture>& shown, bool withMessages, JsonLine& line);
 
 }  // namespace velmora::tool
