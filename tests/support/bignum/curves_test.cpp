@@ -2,6 +2,7 @@
 #include "velmora/support/bignum/curves/edwards25519.h"
 #include "velmora/support/bignum/curves/internal/curve_implementation.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
+#include "velmora/support/bignum/fields/internal/ifma_lanes.h"
 
 namespace velmora::vartime {
 namespace {
@@ -196,7 +197,100 @@ TEST(FieldsTest, FastOnesGiveWhatPlainOnesDo) {
   compareFields<FoldField<Edwards25519Numbers, 38, MulxRows>,
                 FoldField<Edwards25519Numbers, 38, PortableRows>>();
 }
+
+// Four products at once, and numbers of either sign carried, beside C++ alone.
+template <const CurveParameters& kParameters, class Prime>
+VELMORA_LANES void compareLanes() {
+  using Slow = typename CurveConstants<kParameters, PortableRows>::Field;
+  constexpr size_t n = Slow::kLimbs;
+  typename Slow::Element x, y, square, product, difference, divisor;
+  Slow::fromPlain(divisor, powerOfTwoMod(kLaneBits * Prime::kWords, Slow::kPrime).data());
+  const auto expect = [&](const typename Prime::Number& number, int lane, const auto& expected) {
+    Limb words[Prime::kWords], limbs[n + 1], plain[n + 1], p[n + 1] = {};
+    for (size_t i = 0; i < Prime::kWords; ++i) {
+      words[i] = static_cast<Limb>(number.w[i][lane]);
+      ASSERT_EQ(words[i] >> kLaneBits, 0U);
+    }
+    joinWords(plain, n + 1, words, Prime::kWords, kLaneBits);
+    copyLimbs(p, Slow::kPrime.data(), n);
+    for (int i = 0; compareLimbs(plain, p, n + 1) >= 0; ++i) {
+      ASSERT_LT(i, 4);
+      subLimbs(plain, plain, p, n + 1);
+    }
+    typename Slow::Element whole;
+    Slow::fromPlain(whole, plain);
+    Slow::multiply(whole, whole, divisor);
+    Slow::toPlain(limbs, whole);
+    Slow::toPlain(plain, expected);
+    ASSERT_EQ(compareLimbs(limbs, plain, n), 0);
+  };
+  const std::vector<Limbs> numbers = structuredNumbers<Slow>();
+  const size_t count = numbers.size();
+  for (size_t i = 0; i < count * count; ++i) {
+    const Limbs& first = numbers[i / count];
+    const Limbs& second = numbers[i % count];
+    Limb a[Prime::kWords], b[Prime::kWords];
+    splitWords(a, Prime::kWords, kLaneBits, first.data(), n);
+    splitWords(b, Prime::kWords, kLaneBits, second.data(), n);
+    const auto m = withNumber<10>(withNumber<5>(typename Prime::Number{}, a), b);  // a, b, a, b
+    const auto products = Prime::multiply(m, permuted<0, 0, 1, 1>(m));  // a a, a b, a b, b b
+    Slow::fromPlain(x, first.data());
+    Slow::fromPlain(y, second.data());
+    Slow::square(square, x);
+    Slow::multiply(product, x, y);
+    expect(withCarries(products), 0, square);
+    expect(withCarries(products), 2, product);
+    auto sum = minus<8>(products, permuted<0, 0, 0, 1>(products));  // b b - a b, times 1 to 8
+    Slow::square(difference, y);
+    Slow::subtract(difference, difference, product);
+    expect(Prime::carried(sum), 3, difference);
+    for (int doubling = 0; doubling < 3; ++doubling) {
+      sum = plus(sum, sum);
+      Slow::add(difference, difference, difference);
+    }
+    expect(Prime::carried(minus<8>(typename Prime::Number{}, sum)), 3, [&] {
+      Slow::subtract(product, typename Slow::Element{}, difference);
+      return product;
+    }());
+  }
+}
+
+TEST(FieldsTest, LanesGiveWhatPlainFieldsDo) {
+  if (!arithmeticPathSupported(ArithmeticPath::kAvx512Ifma)) GTEST_SKIP() << "no AVX-512 IFMA";
+  compareLanes<kP256, LanesP256>();
+  compareLanes<kP384, LanesP384>();
+}
 #endif
+
+// Sums that meet infinity, equal and opposite points, and digits at every place.
+TEST_P(CurvesTest, PathsAgree) {
+  for (const char* name : {"P-256", "P-384", "P-521"}) {
+    SCOPED_TRACE(name);
+    const Curve& curve = curveNamed(name);
+    const Curve& plain = *findCurve(curve.parameters().oid, ArithmeticPath::kPortable);
+    const size_t n = curve.limbs();
+    Numbers numbers;
+    Limbs order(curve.order(), curve.order() + n), below = order, ones(n, ~Limb{0}), one(n), two(n);
+    below[0] -= 1;
+    one[0] = 1;
+    two[0] = 2;
+    const Limbs scalars[] = {Limbs(n), one, two, below, order, ones, numbers.limbs(n)};
+    std::vector<CurvePoint> points = {plain.basePoint()};
+    points.push_back(plain.doubleMultiply(two.data(), scalars[0].data(), points[0]));
+    points.push_back(plain.doubleMultiply(below.data(), scalars[0].data(), points[0]));
+    points.push_back(plain.doubleMultiply(scalars[6].data(), ones.data(), points[0]));
+    points.push_back(CurvePoint{});
+    points.back().infinity = true;
+    for (const CurvePoint& q : points) {
+      for (const Limbs& u1 : scalars) {
+        for (const Limbs& u2 : scalars) {
+          expectEqual(curve.doubleMultiply(u1.data(), u2.data(), q),
+                      plain.doubleMultiply(u1.data(), u2.data(), q), n);
+        }
+      }
+    }
+  }
+}
 
 TEST_P(CurvesTest, Multiples) {
   const auto check = [](const KeyValueRecord& record) {

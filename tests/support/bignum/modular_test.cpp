@@ -4,6 +4,7 @@
 #include "velmora/support/bignum/arithmetic/inverse.h"
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 #include "velmora/support/bignum/internal/fastest_path.h"
 
@@ -34,7 +35,8 @@ TEST(LimbsTest, BigEndianBytesAreBounded) {
 
 TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
   constexpr unsigned kMulx = CpuFeatures::kBmi2 | CpuFeatures::kAdx;
-  constexpr unsigned kIfma = CpuFeatures::kAvx512F | CpuFeatures::kAvx512Ifma;
+  constexpr unsigned kIfma =
+      CpuFeatures::kAvx512F | CpuFeatures::kAvx512Ifma | CpuFeatures::kAvx512Vl;
   const struct {
     CpuFeatures cpu;
     ArithmeticPath path;
@@ -43,6 +45,7 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
       {{0, ~0U ^ CpuFeatures::kAdx, ~0U}, ArithmeticPath::kPortable},
       {{0, kMulx, 0}, ArithmeticPath::kMulxAdx},
       {{0, ~0U, 0}, ArithmeticPath::kMulxAdx},
+      {{0, ~CpuFeatures::kAvx512Vl, ~0U}, ArithmeticPath::kMulxAdx},
       {{0, kMulx | kIfma, CpuFeatures::kZmmStates}, ArithmeticPath::kAvx512Ifma},
   };
   for (const auto& c : cases) EXPECT_EQ(fastestPathOn(c.cpu), c.path) << c.cpu.leaf7Ebx;
@@ -57,6 +60,8 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
   EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mulx));
   EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
+  EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
+  EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);
   EXPECT_NE(curves(portable).curves, curves(mulx).curves);
   EXPECT_EQ(&edwards25519(mulx), &edwards25519OnMulx());
   EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));

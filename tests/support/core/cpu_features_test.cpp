@@ -32,6 +32,7 @@ TEST(CpuFeaturesTest, EachRestsOnAllItsBits) {
       {{0, F::kAdx, 0}, "bmi2 avx ifma sha "},
       {{0, F::kAvx512F, 0}, "bmi2 mulx avx sha "},
       {{0, F::kAvx512Ifma, 0}, "bmi2 mulx avx sha "},
+      {{0, F::kAvx512Vl, 0}, "bmi2 mulx avx sha "},
       {{0, F::kSha, 0}, "bmi2 mulx avx ifma "},
       {{0, 0, 0x04}, "bmi2 mulx sha "},      // no upper halves of YMM are saved
       {{0, 0, 0x80}, "bmi2 mulx avx sha "},  // ZMM16 to ZMM31 are not
@@ -41,6 +42,15 @@ TEST(CpuFeaturesTest, EachRestsOnAllItsBits) {
     EXPECT_EQ(names({~c.without.leaf1Ecx, ~c.without.leaf7Ebx, ~c.without.savedStates}), c.names);
   }
 }
+
+#if defined(__x86_64__)
+TEST(CpuFeaturesTest, AreThoseThatTheCompilerKnowsOf) {
+  EXPECT_EQ(cpuFeatures().hasBmi2(), __builtin_cpu_supports("bmi2") != 0);
+  EXPECT_EQ(cpuFeatures().hasAvx(), __builtin_cpu_supports("avx") != 0);
+  EXPECT_EQ(cpuFeatures().hasAvx512Ifma(),
+            __builtin_cpu_supports("avx512ifma") != 0 && __builtin_cpu_supports("avx512vl") != 0);
+}
+#endif
 
 }  // namespace
 }  // namespace velmora

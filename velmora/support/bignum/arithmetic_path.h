@@ -9,7 +9,8 @@ namespace velmora::vartime {
 enum class ArithmeticPath {
   kPortable,    ///< C++ alone
   kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side
-  kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for large moduli, kMulxAdx for the rest
+  kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for large moduli and for the curves that gain by four
+                ///< lanes, kMulxAdx for the rest
 };
 
 inline constexpr ArithmeticPath kArithmeticPaths[] = {

@@ -22,6 +22,7 @@ struct CpuFeatures {
   static constexpr unsigned kAdx = 1U << 19;
   static constexpr unsigned kAvx512Ifma = 1U << 21;
   static constexpr unsigned kSha = 1U << 29;
+  static constexpr unsigned kAvx512Vl = 1U << 31;
   // Of XCR0.
   static constexpr unsigned kYmmStates = 0x06;  // SSE, AVX
   static constexpr unsigned kZmmStates = 0xe6;  // and opmask, upper ZMM halves, ZMM16-31
@@ -33,9 +34,9 @@ struct CpuFeatures {
   constexpr bool hasAvx() const noexcept {
     return has(leaf1Ecx, kAvx) && has(savedStates, kYmmStates);
   }
-  /// AVX-512 IFMA with registers that the system saves.
+  /// AVX-512 IFMA, also on registers of 256 bits, all of which the system saves.
   constexpr bool hasAvx512Ifma() const noexcept {
-    return has(leaf7Ebx, kAvx512F | kAvx512Ifma) && has(savedStates, kZmmStates);
+    return has(leaf7Ebx, kAvx512F | kAvx512Ifma | kAvx512Vl) && has(savedStates, kZmmStates);
   }
   /// The SHA extensions, with SSSE3 and SSE4.1, which code for them uses as well.
   constexpr bool hasSha() const noexcept {

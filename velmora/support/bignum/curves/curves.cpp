@@ -1,11 +1,13 @@
 #include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 
 namespace velmora::vartime {
 
 CurveList curves([[maybe_unused]] ArithmeticPath path) noexcept {
 #if defined(__x86_64__)
-  if (path != ArithmeticPath::kPortable) return curvesOnMulx();
+  if (path == ArithmeticPath::kAvx512Ifma) return curvesOnIfma();
+  if (path == ArithmeticPath::kMulxAdx) return curvesOnMulx();
 #endif
   return curvesOn<PortableRows>();
 }

@@ -67,7 +67,8 @@ struct CurveConstants {
 };
 
 template <const CurveParameters& kParameters, class Rows>
-class CurveImplementation final : public Curve {
+class CurveImplementation : public Curve {
+ protected:
   using Constants = CurveConstants<kParameters, Rows>;
   using Numbers = typename Constants::Numbers;
   using Field = typename Constants::Field;
@@ -137,19 +138,35 @@ class CurveImplementation final : public Curve {
     return false;
   }
 
- private:
+ protected:
   static constexpr unsigned kPointWindow = 5;
   static constexpr unsigned kBaseWindow = 10;
   static constexpr size_t kPointMultiples = size_t{1} << (kPointWindow - 2);
   static constexpr size_t kBaseMultiples = size_t{1} << (kBaseWindow - 2);
-  static constexpr size_t kMaxDigits = kLimbs * kLimbBits + 1;
 
   struct BaseTable {
     Affine multiple[kBaseMultiples];  // G, 3 G, 5 G ...
   };
 
-  static bool isReduced(const Limb* x) {
-    return compareLimbs(x, Numbers::kPrime.data(), kLimbs) < 0;
+  // The digits of u1 and u2 in non-adjacent form, over one chain of doublings.
+  struct Digits {
+    Digit base[kLimbs * kLimbBits + 1];
+    Digit point[kLimbs * kLimbBits + 1];
+    size_t count;
+
+    Digits(const Limb* u1, const Limb* u2) {
+      const size_t baseCount = nonAdjacentForm(base, u1, kLimbs, kBaseWindow);
+      const size_t pointCount = nonAdjacentForm(point, u2, kLimbs, kPointWindow);
+      count = baseCount > pointCount ? baseCount : pointCount;
+      for (size_t i = baseCount; i < count; ++i) base[i] = 0;
+      for (size_t i = pointCount; i < count; ++i) point[i] = 0;
+    }
+  };
+
+  // Made at first use, which takes about as long as two verifications.
+  static const BaseTable& baseTable() {
+    static const BaseTable table = makeBaseTable();
+    return table;
   }
 
   static Affine enter(const CurvePoint& point) {
@@ -157,6 +174,27 @@ class CurveImplementation final : public Curve {
     Field::fromPlain(r.x, point.x);
     Field::fromPlain(r.y, point.y);
     return r;
+  }
+
+  // u1 * G + u2 * q.
+  virtual Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) const noexcept {
+    const Limb zero[kLimbs] = {};
+    const Digits digits(u1, q.infinity ? zero : u2);
+    Affine table[kPointMultiples];
+    if (!q.infinity) Arithmetic::oddMultiples(table, enter(q));
+    const BaseTable& base = baseTable();
+    Jacobian sum = Arithmetic::infinity();
+    for (size_t i = digits.count; i-- != 0;) {
+      Arithmetic::twice(sum, sum);
+      if (digits.point[i] != 0) addDigit(sum, table, digits.point[i]);
+      if (digits.base[i] != 0) addDigit(sum, base.multiple, digits.base[i]);
+    }
+    return sum;
+  }
+
+ private:
+  static bool isReduced(const Limb* x) {
+    return compareLimbs(x, Numbers::kPrime.data(), kLimbs) < 0;
   }
 
   // Completes a point from x and the lowest bit of y.
@@ -173,12 +211,6 @@ class CurveImplementation final : public Curve {
     return true;
   }
 
-  // Made at first use, which takes about as long as two verifications.
-  static const BaseTable& baseTable() {
-    static const BaseTable table = makeBaseTable();
-    return table;
-  }
-
   static BaseTable makeBaseTable() {
     Affine base;
     Field::fromPlain(base.x, Numbers::kBaseX.data());
@@ -192,27 +224,6 @@ class CurveImplementation final : public Curve {
   static void addDigit(Jacobian& sum, const Affine (&table)[kCount], int digit) {
     const int magnitude = digit < 0 ? -digit : digit;
     Arithmetic::add(sum, sum, table[magnitude / 2], digit < 0);
-  }
-
-  // u1 * G + u2 * q, both in non-adjacent form over one chain of doublings.
-  static Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) {
-    Digit baseDigits[kMaxDigits];
-    Digit pointDigits[kMaxDigits];
-    const size_t baseCount = nonAdjacentForm(baseDigits, u1, kLimbs, kBaseWindow);
-    size_t pointCount = 0;
-    Affine pointTable[kPointMultiples];
-    if (!q.infinity) {
-      pointCount = nonAdjacentForm(pointDigits, u2, kLimbs, kPointWindow);
-      Arithmetic::oddMultiples(pointTable, enter(q));
-    }
-    const BaseTable& base = baseTable();
-    Jacobian sum = Arithmetic::infinity();
-    for (size_t i = baseCount > pointCount ? baseCount : pointCount; i-- != 0;) {
-      Arithmetic::twice(sum, sum);
-      if (i < pointCount && pointDigits[i] != 0) addDigit(sum, pointTable, pointDigits[i]);
-      if (i < baseCount && baseDigits[i] != 0) addDigit(sum, base.multiple, baseDigits[i]);
-    }
-    return sum;
   }
 };
 

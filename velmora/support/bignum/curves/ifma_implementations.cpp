@@ -1,0 +1,42 @@
+#include "velmora/support/bignum/curves/internal/ifma_implementations.h"
+
+#include <algorithm>
+
+#include "velmora/support/bignum/curves/internal/lane_curve.h"
+#include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+
+namespace velmora::vartime {
+
+#if defined(__x86_64__)
+namespace {
+
+constexpr size_t kMaxCurves = 16;
+
+struct CurvesOnLanes {
+  LaneCurve<kP256, LanesP256> p256;
+  LaneCurve<kP384, LanesP384> p384;
+  const Curve* list[kMaxCurves] = {};
+  size_t count = 0;
+
+  CurvesOnLanes() {
+    const CurveList others = curvesOnMulx();
+    for (; count < others.count; ++count) list[count] = instead(others.curves[count]);
+  }
+
+  const Curve* instead(const Curve* curve) const {
+    for (const Curve* own : {static_cast<const Curve*>(&p256), static_cast<const Curve*>(&p384)}) {
+      if (&own->parameters() == &curve->parameters()) return own;
+    }
+    return curve;
+  }
+};
+
+}  // namespace
+
+CurveList curvesOnIfma() noexcept {
+  static const CurvesOnLanes curves;
+  return {curves.list, curves.count};
+}
+#endif
+
+}  // namespace velmora::vartime

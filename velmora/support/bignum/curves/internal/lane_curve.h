@@ -1,0 +1,150 @@
+#pragma once
+
+// A named curve computed on four lanes.
+
+#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/jacobian_lanes.h"
+
+#if defined(__x86_64__)
+
+namespace velmora::vartime {
+
+/// A curve whose multiples are summed up with JacobianLanes; the rest, and the sums that meet
+/// infinity or equal points on their way, are computed with mulx. `Prime` is that of the lanes.
+template <const CurveParameters& kParameters, class Prime>
+class LaneCurve final : public CurveImplementation<kParameters, MulxRows> {
+  using Base = CurveImplementation<kParameters, MulxRows>;
+  using typename Base::Element;
+  using typename Base::Jacobian;
+  using Lane = JacobianLanes<Prime>;
+  using Number = typename Lane::Number;
+  static constexpr size_t kWords = Prime::kWords;
+  static constexpr size_t kLimbs = Base::kLimbs;
+  static constexpr auto kPrime = Base::Numbers::kPrime;
+
+  static_assert(Base::Constants::kSlope == CurveSlope::kMinus3);
+
+  struct Words {
+    Limb w[kWords];
+  };
+
+  struct BaseTable {
+    typename Lane::Affine multiple[Base::kBaseMultiples];
+  };
+
+  // Numbers of the field are x 2^(64 kLimbs), and those of the lanes x 2^(52 kWords); a
+  // multiplication of the lanes divides by the latter.
+  static constexpr size_t kFieldBits = kLimbs * kLimbBits;
+  static constexpr size_t kNumberBits = kWords * kLaneBits;
+
+  static constexpr Words wordsOf(const LimbArray<kLimbs>& limbs) {
+    Words r{};
+    splitWords(r.w, kWords, kLaneBits, limbs.data(), kLimbs);
+    return r;
+  }
+  static constexpr Words kEnter = wordsOf(powerOfTwoMod(2 * kNumberBits - kFieldBits, kPrime));
+  static constexpr Words kLeave = wordsOf(powerOfTwoMod(kFieldBits, kPrime));
+
+  static constexpr typename Lane::Constants makeConstants() {
+    typename Lane::Constants r{};
+    const Words one = wordsOf(powerOfTwoMod(kNumberBits, kPrime));
+    const Words half = wordsOf(powerOfTwoMod(kNumberBits - 1, kPrime));
+    copyLimbs(r.one, one.w, kWords);
+    copyLimbs(r.half, half.w, kWords);
+    return r;
+  }
+  static constexpr typename Lane::Constants kConstants = makeConstants();
+
+  VELMORA_LANES static void enter(typename Lane::Affine* r, const typename Base::Affine* points,
+                                  size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+      Limb x[kWords], y[kWords];
+      splitWords(x, kWords, kLaneBits, points[i].x.v, kLimbs);
+      splitWords(y, kWords, kLaneBits, points[i].y.v, kLimbs);
+      Number n = withNumber<2>(withNumber<1>(Number{}, x), y);
+      n = Prime::carried(Prime::multiply(n, withNumber<15>(n, kEnter.w)));
+      for (size_t k = 0; k < kWords; ++k) {
+        r[i].x[k] = static_cast<Limb>(n.w[k][0]);
+        r[i].y[k] = static_cast<Limb>(n.w[k][1]);
+      }
+    }
+  }
+
+  // Three numbers below 2 p.
+  VELMORA_LANES static Jacobian leave(const Number& point) {
+    const Number n = withCarries(Prime::multiply(point, withNumber<15>(point, kLeave.w)));
+    Limb words[3][kWords];
+    for (size_t k = 0; k < kWords; ++k) {
+      for (int lane = 0; lane < 3; ++lane) words[lane][k] = static_cast<Limb>(n.w[k][lane]);
+    }
+    Jacobian r;
+    leave(r.x, words[0]);
+    leave(r.y, words[1]);
+    leave(r.z, words[2]);
+    Base::Field::halve(r.y, r.y);
+    return r;
+  }
+
+  static void leave(Element& r, const Limb* words) {
+    Limb limbs[kLimbs + 1];
+    joinWords(limbs, kLimbs + 1, words, kWords, kLaneBits);
+    if (limbs[kLimbs] != 0 || compareLimbs(limbs, kPrime.data(), kLimbs) >= 0) {
+      subLimbs(limbs, limbs, kPrime.data(), kLimbs);
+    }
+    copyLimbs(r.v, limbs, kLimbs);
+  }
+
+  // Made at first use.
+  static const BaseTable& laneTable() {
+    static const BaseTable table = [] {
+      BaseTable r;
+      enter(r.multiple, Base::baseTable().multiple, Base::kBaseMultiples);
+      return r;
+    }();
+    return table;
+  }
+
+  Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) const noexcept override {
+    if (q.infinity) return Base::multiply(u1, u2, q);
+    typename Base::Affine multiples[Base::kPointMultiples];
+    Base::Arithmetic::oddMultiples(multiples, Base::enter(q));
+    typename Lane::Affine table[Base::kPointMultiples];
+    enter(table, multiples, Base::kPointMultiples);
+    const Jacobian sum = multiply(typename Base::Digits(u1, u2), table, laneTable().multiple);
+    return Base::Arithmetic::isInfinity(sum) ? Base::multiply(u1, u2, q) : sum;
+  }
+
+  // The sum; or infinity, where the lanes cannot tell.
+  VELMORA_LANES static Jacobian multiply(const typename Base::Digits& digits,
+                                         const typename Lane::Affine* table,
+                                         const typename Lane::Affine* base) {
+    Number sum{};  // Z is 0 until the first digit
+    bool begun = false;
+    for (size_t i = digits.count; i-- != 0;) {
+      int point = digits.point[i], other = digits.base[i];
+      const typename Lane::Affine* entry = table + magnitude(point) / 2;
+      if (point == 0) {
+        point = std::exchange(other, 0);
+        entry = base + magnitude(point) / 2;
+      }
+      if (point == 0) {
+        sum = Lane::twice(sum);
+      } else if (begun) {
+        sum = Lane::twiceAndAdd(sum, *entry, point < 0, kConstants);
+      } else {
+        sum = Lane::fromAffine(*entry, point < 0, kConstants);
+        begun = true;
+      }
+      if (other != 0) {
+        sum = Lane::add(sum, base[magnitude(other) / 2], other < 0, kConstants);
+      }
+    }
+    return leave(sum);
+  }
+
+  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
+};
+
+}  // namespace velmora::vartime
+
+#endif  // defined(__x86_64__)
