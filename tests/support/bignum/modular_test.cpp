@@ -64,6 +64,7 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);
   EXPECT_NE(curves(portable).curves, curves(mulx).curves);
   EXPECT_EQ(&edwards25519(mulx), &edwards25519OnMulx());
+  EXPECT_EQ(&edwards25519(ArithmeticPath::kAvx512Ifma), &edwards25519OnIfma());
   EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));
 }
 #endif

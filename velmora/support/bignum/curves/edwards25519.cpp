@@ -2,6 +2,7 @@
 
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
+#include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 #include "velmora/support/core/words.h"
 
@@ -39,7 +40,8 @@ void Edwards25519::scalarFromWideBytes(Limb* scalar, const std::uint8_t* bytes) 
 
 const Edwards25519& edwards25519([[maybe_unused]] ArithmeticPath path) noexcept {
 #if defined(__x86_64__)
-  if (path != ArithmeticPath::kPortable) return edwards25519OnMulx();
+  if (path == ArithmeticPath::kAvx512Ifma) return edwards25519OnIfma();
+  if (path == ArithmeticPath::kMulxAdx) return edwards25519OnMulx();
 #endif
   static const Edwards25519Implementation<PortableRows> curve;
   return curve;

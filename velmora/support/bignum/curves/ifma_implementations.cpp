@@ -1,8 +1,7 @@
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 
-#include <algorithm>
-
 #include "velmora/support/bignum/curves/internal/lane_curve.h"
+#include "velmora/support/bignum/curves/internal/lane_edwards25519.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 
 namespace velmora::vartime {
@@ -36,6 +35,11 @@ struct CurvesOnLanes {
 CurveList curvesOnIfma() noexcept {
   static const CurvesOnLanes curves;
   return {curves.list, curves.count};
+}
+
+const Edwards25519& edwards25519OnIfma() noexcept {
+  static const LaneEdwards25519 curve;
+  return curve;
 }
 #endif
 

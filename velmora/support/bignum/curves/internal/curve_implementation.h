@@ -148,20 +148,7 @@ class CurveImplementation : public Curve {
     Affine multiple[kBaseMultiples];  // G, 3 G, 5 G ...
   };
 
-  // The digits of u1 and u2 in non-adjacent form, over one chain of doublings.
-  struct Digits {
-    Digit base[kLimbs * kLimbBits + 1];
-    Digit point[kLimbs * kLimbBits + 1];
-    size_t count;
-
-    Digits(const Limb* u1, const Limb* u2) {
-      const size_t baseCount = nonAdjacentForm(base, u1, kLimbs, kBaseWindow);
-      const size_t pointCount = nonAdjacentForm(point, u2, kLimbs, kPointWindow);
-      count = baseCount > pointCount ? baseCount : pointCount;
-      for (size_t i = baseCount; i < count; ++i) base[i] = 0;
-      for (size_t i = pointCount; i < count; ++i) point[i] = 0;
-    }
-  };
+  using Digits = DoubleDigits<kLimbs, kBaseWindow, kPointWindow>;
 
   // Made at first use, which takes about as long as two verifications.
   static const BaseTable& baseTable() {

@@ -25,7 +25,8 @@ struct Edwards25519Numbers {
 // Formulas of Hisil, Wong, Carter and Dawson ("Twisted Edwards curves revisited", 2008), which are
 // complete on this curve: no point needs care.
 template <class Rows>
-class Edwards25519Implementation final : public Edwards25519 {
+class Edwards25519Implementation : public Edwards25519 {
+ protected:
   using Numbers = Edwards25519Numbers;
   using Field = FoldField<Numbers, 38, Rows>;  // 2^256 - 38 is twice the prime
   using Element = typename Field::Element;
@@ -85,23 +86,20 @@ class Edwards25519Implementation final : public Edwards25519 {
 
   EdwardsPoint doubleMultiply(const Limb* s, const Limb* k,
                               const EdwardsPoint& a) const noexcept override {
-    Digit baseDigits[kMaxDigits];
-    Digit pointDigits[kMaxDigits];
-    const size_t baseCount = nonAdjacentForm(baseDigits, s, 4, kBaseWindow);
-    const size_t pointCount = nonAdjacentForm(pointDigits, k, 4, kPointWindow);
+    const Digits digits(s, k);
     Cached multiples[kPointMultiples];
     oddMultiples(multiples, kPointMultiples, enter(a));
     const BaseTable& base = baseTable();
 
     Projective sum{constants().zero, constants().one, constants().one};
-    for (size_t i = baseCount > pointCount ? baseCount : pointCount; i-- != 0;) {
+    for (size_t i = digits.count; i-- != 0;) {
       Completed next = twice(sum);
-      if (i < pointCount && pointDigits[i] != 0) {
-        const int digit = -pointDigits[i];
+      if (digits.point[i] != 0) {
+        const int digit = -digits.point[i];
         next = add(toExtended(next), multiples[magnitude(digit) / 2], digit < 0);
       }
-      if (i < baseCount && baseDigits[i] != 0) {
-        const int digit = baseDigits[i];
+      if (digits.base[i] != 0) {
+        const int digit = digits.base[i];
         next = add(toExtended(next), base.multiple[magnitude(digit) / 2], digit < 0);
       }
       sum = toProjective(next);
@@ -109,12 +107,13 @@ class Edwards25519Implementation final : public Edwards25519 {
     return toAffine(sum);
   }
 
- private:
+ protected:
   static constexpr unsigned kPointWindow = 5;
   static constexpr unsigned kBaseWindow = 8;
   static constexpr size_t kPointMultiples = size_t{1} << (kPointWindow - 2);
   static constexpr size_t kBaseMultiples = size_t{1} << (kBaseWindow - 2);
-  static constexpr size_t kMaxDigits = 4 * kLimbBits + 1;
+
+  using Digits = DoubleDigits<4, kBaseWindow, kPointWindow>;
 
   struct BaseTable {
     CachedAffine multiple[kBaseMultiples];  // B, 3 B, 5 B ...

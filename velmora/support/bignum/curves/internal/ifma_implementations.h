@@ -11,6 +11,7 @@ namespace velmora::vartime {
 /// The curves, of which those that gain by it are on lanes and the others on MulxRows; for CPUs
 /// with AVX-512 IFMA and VL, BMI2 and ADX only.
 CurveList curvesOnIfma() noexcept;
+const Edwards25519& edwards25519OnIfma() noexcept;
 #endif
 
 }  // namespace velmora::vartime

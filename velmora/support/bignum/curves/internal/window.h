@@ -59,4 +59,20 @@ inline size_t nonAdjacentForm(Digit* digits, const Limb* number, size_t n, unsig
   return used;
 }
 
+/// The digits of two numbers, for one chain of doublings over `count` places.
+template <size_t kLimbs, unsigned kBaseWidth, unsigned kPointWidth>
+struct DoubleDigits {
+  Digit base[kLimbs * kLimbBits + 1];
+  Digit point[kLimbs * kLimbBits + 1];
+  size_t count;
+
+  DoubleDigits(const Limb* baseNumber, const Limb* pointNumber) {
+    const size_t baseCount = nonAdjacentForm(base, baseNumber, kLimbs, kBaseWidth);
+    const size_t pointCount = nonAdjacentForm(point, pointNumber, kLimbs, kPointWidth);
+    count = baseCount > pointCount ? baseCount : pointCount;
+    for (size_t i = baseCount; i < count; ++i) base[i] = 0;
+    for (size_t i = pointCount; i < count; ++i) point[i] = 0;
+  }
+};
+
 }  // namespace velmora::vartime

@@ -94,14 +94,14 @@ VELMORA_LANES_INLINE Lanes<N> withNumber(const Lanes<N>& a, const Limb* words) {
 
 /// Words of 52 bits out of words with a sign; the number must not be negative, and may have its
 /// last word longer.
-template <size_t N>
+template <unsigned kBits = kLaneBits, size_t N>
 VELMORA_LANES_INLINE Lanes<N> withCarries(const Lanes<N>& a) {
   Lanes<N> r;
   __m256i word = a.w[0];
   VELMORA_UNROLL
   for (size_t i = 0; i + 1 < N; ++i) {
-    r.w[i] = _mm256_and_si256(word, laneConstant(kLaneMask));
-    word = _mm256_add_epi64(a.w[i + 1], _mm256_srai_epi64(word, kLaneBits));
+    r.w[i] = _mm256_and_si256(word, laneConstant((1LL << kBits) - 1));
+    word = _mm256_add_epi64(a.w[i + 1], _mm256_srai_epi64(word, kBits));
   }
   r.w[N - 1] = word;
   return r;
@@ -206,6 +206,69 @@ struct LanesP384 {
     r.w[2] = _mm256_add_epi64(r.w[2], _mm256_slli_epi64(q, 24));
     r.w[7] = _mm256_sub_epi64(r.w[7], _mm256_slli_epi64(q, 20));
     return withCarries(r);
+  }
+};
+
+/// Words of 51 bits modulo 2^255 - 19. Here sums and differences must not be negative in any word;
+/// carried words are below 2^51 + 2^16, and need not be the only ones of their number.
+struct Lanes25519 {
+  static constexpr size_t kWords = 5;
+  static constexpr unsigned kBits = 51;
+  using Number = Lanes<kWords>;
+
+  /// Words below 2^60, for carried numbers. The upper halves of products have the weight of bit 52,
+  /// which is twice that of the next word.
+  VELMORA_LANES_INLINE static Number multiply(const Number& a, const Number& b) {
+    __m256i low[2 * kWords], high[2 * kWords];
+    VELMORA_UNROLL
+    for (size_t i = 0; i < 2 * kWords; ++i) low[i] = high[i] = _mm256_setzero_si256();
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      VELMORA_UNROLL
+      for (size_t j = 0; j < kWords; ++j) {
+        low[i + j] = _mm256_madd52lo_epu64(low[i + j], a.w[i], b.w[j]);
+        high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], a.w[i], b.w[j]);
+      }
+    }
+    Number r;
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      const __m256i upper = word(low[i + kWords], high[i + kWords]);
+      r.w[i] = _mm256_add_epi64(word(low[i], high[i]), times19(upper));
+    }
+    return r;
+  }
+
+  /// Each word's bits above 51 to the next, at once; words below 2^63.
+  VELMORA_LANES_INLINE static Number carried(const Number& a) {
+    Number r;
+    __m256i carry = times19(_mm256_srli_epi64(a.w[kWords - 1], kBits));
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      r.w[i] = _mm256_and_si256(a.w[i], laneConstant((1LL << kBits) - 1));
+      r.w[i] = _mm256_add_epi64(r.w[i], carry);
+      carry = _mm256_srli_epi64(a.w[i], kBits);
+    }
+    return r;
+  }
+
+  /// a and a multiple of the prime from which any product can be subtracted, in all lanes.
+  VELMORA_LANES_INLINE static Number aboveProducts(const Number& a) {
+    Number r;
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      r.w[i] = _mm256_add_epi64(a.w[i], laneConstant((1LL << 61) - (i == 0 ? 19 << 10 : 1 << 10)));
+    }
+    return r;
+  }
+
+ private:
+  VELMORA_LANES_INLINE static __m256i word(__m256i low, __m256i high) {
+    return _mm256_add_epi64(low, _mm256_add_epi64(high, high));
+  }
+  VELMORA_LANES_INLINE static __m256i times19(__m256i a) {
+    const __m256i a3 = _mm256_add_epi64(a, _mm256_add_epi64(a, a));
+    return _mm256_add_epi64(a3, _mm256_slli_epi64(a, 4));
   }
 };
 
