@@ -4,7 +4,7 @@ import hashlib
 
 from cryptography.hazmat.primitives.asymmetric import ed25519
 from cryptography.hazmat.primitives.serialization import Encoding, PublicFormat
-from pki import (AT, BC, CDP, CP, DAY, EKU, IDP, KU, NC, NUMBER, P1, P2, P3, PC, PM, SAN, TRUE, Crl, bits, ec_key, general,
+from pki import (AT, BC, CDP, CP, DAY, EKU, IDP, KU, NC, NUMBER, P1, P2, P3, PC, PM, SAN, TRUE, Crl, ec_key, general,
                  integer, key_usage, make, name, names, oid, points, policies, rsa_key, seq, subtrees, time, tlv, uses)
 
 DEAD = [time(AT - 900 * DAY), time(AT - DAY)]
@@ -14,7 +14,7 @@ HOST = ("dns", "www.example.com")
 class EdKey:
     def __init__(self, number):
         self.key = ed25519.Ed25519PrivateKey.from_private_bytes(hashlib.sha256(bytes([number])).digest())
-        self.spki = seq(seq(oid("1.3.101.112")), bits(self.key.public_key().public_bytes(Encoding.Raw, PublicFormat.Raw)))
+        self.spki = self.key.public_key().public_bytes(Encoding.DER, PublicFormat.SubjectPublicKeyInfo)
 
     def algorithm(self, _):
         return seq(oid("1.3.101.112"))

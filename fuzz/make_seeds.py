@@ -11,29 +11,14 @@ from pathlib import Path
 
 SEEDS = Path(__file__).resolve().parent / "seeds"
 SIGNED = SEEDS.parents[1] / "tests/data/signed_certificates.txt"
-sys.path.insert(0, str(SEEDS.parents[1] / "tests/path"))
+sys.path[:0] = [str(SEEDS.parents[1] / folder) for folder in ("tests/common", "tests/path")]
 
 import make_chains  # noqa: E402
-
-
-def length(size):
-    if size < 0x80:
-        return bytes([size])
-    octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
-    return bytes([0x80 | len(octets)]) + octets
-
-
-def element(identifier, *parts):
-    content = b"".join(parts)
-    return bytes([identifier]) + length(len(content)) + content
+from der import items, seq as sequence, tlv as element  # noqa: E402
 
 
 def indefinite(identifier, *parts):
     return bytes([identifier, 0x80]) + b"".join(parts) + b"\x00\x00"
-
-
-def sequence(*members):
-    return element(0x30, *members)
 
 
 def octets(content):
@@ -78,26 +63,14 @@ def certificate(key=RSA_KEY,
     return sequence(tbs, RSA_SHA256, element(0x03, b"\x00", bytes(range(255, 127, -1))))
 
 
-def elements(der):
-    """(tag, content, whole) of each element in a row."""
-    at = 0
-    while at < len(der):
-        first, tag, size, at = at, der[at], der[at + 1], at + 2
-        if size >= 0x80:
-            count = size - 0x80
-            size, at = int.from_bytes(der[at:at + count], "big"), at + count
-        at += size
-        yield tag, der[at - size:at], der[first:at]
-
-
 def members(der):
-    return [whole for _, _, whole in elements(next(elements(der))[1])]
+    return [whole for _, _, whole in items(items(der)[0][1])]
 
 
 def as_xml(der):
     """The ASN.1 XML form, with every type but SEQUENCE and SET by its number."""
     text = ""
-    for tag, content, _ in elements(der):
+    for tag, content, _ in items(der):
         constructed = tag & 0x20 != 0
         inner = as_xml(content) if constructed else base64.b64encode(content).decode()
         name, number = ("contextSpecific", "tag") if tag & 0x80 else ("universal", "number")

@@ -40,8 +40,11 @@ import subprocess
 import sys
 import tempfile
 
-import cryptography_decoded
-import openssl_decoded
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent / "common"))
+
+import cryptography_decoded  # noqa: E402
+import openssl_decoded  # noqa: E402
+from der import base_128, dotted, items, oid, seq, tlv  # noqa: E402
 
 BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 DATA = pathlib.Path(__file__).resolve().parent / "data"
@@ -94,50 +97,23 @@ TAGS = {"bool": 0x01, "int": 0x02, "bits": 0x03, "octets": 0x04, "null": 0x05, "
 
 # DER, read here.
 
-def element(der, at=0):
-    """The tag octet, the content's start and its end of the element at `at`; low tag numbers only."""
-    length, start = der[at + 1], at + 2
-    if length >= 0x80:
-        start += length - 0x80
-        length = int.from_bytes(der[at + 2:start], "big")
-    if start + length > len(der):
-        raise ValueError("an element that is longer than its input")
-    return der[at], start, start + length
-
-
 def members(der):
     """(tag, content) of each member of a content."""
-    at = 0
-    while at < len(der):
-        tag, start, at_end = element(der, at)
-        yield tag, der[start:at_end]
-        at = at_end
-
-
-def dotted(content):
-    arcs, value = [], 0
-    for octet in content:
-        value = value << 7 | octet & 0x7F
-        if octet < 0x80:
-            arcs.append(value)
-            value = 0
-    first = min(arcs[0] // 40, 2)
-    return ".".join(str(arc) for arc in [first, arcs[0] - 40 * first] + arcs[1:])
+    return [each[:2] for each in items(der)]
 
 
 def fields(der):
     """Version and the dotted OIDs of the outer signature algorithm and the key's algorithm."""
-    _, start, end = element(der)
-    (_, tbs), (_, algorithm), _ = members(der[start:end])
-    parts = list(members(tbs))
+    (_, tbs), (_, algorithm), _ = members(items(der)[0][1])
+    parts = members(tbs)
     version = parts.pop(0)[1][-1] + 1 if parts[0][0] == 0xA0 else 1
-    key_algorithm = next(members(parts[5][1]))[1]
+    key_algorithm = members(parts[5][1])[0][1]
     listed = next((content for tag, content in parts[6:] if tag == 0xA3), b"")
-    extensions = [extension(content) for _, content in members(next(members(listed))[1])] if listed else []
+    extensions = [extension(content) for _, content in members(members(listed)[0][1])] if listed else []
     names = general_names(extensions)
     attributes = {"subject": attributes_in(parts[4][1]), "issuer": attributes_in(parts[2][1])}
-    return {"version": version, "signatureAlgorithm": dotted(next(members(algorithm))[1]),
-            "publicKeyAlgorithm": dotted(next(members(key_algorithm))[1]),
+    return {"version": version, "signatureAlgorithm": dotted(members(algorithm)[0][1]),
+            "publicKeyAlgorithm": dotted(members(key_algorithm)[0][1]),
             "subject": name_text(attributes["subject"]), "issuer": name_text(attributes["issuer"]),
             "selfIssued": name_text(attributes["subject"]) == name_text(attributes["issuer"]),
             "extensions": extensions, "subjectAltNames": [shown_name(*name) for name in names],
@@ -147,7 +123,7 @@ def fields(der):
             "warnings": ["only a certificate of version 3 may have extensions"] if extensions and version < 3 else [],
             "publicKey": public_key(parts[5][1]), "sha1": hashlib.sha1(der).hexdigest().upper(),
             "sha256": hashlib.sha256(der).hexdigest().upper(),
-            "spkiSha256": base64.b64encode(hashlib.sha256(encoded(0x30, parts[5][1])).digest()).decode()}
+            "spkiSha256": base64.b64encode(hashlib.sha256(seq(parts[5][1])).digest()).decode()}
 
 
 def attributes_in(name):
@@ -161,7 +137,7 @@ def attributes_in(name):
 
 
 def extension(content):
-    parts = list(members(content))
+    parts = members(content)
     return {"oid": dotted(parts[0][1]), "critical": parts[1][0] == 1 and parts[1][1] != b"\0",
             "value": base64.b64encode(parts[-1][1]).decode()}
 
@@ -171,9 +147,8 @@ def extension_value(extensions, oid):
     for one in extensions:
         if one["oid"] == oid:
             try:
-                der = base64.b64decode(one["value"])
-                tag, start, end = element(der)
-                return (tag, der[start:end]) if end == len(der) else (None, b"")
+                found = members(base64.b64decode(one["value"]))
+                return found[0] if len(found) == 1 else (None, b"")
             except (IndexError, ValueError):
                 return None, b""
     return None, b""
@@ -192,13 +167,13 @@ def authority_key_identifier(extensions):
 
 def general_names(extensions):
     tag, content = extension_value(extensions, "2.5.29.17")
-    return list(members(content)) if tag == 0x30 else []
+    return members(content) if tag == 0x30 else []
 
 
 def shown_name(tag, content):
     """A general name as the program shows it; the data have no malformed one but of an IP address."""
     kinds = ["otherName", "email", "dns", "x400", "directory", "ediParty", "uri", "ip", "registeredId"]
-    value = base64.b64encode(encoded(tag, content)).decode()
+    value = base64.b64encode(tlv(tag, content)).decode()
     if tag in (0x81, 0x82, 0x86):
         value = content.decode("utf-8", "replace")
     elif tag == 0x87 and len(content) not in (4, 16):
@@ -208,10 +183,10 @@ def shown_name(tag, content):
     elif tag == 0x88:
         value = dotted(content)
     elif tag == 0xA4:
-        value = name_text(attributes_in(next(members(content))[1]))
+        value = name_text(attributes_in(members(content)[0][1]))
     elif tag == 0xA0:
         (_, oid), (_, wrapped) = members(content)
-        inner, text = next(members(wrapped))
+        inner, text = members(wrapped)[0]
         value = {"oid": dotted(oid)}
         value.update({"text": text.decode()} if inner in (0x0C, 0x13, 0x16) else {"hex": wrapped.hex().upper()})
     return {"type": kinds[tag & 0x1F], "value": value}
@@ -225,7 +200,7 @@ def addresses(subject, names):
 
 def public_key(info):
     (_, algorithm), (_, bits) = members(info)
-    parts = list(members(algorithm))
+    parts = members(algorithm)
     kind = KEY_TYPES.get(dotted(parts[0][1]), dotted(parts[0][1]))
     size = curve = None
     try:
@@ -238,10 +213,9 @@ def public_key(info):
 def size_and_curve(kind, parameters, bits):
     size = curve = None
     if kind in ("RSA", "RSA-PSS"):
-        _, start, end = element(bits)
-        size = int.from_bytes(next(members(bits[start:end]))[1], "big").bit_length()
+        size = int.from_bytes(members(items(bits)[0][1])[0][1], "big").bit_length()
     elif kind == "DSA":
-        size = int.from_bytes(next(members(parameters[0][1]))[1], "big").bit_length()
+        size = int.from_bytes(members(parameters[0][1])[0][1], "big").bit_length()
     elif kind == "Ed25519":
         size = 255
     elif kind == "EC" and parameters[0][0] == 0x06:
@@ -250,38 +224,17 @@ def size_and_curve(kind, parameters, bits):
         # Every curve of the table has as many bits as its name says.
         size = int(re.search(r"\d{3}", curve)[0]) if oid in CURVES else None
     elif kind == "EC":
-        _, field = list(members(parameters[0][1]))[1]
-        size = int.from_bytes(list(members(field))[1][1], "big").bit_length()
+        _, field = members(parameters[0][1])[1]
+        size = int.from_bytes(members(field)[1][1], "big").bit_length()
     return size, curve
 
 
 # The ASN.1 XML form, encoded here.
 
-def encoded(tag, content, number=None):
-    if number is not None:
-        digits = [number & 0x7F]
-        while number > 0x7F:
-            number >>= 7
-            digits.insert(0, number & 0x7F | 0x80)
-        head = bytes([tag | number]) if len(digits) == 1 and number < 31 else bytes([tag | 0x1F] + digits)
-    else:
-        head = bytes([tag])
-    size = len(content)
-    if size < 0x80:
-        return head + bytes([size]) + content
-    octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
-    return head + bytes([0x80 + len(octets)]) + octets + content
-
-
-def oid_octets(text):
-    arcs = [int(arc) for arc in text.split(".")]
-    octets = bytearray()
-    for arc in [arcs[0] * 40 + arcs[1]] + arcs[2:]:
-        group = [arc & 0x7F]
-        while arc := arc >> 7:
-            group.insert(0, arc & 0x7F | 0x80)
-        octets += bytes(group)
-    return bytes(octets)
+def numbered(kind, number, content):
+    """An element of a tag number that may be high."""
+    return tlv(kind | number, content) if number < 31 else \
+        bytes([kind | 0x1F]) + base_128(number) + tlv(0, content)[1:]
 
 
 def der_of(name, attributes, text, inner):
@@ -290,8 +243,8 @@ def der_of(name, attributes, text, inner):
         kind = {"universal": 0x00, "application": 0x40, "contextSpecific": 0x80, "private": 0xC0}[name]
         number = int(attributes["tag" if name == "contextSpecific" else "number"])
         if attributes.get("constructed") == "1":
-            return encoded(kind | 0x20, inner, number)
-        return encoded(kind, base64.b64decode(text, validate=True), number)
+            return numbered(kind | 0x20, number, inner)
+        return numbered(kind, number, base64.b64decode(text, validate=True))
     if name in ("sequence", "set"):
         content = inner
     elif name in ("int", "enumerated", "bool", "null"):
@@ -301,12 +254,12 @@ def der_of(name, attributes, text, inner):
     elif name == "octets":
         content = base64.b64decode(text, validate=True)
     elif name == "oid":
-        content = oid_octets(text)
+        return oid(text)
     elif name == "utf8" and "encoding" not in attributes:
         content = text.encode()
     else:
         content = text.encode("latin-1")
-    return encoded(TAGS[name], content)
+    return tlv(TAGS[name], content)
 
 
 def xml_to_der(xml):
@@ -362,9 +315,7 @@ def attributes_of(text, name):
     block = re.search(rf"^{name}=\s*((?:\n? *[\d.]+ ?= ?#[0-9A-F]+|\s*\+\s*)*)", text, re.MULTILINE)[1]
     found = []
     for oid, value in re.findall(r"([\d.]+) ?= ?#([0-9A-F]+)", block):
-        der = bytes.fromhex(value)
-        tag, start, end = element(der)
-        found.append((oid, tag, der[start:end]))
+        found.append((oid, *members(bytes.fromhex(value))[0]))
     return found
 
 
@@ -396,8 +347,7 @@ def value_text(tag, content):
 
 
 def text_of(der):
-    tag, start, end = element(der)
-    return value_text(tag, der[start:end])
+    return value_text(*members(der)[0])
 
 
 def quoted(tag, content):
@@ -461,7 +411,7 @@ def certificates_of(path):
     candidates = [base64.b64decode(block) for block in blocks] or [content]
     for der in candidates:
         try:
-            if element(der)[2] == len(der):
+            if len(items(der)) == 1:
                 fields(der)
                 yield der
         except (IndexError, ValueError, StopIteration):

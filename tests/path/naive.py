@@ -1,6 +1,6 @@
-"""A second opinion on ways to an anchor, without any cleverness: every way is tried, each rule is one plain
-function of RFC 5280 (and 9525, 3161, 9608), policies are the tree of section 6.1. Good for small cases."""
-import hashlib
+"""A second opinion on ways to an anchor, without any cleverness: every way is tried, and each rule is one plain
+statement of RFC 5280 (and 9525, 3161, 9608) over what is read of the DER here. Good for small cases."""
+import functools
 import ipaddress
 import re
 import types
@@ -8,14 +8,20 @@ from datetime import datetime, timezone
 
 from cryptography.exceptions import InvalidSignature
 from cryptography.hazmat.primitives import hashes
-from cryptography.hazmat.primitives.asymmetric import ec
+from cryptography.hazmat.primitives.asymmetric import dsa, ec, ed25519, rsa
+from cryptography.hazmat.primitives.asymmetric.padding import PKCS1v15
+from cryptography.hazmat.primitives.serialization import load_der_public_key
 
 from pki import (AIA, AKI, ANY_POLICY, ANY_USE, BC, CDP, CN, CP, DAY, DELTA, EKU, EMAIL, FEATURE, FRESH, IAN, IAP, IDP,
-                 KU, NC, NOCHECK, NOREV, NUMBER, PC, PM, REASON, SAN, SIA, SKI, USES)
+                 KU, NC, NOCHECK, NOREV, NUMBER, PC, PM, REASON, SAN, SIA, SKI, SUB, USES, dotted)
+
+MAIL, DNS, DIR, URI, IP = (SUB[kind] for kind in ("email", "dns", "dir", "uri", "ip"))
+DOMAIN_COMPONENT, SMTP_MAILBOX = "0.9.2342.19200300.100.1.25", "1.3.6.1.5.5.7.8.9"
+TARGETS = {"host", "ip", "email"}
 
 
 class Bad(Exception):
-    pass
+    """Something cannot be read; the word says what."""
 
 
 def need(holds, reason="extensionMalformed"):
@@ -28,7 +34,12 @@ def tried(flaws, read, *what):
     try:
         return read(*what)
     except (Bad, IndexError, ValueError) as bad:
-        flaws.add(str(bad).replace("malformed", "extensionMalformed") if isinstance(bad, Bad) else "extensionMalformed")
+        flaws.add(str(bad) if isinstance(bad, Bad) and str(bad) != "malformed" else "extensionMalformed")
+
+
+def those(**rules):
+    """The names of the rules that are broken."""
+    return {name for name, is_broken in rules.items() if is_broken}
 
 
 # ---- DER: (tag, content, all of it)
@@ -55,20 +66,20 @@ def one(der, tag, flaws=None):
     return found[0][1]
 
 
-def dotted(body):
-    arcs, arc = [], 0
-    for octet in body:
-        arc = arc << 7 | octet & 127
-        if octet < 128:
-            arcs, arc = arcs + [arc], 0
-    first = min(arcs[0] // 40, 2)
-    return ".".join(map(str, [first, arcs[0] - 40 * first, *arcs[1:]]))
+def members(der, least=1):
+    found = items(one(der, 0x30))
+    need(len(found) >= least)
+    return found
+
+
+def walk(der):
+    for tag, body, _ in items(der):
+        walk(body) if tag & 0x20 else None
 
 
 def number(body):
     value = int.from_bytes(body, "big", signed=True)
-    need(len(body) == value.bit_length() // 8 + 1 or value < 0 and len(body) == (~value).bit_length() // 8 + 1,
-         "integerPadded")
+    need(len(body) == (value if value >= 0 else ~value).bit_length() // 8 + 1, "integerPadded")
     return value
 
 
@@ -84,19 +95,13 @@ def bit_numbers(body):
     return {8 * i + n for i, octet in enumerate(body[1:]) for n in range(8) if octet & 0x80 >> n}
 
 
-def walk(der):
-    for tag, body, _ in items(der):
-        walk(body) if tag & 0x20 else None
-
-
 def moment(tag, body):
     text = body.decode("latin1")
-    strange = "dateNotDer" if re.fullmatch(r"\d{10,14}(\.\d+)?(Z|[+-]\d{4})?", text) else "dateMalformed"
-    need(re.fullmatch(r"\d{12}Z" if tag == 0x17 else r"\d{14}Z", text), strange)
-    if tag == 0x17:
-        text = ("19" if text >= "50" else "20") + text
+    is_ber = re.fullmatch(r"\d{10,14}(\.\d+)?(Z|[+-]\d{4})?", text)
+    need(re.fullmatch(r"\d{12}Z" if tag == 0x17 else r"\d{14}Z", text), "dateNotDer" if is_ber else "dateMalformed")
+    century = ("19" if text >= "50" else "20") if tag == 0x17 else ""
     try:
-        return datetime.strptime(text, "%Y%m%d%H%M%SZ").replace(tzinfo=timezone.utc).timestamp()
+        return datetime.strptime(century + text, "%Y%m%d%H%M%SZ").replace(tzinfo=timezone.utc).timestamp()
     except ValueError:
         raise Bad("dateMalformed")
 
@@ -104,30 +109,29 @@ def moment(tag, body):
 def folded(content):
     """A name as a list of sets (§7.1)."""
     def value(kind, tag, text):
-        if tag in (0x0C, 0x13) or tag == 0x16 and kind in (EMAIL, "0.9.2342.19200300.100.1.25"):
-            return b" ".join(text.lower().split())
-        return tag, text
-    out = []
-    for _, attributes, _ in items(content):
-        pairs = [[*items(pair)] for _, pair, _ in items(attributes)]
-        out.append(frozenset((dotted(k[1]), value(dotted(k[1]), v[0], v[1])) for k, v in pairs))
-    return out
+        is_text = tag in (0x0C, 0x13) or tag == 0x16 and kind in (EMAIL, DOMAIN_COMPONENT)
+        return b" ".join(text.lower().split()) if is_text else (tag, text)
+    pairs = [[items(pair) for _, pair, _ in items(rdn)] for _, rdn, _ in items(content)]
+    return [frozenset((dotted(k[1]), value(dotted(k[1]), v[0], v[1])) for k, v in rdn) for rdn in pairs]
 
 
 def bad_text(name):
-    texts = [value if isinstance(value, bytes) else b"" for rdn in name for _, value in rdn]
-    return {"nameTextMalformed"} if any(text.decode(errors="ignore").encode() != text for text in texts) else set()
+    texts = [value for rdn in name for _, value in rdn if isinstance(value, bytes)]
+    return those(nameTextMalformed=any(text.decode(errors="ignore").encode() != text for text in texts))
 
 
 # ---- Certificates and CRLs
 def signed(der):
-    flaws = set()
-    parts = items(one(der, 0x30, flaws), flaws)
+    """What both are: what is signed, algorithms and signature, and flaws of the encoding."""
+    c = types.SimpleNamespace(der=der, flaws=set(), exts=[])
+    parts = items(one(der, 0x30, c.flaws), c.flaws)
     need([part[0] for part in parts] == [0x30, 0x30, 3], "malformed")
-    return flaws, parts[0], parts[1][2], parts[2][1]
+    c.tbs, c.outer, c.signature = parts[0][2], parts[1][2], parts[2][1]
+    return c, items(parts[0][1], c.flaws)
 
 
 def extensions(body, flaws):
+    """(OID, critical, value, whether false is written) of each, as far as the list can be read."""
     out = []
     try:
         listed = items(one(body, 0x30, flaws), flaws)
@@ -137,35 +141,36 @@ def extensions(body, flaws):
             if [part[0] for part in parts] not in ([6, 4], [6, 1, 4]):
                 flaws.add("extensionListMalformed")
                 continue
-            critical = (tried(flaws, truth, parts[1][1]) if len(parts) == 3 else False) is not False
-            out.append((dotted(parts[0][1]), critical, parts[-1][1], len(parts) == 3 and not critical))
+            flag = parts[1][1] if len(parts) == 3 else None
+            if flag is not None:
+                tried(flaws, truth, flag)
+            out.append((dotted(parts[0][1]), flag not in (None, b"\0"), parts[-1][1], flag == b"\0"))
     except Bad:
         flaws.add("extensionListMalformed")
-    if len({each[0] for each in out}) < len(out):
-        flaws.add("extensionRepeated")
     return out
 
 
 def certificate(der):
-    flaws, tbs, outer, signature = signed(der)
-    parts = items(tbs[1], flaws)
+    c, parts = signed(der)
     version = parts.pop(0)[1] if parts[0][0] == 0xA0 else None
-    c = types.SimpleNamespace(der=der, flaws=flaws, tbs=tbs[2], outer=outer, signature=signature, exts=[])
-    c.version = 1 if version is None else one(version, 2, flaws)[0] + 1
-    c.version_written = version is not None
+    c.version = 1 if version is None else one(version, 2, c.flaws)[0] + 1
     need(len(parts) >= 6, "malformed")
-    c.serial, c.inner, c.spki, c.number = parts[0][2], parts[1][2], parts[5][2], parts[0][1]
-    tried(flaws, number, c.number)
+    c.number, c.serial, c.inner, c.spki = parts[0][1], parts[0][2], parts[1][2], parts[5][2]
+    tried(c.flaws, number, c.number)
     c.issuer, c.subject = folded(parts[2][1]), folded(parts[4][1])
     c.self_issued = c.issuer == c.subject
-    flaws |= bad_text(c.issuer + c.subject)
-    c.dates = tried(flaws, lambda: [moment(tag, body) for tag, body, _ in items(parts[3][1], flaws)])
-    rest = [each for each in parts[6:] if each[0] == 0xA3]
-    if rest:
-        c.exts = extensions(rest[0][1], flaws)
-    flaws |= {"extensionsInOldVersion"} if rest and c.version < 3 else set()
-    flaws |= set() if 1 <= c.version <= 3 else {"versionUnknown"}
+    c.flaws |= bad_text(c.issuer + c.subject)
+    c.dates = tried(c.flaws, lambda: [moment(tag, body) for tag, body, _ in items(parts[3][1], c.flaws)])
+    listed = [each[1] for each in parts[6:] if each[0] == 0xA3]
+    c.exts = extensions(listed[0], c.flaws) if listed else []
     c.ext = {each[0]: each for each in reversed(c.exts)}
+    c.flaws |= those(extensionRepeated=len(c.ext) < len(c.exts), extensionsInOldVersion=listed and c.version < 3,
+                     versionUnknown=not 1 <= c.version <= 3)
+    c.version_one_written = version is not None and c.version == 1
+    basic = content(c, BC)
+    c.is_ca = bool(basic and basic.ca)
+    c.usage, c.uses = content(c, KU), content(c, EKU)
+    c.kind, c.key = tried(set(), key_of, c.spki) or (None, None)
     return c
 
 
@@ -173,13 +178,6 @@ def content(c, which, otherwise=None):
     """What an extension says; what cannot be read says nothing and is met by the rule for that."""
     value = tried(set(), READ.get(which, walk), c.ext[which][2]) if which in c.ext else None
     return otherwise if value is None else value
-
-
-# ---- Contents of extensions
-def members(der, least=1):
-    found = items(one(der, 0x30))
-    need(len(found) >= least)
-    return found
 
 
 def read_bc(der):
@@ -213,221 +211,200 @@ def read_subtrees(der):
 
 def read_points(der):
     walk(der)
-    return re.findall(rb"(?s)\x86.(http://[a-z0-9/.]+)", der)  # a point here is one URI
+    return set(re.findall(rb"(?s)\x86.(http://[a-z0-9/.]+)", der))  # a point here is one URI
+
+
+def read_uses(der):
+    need(all(each[0] == 6 for each in members(der)))
+    return [dotted(each[1]) for each in members(der)]
+
+
+def read_names(der):
+    return [(tag & 31, body) for tag, body, _ in members(der)]
 
 
 READ = {BC: read_bc, KU: lambda der: bit_numbers(one(der, 3)), NC: read_subtrees, PC: read_constraints, CDP: read_points,
-        EKU: lambda der: [dotted(each[need(each[0] == 6) or 1]) for each in members(der)],
-        CP: lambda der: [dotted(items(each[1])[0][1]) for each in members(der)],
-        PM: lambda der: [tuple(dotted(part[1]) for part in items(each[1])) for each in members(der)],
-        IAP: lambda der: number(one(der, 2)), SAN: lambda der: [(tag & 31, body) for tag, body, _ in members(der)]}
-READ[IAN] = READ[SAN]
+        CP: lambda der: {dotted(items(each[1])[0][1]) for each in members(der)}, EKU: read_uses, SAN: read_names,
+        PM: lambda der: {tuple(dotted(part[1]) for part in items(each[1])) for each in members(der)}, IAN: read_names,
+        IAP: lambda der: number(one(der, 2))}
 
 
 # ---- Signatures and keys
+KINDS = {"rsa": rsa.RSAPublicKey, "ec": ec.EllipticCurvePublicKey, "dsa": dsa.DSAPublicKey, "ed25519": ed25519.Ed25519PublicKey}
+CURVES = {"1.2.840.10045.3.1.7": 256, "1.3.132.0.33": 224, "1.2.840.10045.3.1.1": 192}
+SMALL_ORDER = (0, 1, (1 << 255) - 20)  # y of points in which any signature would hold
+
+
+@functools.cache
 def key_of(spki):
-    """Kind and key; of kinds that sign nothing here only whether it is one."""
-    algorithm, key = items(one(spki, 0x30))
-    kind, *parameters = items(algorithm[1])
-    octets = key[1][1:]
-    if dotted(kind[1]) == "1.2.840.113549.1.1.1":
-        numbers = [number(each[1]) for each in items(one(octets, 0x30))]
-        need(numbers[0] % 2 and numbers[1] % 2 and numbers[1] > 1, "keyMalformed")
-        return "rsa", numbers
-    if dotted(kind[1]) == "1.2.840.10040.4.1":
-        need(parameters and number(items(parameters[0][1])[2][1]) > 1, "keyMalformed")
-        return "dsa", None
-    if dotted(kind[1]) == "1.3.101.112":
-        need(int.from_bytes(octets, "little") % (1 << 255) not in (0, 1, (1 << 255) - 20), "keyMalformed")
-        return "ed25519", None
-    curve = dotted(parameters[0][1])
-    need(curve != "1.2.840.10045.3.1.1", "weakKey")
-    need(curve in ("1.2.840.10045.3.1.7", "1.3.132.0.33"), "keyNotKnown")
-    if curve == "1.3.132.0.33":
-        return "ec", None
+    """Kind and key, whether or not its kind signs here."""
+    kind, *parameters = items(members(spki)[0][1])
+    if dotted(kind[1]) == "1.2.840.10045.2.1":
+        size = CURVES.get(dotted(parameters[0][1]))
+        need(size, "keyNotKnown")
+        need(size >= 224, "weakKey")
     try:
-        return "ec", ec.EllipticCurvePublicKey.from_encoded_point(ec.SECP256R1(), octets)
+        key = load_der_public_key(spki)
     except ValueError:
         raise Bad("keyMalformed")
+    kind = next(kind for kind, made in KINDS.items() if isinstance(key, made))
+    if kind == "rsa":
+        n, e = key.public_numbers().n, key.public_numbers().e
+        need(n % 2 and e % 2 and e > 1, "keyMalformed")
+    need(kind != "dsa" or key.parameters().parameter_numbers().g > 1, "keyMalformed")
+    need(kind != "ed25519" or int.from_bytes(spki[-32:], "little") % (1 << 255) not in SMALL_ORDER, "keyMalformed")
+    return kind, key
 
 
-ECDSA = {"1.2.840.10045.4.1": hashes.SHA1, "1.2.840.10045.4.3.2": hashes.SHA256}
-RSA = {"1.2.840.113549.1.1.5": ("sha1", "3021300906052b0e03021a05000414"),
-       "1.2.840.113549.1.1.11": ("sha256", "3031300d060960864801650304020105000420")}
+SCHEMES = {"1.2.840.10045.4.1": ("ec", hashes.SHA1), "1.2.840.10045.4.3.2": ("ec", hashes.SHA256),
+           "1.2.840.113549.1.1.5": ("rsa", hashes.SHA1), "1.2.840.113549.1.1.11": ("rsa", hashes.SHA256)}
+
+
+def scheme_of(c):
+    algorithm, *parameters = members(c.inner)
+    return *SCHEMES.get(dotted(algorithm[1]), (None, None)), parameters
 
 
 def bad_signature(c, spki):
-    if c.inner != c.outer:
-        return {"signatureAlgorithmsDiffer"}
-    algorithm, *parameters = items(one(c.inner, 0x30))
-    which = dotted(algorithm[1])
-    if which not in ECDSA and which not in RSA:
-        return {"signatureNotChecked"}
-    if which in ECDSA and parameters:
-        return {"signatureParameters"}
-    if c.signature[0]:
-        return {"signatureNotOctets"}
+    wanted, digest, parameters = scheme_of(c)
     kind, key = key_of(spki)
-    if (kind == "ec") != (which in ECDSA):
-        return {"keyDoesNotFit"}
-    if kind == "ec":
-        try:
-            key.verify(c.signature[1:], c.tbs, ec.ECDSA(ECDSA[which]()))
-            return set()
-        except InvalidSignature:
-            return {"wrongSignature"}
-    hash_name, prefix = RSA[which]
-    size = (key[0].bit_length() + 7) // 8
-    tail = b"\0" + bytes.fromhex(prefix) + hashlib.new(hash_name, c.tbs).digest()
-    block = b"\0\1" + b"\xff" * (size - 2 - len(tail)) + tail
-    is_right = pow(int.from_bytes(c.signature[1:], "big"), key[1], key[0]) == int.from_bytes(block, "big")
-    return set() if is_right else {"wrongSignature"}
+    out = those(signatureAlgorithmsDiffer=c.inner != c.outer, signatureNotChecked=wanted is None,
+                signatureParameters=wanted == "ec" and parameters, signatureNotOctets=c.signature[0],
+                keyDoesNotFit=wanted not in (None, kind))
+    try:
+        if not out:
+            key.verify(c.signature[1:], c.tbs, *([ec.ECDSA(digest())] if kind == "ec" else [PKCS1v15(), digest()]))
+    except InvalidSignature:
+        return {"wrongSignature"}
+    return out
 
 
 def weak_hash(c, o):
-    weak = not o.get("allow_sha1") and any(dotted(items(one(c.inner, 0x30))[0][1]) in each for each in
-                                           ("1.2.840.10045.4.1", "1.2.840.113549.1.1.5"))
-    return {"weakHash"} if weak else set()
-
-
-def key_kind(c):
-    return (tried(set(), key_of, c.spki) or [None])[0]
-
-
-def weak_key(c):
-    out = set()
-    kind, key = tried(out, key_of, c.spki) or (None, None)
-    return out | ({"weakKey"} if kind == "rsa" and key[0].bit_length() < 2048 else set())
+    return those(weakHash=scheme_of(c)[1] is hashes.SHA1 and not o.get("allow_sha1"))
 
 
 # ---- Rules of one certificate
 def out_of_date(c, at):
-    if not c.dates:
-        return set()
-    first, last = c.dates
-    return {name for name, holds in (("validityBackwards", first > last), ("notYetValid", at < first),
-                                     ("expired", at > last)) if holds}
+    first, last = c.dates or (at, at)
+    return those(validityBackwards=first > last, notYetValid=at < first, expired=at > last)
 
 
 PROCESSED = {BC, KU, EKU, NC, CP, PM, PC, IAP, SAN, SKI, AKI}
 KNOWN = {IAN, FRESH, AIA, SIA, FEATURE, CDP, NOREV, NOCHECK}
+DECIDE = PROCESSED - {SAN, SKI, AKI}
 
 
 def critical(c, o, is_leaf):
-    out = set()
-    crls = {CDP, NOREV} if o["crls"] or o.get("require_crl") else set()
-    ocsp = {NOCHECK} if is_leaf and o["purpose"] == "ocsp" else set()
-    for which, is_critical, *_ in c.exts:
-        if is_critical and which not in PROCESSED | crls | ocsp:
-            out.add("criticalNotProcessed" if which in KNOWN else "unknownCriticalExtension")
-        if is_critical and which == CP and b"\6\3\x2a\3\4" in c.ext[CP][2]:  # the qualifier 1.2.3.4
-            out.add("criticalNotProcessed")
-    return out
+    processed = PROCESSED | ({CDP, NOREV} if o["judges_crls"] else set())
+    processed |= {NOCHECK} if is_leaf and o["purpose"] == "ocsp" else set()
+    passed_over = {each[0] for each in c.exts if each[1]} - processed
+    if b"\6\3\x2a\3\4" in c.ext.get(CP, (None, False, b""))[2] and c.ext[CP][1]:  # the qualifier 1.2.3.4
+        passed_over.add(CP)
+    return those(criticalNotProcessed=passed_over & (KNOWN | {CP}), unknownCriticalExtension=passed_over - KNOWN - {CP})
 
 
-def unreadable(exts, decided):
+def unreadable(c, decided, even_critical=PROCESSED | KNOWN):
     out = set()
-    for which, is_critical, value, _ in exts:
-        if which in decided or is_critical and which in PROCESSED | KNOWN:
+    for which, is_critical, value, _ in c.exts:
+        if which in decided or is_critical and which in even_critical:
             tried(out, READ.get(which, walk), value)
     return out
 
 
-def issuer(c, is_anchor=False):
-    if is_anchor and c.version < 3 and not c.exts:
-        return set()
-    basic, usage = content(c, BC), content(c, KU)
-    out = set() if basic and basic.ca or BC in c.ext and not basic else {"notACa"}
-    return out | ({"mayNotSign"} if usage is not None and 5 not in usage else set())
+def bad_key(c):
+    out = those(weakKey=c.kind == "rsa" and c.key.key_size < 2048)
+    tried(out, key_of, c.spki)
+    return out
 
 
-def purposes_above(c, o):
-    held, purpose = content(c, EKU), o["purpose"]
-    if held is None or purpose in ("any", "ocsp"):
-        return set()
-    return set() if {ANY_USE, f"1.3.6.1.5.5.7.3.{USES[purpose]}"} & set(held) else {"wrongPurpose"}
+def no_issuer(c, o):
+    """What keeps it from issuing."""
+    purpose = o["purpose"]
+    is_bound = c.uses is not None and purpose not in ("any", "ocsp")
+    return those(notACa=not c.is_ca and not (BC in c.ext and not content(c, BC)),
+                 mayNotSign=c.usage is not None and 5 not in c.usage,
+                 wrongPurpose=is_bound and not {ANY_USE, f"1.3.6.1.5.5.7.3.{USES[purpose]}"} & set(c.uses))
+
+
+def own_faults(c, o, is_leaf, is_named=False):
+    """What is wrong with a certificate that is no anchor, whoever signed it."""
+    decided = DECIDE | ({CDP, NOREV} if o["judges_crls"] else set()) | ({SAN} if is_named else set())
+    out = c.flaws | weak_hash(c, o) | bad_key(c) | out_of_date(c, o["at"]) | critical(c, o, is_leaf)
+    out |= unreadable(c, decided) | (set() if is_leaf else no_issuer(c, o))
+    profile = o.get("profile")
+    return out | (rfc5280(c) if profile == "rfc5280" else web(c, is_leaf) if profile == "web" else set())
+
+
+# Of each purpose: the bits of keyUsage of which a leaf has one, with a key for RSA, and with one on a curve.
+KEY_USES = {"server": ({0}, {2}, {4}), "client": ({0}, set(), {4}), "code": ({0}, set(), set()),
+            "time": ({0, 1}, set(), set()), "ocsp": ({0, 1}, set(), set()), "email": ({0, 1}, {2}, {4})}
 
 
 def purpose_of_leaf(c, o):
     purpose = o["purpose"]
     if purpose == "any":
         return set()
-    said = f"1.3.6.1.5.5.7.3.{USES[purpose]}"
-    held, out = content(c, EKU), set()
-    if EKU not in c.ext:
-        out |= {"wrongPurpose"} if purpose in ("code", "time", "ocsp") else set()
-    elif held is not None:
-        holds = said in held or ANY_USE in held and purpose in ("server", "client", "email")
-        if purpose == "time":
-            holds = held == [said] and c.ext[EKU][1]
-        out |= set() if holds else {"wrongPurpose"}
-    also = {"rsa": 2, "ec": 4}.get(key_kind(c), 0)
-    wanted = {"server": {0, also}, "client": {0, also & 4}, "code": {0}, "time": {0, 1},
-              "ocsp": {0, 1}, "email": {0, 1, also}}[purpose]
-    usage = content(c, KU)
-    return out | ({"wrongKeyUsage"} if usage is not None and not wanted & usage and key_kind(c) else set())
-
-
-def is_host(text):
-    return all(re.fullmatch(r"[A-Za-z0-9_](?:[A-Za-z0-9_-]*[A-Za-z0-9_])?", label) for label in text.split("."))
+    said, must_say = f"1.3.6.1.5.5.7.3.{USES[purpose]}", purpose in ("code", "time", "ocsp")
+    if c.uses is None:
+        holds = not must_say or EKU in c.ext  # or it is there and cannot be read
+    elif purpose == "time":
+        holds = c.uses == [said] and c.ext[EKU][1]
+    else:
+        holds = said in c.uses or ANY_USE in c.uses and not must_say
+    always, rsa, curve = KEY_USES[purpose]
+    wanted = always | {"rsa": rsa, "ec": curve}.get(c.kind, set())
+    return those(wrongPurpose=not holds, wrongKeyUsage=c.usage is not None and c.kind and not wanted & c.usage)
 
 
 def wrong_host(c, o):
-    held = content(c, SAN, [])
+    names = content(c, SAN, [])
+    texts = {form: [value.decode("latin1") for kind, value in names if kind == form] for form in (DNS, MAIL)}
+    found = True
     if "host" in o:
         wanted = o["host"].lower().removesuffix(".")
         rest = wanted.partition(".")[2]
-        texts = [value.decode("latin1").lower() for form, value in held if form == 2]
-        found = wanted in texts or rest.count(".") >= 1 and "*." + rest in texts
+        found = {wanted, "*." + rest if "." in rest else wanted} & {text.lower() for text in texts[DNS]}
     elif "ip" in o:
-        found = (7, ipaddress.ip_address(o["ip"]).packed) in held
+        found = (IP, ipaddress.ip_address(o["ip"]).packed) in names
     elif "email" in o:
-        local, _, domain = o["email"].rpartition("@")
-        found = any(form == 1 and value.decode("latin1").rpartition("@")[0] == local and
-                    value.decode("latin1").rpartition("@")[2].lower() == domain.lower() for form, value in held)
-    else:
-        return set()
-    strange = any(form == IP and len(value) not in (4, 16) for form, value in held)
-    return bad_texts(c, SAN) | ({"extensionMalformed"} if strange else set()) | (set() if found or SAN in c.ext and not held else {"wrongHost"})
+        def halves(text):
+            return text.rpartition("@")[0], text.rpartition("@")[2].lower()
+        found = halves(o["email"]) in map(halves, texts[MAIL])
+    return those(wrongHost=not found and not (SAN in c.ext and not names)) | (bad_names(c, SAN) if TARGETS & set(o) else set())
 
 
-def bad_texts(c, which):
-    return set().union(*(bad_text(folded(one(value, 0x30))) for form, value in content(c, which, []) if form == DIR))
+def bad_names(c, which):
+    names = content(c, which, [])
+    texts = [bad_text(folded(one(value, 0x30))) for form, value in names if form == DIR]
+    return set().union(those(extensionMalformed=any(form == IP and len(value) not in (4, 16) for form, value in names)), *texts)
 
 
-# ---- Rules of a way, which is leaf first
-def path_length(way):
-    out = set()
-    for at, c in enumerate(way[1:], 1):
-        basic = content(c, BC)
-        if basic and basic.length is not None and sum(not each.self_issued for each in way[1:at]) > basic.length:
-            out.add("pathTooLong")
-    return out
-
-
-DNS, MAIL, URI, IP, DIR = 2, 1, 6, 7, 4
+# ---- Names under constraints: §4.2.1.10
+def is_host(text):
+    return all(re.fullmatch(r"[A-Za-z0-9_](?:[A-Za-z0-9_-]*[A-Za-z0-9_])?", label) for label in text.split("."))
 
 
 def names_of(c):
     """(form, value), values as they are compared; None for one that cannot be."""
     out = [(DIR, c.subject)] if c.subject else []
-    out += [(MAIL, value.decode() if isinstance(value, bytes) else value[1].decode()) for rdn in c.subject
-            for kind, value in rdn if kind == EMAIL]
+    out += [(MAIL, value.decode() if isinstance(value, bytes) else value[1].decode())
+            for rdn in c.subject for kind, value in rdn if kind == EMAIL]
     for form, value in content(c, SAN, []):
+        text = value.decode("latin1")
         if form == DIR:
-            out.append((form, folded(one(value, 0x30))))
-        elif form == 0 and dotted(items(value)[0][1]) == "1.3.6.1.5.5.7.8.9":
-            out.append((MAIL, items(items(value)[1][1])[0][1].decode()))
+            value = folded(one(value, 0x30))
+        elif form == 0 and dotted(items(value)[0][1]) == SMTP_MAILBOX:
+            form, value = MAIL, one(items(value)[1][1], 0x0C).decode()
+        elif form == MAIL:
+            value = text
         elif form == IP:
-            out.append((form, value if len(value) in (4, 16) else None))
+            value = value if len(value) in (4, 16) else None
         elif form == URI:
-            host = re.match(r"[^:]*://([^/:?#]*)", value.decode())
-            out.append((form, host[1].lower() if host and not re.fullmatch(r"[\d.]*", host[1]) else None))
-        elif form == DNS:
-            text = value.decode("latin1").lower()
-            out.append((form, text if is_host(text.removeprefix("*.")) else None))
+            host = re.match(r"[^:]*://([^/:?#]*)", text)
+            value = host[1].lower() if host and not re.fullmatch(r"[\d.]*", host[1]) else None
         else:
-            out.append((form, value.decode() if form == MAIL else None))
+            value = text.lower() if form == DNS and is_host(text.removeprefix("*.")) else None
+        out.append((form, value))
     return out
 
 
@@ -438,270 +415,212 @@ def within(form, value, base, excluded):
     if form == IP:
         half = len(base) // 2
         return half == len(value) and all(v & m == b & m for v, b, m in zip(value, base, base[half:]))
-    base = base.decode().lower() if form != MAIL or b"@" not in base else base.decode()
+    base = base.decode()
     if form == MAIL:
         local, _, host = value.rpartition("@")
         at, _, domain = base.rpartition("@")
-        host, domain = host.lower(), domain.lower()
-        return (at == local and host == domain) if at else host.endswith(domain) if domain[:1] == "." else host == domain
+        return at in ("", local) and within(URI, host.lower(), domain.encode(), excluded)
+    base = base.lower()
     if form == URI:
         return value.endswith(base) if base[:1] == "." else value == base
-    plain = base.removeprefix(".") if excluded else base
-    suffix = "." + plain.removeprefix(".")
-    if value.startswith("*.") and excluded and plain.partition(".")[2] == value[2:]:
-        return True
-    return not plain or value == plain or ("x" + value[1:] if value[0] == "*" else value).endswith(suffix)
+    host = base.removeprefix(".")
+    if value[:2] == "*.":  # excluded if any of its names is, permitted if all are
+        return not host or ("." + value[2:]).endswith("." + host) or excluded and host.partition(".")[2] == value[2:]
+    return not host or value.endswith("." + host) or value == host and (excluded or base == host)
 
 
 def is_readable_base(form, base):
-    if form != IP:
-        return True
     mask = "".join(f"{octet:08b}" for octet in base[len(base) // 2:])
-    return len(base) in (8, 32) and "01" not in mask
+    return form != IP or len(base) in (8, 32) and "01" not in mask
 
 
 def constrained(way):
     out = set()
     for at, c in enumerate(way):
-        trees = content(c, NC)
-        for below, subject in enumerate(way[:at]) if trees else ():
-            if below and subject.self_issued:
-                continue
+        trees = content(c, NC, {0: [], 1: []})
+        for subject in [each for each in way[:at] if each is way[0] or not each.self_issued]:
             for form, value in names_of(subject):
                 permitted, excluded = ([base for kind, base in trees[side] if kind == form] for side in (0, 1))
-                if not permitted and not excluded:
-                    continue
-                if value is None or not all(is_readable_base(form, base) for base in permitted + excluded):
+                bases = permitted + excluded
+                if bases and (value is None or not all(is_readable_base(form, base) for base in bases)):
                     out.add("nameNotJudged")
                     continue
-                if permitted and not any(within(form, value, base, False) for base in permitted):
-                    out.add("nameNotPermitted")
-                if any(within(form, value, base, True) for base in excluded):
-                    out.add("nameExcluded")
+                out |= those(nameNotPermitted=permitted and not any(within(form, value, b, False) for b in permitted),
+                             nameExcluded=any(within(form, value, base, True) for base in excluded))
     return out
 
 
-class Node:
-    def __init__(self, policy, expected, parent):
-        self.policy, self.expected, self.parent = policy, expected, parent
-
-
-def pruned(levels):
-    for above, below in zip(levels[-2::-1], levels[:0:-1]):
-        above[:] = [node for node in above if any(child.parent is node for child in below)]
-    return levels if levels[-1] else None
-
-
-def cut(levels, doomed):
-    gone = set(doomed)
-    for level in levels:
-        gone |= {node for node in level if node.parent in gone}
-        level[:] = [node for node in level if node not in gone]
-    return pruned(levels)
+# ---- Rules of a way, which is leaf first
+def path_length(way):
+    lengths = [(at, content(c, BC).length) for at, c in enumerate(way) if at and content(c, BC)]
+    return those(pathTooLong=any(length is not None and sum(not c.self_issued for c in way[1:at]) > length
+                                 for at, length in lengths))
 
 
 def policies(way, o):
-    """The tree of §6.1 as it is written there, and what it makes of the way."""
-    certificates, refused = way[-2::-1], {"noPolicy"}
-    n = len(certificates)
+    """The tree of §6.1 by its branches: each the policies from the anchor down, with what it expects next."""
+    certificates, n = way[-2::-1], len(way) - 1
     wanted = set(o.get("policy", ()))
     explicit = 0 if wanted or o.get("explicit_policy") else n + 1
     inhibit, mapping = (0 if o.get(each) else n + 1 for each in ("inhibit_any", "inhibit_mapping"))
-    levels = [[Node(ANY_POLICY, {ANY_POLICY}, None)]]
+    tree = {(ANY_POLICY,): {ANY_POLICY}}
     for i, c in enumerate(certificates, 1):
-        held = content(c, CP)
-        if held is None:
-            levels = None
-        if levels:
-            above, level = levels[-1], []
-            for policy in set(held) - {ANY_POLICY}:
-                level += ([Node(policy, {policy}, up) for up in above if policy in up.expected] or
-                          [Node(policy, {policy}, up) for up in above if up.policy == ANY_POLICY])
-            if ANY_POLICY in held and (inhibit > 0 or i < n and c.self_issued):
-                level += [Node(each, {each}, up) for up in above for each in up.expected
-                          if not any(node.parent is up and node.policy == each for node in level)]
-            levels = pruned(levels + [level])
-        if explicit == 0 and not levels:
-            return refused
+        held, above, tree = content(c, CP, set()), tree, {}
+        for policy in held - {ANY_POLICY}:  # (d)
+            ups = [up for up in above if policy in above[up]] or [up for up in above if up[-1] == ANY_POLICY]
+            tree |= {(*up, policy): {policy} for up in ups}
+        if ANY_POLICY in held and (inhibit > 0 or i < n and c.self_issued):
+            tree = {(*up, policy): {policy} for up in above for policy in above[up]} | tree
+        if explicit == 0 and not tree:  # (f)
+            return {"noPolicy"}
         constraints = content(c, PC, {})
         if i == n:
             explicit = 0 if constraints.get(0) == 0 else max(explicit - 1, 0)
             break
-        pairs = content(c, PM, [])
+        pairs = content(c, PM, set())
         if any(ANY_POLICY in pair for pair in pairs):
-            return refused | {"anyPolicyMapped"}
-        for policy in {pair[0] for pair in pairs} if levels else ():
-            to = {pair[1] for pair in pairs if pair[0] == policy}
-            nodes = [node for node in levels[-1] if node.policy == policy] if levels else []
+            return {"noPolicy", "anyPolicyMapped"}
+        for policy in {pair[0] for pair in pairs}:  # §6.1.4 (b)
+            branches = [each for each in tree if each[-1] == policy]
             if mapping == 0:
-                levels = levels and cut(levels, nodes)
-            elif nodes:
-                for node in nodes:
-                    node.expected = to
+                tree = {each: next_ for each, next_ in tree.items() if each not in branches}
             else:
-                levels[-1] += [Node(policy, to, up) for up in levels[-2] if up.policy == ANY_POLICY
-                               and any(node.policy == ANY_POLICY for node in levels[-1])]
+                branches = branches or [(*each[:-1], policy) for each in tree if each[-1] == ANY_POLICY]
+                tree |= dict.fromkeys(branches, {pair[1] for pair in pairs if pair[0] == policy})
         if not c.self_issued:
             explicit, mapping, inhibit = (max(each - 1, 0) for each in (explicit, mapping, inhibit))
         explicit, mapping = (min(each, constraints.get(k, each)) for k, each in ((0, explicit), (1, mapping)))
         inhibit = min(inhibit, content(c, IAP, inhibit))
-    if levels and wanted:
-        rooted = [node for level in levels[1:] for node in level if node.parent.policy == ANY_POLICY]
-        ends = any(node.policy == ANY_POLICY for node in levels[-1])
-        levels = ends or cut(levels, [node for node in rooted if node.policy not in wanted | {ANY_POLICY}])
-    return set() if explicit > 0 or levels else refused
+    roots = {next((each for each in branch if each != ANY_POLICY), ANY_POLICY) for branch in tree}
+    return those(noPolicy=explicit == 0 and not (roots & (wanted | {ANY_POLICY}) if wanted else roots))
 
 
-# ---- CRLs
+# ---- CRLs: §5, §6.3
 def parse_crl(der):
-    c = types.SimpleNamespace(flaws=set())
-    c.flaws, tbs, c.outer, c.signature = signed(der)
-    parts = items(tbs[1], c.flaws)
-    c.tbs, c.inner, c.issuer = tbs[2], parts[1][2], folded(parts[2][1])
+    c, parts = signed(der)
+    need(not c.flaws, "malformed")
+    c.inner, c.issuer = parts[1][2], folded(parts[2][1])
     c.dates = tried(set(), lambda: [moment(tag, body) for tag, body, _ in parts[3:] if tag in (0x17, 0x18)]) or []
     tail = [part for part in parts[4:] if part[0] in (0x30, 0xA0)]
     c.exts = extensions(tail.pop()[1], c.flaws) if tail and tail[-1][0] == 0xA0 else []
     c.ext = {each[0]: each for each in c.exts}
-    c.entries = {}
-    for _, entry, _ in items(tail[0][1]) if tail else ():
-        serial, _, *exts = items(entry)
-        c.entries[serial[2]] = extensions(exts[0][2], c.flaws) if exts else []
-    c.scope = {tag & 31: body for tag, body, _ in items(one(c.ext[IDP][2], 0x30))} if IDP in c.ext else {}
-    is_strange = any(each[1] and each[0] not in (IDP, NUMBER, AKI) for each in c.exts) or any(
-        each[1] and each[0] != REASON or each[0] == REASON and each[2][-1] == 8 for exts in c.entries.values() for each in exts)
-    c.unusable = is_strange or DELTA in c.ext or 4 in c.scope
+    entries = [items(entry) for _, entry, _ in items(tail[0][1])] if tail else []
+    c.entries = {entry[0][2]: extensions(entry[2][2], c.flaws) if entry[2:] else [] for entry in entries}
+    c.scope = {tag & 31: body for tag, body, _ in members(c.ext[IDP][2], 0)} if IDP in c.ext else {}
+    c.points = read_points(c.ext[IDP][2]) if 0 in c.scope else set()
+    c.reasons = bit_numbers(c.scope[3]) if 3 in c.scope else set(range(1, 9))
+    said = [each for exts in c.entries.values() for each in exts]
+    c.removed = [serial for serial, exts in c.entries.items() if any(each[0] == REASON and each[2][-1] == 8 for each in exts)]
+    c.unusable = DELTA in c.ext or 4 in c.scope or bool(c.removed) or any(
+        [each[1] and each[0] not in (IDP, NUMBER, AKI) for each in c.exts] +
+        [each[1] and each[0] != REASON for each in said])
     return c
 
 
 def crl_signers(c, way, o):
-    """Who may have signed a CRL about a certificate: its issuer, and others of that name that somebody above issued."""
+    """Its issuer, and others of that name that somebody above issued and with which nothing is wrong."""
     above = way[way.index(c) + 1:]
-    others = [each for each in o["others"] if each.subject == c.issuer and not each.flaws and not out_of_date(each, o["at"])
-              and any(up.subject == each.issuer and not bad_signature(each, up.spki) and not revoked(
-                  each, [each, up], False, {**o, "others": []}) for up in above)]
-    return [each for each in [above[0], *others] if KU not in each.ext or 6 in content(each, KU, ())]
+    others = [each for each in o["others"] if each.subject == c.issuer and
+              own_faults(each, o, False) <= {"notACa", "mayNotSign"} and
+              any(up.subject == each.issuer and not bad_signature(each, up.spki) and
+                  not revoked(each, [each, up], {**o, "others": []}, False) for up in above)]
+    return [each for each in [above[0], *others] if KU not in each.ext or 6 in (each.usage or ())]
 
 
-def revoked(c, way, is_leaf, o):
+def is_in_scope(crl, c):
+    return not (1 in crl.scope and c.is_ca or 2 in crl.scope and not c.is_ca or 5 in crl.scope) and bool(
+        0 not in crl.scope or crl.points & content(c, CDP, set()))
+
+
+def revoked(c, way, o, is_leaf):
     required = o.get("require_crl") == "all" or o.get("require_crl") == "leaf" and is_leaf
     theirs = [crl for crl in o["crls"] if crl.issuer == c.issuer]
-    vouched = NOREV in c.ext and not unreadable([c.ext[NOREV]], {NOREV})
-    basic = content(c, BC)
-    is_ca = bool(basic and basic.ca)
-    signers = crl_signers(c, way, o)
-    if vouched and not is_ca or not required and not theirs:
+    is_exempt = not c.is_ca and NOREV in c.ext and not unreadable(c, {NOREV}, set())
+    if is_exempt or not required and not theirs:
         return set()
-    newest, out = {}, set()
-    for crl in sorted(theirs, key=lambda crl: crl.dates[:1]):
-        if crl.flaws or weak_hash(crl, o) or all(bad_signature(crl, each.spki) for each in signers):
-            continue
-        in_time = len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1]
-        points = read_points(crl.ext[IDP][2]) if 0 in crl.scope else []
-        in_scope = not (1 in crl.scope and is_ca or 2 in crl.scope and not is_ca or 5 in crl.scope) and (
-            0 not in crl.scope or set(points) & set(content(c, CDP, [])))
-        if not in_time or not in_scope or crl.unusable:
-            removed = any(each[0] == REASON and each[2][-1] == 8 for each in crl.entries.get(c.serial, ()))
-            out |= {"revoked"} if in_time and c.serial in crl.entries and not removed and 5 not in crl.scope else set()
-        else:
-            newest.setdefault((repr(crl.scope), crl.dates[0]), []).append(crl)
-    reasons = set()
-    latest = {scope: moment for scope, moment in newest}  # they came by their dates
-    for crl in (each for (scope, moment), crls in newest.items() if moment == latest[scope] for each in crls):
-        out |= {"revoked"} if c.serial in crl.entries else set()
-        reasons |= bit_numbers(crl.scope[3]) if 3 in crl.scope else set(range(1, 9))
-    return out or (set() if reasons >= set(range(1, 9)) else {"revocationUnknown"})
-
-
-SERVER = "1.3.6.1.5.5.7.3.1"
+    signers = crl_signers(c, way, o)
+    believed = [crl for crl in theirs if len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1] and not crl.flaws and
+                not weak_hash(crl, o) and any(not bad_signature(crl, each.spki) for each in signers)]
+    usable = [crl for crl in believed if is_in_scope(crl, c) and not crl.unusable]
+    newest = [crl for crl in usable if crl.dates[0] == max(each.dates[0] for each in usable if each.scope == crl.scope)]
+    others = [crl for crl in believed if crl not in usable and c.serial not in crl.removed and 5 not in crl.scope]
+    if any(c.serial in crl.entries for crl in newest + others):
+        return {"revoked"}
+    return those(revocationUnknown=not set().union(*(crl.reasons for crl in newest)) >= set(range(1, 9)))
 
 
 # ---- Profiles
 def rfc5280(c):
-    basic, usage = content(c, BC), content(c, KU)
-    is_ca, signs = bool(basic and basic.ca), bool(usage and 5 in usage)
+    basic, signs = content(c, BC), bool(c.usage and 5 in c.usage)
+    has_length = basic and basic.length is not None
     is_critical = {each[0]: each[1] for each in c.exts}
-    rules = {
-        "caWithoutSubjectKeyId": is_ca and SKI not in c.ext,
-        "noAuthorityKeyId": AKI not in c.ext and c.version == 3,
-        "caWithoutKeyUsage": is_ca and KU not in c.ext,
-        "pathLengthWithoutCa": basic and basic.length is not None and not (is_ca and (signs or usage is None)),
-        "certSignWithoutCa": signs and not is_ca,
-        "extensionMalformed": unreadable(c.exts, {SKI, AKI, SAN, IAN}) or is_ca and EKU in c.ext and not content(c, EKU) or any(
-            form == IP and len(value) not in (4, 16) for which in (SAN, IAN) for form, value in content(c, which, [])),
-        "nameTextMalformed": bad_texts(c, SAN) | bad_texts(c, IAN),
-        "subjectEmpty": not c.subject and (is_ca or not is_critical.get(SAN)),
-        "criticalityWrong": is_critical.get(SKI) or is_critical.get(AKI) or is_ca and not is_critical[BC]
+    return bad_names(c, SAN) | bad_names(c, IAN) | those(
+        caWithoutSubjectKeyId=c.is_ca and SKI not in c.ext, caWithoutKeyUsage=c.is_ca and KU not in c.ext,
+        noAuthorityKeyId=c.version == 3 and AKI not in c.ext,
+        pathLengthWithoutCa=has_length and not (c.is_ca and (signs or c.usage is None)),
+        certSignWithoutCa=signs and not c.is_ca,
+        extensionMalformed=unreadable(c, {SKI, AKI, SAN, IAN}) or c.is_ca and EKU in c.ext and not c.uses,
+        subjectEmpty=not c.subject and (c.is_ca or not is_critical.get(SAN)),
+        criticalityWrong=is_critical.get(SKI) or is_critical.get(AKI) or c.is_ca and not is_critical[BC]
         or any(is_critical.get(each) is False for each in (NC, PC, IAP)) or not c.subject and not is_critical.get(SAN),
-        "constraintsWithoutCa": not is_ca and any(each in c.ext for each in (NC, PC, IAP)),
-        "serialTooLong": len(c.number) > 20, "serialZero": c.number == b"\0", "serialNegative": c.number[0] > 127,
-        "defaultEncoded": basic and basic.written or any(each[3] for each in c.exts),
-        "versionOneEncoded": c.version_written and c.version == 1}
-    return {name for name, broken in rules.items() if broken}
+        constraintsWithoutCa=not c.is_ca and any(each in c.ext for each in (NC, PC, IAP)),
+        serialTooLong=len(c.number) > 20, serialZero=c.number == b"\0", serialNegative=c.number[0] > 127,
+        defaultEncoded=basic and basic.written or any(each[3] for each in c.exts), versionOneEncoded=c.version_one_written)
 
 
 def web(c, is_leaf):
-    use, basic = content(c, EKU, []), content(c, BC)
-    ids = tried(set(), lambda: items(one(c.ext[AKI][2], 0x30))) if AKI in c.ext else None
-    kind, key = tried(set(), key_of, c.spki) or ("", True)
-    held = content(c, SAN, [])
-    common = [value for rdn in c.subject for type_, value in rdn if type_ == CN]
-    texts = [value.lower() if form == DNS else str(ipaddress.ip_address(value)).encode() for form, value in held
-             if form == DNS or form == IP and len(value) in (4, 16)]
-    issued = datetime.fromtimestamp(c.dates[0], timezone.utc).date().isoformat() if c.dates else ""
+    use, names = c.uses or [], content(c, SAN, [])
+    says_server = f"1.3.6.1.5.5.7.3.{USES['server']}" in use
+    ids = tried(set(), members, c.ext[AKI][2]) if AKI in c.ext else None
+    common = [value for rdn in c.subject for kind, value in rdn if kind == CN]
+    hosts = [value.lower() for form, value in names if form == DNS]
+    addresses = [ipaddress.ip_address(value) for form, value in names if form == IP and len(value) in (4, 16)]
+    first, last = c.dates or (0, 0)
+    issued = datetime.fromtimestamp(first, timezone.utc).date().isoformat()
     most = next(days for start, days in (("2029-03-15", 47), ("2027-03-15", 100), ("2026-03-15", 200), ("", 398))
                 if issued >= start)
-    rules = {
-        "webNoAlternativeNames": is_leaf and not held,
-        "webOtherNames": is_leaf and any(form not in (DNS, IP) or form == IP and len(value) not in (4, 16) for form, value in held),
-        "webCommonName": is_leaf and any(value not in texts for value in common),
-        "webServerIsCa": is_leaf and basic and basic.ca,
-        "webAuthorityKeyId": not ids or [each[0] for each in ids] != [0x80],
-        "webNoServerAuth": SERVER not in use and (is_leaf or EKU in c.ext and ANY_USE not in use),
-        "webAnyPurpose": ANY_USE in use and (is_leaf or SERVER in use),
-        "webKey": kind == "rsa" and (key[0].bit_length() < 2048 or key[0].bit_length() % 8) or not key,
-        "webVersion": c.version != 3,
-        "webAccess": AIA in c.ext and bool(unreadable([c.ext[AIA]], {AIA})),
-        "webValidity": is_leaf and c.dates and c.dates[1] - c.dates[0] + 1 > most * DAY}
-    return {name for name, broken in rules.items() if broken}
+    of_all = those(webAuthorityKeyId=not ids or [each[0] for each in ids] != [0x80], webVersion=c.version != 3,
+                   webKey=c.kind in ("dsa", "ed25519") or c.kind == "ec" and c.key.key_size < 256
+                   or c.kind == "rsa" and (c.key.key_size < 2048 or c.key.key_size % 8),
+                   webAnyPurpose=ANY_USE in use and (is_leaf or says_server),
+                   webNoServerAuth=not says_server and (is_leaf or EKU in c.ext and ANY_USE not in use),
+                   webAccess=unreadable(c, {AIA}, set()))
+    return of_all | (those(webNoAlternativeNames=not names, webOtherNames=len(hosts + addresses) < len(names),
+                           webCommonName=set(common) - set(hosts) - {str(each).encode() for each in addresses},
+                           webServerIsCa=c.is_ca, webValidity=last - first + 1 > most * DAY) if is_leaf else set())
 
 
 # ---- The judgement
+def judge_anchor(anchor, o, is_leaf):
+    binding = {BC, KU, NC, EKU} | ({SAN} if is_leaf and TARGETS & set(o) else set())
+    out = out_of_date(anchor, o["at"]) | bad_key(anchor) | critical(anchor, o, is_leaf) | unreadable(anchor, binding)
+    bound = [each[0] for each in anchor.exts if each[0] in binding | {each[0] for each in anchor.exts if each[1]}]
+    out |= those(extensionRepeated=len(bound) > len(set(bound)))
+    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest", "booleanNotDer"}
+    return out | (set() if is_leaf or anchor.version < 3 and not anchor.exts else no_issuer(anchor, o))
+
+
 def judge(way, o):
     """Every reason for which the way, leaf first and the anchor last, does not hold."""
-    anchor, out, trusted_leaf = way[-1], set(), len(way) == 1
-    decided = {BC, KU, EKU, NC, CP, PM, PC, IAP} | ({CDP, NOREV} if o["crls"] or o.get("require_crl") else set())
-    is_named = any(NC in c.ext for c in way[1:])
-    for at, c in enumerate(way[:-1]):
-        is_leaf = at == 0
-        targeted = is_leaf and ({"host", "ip", "email"} & set(o))
-        out |= c.flaws | bad_signature(c, way[at + 1].spki) | weak_hash(c, o) | weak_key(c) | out_of_date(c, o["at"])
-        out |= critical(c, o, is_leaf) | unreadable(c.exts, decided | ({SAN} if targeted or is_named else set()))
-        out |= revoked(c, way, is_leaf, o) if o["crls"] or o.get("require_crl") else set()
-        out |= set() if is_leaf else issuer(c) | purposes_above(c, o)
-        out |= {"rfc5280": lambda: rfc5280(c), "web": lambda: web(c, is_leaf)}.get(o.get("profile"), set)()
-    out |= purpose_of_leaf(way[0], o) | wrong_host(way[0], o)
-    out |= out_of_date(anchor, o["at"]) | weak_key(anchor) | critical(anchor, o, trusted_leaf)
-    binding = {BC, KU, NC, EKU} | ({SAN} if trusted_leaf and {"host", "ip", "email"} & set(o) else set())
-    out |= unreadable(anchor.exts, binding)
-    out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest", "booleanNotDer"}
-    held = [each[0] for each in anchor.exts if each[0] in binding | {each[0] for each in anchor.exts if each[1]}]
-    out |= {"extensionRepeated"} if len(held) > len(set(held)) else set()
-    if trusted_leaf:
-        return out
-    return out | issuer(anchor, True) | purposes_above(anchor, o) | path_length(way) | constrained(way) | policies(way, o)
+    out = judge_anchor(way[-1], o, len(way) == 1) | purpose_of_leaf(way[0], o) | wrong_host(way[0], o)
+    is_constrained = any(NC in c.ext for c in way[1:])
+    for c, above in zip(way, way[1:]):
+        out |= own_faults(c, o, c is way[0], is_constrained or c is way[0] and TARGETS & set(o))
+        out |= bad_signature(c, above.spki) | (revoked(c, way, o, c is way[0]) if o["judges_crls"] else set())
+    return out | (path_length(way) | constrained(way) | policies(way, o) if len(way) > 1 else set())
 
 
 def ways(leaf, anchors, others, most=16):
     """Every way by names alone, without a name and key twice."""
-    who = lambda c: (tuple(c.subject), c.spki)
-    if any(leaf.der == anchor.der for anchor in anchors):
-        yield [leaf]
     def climb(way):
-        met = {who(c) for c in way}
-        yield from ([*way, each] for each in anchors if each.subject == way[-1].issuer and who(each) not in met)
-        for each in others if len(way) + 2 <= most else ():
-            if each.subject == way[-1].issuer and who(each) not in met:
+        met = [(c.subject, c.spki) for c in way]
+        above = [each for each in anchors + others if each.subject == way[-1].issuer and (each.subject, each.spki) not in met]
+        for each in above:
+            if any(each is anchor for anchor in anchors):
+                yield [*way, each]
+            elif len(way) + 2 <= most:
                 yield from climb([*way, each])
+    yield from ([leaf] for anchor in anchors if leaf.der == anchor.der)
     yield from climb([leaf])
 
 
@@ -709,11 +628,10 @@ def verdict(leaf, anchors, others, crls, at, options):
     """Whether a way holds; and (way, reasons) of each."""
     def readable(read, ders):
         return [each for each in (tried(set(), read, der) for der in ders) if each]
-    lists = [each for each in readable(parse_crl, crls) if not each.flaws]  # of a file that holds one that is none, none is used
-    options = {**options, "at": at, "crls": lists if len(lists) == len(crls) else [], "others": readable(certificate, others)}
+    options = {**options, "at": at, "crls": readable(parse_crl, crls), "others": readable(certificate, others),
+               "judges_crls": bool(crls or options.get("require_crl"))}
     leaves = readable(certificate, [leaf])
     if not leaves:
         return False, [([], {"malformed"})]
-    judged = [(way, judge(way, options)) for way in
-              ways(leaves[0], readable(certificate, anchors), options["others"])]
+    judged = [(way, judge(way, options)) for way in ways(leaves[0], readable(certificate, anchors), options["others"])]
     return any(not reasons for _, reasons in judged), judged

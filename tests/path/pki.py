@@ -7,11 +7,18 @@ import datetime
 import functools
 import hashlib
 import inspect
+import pathlib
 import random
+import sys
 from dataclasses import field
 
 from cryptography.hazmat.primitives import hashes
 from cryptography.hazmat.primitives.asymmetric import ec
+from cryptography.hazmat.primitives.serialization import Encoding, PublicFormat
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "common"))
+
+from der import bits, dotted, integer, items, oid, seq, tlv  # noqa: E402, F401
 
 SEED = 20260601
 AT = 1780272000  # 2026-06-01T00:00:00Z; every case is judged at this second
@@ -19,41 +26,10 @@ DAY = 86400
 
 
 # ---- DER
-def tlv(tag, *parts):
-    body = b"".join(parts)
-    size = len(body)
-    octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
-    return bytes([tag]) + (bytes([size]) if size < 128 else bytes([128 | len(octets)]) + octets) + body
-
-
 def long_form(der):
     """The same with its length in one octet more than it needs."""
     at = 2 if der[1] < 128 else 2 + der[1] - 128
     return der[:1] + bytes([128 | (at - 1)]) + (b"\0" + der[2:at] if at > 2 else der[1:2]) + der[at:]
-
-
-def seq(*parts):
-    return tlv(0x30, *parts)
-
-
-def integer(value):
-    return tlv(2, value.to_bytes(value.bit_length() // 8 + 1, "big", signed=True))
-
-
-@functools.cache
-def oid(dotted):
-    first, second, *arcs = map(int, dotted.split("."))
-    out = b""
-    for arc in [first * 40 + second, *arcs]:
-        groups = [arc & 127]
-        while arc := arc >> 7:
-            groups.append(128 | arc & 127)
-        out += bytes(reversed(groups))
-    return tlv(6, out)
-
-
-def bits(body, unused=0):
-    return tlv(3, bytes([unused]), body)
 
 
 def time(seconds, tag=None):
@@ -84,8 +60,6 @@ SUB = {"email": 1, "dns": 2, "dir": 4, "uri": 6, "ip": 7, "id": 8}
 
 
 def general(kind, value):
-    if kind == "raw":
-        return value
     if kind == "mailbox":
         return tlv(0xA0, oid("1.3.6.1.5.5.7.8.9"), tlv(0xA0, tlv(0x0C, value.encode())))
     value = oid(value)[2:] if kind == "id" else value
@@ -129,9 +103,7 @@ class EcKey:
     def __init__(self, number):
         secret = int.from_bytes(hashlib.sha256(f"{SEED} {number}".encode()).digest(), "big") >> 1
         self.key = ec.derive_private_key(secret, ec.SECP256R1())
-        numbers = self.key.public_key().public_numbers()
-        self.point = b"\4" + numbers.x.to_bytes(32, "big") + numbers.y.to_bytes(32, "big")
-        self.spki = seq(seq(oid("1.2.840.10045.2.1"), oid("1.2.840.10045.3.1.7")), bits(self.point))
+        self.spki = self.key.public_key().public_bytes(Encoding.DER, PublicFormat.SubjectPublicKeyInfo)
 
     def algorithm(self, sha1):
         return seq(oid("1.2.840.10045.4.1" if sha1 else "1.2.840.10045.4.3.2"))

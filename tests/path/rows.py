@@ -178,10 +178,10 @@ G192 = bytes.fromhex("188da80eb03090f67cbf20eb43a18800f4ff0afd82ff1012")  # x of
 G224 = bytes.fromhex("b70e0cbd6bb4bf7f321390b94a03c1d356c21122343280d6115c1d21")
 N2048 = rsa_key(2048).n
 for title, reasons, good, broken in (
-        ("form of the point", "keyMalformed", ec_key(95).spki, ec_spki(P256, b"\5" + ec_key(95).point[1:])),
-        ("point off the curve", "keyMalformed", ec_key(95).spki, ec_spki(P256, ec_key(95).point[:-1] + b"\0")),
+        ("form of the point", "keyMalformed", ec_key(95).spki, ec_spki(P256, b"\5" + ec_key(95).spki[-64:])),
+        ("point off the curve", "keyMalformed", ec_key(95).spki, ec_spki(P256, ec_key(95).spki[-65:-1] + b"\0")),
         ("P-192", "weakKey", ec_spki("1.3.132.0.33", b"\2" + G224), ec_spki(P192, b"\3" + G192)),
-        ("curve nobody knows", "keyNotKnown", ec_key(95).spki, ec_spki("1.2.3.4", ec_key(95).point)),
+        ("curve nobody knows", "keyNotKnown", ec_key(95).spki, ec_spki("1.2.3.4", ec_key(95).spki[-65:])),
         ("Ed25519 of small order", "keyMalformed", seq(ED25519, bits(b"\x58" + b"\x66" * 31)), seq(ED25519, bits(bytes(32)))),
         ("exponent 1", "keyMalformed", rsa_spki(N2048, 3), rsa_spki(N2048, 1)),
         ("even modulus", "keyMalformed", rsa_spki(N2048, 3), rsa_spki(N2048 + 1, 3)),
