@@ -66,7 +66,8 @@ class Scene:
         return seq(seq(*(each.der() for each in self.roots)), seq(*ways), seq(*(each.der() for each in self.crls)))
 
     def seeds(self, number):
-        leaves = {f"good_{n}": leaf for n, leaf in enumerate(dict.fromkeys(way[0] for way in self.good))} | self.refused
+        leaves = {f"_good_{n}": leaf for n, leaf in enumerate(dict.fromkeys(way[0] for way in self.good))}
+        leaves |= {f"_refused/{label}": leaf for label, leaf in self.refused.items()}
         rest = seq(*(each.der() for each in self.cas)), seq(*(each.der() for each in self.crls))
         return [(label, seq(integer(number), leaf.der(), *rest)) for label, leaf in leaves.items()]
 

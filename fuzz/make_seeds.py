@@ -244,7 +244,7 @@ def chains():
     (SEEDS.parent / "chains.der").write_bytes(sequence(*(scene.der() for _, scene in scenes)))
     for number, (title, scene) in enumerate(scenes):
         for label, data in scene.seeds(number):
-            yield f"{title}_{label}", data
+            yield title + label, data
 
 
 def main():
@@ -252,6 +252,7 @@ def main():
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():
+            (folder / title).parent.mkdir(exist_ok=True)
             (folder / title).write_bytes(data)
 
 

@@ -11,7 +11,8 @@
 
 // replay_NAME [--damage] PATH...: runs a fuzz target on the files given and on every file of the
 // folders given; fails when there is none. With --damage it runs every prefix of each as well, and
-// each with one octet changed.
+// each with one octet changed; but not of those in folders inside the folders given, which are
+// dear.
 
 namespace {
 
@@ -44,9 +45,10 @@ void replay(const std::filesystem::path& file, bool damage) {
 size_t replayAll(const std::filesystem::path& path, bool damage) {
   if (!std::filesystem::is_directory(path)) return replay(path, damage), 1;
   size_t count = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
-    if (!entry.is_regular_file()) continue;
-    replay(entry.path(), damage);
+  const std::filesystem::recursive_directory_iterator end;
+  for (std::filesystem::recursive_directory_iterator entry(path); entry != end; ++entry) {
+    if (!entry->is_regular_file()) continue;
+    replay(entry->path(), damage && entry.depth() == 0);
     ++count;
   }
   return count;
