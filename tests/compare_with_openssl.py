@@ -291,9 +291,8 @@ def openssl_view(der):
         return None
     text = done.stdout.decode()
 
-    def alone(*options):  # what openssl shows no more of beside other options
-        done = subprocess.run(["openssl", "x509", "-inform", "DER", "-noout", *options], input=der, capture_output=True)
-        return done.stdout.decode("utf-8", "replace")
+    # Beside other options openssl shows no more of these.
+    identifier, emails = openssl_decoded.ask(der, "-ext", "subjectKeyIdentifier"), openssl_decoded.ask(der, "-email")
 
     def after(pattern, text=text):
         found = re.search(pattern, text, re.MULTILINE)
@@ -305,9 +304,8 @@ def openssl_view(der):
             "signatureAlgorithm": oid_of(after(r"Signature Algorithm: (.*)")),
             "publicKeyAlgorithm": oid_of(after(r"Public Key Algorithm: (.*)")),
             "bits": after(r"Public-Key: \((\d+) bit\)"), "curve": after(r"ASN1 OID: (.*)"),
-            "subjectKeyIdentifier": after(r"Subject Key Identifier: *(?:critical)?\n *([0-9A-F:]+)$",
-                                          alone("-ext", "subjectKeyIdentifier")),
-            "emails": [line for line in alone("-email").splitlines() if re.fullmatch(r"[!-~]+@[!-~]+", line)]}
+            "subjectKeyIdentifier": after(r"Subject Key Identifier: *(?:critical)?\n *([0-9A-F:]+)$", identifier),
+            "emails": [line for line in emails.splitlines() if re.fullmatch(r"[!-~]+@[!-~]+", line)]}
 
 
 def attributes_of(text, name):
