@@ -518,13 +518,14 @@ def parse_crl(der):
 
 
 def crl_signers(c, way, o):
-    """Its issuer, and others of that name that somebody above issued and with which nothing is wrong."""
+    """Its issuer, the anchor, and others of that name that somebody above issued and with which nothing is wrong."""
     above = way[way.index(c) + 1:]
     others = [each for each in o["others"] if each.subject == c.issuer and
               own_faults(each, o, False) <= {"notACa", "mayNotSign"} and
               any(up.subject == each.issuer and not bad_signature(each, up.spki) and
                   not revoked(each, [each, up], {**o, "others": []}, False) for up in above)]
-    return [each for each in [above[0], *others] if KU not in each.ext or 6 in (each.usage or ())]
+    own = [each for each in (above[0], above[-1]) if each.subject == c.issuer]
+    return [each for each in own + others if KU not in each.ext or 6 in (each.usage or ())]
 
 
 def is_in_scope(crl, c):

@@ -451,6 +451,21 @@ crl("older says good", "revoked", lambda c, x, crl, b: setattr(
     c.crl(c.way[c.way.index(x) + 1], *([x.serial] if b else []), dates=dated(AT - DAY // 2, AT + DAY)), "sha1", False))
 crl("issuer may not sign CRLs", UNKNOWN, lambda c, x, crl, b: c.way[c.way.index(x) + 1].ext(
     KU, key_usage(5) if b else key_usage(5, 6), True))
+
+
+def rolled_over(case, anchor, bad):
+    """The anchor's name with a newer key issues, and the older one signs the CRL."""
+    case.option(require_crl="all")
+    newer, below = case.new(anchor.subject, ec_key(56), anchor.subject, anchor.key, True), case.way[-2]
+    below.signer = newer.key
+    below.ext(AKI, seq(tlv(0x80, key_id(newer.key))))
+    case.way.insert(-1, newer)
+    for issuer in case.way[1:]:
+        case.crl(issuer) if issuer is not newer else None
+    anchor.ext(KU, key_usage(5) if bad else key_usage(5, 6), True)
+
+
+row("CRL of the older key", "R", UNKNOWN, rolled_over)
 crl("noRevAvail", "", lambda c, x, crl, b: b and (c.crls.remove(crl), x.ext(NOREV, b"\5\0")), where="L")
 crl("points critical and read", "", lambda c, x, crl, b: x.ext(CDP, points("http://a/1"), b))
 crl("points unreadable", "extensionMalformed", lambda c, x, crl, b: x.ext(CDP, JUNK if b else points("http://a/1")))

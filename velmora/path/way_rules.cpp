@@ -306,22 +306,20 @@ bool isGoodEnough(RevocationState state, bool isAsked) noexcept {
   }
 }
 
-/// Who may have signed a CRL about the certificate at a place: its issuer on the way, and others of
-/// that name whose certificates somebody above on the same way signed.
+/// Who may have signed a CRL about the certificate at a place: its issuer on the way, the anchor if
+/// it has that name too, and others of that name whose certificates somebody above on the same way
+/// signed (RFC 5280 §6.3.3 (f)).
 class WayCrlSigners final : public CrlSigners {
  public:
   WayCrlSigners(PathBuilder& builder, size_t place) : m_builder(builder), m_place(place) {}
 
   bool haveSigned(const Crl& crl) override {
     const size_t issuer = m_place + 1;
-    if (issuer == m_builder.m_way.size()) {
-      const IndexedAnchor& anchor = m_builder.anchorOfWay();
-      if (maySignCrls(anchor) && hasSigned(crl, anchor)) return true;
-    } else {
+    if (issuer < m_builder.m_way.size()) {
       const IndexedCertificate& certificate = *m_builder.nodeAt(issuer).indexed;
       if (maySignCrls(certificate) && hasSigned(crl, certificate)) return true;
     }
-    return anotherHasSigned(crl);
+    return anchorHasSigned(crl) || anotherHasSigned(crl);
   }
 
  private:
@@ -357,6 +355,13 @@ class WayCrlSigners final : public CrlSigners {
   static std::optional<PublicKey> keyOf(const IndexedCertificate& certificate) {
     const Result<PublicKey>& key = certificate.facts.key;
     return key ? std::optional(*key) : std::nullopt;
+  }
+
+  // As the issuer, or with its older key where the issuer has a newer one.
+  bool anchorHasSigned(const Crl& crl) {
+    const IndexedAnchor& anchor = m_builder.anchorOfWay();
+    return anchor.name == *m_builder.nodeAt(m_place).facts->issuer && maySignCrls(anchor) &&
+           hasSigned(crl, anchor);
   }
 
   bool anotherHasSigned(const Crl& crl) {
