@@ -27,7 +27,9 @@ DAY = 86400
 
 # ---- DER
 def long_form(der):
-    """The same with its length in one octet more than it needs."""
+    """The same with its length in one octet more than it needs; of nothing, nothing."""
+    if not der:
+        return der
     at = 2 if der[1] < 128 else 2 + der[1] - 128
     return der[:1] + bytes([128 | (at - 1)]) + (b"\0" + der[2:at] if at > 2 else der[1:2]) + der[at:]
 
