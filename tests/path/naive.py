@@ -536,7 +536,7 @@ def is_in_scope(crl, c):
 def revoked(c, way, o, is_leaf):
     required = o.get("require_crl") == "all" or o.get("require_crl") == "leaf" and is_leaf
     theirs = [crl for crl in o["crls"] if crl.issuer == c.issuer]
-    is_exempt = not c.is_ca and NOREV in c.ext and not unreadable(c, {NOREV}, set())
+    is_exempt = not c.is_ca and NOREV in c.ext and not {CDP, FRESH} & set(c.ext) and not unreadable(c, {NOREV}, set())
     if is_exempt or not required and not theirs:
         return set()
     signers = crl_signers(c, way, o)
@@ -635,4 +635,5 @@ def verdict(leaf, anchors, others, crls, at, options):
     if not leaves:
         return False, [([], {"malformed"})]
     judged = [(way, judge(way, options)) for way in ways(leaves[0], readable(certificate, anchors), options["others"])]
+    judged = judged or [([leaves[0]], leaves[0].flaws | {"noIssuer", "notTrusted"})]
     return any(not reasons for _, reasons in judged), judged

@@ -113,7 +113,7 @@ def names_of(reasons):
 
 def objections(written, holds, judged, answer):
     """What is wrong with the program's answer: whether a way holds, its reason, and what it says of the way."""
-    everything = set().union(*(reasons for _, reasons in judged)) if judged else {"noIssuer", "notTrusted"}
+    everything = set().union(*(reasons for _, reasons in judged))
     if answer.get("verified", False) != holds:
         return [f"the program says {answer}\n    naive: {holds} {[sorted(reasons) for _, reasons in judged]}"]
     if holds or "error" in answer:  # not read, as what is BER or no certificate
@@ -143,7 +143,7 @@ def cases(full, only):
 def is_asked(options):
     """Whether it is one question: one target, and one that goes with the purpose."""
     targets = TARGETS & set(options)
-    return len(targets) < 2 and not (options["purpose"] == "email" and targets - {"email"})
+    return len(targets) < 2 and targets <= {"email": {"email"}, "server": {"host", "ip"}}.get(options["purpose"], TARGETS)
 
 
 def ask_peers(written, label, peers, holds, differing):
@@ -185,7 +185,7 @@ def main():
             valid, total = valid + holds, total + 1
             broken.update(title for title, _ in case.rows if case.broken)
             what = f"{label} {case.shape} {case.rows} {'broken' if case.broken else 'good'} {case.options}"
-            reasons = set().union(*(each for _, each in judged)) if judged else {"noIssuer", "notTrusted"}
+            reasons = set().union(*(each for _, each in judged))
             if expected is not None and (holds == bool(expected) or expected and not expected & reasons):
                 failures.append(f"{what}\n    naive: {holds} {sorted(reasons)}, the row says {sorted(expected)}")
             answer = written.ask(os.path.abspath(program)) if program != "-" else None
