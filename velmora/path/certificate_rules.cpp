@@ -258,6 +258,9 @@ class Judge {
       case DepartureCode::dateMalformed:
       case DepartureCode::dateNotDer:
         return m_question.options.judgeAnchorDates;
+      case DepartureCode::nameTextMalformed:
+        if (!isInside(each)) return false;
+        [[fallthrough]];
       default:
         return isIn(each.about, oid::basicConstraints, oid::keyUsage, oid::nameConstraints,
                     oid::extKeyUsage) ||
