@@ -44,15 +44,33 @@ struct JacobianArithmetic {
 
   /// r = 2 p. Infinity stays infinity because Z is a factor of the new Z. The usual formula with
   /// all coordinates scaled by 1/2, which saves additions: with m = (3 X^2 + a Z^4) / 2, the new
-  /// point is (m^2 - 2 X Y^2, m (X Y^2 - X') - Y^4, Y Z).
+  /// point is (m^2 - 2 X Y^2, m (X Y^2 - X') - Y^4, Y Z). The steps are ordered so that one next to
+  /// another seldom waits for it.
   static void twice(Jacobian& r, const Jacobian& p) {
-    Element m, y2, xy2, t;
-    halfTangent(m, p);
-    Field::multiply(r.z, p.y, p.z);
+    Element m, y2, xy2, t, z2;
+    if constexpr (Constants::kSlope == CurveSlope::kZero) {
+      Field::square(t, p.x);
+    } else {
+      Field::square(z2, p.z);
+    }
     Field::square(y2, p.y);
+    if constexpr (Constants::kSlope == CurveSlope::kMinus3) {
+      Field::subtract(t, p.x, z2);
+      Field::add(z2, p.x, z2);
+      Field::multiply(t, t, z2);
+    } else if constexpr (Constants::kSlope == CurveSlope::kGeneral) {
+      Field::square(t, p.x);
+      Field::square(z2, z2);
+      Field::multiply(z2, z2, Constants::a());
+    }
     Field::multiply(xy2, p.x, y2);
-    Field::square(y2, y2);
+    Field::add(m, t, t);
+    Field::add(m, m, t);
+    if constexpr (Constants::kSlope == CurveSlope::kGeneral) Field::add(m, m, z2);
+    Field::halve(m, m);
+    Field::multiply(r.z, p.y, p.z);
     Field::square(t, m);
+    Field::square(y2, y2);
     Field::subtract(t, t, xy2);
     Field::subtract(r.x, t, xy2);
     Field::subtract(t, xy2, r.x);
@@ -60,20 +78,41 @@ struct JacobianArithmetic {
     Field::subtract(r.y, t, y2);
   }
 
-  /// r = p + q, or p - q.
+  /// r = p + q, or p - q; in the same order of steps.
   static void add(Jacobian& r, const Jacobian& p, const Affine& q, bool minus) {
     if (isInfinity(p)) {
       r = fromAffine(q);
       if (minus) negate(r.y);
       return;
     }
-    Element z2, u2, s2;
+    Element z2, z3, u2, s2, h, h2, h3, slope, x, v;
     Field::square(z2, p.z);
+    Field::multiply(z3, z2, p.z);
     Field::multiply(u2, q.x, z2);
-    Field::multiply(z2, z2, p.z);
-    Field::multiply(s2, q.y, z2);
+    Field::multiply(s2, q.y, z3);
+    Field::subtract(h, u2, p.x);
     if (minus) negate(s2);
-    addAligned(r, p, p.x, p.y, u2, s2, p.z);
+    Field::square(h2, h);
+    Field::subtract(slope, s2, p.y);
+    if (Field::isZero(h)) {
+      if (Field::isZero(slope)) {
+        twice(r, p);
+      } else {
+        r = infinity();
+      }
+      return;
+    }
+    Field::square(x, slope);
+    Field::multiply(h3, h2, h);
+    Field::multiply(v, p.x, h2);
+    Field::subtract(x, x, h3);
+    Field::multiply(h3, h3, p.y);
+    Field::subtract(x, x, v);
+    Field::subtract(r.x, x, v);
+    Field::multiply(r.z, p.z, h);
+    Field::subtract(v, v, r.x);
+    Field::multiply(v, v, slope);
+    Field::subtract(r.y, v, h3);
   }
 
   /// y^2 == x^3 + a x + b.
@@ -146,57 +185,6 @@ struct JacobianArithmetic {
     Field::multiply(power, power, inverse);
     Field::multiply(r.y, p.y, power);
     return r;
-  }
-
-  // (3 X^2 + a Z^4) / 2.
-  static void halfTangent(Element& r, const Jacobian& p) {
-    Element z2, t;
-    if constexpr (Constants::kSlope == CurveSlope::kMinus3) {
-      Field::square(z2, p.z);
-      Field::subtract(t, p.x, z2);
-      Field::add(z2, p.x, z2);
-      Field::multiply(t, t, z2);
-    } else {
-      Field::square(t, p.x);
-    }
-    Field::add(r, t, t);
-    Field::add(r, r, t);
-    if constexpr (Constants::kSlope == CurveSlope::kGeneral) {
-      Field::square(z2, p.z);
-      Field::square(z2, z2);
-      Field::multiply(z2, z2, Constants::a());
-      Field::add(r, r, z2);
-    }
-    Field::halve(r, r);
-  }
-
-  // Adds two points brought to one denominator: (u1, s1) is p, (u2, s2) the other, z the product of
-  // the denominators.
-  static void addAligned(Jacobian& r, const Jacobian& p, const Element& u1, const Element& s1,
-                         const Element& u2, const Element& s2, const Element& z) {
-    Element h, slope, h2, h3, v;
-    Field::subtract(h, u2, u1);
-    Field::subtract(slope, s2, s1);
-    if (Field::isZero(h)) {
-      if (Field::isZero(slope)) {
-        twice(r, p);
-      } else {
-        r = infinity();
-      }
-      return;
-    }
-    Field::square(h2, h);
-    Field::multiply(h3, h2, h);
-    Field::multiply(v, u1, h2);
-    Field::multiply(h2, s1, h3);
-    Field::multiply(r.z, z, h);
-    Field::square(r.x, slope);
-    Field::subtract(r.x, r.x, h3);
-    Field::subtract(r.x, r.x, v);
-    Field::subtract(r.x, r.x, v);
-    Field::subtract(v, v, r.x);
-    Field::multiply(v, v, slope);
-    Field::subtract(r.y, v, h2);
   }
 };
 
