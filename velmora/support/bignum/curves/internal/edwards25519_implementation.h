@@ -182,11 +182,11 @@ class Edwards25519Implementation : public Edwards25519 {
     Completed r;
     Element x2, y2, z2;
     Field::square(x2, p.x);
+    Field::add(r.e, p.x, p.y);
     Field::square(y2, p.y);
     Field::square(z2, p.z);
-    Field::add(z2, z2, z2);
-    Field::add(r.e, p.x, p.y);
     Field::square(r.e, r.e);
+    Field::add(z2, z2, z2);
     Field::add(r.h, x2, y2);  // all four with their signs turned, which changes no product
     Field::subtract(r.e, r.h, r.e);
     Field::subtract(r.g, x2, y2);
