@@ -2,11 +2,15 @@
 
 // Arithmetic modulo 2^521 - 1.
 
+#include <utility>
+
 #include "velmora/support/bignum/fields/internal/prime_shape.h"
 
 namespace velmora::vartime {
 
-/// The field of 2^521 - 1, fully reduced but for the prime itself, which may stand for 0.
+/// The field of 2^521 - 1 in C++ alone: nine words of 58 bits, where 2^522 counts as 2. The
+/// products of a column need no carries among them. Sums are not reduced: up to fifteen products,
+/// differences and halves may be in the two that are multiplied, or in one that is subtracted.
 template <class Prime, class Rows>
 struct Mersenne521Field {
   static constexpr size_t kLimbs = 9;
@@ -14,39 +18,61 @@ struct Mersenne521Field {
   using Element = FieldElement<kLimbs>;
 
   static void multiply(Element& r, const Element& a, const Element& b) {
-    Limb t[2 * kLimbs];
-    Rows::template multiply<kLimbs>(t, a.v, b.v);
-    reduce(r, t);
+    Limb factors[2 * kLimbs];  // 2 b and b, so that those from 2^522 on fall into place
+    for (size_t i = 0; i < kLimbs; ++i) {
+      factors[i] = b.v[i] << 1;
+      factors[kLimbs + i] = b.v[i];
+    }
+    carryColumns(r, std::make_index_sequence<kLimbs>(), [&](auto k) {
+      DoubleLimb sum = 0;
+      for (size_t i = 0; i < kLimbs; ++i) sum += DoubleLimb{a.v[i]} * factors[kLimbs + k - i];
+      return sum;
+    });
   }
 
   static void square(Element& r, const Element& a) {
-    Limb t[2 * kLimbs];
-    Rows::template square<kLimbs>(t, a.v);
-    reduce(r, t);
+    Limb twice[kLimbs];
+    for (size_t i = 0; i < kLimbs; ++i) twice[i] = a.v[i] << 1;
+    carryColumns(r, std::make_index_sequence<kLimbs>(), [&](auto k) {
+      DoubleLimb sum = 0;  // of different words, once; those from 2^522 on doubled
+      for (size_t i = k / 2 + 1; i <= k; ++i) sum += DoubleLimb{a.v[i]} * a.v[k - i];
+      for (size_t i = (k + kLimbs) / 2 + 1; i < kLimbs; ++i) {
+        sum += DoubleLimb{a.v[i]} * twice[k + kLimbs - i];
+      }
+      const size_t middle = k % 2 == 0 ? k / 2 : (k + kLimbs) / 2;
+      return 2 * sum + DoubleLimb{a.v[middle]} * (k % 2 == 0 ? a.v[middle] : twice[middle]);
+    });
   }
 
   static void add(Element& r, const Element& a, const Element& b) {
-    Rows::template add<kLimbs>(r.v, a.v, b.v);
-    foldTop(r);
+    for (size_t i = 0; i < kLimbs; ++i) r.v[i] = a.v[i] + b.v[i];
   }
 
-  // a - b = a + (p - b), and p - b flips the bits of b.
+  // 32 p is added first, whose words are above any of b's.
   static void subtract(Element& r, const Element& a, const Element& b) {
-    Limb negated[kLimbs];
-    for (size_t i = 0; i < kLimbs; ++i) negated[i] = b.v[i] ^ kPrime[i];
-    Rows::template add<kLimbs>(r.v, a.v, negated);
-    foldTop(r);
+    for (size_t i = 0; i < kLimbs; ++i) r.v[i] = a.v[i] + (kMask << 4) - b.v[i];
+    r.v[0] -= 1 << 4;
+    Limb carry = r.v[kLimbs - 1] >> kWordBits << 1;
+    for (Limb& word : r.v) {
+      const Limb next = word >> kWordBits;
+      word = (word & kMask) + carry;
+      carry = next;
+    }
   }
 
-  // (a + p) / 2 for an odd a moves its lowest bit to the top.
+  // Half of 1 is 2^520.
   static void halve(Element& r, const Element& a) {
     const Limb lowest = a.v[0] & 1;
-    shiftRight(r.v, a.v, kLimbs, 1);
-    r.v[kLimbs - 1] |= lowest << (kTopBits - 1);
+    for (size_t i = 0; i + 1 < kLimbs; ++i) {
+      r.v[i] = (a.v[i] >> 1) + ((a.v[i + 1] & 1) << (kWordBits - 1));
+    }
+    r.v[kLimbs - 1] = (a.v[kLimbs - 1] >> 1) + (lowest << (kTopBits - 1));
   }
 
   static bool isZero(const Element& a) {
-    return vartime::isZero(a.v, kLimbs) || compareLimbs(a.v, kPrime.data(), kLimbs) == 0;
+    Limb limbs[kLimbs];
+    toPlain(limbs, a);
+    return vartime::isZero(limbs, kLimbs);
   }
 
   static bool equal(const Element& a, const Element& b) {
@@ -55,36 +81,47 @@ struct Mersenne521Field {
     return isZero(difference);
   }
 
+  // What is above 2^521 is added at the bottom; the second time it is at most 1, the third time 0.
   static void toPlain(Limb* limbs, const Element& a) {
-    copyLimbs(limbs, a.v, kLimbs);
-    if (isZero(a)) clearLimbs(limbs, kLimbs);
+    Element r = a;
+    for (int round = 0; round < 3; ++round) {
+      Limb carry = 0;
+      for (Limb& word : r.v) {
+        word += carry;
+        carry = word >> kWordBits;
+        word &= kMask;
+      }
+      r.v[0] += carry << 1 | r.v[kLimbs - 1] >> kTopBits;
+      r.v[kLimbs - 1] &= kMask >> 1;
+    }
+    joinWords(limbs, kLimbs, r.v, kLimbs, kWordBits);
+    if (compareLimbs(limbs, kPrime.data(), kLimbs) == 0) clearLimbs(limbs, kLimbs);
   }
 
-  static void fromPlain(Element& r, const Limb* limbs) { copyLimbs(r.v, limbs, kLimbs); }
+  static void fromPlain(Element& r, const Limb* limbs) {
+    splitWords(r.v, kLimbs, kWordBits, limbs, kLimbs);
+  }
 
  private:
-  static constexpr unsigned kTopBits = 521 % kLimbBits;
-  static constexpr Limb kTopMask = (Limb{1} << kTopBits) - 1;
+  static constexpr unsigned kWordBits = 58;
+  static constexpr unsigned kTopBits = 521 - (kLimbs - 1) * kWordBits;
+  static constexpr Limb kMask = (Limb{1} << kWordBits) - 1;
 
-  // Moves the bits from 2^521 on to the bottom. The sum of two elements has at most one of them. It
-  // goes beyond the lowest limb so rarely that a branch is better than a chain.
-  static void foldTop(Element& r) {
-    Limb carry = r.v[kLimbs - 1] >> kTopBits;
-    r.v[kLimbs - 1] &= kTopMask;
-    r.v[0] += carry;
-    if (r.v[0] >= carry) [[likely]]
-      return;
-    for (size_t i = 1; i < kLimbs; ++i) r.v[i] = addWithCarry(r.v[i], 0, carry);
-  }
-
-  static void reduce(Element& r, Limb* t) {
-    Limb high[kLimbs];
-    for (size_t i = 0; i < kLimbs; ++i) {
-      high[i] = t[i + kLimbs - 1] >> kTopBits | t[i + kLimbs] << (kLimbBits - kTopBits);
-    }
-    t[kLimbs - 1] &= kTopMask;
-    Rows::template add<kLimbs>(r.v, t, high);
-    foldTop(r);
+  // r = the sum of the columns that `columnAt` gives for each k.
+  template <size_t... k, class ColumnAt>
+  static void carryColumns(Element& r, std::index_sequence<k...>, const ColumnAt& columnAt) {
+    DoubleLimb carry = 0;
+    Limb words[kLimbs];
+    const auto carryOne = [&](Limb& word, DoubleLimb column) {
+      column += carry;
+      word = static_cast<Limb>(column) & kMask;
+      carry = column >> kWordBits;
+    };
+    (carryOne(words[k], columnAt(std::integral_constant<size_t, k>())), ...);
+    const DoubleLimb lowest = 2 * carry + words[0];
+    words[0] = static_cast<Limb>(lowest) & kMask;
+    words[1] += static_cast<Limb>(lowest >> kWordBits);
+    copyLimbs(r.v, words, kLimbs);
   }
 };
 
