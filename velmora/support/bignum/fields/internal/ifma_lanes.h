@@ -107,17 +107,19 @@ VELMORA_LANES_INLINE Lanes<N> withCarries(const Lanes<N>& a) {
   return r;
 }
 
-/// The 2 N words of a product, whose sums are not carried.
+/// The lower and the upper halves of all products of words, summed up where the lower ones belong
+/// and one word above, which makes two chains for each word of the sum.
 template <size_t N>
-VELMORA_LANES_INLINE void multiplyWide(__m256i (&t)[2 * N], const Lanes<N>& a, const Lanes<N>& b) {
+VELMORA_LANES_INLINE void multiplyHalves(__m256i (&low)[2 * N], __m256i (&high)[2 * N],
+                                         const Lanes<N>& a, const Lanes<N>& b) {
   VELMORA_UNROLL
-  for (__m256i& word : t) word = _mm256_setzero_si256();
+  for (size_t i = 0; i < 2 * N; ++i) low[i] = high[i] = _mm256_setzero_si256();
   VELMORA_UNROLL
   for (size_t i = 0; i < N; ++i) {
     VELMORA_UNROLL
     for (size_t j = 0; j < N; ++j) {
-      t[i + j] = _mm256_madd52lo_epu64(t[i + j], a.w[i], b.w[j]);
-      t[i + j + 1] = _mm256_madd52hi_epu64(t[i + j + 1], a.w[i], b.w[j]);
+      low[i + j] = _mm256_madd52lo_epu64(low[i + j], a.w[i], b.w[j]);
+      high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], a.w[i], b.w[j]);
     }
   }
 }
@@ -145,8 +147,10 @@ struct LanesP256 {
   /// Below 2 p for carried numbers. The prime's -1 makes the lowest word the multiple that clears
   /// it.
   VELMORA_LANES_INLINE static Number multiply(const Number& a, const Number& b) {
-    __m256i t[2 * kWords];
-    multiplyWide(t, a, b);
+    __m256i t[2 * kWords], high[2 * kWords];
+    multiplyHalves(t, high, a, b);
+    VELMORA_UNROLL
+    for (size_t i = 1; i < 2 * kWords; ++i) t[i] = _mm256_add_epi64(t[i], high[i]);
     VELMORA_UNROLL
     for (size_t i = 0; i < kWords; ++i) {
       const __m256i q = _mm256_and_si256(t[i], laneConstant(kLaneMask));
@@ -180,8 +184,18 @@ struct LanesP384 {
 
   /// Below 2 p for carried numbers. -1/p modulo 2^52 is 2^32 + 1.
   VELMORA_LANES_INLINE static Number multiply(const Number& a, const Number& b) {
+    // Two chains would not fit the registers, and eight words keep one busy.
     __m256i t[2 * kWords];
-    multiplyWide(t, a, b);
+    VELMORA_UNROLL
+    for (__m256i& word : t) word = _mm256_setzero_si256();
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      VELMORA_UNROLL
+      for (size_t j = 0; j < kWords; ++j) {
+        t[i + j] = _mm256_madd52lo_epu64(t[i + j], a.w[i], b.w[j]);
+        t[i + j + 1] = _mm256_madd52hi_epu64(t[i + j + 1], a.w[i], b.w[j]);
+      }
+    }
     VELMORA_UNROLL
     for (size_t i = 0; i < kWords; ++i) {
       const __m256i q = _mm256_and_si256(_mm256_add_epi64(t[i], _mm256_slli_epi64(t[i], 32)),
@@ -220,16 +234,7 @@ struct Lanes25519 {
   /// which is twice that of the next word.
   VELMORA_LANES_INLINE static Number multiply(const Number& a, const Number& b) {
     __m256i low[2 * kWords], high[2 * kWords];
-    VELMORA_UNROLL
-    for (size_t i = 0; i < 2 * kWords; ++i) low[i] = high[i] = _mm256_setzero_si256();
-    VELMORA_UNROLL
-    for (size_t i = 0; i < kWords; ++i) {
-      VELMORA_UNROLL
-      for (size_t j = 0; j < kWords; ++j) {
-        low[i + j] = _mm256_madd52lo_epu64(low[i + j], a.w[i], b.w[j]);
-        high[i + j + 1] = _mm256_madd52hi_epu64(high[i + j + 1], a.w[i], b.w[j]);
-      }
-    }
+    multiplyHalves(low, high, a, b);
     Number r;
     VELMORA_UNROLL
     for (size_t i = 0; i < kWords; ++i) {
