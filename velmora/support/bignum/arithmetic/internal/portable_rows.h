@@ -98,12 +98,6 @@ struct PortableRows {
     for (size_t i = 0; i < N; ++i) r[i] = addWithCarry(r[i], p[i] & mask, carry);
   }
 
-  /// r = a + b, whose sum fits N limbs. Any of them may be the same.
-  template <size_t N>
-  static void add(Limb* r, const Limb* a, const Limb* b) {
-    addLimbs(r, a, b, N);
-  }
-
   /// r = a / 2 modulo an odd p: (a + p) / 2 for an odd a. a need not be below p. r may be a.
   template <size_t N>
   static void halveMod(Limb* r, const Limb* a, const Limb* p) {
