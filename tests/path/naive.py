@@ -598,7 +598,7 @@ def judge_anchor(anchor, o, is_leaf):
     bound = [each[0] for each in anchor.exts if each[0] in binding | {each[0] for each in anchor.exts if each[1]}]
     out |= those(extensionRepeated=len(bound) > len(set(bound)))
     out |= anchor.flaws & {"extensionListMalformed", "dateMalformed", "dateNotDer", "lengthNotShortest", "booleanNotDer"}
-    return out | (set() if is_leaf or anchor.version < 3 and not anchor.exts else no_issuer(anchor, o))
+    return out | (set() if is_leaf or anchor.version in (1, 2) and not anchor.exts else no_issuer(anchor, o))
 
 
 def judge(way, o):

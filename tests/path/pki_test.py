@@ -31,7 +31,7 @@ BESIDE = {"signatureParameters": {"signatureRefused"}, "signatureNotOctets": {"s
           "signatureAlgorithmsDiffer": {"signatureParameters"}, "booleanNotDer": {"unknownCriticalExtension"},
           "criticalNotProcessed": {"criticalityWrong"}, "nameNotJudged": {"extensionMalformed"},
           "extensionListMalformed": {"extensionMalformed", "nameNotJudged", "webAccess", "revocationUnknown"},
-          "keyMalformed": {"keyNotKnown", "wrongKeyUsage", "webKey"}, "weakKey": {"webKey"},
+          "keyMalformed": {"extensionMalformed", "keyNotKnown", "wrongKeyUsage", "webKey"}, "weakKey": {"webKey"},
           "keyNotKnown": {"webKey", "wrongKeyUsage"}, "extensionRepeated": {"revocationUnknown"},  # by who signs CRLs
           "wrongSignature": {"signatureRefused"}, "extensionMalformed": {"nameNotJudged", "revocationUnknown", "booleanNotDer", "constraintsWithoutCa"},
           "lengthNotShortest": {"noIssuer", "notTrusted", "malformed", "extensionMalformed", "keyMalformed"}}

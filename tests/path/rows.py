@@ -128,6 +128,7 @@ row("old leaf", "L", "", lambda c, x, bad: bad and (setattr(x, "version", 0), se
 for version in (0, 1, 3):
     put(f"anchor of version {version + 1} that is no CA", "R", "notACa", version=(version, version), exts=(
         [(BC, True, CA_TRUE)], [(BC, True, seq())]))
+row("anchor of version 0", "R", "notACa", lambda c, x, bad: (setattr(x, "version", -bad), setattr(x, "exts", [])))
 row("old anchor", "R", "", lambda c, x, bad: bad and (setattr(x, "version", 0), setattr(x, "exts", [])))
 for title, serial in (("zero", b"\2\1\0"), ("negative", b"\2\1\x80"), ("long", integer(1 << 168))):
     put(f"serial {title}", "N", "", serial=(integer(1 << 158), serial))
@@ -163,8 +164,8 @@ def ec_spki(curve, point):
     return seq(seq(oid("1.2.840.10045.2.1"), oid(curve)), bits(point))
 
 
-def rsa_spki(modulus, exponent):
-    return seq(seq(oid("1.2.840.113549.1.1.1"), b"\5\0"), bits(seq(integer(modulus), integer(exponent))))
+def rsa_spki(modulus, exponent, null=b"\5\0"):
+    return seq(seq(oid("1.2.840.113549.1.1.1"), null), bits(seq(integer(modulus), integer(exponent))))
 
 
 def dsa_spki(*parameters):
@@ -190,6 +191,8 @@ for title, reasons, good, broken in (
     row(f"leaf key {title}", "L", reasons, lambda c, x, bad, pair=(good, broken): setattr(x, "key", SpkiOnly(pair[bad])))
 row("trusted leaf's key", "L", "keyMalformed", lambda c, x, bad: (c.anchors.append(x), setattr(
     x, "key", SpkiOnly(rsa_spki(N2048, 1 if bad else 3)))))
+row("trusted leaf's key in DER", "L", "keyMalformed", lambda c, x, bad: (c.anchors.append(x), setattr(
+    x, "key", SpkiOnly(rsa_spki(N2048, 3, b"\5\1\0" if bad else b"\5\0")))))
 
 
 def rekey(case, cert, key):

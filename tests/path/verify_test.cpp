@@ -274,6 +274,7 @@ TEST(Verify, GivesTheCallerTheLastWordAndStopsWhenTold) {
   EXPECT_EQ(answer(), first);
   stop = true;
   EXPECT_EQ(briefly(ask("leaf", "root", "ca", options)), "cancelled");
+  EXPECT_EQ(briefly(ask("pinned", "pinned", "", options)), "cancelled");
 }
 
 TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {

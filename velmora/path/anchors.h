@@ -22,7 +22,7 @@ struct AnchorConstraints {
 
 /// Whom a user trusts: a name and its key, with what they are bound to. Of a certificate those
 /// that it holds; nothing else in it is judged: its signature, hash and policies prove nothing,
-/// because trust in it comes from outside.
+/// because trust in it comes from outside. Of one that was moved from nothing may be asked.
 class TrustAnchor {
  public:
   explicit TrustAnchor(Certificate certificate) noexcept;
@@ -57,7 +57,7 @@ class AnchorIndex;
 /// Trust anchors, found by name. A value that copies cheaply and never changes; any thread may ask.
 /// An empty one trusts nothing. It keeps what was computed with its keys (which key signed which
 /// octets, keys made ready) for the verifications that use it: bounded, behind a lock of its own,
-/// and without influence on any answer.
+/// and without influence on any answer. Of one that was moved from nothing may be asked.
 class TrustAnchors {
  public:
   /// Throws std::bad_alloc.
@@ -76,7 +76,8 @@ class TrustAnchors {
 };
 
 /// Certificates that may stand between a leaf and an anchor, found by name. Nothing in it is
-/// trusted. A value that copies cheaply and never changes; any thread may ask.
+/// trusted. A value that copies cheaply and never changes; any thread may ask. Of one that was
+/// moved from nothing may be asked.
 class CertificateSet {
  public:
   /// Throws std::bad_alloc.

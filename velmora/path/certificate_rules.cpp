@@ -120,11 +120,20 @@ bool allowsBelow(const ExtendedKeyUsage& usage, Purpose purpose) noexcept {
 
 // Whether a certificate cannot say that it is a CA, being of version 1 or 2 and without a list.
 bool isWithoutExtensions(const CertificateFacts& facts) noexcept {
-  const bool isOld = facts.version && *facts.version < 3;
+  const bool isOld = facts.version && (*facts.version == 1 || *facts.version == 2);
   return isOld &&
          std::none_of(facts.departures.begin(), facts.departures.end(), [](const auto& it) {
            return it.code == DepartureCode::extensionsInOldVersion;
          });
+}
+
+// Whether it is said that the key is none.
+bool isKeyNamed(const std::vector<Finding>& findings) noexcept {
+  return std::any_of(findings.begin(), findings.end(), [](const Finding& each) {
+    return each.reason == Reason::keyNotKnown || each.reason == Reason::keyMalformed ||
+           (each.reason == Reason::departure && (each.departure == DepartureCode::keyMalformed ||
+                                                 each.departure == DepartureCode::curveNotNamed));
+  });
 }
 
 void judgeKeySize(unsigned bits, unsigned least, std::vector<Finding>& findings) {
@@ -204,6 +213,13 @@ class Judge {
   void key() {
     if (!m_facts.key) return;  // a departure
     judgeKey(*m_facts.key, m_question.options.keys, m_findings);
+  }
+
+  // The departures of an anchor bind only where they name what it binds by, and of a key that is
+  // not in DER they name but the octet.
+  void anchorKey() {
+    key();
+    if (!m_facts.key && !isKeyNamed(m_findings)) add(Reason::keyMalformed);
   }
 
   // RFC 5280 §6.1.4 (o) and §6.1.5 (f).
@@ -369,12 +385,7 @@ void judgeCertificate(const CertificateFacts& facts, Role role, const Question& 
 }
 
 void judgeKeyItself(const CertificateFacts& facts, std::vector<Finding>& findings) {
-  const bool isSaid = std::any_of(findings.begin(), findings.end(), [](const Finding& each) {
-    return each.reason == Reason::keyNotKnown || each.reason == Reason::keyMalformed ||
-           (each.reason == Reason::departure && (each.departure == DepartureCode::keyMalformed ||
-                                                 each.departure == DepartureCode::curveNotNamed));
-  });
-  if (!isSaid && facts.key && !IssuerKey(facts.certificate).isUsable()) {
+  if (!isKeyNamed(findings) && facts.key && !IssuerKey(facts.certificate).isUsable()) {
     add(Reason::keyMalformed, findings);
   }
 }
@@ -385,7 +396,7 @@ void judgeTrustedLeaf(const CertificateFacts& facts, const Question& question,
   judge.anchorDepartures();
   judge.criticalExtensions();
   if (question.options.judgeAnchorDates) judge.dates();
-  judge.key();
+  judge.anchorKey();
   judgeKeyItself(facts, findings);
   judge.leaf();
 }
@@ -397,7 +408,7 @@ void judgeAnchor(const IndexedAnchor& anchor, const Question& question,
     judge.anchorDepartures();
     judge.criticalExtensions();
     if (question.options.judgeAnchorDates) judge.dates();
-    judge.key();
+    judge.anchorKey();
     if (!isWithoutExtensions(*anchor.facts)) judge.issuer();
     return;
   }

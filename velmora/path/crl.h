@@ -104,7 +104,8 @@ struct CrlReading {
 };
 
 /// CRLs, found by their issuer's name. A value that copies cheaply and never changes; any thread
-/// may ask. Nothing in it is believed before a signature on it holds.
+/// may ask. Nothing in it is believed before a signature on it holds. Of one that was moved from
+/// nothing may be asked.
 class CrlSet {
  public:
   /// Throws std::bad_alloc.

@@ -65,9 +65,8 @@ PathBuilder::PathBuilder(const Certificate& leaf, const TrustAnchors& anchors,
 
 Verification PathBuilder::run() {
   if (m_anchors.size() == 0) stop(Reason::noAnchors);
-  if (const IndexedAnchor* const anchor = m_anchors.find(m_leaf.certificate)) {
-    trustLeafItself(*anchor);
-  }
+  const IndexedAnchor* const anchor = m_anchors.find(m_leaf.certificate);
+  if (!isCancelled() && anchor != nullptr) trustLeafItself(*anchor);
   m_nodes.push_back({&m_leaf});
   explore();
   if (!isDone(Mode::decide)) search(Mode::decide);
