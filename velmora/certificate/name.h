@@ -99,10 +99,11 @@ class Name {
   /// The text of RFC 4514 §2: last RDN first, "," between RDNs and "+" within one, whose attributes
   /// keep their order. Types that §3 or RFC 4519 have a keyword for, and the e-mail address, are
   /// written with it (docs/formats.md lists them), others dotted and then with the value as "#" and
-  /// hexadecimal, as is every value that is no text. Escaped is what §2.4 demands and nothing else:
-  /// line breaks and terminal escapes stay. Parsed back, it matches where the name is in the string
-  /// types that parse() makes, or that are equal to them. Errors malformedName as above, and
-  /// tooLarge for a type with an arc of more than 512 octets.
+  /// hexadecimal, as is every value that is no text. Escaped is what §2.4 demands, and as
+  /// hexadecimal pairs the control characters of ASCII, so that no name steers a terminal. Parsed
+  /// back, it matches where the name is in the string types that parse() makes, or that are equal
+  /// to them. Errors malformedName as above, and tooLarge for a type with an arc of more than 512
+  /// octets.
   Result<std::string> rfc4514() const;
 
   /// Whether there is no RDN. False for what is malformed.
