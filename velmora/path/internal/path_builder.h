@@ -18,6 +18,10 @@
 
 namespace velmora {
 
+/// What a signature of a key costs, two for one of RSA-2048: measured on one machine, and no more
+/// exact than a limit has to be.
+uint64_t costOf(const std::optional<PublicKey>& key) noexcept;
+
 /// Looks for the ways of one verification. In short:
 ///
 /// 1. From the leaf upwards by names alone: which certificates and anchors could be on a way.
