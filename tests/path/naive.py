@@ -517,15 +517,19 @@ def parse_crl(der):
     return c
 
 
-def crl_signers(c, way, o):
+def crl_signers(c, way, o, asks):
     """Its issuer, the anchor, and others of that name that somebody above issued and with which nothing is wrong."""
     above = way[way.index(c) + 1:]
     others = [each for each in o["others"] if each.subject == c.issuer and
               own_faults(each, o, False) <= {"notACa", "mayNotSign"} and
               any(up.subject == each.issuer and not bad_signature(each, up.spki) and
-                  not revoked(each, [each, up], {**o, "others": []}, False) for up in above)]
+                  not (asks and revoked(each, [each, *above[n:]], o, False, [up])) for n, up in enumerate(above))]
     own = [each for each in (above[0], above[-1]) if each.subject == c.issuer]
-    return [each for each in own + others if KU not in each.ext or 6 in (each.usage or ())]
+    return [each for each in own + others if may_sign_crls(each)]
+
+
+def may_sign_crls(c):
+    return KU not in c.ext or 6 in (c.usage or ())
 
 
 def is_in_scope(crl, c):
@@ -533,15 +537,18 @@ def is_in_scope(crl, c):
         0 not in crl.scope or crl.points & content(c, CDP, set()))
 
 
-def revoked(c, way, o, is_leaf):
+def revoked(c, way, o, is_leaf, vouching=None):
+    """With some named who alone may vouch, the others' CRLs count for what they list."""
     required = o.get("require_crl") == "all" or o.get("require_crl") == "leaf" and is_leaf
     theirs = [crl for crl in o["crls"] if crl.issuer == c.issuer]
     is_exempt = not c.is_ca and NOREV in c.ext and not {CDP, FRESH} & set(c.ext) and not unreadable(c, {NOREV}, set())
     if is_exempt or not required and not theirs:
         return set()
-    signers = crl_signers(c, way, o)
+    signers = crl_signers(c, way, o, vouching is None)
+    alone = signers if vouching is None else [each for each in vouching if may_sign_crls(each)]
     believed = [crl for crl in theirs if len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1] and not crl.flaws and
-                not weak_hash(crl, o) and any(not bad_signature(crl, each.spki) for each in signers)]
+                not weak_hash(crl, o) and
+                any(not bad_signature(crl, each.spki) for each in (signers if c.serial in crl.entries else alone))]
     usable = [crl for crl in believed if is_in_scope(crl, c) and not crl.unusable]
     newest = [crl for crl in usable if crl.dates[0] == max(each.dates[0] for each in usable if each.scope == crl.scope)]
     others = [crl for crl in believed if crl not in usable and c.serial not in crl.removed and 5 not in crl.scope]

@@ -419,7 +419,29 @@ def other_signer(case, cert, crl, bad):
         next(each for each in case.crls if each.signer is above.key).entries.append((other.serial, []))
 
 
+def other_revoker(case, cert, crl, bad):
+    """Who revokes the signer of the CRL about a certificate is another key of the name above."""
+    other_signer(case, cert, crl, False)
+    above, top = [*case.way[case.way.index(cert) + 2:], case.way[-1]][:2]
+    other = case.new(above.subject, ec_key(67), top.subject, top.key, False)
+    other.exts = [(KU, True, key_usage(6))]
+    case.others.append(other)
+    case.crl(other, case.others[-2].serial if bad else integer(3), dates=dated(AT - DAY // 2, AT + DAY))
+
+
+def twin_above(case, cert, crl, bad):
+    """A way is tried before on which the CA above is one that may not sign CRLs, and so lets no other signer stand."""
+    other_signer(case, cert, crl, False)
+    if bad:
+        above = case.way[case.way.index(cert) + 2]
+        twin = case.twin(above, dates=[EARLY, LATE])
+        twin.ext(KU, key_usage(5), True)
+        (case.anchors if above in case.anchors else case.others).append(twin)
+
+
+crl("twin above may not sign CRLs", "", twin_above, "all", "X")
 crl("signer of the CRL revoked", UNKNOWN, other_signer, "all", "X")
+crl("signer of the CRL revoked by another key", UNKNOWN, other_revoker, "all", "X")
 crl("revoked", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [])))
 crl("on hold", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [
     (REASON, False, tlv(10, b"\6"))])))

@@ -181,7 +181,7 @@ class RevocationJudge {
       const bool mayVouch = entry.crl.mayVouch();
       if (mayVouch && (!mayMatter || (newest && *newest != entry.thisUpdate))) continue;
       const std::optional<RevokedCertificate> found = listed(entry);
-      if (!(mayVouch || found) || !m_signers.haveSigned(entry.crl)) continue;
+      if (!(mayVouch || found) || !m_signers.haveSigned(entry.crl, found.has_value())) continue;
       if (found) {
         m_entry = found;
         return;

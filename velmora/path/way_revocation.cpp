@@ -29,12 +29,14 @@ bool isGoodEnough(RevocationState state, bool isAsked) noexcept {
 
 /// Who may have signed a CRL about the certificate at a place: its issuer on the way, the anchor if
 /// it has that name too, and others of that name whose certificates somebody above on the same way
-/// signed (RFC 5280 §6.3.3 (f)).
+/// signed (RFC 5280 §6.3.3 (f)). What CRLs say of these others is asked, but not of the others who
+/// may have signed those.
 class WayCrlSigners final : public CrlSigners {
  public:
-  WayCrlSigners(PathBuilder& builder, size_t place) : m_builder(builder), m_place(place) {}
+  WayCrlSigners(PathBuilder& builder, size_t place, bool asksOfOthers = true)
+      : m_builder(builder), m_place(place), m_asksOfOthers(asksOfOthers) {}
 
-  bool haveSigned(const Crl& crl) override {
+  bool haveSigned(const Crl& crl, bool) override {
     const size_t issuer = m_place + 1;
     if (issuer < m_builder.m_way.size()) {
       const IndexedCertificate& certificate = *m_builder.nodeAt(issuer).indexed;
@@ -109,39 +111,46 @@ class WayCrlSigners final : public CrlSigners {
   }
 
   bool isVouchedFor(const IndexedCertificate& signer) {
+    const size_t top = m_builder.m_way.size();
     const IndexedAnchor& anchor = m_builder.anchorOfWay();
-    if (*signer.facts.issuer == anchor.name && isVouchedForBy(signer, anchor)) return true;
-    for (size_t place = m_builder.m_way.size() - 1; place > m_place; --place) {
+    if (*signer.facts.issuer == anchor.name && isVouchedForBy(signer, anchor, top)) return true;
+    for (size_t place = top - 1; place > m_place; --place) {
       const IndexedCertificate& above = *m_builder.nodeAt(place).indexed;
-      if (signer.facts.issuer == above.facts.subject && isVouchedForBy(signer, above)) return true;
+      if (signer.facts.issuer != above.facts.subject) continue;
+      if (isVouchedForBy(signer, above, place)) return true;
     }
     return false;
   }
 
   template <class Above>
-  bool isVouchedForBy(const IndexedCertificate& signer, const Above& above) {
-    const auto [found, isNew] =
-        m_builder.m_crlSigners.try_emplace({&signer, above.keyDigest}, false);
-    if (isNew) found->second = isSignedBy(signer, above) && !isRevoked(signer, above);
+  bool isVouchedForBy(const IndexedCertificate& signer, const Above& above, size_t place) {
+    if (!m_asksOfOthers) return isSignedBy(signer, above);
+    const auto [found, isNew] = m_builder.m_crlSigners.try_emplace({&signer, place}, false);
+    if (isNew) found->second = isSignedBy(signer, above) && !isRevoked(signer, above, place);
     return found->second;
   }
 
-  // What CRLs of its own issuer say of another signer, with that key alone, so that nobody who is
-  // asked about is asked: revoked, or unknown where it has to be known.
+  // What CRLs say of another signer that stands below a place of the way: revoked, or unknown where
+  // it has to be known. To let it stand takes the key that vouches for it; to revoke it, anybody
+  // does who could revoke a CA of the way there. That these might be revoked is not asked, so that
+  // nobody who is asked about is asked.
   template <class Above>
-  bool isRevoked(const IndexedCertificate& signer, const Above& above) {
-    class OneSigner final : public CrlSigners {
+  bool isRevoked(const IndexedCertificate& signer, const Above& above, size_t place) {
+    class SignersOfOne final : public CrlSigners {
      public:
-      OneSigner(WayCrlSigners& all, const Above& only) : m_all(all), m_only(only) {}
-      bool haveSigned(const Crl& crl) override {
-        return maySignCrls(m_only) && m_all.hasSigned(crl, m_only);
+      SignersOfOne(WayCrlSigners& all, const Above& vouching, size_t below)
+          : m_all(all), m_vouching(vouching), m_revoking(all.m_builder, below, false) {}
+      bool haveSigned(const Crl& crl, bool lists) override {
+        if (lists) return m_revoking.haveSigned(crl, lists);
+        return maySignCrls(m_vouching) && m_all.hasSigned(crl, m_vouching);
       }
 
      private:
       WayCrlSigners& m_all;
-      const Above& m_only;
-    } one(*this, above);
-    return !isGoodEnough(m_builder.askCrls(signer.facts, one),
+      const Above& m_vouching;
+      WayCrlSigners m_revoking;
+    } signers(*this, above, place - 1);
+    return !isGoodEnough(m_builder.askCrls(signer.facts, signers),
                          m_builder.m_options.revocation == Revocation::all);
   }
 
@@ -163,6 +172,7 @@ class WayCrlSigners final : public CrlSigners {
 
   PathBuilder& m_builder;
   size_t m_place;
+  bool m_asksOfOthers;
 };
 
 RevocationState PathBuilder::askCrls(const CertificateFacts& facts, CrlSigners& signers) const {
@@ -177,6 +187,7 @@ void PathBuilder::judgeRevocation(std::vector<Finding>& findings) {
   m_areAllVouched = false;
   if (!m_question.judgesCrls()) return;
   m_areAllVouched = true;
+  m_crlSigners.clear();
   for (size_t place = 0; place < m_way.size(); ++place) {
     const CertificateFacts& facts = *nodeAt(place).facts;
     const bool isAsked = m_options.revocation == Revocation::all ||

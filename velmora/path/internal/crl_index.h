@@ -40,8 +40,9 @@ class CrlSigners {
  public:
   virtual ~CrlSigners() = default;
   /// Whether one of them signed the CRL and may (cRLSign where keyUsage is there); counts what it
-  /// costs to find out. May throw std::bad_alloc.
-  virtual bool haveSigned(const Crl& crl) = 0;
+  /// costs to find out. `lists` says that it lists the certificate, for those who may revoke and
+  /// not vouch. May throw std::bad_alloc.
+  virtual bool haveSigned(const Crl& crl, bool lists) = 0;
 };
 
 /// Which certificates of its issuer a CRL is about (RFC 5280 §5.2.5), ready to be compared.

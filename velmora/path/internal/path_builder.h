@@ -151,8 +151,9 @@ class PathBuilder {
   std::map<const IndexedAnchor*, std::vector<Finding>> m_anchorFindings;
   std::map<std::pair<const PreparedConstraints*, NodeNumber>, std::vector<Finding>> m_constrained;
   std::map<std::pair<const std::byte*, Sha256>, bool> m_crlSignatures;  // of a CRL, by a key
-  // Whether a key vouches for another signer of CRLs.
-  std::map<std::pair<const IndexedCertificate*, Sha256>, bool> m_crlSigners;
+  // Whether a place of the way at hand vouches for another signer of CRLs, which rests on all that
+  // is above it too.
+  std::map<std::pair<const IndexedCertificate*, size_t>, bool> m_crlSigners;
 
   std::vector<Step> m_way;
   uint32_t m_waysReached = 0;  // to an anchor
