@@ -262,10 +262,15 @@ TEST(Crls, StandInARowOrInBlocks) {
 
 // Whoever signs writes so.
 struct Signers final : CrlSigners {
-  bool haveSigned(const Crl& crl, bool) override {
+  Signed haveSigned(const Crl& crl, bool) override {
     ++asked;
-    return charactersOf(crl.signedParts().signature) == "signed";
+    const std::string signature = charactersOf(crl.signedParts().signature);
+    return signature == "signed"   ? Signed::yes
+           : signature == "Unsure" ? Signed::unsettled
+                                   : Signed::no;
   }
+  bool mayLook(uint64_t crls) override { return (looked += crls) <= 1'000; }
+  uint64_t looked = 0;
   int asked = 0;
 };
 
@@ -281,8 +286,8 @@ der::Bytes crl(bool lists, const der::Bytes& scope = "", int from = 10, int unti
   }
   return fields.der();
 }
-der::Bytes forged(der::Bytes crl) {
-  return crl.replace(crl.rfind("signed"), 1, "S");
+der::Bytes forged(der::Bytes crl, const char* signature = "Signed") {
+  return crl.replace(crl.rfind("signed"), 6, signature);
 }
 der::Bytes criticalCrl(bool lists, const char* id) {
   CrlFields fields;
@@ -298,7 +303,7 @@ std::string judge(const Certificate& certificate, bool isCa, const std::vector<d
   const std::string issuer = *certificate.issuer().folded();
   Signers signers;
   const RevocationAnswer answer =
-      CrlIndex(crls).judge({&certificate, &issuer, isCa, january(20)}, signers);
+      CrlIndex(crls).judge({certificate, issuer, isCa}, january(20), signers);
   if (asked != nullptr) *asked = signers.asked;
   EXPECT_EQ(answer.entry.has_value(), answer.state == RevocationState::revoked);
   constexpr const char* kStates[] = {"good", "revoked", "no CRL", "unknown", "not revocable"};
@@ -341,6 +346,12 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       {"", {crl(true)}, "revoked"},
       {"", {forged(crl(false))}, "unknown"},
       {"", {forged(crl(true)), crl(false)}, "good"},
+      // What lists it may be signed for all that was found out.
+      {"", {forged(crl(true, "", 11), "Unsure"), crl(false)}, "unknown"},
+      {"", {forged(crl(false, "", 11), "Unsure"), crl(false)}, "good"},
+      // No more is looked at than may be: a scope of 17,000 octets is as dear as 1,000 CRLs.
+      {"", {crl(false), crl(false, full(primitive(6, std::string(15'000, 'x'))))}, "good"},
+      {"", {crl(false), crl(false, full(primitive(6, std::string(17'000, 'x'))))}, "unknown"},
       // Its time, both ends included, and the newest of those whose time it is.
       {"", {crl(false, "", 20, 20)}, "good"},
       {"", {crl(false, "", 21, 30)}, "unknown"},

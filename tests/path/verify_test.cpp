@@ -306,6 +306,26 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
   }
 }
 
+// A CRL that nobody signed makes others of the name be asked, out of a part of the limit of their
+// own.
+TEST(Verify, LeavesTheLimitToTheWayWhoeverMayHaveSignedCrls) {
+  VerifyOptions options = asked();
+  options.revocation = Revocation::all;
+  std::string forged(reinterpret_cast<const char*>(pki().crls.at("crlOfRoot").der().data()),
+                     pki().crls.at("crlOfRoot").der().size());
+  forged.back() ^= 1;
+  options.crls = CrlSet(
+      std::vector{pki().crls.at("crlOfRoot"), *Crl::parse(std::as_bytes(std::span(forged)))});
+  for (const auto& [limit, expected, used] :
+       {std::tuple(100u, "leafOfRoot root", 16u), std::tuple(12u, "leafOfRoot root", 12u),
+        std::tuple(11u, "tooManySignatures", 8u)}) {
+    options.limits.signatures = limit;
+    const Verification answer = ask("leafOfRoot", "root", "rootOtherKey", options);
+    EXPECT_EQ(briefly(answer), expected);
+    EXPECT_EQ(answer.used.signatures, used);
+  }
+}
+
 // What is kept is new each time, since what is known takes no memory; and a fault leaves nothing
 // there that is not so.
 TEST(Verify, WithoutMemoryNothingHolds) {

@@ -12,6 +12,8 @@
 namespace velmora {
 namespace {
 
+constexpr uint32_t kPartForOthers = 8;  // an eighth of a limit
+
 // Whether what CRLs say of a certificate lets it stand.
 bool isGoodEnough(RevocationState state, bool isAsked) noexcept {
   switch (state) {
@@ -36,13 +38,21 @@ class WayCrlSigners final : public CrlSigners {
   WayCrlSigners(PathBuilder& builder, size_t place, bool asksOfOthers = true)
       : m_builder(builder), m_place(place), m_asksOfOthers(asksOfOthers) {}
 
-  bool haveSigned(const Crl& crl, bool) override {
+  Signed haveSigned(const Crl& crl, bool) override {
     const size_t issuer = m_place + 1;
     if (issuer < m_builder.m_way.size()) {
       const IndexedCertificate& certificate = *m_builder.nodeAt(issuer).indexed;
-      if (maySignCrls(certificate) && hasSigned(crl, certificate)) return true;
+      if (maySignCrls(certificate) && hasSigned(crl, certificate) == Signed::yes) {
+        return Signed::yes;
+      }
     }
-    return anchorHasSigned(crl) || anotherHasSigned(crl);
+    return anchorHasSigned(crl) ? Signed::yes : anotherHasSigned(crl);
+  }
+
+  bool mayLook(uint64_t crls) override {
+    return m_builder.spend(m_builder.m_answer.used.comparisons,
+                           m_builder.m_options.limits.comparisons, crls,
+                           Reason::tooManyComparisons);
   }
 
  private:
@@ -57,23 +67,46 @@ class WayCrlSigners final : public CrlSigners {
     return !anchor.facts || maySignCrls(*anchor.facts);
   }
 
+  // With the key of one for whom nobody vouches yet, which is not kept beside those that are, if
+  // it is another's.
   template <class Signer>
-  bool hasSigned(const Crl& crl, const Signer& signer) {
+  Signed hasSigned(const Crl& crl, const Signer& signer, bool isAnother = false) {
     const auto [found, isNew] =
         m_builder.m_crlSignatures.try_emplace({crl.der().data(), signer.keyDigest}, false);
-    if (!isNew) return found->second;
+    if (!isNew) return found->second ? Signed::yes : Signed::no;
     const Result<SignatureScheme> scheme = schemeOf(crl.signedParts().outerAlgorithm);
     const bool isWeak = scheme && scheme->hash == Hash::sha1 && !m_builder.m_options.allowSha1;
-    if (isWeak) return false;
-    if (!m_builder.spend(m_builder.m_answer.used.signatures, m_builder.m_options.limits.signatures,
-                         costOf(keyOf(signer)), Reason::tooManySignatures)) {
+    if (isWeak) return Signed::no;
+    const uint64_t cost = costOf(keyOf(signer));
+    if (!(isAnother ? mayCheckAnother(cost) : mayCheck(cost))) {
       m_builder.m_crlSignatures.erase(found);
-      return false;
+      return Signed::unsettled;
     }
-    const SignatureCheck check = m_builder.readyKeyOf(signer)->check(crl.signedParts());
+    const auto key = isAnother ? std::make_shared<const IssuerKey>(spkiOf(signer))
+                               : m_builder.readyKeyOf(signer);
+    const SignatureCheck check = key->check(crl.signedParts());
     if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
-    return found->second = check.verdict == SignatureVerdict::good;
+    found->second = check.verdict == SignatureVerdict::good;
+    return found->second ? Signed::yes : Signed::no;
   }
+  static Bytes spkiOf(const IndexedAnchor& anchor) { return anchor.anchor.key(); }
+  static Bytes spkiOf(const IndexedCertificate& certificate) { return certificate.facts.spki; }
+
+  bool mayCheck(uint64_t cost) {
+    return m_builder.spend(m_builder.m_answer.used.signatures,
+                           m_builder.m_options.limits.signatures, cost, Reason::tooManySignatures);
+  }
+  bool mayCheckAnother(uint64_t cost) {
+    return m_builder.spendOnOthers(
+        m_builder.m_signaturesOfOthers, m_builder.m_answer.used.signatures,
+        m_builder.m_options.limits.signatures, cost, Reason::tooManySignatures);
+  }
+  bool mayLookAtOthers(uint64_t others) {
+    return m_builder.spendOnOthers(m_builder.m_looksAtOthers, m_builder.m_answer.used.comparisons,
+                                   m_builder.m_options.limits.comparisons, others,
+                                   Reason::tooManyComparisons);
+  }
+
   static std::optional<PublicKey> keyOf(const IndexedAnchor& anchor) { return anchor.key; }
   static std::optional<PublicKey> keyOf(const IndexedCertificate& certificate) {
     const Result<PublicKey>& key = certificate.facts.key;
@@ -84,18 +117,49 @@ class WayCrlSigners final : public CrlSigners {
   bool anchorHasSigned(const Crl& crl) {
     const IndexedAnchor& anchor = m_builder.anchorOfWay();
     return anchor.name == *m_builder.nodeAt(m_place).facts->issuer && maySignCrls(anchor) &&
-           hasSigned(crl, anchor);
+           hasSigned(crl, anchor) == Signed::yes;
   }
 
-  bool anotherHasSigned(const Crl& crl) {
-    const std::string& name = *m_builder.nodeAt(m_place).facts->issuer;
-    for (size_t set = 0; set < m_builder.m_sets.size(); ++set) {
-      for (const IndexedCertificate* const signer : m_builder.m_sets[set]->withSubject(name)) {
-        if (m_builder.isInSetBefore(set, signer->facts.certificate)) continue;
-        if (maySign(*signer) && isVouchedFor(*signer) && hasSigned(crl, *signer)) return true;
+  // First whose key signed it, once for each key, and then who of those with that key is vouched
+  // for: of a crowd that somebody has made up nearly all fall out with one signature.
+  Signed anotherHasSigned(const Crl& crl) {
+    const PathBuilder::OtherSigners& others = othersOf(*m_builder.nodeAt(m_place).facts->issuer);
+    Signed answer = others.areAll ? Signed::no : Signed::unsettled;
+    for (const auto& [key, signers] : others.byKey) {
+      if (!mayLookAtOthers(1)) return Signed::unsettled;
+      const Signed byKey = hasSigned(crl, *signers.front(), true);
+      if (byKey == Signed::unsettled) answer = byKey;
+      if (byKey != Signed::yes) continue;
+      for (const IndexedCertificate* const signer : signers) {
+        const Signed vouched = mayLookAtOthers(1) ? isVouchedFor(*signer) : Signed::unsettled;
+        if (vouched == Signed::yes) return vouched;
+        if (vouched == Signed::unsettled) answer = vouched;
       }
     }
-    return false;
+    return answer;
+  }
+
+  const PathBuilder::OtherSigners& othersOf(const std::string& name) {
+    const auto [found, isNew] = m_builder.m_otherSigners.try_emplace(name);
+    PathBuilder::OtherSigners& others = found->second;
+    if (!isNew) return others;
+    size_t count = 0;
+    for (const IntermediateIndex* const set : m_builder.m_sets) {
+      count += set->withSubject(name).size();
+    }
+    others.areAll = mayLookAtOthers(count);
+    for (size_t set = 0; others.areAll && set < m_builder.m_sets.size(); ++set) {
+      for (const IndexedCertificate* const signer : m_builder.m_sets[set]->withSubject(name)) {
+        if (m_builder.isInSetBefore(set, signer->facts.certificate) || !maySign(*signer)) continue;
+        others.byKey[signer->keyDigest].push_back(signer);
+      }
+    }
+    for (auto& [key, signers] : others.byKey) {
+      std::sort(signers.begin(), signers.end(), [](const auto* a, const auto* b) {
+        return a->facts.certificate < b->facts.certificate;
+      });
+    }
+    return others;
   }
 
   // It need not be a CA, but nothing else may be wrong with it.
@@ -110,23 +174,27 @@ class WayCrlSigners final : public CrlSigners {
            });
   }
 
-  bool isVouchedFor(const IndexedCertificate& signer) {
+  Signed isVouchedFor(const IndexedCertificate& signer) {
     const size_t top = m_builder.m_way.size();
     const IndexedAnchor& anchor = m_builder.anchorOfWay();
-    if (*signer.facts.issuer == anchor.name && isVouchedForBy(signer, anchor, top)) return true;
-    for (size_t place = top - 1; place > m_place; --place) {
+    Signed answer = Signed::no;
+    if (*signer.facts.issuer == anchor.name) answer = isVouchedForBy(signer, anchor, top);
+    for (size_t place = top - 1; place > m_place && answer != Signed::yes; --place) {
       const IndexedCertificate& above = *m_builder.nodeAt(place).indexed;
       if (signer.facts.issuer != above.facts.subject) continue;
-      if (isVouchedForBy(signer, above, place)) return true;
+      const Signed byThis = isVouchedForBy(signer, above, place);
+      if (byThis != Signed::no) answer = byThis;
     }
-    return false;
+    return answer;
   }
 
   template <class Above>
-  bool isVouchedForBy(const IndexedCertificate& signer, const Above& above, size_t place) {
+  Signed isVouchedForBy(const IndexedCertificate& signer, const Above& above, size_t place) {
     if (!m_asksOfOthers) return isSignedBy(signer, above);
-    const auto [found, isNew] = m_builder.m_crlSigners.try_emplace({&signer, place}, false);
-    if (isNew) found->second = isSignedBy(signer, above) && !isRevoked(signer, above, place);
+    const auto [found, isNew] = m_builder.m_crlSigners.try_emplace({&signer, place}, Signed::no);
+    if (!isNew) return found->second;
+    found->second = isSignedBy(signer, above);
+    if (found->second == Signed::yes && isRevoked(signer, above, place)) found->second = Signed::no;
     return found->second;
   }
 
@@ -140,10 +208,11 @@ class WayCrlSigners final : public CrlSigners {
      public:
       SignersOfOne(WayCrlSigners& all, const Above& vouching, size_t below)
           : m_all(all), m_vouching(vouching), m_revoking(all.m_builder, below, false) {}
-      bool haveSigned(const Crl& crl, bool lists) override {
+      Signed haveSigned(const Crl& crl, bool lists) override {
         if (lists) return m_revoking.haveSigned(crl, lists);
-        return maySignCrls(m_vouching) && m_all.hasSigned(crl, m_vouching);
+        return maySignCrls(m_vouching) ? m_all.hasSigned(crl, m_vouching) : Signed::no;
       }
+      bool mayLook(uint64_t crls) override { return m_all.mayLook(crls); }
 
      private:
       WayCrlSigners& m_all;
@@ -155,19 +224,23 @@ class WayCrlSigners final : public CrlSigners {
   }
 
   template <class Signer>
-  bool isSignedBy(const IndexedCertificate& certificate, const Signer& signer) {
-    JudgementCache& cache = m_builder.m_anchors.cache();
-    if (!m_builder.spend(m_builder.m_answer.used.signatures, m_builder.m_options.limits.signatures,
-                         costOf(keyOf(signer)), Reason::tooManySignatures)) {
-      return false;
+  Signed isSignedBy(const IndexedCertificate& certificate, const Signer& signer) {
+    const auto [found, isNew] =
+        m_builder.m_othersSigned.try_emplace({&certificate, signer.keyDigest}, false);
+    if (!isNew) return found->second ? Signed::yes : Signed::no;
+    if (!mayCheckAnother(costOf(keyOf(signer)))) {
+      m_builder.m_othersSigned.erase(found);
+      return Signed::unsettled;
     }
+    JudgementCache& cache = m_builder.m_anchors.cache();
     std::optional<SignatureCheck> check = cache.find(signer.keyDigest, certificate.fingerprint);
     if (!check) {
       check = m_builder.readyKeyOf(signer)->check(certificate.facts.certificate);
       if (check->fault == SignatureFault::outOfMemory) throw std::bad_alloc();
       cache.keep(signer.keyDigest, certificate.fingerprint, *check);
     }
-    return check->verdict == SignatureVerdict::good;
+    found->second = check->verdict == SignatureVerdict::good;
+    return found->second ? Signed::yes : Signed::no;
   }
 
   PathBuilder& m_builder;
@@ -175,10 +248,19 @@ class WayCrlSigners final : public CrlSigners {
   bool m_asksOfOthers;
 };
 
-RevocationState PathBuilder::askCrls(const CertificateFacts& facts, CrlSigners& signers) const {
-  return m_options.crls.m_index
-      ->judge({&facts.certificate, &*facts.issuer, facts.isCa(), m_question.at}, signers)
-      .state;
+// Anybody can write certificates in the name of a signer of CRLs, so that these have a part of the
+// limit of their own: a crowd leaves the rest for ways.
+bool PathBuilder::spendOnOthers(uint32_t& spent, uint32_t& used, uint32_t limit, uint64_t cost,
+                                Reason reason) noexcept {
+  if (cost > limit / kPartForOthers - spent || !spend(used, limit, cost, reason)) return false;
+  spent += static_cast<uint32_t>(cost);
+  return true;
+}
+
+RevocationState PathBuilder::askCrls(const CertificateFacts& facts, CrlSigners& signers) {
+  const auto subject =
+      m_subjects.try_emplace(&facts, facts.certificate, *facts.issuer, facts.isCa()).first;
+  return m_options.crls.m_index->judge(subject->second, m_question.at, signers).state;
 }
 
 // §6.1.3 (a)(3) and §6.3.

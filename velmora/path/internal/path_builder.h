@@ -115,7 +115,7 @@ class PathBuilder {
                         std::vector<Finding>& findings);
   void judgeWayPolicies(std::vector<Finding>& findings);
   void judgeRevocation(std::vector<Finding>& findings);
-  RevocationState askCrls(const CertificateFacts& facts, CrlSigners& signers) const;
+  RevocationState askCrls(const CertificateFacts& facts, CrlSigners& signers);
   std::vector<Finding> ownFindings();
 
   Node& nodeAt(size_t place) noexcept { return m_nodes[m_way[place].node]; }
@@ -133,6 +133,8 @@ class PathBuilder {
 
   bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
   bool spendStep(Mode mode) noexcept;
+  bool spendOnOthers(uint32_t& spent, uint32_t& used, uint32_t limit, uint64_t cost,
+                     Reason reason) noexcept;
   bool isCancelled() noexcept;
   void stop(Reason reason) noexcept {
     if (m_stopped == Reason::none) m_stopped = reason;
@@ -151,9 +153,19 @@ class PathBuilder {
   std::map<const IndexedAnchor*, std::vector<Finding>> m_anchorFindings;
   std::map<std::pair<const PreparedConstraints*, NodeNumber>, std::vector<Finding>> m_constrained;
   std::map<std::pair<const std::byte*, Sha256>, bool> m_crlSignatures;  // of a CRL, by a key
+  std::map<const CertificateFacts*, RevocationSubject> m_subjects;
+  // Of a name, those who may have signed its CRLs, by their keys.
+  struct OtherSigners {
+    std::map<Sha256, std::vector<const IndexedCertificate*>> byKey = {};
+    bool areAll = false;  // else there are too many to look at
+  };
+  std::map<std::string, OtherSigners> m_otherSigners;
+  std::map<std::pair<const IndexedCertificate*, Sha256>, bool> m_othersSigned;  // by a key
+  uint32_t m_signaturesOfOthers = 0;  // spent on others who may have signed CRLs
+  uint32_t m_looksAtOthers = 0;
   // Whether a place of the way at hand vouches for another signer of CRLs, which rests on all that
   // is above it too.
-  std::map<std::pair<const IndexedCertificate*, size_t>, bool> m_crlSigners;
+  std::map<std::pair<const IndexedCertificate*, size_t>, Signed> m_crlSigners;
 
   std::vector<Step> m_way;
   uint32_t m_waysReached = 0;  // to an anchor
