@@ -199,6 +199,54 @@ TEST(Verify, StopsAtEachLimitAndKeepsTheWaysFound) {
   }
 }
 
+// The certificate again and again, each with another signature, which is none of its issuer's.
+std::vector<Certificate> crowdOf(const std::string& label, size_t many) {
+  std::vector<Certificate> crowd;
+  for (size_t i = 0; i < many; ++i) {
+    Octets der(named(label).der().begin(), named(label).der().end());
+    der.back() ^= std::byte(i % 255 + 1);
+    der.end()[-2] ^= std::byte(i / 255);
+    crowd.push_back(*Certificate::parseBytes(der));
+  }
+  return crowd;
+}
+
+std::vector<TrustAnchor> rootsByLength(uint64_t many) {
+  std::vector<TrustAnchor> anchors;
+  for (uint64_t i = 0; i < many; ++i) {
+    anchors.push_back(
+        *TrustAnchor::make(named("root").subject(), named("root").parts().spki, {.pathLength = i}));
+  }
+  return anchors;
+}
+
+// Every look at one of a crowd is counted, and the count is just enough. All have expired, so that
+// no way is followed, which counts too.
+TEST(Verify, CountsEveryLookAtACrowd) {
+  const struct {
+    std::vector<TrustAnchor> anchors;
+    std::string crowd;
+    uint32_t looks;
+  } rows[] = {
+      {{TrustAnchor(named("second"))}, "root", 1 + 20 + 20 * 20},  // none can be another's issuer
+      {rootsByLength(10), "caTwin", 21 + 21 * 9},  // all anchors but the first of the name
+  };
+  for (const auto& row : rows) {
+    std::vector<Certificate> issuers = crowdOf(row.crowd, 20);
+    issuers.push_back(named("ca"));
+    VerifyOptions options = asked();
+    options.at = *options.at + std::chrono::days(9000);
+    const auto answer = [&] {
+      return verify(named("leaf"), TrustAnchors(row.anchors), CertificateSet(issuers), options);
+    };
+    EXPECT_EQ(answer().used.candidates, row.looks);
+    options.limits.candidates = row.looks;
+    EXPECT_NE(answer().reason, Reason::tooManyCandidates);
+    --options.limits.candidates;
+    EXPECT_EQ(answer().reason, Reason::tooManyCandidates);
+  }
+}
+
 // Whatever is wrong with the ways that were tried.
 TEST(Verify, SaysWhenLongerWaysWereNotTried) {
   const auto no = [](const Path&) noexcept { return false; };

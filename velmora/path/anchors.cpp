@@ -71,8 +71,9 @@ std::span<const Entry* const> rangeOf(const std::vector<const Entry*>& all, std:
   const auto first = std::lower_bound(
       all.begin(), all.end(), name,
       [&](const Entry* entry, std::string_view wanted) { return nameOf(*entry) < wanted; });
-  auto last = first;
-  while (last != all.end() && nameOf(**last) == name) ++last;
+  const auto last = std::upper_bound(
+      first, all.end(), name,
+      [&](std::string_view wanted, const Entry* entry) { return wanted < nameOf(*entry); });
   return {first, last};
 }
 

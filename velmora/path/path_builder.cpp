@@ -80,7 +80,7 @@ Verification PathBuilder::run() {
 
 // Breadth first, so that what a limit cuts off is what is furthest away, and self-issued
 // certificates last: each of a crowd of them could be the issuer of all, and few ways need one.
-// Anchors are found for every certificate.
+// An anchor is found for every certificate.
 void PathBuilder::explore() {
   std::vector<NodeNumber> selfIssued;
   NodeNumber number = 0;
@@ -104,25 +104,34 @@ void PathBuilder::addAnchors(NodeNumber number) {
   Node& node = m_nodes[number];
   const CertificateFacts& facts = *node.facts;
   if (!facts.issuer || facts.issuer->empty()) return;
-  for (const IndexedAnchor* const anchor : m_anchors.withName(*facts.issuer)) {
-    if (!isSame(facts, *anchor)) node.links.push_back({anchor});
+  const std::span<const IndexedAnchor* const> named = m_anchors.withName(*facts.issuer);
+  for (size_t i = 0; i < named.size(); ++i) {
+    // The first is not counted: whatever crowd there is, each certificate finds one.
+    if (i != 0 && !countIssuer()) return;
+    if (!isSame(facts, *named[i])) node.links.push_back({named[i]});
   }
 }
 
 void PathBuilder::addIssuers(NodeNumber number) {
   const CertificateFacts& facts = *m_nodes[number].facts;
-  if (!facts.issuer || facts.issuer->empty()) return;
+  if (m_isUnexplored || !facts.issuer || facts.issuer->empty()) return;
   for (size_t set = 0; set < m_sets.size(); ++set) {
     for (const IndexedCertificate* const issuer : m_sets[set]->withSubject(*facts.issuer)) {
-      if (isSame(facts, issuer->facts) || isSame(m_leaf, issuer->facts)) continue;
       if (isInSetBefore(set, issuer->facts.certificate)) continue;
-      m_isUnexplored = m_explored == m_options.limits.candidates;
-      if (m_isUnexplored) return;
-      ++m_explored;
+      if (!countIssuer()) return;
+      if (isSame(facts, issuer->facts) || isSame(m_leaf, issuer->facts)) continue;
       const NodeNumber found = numberOf(*issuer);
       m_nodes[number].links.push_back({nullptr, found});
     }
   }
+}
+
+// False when no more may be looked at. Those count, too, that turn out to be no issuers: each of a
+// crowd with one name and key is held against all of them.
+bool PathBuilder::countIssuer() noexcept {
+  m_isUnexplored = m_explored == m_options.limits.candidates;
+  if (!m_isUnexplored) ++m_explored;
+  return !m_isUnexplored;
 }
 
 // What is in several sets counts once.

@@ -77,6 +77,7 @@ class PathBuilder {
   void explore();
   void addAnchors(NodeNumber number);
   void addIssuers(NodeNumber number);
+  bool countIssuer() noexcept;
   bool isInSetBefore(size_t set, const Certificate& certificate) const noexcept;
   NodeNumber numberOf(const IndexedCertificate& certificate);
   void sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const;
@@ -171,7 +172,7 @@ class PathBuilder {
   uint32_t m_waysReached = 0;  // to an anchor
   uint32_t m_waysExplained = 0;
   uint32_t m_stepsExplained = 0;
-  uint32_t m_explored = 0;      // issuers that were found
+  uint32_t m_explored = 0;      // issuers that were looked at
   uint32_t m_steps = 0;         // of the search, links that were followed
   bool m_isUnexplored = false;  // there are more issuers than may be looked at
   bool m_isMeasured = false;    // and no link was closed since
