@@ -247,6 +247,27 @@ TEST(Verify, CountsEveryLookAtACrowd) {
   }
 }
 
+// For ways without warnings it looks on, though not at each way that there is.
+TEST(Verify, LooksOnForAWayWithoutWarnings) {
+  std::vector<TrustAnchor> anchors = rootsByLength(200);
+  size_t calls = 0;
+  const auto count = [&](const Path&) noexcept { return ++calls != 0; };
+  VerifyOptions options = asked();
+  options.accept = count;
+  const auto answer = [&](const char* issuers) {
+    calls = 0;
+    const CertificateSet set(several(issuers));
+    return verify(named("leaf"), TrustAnchors(anchors), set, options);
+  };
+  EXPECT_EQ(briefly(answer("caWarned")), "leaf caWarned key");
+  EXPECT_LE(calls, 1 + 64 + 1U);
+  anchors = {TrustAnchor(named("root"))};
+  EXPECT_EQ(briefly(answer("caWarned ca")), "leaf ca root");
+  EXPECT_EQ(calls, 2U);
+  options.paths = 2;
+  EXPECT_EQ(briefly(answer("caWarned ca")), "leaf ca root, leaf caWarned root");
+}
+
 // Whatever is wrong with the ways that were tried.
 TEST(Verify, SaysWhenLongerWaysWereNotTried) {
   const auto no = [](const Path&) noexcept { return false; };

@@ -23,9 +23,10 @@ constexpr size_t kUsualCertificates = 4;
 constexpr uint32_t kMostExplained = 64;
 constexpr uint32_t kMostStepsExplained = 4096;
 
-// What may yet be spent on signatures, once a way holds, to find one whose issuers are without
-// warnings.
+// What may yet be spent on signatures, and how many ways may be tried, once a way holds, to find
+// one whose issuers are without warnings.
 constexpr uint32_t kSignaturesForBetter = 8;
+constexpr uint32_t kWaysForBetter = 64;
 
 bool sameOctets(Bytes a, Bytes b) noexcept {
   return std::equal(a.begin(), a.end(), b.begin(), b.end());
@@ -317,10 +318,9 @@ bool PathBuilder::isDone(Mode mode) const noexcept {
            m_stopped == Reason::cancelled;
   }
   if (m_stopped != Reason::none) return true;
-  const std::vector<VerifiedPath>& verified = m_answer.verified;
-  if (verified.size() < std::max(m_options.paths, 1U)) return false;
-  return m_answer.used.signatures > m_signaturesAtFirst + kSignaturesForBetter ||
-         !std::all_of(verified.begin(), verified.end(), warnsOfIssuers);
+  if (m_answer.verified.size() < wanted()) return false;
+  return m_isWithoutWarnings || m_waysReached - m_waysAtFirst > kWaysForBetter ||
+         m_answer.used.signatures - m_signaturesAtFirst > kSignaturesForBetter;
 }
 
 const std::vector<Finding>& PathBuilder::findingsOf(NodeNumber number) {
@@ -428,8 +428,22 @@ void PathBuilder::accept(Path path) {
   verified.m_revocation = m_options.revocation;
   verified.m_leafVouched = m_isLeafVouched;
   verified.m_allVouched = m_areAllVouched;
-  if (m_answer.verified.empty()) m_signaturesAtFirst = m_answer.used.signatures;
-  m_answer.verified.push_back(std::move(verified));
+  keep(std::move(verified));
+}
+
+// Of more ways than are wanted, the one without warnings takes the place of the last.
+void PathBuilder::keep(VerifiedPath verified) {
+  if (m_answer.verified.empty()) {
+    m_signaturesAtFirst = m_answer.used.signatures;
+    m_waysAtFirst = m_waysReached;
+  }
+  const bool isWithoutWarnings = !warnsOfIssuers(verified);
+  m_isWithoutWarnings = m_isWithoutWarnings || isWithoutWarnings;
+  if (m_answer.verified.size() < wanted()) {
+    m_answer.verified.push_back(std::move(verified));
+  } else if (isWithoutWarnings) {
+    m_answer.verified.back() = std::move(verified);
+  }
 }
 
 Verification PathBuilder::answer() {
@@ -438,9 +452,6 @@ Verification PathBuilder::answer() {
   sortStably(verified, [](const VerifiedPath& a, const VerifiedPath& b) {
     return !warnsOfIssuers(a) && warnsOfIssuers(b);
   });
-  const size_t most = std::max(m_options.paths, 1U);
-  if (verified.size() > most)
-    verified.erase(verified.begin() + static_cast<ptrdiff_t>(most), verified.end());
   if (!verified.empty()) {
     m_answer.furthest = {};
   } else {

@@ -2,6 +2,7 @@
 
 // The search for ways from a leaf to an anchor.
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -130,6 +131,8 @@ class PathBuilder {
   Path pathOf(std::vector<Finding> findings, const IndexedAnchor* anchor) const;
   void keepIfFurther(Path path);
   void accept(Path path);
+  void keep(VerifiedPath verified);
+  size_t wanted() const noexcept { return std::max(m_options.paths, 1U); }
   Verification answer();
 
   bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
@@ -184,6 +187,8 @@ class PathBuilder {
 
   Verification m_answer;
   uint32_t m_signaturesAtFirst = 0;  // spent when the first way was found
+  uint32_t m_waysAtFirst = 0;        // tried when it was
+  bool m_isWithoutWarnings = false;  // a way was found that has none of issuers
   bool m_hasFurthest = false;
   Reason m_stopped = Reason::none;
 };
