@@ -131,6 +131,10 @@ cert("caOfNobody", "CA", 1, "Nobody", 9)
 cert("caMapping", "CA", 1, "Root", 0, exts=[(CP, policies(P1)), (PM, seq(seq(oid(P1), oid(P2))), True)])
 cert("leafMapped", LEAF, 9, "CA", 1, False, [(CP, policies(P2))])
 
+cert("middle", "Middle", 5, "CA", 1)
+cert("lower", "Lower", 4, "Middle", 5)
+cert("leafOfLower", LEAF, 9, "Lower", 4, False)
+
 
 def crl(label, issuer, key, *revoked, dates=(AT - DAY, AT + DAY)):
     out = Crl(name(issuer), ec_key(key), entries=[(made[each].serial, []) for each in revoked],

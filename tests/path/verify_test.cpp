@@ -247,6 +247,19 @@ TEST(Verify, CountsEveryLookAtACrowd) {
   }
 }
 
+// A part of which no link is left that leads to an anchor is not gone into for each of its crowd.
+TEST(Verify, LeavesWhatNoLongerLeadsToAnAnchor) {
+  std::vector<Certificate> issuers = several("lower middle ca");
+  for (const char* const label : {"lower", "middle", "ca"}) {
+    for (Certificate& each : crowdOf(label, 20)) issuers.push_back(std::move(each));
+  }
+  VerifyOptions options = asked();
+  options.limits.candidates = 1500;
+  const Verification found =
+      verify(named("leafOfLower"), TrustAnchors(several("root")), CertificateSet(issuers), options);
+  EXPECT_EQ(briefly(found), "leafOfLower lower middle ca root");
+}
+
 // For ways without warnings it looks on, though not at each way that there is.
 TEST(Verify, LooksOnForAWayWithoutWarnings) {
   std::vector<TrustAnchor> anchors = rootsByLength(200);

@@ -70,10 +70,11 @@ Verification PathBuilder::run() {
   if (!isCancelled() && anchor != nullptr) trustLeafItself(*anchor);
   m_nodes.push_back({&m_leaf});
   explore();
-  if (!isDone(Mode::decide)) search(Mode::decide);
+  if (!isDone()) search();
   if (m_isUnexplored && m_answer.verified.empty()) stop(Reason::tooManyCandidates);
   if (m_answer.verified.empty()) {
-    search(Mode::explain);
+    m_mode = Mode::explain;
+    search();
     if (!m_hasFurthest) explainDeadEnd();
   }
   return answer();
@@ -201,78 +202,130 @@ const CertificateFacts* PathBuilder::factsOf(const Link& link) const noexcept {
   return link.anchor->facts ? &*link.anchor->facts : nullptr;
 }
 
+uint32_t PathBuilder::mostCertificates() const noexcept {
+  return std::min(m_options.limits.certificates, kMostCertificates);
+}
+
 // Each length in turn, the shortest first.
-void PathBuilder::search(Mode mode) {
-  const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
+void PathBuilder::search() {
+  const uint32_t most = mostCertificates();
   m_isMeasured = false;
-  m_isCutShort = most < 2 && measure(mode);
+  m_isCutShort = most < 2 && measure();
   for (uint32_t length = 2; length <= most; ++length) {
-    if (isDone(mode) || !measure(mode)) return;
+    if (isDone() || !measure()) return;
     m_isCutShort = m_nodes.front().toAnchor >= length;  // no way is as short
     if (m_isCutShort) continue;
     m_way.assign(1, {});
-    climb(mode, length - 1);
+    climb(length - 1);
   }
   // To explain every link is followed, also those that no way that holds could have.
-  const bool isTold = mode == Mode::decide || m_waysReached == 0;
-  if (m_isCutShort && isTold) stop(Reason::tooManyCertificates);
+  const bool isTold = m_mode == Mode::decide || m_waysReached == 0;
+  if (m_isCutShort && isTold && measure()) stop(Reason::tooManyCertificates);
 }
 
 // How many links each certificate is below an anchor; false when the leaf is below none. Measured
 // anew only when a link was closed since.
-bool PathBuilder::measure(Mode mode) {
+bool PathBuilder::measure() {
   if (m_isMeasured) return m_nodes.front().toAnchor != kUnreachable;
   m_isMeasured = true;
-  const std::vector<uint32_t> firstBelow = countBelow(mode);
-  std::vector<NodeNumber> below(firstBelow.back());  // those of one issuer in a row
-  std::vector<uint32_t> ends(firstBelow.begin(), firstBelow.end() - 1);
+  findBelow();
   std::vector<NodeNumber> reached;
   reached.reserve(m_nodes.size());
   for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
     Node& node = m_nodes[number];
-    node.toAnchor = kUnreachable;
-    for (const Link& link : node.links) {
-      if (!isOpen(link, mode)) continue;
-      if (link.anchor == nullptr) {
-        below[ends[link.issuer]++] = number;
-      } else if (node.toAnchor == kUnreachable && isPassable(number, mode)) {
-        node.toAnchor = 1;
-        reached.push_back(number);
-      }
-    }
+    const bool isUnderAnchor =
+        std::any_of(node.links.begin(), node.links.end(),
+                    [&](const Link& link) { return link.anchor != nullptr && isOpen(link); });
+    const bool isReached = isUnderAnchor && isPassable(number);
+    node.toAnchor = isReached ? 1 : kUnreachable;
+    if (isReached) reached.push_back(number);
   }
   for (size_t i = 0; i < reached.size(); ++i) {
-    const NodeNumber issuer = reached[i];
-    for (uint32_t at = firstBelow[issuer]; at < firstBelow[issuer + 1]; ++at) {
-      Node& node = m_nodes[below[at]];
-      if (node.toAnchor != kUnreachable || !isPassable(below[at], mode)) continue;
-      node.toAnchor = m_nodes[issuer].toAnchor + 1;
-      reached.push_back(below[at]);
+    for (const Below& each : belowOf(reached[i])) {
+      Node& node = m_nodes[each.node];
+      if (node.toAnchor != kUnreachable || !isPassable(each.node)) continue;
+      node.toAnchor = m_nodes[reached[i]].toAnchor + 1;
+      reached.push_back(each.node);
     }
   }
+  for (const NodeNumber number : reached) m_nodes[number].nearest = nearestOf(number).second;
   return m_nodes.front().toAnchor != kUnreachable;
 }
 
-// For each certificate how many links lead to those before it; in the end, how many there are.
-std::vector<uint32_t> PathBuilder::countBelow(Mode mode) {
-  std::vector<uint32_t> before(m_nodes.size() + 1);
-  for (const Node& node : m_nodes) {
-    for (const Link& link : node.links) {
-      if (link.anchor == nullptr && isOpen(link, mode)) ++before[link.issuer + 1];
+// The links that lead to each certificate: those of one in a row.
+void PathBuilder::findBelow() {
+  m_firstBelow.assign(m_nodes.size() + 1, 0);
+  const auto forEachOpen = [&](auto visit) {
+    for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
+      const std::vector<Link>& links = m_nodes[number].links;
+      for (uint32_t i = 0; i < links.size(); ++i) {
+        if (links[i].anchor == nullptr && isOpen(links[i]))
+          visit(links[i].issuer, Below{number, i});
+      }
+    }
+  };
+  forEachOpen([&](NodeNumber issuer, const Below&) { ++m_firstBelow[issuer + 1]; });
+  std::partial_sum(m_firstBelow.begin(), m_firstBelow.end(), m_firstBelow.begin());
+  m_below.resize(m_firstBelow.back());
+  std::vector<uint32_t> ends(m_firstBelow.begin(), m_firstBelow.end() - 1);
+  forEachOpen([&](NodeNumber issuer, const Below& each) { m_below[ends[issuer]++] = each; });
+}
+
+std::span<const PathBuilder::Below> PathBuilder::belowOf(NodeNumber issuer) const noexcept {
+  return std::span(m_below).subspan(m_firstBelow[issuer],
+                                    m_firstBelow[issuer + 1] - m_firstBelow[issuer]);
+}
+
+// By its open links: how far a certificate is from an anchor, and over how many of them.
+std::pair<uint32_t, uint32_t> PathBuilder::nearestOf(NodeNumber number) {
+  uint32_t distance = kUnreachable;
+  uint32_t many = 0;
+  for (const Link& link : m_nodes[number].links) {
+    if (!isOpen(link)) continue;
+    const uint32_t above = link.anchor != nullptr ? 0 : m_nodes[link.issuer].toAnchor;
+    if (above == kUnreachable || above + 1 > distance) continue;
+    many = above + 1 == distance ? many + 1 : 1;
+    distance = above + 1;
+  }
+  return {distance, many};
+}
+
+// A link of a certificate was closed. Distances that rise by that are raised at once, or the search
+// would go into dead ends again and again. None is raised further once it is beyond what a way may
+// have, so that each link is visited no more often than that; those who issued one another and lead
+// nowhere else are found out when all is measured anew.
+void PathBuilder::close(NodeNumber number, const Link& link) {
+  m_isMeasured = false;
+  const uint32_t most = mostCertificates();
+  std::vector<NodeNumber> risen;
+  const auto lose = [&](NodeNumber lower, uint32_t above) {
+    Node& node = m_nodes[lower];
+    if (node.toAnchor < most && node.toAnchor == above + 1 && --node.nearest == 0) {
+      risen.push_back(lower);
+    }
+  };
+  lose(number, link.anchor != nullptr ? 0 : m_nodes[link.issuer].toAnchor);
+  while (!risen.empty()) {
+    const NodeNumber upper = risen.back();
+    risen.pop_back();
+    Node& node = m_nodes[upper];
+    const auto [distance, many] = nearestOf(upper);
+    const uint32_t before = std::exchange(node.toAnchor, distance);
+    node.nearest = many;
+    for (const Below& each : belowOf(upper)) {
+      if (isOpen(m_nodes[each.node].links[each.link])) lose(each.node, before);
     }
   }
-  std::partial_sum(before.begin(), before.end(), before.begin());
-  return before;
 }
 
 // Takes all ways on from the last certificate of the way that reach an anchor in `left` links, no
 // more and no less.
-void PathBuilder::climb(Mode mode, uint32_t left) {
+void PathBuilder::climb(uint32_t left) {
   const NodeNumber number = m_way.back().node;
-  for (size_t i = 0; i < m_nodes[number].links.size() && !isDone(mode); ++i) {
+  for (size_t i = 0; i < m_nodes[number].links.size() && !isDone(); ++i) {
     const Link& link = m_nodes[number].links[i];
     const bool endsHere = left == 1;
-    if (!isOpen(link, mode)) continue;
+    if (!isOpen(link)) continue;
     const uint32_t distance = link.anchor != nullptr ? 0 : m_nodes[link.issuer].toAnchor;
     if (distance == kUnreachable || (link.anchor != nullptr && !endsHere) || isOnWay(link))
       continue;
@@ -280,28 +333,28 @@ void PathBuilder::climb(Mode mode, uint32_t left) {
       m_isCutShort = true;
       continue;
     }
-    if (isCancelled() || !spendStep(mode)) return;
+    if (isCancelled() || !spendStep()) return;
     m_way.back().link = i;
     if (endsHere) {
       ++m_waysReached;
-      mode == Mode::decide ? decide() : explain();
+      m_mode == Mode::decide ? decide() : explain();
     } else {
       m_way.push_back({link.issuer});
-      climb(mode, left - 1);
+      climb(left - 1);
       m_way.pop_back();
     }
   }
 }
 
 // Whether a link is to be followed: to explain why there is no way, every one.
-bool PathBuilder::isOpen(const Link& link, Mode mode) {
-  if (mode == Mode::explain) return true;
+bool PathBuilder::isOpen(const Link& link) {
+  if (m_mode == Mode::explain) return true;
   if (link.check && link.check->verdict != SignatureVerdict::good) return false;
   return link.anchor == nullptr || !hasFailure(findingsOf(*link.anchor));
 }
 
-bool PathBuilder::isPassable(NodeNumber number, Mode mode) {
-  return mode == Mode::explain || !hasFailure(findingsOf(number));
+bool PathBuilder::isPassable(NodeNumber number) {
+  return m_mode == Mode::explain || !hasFailure(findingsOf(number));
 }
 
 bool PathBuilder::isOnWay(const Link& link) const {
@@ -312,8 +365,8 @@ bool PathBuilder::isOnWay(const Link& link) const {
   });
 }
 
-bool PathBuilder::isDone(Mode mode) const noexcept {
-  if (mode == Mode::explain) {
+bool PathBuilder::isDone() const noexcept {
+  if (m_mode == Mode::explain) {
     return m_waysExplained >= kMostExplained || m_stepsExplained > kMostStepsExplained ||
            m_stopped == Reason::cancelled;
   }
@@ -349,7 +402,7 @@ void PathBuilder::trustLeafItself(const IndexedAnchor& anchor) {
 
 // Where no way leads to an anchor: the best links as far as they go.
 void PathBuilder::explainDeadEnd() {
-  const uint32_t most = std::min(m_options.limits.certificates, kMostCertificates);
+  const uint32_t most = mostCertificates();
   m_way.assign(1, {});
   for (bool goesOn = true; goesOn && m_way.size() < most;) {
     goesOn = false;
@@ -471,8 +524,8 @@ bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason re
 
 // To explain has an allowance of its own: that the search was given up must not make the reason
 // untrue.
-bool PathBuilder::spendStep(Mode mode) noexcept {
-  if (mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
+bool PathBuilder::spendStep() noexcept {
+  if (m_mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
   return spend(m_steps, m_options.limits.candidates, 1, Reason::tooManyCandidates);
 }
 

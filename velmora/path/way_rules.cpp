@@ -167,8 +167,8 @@ const SignatureCheck* PathBuilder::check(size_t place) {
     }
     ofKey = compute(node, link);
   }
-  if (ofKey->verdict != SignatureVerdict::good) m_isMeasured = false;
   link.check = ofKey;
+  if (!isOpen(link)) close(m_way[place].node, link);
   return &*link.check;
 }
 

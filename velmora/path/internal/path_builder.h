@@ -64,6 +64,13 @@ class PathBuilder {
     std::optional<std::vector<Finding>> findings = {};
     std::unique_ptr<const JudgedNames> names = {};
     uint32_t toAnchor = 0;  // links up to the nearest anchor
+    uint32_t nearest = 0;   // how many of its links lead on in as many
+  };
+
+  // A link from below: whose, and which of his.
+  struct Below {
+    NodeNumber node = 0;
+    uint32_t link = 0;
   };
 
   // A certificate of the way, and which of its links was taken.
@@ -87,14 +94,18 @@ class PathBuilder {
   const CertificateFacts* factsOf(const Link& link) const noexcept;
 
   // Ways.
-  void search(Mode mode);
-  bool measure(Mode mode);
-  std::vector<uint32_t> countBelow(Mode mode);
-  void climb(Mode mode, uint32_t left);
-  bool isOpen(const Link& link, Mode mode);
-  bool isPassable(NodeNumber number, Mode mode);
+  uint32_t mostCertificates() const noexcept;
+  void search();
+  bool measure();
+  void findBelow();
+  std::span<const Below> belowOf(NodeNumber issuer) const noexcept;
+  std::pair<uint32_t, uint32_t> nearestOf(NodeNumber number);
+  void close(NodeNumber number, const Link& link);
+  void climb(uint32_t left);
+  bool isOpen(const Link& link);
+  bool isPassable(NodeNumber number);
   bool isOnWay(const Link& link) const;
-  bool isDone(Mode mode) const noexcept;
+  bool isDone() const noexcept;
 
   // What certificates are found to be by themselves.
   const std::vector<Finding>& findingsOf(NodeNumber number);
@@ -136,7 +147,7 @@ class PathBuilder {
   Verification answer();
 
   bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
-  bool spendStep(Mode mode) noexcept;
+  bool spendStep() noexcept;
   bool spendOnOthers(uint32_t& spent, uint32_t& used, uint32_t limit, uint64_t cost,
                      Reason reason) noexcept;
   bool isCancelled() noexcept;
@@ -171,6 +182,10 @@ class PathBuilder {
   // is above it too.
   std::map<std::pair<const IndexedCertificate*, size_t>, Signed> m_crlSigners;
 
+  std::vector<Below> m_below;  // of each issuer those that were open when all was measured
+  std::vector<uint32_t> m_firstBelow;
+
+  Mode m_mode = Mode::decide;
   std::vector<Step> m_way;
   uint32_t m_waysReached = 0;  // to an anchor
   uint32_t m_waysExplained = 0;
