@@ -190,6 +190,12 @@ TEST(Verify, StopsAtEachLimitAndKeepsTheWaysFound) {
     EXPECT_EQ(briefly(cut), row.reason);
     const std::vector<Finding>& found = cut.furthest.findings;
     EXPECT_TRUE(cut.furthest.anchor || reasonId(found.back().reason) == row.reason);
+    // Where nothing was to be tried, no limit but that of length kept anything from it.
+    options.at = *options.at + std::chrono::days(9000);
+    options.judgeAnchorDates = false;
+    EXPECT_EQ(briefly(ask("leaf", "rootCom", "ca", options)),
+              row.limit == &Limits::certificates ? row.reason : "expired");
+    options = asked();
     if (row.leastForBoth == row.least) continue;
     options.paths = 2;
     options.limits.*row.limit = row.leastForBoth;

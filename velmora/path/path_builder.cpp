@@ -22,6 +22,9 @@ constexpr size_t kUsualCertificates = 4;
 // How many ways are judged in full to say why there is none.
 constexpr uint32_t kMostExplained = 64;
 constexpr uint32_t kMostStepsExplained = 4096;
+// What that may take beyond what the limits leave: about an eighth of what they are by default.
+constexpr uint32_t kMostSignaturesExplained = 2048;
+constexpr uint32_t kMostComparisonsExplained = 65'536;
 
 // What may yet be spent on signatures, and how many ways may be tried, once a way holds, to find
 // one whose issuers are without warnings.
@@ -514,16 +517,27 @@ Verification PathBuilder::answer() {
 }
 
 bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept {
-  if (used > limit || cost > limit - used) {
-    stop(reason);
+  const uint64_t most = uint64_t{limit} + (m_mode == Mode::explain ? kMostSignaturesExplained : 0);
+  if (used + cost > std::min<uint64_t>(most, UINT32_MAX)) {
+    stopDeciding(reason);
     return false;
   }
   used += static_cast<uint32_t>(cost);
   return true;
 }
 
-// To explain has an allowance of its own: that the search was given up must not make the reason
-// untrue.
+uint32_t PathBuilder::comparisonsLeft() const noexcept {
+  const uint64_t more = m_mode == Mode::explain ? kMostComparisonsExplained : 0;
+  const uint64_t most = std::min<uint64_t>(m_options.limits.comparisons + more, UINT32_MAX);
+  return static_cast<uint32_t>(most - std::min<uint64_t>(m_answer.used.comparisons, most));
+}
+
+// To explain has allowances of its own: that it was given up must not make the reason untrue, since
+// it kept no way from being tried.
+void PathBuilder::stopDeciding(Reason reason) noexcept {
+  if (m_mode == Mode::decide) stop(reason);
+}
+
 bool PathBuilder::spendStep() noexcept {
   if (m_mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
   return spend(m_steps, m_options.limits.candidates, 1, Reason::tooManyCandidates);

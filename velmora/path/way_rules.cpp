@@ -249,19 +249,18 @@ void PathBuilder::judgeConstraints(std::vector<Finding>& findings) {
 
 void PathBuilder::judgeConstraints(const PreparedConstraints& constraints, size_t below,
                                    std::vector<Finding>& findings) {
-  const uint32_t limit = m_options.limits.comparisons;
-  uint32_t& used = m_answer.used.comparisons;
   for (size_t place = below; place-- > 0;) {
     Node& node = nodeAt(place);
     if (place != 0 && node.facts->isSelfIssued) continue;
     const auto [found, isNew] = m_constrained.try_emplace({&constraints, m_way[place].node});
     if (isNew) {
       if (!node.names) node.names = std::make_unique<const JudgedNames>(node.facts->certificate);
-      uint32_t left = limit - std::min(used, limit);
+      const uint32_t before = comparisonsLeft();
+      uint32_t left = before;
       const bool isJudged = constraints.judge(*node.names, left, found->second);
-      used = limit - left;
+      m_answer.used.comparisons += before - left;
       if (!isJudged) {
-        stop(Reason::tooManyComparisons);
+        stopDeciding(Reason::tooManyComparisons);
         found->second.assign(1, findingOf(Reason::tooManyComparisons, 0));
       }
     }
@@ -277,12 +276,12 @@ void PathBuilder::judgeWayPolicies(std::vector<Finding>& findings) {
     const CertificateFacts& facts = *nodeAt(place).facts;
     way.push_back({&facts.policies, facts.isSelfIssued});
   }
-  const uint32_t limit = m_options.limits.comparisons;
-  uint32_t left = limit - std::min(m_answer.used.comparisons, limit);
+  const uint32_t before = comparisonsLeft();
+  uint32_t left = before;
   m_policies = judgePolicies(way, m_options.policies, left);
-  m_answer.used.comparisons = limit - left;
+  m_answer.used.comparisons += before - left;
   if (!m_policies.isCounted) {
-    stop(Reason::tooManyComparisons);
+    stopDeciding(Reason::tooManyComparisons);
     findings.push_back(findingOf(Reason::tooManyComparisons, 0));
   } else if (!m_policies.isEnough) {
     const size_t at = std::min<size_t>(m_policies.refusedAt, m_way.size() - 1);

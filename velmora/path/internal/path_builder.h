@@ -147,9 +147,11 @@ class PathBuilder {
   Verification answer();
 
   bool spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept;
+  uint32_t comparisonsLeft() const noexcept;
   bool spendStep() noexcept;
   bool spendOnOthers(uint32_t& spent, uint32_t& used, uint32_t limit, uint64_t cost,
                      Reason reason) noexcept;
+  void stopDeciding(Reason reason) noexcept;
   bool isCancelled() noexcept;
   void stop(Reason reason) noexcept {
     if (m_stopped == Reason::none) m_stopped = reason;
