@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "tests/certificate/typed_test.h"
+#include "velmora/certificate/date_text.h"
 
 namespace velmora::test {
 namespace {
@@ -74,6 +75,7 @@ TEST(Certificate, ReadsDates) {
       }
       const auto moment = isLast ? validity->notAfter : validity->notBefore;
       EXPECT_EQ(moment.time_since_epoch().count(), *seconds);
+      EXPECT_EQ(parseIso8601(toIso8601(moment)).value_or({}), moment);
     }
   }
 }

@@ -23,8 +23,7 @@ void runExpires(const Arguments& arguments, Console& console) {
     if (!expired && secondsBetween(now, *end) >= days * std::chrono::hours(24)) return;
     console.raise(ExitStatus::kNo);
     if (end) {
-      appendDate(*end, out);
-      print(out, expired ? "  expired " : "  expires in ");
+      print(out, toIso8601(*end), expired ? "  expired " : "  expires in ");
       appendSpan(expired ? secondsBetween(*end, now) : secondsBetween(now, *end), out);
       print(out, expired ? " ago" : "");
     } else {

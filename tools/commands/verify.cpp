@@ -86,9 +86,11 @@ VerifyOptions readOptions(const Arguments& arguments) {
   readPurpose(arguments, options);
   readTarget(arguments, options);
   options.at = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  if (const auto given = arguments.value("--at")) options.at = parseIsoTime(*given);
-  if (!options.at) {
-    throw UsageError("option \"--at\" needs a time such as 2025-01-31 or 2025-01-31T23:59:59Z");
+  if (const auto given = arguments.value("--at")) {
+    const Result<std::chrono::sys_seconds> at = parseIso8601(*given);
+    if (!at)
+      throw UsageError("option \"--at\" needs a time such as 2025-01-31 or 2025-01-31T23:59:59Z");
+    options.at = *at;
   }
   readPolicies(arguments, options.policies);
   options.allowSha1 = arguments.has("--allow-sha1");

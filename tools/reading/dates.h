@@ -1,24 +1,18 @@
 #pragma once
 
-// Dates and spans of time between certificates, the command line and people.
+// Dates and spans of time as people are told them.
 
 #include <chrono>
-#include <optional>
-#include <string_view>
 
-#include "tools/render/json_writer.h"
-#include "velmora/certificate/result.h"
+#include "velmora/certificate/date_text.h"
+#include "velmora/support/text/string_buffer.h"
 
 namespace velmora::tool {
 
-/// Reads "2025-01-31" or "2025-01-31T23:59:59Z", in UTC; none for any other text.
-std::optional<std::chrono::sys_seconds> parseIsoTime(std::string_view text);
-
-/// Appends "2025-01-31T23:59:59Z"; false, with nothing appended, outside the years 0 to 9999.
-bool appendDate(std::chrono::sys_seconds date, StringBuffer& out);
-
-/// Writes the same as a member; null for what is no date.
-void writeDate(std::string_view key, const Result<std::chrono::sys_seconds>& date, JsonLine& line);
+/// Empty for what is no date.
+inline std::string dateText(const Result<std::chrono::sys_seconds>& date) {
+  return date ? toIso8601(*date) : std::string();
+}
 
 /// Appends a span of time in words: "3 days", "1 hour", "less than an hour".
 void appendSpan(std::chrono::seconds span, StringBuffer& out);

@@ -170,12 +170,10 @@ void writeValue(const NameConstraints& constraints, JsonLine& line) {
 void writeMoment(std::string_view key, std::chrono::sys_time<std::chrono::milliseconds> at,
                  JsonLine& line) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(at);
-  StringBuffer text;
-  if (!appendDate(seconds, text)) return line.null(key);
+  std::string text = toIso8601(seconds);
   const std::string fraction = std::to_string(1000 + (at - seconds).count()).substr(1);
-  text.truncate(text.getSize() - 1);
-  print(text, '.', fraction, 'Z');
-  line.word(key, whole(text).view());
+  if (!text.empty()) text.replace(text.size() - 1, 1, "." + fraction + "Z");
+  line.word(key, text);
 }
 
 void writeValue(const std::vector<SignedTimestamp>& stamps, JsonLine& line) {

@@ -17,10 +17,8 @@ StringBuffer textOf(const Name& name) {
   return text;
 }
 
-StringBuffer textOf(const Result<std::chrono::sys_seconds>& date) {
-  StringBuffer text;
-  if (!date || !appendDate(*date, text)) text.append("?");
-  return text;
+std::string textOf(const Result<std::chrono::sys_seconds>& date) {
+  return date ? toIso8601(*date) : "?";
 }
 
 std::string_view purposeOf(const PathQuestion& question) {
@@ -115,8 +113,8 @@ void writePath(const PathQuestion& question, const Path& path, const VerifiedPat
     line.text("subject", textOf(certificate.subject()).view());
     const auto found = question.places.find(certificate);
     if (found != question.places.end()) writePlace(found->second, line);
-    writeDate("notBefore", certificate.notBefore(), line);
-    writeDate("notAfter", certificate.notAfter(), line);
+    line.word("notBefore", dateText(certificate.notBefore()));
+    line.word("notAfter", dateText(certificate.notAfter()));
     writeFindings(question, path, place++, line);
   });
   if (verified != nullptr) {
@@ -156,7 +154,7 @@ void appendPathJson(const PathQuestion& question, const InputPlace& leaf,
   line.boolean("verified", static_cast<bool>(answer));
   line.textOrNull("reason", answer ? std::string_view() : answer.id());
   line.textOrNull("text", textOf(answer, question));
-  writeDate("at", *options.at, line);
+  line.word("at", toIso8601(*options.at));
   line.text("purpose", purposeOf(question));
   line.textOrNull("target", options.target.text());
   line.text("profile", kProfiles[static_cast<size_t>(options.profile)]);

@@ -30,8 +30,8 @@ void writeFields(const Certificate& certificate, const ShownCertificate& shown, 
   writeName("issuer", certificate.issuer(), shown.issuer, line);
   line.hex("serialNumber", certificate.parts().serial);
   version.number ? line.number("version", *version.number) : line.null("version");
-  writeDate("notBefore", shown.notBefore, line);
-  writeDate("notAfter", shown.notAfter, line);
+  line.word("notBefore", dateText(shown.notBefore));
+  line.word("notAfter", dateText(shown.notAfter));
   writeValidNow(shown, line);
   line.word("signatureAlgorithm", DottedOid(certificate.signatureAlgorithm()).text());
   line.word("publicKeyAlgorithm", DottedOid(shown.key.algorithm).text());

@@ -147,7 +147,7 @@ class ShowText {
 
   void date(std::string_view name, const Result<std::chrono::sys_seconds>& time) {
     label(name);
-    time ? static_cast<void>(appendDate(*time, m_out)) : unreadable();
+    time ? print(m_out, toIso8601(*time)) : unreadable();
   }
 
   void remark(Colour tone, std::string_view before, std::chrono::seconds span,
