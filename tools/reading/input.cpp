@@ -1,15 +1,13 @@
 #include "tools/reading/input.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 
 #include "velmora/reading/certificate_reader.h"
+#include "velmora/reading/file_pieces.h"
 #include "velmora/reading/reading.h"
 #include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/ascii.h"
@@ -18,23 +16,6 @@
 namespace velmora::tool {
 
 namespace {
-
-constexpr size_t kChunkSize = size_t{256} << 10;
-
-class Descriptor {
- public:
-  explicit Descriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
-  ~Descriptor() {
-    if (m_descriptor > STDERR_FILENO) ::close(m_descriptor);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const noexcept { return m_descriptor; }
-
- private:
-  int m_descriptor;
-};
 
 // The reason, and where in the block it lies.
 StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine) {
@@ -159,20 +140,8 @@ class SourceSink final : public TypedCertificateSink {
   Console& m_console;
 };
 
-// Hands each piece of a source to `take` until that is false; 0, or what reading failed with.
-template <class Take>
-int readPieces(std::string_view source, Take take) {
-  const bool isStandardInput = source == "-";
-  const Descriptor file(
-      isStandardInput ? STDIN_FILENO : ::open(std::string(source).c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) return errno;
-  const auto chunk = std::make_unique<char[]>(kChunkSize);
-  for (;;) {
-    const ssize_t size = ::read(file.get(), chunk.get(), kChunkSize);
-    if (size < 0 && errno == EINTR) continue;
-    if (size < 0) return errno;
-    if (size == 0 || !take(std::string_view(chunk.get(), static_cast<size_t>(size)))) return 0;
-  }
+int readSource(std::string_view source, const TakePiece& take) {
+  return source == "-" ? readPieces(STDIN_FILENO, take) : readPieces(std::string(source), take);
 }
 
 }  // namespace
@@ -183,7 +152,7 @@ void visitCertificates(const std::vector<std::string_view>& sources, Console& co
     Failures failures(source, visitFailure, console);
     SourceSink sink(source, visit, failures, console);
     CertificateReader reader(sink);
-    const int error = readPieces(source, [&](std::string_view piece) {
+    const int error = readSource(source, [&](auto piece) {
       const bool wantsMore = reader.feed(piece);
       // What a pipe brought goes out at once: its other end may wait for it.
       failures.endRun();
@@ -222,9 +191,9 @@ std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console&
   for (const std::string_view source : sources) {
     const VisitFailure nobody;
     Failures failures(source, nobody, console);
-    std::string content;
-    const int error = readPieces(source, [&](std::string_view piece) {
-      content += piece;
+    std::vector<unsigned char> content;
+    const int error = readSource(source, [&](auto piece) {
+      content.insert(content.end(), piece.begin(), piece.end());
       return true;
     });
     if (error != 0) {

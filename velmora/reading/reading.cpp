@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <system_error>
 
-#include "velmora/reading/internal/file_feeding.h"
+#include "velmora/reading/file_pieces.h"
 #include "velmora/support/asn1/ber_walk.h"
 
 namespace velmora {
@@ -75,7 +75,8 @@ Reading readCertificateFile(const std::string& path) {
   Reading reading;
   ReadingSink sink(reading);
   CertificateReader reader(sink);
-  if (const int error = feedFile(path, reader); error != 0) {
+  const int error = readPieces(path, [&](auto piece) { return reader.feed(piece); });
+  if (error != 0) {
     reading.failures.push_back({reader.count(),
                                 0,
                                 0,

@@ -1,12 +1,14 @@
 #include "velmora/reading/trusted_root_loading.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "velmora/reading/certificate_reader.h"
-#include "velmora/reading/internal/file_feeding.h"
+#include "velmora/reading/file_pieces.h"
 #include "velmora/reading/root_files.h"
 #include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/log/first_error_log.h"
@@ -80,7 +82,8 @@ class RootSink final : public CertificateSink {
 void readFile(const std::string& path, RootSink& sink) {
   sink.startFile(path);
   CertificateReader reader(sink);
-  if (const int error = feedFile(path, reader); error != 0) {
+  const int error = readPieces(path, [&](auto piece) { return reader.feed(piece); });
+  if (error != 0) {
     return sink.refuseFile(std::generic_category().message(error));
   }
   reader.finish();
@@ -114,7 +117,7 @@ const char* systemTrustedRootsPath() {
   const char* chosen = std::getenv("SSL_CERT_FILE");
   if (chosen != nullptr && *chosen != '\0') return chosen;
   for (const char* place : kUsualPlaces) {
-    if (canBeOpened(place)) return place;
+    if (::access(place, R_OK) == 0) return place;
   }
   return nullptr;
 }
