@@ -518,14 +518,22 @@ def parse_crl(der):
 
 
 def crl_signers(c, way, o, asks):
-    """Its issuer, the anchor, and others of that name that somebody above issued and with which nothing is wrong."""
+    """Its issuer, the anchor, and others of that name that somebody above issued and with which nothing is wrong; and those
+    of the others who are in doubt, because what is known of their revocation is not enough."""
     above = way[way.index(c) + 1:]
-    others = [each for each in o["others"] if each.subject == c.issuer and
-              own_faults(each, o, False) <= {"notACa", "mayNotSign"} and
-              any(up.subject == each.issuer and not bad_signature(each, up.spki) and
-                  not (asks and revoked(each, [each, *above[n:]], o, False, [up])) for n, up in enumerate(above))]
-    own = [each for each in (above[0], above[-1]) if each.subject == c.issuer]
-    return [each for each in own + others if may_sign_crls(each)]
+    own, doubtful = [each for each in (above[0], above[-1]) if each.subject == c.issuer], []
+    for each in o["others"]:
+        if each.subject == c.issuer and own_faults(each, o, False) <= {"notACa", "mayNotSign"}:
+            states = [stands(each, [each, *above[n:]], o, asks) for n, up in enumerate(above)
+                      if up.subject == each.issuer and not bad_signature(each, up.spki)]
+            (own if "good" in states else doubtful if "doubt" in states else []).append(each)
+    return [[each for each in some if may_sign_crls(each)] for some in (own, doubtful)]
+
+
+def stands(signer, way, o, asks):
+    """The one above alone vouches and puts out; all who could revoke a CA there cast doubt."""
+    alone, all_say = [asks and revoked(signer, way, o, False, [way[1]], others) for others in (False, True)]
+    return "good" if not all_say else "out" if alone == {"revoked"} else "doubt"
 
 
 def may_sign_crls(c):
@@ -537,24 +545,27 @@ def is_in_scope(crl, c):
         0 not in crl.scope or crl.points & content(c, CDP, set()))
 
 
-def revoked(c, way, o, is_leaf, vouching=None):
-    """With some named who alone may vouch, the others' CRLs count for what they list."""
+def revoked(c, way, o, is_leaf, vouching=None, others_list=True):
+    """With some named who alone may vouch, the others' CRLs count for what they list, or not at all."""
     required = o.get("require_crl") == "all" or o.get("require_crl") == "leaf" and is_leaf
     theirs = [crl for crl in o["crls"] if crl.issuer == c.issuer]
     is_exempt = not c.is_ca and NOREV in c.ext and not {CDP, FRESH} & set(c.ext) and not unreadable(c, {NOREV}, set())
     if is_exempt or not required and not theirs:
         return set()
-    signers = crl_signers(c, way, o, vouching is None)
+    signers, doubtful = crl_signers(c, way, o, vouching is None)
     alone = signers if vouching is None else [each for each in vouching if may_sign_crls(each)]
-    believed = [crl for crl in theirs if len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1] and not crl.flaws and
-                not weak_hash(crl, o) and
-                any(not bad_signature(crl, each.spki) for each in (signers if c.serial in crl.entries else alone))]
+    in_time = [crl for crl in theirs if len(crl.dates) == 2 and crl.dates[0] <= o["at"] <= crl.dates[1] and not crl.flaws and
+               not weak_hash(crl, o)]
+    lists = lambda crl: c.serial in crl.entries and c.serial not in crl.removed and 5 not in crl.scope
+    believed = [crl for crl in in_time if any(not bad_signature(crl, each.spki) for each in (
+        signers if others_list and c.serial in crl.entries else alone))]
     usable = [crl for crl in believed if is_in_scope(crl, c) and not crl.unusable]
     newest = [crl for crl in usable if crl.dates[0] == max(each.dates[0] for each in usable if each.scope == crl.scope)]
-    others = [crl for crl in believed if crl not in usable and c.serial not in crl.removed and 5 not in crl.scope]
-    if any(c.serial in crl.entries for crl in newest + others):
+    if any(c.serial in crl.entries for crl in newest) or any(lists(crl) for crl in believed if crl not in usable):
         return {"revoked"}
-    return those(revocationUnknown=not set().union(*(crl.reasons for crl in newest)) >= set(range(1, 9)))
+    is_doubted = any(lists(crl) and any(not bad_signature(crl, each.spki) for each in doubtful) and (
+        crl.unusable or all(crl.dates[0] >= each.dates[0] for each in usable if each.scope == crl.scope)) for crl in in_time)
+    return those(revocationUnknown=is_doubted or not set().union(*(crl.reasons for crl in newest)) >= set(range(1, 9)))
 
 
 # ---- Profiles

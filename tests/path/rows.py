@@ -429,6 +429,16 @@ def other_revoker(case, cert, crl, bad):
     case.crl(other, case.others[-2].serial if bad else integer(3), dates=dated(AT - DAY // 2, AT + DAY))
 
 
+def revoked_revoker(case, cert, crl, bad):
+    """Who revokes the signer of the newest CRL, which lists the certificate, may be revoked itself: an older one lists nothing."""
+    other_revoker(case, cert, crl, True)
+    crl.entries.append((cert.serial if bad else integer(3), []))
+    other, revoker = case.others[-2:]
+    issuer = case.way[case.way.index(cert) + 1]
+    next(each for each in case.crls if each.signer is revoker.signer).entries.append((revoker.serial, []))
+    case.crl(issuer, dates=dated(AT - 2 * DAY, AT + DAY))
+
+
 def twin_above(case, cert, crl, bad):
     """A way is tried before on which the CA above is one that may not sign CRLs, and so lets no other signer stand."""
     other_signer(case, cert, crl, False)
@@ -442,6 +452,7 @@ def twin_above(case, cert, crl, bad):
 crl("twin above may not sign CRLs", "", twin_above, "all", "X")
 crl("signer of the CRL revoked", UNKNOWN, other_signer, "all", "X")
 crl("signer of the CRL revoked by another key", UNKNOWN, other_revoker, "all", "X")
+crl("signer of the CRL revoked by who is revoked", UNKNOWN, revoked_revoker, "all", "X")
 crl("revoked", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [])))
 crl("on hold", "revoked", lambda c, x, crl, b: crl.entries.append((x.serial if b else integer(3), [
     (REASON, False, tlv(10, b"\6"))])))

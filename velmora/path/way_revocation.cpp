@@ -194,33 +194,42 @@ class WayCrlSigners final : public CrlSigners {
     const auto [found, isNew] = m_builder.m_crlSigners.try_emplace({&signer, place}, Signed::no);
     if (!isNew) return found->second;
     found->second = isSignedBy(signer, above);
-    if (found->second == Signed::yes && isRevoked(signer, above, place)) found->second = Signed::no;
+    if (found->second == Signed::yes) found->second = doesStand(signer, above, place);
     return found->second;
   }
 
-  // What CRLs say of another signer that stands below a place of the way: revoked, or unknown where
-  // it has to be known. To let it stand takes the key that vouches for it; to revoke it, anybody
+  // Whether CRLs let another signer stand that is below a place of the way. To let it stand takes
+  // the key that vouches for it, and it alone puts the signer out; to cast doubt on it, anybody
   // does who could revoke a CA of the way there. That these might be revoked is not asked, so that
-  // nobody who is asked about is asked.
+  // nobody who is asked about is asked. What one in doubt has signed vouches for nothing, and yet
+  // what it lists is not good: with a stolen key, or a crowd that uses up what may be looked at,
+  // nobody silences who says that a certificate is revoked.
   template <class Above>
-  bool isRevoked(const IndexedCertificate& signer, const Above& above, size_t place) {
+  Signed doesStand(const IndexedCertificate& signer, const Above& above, size_t place) {
     class SignersOfOne final : public CrlSigners {
      public:
       SignersOfOne(WayCrlSigners& all, const Above& vouching, size_t below)
           : m_all(all), m_vouching(vouching), m_revoking(all.m_builder, below, false) {}
       Signed haveSigned(const Crl& crl, bool lists) override {
-        if (lists) return m_revoking.haveSigned(crl, lists);
-        return maySignCrls(m_vouching) ? m_all.hasSigned(crl, m_vouching) : Signed::no;
+        const Signed byThis =
+            maySignCrls(m_vouching) ? m_all.hasSigned(crl, m_vouching) : Signed::no;
+        isInDoubt = isInDoubt || (lists && byThis == Signed::no &&
+                                  m_revoking.haveSigned(crl, lists) != Signed::no);
+        return byThis;
       }
       bool mayLook(uint64_t crls) override { return m_all.mayLook(crls); }
+
+      bool isInDoubt = false;
 
      private:
       WayCrlSigners& m_all;
       const Above& m_vouching;
       WayCrlSigners m_revoking;
     } signers(*this, above, place - 1);
-    return !isGoodEnough(m_builder.askCrls(signer.facts, signers),
-                         m_builder.m_options.revocation == Revocation::all);
+    const RevocationState state = m_builder.askCrls(signer.facts, signers);
+    const bool isAsked = m_builder.m_options.revocation == Revocation::all;
+    if (state == RevocationState::revoked) return Signed::no;
+    return isGoodEnough(state, isAsked) && !signers.isInDoubt ? Signed::yes : Signed::unsettled;
   }
 
   template <class Signer>
