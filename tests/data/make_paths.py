@@ -103,7 +103,7 @@ cert("caTwin", "CA", 1, "Root", 0)
 cert("caSpoilt", "CA", 1, "Root", 0, spoil=1)
 cert("caSha1", "CA", 1, "Root", 0, sha1=True)
 cert("caOfSecond", "CA", 1, "Second", 3)
-cert("caWarned", "CA", 1, "Root", 0, serial=integer(0))
+cert("caWarned", "CA", 1, "Root", 0, serial=integer(0), dates=[time(AT - DAY), time(AT + 365 * DAY)])  # tried first
 cert("caVersion1", "CA", 1, "Root", 0, version=0, drop=(AKI, BC, KU, SKI))
 
 root("root")

@@ -153,8 +153,9 @@ PathBuilder::NodeNumber PathBuilder::numberOf(const IndexedCertificate& certific
 }
 
 // Anchors first, then those whose key identifier is the one that the certificate names, those that
-// have none, and the others; of those the ones that are valid, then the latest, then by octets,
-// whichever set they are in. Identifiers order the candidates and forbid nothing.
+// have none, and the others; of those the ones that are valid, then the latest, then by
+// fingerprint, whichever set they are in: octets would be dear to compare where a crowd differs
+// only at the end. Identifiers order the candidates and forbid nothing.
 void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& links) const {
   if (links.size() < 2) return;
   const auto rankOf = [&](const Link& link) {
@@ -175,7 +176,7 @@ void PathBuilder::sortLinks(const CertificateFacts& facts, std::vector<Link>& li
     const auto theirs = rankOf(b);
     if (ours != theirs) return ours < theirs;
     if (a.anchor != nullptr) return a.anchor < b.anchor;  // which stand in an order of their own
-    return m_nodes[a.issuer].facts->certificate < m_nodes[b.issuer].facts->certificate;
+    return m_nodes[a.issuer].indexed->fingerprint < m_nodes[b.issuer].indexed->fingerprint;
   });
 }
 
