@@ -47,6 +47,15 @@ Reason reasonOf(SignatureFault fault) {
   }
 }
 
+// Whether a self-issued certificate leaves out the identifier of its issuer's key.
+bool lacksIssuersKeyId(const CertificateFacts& facts) {
+  const Certificate& certificate = facts.certificate;
+  const bool mayHave = facts.version && *facts.version == 3;
+  if (!mayHave || !(certificate.subject() == certificate.issuer())) return false;
+  const Result<AuthorityKeyId> id = certificate.authorityKeyId();
+  return id ? !id->keyId : id.error().isAbsent();
+}
+
 std::string withoutFullStop(std::string_view sentence) {
   if (sentence.ends_with('.')) sentence.remove_suffix(1);
   return std::string(sentence);
@@ -220,15 +229,12 @@ void PathBuilder::judgeLengths(std::vector<Finding>& findings) const {
 
 // §4.2.1.1: a certificate that is self-issued may leave out the identifier of its issuer's key only
 // if the key is its own, which on a way it never is. Of all others departures tell.
-void PathBuilder::judgeIdentifiers(std::vector<Finding>& findings) const {
+void PathBuilder::judgeIdentifiers(std::vector<Finding>& findings) {
   if (m_options.profile != Profile::rfc5280) return;
   for (size_t place = 0; place < m_way.size(); ++place) {
-    const CertificateFacts& facts = *nodeAt(place).facts;
-    const Certificate& certificate = facts.certificate;
-    const bool mayHave = facts.version && *facts.version == 3;
-    const Result<AuthorityKeyId> id = certificate.authorityKeyId();
-    const bool isWithout = id ? !id->keyId : id.error().isAbsent();
-    if (!mayHave || !isWithout || !(certificate.subject() == certificate.issuer())) continue;
+    Node& node = nodeAt(place);
+    if (!node.lacksIssuersKeyId) node.lacksIssuersKeyId = lacksIssuersKeyId(*node.facts);
+    if (!*node.lacksIssuersKeyId) continue;
     findings.push_back(findingOf(Reason::departure, place));
     findings.back().departure = DepartureCode::noAuthorityKeyId;
     findings.back().about = oid::authorityKeyIdentifier;

@@ -63,8 +63,9 @@ class PathBuilder {
     std::vector<Link> links = {};                 // the best first
     std::optional<std::vector<Finding>> findings = {};
     std::unique_ptr<const JudgedNames> names = {};
-    uint32_t toAnchor = 0;  // links up to the nearest anchor
-    uint32_t nearest = 0;   // how many of its links lead on in as many
+    std::optional<bool> lacksIssuersKeyId = {};  // and is self-issued
+    uint32_t toAnchor = 0;                       // links up to the nearest anchor
+    uint32_t nearest = 0;                        // how many of its links lead on in as many
   };
 
   // A link from below: whose, and which of his.
@@ -122,7 +123,7 @@ class PathBuilder {
   const SignatureCheck* check(size_t place);
   SignatureCheck compute(const Node& node, const Link& link);
   void judgeLengths(std::vector<Finding>& findings) const;
-  void judgeIdentifiers(std::vector<Finding>& findings) const;
+  void judgeIdentifiers(std::vector<Finding>& findings);
   void judgeConstraints(std::vector<Finding>& findings);
   void judgeConstraints(const PreparedConstraints& constraints, size_t below,
                         std::vector<Finding>& findings);
