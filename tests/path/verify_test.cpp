@@ -280,6 +280,10 @@ TEST(Verify, LooksOnForAWayWithoutWarnings) {
   };
   EXPECT_EQ(briefly(answer("caWarned")), "leaf caWarned key");
   EXPECT_LE(calls, 1 + 64 + 1U);
+  // Each of 199 says again what there is to warn of, which counts for all but the first.
+  options.paths = 200;
+  EXPECT_EQ(answer("caWarned").used.comparisons, answer("ca").used.comparisons + 198);
+  options.paths = 1;
   anchors = {TrustAnchor(named("root"))};
   EXPECT_EQ(briefly(answer("caWarned ca")), "leaf ca root");
   EXPECT_EQ(calls, 2U);

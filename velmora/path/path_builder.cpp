@@ -453,13 +453,13 @@ Path PathBuilder::pathOf(std::vector<Finding> findings, const IndexedAnchor* anc
 // A way to an anchor is further than one that ends before; then that is further whose gravest
 // failure is less grave, then the one with fewer, then the one that was met first.
 void PathBuilder::keepIfFurther(Path path) {
-  sortFindings(path.findings);
   const auto rankOf = [](const Path& each) {
     const auto failures = std::count_if(each.findings.begin(), each.findings.end(),
                                         [](const Finding& finding) { return finding.isFailure(); });
     return std::tuple(each.anchor.has_value(), each.reason(), -failures);
   };
   if (m_hasFurthest && rankOf(path) <= rankOf(m_answer.furthest)) return;
+  sortFindings(path.findings);
   m_answer.furthest = std::move(path);
   m_hasFurthest = true;
 }

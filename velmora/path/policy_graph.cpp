@@ -143,7 +143,9 @@ class PolicyJudge {
   bool addLevel(size_t i) {
     const std::vector<Policy>& policies = m_way[i].policies->policies;
     const Level& above = m_levels.back();
-    if (!spend(1 + policies.size() + above.expectations.size())) return false;
+    size_t cost = 1 + policies.size() + above.expectations.size();
+    for (const Policy& policy : policies) cost += policy.qualifiers.size();
+    if (!spend(cost)) return false;
     Level level;
     level.nodes.reserve(policies.size());
     bool hasAny = false;

@@ -109,10 +109,20 @@ void PathBuilder::decide() {
   if (!hasFailure(findings)) judgeConstraints(findings);
   if (!hasFailure(findings)) judgeWayPolicies(findings);
   if (!hasFailure(findings)) judgeRevocation(findings);
-  if (hasFailure(findings) || m_stopped != Reason::none) return;
+  if (hasFailure(findings) || m_stopped != Reason::none || !mayHoldAnother()) return;
   const std::vector<Finding> own = ownFindings();
   findings.insert(findings.end(), own.begin(), own.end());
   accept(pathOf(std::move(findings), &anchorOfWay()));
+}
+
+// Ways that hold are as many as a CA likes to make, and each says again what its certificates say:
+// all but the first are counted by that.
+bool PathBuilder::mayHoldAnother() {
+  if (!std::exchange(m_holdsAny, true)) return true;
+  uint64_t said = m_policies.held.size();
+  for (const Step& step : m_way) said += 1 + findingsOf(step.node).size();
+  return spend(m_answer.used.comparisons, m_options.limits.comparisons, said,
+               Reason::tooManyComparisons);
 }
 
 // All that is wrong; but what nothing trusted vouches for is not computed with.

@@ -114,6 +114,7 @@ class PathBuilder {
 
   // A way that reaches an anchor.
   void decide();
+  bool mayHoldAnother();
   void explain();
   void explainDeadEnd();
   bool isNamed(const std::optional<std::string>& name) const noexcept;
@@ -198,6 +199,7 @@ class PathBuilder {
   bool m_isUnexplored = false;  // there are more issuers than may be looked at
   bool m_isMeasured = false;    // and no link was closed since
   bool m_isCutShort = false;    // there are longer ways than may be taken
+  bool m_holdsAny = false;      // a way was found that holds, but for the caller's last word
   PolicyAnswer m_policies;
   bool m_isLeafKeyJudged = false;
   bool m_isLeafVouched = false;
