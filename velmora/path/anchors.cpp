@@ -28,7 +28,7 @@ struct NameText {
   std::string operator()(const Text& name) const {
     return keyOf(name).value_or("");
   }
-  std::string operator()(const IpRange& range) const { return range.text(); }
+  std::string operator()(const IpRange& range) const { return '/' + range.text(); }
   std::string operator()(const RawName& raw) const {
     return std::string(reinterpret_cast<const char*>(raw.der.data()), raw.der.size());
   }
