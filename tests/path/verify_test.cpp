@@ -303,6 +303,18 @@ TEST(Verify, SaysWhenLongerWaysWereNotTried) {
   }
 }
 
+// Not what is wrong with a crowd in an issuer's name.
+TEST(Verify, SaysWhatIsWrongWithTheWayThatIsSigned) {
+  std::vector<Certificate> issuers = crowdOf("ca", 500);
+  issuers.push_back(named("ca"));
+  const TrustAnchors anchors(several("root"));
+  VerifyOptions options = asked();
+  EXPECT_EQ(briefly(verify(named("leaf"), anchors, CertificateSet(issuers), options)),
+            "leaf ca root");
+  options.policies.accepted = {*Oid::parse("1.2.3")};
+  EXPECT_EQ(briefly(verify(named("leaf"), anchors, CertificateSet(issuers), options)), "noPolicy");
+}
+
 TEST(Verify, AllowsNoCurveButThoseThatAreNamed) {
   const Oid p256("1.2.840.10045.3.1.7"), p384("1.3.132.0.34"), ed25519("1.3.101.112");
   const Certificate& leaf = named("leaf");

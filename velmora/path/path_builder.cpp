@@ -77,6 +77,11 @@ Verification PathBuilder::run() {
   if (m_isUnexplored && m_answer.verified.empty()) stop(Reason::tooManyCandidates);
   if (m_answer.verified.empty()) {
     m_mode = Mode::explain;
+    for (std::vector<Step>& way : m_waysSigned) {
+      if (isDone()) break;
+      m_way = std::move(way);
+      explain();
+    }
     search();
     if (!m_hasFurthest) explainDeadEnd();
   }
@@ -374,7 +379,7 @@ bool PathBuilder::isDone() const noexcept {
     return m_waysExplained >= kMostExplained || m_stepsExplained > kMostStepsExplained ||
            m_stopped == Reason::cancelled;
   }
-  if (m_stopped != Reason::none) return true;
+  if (m_stopped != Reason::none || m_isLeafRefused) return true;
   if (m_answer.verified.size() < wanted()) return false;
   return m_isWithoutWarnings || m_waysReached - m_waysAtFirst > kWaysForBetter ||
          m_answer.used.signatures - m_signaturesAtFirst > kSignaturesForBetter;
@@ -518,7 +523,9 @@ Verification PathBuilder::answer() {
 }
 
 bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept {
-  const uint64_t most = uint64_t{limit} + (m_mode == Mode::explain ? kMostSignaturesExplained : 0);
+  const uint32_t more =
+      reason == Reason::tooManySignatures ? kMostSignaturesExplained : kMostComparisonsExplained;
+  const uint64_t most = uint64_t{limit} + (m_mode == Mode::explain ? more : 0);
   if (used + cost > std::min<uint64_t>(most, UINT32_MAX)) {
     stopDeciding(reason);
     return false;

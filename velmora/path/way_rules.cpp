@@ -103,16 +103,24 @@ std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(
 
 void PathBuilder::decide() {
   std::vector<Finding> findings;
-  if (!judgeSignatures(findings) || !judgeLeafKey()) return;
+  if (!judgeSignatures(findings)) return;
+  if (!judgeLeafKey()) return rememberWay();  // as every other would have to be
   judgeLengths(findings);
   judgeIdentifiers(findings);
   if (!hasFailure(findings)) judgeConstraints(findings);
   if (!hasFailure(findings)) judgeWayPolicies(findings);
   if (!hasFailure(findings)) judgeRevocation(findings);
-  if (hasFailure(findings) || m_stopped != Reason::none || !mayHoldAnother()) return;
+  if (hasFailure(findings)) return rememberWay();
+  if (m_stopped != Reason::none || !mayHoldAnother()) return;
   const std::vector<Finding> own = ownFindings();
   findings.insert(findings.end(), own.begin(), own.end());
   accept(pathOf(std::move(findings), &anchorOfWay()));
+}
+
+// A way whose signatures hold, and which is refused for something else, tells best why none holds:
+// of a crowd that anybody can make up no signature does.
+void PathBuilder::rememberWay() {
+  if (m_waysSigned.size() < kMostRemembered) m_waysSigned.push_back(m_way);
 }
 
 // Ways that hold are as many as a CA likes to make, and each says again what its certificates say:
@@ -216,8 +224,11 @@ SignatureCheck PathBuilder::compute(const Node& node, const Link& link) {
 bool PathBuilder::judgeLeafKey() {
   findingsOf(NodeNumber{0});
   std::vector<Finding>& findings = *m_nodes.front().findings;
-  if (!std::exchange(m_isLeafKeyJudged, true)) judgeKeyItself(m_leaf, findings);
-  return !hasFailure(findings);
+  if (std::exchange(m_isLeafKeyJudged, true)) return !m_isLeafRefused;
+  judgeKeyItself(m_leaf, findings);
+  m_isLeafRefused = hasFailure(findings);
+  if (m_isLeafRefused) m_isMeasured = false;
+  return !m_isLeafRefused;
 }
 
 // §6.1.4 (l) and (m).

@@ -80,6 +80,8 @@ class PathBuilder {
     size_t link = 0;
   };
 
+  static constexpr size_t kMostRemembered = 16;
+
   enum class Mode : uint8_t { decide, explain };
 
   // What is there.
@@ -114,6 +116,7 @@ class PathBuilder {
 
   // A way that reaches an anchor.
   void decide();
+  void rememberWay();
   bool mayHoldAnother();
   void explain();
   void explainDeadEnd();
@@ -191,7 +194,8 @@ class PathBuilder {
 
   Mode m_mode = Mode::decide;
   std::vector<Step> m_way;
-  uint32_t m_waysReached = 0;  // to an anchor
+  std::vector<std::vector<Step>> m_waysSigned;  // and refused, the first of them
+  uint32_t m_waysReached = 0;                   // to an anchor
   uint32_t m_waysExplained = 0;
   uint32_t m_stepsExplained = 0;
   uint32_t m_explored = 0;      // issuers that were looked at
@@ -202,6 +206,7 @@ class PathBuilder {
   bool m_holdsAny = false;      // a way was found that holds, but for the caller's last word
   PolicyAnswer m_policies;
   bool m_isLeafKeyJudged = false;
+  bool m_isLeafRefused = false;  // with the key, too
   bool m_isLeafVouched = false;
   bool m_areAllVouched = false;
 
