@@ -35,13 +35,14 @@ bool sameOctets(Bytes a, Bytes b) noexcept {
   return std::equal(a.begin(), a.end(), b.begin(), b.end());
 }
 
-// A loop is the same name and key, whatever else is in the certificates.
+// A loop is the same name and key, whatever else is in the certificates. Keys are the shorter to
+// compare: names may be as long as a crowd likes.
 bool isSame(const CertificateFacts& a, const CertificateFacts& b) noexcept {
-  return a.subject && a.subject == b.subject && sameOctets(a.spki, b.spki);
+  return sameOctets(a.spki, b.spki) && a.subject && a.subject == b.subject;
 }
 
 bool isSame(const CertificateFacts& a, const IndexedAnchor& b) noexcept {
-  return a.subject && *a.subject == b.name && sameOctets(a.spki, b.anchor.key());
+  return sameOctets(a.spki, b.anchor.key()) && a.subject && *a.subject == b.name;
 }
 
 bool hasFailure(const std::vector<Finding>& findings) noexcept {
