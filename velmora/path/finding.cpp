@@ -39,7 +39,7 @@ constexpr Kind kKinds[] = {
     {Reason::tooManySignatures, "tooManySignatures", "",
      "More signatures would have to be checked than is allowed."},
     {Reason::tooManyComparisons, "tooManyComparisons", "",
-     "More names or policies would have to be compared than is allowed."},
+     "More names, policies, CRLs or findings would have to be looked at than is allowed."},
     {Reason::wrongSignature, "wrongSignature", "RFC 5280 §6.1.3 (a)(1)",
      "The signature is not of the issuer's key."},
     {Reason::signatureRefused, "signatureRefused", "RFC 5280 §6.1.3 (a)(1)",
