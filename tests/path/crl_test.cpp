@@ -152,9 +152,12 @@ TEST(Crls, FindEverySerialNumberAndNoOther) {
   der::Bytes entries;
   for (const der::Bytes& serial : serials) entries += entry(serial);
   entries += entry("\x7F", sequence(reason(1)));  // which is there before without a reason
+  // Who is listed is revoked, though another entry removes him.
+  entries += entry("\x01gone", sequence(reason(8))) + entry("\x01gone", sequence(reason(1)));
   const Result<Crl> crl = parseCrl(crlWith(&CrlFields::revoked, sequence(entries)));
   ASSERT_TRUE(crl);
-  EXPECT_EQ(crl->size(), serials.size() + 1);
+  EXPECT_EQ(crl->size(), serials.size() + 3);
+  EXPECT_EQ(crl->find(bytesOf("\x01gone"))->reason, CrlReason::keyCompromise);
   for (const der::Bytes& serial : serials) {
     const Result<RevokedCertificate> found = crl->find(bytesOf(serial));
     ASSERT_TRUE(found);

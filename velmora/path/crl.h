@@ -56,7 +56,7 @@ class Crl {
 
   /// The entry with the content octets of a serial number: logarithmic in size(). It is the number
   /// that counts, so that octets which only repeat the sign make no other one. Of several entries
-  /// with one number the first. Error absent.
+  /// with one number the first that does not remove it from the list. Error absent.
   Result<RevokedCertificate> find(Bytes serial) const noexcept;
 
   /// Which certificates it is about. Errors absent, malformedExtension with the offset in the

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "velmora/path/internal/crl_data.h"
 #include "velmora/path/internal/general_name_key.h"
 
 namespace velmora {
@@ -113,7 +114,7 @@ class RevocationJudge {
   std::optional<RevokedCertificate> listed(const CrlIndex::Entry& entry) const noexcept {
     if (entry.scope.onlyAttributeCertificates) return std::nullopt;
     const Result<RevokedCertificate> found = entry.crl.find(m_subject.serial());
-    if (!found || found->reason == CrlReason::removeFromCrl) return std::nullopt;
+    if (!found || isRemoval(*found)) return std::nullopt;
     return *found;
   }
 

@@ -106,7 +106,8 @@ class CrlReader {
       if (hasExtensions && !m_isVersion2) m_mayVouch = false;
       const RevokedCertificate revoked = readRevoked(entry);
       // A removal makes sense beside a base alone (§5.3.1).
-      if (!revoked.isReadable || revoked.reason == CrlReason::removeFromCrl) m_mayVouch = false;
+      m_hasRemovals = m_hasRemovals || isRemoval(revoked);
+      if (!revoked.isReadable || isRemoval(revoked)) m_mayVouch = false;
     }
     return true;
   }
@@ -128,6 +129,23 @@ class CrlReader {
                     left.begin(), left.end(), right.begin(), right.end());
                 return order != 0 ? order < 0 : a.at < b.at;
               });
+    if (m_hasRemovals) putBackRemovals(data);
+  }
+
+  // Of the entries with one number, the first that does not remove it comes to the front.
+  static void putBackRemovals(CrlData& data) {
+    const auto end = data.entries.end();
+    for (auto first = data.entries.begin(), last = first; first != end; first = last) {
+      const Bytes serial = serialAt(data, first->at);
+      last = std::find_if(first, end, [&](const CrlEntryPlace& each) {
+        const Bytes other = serialAt(data, each.at);
+        return !std::equal(serial.begin(), serial.end(), other.begin(), other.end());
+      });
+      const auto listed = std::find_if(first, last, [&](const CrlEntryPlace& each) {
+        return !isRemoval(readRevoked(data, each.at));
+      });
+      if (listed != last) std::iter_swap(first, listed);
+    }
   }
 
   // §5.2. Whatever cannot be read, or is critical and not processed here, forbids to rely on what
@@ -169,6 +187,7 @@ class CrlReader {
   size_t m_count = 0;
   bool m_isVersion2 = false;
   bool m_mayVouch = true;
+  bool m_hasRemovals = false;
   std::optional<Error> m_fault;
 };
 

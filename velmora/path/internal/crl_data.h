@@ -71,7 +71,9 @@ struct CrlData {
   Bytes thisUpdate;  // identifier, length and contents; so is
   Bytes nextUpdate;  // which is empty where it is absent
   Bytes scope;       // the value of issuingDistributionPoint; empty where it is absent
-  std::vector<CrlEntryPlace> entries;  // by mark, then by number, then as they stand
+  // By mark, then by number; in front of one number an entry that does not remove it, if there is
+  // one, then as they stand.
+  std::vector<CrlEntryPlace> entries;
   bool mayVouch = true;
 };
 
@@ -84,8 +86,13 @@ uint32_t markOfSerial(Bytes shortest) noexcept;
 /// The shortest serial number of the entry at an offset.
 Bytes serialAt(const CrlData& data, uint32_t at) noexcept;
 
-/// What the entry says. False as isReadable also for what removes a certificate from the list.
 RevokedCertificate readRevoked(const CrlElement& entry) noexcept;
 RevokedCertificate readRevoked(const CrlData& data, uint32_t at) noexcept;
+
+/// Whether an entry does nothing but remove a certificate from the list; one that cannot be read
+/// lists it.
+inline bool isRemoval(const RevokedCertificate& entry) noexcept {
+  return entry.isReadable && entry.reason == CrlReason::removeFromCrl;
+}
 
 }  // namespace velmora
