@@ -88,13 +88,24 @@ TEST(Verify, JudgesEveryKeyOfTheWay) {
 const char* const kManyAnchors = "root rootTwin rootExpired rootOtherKey rootOrg second";
 const char* const kManyIssuers = "ca caTwin caOfSecond caSpoilt caWarned root second";
 
+// One whose signature is spoilt, so that others of the issuer's name are asked whether they made
+// it.
+Crl forgedCrl(const std::string& label) {
+  const Bytes der = pki().crls.at(label).der();
+  Octets forged(der.begin(), der.end());
+  forged.back() ^= std::byte{1};
+  return *Crl::parse(forged);
+}
+
 // What the searches of the following tests are about: some hold, some do not.
 std::vector<VerifyOptions> questions() {
   std::vector<VerifyOptions> all(5, asked());
   all[1].paths = 100;
   all[2].purpose = Purpose::server;
   all[2].target = *Target::host("elsewhere.example.com");
-  all[3].crls = CrlSet(listOf(pki().crls, "crlRevokedCa crlOfCa crlOfRoot"));
+  std::vector<Crl> crls = listOf(pki().crls, "crlRevokedCa crlOfCa crlOfRoot");
+  crls.push_back(forgedCrl("crlOfCa"));
+  all[3].crls = CrlSet(crls);
   all[3].revocation = Revocation::all;
   all[4].at = *all[4].at + std::chrono::days(9000);
   return all;
@@ -415,11 +426,7 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
 TEST(Verify, LeavesTheLimitToTheWayWhoeverMayHaveSignedCrls) {
   VerifyOptions options = asked();
   options.revocation = Revocation::all;
-  std::string forged(reinterpret_cast<const char*>(pki().crls.at("crlOfRoot").der().data()),
-                     pki().crls.at("crlOfRoot").der().size());
-  forged.back() ^= 1;
-  options.crls = CrlSet(
-      std::vector{pki().crls.at("crlOfRoot"), *Crl::parse(std::as_bytes(std::span(forged)))});
+  options.crls = CrlSet(std::vector{pki().crls.at("crlOfRoot"), forgedCrl("crlOfRoot")});
   for (const auto& [limit, expected, used] :
        {std::tuple(100u, "leafOfRoot root", 16u), std::tuple(12u, "leafOfRoot root", 12u),
         std::tuple(11u, "tooManySignatures", 16u)}) {  // to tell why has an allowance of its own

@@ -143,17 +143,15 @@ class WayCrlSigners final : public CrlSigners {
     const auto [found, isNew] = m_builder.m_otherSigners.try_emplace(name);
     PathBuilder::OtherSigners& others = found->second;
     if (!isNew) return others;
-    size_t count = 0;
-    for (const IntermediateIndex* const set : m_builder.m_sets) {
-      count += set->withSubject(name).size();
-    }
-    others.areAll = mayLookAtOthers(count);
+    others.areAll = true;
     for (size_t set = 0; others.areAll && set < m_builder.m_sets.size(); ++set) {
       for (const IndexedCertificate* const signer : m_builder.m_sets[set]->withSubject(name)) {
-        if (m_builder.isInSetBefore(set, signer->facts.certificate) || !maySign(*signer)) continue;
-        others.byKey[signer->keyDigest].push_back(signer);
+        if (m_builder.isInSetBefore(set, signer->facts.certificate)) continue;
+        others.areAll = others.areAll && mayLookAtOthers(1);
+        if (others.areAll && maySign(*signer)) others.byKey[signer->keyDigest].push_back(signer);
       }
     }
+    if (!others.areAll) others.byKey.clear();
     for (auto& [key, signers] : others.byKey) {
       std::sort(signers.begin(), signers.end(), [](const auto* a, const auto* b) {
         return a->facts.certificate < b->facts.certificate;
