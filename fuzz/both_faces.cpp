@@ -281,7 +281,9 @@ class Faces {
     DataBuffer der;
     _vmPublicKey loaded;
     const bool loads = m_frozen.get_PublicKey(der, m_log) && loaded.loadAnyDer(der, m_log);
-    require(loads || !IssuerKey(m_typed).isUsable(), "a key that is usable loads");
+    const bool isUsable = IssuerKey(m_typed).isUsable();
+    require(loads || !isUsable, "a key that is usable loads");
+    require(IssuerKey::isUsable(m_typed.parts().spki) == isUsable, "what is usable becomes ready");
     // 32 octets are an Ed25519 key to loadAnyDer, whatever they are.
     if (!loads || (der.size() == 32 && key->kind != KeyKind::ed25519)) return;
     const bool isRsa = key->kind == KeyKind::rsa || key->kind == KeyKind::rsaPss;

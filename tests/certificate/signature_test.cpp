@@ -177,6 +177,7 @@ TEST(Signatures, NeedAKeyThatSaysAllOfItself) {
     const IssuerKey key(std::as_bytes(std::span(spki)));
     EXPECT_EQ(key.check(parsed(all().byName(row.name).der)).fault, row.fault) << &row - rows;
     EXPECT_EQ(key.isUsable(), row.fault != SignatureFault::keyUnusable) << &row - rows;
+    EXPECT_EQ(IssuerKey::isUsable(std::as_bytes(std::span(spki))), key.isUsable()) << &row - rows;
   }
   const Bytes trailing = der::sequence(oidAnd(kRsa, der::null()), rsa) + der::null();
   EXPECT_FALSE(IssuerKey(std::as_bytes(std::span(trailing))).isUsable());

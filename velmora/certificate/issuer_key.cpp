@@ -104,6 +104,11 @@ SignatureFault computePss(const RsaKeyData& key, const SignatureScheme& scheme,
                                             : SignatureFault::otherSaltLength;
 }
 
+bool takeWhole(Bytes octets, Asn1Element& element) noexcept {
+  DerReader reader(octets, 0);
+  return reader.takeAny(element) && reader.atEnd();
+}
+
 SignatureFault faultOfPair(bool isReadable, bool isValid) noexcept {
   if (!isReadable) return SignatureFault::signatureMalformed;
   return isValid ? SignatureFault::none : SignatureFault::wrongSignature;
@@ -143,16 +148,31 @@ SignatureFault computeEd25519(const Ed25519KeyData& key, const SignedParts& part
 
 IssuerKey::IssuerKey(Bytes subjectPublicKeyInfo) noexcept {
   Asn1Element spki;
-  DerReader whole(subjectPublicKeyInfo, 0);
-  if (!whole.takeAny(spki) || !whole.atEnd()) return;
-  m_kind = kindOfKey(spki);
-  const Result<KeyParts> parts = readKey(spki);
-  if (!parts) return;
-  m_isBoundToUnknown = parts->isBoundToUnknown;
-  if (const auto& pss = parts->pss) {
+  if (!takeWhole(subjectPublicKeyInfo, spki)) return;
+  KeyParts parts;
+  const bool isWellFormed = !readKeyInto(spki, parts);
+  m_kind = isWellFormed ? parts.kind : kindOfKey(spki);
+  if (!isWellFormed) return;
+  m_isBoundToUnknown = parts.isBoundToUnknown;
+  if (const auto& pss = parts.pss) {
     m_boundTo = SignatureScheme{KeyKind::rsaPss, pss->hash, pss->maskHash, pss->saltLength};
   }
-  if (!load(*parts)) m_key.emplace<std::monostate>();
+  if (!load(parts)) m_key.emplace<std::monostate>();
+}
+
+bool IssuerKey::isUsable(Bytes subjectPublicKeyInfo) noexcept {
+  Asn1Element spki;
+  KeyParts parts;
+  if (!takeWhole(subjectPublicKeyInfo, spki) || readKeyInto(spki, parts)) return false;
+  switch (parts.kind) {
+    case KeyKind::rsa:
+    case KeyKind::rsaPss:
+      return RsaKeyData::isKey(octetsOf(parts.modulus), octetsOf(parts.exponent));
+    case KeyKind::ec:
+      return !parts.curve.empty() && EccKeyData::isKey(octetsOf(parts.curve), octetsOf(parts.bits));
+    default:
+      return IssuerKey(subjectPublicKeyInfo).isUsable();
+  }
 }
 
 bool IssuerKey::load(const KeyParts& parts) noexcept {
@@ -210,8 +230,7 @@ SignatureFault IssuerKey::faultOf(const SignedParts& parts) const noexcept {
     return SignatureFault::algorithmsDiffer;
   }
   Asn1Element algorithm;
-  DerReader outer(parts.outerAlgorithm, 0);
-  if (!outer.takeAny(algorithm) || !outer.atEnd()) return SignatureFault::parametersForbidden;
+  if (!takeWhole(parts.outerAlgorithm, algorithm)) return SignatureFault::parametersForbidden;
   const SchemeReading reading = readScheme(algorithm);
   if (reading.fault != SignatureFault::none) return reading.fault;
   if (!fits(reading.scheme)) return SignatureFault::keyDoesNotFit;

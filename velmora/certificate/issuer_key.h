@@ -39,6 +39,10 @@ class IssuerKey {
   /// their issuer's key and EC keys without a named curve do not.
   bool isUsable() const noexcept { return !std::holds_alternative<std::monostate>(m_key); }
 
+  /// The same of the DER of a SubjectPublicKeyInfo whose key is not to be made ready: a small part
+  /// of the work, but for Ed25519 and DSA.
+  static bool isUsable(Bytes subjectPublicKeyInfo) noexcept;
+
   /// Whether the signature of the certificate is this key's: Certificate::checkSignature.
   SignatureCheck check(const Certificate& certificate) const noexcept;
   /// The same for whatever else is signed in this way.

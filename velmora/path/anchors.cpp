@@ -115,7 +115,7 @@ Result<TrustAnchor> TrustAnchor::make(const Name& name, Bytes subjectPublicKeyIn
                                       AnchorConstraints constraints) noexcept try {
   const std::optional<std::string> folded = name.folded();
   if (!folded || folded->empty()) return Error{ErrorCode::malformedName};
-  if (!IssuerKey(subjectPublicKeyInfo).isUsable()) return Error{ErrorCode::malformedKey};
+  if (!IssuerKey::isUsable(subjectPublicKeyInfo)) return Error{ErrorCode::malformedKey};
   return TrustAnchor(name, Octets(subjectPublicKeyInfo.begin(), subjectPublicKeyInfo.end()),
                      std::move(constraints));
 } catch (const std::bad_alloc&) {

@@ -385,7 +385,7 @@ void judgeCertificate(const CertificateFacts& facts, Role role, const Question& 
 }
 
 void judgeKeyItself(const CertificateFacts& facts, std::vector<Finding>& findings) {
-  if (!isKeyNamed(findings) && facts.key && !IssuerKey(facts.certificate).isUsable()) {
+  if (!isKeyNamed(findings) && facts.key && !IssuerKey::isUsable(facts.spki)) {
     add(Reason::keyMalformed, findings);
   }
 }

@@ -32,6 +32,13 @@ bool EccKeyData::assign(std::span<const unsigned char> curveOid,
   return true;
 }
 
+bool EccKeyData::isKey(std::span<const unsigned char> curveOid,
+                       std::span<const unsigned char> point) noexcept {
+  const vartime::Curve* const curve = vartime::findCurve(curveOid);
+  vartime::CurvePoint decoded;
+  return curve != nullptr && curve->decodePoint(decoded, point.data(), point.size());
+}
+
 bool EccKeyData::eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool,
                                const unsigned char* hash, unsigned hashLen, bool& valid,
                                LogBase& log, unsigned) const {

@@ -23,6 +23,10 @@ class EccKeyData {
   bool assign(std::span<const unsigned char> curveOid, std::span<const unsigned char> point,
               LogBase& log);
 
+  /// Whether assign() takes the octets, without the work that it does to check signatures.
+  static bool isKey(std::span<const unsigned char> curveOid,
+                    std::span<const unsigned char> point) noexcept;
+
   /// The size of the curve in bits.
   unsigned get_ModulusBitLen() const noexcept { return m_curve->parameters().bits; }
 

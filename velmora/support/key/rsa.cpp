@@ -13,27 +13,47 @@ namespace velmora {
 
 using vartime::Limb;
 
+namespace {
+
+std::span<const unsigned char> withoutZeros(std::span<const unsigned char> number) noexcept {
+  const auto isZero = [](unsigned char octet) { return octet == 0; };
+  return {std::find_if_not(number.begin(), number.end(), isZero), number.end()};
+}
+
+// Why the numbers, without zeros in front, are no key; null when they are one.
+const char* keyFault(std::span<const unsigned char> modulus,
+                     std::span<const unsigned char> exponent) noexcept {
+  constexpr size_t kMinSize = RsaKeyData::kMinModulusBits / 8;
+  if (modulus.size() > RsaKeyData::kMaxModulusSize) {
+    return "The RSA modulus is longer than 16384 bits.";
+  }
+  const bool isShort = modulus.size() == kMinSize && modulus[0] < 0x80;
+  if (modulus.size() < kMinSize || isShort) return "The RSA modulus is shorter than 512 bits.";
+  if (modulus.back() % 2 == 0) return "The RSA modulus is even.";
+  if (exponent.size() > sizeof(Limb)) return "The RSA public exponent is longer than 64 bits.";
+  const bool isTooSmall = exponent.empty() || (exponent.size() == 1 && exponent[0] < 3);
+  if (isTooSmall || exponent.back() % 2 == 0) return "The RSA public exponent is even or below 3.";
+  return nullptr;
+}
+
+}  // namespace
+
 RsaKeyData::RsaKeyData(vartime::ArithmeticPath path) : m_arithmetic(path) {}
+
+bool RsaKeyData::isKey(std::span<const unsigned char> modulus,
+                       std::span<const unsigned char> exponent) noexcept {
+  return keyFault(withoutZeros(modulus), withoutZeros(exponent)) == nullptr;
+}
 
 bool RsaKeyData::assign(std::span<const unsigned char> modulus,
                         std::span<const unsigned char> exponent, LogBase& log) {
-  constexpr size_t kLimbs = vartime::kMaxModulusLimbs;
-  if (!vartime::limbsFromBigEndian(m_modulus, kLimbs, modulus.data(), modulus.size())) {
-    return refuse("The RSA modulus is longer than 16384 bits.", log);
-  }
-  if (vartime::bitLength(m_modulus, kLimbs) < kMinModulusBits) {
-    return refuse("The RSA modulus is shorter than 512 bits.", log);
-  }
-  if (!m_arithmetic.assign(m_modulus, kLimbs)) return refuse("The RSA modulus is even.", log);
-  Limb value = 0;
-  if (!vartime::limbsFromBigEndian(&value, 1, exponent.data(), exponent.size())) {
-    return refuse("The RSA public exponent is longer than 64 bits.", log);
-  }
-  if (value < 3 || value % 2 == 0) {
-    return refuse("The RSA public exponent is even or below 3.", log);
-  }
-  m_exponent = value;
-  return true;
+  modulus = withoutZeros(modulus);
+  exponent = withoutZeros(exponent);
+  if (const char* const fault = keyFault(modulus, exponent)) return refuse(fault, log);
+  const size_t n = vartime::limbsForBits(8 * modulus.size());
+  vartime::limbsFromBigEndian(m_modulus, n, modulus.data(), modulus.size());
+  vartime::limbsFromBigEndian(&m_exponent, 1, exponent.data(), exponent.size());
+  return m_arithmetic.assign(m_modulus, n);
 }
 
 unsigned RsaKeyData::get_ModulusBitLen() const noexcept {

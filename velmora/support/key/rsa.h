@@ -27,6 +27,10 @@ class RsaKeyData {
   bool assign(std::span<const unsigned char> modulus, std::span<const unsigned char> exponent,
               LogBase& log);
 
+  /// Whether assign() takes the numbers, without the work that it does with them.
+  static bool isKey(std::span<const unsigned char> modulus,
+                    std::span<const unsigned char> exponent) noexcept;
+
   unsigned get_ModulusBitLen() const noexcept;
 
   /// Octets of the modulus, and so of a signature.
@@ -38,7 +42,7 @@ class RsaKeyData {
 
  private:
   vartime::MontgomeryModulus m_arithmetic;
-  vartime::Limb m_modulus[vartime::kMaxModulusLimbs];
+  vartime::Limb m_modulus[vartime::kMaxModulusLimbs];  // of which as many are set as it has
   uint64_t m_exponent = 0;
 };
 

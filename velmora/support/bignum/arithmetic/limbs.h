@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velmora/support/core/words.h"
+
 /// Multi-precision and field arithmetic for the verification of signatures.
 ///
 /// Everything here works on public data (public keys, signatures, digests of published documents),
@@ -167,15 +169,19 @@ constexpr Limb inverseModWord(Limb odd) noexcept {
 
 /// Reads an unsigned big-endian number into all n limbs. False, with r unspecified, when it does
 /// not fit; leading zero bytes never matter. Zero bytes read as 0.
-constexpr bool limbsFromBigEndian(Limb* r, size_t n, const std::uint8_t* bytes,
-                                  size_t size) noexcept {
-  clearLimbs(r, n);
+inline bool limbsFromBigEndian(Limb* r, size_t n, const std::uint8_t* bytes, size_t size) noexcept {
+  size_t limb = 0;
+  for (; limb < n && size >= kLimbBytes; ++limb) {
+    size -= kLimbBytes;
+    r[limb] = loadBigEndian<Limb>(bytes + size);
+  }
+  clearLimbs(r + limb, n - limb);
   for (size_t i = 0; i < size; ++i) {
     const Limb byte = bytes[size - 1 - i];
-    if (i >= n * kLimbBytes) {
-      if (byte != 0) return false;
-    } else {
-      r[i / kLimbBytes] |= byte << (i % kLimbBytes * 8);
+    if (limb < n) {
+      r[limb] |= byte << (i * 8);
+    } else if (byte != 0) {
+      return false;
     }
   }
   return true;
@@ -183,11 +189,15 @@ constexpr bool limbsFromBigEndian(Limb* r, size_t n, const std::uint8_t* bytes,
 
 /// Writes exactly `size` big-endian bytes, zero-padded in front. False when the number does not fit
 /// (its low bytes are then written).
-constexpr bool limbsToBigEndian(std::uint8_t* bytes, size_t size, const Limb* a,
-                                size_t n) noexcept {
-  for (size_t i = 0; i < size; ++i) {
-    const Limb limb = i / kLimbBytes < n ? a[i / kLimbBytes] : 0;
-    bytes[size - 1 - i] = static_cast<std::uint8_t>(limb >> (i % kLimbBytes * 8));
+inline bool limbsToBigEndian(std::uint8_t* bytes, size_t size, const Limb* a, size_t n) noexcept {
+  size_t left = size;
+  size_t limb = 0;
+  for (; limb < n && left >= kLimbBytes; ++limb) {
+    left -= kLimbBytes;
+    storeBigEndian(bytes + left, a[limb]);
+  }
+  for (Limb rest = limb < n ? a[limb] : 0; left != 0; rest >>= 8) {
+    bytes[--left] = static_cast<std::uint8_t>(rest);
   }
   return bitLength(a, n) <= size * 8;
 }
