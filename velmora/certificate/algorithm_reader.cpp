@@ -104,8 +104,12 @@ bool AlgorithmParts::is(const Oid& algorithm) const noexcept {
   return sameOctets(oid, algorithm.der());
 }
 
+bool isNull(const Asn1Element& parameters) noexcept {
+  return parameters.is(asn1_tag::kNull) && parameters.content.empty();
+}
+
 bool AlgorithmParts::hasNull() const noexcept {
-  return parameters && parameters->is(asn1_tag::kNull) && parameters->content.empty();
+  return parameters && isNull(*parameters);
 }
 
 std::optional<Hash> hashOfOid(Bytes oid) noexcept {
@@ -156,7 +160,10 @@ SchemeReading readPssScheme(const Asn1Element& identifier,
   constexpr SignatureFault kFault = SignatureFault::parametersNotUnderstood;
   if (!parameters) return {kFault, identifier.offset, true};
   const Result<PssParameters> pss = readPssParameters(*parameters);
-  if (pss) return {.scheme = {KeyKind::rsaPss, pss->hash, pss->maskHash, pss->saltLength}};
+  if (pss) {
+    return {.scheme = {KeyKind::rsaPss, pss->hash, pss->maskHash, pss->saltLength},
+            .parameters = parameters};
+  }
   return {kFault, pss.error().offset, pss.error().code == ErrorCode::malformedField};
 }
 
@@ -177,7 +184,7 @@ SchemeReading readScheme(const Asn1Element& identifier) noexcept {
   if (parameters && !isNullAllowed) {
     return {SignatureFault::parametersForbidden, parameters->offset};
   }
-  return {.scheme = {known->key, known->hash}};
+  return {.scheme = {known->key, known->hash}, .parameters = parameters};
 }
 
 }  // namespace velmora

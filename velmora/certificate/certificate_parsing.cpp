@@ -148,6 +148,7 @@ ExtensionEntry readEntry(const Asn1Element& member) noexcept {
 void readEntries(DerReader extensions, CertificateIndex& index, ExtensionEntry* entries) noexcept {
   for (Asn1Element member; extensions.takeAny(member); ++entries) {
     *entries = readEntry(member);
+    index.extensionKinds |= bitOf(entries->kind);
     const bool isFirstFault = index.extensionFault == 0 || index.extensionFault > entries->at;
     if (!entries->isWellFormed && isFirstFault) index.extensionFault = entries->at;
   }

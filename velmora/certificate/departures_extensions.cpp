@@ -78,10 +78,9 @@ uint64_t markOf(Bytes id) noexcept {
 
 // Whether no extension can be there twice: each is of another kind, but for one that is not known.
 bool areDistinct(std::span<const ExtensionEntry> entries) noexcept {
-  static_assert(static_cast<size_t>(ExtensionKind::other) < 32);
   uint32_t seen = 0;
   for (const ExtensionEntry& entry : entries) {
-    const uint32_t bit = uint32_t{1} << static_cast<unsigned>(entry.kind);
+    const uint32_t bit = bitOf(entry.kind);
     if ((seen & bit) != 0) return false;
     seen |= bit;
   }

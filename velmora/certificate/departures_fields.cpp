@@ -76,9 +76,9 @@ void examineScheme(const Asn1Element& identifier, DepartureList& list) {
     list.add(Code::signatureParameters, reading.offset);
   }
   if (!isRead) return;
-  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
-  if (reading.scheme.key == KeyKind::rsaPss) examinePssDefaults(*algorithm->parameters, list);
-  if (reading.scheme.key == KeyKind::rsa && !algorithm->parameters) {
+  const auto& parameters = reading.parameters;
+  if (reading.scheme.key == KeyKind::rsaPss) examinePssDefaults(*parameters, list);
+  if (reading.scheme.key == KeyKind::rsa && !parameters) {
     list.add(Code::rsaNullAbsent, identifier.offset);
   }
 }
@@ -129,11 +129,9 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
 
 // Whether reading the key has seen all of it: the numbers or the name of the curve, and parameters
 // that are NULL or absent.
-bool isPlainKey(const Result<KeyParts>& parts) noexcept {
-  if (!parts) return false;
-  const KeyKind kind = parts->kind;
-  return kind == KeyKind::rsa || kind == KeyKind::ed25519 ||
-         (kind == KeyKind::ec && !parts->curve.empty());
+bool isPlainKey(const KeyParts& parts) noexcept {
+  return parts.kind == KeyKind::rsa || parts.kind == KeyKind::ed25519 ||
+         (parts.kind == KeyKind::ec && !parts.curve.empty());
 }
 
 void checkInsideKey(const Asn1Element& spki, const Asn1Element& key, DepartureList& list) {
@@ -152,21 +150,18 @@ void examineKey(const ExaminedCertificate& examined, DepartureList& list) {
   Asn1Element key;
   members.takeAny(identifier);
   members.takeAny(key);
-  const Result<KeyParts> parts = readKey(spki);
+  KeyParts parts;
+  const std::optional<size_t> fault = readKeyInto(spki, parts);
   list.beginPart();
-  if (!isPlainKey(parts)) checkInsideKey(spki, key, list);
-  if (!parts && list.isCertain()) list.add(Code::keyMalformed, parts.error().offset);
-  if (!parts) return;
-  const KeyKind kind = parts->kind;
-  const Result<AlgorithmParts> algorithm = readAlgorithm(identifier);
-  if (kind == KeyKind::ec && !hasFormOfPoint(*parts)) list.add(Code::keyMalformed, key.offset);
-  if (kind == KeyKind::ec && parts->curve.empty()) list.add(Code::curveNotNamed, identifier.offset);
-  if (kind == KeyKind::rsa && !algorithm->parameters) {
-    list.add(Code::rsaNullAbsent, identifier.offset);
-  }
-  if (kind == KeyKind::rsaPss && algorithm->parameters) {
-    examinePssDefaults(*algorithm->parameters, list);
-  }
+  if (fault || !isPlainKey(parts)) checkInsideKey(spki, key, list);
+  if (fault && list.isCertain()) list.add(Code::keyMalformed, *fault);
+  if (fault) return;
+  const KeyKind kind = parts.kind;
+  const auto& parameters = parts.parameters;
+  if (kind == KeyKind::ec && !hasFormOfPoint(parts)) list.add(Code::keyMalformed, key.offset);
+  if (kind == KeyKind::ec && parts.curve.empty()) list.add(Code::curveNotNamed, identifier.offset);
+  if (kind == KeyKind::rsa && !parameters) list.add(Code::rsaNullAbsent, identifier.offset);
+  if (kind == KeyKind::rsaPss && parameters) examinePssDefaults(*parameters, list);
 }
 
 // UniqueIdentifier ::= BIT STRING, tagged implicitly.
@@ -191,32 +186,27 @@ constexpr std::array<bool, 128> printableCharacters() noexcept {
   return set;
 }
 
-// Of an octet of a text that is ASCII in the types that have fewer characters than that.
-bool hasCharacter(TextKind kind, std::byte octet) noexcept {
+// Of a text that is ASCII in the types that have fewer characters than that.
+bool hasAllCharacters(TextKind kind, Bytes content) noexcept {
   static constexpr std::array<bool, 128> kPrintable = printableCharacters();
-  const auto c = std::to_integer<unsigned char>(octet);
+  const auto areAll = [&](auto isOne) {
+    return std::all_of(content.begin(), content.end(),
+                       [&](std::byte octet) { return isOne(std::to_integer<unsigned>(octet)); });
+  };
   switch (kind) {
     case TextKind::numeric:
-      return (c >= '0' && c <= '9') || c == ' ';
+      return areAll([](unsigned c) { return (c >= '0' && c <= '9') || c == ' '; });
     case TextKind::visible:
-      return c >= ' ' && c <= '~';
+      return areAll([](unsigned c) { return c >= ' ' && c <= '~'; });
     case TextKind::printable:
-      return kPrintable[c];
+      return areAll([](unsigned c) { return kPrintable[c]; });
     default:
       return true;
   }
 }
 
-bool hasAllCharacters(TextKind kind, Bytes content) noexcept {
-  const bool hasFew =
-      kind == TextKind::numeric || kind == TextKind::visible || kind == TextKind::printable;
-  return !hasFew || std::all_of(content.begin(), content.end(),
-                                [&](std::byte octet) { return hasCharacter(kind, octet); });
-}
-
-void examineText(const Asn1Element& value, Bytes type, DepartureList& list) {
-  const TextKind kind = stringType(value.header);
-  if (kind == TextKind::none) return;
+// `kind` is the string type, and not none.
+void examineText(const Asn1Element& value, TextKind kind, Bytes type, DepartureList& list) {
   if (textKindOf(value) == TextKind::none) {
     list.addInName(Code::nameTextMalformed, value.offset, type);
   } else if (!hasAllCharacters(kind, value.content)) {
@@ -231,10 +221,11 @@ bool examineTexts(NameReader& reader, DepartureList& list) {
   std::optional<uint32_t> last;
   AttributeElements attribute;
   while (reader.next(attribute)) {
-    const bool isText = stringType(attribute.value.header) != TextKind::none;
+    const TextKind kind = stringType(attribute.value.header);
+    const bool isText = kind != TextKind::none;
     isPlain = isPlain && isText && attribute.rdn != last;
     last = attribute.rdn;
-    examineText(attribute.value, attribute.type.content, list);
+    if (isText) examineText(attribute.value, kind, attribute.type.content, list);
   }
   return isPlain && !reader.fault();
 }

@@ -41,6 +41,7 @@ class Rules {
 
  private:
   bool isCa() const noexcept { return m_constraints && m_constraints->ca; }
+  bool isSelfIssued() const noexcept { return m_certificate.subject() == m_certificate.issuer(); }
   bool mayNotSign() const noexcept { return m_usage && !m_usage->has(KeyUse::keyCertSign); }
 
   // Adds a departure of an extension, as a part of its own.
@@ -53,7 +54,7 @@ class Rules {
   // §4.1.2.6: the name of a CA and of who signs CRLs is not empty; that of others is when
   // alternative names are there, and critical (§4.2.1.6).
   void examineSubject() {
-    if (!m_certificate.subject().isEmpty()) return;
+    if (!contentAt(m_block.bytes(), m_subjectAt).empty()) return;
     const bool signsCrls = m_usage && m_usage->has(KeyUse::crlSign);
     const Result<Extension> names = m_certificate.extension(oid::subjectAltName);
     if (!isCa() && !signsCrls && names && names->critical) return;
@@ -90,8 +91,7 @@ class Rules {
     }
     const Result<AuthorityKeyId> authority = m_certificate.authorityKeyId();
     const bool hasNoId = authority ? !authority->keyId : authority.error().isAbsent();
-    const bool isSelfIssued = m_certificate.subject() == m_certificate.issuer();
-    if (m_isVersion3 && hasNoId && !isSelfIssued) {
+    if (m_isVersion3 && hasNoId && !isSelfIssued()) {
       add(Code::noAuthorityKeyId, oid::authorityKeyIdentifier);
     }
     if (authority && authority->issuer.empty() == authority->serial.has_value()) {

@@ -12,7 +12,6 @@ using Fault = std::optional<size_t>;  // the offset of what does not fit
 
 // The parts of the key that every algorithm has.
 struct Outside {
-  AlgorithmParts algorithm;
   Asn1Element identifier;
   Asn1Element key;  // the BIT STRING
 };
@@ -59,15 +58,15 @@ Fault readRsaNumbers(const Outside& outside, KeyParts& parts) noexcept {
 
 // The parameters are NULL (RFC 4055 §1.2); keys without any are read as well, as NULL says nothing.
 Fault readRsa(const Outside& outside, KeyParts& parts) noexcept {
-  const auto& parameters = outside.algorithm.parameters;
+  const auto& parameters = parts.parameters;
   const Fault fault = readRsaNumbers(outside, parts);
-  return parameters && !outside.algorithm.hasNull() ? parameters->offset : fault;
+  return parameters && !isNull(*parameters) ? parameters->offset : fault;
 }
 
 // The parameters are those of RSASSA-PSS, or absent (RFC 4055 §1.2).
 Fault readRsaPss(const Outside& outside, KeyParts& parts) noexcept {
   const Fault fault = readRsaNumbers(outside, parts);
-  if (const auto& parameters = outside.algorithm.parameters) {
+  if (const auto& parameters = parts.parameters) {
     const Result<PssParameters> pss = readPssParameters(*parameters);
     parts.isBoundToUnknown = !pss && pss.error().code == ErrorCode::unknownAlgorithm;
     if (!pss && !parts.isBoundToUnknown) return pss.error().offset;
@@ -79,7 +78,7 @@ Fault readRsaPss(const Outside& outside, KeyParts& parts) noexcept {
 // Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }, or absent when they are those of the
 // issuer's key; DSAPublicKey ::= INTEGER (RFC 3279 §2.3.2).
 Fault readDsa(const Outside& outside, KeyParts& parts) noexcept {
-  if (const auto& parameters = outside.algorithm.parameters) {
+  if (const auto& parameters = parts.parameters) {
     if (const Fault fault = readNumbers(*parameters, parts.p, parts.q, parts.g)) return fault;
   }
   DerReader inside = insideOf(outside, parts);
@@ -103,13 +102,13 @@ Fault readExplicitCurve(const Asn1Element& domain, KeyParts& parts) noexcept {
 // ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER, implicitCurve NULL,
 //   specifiedCurve SpecifiedECDomain }
 Fault readEc(const Outside& outside, KeyParts& parts) noexcept {
-  const auto& parameters = outside.algorithm.parameters;
+  const auto& parameters = parts.parameters;
   if (!parameters) return outside.identifier.offset;
   if (parameters->is(asn1_tag::kOid) && isOid(parameters->content)) {
     parts.curve = parameters->content;
   } else if (parameters->isSequence()) {
     if (const Fault fault = readExplicitCurve(*parameters, parts)) return fault;
-  } else if (!outside.algorithm.hasNull()) {
+  } else if (!isNull(*parameters)) {
     return parameters->offset;
   }
   return std::nullopt;
@@ -118,7 +117,7 @@ Fault readEc(const Outside& outside, KeyParts& parts) noexcept {
 // No parameters, and 32 octets (RFC 8410 §3 and §4).
 Fault readEd25519(const Outside& outside, KeyParts& parts) noexcept {
   constexpr size_t kKeySize = 32;
-  if (const auto& parameters = outside.algorithm.parameters) return parameters->offset;
+  if (const auto& parameters = parts.parameters) return parameters->offset;
   return parts.bits.size() == kKeySize ? Fault() : outside.key.offset;
 }
 
@@ -162,7 +161,7 @@ Fault readKeyInto(const Asn1Element& spki, KeyParts& parts) noexcept {
   if (known != nullptr) parts.kind = known->kind;
   const Result<AlgorithmParts> algorithm = readAlgorithm(outside.identifier);
   if (!algorithm) return algorithm.error().offset;
-  outside.algorithm = *algorithm;
+  parts.parameters = algorithm->parameters;
   if (!isOid(oid.content)) return outside.identifier.contentOffset();
   if (!members.take(asn1_tag::kBitString, outside.key)) return members.offset();
   if (!members.atEnd()) return members.offset();

@@ -51,8 +51,14 @@ size_t openElement(uint32_t identifier, std::string& out) {
 
 // What `out` holds behind its header are its contents.
 void closeElement(size_t at, std::string& out) {
+  constexpr size_t kMostShort = 127;
+  const size_t size = out.size() - at - kShortHeader;
+  if (size <= kMostShort) {
+    out[at + 1] = static_cast<char>(size);
+    return;
+  }
   unsigned char length[kMostLengthSize];
-  const unsigned char* const end = writeLength(out.size() - at - kShortHeader, length);
+  const unsigned char* const end = writeLength(size, length);
   out[at + 1] = static_cast<char>(length[0]);
   out.insert(at + kShortHeader, reinterpret_cast<const char*>(length + 1),
              static_cast<size_t>(end - length) - 1);
@@ -61,11 +67,8 @@ void closeElement(size_t at, std::string& out) {
 void appendFoldedText(Bytes content, std::string& out) {
   const size_t start = out.size();
   out.resize(start + content.size());
-  char* const first = out.data() + start;
-  char* to = first;
-  FoldedText text(charactersOf(content));
-  for (int c = text.next(); c != FoldedText::kEnd; c = text.next()) *to++ = static_cast<char>(c);
-  out.resize(start + static_cast<size_t>(to - first));
+  const char* const end = writeFolded(charactersOf(content), out.data() + start);
+  out.resize(static_cast<size_t>(end - out.data()));
 }
 
 void appendFolded(const AttributeElements& attribute, std::string& out) {

@@ -98,7 +98,7 @@ std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(const IndexedAnchor& an
 
 std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(
     const IndexedCertificate& certificate) const {
-  return m_anchors.cache().key(certificate.facts.certificate.parts().spki, certificate.keyDigest);
+  return m_anchors.cache().key(certificate.facts.spki, certificate.keyDigest);
 }
 
 void PathBuilder::decide() {

@@ -20,6 +20,8 @@ struct AlgorithmParts {
   bool hasNull() const noexcept;
 };
 
+bool isNull(const Asn1Element& parameters) noexcept;
+
 /// Error malformedField for what is no SEQUENCE of an OID and one element at most.
 Result<AlgorithmParts> readAlgorithm(const Asn1Element& identifier) noexcept;
 
@@ -45,6 +47,7 @@ struct SchemeReading {
   size_t offset = 0;         // of what is at fault
   bool isMalformed = false;  // parametersNotUnderstood: they are not of their syntax
   SignatureScheme scheme = {};
+  std::optional<Asn1Element> parameters = {};  // with the fault none
 };
 SchemeReading readScheme(const Asn1Element& identifier) noexcept;
 

@@ -32,6 +32,7 @@ struct CertificateIndex {
   uint32_t signature = 0;
   uint32_t extensionCount = 0;
   uint32_t extensionFault = 0;  // the first place where the list of extensions is no such list
+  uint32_t extensionKinds = 0;  // a bit for each kind that is in it
 };
 
 /// One member of the list of extensions, whatever it is.
@@ -113,6 +114,10 @@ Result<const ExtensionEntry*> findExtension(const Block& block, IsWanted isWante
 }
 inline Result<const ExtensionEntry*> findExtension(const Block& block,
                                                    ExtensionKind kind) noexcept {
+  // Most kinds are in no list.
+  const CertificateIndex& index = block.index();
+  const bool isThere = (index.extensionKinds & bitOf(kind)) != 0;
+  if (!isThere && index.extensionFault == 0) return Error{ErrorCode::absent};
   return findExtension(block, [&](const ExtensionEntry& entry) { return entry.kind == kind; });
 }
 

@@ -34,6 +34,12 @@ enum class ExtensionKind : uint8_t {
   other,  // every other one
 };
 
+/// The bit of a kind in a set of kinds.
+constexpr uint32_t bitOf(ExtensionKind kind) noexcept {
+  static_assert(static_cast<unsigned>(ExtensionKind::other) < 32);
+  return uint32_t{1} << static_cast<unsigned>(kind);
+}
+
 /// Of the content octets of extnID.
 ExtensionKind extensionKindOf(Bytes id) noexcept;
 

@@ -17,7 +17,8 @@ namespace velmora {
 struct KeyParts {
   KeyKind kind = KeyKind::other;
   Bytes algorithm;  // the content octets of its OID
-  Bytes bits;       // of subjectPublicKey, without the octet that counts unused ones
+  std::optional<Asn1Element> parameters;
+  Bytes bits;  // of subjectPublicKey, without the octet that counts unused ones
 
   Bytes modulus, exponent;           // of an RSA key
   std::optional<PssParameters> pss;  // of one for RSASSA-PSS that is bound to some

@@ -38,4 +38,20 @@ class FoldedText {
   bool m_started = false;
 };
 
+/// Writes all of what FoldedText gives, which is never longer than the text, to `to`; gives its
+/// end.
+constexpr char* writeFolded(std::string_view text, char* to) noexcept {
+  const char* const first = to;
+  bool isBehindSpace = false;
+  for (const char c : text) {
+    if (isAsciiSpace(c)) {
+      isBehindSpace = to != first;
+      continue;
+    }
+    if (std::exchange(isBehindSpace, false)) *to++ = ' ';
+    *to++ = asciiLower(c);
+  }
+  return to;
+}
+
 }  // namespace velmora
