@@ -118,7 +118,7 @@ void examineValidity(const ExaminedCertificate& examined, DepartureList& list) {
     list.beginPart();
     if (!last) {
       list.add(Code::dateMalformed, date.offset);
-    } else if (!isDerTime(date.whole)) {
+    } else if (!hasDerForm(date)) {
       list.add(Code::dateNotDer, date.offset);
     } else if (isEarlyForItsType(date)) {
       list.add(Code::dateForm, date.offset);

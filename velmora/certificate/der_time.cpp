@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "velmora/certificate/internal/der_values.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/log/log_base.h"
@@ -16,14 +17,17 @@ constexpr bool isDigit(char c) noexcept {
 
 }  // namespace
 
-bool isDerTime(Bytes element) noexcept {
-  DerReader whole(element, 0);
-  Asn1Element date;
-  if (!readTime(element) || !whole.takeAny(date)) return false;
+bool hasDerForm(const Asn1Element& date) noexcept {
   const std::string_view text = charactersOf(date.content);
   const size_t digits = date.is(asn1_tag::kGeneralizedTime) ? 14 : 12;
   return text.size() == digits + 1 && text.back() == 'Z' &&
          std::all_of(text.begin(), text.end() - 1, isDigit);
+}
+
+bool isDerTime(Bytes element) noexcept {
+  DerReader whole(element, 0);
+  Asn1Element date;
+  return readTime(element) && whole.takeAny(date) && hasDerForm(date);
 }
 
 std::optional<std::chrono::sys_seconds> readTime(Bytes element) noexcept {

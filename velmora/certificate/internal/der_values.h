@@ -28,6 +28,10 @@ inline bool isBitString(Bytes content) noexcept {
          (content.size() > 1 || content[0] == std::byte{0});
 }
 
+/// Whether a date that can be read is in UTC to the second, with all its digits and Z (X.690 §11.7,
+/// §11.8).
+bool hasDerForm(const Asn1Element& date) noexcept;
+
 /// Whether both are the same octets, in the same number. The last ones are looked at first: that is
 /// where OIDs of one arc differ.
 inline bool sameOctets(Bytes a, Bytes b) noexcept {

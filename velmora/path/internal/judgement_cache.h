@@ -5,6 +5,7 @@
 #include <array>
 #include <compare>
 #include <cstddef>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
@@ -42,7 +43,8 @@ class JudgementCache {
     Sha256 key;
     Sha256 certificate;
     friend bool operator<(const Link& a, const Link& b) noexcept {
-      return a.key != b.key ? a.key < b.key : a.certificate < b.certificate;
+      const int byKey = std::memcmp(a.key.data(), b.key.data(), a.key.size());
+      return byKey != 0 ? byKey < 0 : a.certificate < b.certificate;
     }
   };
   using Keys = std::map<Sha256, std::shared_ptr<const IssuerKey>>;
