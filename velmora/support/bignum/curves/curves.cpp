@@ -1,4 +1,4 @@
-#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 

@@ -1,6 +1,6 @@
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 
-#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 
 namespace velmora::vartime {

@@ -107,9 +107,9 @@ class CurveImplementation : public Curve {
            Arithmetic::isOnCurve(enter(point));
   }
 
-  CurvePoint doubleMultiply(const Limb* u1, const Limb* u2,
-                            const CurvePoint& q) const noexcept override {
-    const Jacobian sum = multiply(u1, u2, q);
+  CurvePoint doubleMultiply(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                            const PreparedPoint* prepared) const noexcept override {
+    const Jacobian sum = multiply(u1, u2, q, prepared);
     CurvePoint point{};
     point.infinity = Arithmetic::isInfinity(sum);
     if (point.infinity) return point;
@@ -121,8 +121,9 @@ class CurveImplementation : public Curve {
 
   // x == r modulo the order, where x = X / Z^2 is below the prime: X == r Z^2 or X == (r + n) Z^2.
   bool doubleMultiplyHasX(const Limb* u1, const Limb* u2, const CurvePoint& q,
-                          const Limb* r) const noexcept override {
-    const Jacobian sum = multiply(u1, u2, q);
+                          const Limb* r,
+                          const PreparedPoint* prepared) const noexcept override {
+    const Jacobian sum = multiply(u1, u2, q, prepared);
     if (Arithmetic::isInfinity(sum)) return false;
     Element z2;
     Field::square(z2, sum.z);
@@ -163,6 +164,13 @@ class CurveImplementation : public Curve {
     return r;
   }
 
+  static Affine basePointInside() {
+    Affine base;
+    Field::fromPlain(base.x, Numbers::kBaseX.data());
+    Field::fromPlain(base.y, Numbers::kBaseY.data());
+    return base;
+  }
+
   // u1 * G + u2 * q.
   virtual Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) const noexcept {
     const Limb zero[kLimbs] = {};
@@ -179,7 +187,18 @@ class CurveImplementation : public Curve {
     return sum;
   }
 
+  // The same with what prepare() made of q.
+  virtual Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                                    const PreparedPoint&) const noexcept {
+    return multiply(u1, u2, q);
+  }
+
  private:
+  Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                    const PreparedPoint* prepared) const noexcept {
+    return prepared == nullptr ? multiply(u1, u2, q) : multiplyPrepared(u1, u2, q, *prepared);
+  }
+
   static bool isReduced(const Limb* x) {
     return compareLimbs(x, Numbers::kPrime.data(), kLimbs) < 0;
   }
@@ -199,11 +218,8 @@ class CurveImplementation : public Curve {
   }
 
   static BaseTable makeBaseTable() {
-    Affine base;
-    Field::fromPlain(base.x, Numbers::kBaseX.data());
-    Field::fromPlain(base.y, Numbers::kBaseY.data());
     BaseTable table;
-    Arithmetic::oddMultiples(table.multiple, base);
+    Arithmetic::oddMultiples(table.multiple, basePointInside());
     return table;
   }
 
@@ -213,22 +229,5 @@ class CurveImplementation : public Curve {
     Arithmetic::add(sum, sum, table[magnitude / 2], digit < 0);
   }
 };
-
-/// All curves on one path.
-template <class Rows>
-CurveList curvesOn() {
-  static const CurveImplementation<kP192, Rows> p192;
-  static const CurveImplementation<kP224, Rows> p224;
-  static const CurveImplementation<kP256, Rows> p256;
-  static const CurveImplementation<kP384, Rows> p384;
-  static const CurveImplementation<kP521, Rows> p521;
-  static const CurveImplementation<kSecp256k1, Rows> secp256k1;
-  static const CurveImplementation<kBrainpoolP256r1, Rows> brainpool256;
-  static const CurveImplementation<kBrainpoolP384r1, Rows> brainpool384;
-  static const CurveImplementation<kBrainpoolP512r1, Rows> brainpool512;
-  static const Curve* const list[] = {&p192,      &p224,         &p256,         &p384,        &p521,
-                                      &secp256k1, &brainpool256, &brainpool384, &brainpool512};
-  return {list, sizeof list / sizeof list[0]};
-}
 
 }  // namespace velmora::vartime

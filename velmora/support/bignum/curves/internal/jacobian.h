@@ -160,21 +160,40 @@ struct JacobianArithmetic {
   /// The same points, none of which may be infinity, with one inversion for all.
   template <size_t kCount>
   static void toAffine(Affine (&r)[kCount], const Jacobian (&points)[kCount]) {
-    Element product[kCount], rest, inverse;  // product[i] is that of the first i + 1 denominators
-    product[0] = points[0].z;
-    for (size_t i = 1; i < kCount; ++i) Field::multiply(product[i], product[i - 1], points[i].z);
-    invert<Field>(rest, product[kCount - 1]);
-    for (size_t i = kCount - 1; i != 0; --i) {
-      Field::multiply(inverse, rest, product[i - 1]);
-      Field::multiply(rest, rest, points[i].z);
-      r[i] = scale(points[i], inverse);
-    }
-    r[0] = scale(points[0], rest);
+    Element inverses[kCount];
+    for (size_t i = 0; i < kCount; ++i) inverses[i] = points[i].z;
+    invertAll<Field>(inverses, kCount);
+    for (size_t i = 0; i < kCount; ++i) r[i] = scale(points[i], inverses[i]);
+  }
+
+  /// sum = p + q and difference = p - q, neither of which may be infinity nor p equal to q or -q;
+  /// `inverse` is 1 / (x of p - x of q). Results may be the same objects as p.
+  static void addAndSubtract(Affine& sum, Affine& difference, const Affine& p, const Affine& q,
+                             const Element& inverse) {
+    Element upwards, downwards;
+    Field::subtract(upwards, p.y, q.y);
+    Field::add(downwards, p.y, q.y);
+    const Affine start = p;
+    chord(sum, start, q.x, upwards, inverse);
+    chord(difference, start, q.x, downwards, inverse);
   }
 
  private:
   // Zero has no limb set in any field.
   static void negate(Element& y) { Field::subtract(y, Element{}, y); }
+
+  // The third point on the line through p that rises by `rise` on the way from x, mirrored.
+  static void chord(Affine& r, const Affine& p, const Element& x, const Element& rise,
+                    const Element& inverse) {
+    Element slope, t;
+    Field::multiply(slope, rise, inverse);
+    Field::square(t, slope);
+    Field::subtract(t, t, p.x);
+    Field::subtract(r.x, t, x);
+    Field::subtract(t, p.x, r.x);
+    Field::multiply(t, t, slope);
+    Field::subtract(r.y, t, p.y);
+  }
 
   // (X inverse^2, Y inverse^3)
   static Affine scale(const Jacobian& p, const Element& inverse) {

@@ -2,18 +2,20 @@
 
 // A named curve computed on four lanes.
 
-#include "velmora/support/bignum/curves/internal/curve_implementation.h"
+#include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/jacobian_lanes.h"
+#include "velmora/support/bignum/curves/internal/point_lanes.h"
 
 #if defined(__x86_64__)
 
 namespace velmora::vartime {
 
 /// A curve whose multiples are summed up with JacobianLanes; the rest, and the sums that meet
-/// infinity or equal points on their way, are computed with mulx. `Prime` is that of the lanes.
+/// infinity or equal points on their way, are computed with mulx. With a prepared point each lane
+/// takes one of the four tables of both combs. `Prime` is that of the lanes.
 template <const CurveParameters& kParameters, class Prime>
-class LaneCurve final : public CurveImplementation<kParameters, MulxRows> {
-  using Base = CurveImplementation<kParameters, MulxRows>;
+class LaneCurve final : public CombCurve<kParameters, MulxRows> {
+  using Base = CombCurve<kParameters, MulxRows>;
   using typename Base::Element;
   using typename Base::Jacobian;
   using Lane = JacobianLanes<Prime>;
@@ -26,7 +28,21 @@ class LaneCurve final : public CurveImplementation<kParameters, MulxRows> {
   static constexpr size_t kLimbs = Base::kLimbs;
   static constexpr auto kPrime = Base::Numbers::kPrime;
 
+  using Shape = typename Base::Shape;
+  using CombNumber = typename Base::CombNumber;
+  using Four = PointLanes<Prime>;
+
   static_assert(Base::Constants::kSlope == CurveSlope::kMinus3);
+  static_assert(Shape::kTables == 4);
+
+  struct LaneComb final : PreparedPoint {
+    explicit LaneComb(const typename Base::Comb& comb) {
+      for (size_t i = 0; i < Shape::kTables; ++i) {
+        enter(entries[i], comb.entries[i], Shape::kEntries);
+      }
+    }
+    typename Lane::Affine entries[Shape::kTables][Shape::kEntries];
+  };
 
   struct Words {
     Limb w[kWords];
@@ -108,6 +124,16 @@ class LaneCurve final : public CurveImplementation<kParameters, MulxRows> {
     return table;
   }
 
+ public:
+  std::unique_ptr<const PreparedPoint> prepare(const CurvePoint& q) const noexcept override {
+    if (q.infinity) return nullptr;
+    const auto comb = Base::newComb(q);
+    if (comb == nullptr) return nullptr;
+    laneBaseComb();
+    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) LaneComb(*comb));
+  }
+
+ private:
   Jacobian multiply(const Limb* u1, const Limb* u2, const CurvePoint& q) const noexcept override {
     if (q.infinity) return Base::multiply(u1, u2, q);
     typename Base::Affine multiples[kPointMultiples];
@@ -143,6 +169,82 @@ class LaneCurve final : public CurveImplementation<kParameters, MulxRows> {
       }
     }
     return leave(sum);
+  }
+
+  // Made at first use, which is when the first point is prepared.
+  static const LaneComb& laneBaseComb() {
+    static const LaneComb comb(Base::baseComb());
+    return comb;
+  }
+
+  Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
+                            const PreparedPoint& prepared) const noexcept override {
+    if (!Base::isBelowOrder(u1) || !Base::isBelowOrder(u2)) return multiply(u1, u2, q);
+    const Jacobian sum = sumOf({Base::numberOf(u2), static_cast<const LaneComb&>(prepared)},
+                               {Base::numberOf(u1), laneBaseComb()});
+    return Base::Arithmetic::isInfinity(sum) ? Base::multiply(u1, u2, q) : sum;
+  }
+
+  // A number and the comb that it is multiplied with.
+  struct Factor {
+    CombNumber number;
+    const LaneComb& comb;
+  };
+
+  // What a step adds: an entry of each table, with the signs to be turned.
+  struct StepEntries {
+    typename Four::AffinePoints points;
+    __mmask8 minus;
+  };
+  VELMORA_LANES_INLINE static StepEntries entriesOf(const Factor& factor, unsigned step) {
+    const Limb* x[4];
+    unsigned signs = 0;
+    for (unsigned table = 0; table < 4; ++table) {
+      const CombDigit digit = factor.number.at(table, step);
+      x[table] = factor.comb.entries[table][digit.entry].x;
+      signs |= static_cast<unsigned>(digit.minus) << table;
+    }
+    static_assert(sizeof(typename Lane::Affine) == 2 * kWords * sizeof(Limb));
+    StepEntries r;
+    r.points.x = gathered(x[0], x[1], x[2], x[3]);
+    r.points.y = gathered(x[0] + kWords, x[1] + kWords, x[2] + kWords, x[3] + kWords);
+    r.minus = static_cast<__mmask8>(signs);
+    return r;
+  }
+  VELMORA_LANES_INLINE static Number gathered(const Limb* a, const Limb* b, const Limb* c,
+                                              const Limb* d) {
+    Number r;
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      r.w[i] = _mm256_set_epi64x(static_cast<long long>(d[i]), static_cast<long long>(c[i]),
+                                 static_cast<long long>(b[i]), static_cast<long long>(a[i]));
+    }
+    return r;
+  }
+
+  // The sum; or infinity, where the lanes cannot tell.
+  VELMORA_LANES static Jacobian sumOf(const Factor& point, const Factor& base) {
+    StepEntries next = entriesOf(point, Shape::kSteps - 1);
+    typename Four::Points sums;
+    sums.x = next.points.x;
+    sums.y = Prime::carried(Four::negated(next.points.y, next.minus));
+    sums.z = withNumber<15>(Number{}, kConstants.one);
+    next = entriesOf(base, Shape::kSteps - 1);
+    sums = Four::add(sums, next.points, next.minus);
+    for (unsigned step = Shape::kSteps - 1; step-- != 0;) {
+      sums = Four::twice(sums);
+      for (const Factor* factor : {&point, &base}) {
+        next = entriesOf(*factor, step);
+        sums = Four::add(sums, next.points, next.minus);
+      }
+    }
+    sums = Four::add(sums, {permuted<2, 3, 2, 3>(sums.x), permuted<2, 3, 2, 3>(sums.y),
+                            permuted<2, 3, 2, 3>(sums.z)});
+    sums = Four::add(sums, {permuted<1, 1, 1, 1>(sums.x), permuted<1, 1, 1, 1>(sums.y),
+                            permuted<1, 1, 1, 1>(sums.z)});
+    const Number y = Prime::carried(plus(sums.y, sums.y));
+    return leave(
+        blended<4>(blended<2>(sums.x, permuted<0, 0, 0, 0>(y)), permuted<0, 0, 0, 0>(sums.z)));
   }
 
   static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }

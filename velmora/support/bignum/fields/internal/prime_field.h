@@ -128,6 +128,22 @@ void invert(typename Field::Element& r, const typename Field::Element& a) {
   Field::fromPlain(r, plain);
 }
 
+/// The first `count` numbers replaced by their inverses, with one inversion for all, none of which
+/// may be 0.
+template <class Field, size_t kMost>
+void invertAll(typename Field::Element (&numbers)[kMost], size_t count) {
+  typename Field::Element product[kMost], rest, inverse;  // product[i] is that of the first i + 1
+  product[0] = numbers[0];
+  for (size_t i = 1; i < count; ++i) Field::multiply(product[i], product[i - 1], numbers[i]);
+  invert<Field>(rest, product[count - 1]);
+  for (size_t i = count - 1; i != 0; --i) {
+    Field::multiply(inverse, rest, product[i - 1]);
+    Field::multiply(rest, rest, numbers[i]);
+    numbers[i] = inverse;
+  }
+  numbers[0] = rest;
+}
+
 /// r = the small number `value`.
 template <class Field>
 void setSmall(typename Field::Element& r, Limb value) {
