@@ -23,12 +23,19 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   using typename Base::Field;
   using typename Base::Jacobian;
 
-  using Shape = CombShape<kParameters.bits, 8, 4>;
-  using CombNumber = CombDigits<Shape>;
+  // The comb of the base point is there once, so that it may be larger.
+  using PointShape = CombShape<kParameters.bits, 6, 4>;
+  using BaseShape = CombShape<kParameters.bits, 8, 4>;
+  static_assert(BaseShape::kSteps <= PointShape::kSteps);
 
-  struct Comb final : PreparedPoint {
-    explicit Comb(const Affine& point) { fill(entries, point); }
+  template <class Shape>
+  class Comb final : public PreparedPoint {
+   public:
+    explicit Comb(const Affine& point);
     Affine entries[Shape::kTables][Shape::kEntries];
+
+   private:
+    void addTooth(size_t count, const Affine* teeth);
   };
 
  public:
@@ -39,13 +46,14 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   }
 
  protected:
-  static std::unique_ptr<const Comb> newComb(const CurvePoint& q) {
-    return std::unique_ptr<const Comb>(new (std::nothrow) Comb(Base::enter(q)));
+  static std::unique_ptr<const Comb<PointShape>> newComb(const CurvePoint& q) {
+    using Made = Comb<PointShape>;
+    return std::unique_ptr<const Made>(new (std::nothrow) Made(Base::enter(q)));
   }
 
   // Made at first use, which is when the first point is prepared.
-  static const Comb& baseComb() {
-    static const Comb comb(Base::basePointInside());
+  static const Comb<BaseShape>& baseComb() {
+    static const Comb<BaseShape> comb(Base::basePointInside());
     return comb;
   }
 
@@ -54,7 +62,8 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   }
 
   // Of a number below the order, which is odd.
-  static CombNumber numberOf(const Limb* u) {
+  template <class Shape>
+  static CombDigits<Shape> digitsOf(const Limb* u) {
     Limb odd[kLimbs];
     const bool isEven = u[0] % 2 == 0;
     if (isEven) {
@@ -62,72 +71,78 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
     } else {
       copyLimbs(odd, u, kLimbs);
     }
-    return CombNumber(odd, kLimbs, isEven);
+    return CombDigits<Shape>(odd, kLimbs, isEven);
   }
 
   Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
                             const PreparedPoint& prepared) const noexcept override {
     if (!isBelowOrder(u1) || !isBelowOrder(u2)) return this->multiply(u1, u2, q);
-    const auto& pointComb = static_cast<const Comb&>(prepared);
-    const CombNumber base = numberOf(u1), point = numberOf(u2);
+    const auto& pointComb = static_cast<const Comb<PointShape>&>(prepared);
+    const auto base = digitsOf<BaseShape>(u1);
+    const auto point = digitsOf<PointShape>(u2);
     Jacobian sum = Arithmetic::infinity();
-    for (unsigned step = Shape::kSteps; step-- != 0;) {
+    for (unsigned step = PointShape::kSteps; step-- != 0;) {
       Arithmetic::twice(sum, sum);
-      for (unsigned table = 0; table < Shape::kTables; ++table) {
-        add(sum, pointComb.entries[table], point.at(table, step));
-        add(sum, baseComb().entries[table], base.at(table, step));
-      }
+      addStep(sum, pointComb, point, step);
+      if (step < BaseShape::kSteps) addStep(sum, baseComb(), base, step);
     }
     return sum;
   }
 
  private:
-  using Entries = Affine[Shape::kTables][Shape::kEntries];
-
-  static void add(Jacobian& sum, const Affine (&table)[Shape::kEntries], const CombDigit& digit) {
-    Arithmetic::add(sum, sum, table[digit.entry], digit.minus);
-  }
-
-  // No sum in here is infinity or one of equal points: a point has the order of the base point, so
-  // that this depends on the numbers of a comb alone and not on the point.
-  static void fill(Entries& entries, const Affine& point) {
-    constexpr size_t kPowers = Shape::kTeeth * Shape::kTables;
-    Jacobian powers[kPowers];  // 2^(i kSteps) times the point
-    powers[0] = Arithmetic::fromAffine(point);
-    for (size_t i = 1; i < kPowers; ++i) {
-      powers[i] = powers[i - 1];
-      for (unsigned step = 0; step < Shape::kSteps; ++step) Arithmetic::twice(powers[i], powers[i]);
-    }
-    Affine teeth[kPowers];
-    Arithmetic::toAffine(teeth, powers);
-    for (size_t table = 0; table < Shape::kTables; ++table) {
-      entries[table][0] = teeth[kPowers - Shape::kTables + table];
-    }
-    for (unsigned tooth = 0; tooth + 1 < Shape::kTeeth; ++tooth) {
-      addTooth(entries, size_t{1} << tooth, teeth + tooth * Shape::kTables);
-    }
-  }
-
-  // Twice as many entries as `count` in each table: those that are there, less its tooth, and
-  // behind them the same and its tooth.
-  static void addTooth(Entries& entries, size_t count, const Affine* teeth) {
-    Element inverses[Shape::kTables * Shape::kEntries / 2];
-    Element* at = inverses;
-    for (size_t table = 0; table < Shape::kTables; ++table) {
-      for (size_t i = 0; i < count; ++i) {
-        Field::subtract(*at++, entries[table][i].x, teeth[table].x);
-      }
-    }
-    invertAll<Field>(inverses, Shape::kTables * count);
-    at = inverses;
-    for (size_t table = 0; table < Shape::kTables; ++table) {
-      for (size_t i = 0; i < count; ++i, ++at) {
-        Affine& entry = entries[table][i];
-        Arithmetic::addAndSubtract(entries[table][i + count], entry, entry, teeth[table], *at);
-      }
+  template <class Shape>
+  static void addStep(Jacobian& sum, const Comb<Shape>& comb, const CombDigits<Shape>& digits,
+                      unsigned step) {
+    for (unsigned table = 0; table < Shape::kTables; ++table) {
+      const CombDigit digit = digits.at(table, step);
+      Arithmetic::add(sum, sum, comb.entries[table][digit.entry], digit.minus);
     }
   }
 };
+
+// No sum in here is infinity or one of equal points: every point has the order of the base point,
+// so that this depends on the numbers of a comb alone.
+template <const CurveParameters& kParameters, class Rows>
+template <class Shape>
+CombCurve<kParameters, Rows>::Comb<Shape>::Comb(const Affine& point) {
+  constexpr size_t kPowers = Shape::kTeeth * Shape::kTables;
+  Jacobian powers[kPowers];  // 2^(i kSteps) times the point
+  powers[0] = Arithmetic::fromAffine(point);
+  for (size_t i = 1; i < kPowers; ++i) {
+    powers[i] = powers[i - 1];
+    for (unsigned step = 0; step < Shape::kSteps; ++step) Arithmetic::twice(powers[i], powers[i]);
+  }
+  Affine teeth[kPowers];
+  Arithmetic::toAffine(teeth, powers);
+  for (size_t table = 0; table < Shape::kTables; ++table) {
+    entries[table][0] = teeth[kPowers - Shape::kTables + table];
+  }
+  for (unsigned tooth = 0; tooth + 1 < Shape::kTeeth; ++tooth) {
+    addTooth(size_t{1} << tooth, teeth + tooth * Shape::kTables);
+  }
+}
+
+// Twice as many entries as `count` in each table: those that are there, less its tooth, and behind
+// them the same and its tooth.
+template <const CurveParameters& kParameters, class Rows>
+template <class Shape>
+void CombCurve<kParameters, Rows>::Comb<Shape>::addTooth(size_t count, const Affine* teeth) {
+  Element inverses[Shape::kTables * Shape::kEntries / 2];
+  Element* at = inverses;
+  for (size_t table = 0; table < Shape::kTables; ++table) {
+    for (size_t i = 0; i < count; ++i) {
+      Field::subtract(*at++, entries[table][i].x, teeth[table].x);
+    }
+  }
+  invertAll<Field>(inverses, Shape::kTables * count);
+  at = inverses;
+  for (size_t table = 0; table < Shape::kTables; ++table) {
+    for (size_t i = 0; i < count; ++i, ++at) {
+      Affine& entry = entries[table][i];
+      Arithmetic::addAndSubtract(entries[table][i + count], entry, entry, teeth[table], *at);
+    }
+  }
+}
 
 /// All curves on one path.
 template <class Rows>

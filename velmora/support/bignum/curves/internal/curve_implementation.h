@@ -120,8 +120,7 @@ class CurveImplementation : public Curve {
   }
 
   // x == r modulo the order, where x = X / Z^2 is below the prime: X == r Z^2 or X == (r + n) Z^2.
-  bool doubleMultiplyHasX(const Limb* u1, const Limb* u2, const CurvePoint& q,
-                          const Limb* r,
+  bool doubleMultiplyHasX(const Limb* u1, const Limb* u2, const CurvePoint& q, const Limb* r,
                           const PreparedPoint* prepared) const noexcept override {
     const Jacobian sum = multiply(u1, u2, q, prepared);
     if (Arithmetic::isInfinity(sum)) return false;

@@ -28,15 +28,16 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
   static constexpr size_t kLimbs = Base::kLimbs;
   static constexpr auto kPrime = Base::Numbers::kPrime;
 
-  using Shape = typename Base::Shape;
-  using CombNumber = typename Base::CombNumber;
+  using typename Base::BaseShape;
+  using typename Base::PointShape;
   using Four = PointLanes<Prime>;
 
   static_assert(Base::Constants::kSlope == CurveSlope::kMinus3);
-  static_assert(Shape::kTables == 4);
 
-  struct LaneComb final : PreparedPoint {
-    explicit LaneComb(const typename Base::Comb& comb) {
+  template <class Shape>
+  struct Comb final : PreparedPoint {
+    static_assert(Shape::kTables == 4);
+    explicit Comb(const typename Base::template Comb<Shape>& comb) {
       for (size_t i = 0; i < Shape::kTables; ++i) {
         enter(entries[i], comb.entries[i], Shape::kEntries);
       }
@@ -130,7 +131,7 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
     const auto comb = Base::newComb(q);
     if (comb == nullptr) return nullptr;
     laneBaseComb();
-    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) LaneComb(*comb));
+    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) Comb<PointShape>(*comb));
   }
 
  private:
@@ -172,79 +173,80 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
   }
 
   // Made at first use, which is when the first point is prepared.
-  static const LaneComb& laneBaseComb() {
-    static const LaneComb comb(Base::baseComb());
+  static const Comb<BaseShape>& laneBaseComb() {
+    static const Comb<BaseShape> comb(Base::baseComb());
     return comb;
   }
 
   Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
                             const PreparedPoint& prepared) const noexcept override {
     if (!Base::isBelowOrder(u1) || !Base::isBelowOrder(u2)) return multiply(u1, u2, q);
-    const Jacobian sum = sumOf({Base::numberOf(u2), static_cast<const LaneComb&>(prepared)},
-                               {Base::numberOf(u1), laneBaseComb()});
+    const Jacobian sum = sumOf(
+        {Base::template digitsOf<PointShape>(u2), static_cast<const Comb<PointShape>&>(prepared)},
+        {Base::template digitsOf<BaseShape>(u1), laneBaseComb()});
     return Base::Arithmetic::isInfinity(sum) ? Base::multiply(u1, u2, q) : sum;
   }
 
   // A number and the comb that it is multiplied with.
+  template <class Shape>
   struct Factor {
-    CombNumber number;
-    const LaneComb& comb;
+    CombDigits<Shape> digits;
+    const Comb<Shape>& comb;
   };
 
-  // What a step adds: an entry of each table, with the signs to be turned.
+  // What a step adds: an entry of each table, and the lanes of those that are to be subtracted.
   struct StepEntries {
     typename Four::AffinePoints points;
     __mmask8 minus;
   };
-  VELMORA_LANES_INLINE static StepEntries entriesOf(const Factor& factor, unsigned step) {
-    const Limb* x[4];
+  template <class Shape>
+  VELMORA_LANES_INLINE static StepEntries entriesOf(const Factor<Shape>& factor, unsigned step) {
+    const typename Lane::Affine* entries[4];
     unsigned signs = 0;
     for (unsigned table = 0; table < 4; ++table) {
-      const CombDigit digit = factor.number.at(table, step);
-      x[table] = factor.comb.entries[table][digit.entry].x;
+      const CombDigit digit = factor.digits.at(table, step);
+      entries[table] = &factor.comb.entries[table][digit.entry];
       signs |= static_cast<unsigned>(digit.minus) << table;
     }
-    static_assert(sizeof(typename Lane::Affine) == 2 * kWords * sizeof(Limb));
     StepEntries r;
-    r.points.x = gathered(x[0], x[1], x[2], x[3]);
-    r.points.y = gathered(x[0] + kWords, x[1] + kWords, x[2] + kWords, x[3] + kWords);
+    VELMORA_UNROLL
+    for (size_t i = 0; i < kWords; ++i) {
+      r.points.x.w[i] =
+          gathered(entries[0]->x[i], entries[1]->x[i], entries[2]->x[i], entries[3]->x[i]);
+      r.points.y.w[i] =
+          gathered(entries[0]->y[i], entries[1]->y[i], entries[2]->y[i], entries[3]->y[i]);
+    }
     r.minus = static_cast<__mmask8>(signs);
     return r;
   }
-  VELMORA_LANES_INLINE static Number gathered(const Limb* a, const Limb* b, const Limb* c,
-                                              const Limb* d) {
-    Number r;
-    VELMORA_UNROLL
-    for (size_t i = 0; i < kWords; ++i) {
-      r.w[i] = _mm256_set_epi64x(static_cast<long long>(d[i]), static_cast<long long>(c[i]),
-                                 static_cast<long long>(b[i]), static_cast<long long>(a[i]));
-    }
-    return r;
+  VELMORA_LANES_INLINE static __m256i gathered(Limb a, Limb b, Limb c, Limb d) {
+    return _mm256_set_epi64x(static_cast<long long>(d), static_cast<long long>(c),
+                             static_cast<long long>(b), static_cast<long long>(a));
   }
 
   // The sum; or infinity, where the lanes cannot tell.
-  VELMORA_LANES static Jacobian sumOf(const Factor& point, const Factor& base) {
-    StepEntries next = entriesOf(point, Shape::kSteps - 1);
+  VELMORA_LANES static Jacobian sumOf(const Factor<PointShape>& point,
+                                      const Factor<BaseShape>& base) {
+    StepEntries next = entriesOf(point, PointShape::kSteps - 1);
     typename Four::Points sums;
     sums.x = next.points.x;
     sums.y = Prime::carried(Four::negated(next.points.y, next.minus));
     sums.z = withNumber<15>(Number{}, kConstants.one);
-    next = entriesOf(base, Shape::kSteps - 1);
-    sums = Four::add(sums, next.points, next.minus);
-    for (unsigned step = Shape::kSteps - 1; step-- != 0;) {
-      sums = Four::twice(sums);
-      for (const Factor* factor : {&point, &base}) {
-        next = entriesOf(*factor, step);
+    for (unsigned step = PointShape::kSteps - 1;;) {
+      if (step < BaseShape::kSteps) {
+        next = entriesOf(base, step);
         sums = Four::add(sums, next.points, next.minus);
       }
+      if (step-- == 0) return leave(Four::total(sums));
+      next = entriesOf(point, step);
+      sums = Four::add(Four::twice(sums), next.points, next.minus);
     }
-    sums = Four::add(sums, {permuted<2, 3, 2, 3>(sums.x), permuted<2, 3, 2, 3>(sums.y),
-                            permuted<2, 3, 2, 3>(sums.z)});
-    sums = Four::add(sums, {permuted<1, 1, 1, 1>(sums.x), permuted<1, 1, 1, 1>(sums.y),
-                            permuted<1, 1, 1, 1>(sums.z)});
-    const Number y = Prime::carried(plus(sums.y, sums.y));
-    return leave(
-        blended<4>(blended<2>(sums.x, permuted<0, 0, 0, 0>(y)), permuted<0, 0, 0, 0>(sums.z)));
+  }
+
+  // (X / Z^2, Y / Z^3), the lanes of which are all the same.
+  VELMORA_LANES_INLINE static Jacobian leave(const typename Four::Points& points) {
+    const Number y = Prime::carried(plus(points.y, points.y));
+    return leave(blended<4>(blended<2>(points.x, y), points.z));
   }
 
   static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }

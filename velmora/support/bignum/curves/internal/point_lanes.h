@@ -60,6 +60,12 @@ struct PointLanes {
     return addDifferences(p.x, p.y, h, Prime::carried(minus(y, p.y)), Prime::multiply(p.z, h));
   }
 
+  /// The sum of all four, in every lane.
+  VELMORA_LANES_INLINE static Points total(const Points& p) {
+    const Points pairs = add(permuted<0, 1, 0, 1>(p), permuted<2, 3, 2, 3>(p));
+    return add(permuted<0, 0, 0, 0>(pairs), permuted<1, 1, 1, 1>(pairs));
+  }
+
   /// p + q.
   VELMORA_LANES_INLINE static Points add(const Points& p, const Points& q) {
     const Number pz2 = product(p.z, p.z);
@@ -72,6 +78,12 @@ struct PointLanes {
   }
 
  private:
+  template <int kI0, int kI1, int kI2, int kI3>
+  VELMORA_LANES_INLINE static Points permuted(const Points& p) {
+    return {vartime::permuted<kI0, kI1, kI2, kI3>(p.x), vartime::permuted<kI0, kI1, kI2, kI3>(p.y),
+            vartime::permuted<kI0, kI1, kI2, kI3>(p.z)};
+  }
+
   VELMORA_LANES_INLINE static Number product(const Number& a, const Number& b) {
     return Prime::carried(Prime::multiply(a, b));
   }
