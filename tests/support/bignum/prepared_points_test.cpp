@@ -55,6 +55,15 @@ std::vector<CurvePoint> pointsFor(const Curve& plain, Numbers& numbers) {
   return points;
 }
 
+void compareHasX(const Curve& curve, const Limb* u1, const Limb* u2, const CurvePoint& q,
+                 const PreparedPoint* prepared, const CurvePoint& sum) {
+  Limbs r(sum.x, sum.x + curve.limbs());
+  if (compareLimbs(r.data(), curve.order(), r.size()) >= 0) return;
+  EXPECT_EQ(curve.doubleMultiplyHasX(u1, u2, q, r.data(), prepared), !sum.infinity);
+  r[0] ^= 1;
+  EXPECT_FALSE(curve.doubleMultiplyHasX(u1, u2, q, r.data(), prepared));
+}
+
 TEST_P(PreparedPointsTest, GiveWhatPointsAloneDo) {
   for (const CurveParameters* parameters : {&kP256, &kP384, &kP521}) {
     SCOPED_TRACE(std::string(parameters->name));
@@ -62,24 +71,53 @@ TEST_P(PreparedPointsTest, GiveWhatPointsAloneDo) {
     const Curve& plain = *findCurve(parameters->oid.octets(), ArithmeticPath::kPortable);
     Numbers numbers;
     const std::vector<Limbs> scalars = scalarsFor(plain, numbers);
-    for (const CurvePoint& q : pointsFor(plain, numbers)) {
-      const auto prepared = curve.prepare(q);
+    const std::vector<CurvePoint> points = pointsFor(plain, numbers);
+    for (size_t i = 0; i < points.size(); ++i) {
+      const auto prepared = curve.prepare(points[i]);
       ASSERT_NE(prepared, nullptr);
-      for (const Limbs& u1 : scalars) {
-        for (const Limbs& u2 : scalars) {
-          const CurvePoint wanted = plain.doubleMultiply(u1.data(), u2.data(), q);
-          ASSERT_TRUE(isSame(curve.doubleMultiply(u1.data(), u2.data(), q, prepared.get()), wanted,
-                             curve.limbs()))
-              << &u1 - scalars.data() << ' ' << &u2 - scalars.data();
-          Limbs r(wanted.x, wanted.x + curve.limbs());
-          if (compareLimbs(r.data(), curve.order(), r.size()) >= 0) continue;
-          const auto hasX = [&] {
-            return curve.doubleMultiplyHasX(u1.data(), u2.data(), q, r.data(), prepared.get());
-          };
-          EXPECT_EQ(hasX(), !wanted.infinity);
-          r[0] ^= 1;
-          EXPECT_FALSE(hasX());
-        }
+      for (size_t j = 0; j < scalars.size() * scalars.size(); j += i < 2 ? 1 : 3) {
+        const Limb* const u1 = scalars[j / scalars.size()].data();
+        const Limb* const u2 = scalars[j % scalars.size()].data();
+        const CurvePoint wanted = plain.doubleMultiply(u1, u2, points[i]);
+        ASSERT_TRUE(
+            isSame(curve.doubleMultiply(u1, u2, points[i], prepared.get()), wanted, curve.limbs()))
+            << i << ' ' << j;
+        if (j % 7 == 0) compareHasX(curve, u1, u2, points[i], prepared.get(), wanted);
+      }
+    }
+  }
+}
+
+// Also of points that are of small order or have a part that is, whose multiples are not those by
+// numbers modulo the order of the base point.
+TEST_P(PreparedPointsTest, GiveWhatPointsOfEdwards25519Do) {
+  const Edwards25519& curve = edwards25519(path());
+  const Edwards25519& plain = edwards25519(ArithmeticPath::kPortable);
+  Numbers numbers;
+  const Limbs order = {0x5812631a5cf5d3ed, 0x14def9dea2f79cd6, 0, 0x1000000000000000};
+  std::vector<Limbs> scalars = {Limbs(4), {1, 0, 0, 0}, {2, 0, 0, 0}, {8, 0, 0, 0}, order};
+  scalars.push_back({order[0] - 1, order[1], 0, order[3]});
+  scalars.emplace_back(4, ~Limb{0});
+  scalars.push_back({~Limb{1}, ~Limb{0}, ~Limb{0}, ~Limb{0}});
+  for (int i = 0; i < 6; ++i) scalars.push_back(numbers.limbs(4));
+  std::vector<EdwardsPoint> points = {plain.basePoint(), {{0}, {1}}};
+  const std::vector<std::uint8_t> orderEight =
+      bytesFromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
+  EdwardsPoint small;
+  ASSERT_TRUE(plain.decode(small, orderEight.data()));
+  for (Limb multiple = 1; multiple < 8; ++multiple) {
+    const Limbs k = {multiple, 0, 0, 0};
+    const Limbs& s = scalars[multiple % 2 == 0 ? 0 : scalars.size() - multiple];
+    points.push_back(plain.doubleMultiply(s.data(), k.data(), small));
+  }
+  for (const EdwardsPoint& a : points) {
+    const auto prepared = curve.prepare(a);
+    ASSERT_NE(prepared, nullptr);
+    for (const Limbs& s : scalars) {
+      for (const Limbs& k : scalars) {
+        const EdwardsPoint r = curve.doubleMultiply(s.data(), k.data(), a, prepared.get());
+        const EdwardsPoint wanted = plain.doubleMultiply(s.data(), k.data(), a);
+        ASSERT_TRUE(std::equal(r.x, r.x + 4, wanted.x) && std::equal(r.y, r.y + 4, wanted.y));
       }
     }
   }

@@ -30,19 +30,21 @@ struct CombDigit {
   bool minus;
 };
 
-/// The digits of an odd number, or of its negative.
+/// The digits of an odd number, or of its negative; of an even number those of the next.
 template <class Shape>
 class CombDigits {
  public:
-  /// The number has n limbs, is odd and is below 2^kBits.
-  CombDigits(const Limb* odd, size_t n, bool minus) : m_minus(minus) {
-    // Halves of the digits and of the number: with 0 for -1, the digits are the bits of
-    // (odd + 2^kBits - 1) / 2.
-    n = n < kLimbs ? n : kLimbs;
+  /// The number has n limbs and is below 2^kBits.
+  CombDigits(const Limb* number, size_t n, bool minus)
+      : m_isOfNext(number[0] % 2 == 0), m_minus(minus) {
+    // With 0 for -1 the digits are the bits of (odd + 2^kBits - 1) / 2.
     clearLimbs(m_bits, kLimbs);
-    shiftRight(m_bits, odd, n, 1);
+    shiftRight(m_bits, number, n < kLimbs ? n : kLimbs, 1);
     m_bits[(Shape::kBits - 1) / kLimbBits] |= Limb{1} << (Shape::kBits - 1) % kLimbBits;
   }
+
+  /// Whether the number is even.
+  bool isOfNext() const { return m_isOfNext; }
 
   CombDigit at(unsigned table, unsigned step) const {
     size_t teeth = 0;
@@ -58,6 +60,7 @@ class CombDigits {
   static constexpr size_t kLimbs = limbsForBits(Shape::kBits);
 
   Limb m_bits[kLimbs];
+  bool m_isOfNext;
   bool m_minus;
 };
 

@@ -2,7 +2,10 @@
 
 // The curve of Ed25519 computed on in one way.
 
+#include <new>
+
 #include "velmora/support/bignum/curves/edwards25519.h"
+#include "velmora/support/bignum/curves/internal/comb.h"
 #include "velmora/support/bignum/curves/internal/window.h"
 #include "velmora/support/bignum/fields/internal/prime_field.h"
 
@@ -84,8 +87,17 @@ class Edwards25519Implementation : public Edwards25519 {
     return point;
   }
 
-  EdwardsPoint doubleMultiply(const Limb* s, const Limb* k,
-                              const EdwardsPoint& a) const noexcept override {
+  std::unique_ptr<const PreparedPoint> prepare(const EdwardsPoint& a) const noexcept override {
+    baseComb();
+    return newComb(a);
+  }
+
+  EdwardsPoint doubleMultiply(const Limb* s, const Limb* k, const EdwardsPoint& a,
+                              const PreparedPoint* prepared) const noexcept override {
+    if (prepared != nullptr) {
+      return toAffine(multiplyPrepared(CombDigits<BaseShape>(s, 4, false),
+                                       CombDigits<PointShape>(k, 4, true), *prepared));
+    }
     const Digits digits(s, k);
     Cached multiples[kPointMultiples];
     oddMultiples(multiples, kPointMultiples, enter(a));
@@ -119,6 +131,54 @@ class Edwards25519Implementation : public Edwards25519 {
     CachedAffine multiple[kBaseMultiples];  // B, 3 B, 5 B ...
   };
 
+  // For all numbers of 256 bits, and that of the base point larger because it is there once.
+  using PointShape = CombShape<256, 6, 4>;
+  using BaseShape = CombShape<256, 8, 4>;
+  static_assert(BaseShape::kSteps <= PointShape::kSteps);
+
+  template <class Shape>
+  struct Comb final : PreparedPoint {
+    explicit Comb(const Extended& point);
+    CachedAffine entries[Shape::kTables][Shape::kEntries];
+    CachedAffine self;  // the point
+  };
+
+  static std::unique_ptr<const Comb<PointShape>> newComb(const EdwardsPoint& a) {
+    using Made = Comb<PointShape>;
+    return std::unique_ptr<const Made>(new (std::nothrow) Made(enter(a)));
+  }
+
+  // Made at first use, which is when the first point is prepared.
+  static const Comb<BaseShape>& baseComb() {
+    static const Comb<BaseShape> comb(basePointInside());
+    return comb;
+  }
+
+  // What follows from an even scalar is taken off again: nothing is known of the order of a point.
+  virtual Projective multiplyPrepared(const CombDigits<BaseShape>& s,
+                                      const CombDigits<PointShape>& minusK,
+                                      const PreparedPoint& prepared) const noexcept {
+    const auto& pointComb = static_cast<const Comb<PointShape>&>(prepared);
+    Completed sum{constants().zero, constants().one, constants().one, constants().one};
+    for (unsigned step = PointShape::kSteps; step-- != 0;) {
+      sum = twice(toProjective(sum));
+      addStep(sum, pointComb, minusK, step);
+      if (step < BaseShape::kSteps) addStep(sum, baseComb(), s, step);
+    }
+    if (s.isOfNext()) sum = add(toExtended(sum), baseComb().self, true);
+    if (minusK.isOfNext()) sum = add(toExtended(sum), pointComb.self, false);
+    return toProjective(sum);
+  }
+
+  template <class Shape>
+  static void addStep(Completed& sum, const Comb<Shape>& comb, const CombDigits<Shape>& digits,
+                      unsigned step) {
+    for (unsigned table = 0; table < Shape::kTables; ++table) {
+      const CombDigit digit = digits.at(table, step);
+      sum = add(toExtended(sum), comb.entries[table][digit.entry], digit.minus);
+    }
+  }
+
   struct Constants {
     Element zero{}, one{}, d{}, d2{}, rootOfMinus1{};
     Constants() {
@@ -148,6 +208,13 @@ class Edwards25519Implementation : public Edwards25519 {
     r.z = constants().one;
     Field::multiply(r.t, r.x, r.y);
     return r;
+  }
+
+  static Extended basePointInside() {
+    EdwardsPoint base;
+    copyLimbs(base.x, Numbers::kBaseX.data(), 4);
+    copyLimbs(base.y, Numbers::kBaseY.data(), 4);
+    return enter(base);
   }
 
   static EdwardsPoint toAffine(const Projective& p) {
@@ -248,24 +315,25 @@ class Edwards25519Implementation : public Edwards25519 {
   }
 
   static BaseTable makeBaseTable() {
-    Extended base;
-    Field::fromPlain(base.x, Numbers::kBaseX.data());
-    Field::fromPlain(base.y, Numbers::kBaseY.data());
-    base.z = constants().one;
-    Field::multiply(base.t, base.x, base.y);
     Cached multiples[kBaseMultiples];
-    oddMultiples(multiples, kBaseMultiples, base);
+    oddMultiples(multiples, kBaseMultiples, basePointInside());
     BaseTable table;
-    for (size_t i = 0; i < kBaseMultiples; ++i) {
-      Element inverse, halfZ;
-      Field::halve(halfZ, multiples[i].z2);
-      invert<Field>(inverse, halfZ);
-      const CachedAffine& scaled = multiples[i].affine;
-      Field::multiply(table.multiple[i].yMinusX, scaled.yMinusX, inverse);
-      Field::multiply(table.multiple[i].yPlusX, scaled.yPlusX, inverse);
-      Field::multiply(table.multiple[i].t2d, scaled.t2d, inverse);
-    }
+    toAffine(table.multiple, multiples);
     return table;
+  }
+
+  // The same points with Z = 1, with one inversion for all.
+  template <size_t kCount>
+  static void toAffine(CachedAffine (&r)[kCount], const Cached (&points)[kCount]) {
+    Element inverses[kCount];
+    for (size_t i = 0; i < kCount; ++i) Field::halve(inverses[i], points[i].z2);
+    invertAll<Field>(inverses, kCount);
+    for (size_t i = 0; i < kCount; ++i) {
+      const CachedAffine& scaled = points[i].affine;
+      Field::multiply(r[i].yMinusX, scaled.yMinusX, inverses[i]);
+      Field::multiply(r[i].yPlusX, scaled.yPlusX, inverses[i]);
+      Field::multiply(r[i].t2d, scaled.t2d, inverses[i]);
+    }
   }
 
   // r = a^(2^k) * b.
@@ -313,5 +381,33 @@ class Edwards25519Implementation : public Edwards25519 {
     return true;
   }
 };
+
+template <class Rows>
+template <class Shape>
+Edwards25519Implementation<Rows>::Comb<Shape>::Comb(const Extended& point)
+    : self(cache(point).affine) {
+  Extended powers[Shape::kTeeth * Shape::kTables];  // 2^(i kSteps) times the point
+  powers[0] = point;
+  for (size_t i = 1; i < Shape::kTeeth * Shape::kTables; ++i) {
+    Completed next = twice(Projective{powers[i - 1].x, powers[i - 1].y, powers[i - 1].z});
+    for (unsigned step = 1; step < Shape::kSteps; ++step) next = twice(toProjective(next));
+    powers[i] = toExtended(next);
+  }
+  for (size_t table = 0; table < Shape::kTables; ++table) {
+    Extended sums[Shape::kEntries];
+    sums[0] = powers[(Shape::kTeeth - 1) * Shape::kTables + table];
+    for (unsigned tooth = 0; tooth + 1 < Shape::kTeeth; ++tooth) {
+      const Cached power = cache(powers[tooth * Shape::kTables + table]);
+      const size_t count = size_t{1} << tooth;
+      for (size_t i = 0; i < count; ++i) {
+        sums[i + count] = toExtended(add(sums[i], power, false));
+        sums[i] = toExtended(add(sums[i], power, true));
+      }
+    }
+    Cached scaled[Shape::kEntries];
+    for (size_t i = 0; i < Shape::kEntries; ++i) scaled[i] = cache(sums[i]);
+    toAffine(entries[table], scaled);
+  }
+}
 
 }  // namespace velmora::vartime

@@ -51,8 +51,66 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
     return table;
   }
 
-  EdwardsPoint doubleMultiply(const Limb* s, const Limb* k,
-                              const EdwardsPoint& a) const noexcept override {
+  template <class Shape>
+  struct LaneComb final : PreparedPoint {
+    explicit LaneComb(const Comb<Shape>& comb) {
+      Element two;
+      setSmall<Field>(two, 2);
+      for (size_t i = 0; i < Shape::kTables * Shape::kEntries; ++i) {
+        entries[i / Shape::kEntries][i % Shape::kEntries] =
+            entryOf(comb.entries[i / Shape::kEntries][i % Shape::kEntries], two);
+      }
+      self = entryOf(comb.self, two);
+    }
+    Entry entries[Shape::kTables][Shape::kEntries];
+    Entry self;
+  };
+
+  // Made at first use, which is when the first point is prepared.
+  static const LaneComb<BaseShape>& laneBaseComb() {
+    static const LaneComb<BaseShape> comb(baseComb());
+    return comb;
+  }
+
+  std::unique_ptr<const PreparedPoint> prepare(const EdwardsPoint& a) const noexcept override {
+    const auto comb = newComb(a);
+    if (comb == nullptr) return nullptr;
+    laneBaseComb();
+    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) LaneComb<PointShape>(*comb));
+  }
+
+  Projective multiplyPrepared(const CombDigits<BaseShape>& s, const CombDigits<PointShape>& minusK,
+                              const PreparedPoint& prepared) const noexcept override {
+    return sum(s, laneBaseComb(), minusK, static_cast<const LaneComb<PointShape>&>(prepared));
+  }
+
+  VELMORA_LANES static Projective sum(const CombDigits<BaseShape>& s,
+                                      const LaneComb<BaseShape>& base,
+                                      const CombDigits<PointShape>& minusK,
+                                      const LaneComb<PointShape>& pointComb) {
+    Number point = identity();
+    for (unsigned step = PointShape::kSteps; step-- != 0;) {
+      point = addStep(twice(point), pointComb, minusK, step);
+      if (step < BaseShape::kSteps) point = addStep(point, base, s, step);
+    }
+    if (s.isOfNext()) point = add(point, base.self, true);
+    if (minusK.isOfNext()) point = add(point, pointComb.self, false);
+    return leave(point);
+  }
+
+  template <class Shape>
+  VELMORA_LANES_INLINE static Number addStep(Number point, const LaneComb<Shape>& comb,
+                                             const CombDigits<Shape>& digits, unsigned step) {
+    for (unsigned table = 0; table < Shape::kTables; ++table) {
+      const CombDigit digit = digits.at(table, step);
+      point = add(point, comb.entries[table][digit.entry], digit.minus);
+    }
+    return point;
+  }
+
+  EdwardsPoint doubleMultiply(const Limb* s, const Limb* k, const EdwardsPoint& a,
+                              const PreparedPoint* prepared) const noexcept override {
+    if (prepared != nullptr) return Base::doubleMultiply(s, k, a, prepared);
     Cached multiples[kPointMultiples];
     oddMultiples(multiples, kPointMultiples, enter(a));
     Entry table[kPointMultiples];
