@@ -20,13 +20,49 @@ void verifyVelmora(benchmark::State& state, const Subject& subject, ArithmeticPa
   verifyAgain(state, verifier, subject.spki);
 }
 
+void verifyVelmoraAgain(benchmark::State& state, const Subject& subject, ArithmeticPath path) {
+  VelmoraVerifier verifier(subject.scheme, subject.signedMessage, path);
+  require(verifier.load(subject.spki) && verifier.prepare(), "preparing of a key");
+  for (auto _ : state) require(verifier.verify(), "verification");
+}
+
+void prepareVelmora(benchmark::State& state, const Subject& subject, ArithmeticPath path) {
+  for (auto _ : state) {
+    VelmoraVerifier verifier(subject.scheme, subject.signedMessage, path);
+    require(verifier.load(subject.spki) && verifier.prepare(), "preparing of a key");
+  }
+}
+
 void verifyOpenssl(benchmark::State& state, const Subject& subject) {
   OpensslVerifier verifier(subject.scheme, subject.signedMessage);
   verifyAgain(state, verifier, subject.spki);
 }
 
-std::string nameOf(const Scheme& scheme, const char* who) {
-  return std::string("prepared/") + scheme.name + "/" + who;
+std::string nameOf(const Scheme& scheme, const char* who, const char* what = "prepared/") {
+  return std::string(what) + scheme.name + "/" + who;
+}
+
+using Measured = void (*)(benchmark::State&, const Subject&, ArithmeticPath);
+
+void add(const Subject& subject, ArithmeticPath path, const char* what, Measured measured) {
+  const std::string name = nameOf(subject.scheme, vartime::arithmeticPathName(path), what);
+  benchmark::RegisterBenchmark(name.c_str(), [&subject, path, measured](benchmark::State& state) {
+    measured(state, subject, path);
+  });
+}
+
+void printAgain(const Timings& timings, const char* pathName) {
+  std::printf(
+      "\nprepared key, asked again, %-14s velmora, us  OpenSSL, us    ratio  load and prepare, "
+      "us\n",
+      pathName);
+  for (const Scheme& scheme : schemes()) {
+    const double made = timings.best(nameOf(scheme, pathName, "prepare/")) / 1e3;
+    char note[32];
+    std::snprintf(note, sizeof note, "%22.1f", made);
+    printBeside(timings, scheme.name, nameOf(scheme, pathName, "again/"), nameOf(scheme, "openssl"),
+                note);
+  }
 }
 
 }  // namespace
@@ -35,9 +71,9 @@ void registerPreparedKeys(const std::deque<Subject>& subjects) {
   for (const Subject& subject : subjects) {
     for (const ArithmeticPath path : vartime::kArithmeticPaths) {
       if (!vartime::arithmeticPathSupported(path)) continue;
-      benchmark::RegisterBenchmark(
-          nameOf(subject.scheme, vartime::arithmeticPathName(path)).c_str(),
-          [&subject, path](benchmark::State& state) { verifyVelmora(state, subject, path); });
+      add(subject, path, "prepared/", verifyVelmora);
+      add(subject, path, "again/", verifyVelmoraAgain);
+      add(subject, path, "prepare/", prepareVelmora);
     }
     benchmark::RegisterBenchmark(
         nameOf(subject.scheme, "openssl").c_str(),
@@ -54,6 +90,7 @@ void printPreparedKeys(const Timings& timings) {
     for (const Scheme& scheme : schemes()) {
       printBeside(timings, scheme.name, nameOf(scheme, pathName), nameOf(scheme, "openssl"));
     }
+    printAgain(timings, pathName);
   }
 }
 

@@ -25,7 +25,7 @@ void printBeside(const Timings& timings, const char* what, const std::string& ou
 
 // What is registered refers to the subjects, which outlive the run.
 
-/// One signature, with a key that was prepared before.
+/// One signature, with a key that is ready, and with what is kept of keys that are asked again.
 void registerPreparedKeys(const std::deque<Subject>& subjects);
 void printPreparedKeys(const Timings& timings);
 

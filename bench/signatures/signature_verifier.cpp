@@ -40,6 +40,12 @@ bool VelmoraVerifier::verifyRsa(const RsaKeyData& key) {
          (m_scheme.pss || digestInfoMatches());
 }
 
+bool VelmoraVerifier::prepare() {
+  if (EccKeyData* const ecc = m_key.getEccKey()) return ecc->prepare();
+  Ed25519KeyData* const ed25519 = m_key.getEd25519Key();
+  return ed25519 == nullptr || ed25519->prepare();
+}
+
 bool VelmoraVerifier::verify() {
   const DataBuffer& signature = m_signed.signature;
   const DataBuffer& digest = m_signed.digest;

@@ -16,6 +16,9 @@ class VelmoraVerifier {
   /// False when the key is refused.
   bool load(const DataBuffer& spki) { return m_key.loadAnyDer(spki, m_log); }
 
+  /// Makes what is kept for a key that is asked again; nothing for RSA and DSA.
+  bool prepare();
+
   bool verify();
 
  private:

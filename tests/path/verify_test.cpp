@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <iterator>
 #include <latch>
+#include <optional>
 #include <thread>
 
 #include "tests/common/allocation_fault.h"
 #include "tests/common/signed_cases.h"
 #include "tests/path/made_ways.h"
+#include "velmora/path/internal/judgement_cache.h"
 
 // verify() as a whole; what single rules say is held against a naive checker by pki_test.py.
 
@@ -471,6 +473,24 @@ TEST(Verify, WithoutMemoryNothingHolds) {
       EXPECT_GT(faults, 50U);
     }
   }
+}
+
+TEST(Verify, WithoutMemoryGoesOnWithAKeyThatIsNotPrepared) {
+  const Certificate& root = named("root");
+  std::shared_ptr<const IssuerKey> key;
+  std::optional<JudgementCache> cache;
+  const auto makeCache = [&] {
+    cache.emplace(1);
+    for (int use = 0; use < 7; ++use) cache->key(root.parts().spki, Sha256{});
+  };
+  makeCache();
+  const auto attempt = [&] { key = cache->key(root.parts().spki, Sha256{}); };
+  const size_t faults = forEachAllocationFault(attempt, [&](bool faulted) {
+    ASSERT_EQ(key, cache->key(root.parts().spki, Sha256{}));
+    ASSERT_EQ(key->check(named("ca")).verdict, SignatureVerdict::good) << faulted;
+    makeCache();
+  });
+  EXPECT_GE(faults, 3U);
 }
 
 // Each turn with anchors that know nothing yet, so that threads read what others are writing.

@@ -197,6 +197,12 @@ bool IssuerKey::load(const KeyParts& parts) noexcept {
   return false;
 }
 
+bool IssuerKey::prepare() noexcept {
+  if (auto* const ec = std::get_if<EccKeyData>(&m_key)) return ec->prepare();
+  auto* const ed25519 = std::get_if<Ed25519KeyData>(&m_key);
+  return ed25519 != nullptr && ed25519->prepare();
+}
+
 // A key that is for RSASSA-PSS alone and has parameters allows these hashes and no shorter salt
 // (RFC 4055 §3.3).
 bool IssuerKey::fits(const SignatureScheme& scheme) const noexcept {

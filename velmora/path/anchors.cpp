@@ -147,7 +147,8 @@ IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
   if (given.names) constraints = std::make_shared<const PreparedConstraints>(*given.names);
 }
 
-AnchorIndex::AnchorIndex(std::span<const TrustAnchor> anchors) {
+AnchorIndex::AnchorIndex(std::span<const TrustAnchor> anchors, size_t preparedKeys)
+    : m_cache(preparedKeys) {
   std::vector<const TrustAnchor*> sorted;
   sorted.reserve(anchors.size());
   for (const TrustAnchor& anchor : anchors) sorted.push_back(&anchor);
@@ -207,10 +208,10 @@ std::vector<TrustAnchor> anchorsOf(std::span<const Certificate> roots) {
 }  // namespace
 
 TrustAnchors::TrustAnchors() : TrustAnchors(std::span<const TrustAnchor>()) {}
-TrustAnchors::TrustAnchors(std::span<const Certificate> roots)
-    : TrustAnchors(std::span<const TrustAnchor>(anchorsOf(roots))) {}
-TrustAnchors::TrustAnchors(std::span<const TrustAnchor> anchors)
-    : m_index(std::make_shared<const AnchorIndex>(anchors)) {}
+TrustAnchors::TrustAnchors(std::span<const Certificate> roots, size_t preparedKeys)
+    : TrustAnchors(std::span<const TrustAnchor>(anchorsOf(roots)), preparedKeys) {}
+TrustAnchors::TrustAnchors(std::span<const TrustAnchor> anchors, size_t preparedKeys)
+    : m_index(std::make_shared<const AnchorIndex>(anchors, preparedKeys)) {}
 
 size_t TrustAnchors::size() const noexcept {
   return m_index->size();

@@ -1,22 +1,61 @@
 #include "velmora/path/internal/judgement_cache.h"
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace velmora {
 
+JudgementCache::KeptKey* JudgementCache::find(const Sha256& digest) {
+  for (Keys* keys : {&m_keys, &m_olderKeys}) {
+    if (const auto found = keys->find(digest); found != keys->end()) return &found->second;
+  }
+  return nullptr;
+}
+
 std::shared_ptr<const IssuerKey> JudgementCache::key(Bytes subjectPublicKeyInfo,
                                                      const Sha256& digest) {
+  std::shared_ptr<const IssuerKey> plain;
   {
     const std::shared_lock lock(m_mutex);
-    for (const Keys* keys : {&m_keys, &m_olderKeys}) {
-      if (const auto found = keys->find(digest); found != keys->end()) return found->second;
+    if (KeptKey* const kept = find(digest)) {
+      if (kept->prepared != nullptr) return kept->prepared;
+      if (++kept->uses != kUsesToPrepare) return kept->plain;
+      plain = kept->plain;
     }
   }
+  if (plain != nullptr) return prepare(subjectPublicKeyInfo, digest, plain);
   auto made = std::make_shared<const IssuerKey>(subjectPublicKeyInfo);
   const std::unique_lock lock(m_mutex);
   if (m_keys.size() >= kMostKeys) m_olderKeys = std::exchange(m_keys, {});
-  return m_keys.emplace(digest, std::move(made)).first->second;
+  return m_keys.try_emplace(digest, std::move(made)).first->second.plain;
+}
+
+// Prepares another object, since others check with the plain one meanwhile.
+std::shared_ptr<const IssuerKey> JudgementCache::prepare(
+    Bytes subjectPublicKeyInfo, const Sha256& digest,
+    const std::shared_ptr<const IssuerKey>& plain) noexcept try {
+  if (m_mostPrepared == 0) return plain;
+  const auto made = std::make_shared<IssuerKey>(subjectPublicKeyInfo);
+  if (!made->prepare()) return plain;
+  const std::unique_lock lock(m_mutex);
+  makeRoom();
+  if (KeptKey* const kept = find(digest)) {
+    m_prepared.push_back(digest);
+    kept->prepared = made;
+  }
+  return made;
+} catch (const std::bad_alloc&) {
+  return plain;
+}
+
+void JudgementCache::makeRoom() {
+  if (m_prepared.size() < m_mostPrepared) return;
+  if (KeptKey* const first = find(m_prepared.front())) {
+    first->prepared.reset();
+    first->uses = 0;
+  }
+  m_prepared.erase(m_prepared.begin());
 }
 
 std::optional<SignatureCheck> JudgementCache::find(const Sha256& key,

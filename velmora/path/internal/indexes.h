@@ -67,7 +67,7 @@ struct IndexedAnchor {
 class AnchorIndex {
  public:
   /// Throws std::bad_alloc.
-  explicit AnchorIndex(std::span<const TrustAnchor> anchors);
+  AnchorIndex(std::span<const TrustAnchor> anchors, size_t preparedKeys);
 
   size_t size() const noexcept { return m_anchors.size(); }
 

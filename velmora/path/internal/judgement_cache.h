@@ -3,6 +3,7 @@
 // What was computed with public keys, kept from one verification to the next.
 
 #include <array>
+#include <atomic>
 #include <compare>
 #include <cstddef>
 #include <cstring>
@@ -10,6 +11,8 @@
 #include <memory>
 #include <optional>
 #include <shared_mutex>
+#include <utility>
+#include <vector>
 
 #include "velmora/certificate/issuer_key.h"
 
@@ -21,13 +24,19 @@ using Sha256 = std::array<std::byte, 32>;
 /// made ready. It holds nothing that an option could change, and is found by content alone, so that
 /// no answer depends on it. Links that hold and links that do not are kept apart, so that nobody
 /// without a trusted key can push out those that hold; at most twice kMostKeys and kMostLinks of
-/// each. Any thread may ask.
+/// each. A key is prepared (IssuerKey::prepare) when it is asked for the eighth time, by the thread
+/// that asks, while others go on without; of more than `mostPrepared` such keys the first becomes a
+/// plain one again. Any thread may ask.
 class JudgementCache {
  public:
   static constexpr size_t kMostKeys = 256;
   static constexpr size_t kMostLinks = 4096;
+  static constexpr unsigned kUsesToPrepare = 8;
 
-  /// The key of a SubjectPublicKeyInfo with this digest, made ready. Throws std::bad_alloc.
+  explicit JudgementCache(size_t mostPrepared) noexcept : m_mostPrepared(mostPrepared) {}
+
+  /// The key of a SubjectPublicKeyInfo with this digest, made ready, to check one signature with.
+  /// To be asked for keys only that something trusted vouches for. Throws std::bad_alloc.
   std::shared_ptr<const IssuerKey> key(Bytes subjectPublicKeyInfo, const Sha256& digest);
 
   /// What came of checking with the key the certificate with this fingerprint; nothing when that is
@@ -47,13 +56,27 @@ class JudgementCache {
       return byKey != 0 ? byKey < 0 : a.certificate < b.certificate;
     }
   };
-  using Keys = std::map<Sha256, std::shared_ptr<const IssuerKey>>;
+  struct KeptKey {
+    explicit KeptKey(std::shared_ptr<const IssuerKey> key) noexcept : plain(std::move(key)) {}
+    const std::shared_ptr<const IssuerKey> plain;
+    std::shared_ptr<const IssuerKey> prepared;  // null before and when it had to make room
+    std::atomic<unsigned> uses = 1;             // of the plain one
+  };
+  using Keys = std::map<Sha256, KeptKey>;
   using Links = std::map<Link, SignatureCheck>;
+
+  KeptKey* find(const Sha256& digest);
+  std::shared_ptr<const IssuerKey> prepare(Bytes subjectPublicKeyInfo, const Sha256& digest,
+                                           const std::shared_ptr<const IssuerKey>& plain) noexcept;
+  void makeRoom();
+
+  const size_t m_mostPrepared;
 
   // Two generations: a full one pushes out the one before.
   mutable std::shared_mutex m_mutex;
   Keys m_keys;
   Keys m_olderKeys;
+  std::vector<Sha256> m_prepared;  // the digests of those keys, in the order in which they came
   Links m_good;
   Links m_olderGood;
   Links m_bad;

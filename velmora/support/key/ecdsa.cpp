@@ -20,6 +20,7 @@ EccKeyData::EccKeyData(vartime::ArithmeticPath path) : m_path(path), m_orderDivi
 
 bool EccKeyData::assign(std::span<const unsigned char> curveOid,
                         std::span<const unsigned char> point, LogBase& log) {
+  m_prepared.reset();
   m_curve = vartime::findCurve(curveOid, m_path);
   if (m_curve == nullptr) {
     logCurve(curveOid, log);
@@ -39,6 +40,11 @@ bool EccKeyData::isKey(std::span<const unsigned char> curveOid,
   return curve != nullptr && curve->decodePoint(decoded, point.data(), point.size());
 }
 
+bool EccKeyData::prepare() noexcept {
+  if (m_prepared == nullptr) m_prepared = m_curve->prepare(m_point);
+  return m_prepared != nullptr;
+}
+
 bool EccKeyData::eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool,
                                const unsigned char* hash, unsigned hashLen, bool& valid,
                                LogBase& log, unsigned) const {
@@ -49,7 +55,7 @@ bool EccKeyData::eccVerifyHash(const unsigned char* sig, unsigned sigLen, bool,
       pair.read({sig, sigLen}, {hash, hashLen}, {m_curve->order(), m_orderDivisor}, log);
   if (outcome == SignaturePair::Outcome::kUnreadable) return false;
   valid = outcome == SignaturePair::Outcome::kReady &&
-          m_curve->doubleMultiplyHasX(pair.u1, pair.u2, m_point, pair.r);
+          m_curve->doubleMultiplyHasX(pair.u1, pair.u2, m_point, pair.r, m_prepared.get());
   return true;
 }
 

@@ -11,8 +11,14 @@ using vartime::Edwards25519;
 using vartime::Limb;
 
 bool Ed25519KeyData::assign(const unsigned char* key32) noexcept {
+  m_prepared.reset();
   std::copy_n(key32, kKeySize, m_octets.begin());
   return m_curve->decode(m_point, key32) && !m_curve->hasSmallOrder(m_point);
+}
+
+bool Ed25519KeyData::prepare() noexcept {
+  if (m_prepared == nullptr) m_prepared = m_curve->prepare(m_point);
+  return m_prepared != nullptr;
 }
 
 bool Ed25519Primitive::verifyDetached(const unsigned char* sig64, const unsigned char* msg,
@@ -43,7 +49,7 @@ bool Ed25519Primitive::verifyDetached(const unsigned char* sig64, const unsigned
   Limb k[4];
   Edwards25519::scalarFromWideBytes(k, digest);
   unsigned char r[kPointSize];
-  Edwards25519::encode(r, key.curve().doubleMultiply(s, k, key.point()));
+  Edwards25519::encode(r, key.curve().doubleMultiply(s, k, key.point(), key.prepared()));
   return std::equal(r, r + kPointSize, sig64) ||
          refuse("R of the Ed25519 signature is not that of the message and the key.", log);
 }

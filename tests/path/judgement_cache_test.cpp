@@ -1,0 +1,66 @@
+#include "velmora/path/internal/judgement_cache.h"
+
+#include <thread>
+
+#include "tests/path/made_ways.h"
+
+namespace velmora::test {
+namespace {
+
+// A cache, and two keys and what they signed.
+struct Asked {
+  explicit Asked(size_t mostPrepared) : cache(mostPrepared) {}
+
+  std::shared_ptr<const IssuerKey> key(size_t i) {
+    return cache.key(i == 0 ? root.parts().spki : ca.parts().spki, Sha256{std::byte(i)});
+  }
+  void keys(size_t i, unsigned times) {
+    while (times-- != 0) key(i);
+  }
+  bool isGood(size_t i, const IssuerKey& key) const {
+    return key.check(i == 0 ? ca : leaf).verdict == SignatureVerdict::good &&
+           key.check(i == 0 ? leaf : root).verdict != SignatureVerdict::good;
+  }
+
+  const Certificate& root = named("root");
+  const Certificate& ca = named("ca");
+  const Certificate& leaf = named("leaf");
+  JudgementCache cache;
+};
+
+TEST(JudgementCache, PreparesWithTheEighthUseAsManyKeysAsItMay) {
+  for (const size_t most : {0U, 1U, 2U}) {
+    Asked asked(most);
+    std::shared_ptr<const IssuerKey> plain[2];
+    for (size_t i = 0; i < 2; ++i) {
+      plain[i] = asked.key(i);
+      asked.keys(i, 5);
+      EXPECT_EQ(asked.key(i), plain[i]);  // the seventh
+      EXPECT_EQ(asked.key(i) != plain[i], most != 0);
+      EXPECT_TRUE(asked.isGood(i, *asked.key(i)));
+    }
+    EXPECT_EQ(asked.key(0) != plain[0], most == 2);  // or it made room for the other
+    EXPECT_EQ(asked.key(1) != plain[1], most != 0);
+    asked.keys(0, 7);
+    EXPECT_EQ(asked.key(0) != plain[0], most != 0);
+    EXPECT_EQ(asked.key(1) != plain[1], most == 2);
+  }
+}
+
+TEST(JudgementCache, PreparesWhileOthersGoOn) {
+  for (int turn = 0; turn < 10; ++turn) {
+    Asked asked(1);
+    std::vector<std::thread> threads;
+    for (size_t thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([&asked, i = thread % 2] {
+        for (int use = 0; use < 10; ++use) {
+          EXPECT_TRUE(asked.isGood(i, *asked.key(i)));
+        }
+      });
+    }
+    for (std::thread& each : threads) each.join();
+  }
+}
+
+}  // namespace
+}  // namespace velmora::test
