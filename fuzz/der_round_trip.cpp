@@ -5,12 +5,33 @@
 // Property: what derToXml takes becomes a text that the XML reader takes and writes back unchanged;
 // xmlToDer turns its tree into DER; and that DER stands for the same text. Where the input was DER,
 // this gives it back; where it was BER, one round brings it to a form that later rounds keep. The
-// same DER comes from the octets directly. What derToXml refuses leaves no text.
+// same DER comes from the octets directly, and the same tree. What derToXml refuses leaves no text.
 
 namespace velmora {
 namespace {
 
 using fuzz::require;
+
+bool sameTree(const XmlDocument& a, const XmlDocument& b) {
+  XmlIndex i = 0;
+  for (; i != kNoXmlIndex; i = a.following(i, 0)) {
+    if (a.name(i) != b.name(i) || a.content(i) != b.content(i)) return false;
+    if (a.following(i, 0) != b.following(i, 0) || a.node(i).parent != b.node(i).parent ||
+        a.node(i).previous != b.node(i).previous || a.node(i).childCount != b.node(i).childCount ||
+        a.node(i).lastChild != b.node(i).lastChild) {
+      return false;
+    }
+    XmlIndex inA = a.node(i).firstAttribute;
+    XmlIndex inB = b.node(i).firstAttribute;
+    for (; inA != kNoXmlIndex && inB != kNoXmlIndex; inA = a.attribute(inA).next) {
+      if (a.attributeName(inA) != b.attributeName(inB)) return false;
+      if (a.text(a.attribute(inA).value) != b.text(b.attribute(inB).value)) return false;
+      inB = b.attribute(inB).next;
+    }
+    if (inA != inB) return false;
+  }
+  return true;
+}
 
 void convert(std::span<const unsigned char> der) {
   StringBuffer text;
@@ -18,6 +39,10 @@ void convert(std::span<const unsigned char> der) {
   if (!DerXmlCodec::derToXml(der, text, fault)) {
     require(text.isEmpty(), "a refused input leaves no text");
     require(fault.reason != nullptr && fault.offset <= der.size(), "a refusal says why and where");
+    Asn1Fault ofTree;
+    require(DerXmlCodec::derToTree(der, ofTree) == nullptr && ofTree.reason == fault.reason &&
+                ofTree.offset == fault.offset,
+            "no tree, for the same reason");
     return;
   }
 
@@ -26,6 +51,9 @@ void convert(std::span<const unsigned char> der) {
   require(tree && tree->loadXml(text, true, log), "the text loads");
   StringBuffer written;
   require(tree->getXml(true, written, log) && written.equals(text), "the tree is that text");
+
+  const RefOwner<XmlDocument> document(DerXmlCodec::derToTree(der, fault));
+  require(document && sameTree(*document, tree->document()), "the direct tree is the same");
 
   DataBuffer encoded;
   require(DerXmlCodec::xmlToDer(*tree, encoded, log), "the tree encodes");

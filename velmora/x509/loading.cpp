@@ -17,6 +17,33 @@ bool loadTree(ClsXml* tree, const StringBuffer& text, bool autoTrim, LogBase& lo
   return tree != nullptr && !text.failed() && tree->loadXml(text, autoTrim, log);
 }
 
+// The tree of a certificate or a bundle, made in two steps that fail each in its own way. What is
+// so large that its text may be beyond what loadXml reads goes by way of that text.
+class TreeMaker {
+ public:
+  bool convert(const DataBuffer& der, LogBase& log) {
+    m_byText = der.size() > DerXmlCodec::kMaxTreeOctets;
+    if (m_byText) return DerXmlCodec::derToXml(der, false, true, m_text, nullptr, log);
+    m_tree = RefOwner<XmlDocument>(DerXmlCodec::derToTree(der, m_fault, log));
+    return static_cast<bool>(m_tree);
+  }
+
+  // Whether convert() failed for that.
+  bool ranOutOfMemory() const { return m_text.failed() || m_fault.noMemory; }
+
+  bool load(ClsXml* into, LogBase& log) {
+    if (m_byText) return loadTree(into, m_text, true, log);
+    if (into != nullptr) into->takeDocument(*m_tree.release());
+    return into != nullptr;
+  }
+
+ private:
+  bool m_byText = false;
+  StringBuffer m_text;
+  RefOwner<XmlDocument> m_tree;
+  Asn1Fault m_fault;
+};
+
 // Drops bytes for whose tree memory ran out. The tree that is there is another certificate's, for
 // which a signature in these bytes must not vouch.
 void forget(DataBuffer& der) {
@@ -43,13 +70,13 @@ bool VelmoraX509::loadX509DerAlt(const unsigned char* der, unsigned int n, Syste
   m_spkiDer.clear();
   m_certDer.assign(der, der != nullptr ? n : 0);
 
-  StringBuffer text;
-  if (m_certDer.failed() || !DerXmlCodec::derToXml(m_certDer, false, true, text, nullptr, log)) {
+  TreeMaker maker;
+  if (m_certDer.failed() || !maker.convert(m_certDer, log)) {
     log.LogError("Failed to convert DER to XML.");
-    if (text.failed()) forget(m_certDer);
+    if (maker.ranOutOfMemory()) forget(m_certDer);
     return false;
   }
-  if (!loadTree(m_certXml, text, true, log)) {
+  if (!maker.load(m_certXml, log)) {
     forget(m_certDer);
     log.LogError("Failed to load X509 XML.");
     return false;
@@ -131,9 +158,9 @@ bool VelmoraX509::appendFromXml(ClsXml& root, StringBuffer& scratch, ExtPtrArray
   if (!DerXmlCodec::xmlToDer(root, cert->m_certDer, log)) return false;
   // The tree is made of the bytes, not of the text given: that may spell an element in a way which
   // the getters pass over, and a signature would then speak for fields that nobody sees.
-  scratch.weakClear();
-  if (!DerXmlCodec::derToXml(cert->m_certDer, false, true, scratch, nullptr, log)) return false;
-  if (!loadTree(cert->m_certXml, scratch, false, log)) {
+  TreeMaker maker;
+  if (!maker.convert(cert->m_certDer, log)) return false;
+  if (!maker.load(cert->m_certXml, log)) {
     // The tree is given up here and once more by the destructor; the extra count pays for that.
     cert->m_certXml->incRefCount();
     cert->m_certXml->decRefCount();

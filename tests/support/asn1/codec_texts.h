@@ -32,11 +32,22 @@ inline std::string hexOf(std::string_view octets) {
   return std::string(out.view());
 }
 
-/// The ASN.1 XML text, or nothing.
+/// The ASN.1 XML text, or nothing. The tree made without a text has to agree.
 inline std::optional<std::string> toXml(std::string_view octets) {
   StringBuffer xml("|");  // the text is appended
   Asn1Fault fault;
-  if (!DerXmlCodec::derToXml(spanOf(octets), xml, fault)) return std::nullopt;
+  const bool done = DerXmlCodec::derToXml(spanOf(octets), xml, fault);
+  Asn1Fault ofTree;
+  RefOwner<XmlDocument> document(DerXmlCodec::derToTree(spanOf(octets), ofTree));
+  EXPECT_EQ(static_cast<bool>(document), done);
+  EXPECT_EQ(ofTree.reason, fault.reason);
+  EXPECT_EQ(ofTree.offset, fault.offset);
+  if (!done || !document) return std::nullopt;
+  const _clsOwner tree(ClsXml::createNewCls());
+  tree->takeDocument(*document.release());
+  XString written;
+  EXPECT_TRUE(tree->GetXml(written));
+  EXPECT_EQ(written.view(), xml.view().substr(1));
   return std::string(xml.view().substr(1));
 }
 

@@ -4,13 +4,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "velmora/support/asn1/ber_walk.h"
 #include "velmora/support/asn1/der_xml_codec.h"
-#include "velmora/support/asn1/internal/asn1_xml_form.h"
-#include "velmora/support/asn1/oids.h"
-#include "velmora/support/core/out_of_memory.h"
-#include "velmora/support/text/byte_codecs.h"
-#include "velmora/support/text/encoding_convert.h"
+#include "velmora/support/asn1/internal/asn1_conversion.h"
 
 namespace velmora {
 namespace {
@@ -42,21 +37,6 @@ struct ElementText {
         close("</", form.text, ">"),
         content(form.content) {}
 };
-
-constexpr size_t kShortTagNumbers = 31;
-
-struct ElementTexts {
-  std::array<ElementText, kShortTagNumbers> universal;  // by tag number
-  std::array<ElementText, 4> numbered;                  // by tag class
-
-  constexpr ElementTexts() noexcept {
-    for (size_t i = 0; i < numbered.size(); ++i) numbered[i] = ElementText(kNumberedForms[i]);
-    for (ElementText& text : universal) text = numbered[0];
-    for (const Asn1XmlForm& form : kOwnForms) universal[form.tagNumber] = ElementText(form);
-  }
-};
-
-constexpr ElementTexts kTexts;
 
 // What a character takes beyond its own octet when it is written.
 using ExtraTable = std::array<uint8_t, 256>;
@@ -103,15 +83,79 @@ size_t extraFor(std::span<const unsigned char> text, const ExtraTable& table) no
   return extra;
 }
 
-// The end of a text that grows by raw writes. room() comes before them.
-class TextTail {
+// Writes elements at the end of a text, by raw writes behind room().
+class XmlTextSink {
  public:
-  explicit TextTail(StringBuffer& text) noexcept : m_text(text), m_start(text.getSize()) {}
+  using Form = ElementText;
+  using Octets = std::span<const unsigned char>;
 
-  // Makes sure that `count` characters can be written.
+  explicit XmlTextSink(StringBuffer& text) noexcept : m_text(text), m_start(text.getSize()) {}
+
+  // The text of a certificate is two and a half to three times the size of its DER.
+  bool start(size_t size) noexcept { return room(4 * size); }
+
   bool room(size_t count) noexcept {
+    count += kElementRoom;
     return static_cast<size_t>(m_end - m_at) >= count || grow(count);
   }
+
+  bool roomForText(Octets text, bool widen) noexcept {
+    m_extra = extraFor(text, widen ? kLatin1Extra : kUtf8Extra);
+    return room(text.size() + m_extra);
+  }
+
+  void open(const ElementText& form) noexcept { put(form.open); }
+
+  void open(const ElementText& form, XmlName name, std::string_view value) noexcept {
+    put(form.open);
+    --m_at;  // over the ">"
+    putAttribute(name, value);
+    *m_at++ = '>';
+  }
+
+  void openNumbered(const ElementText& form, const Asn1Header& header, bool constructed) noexcept {
+    put(form.open);
+    if (header.tagClass == Asn1Class::kContextSpecific) {
+      put(" tag=\"");
+    } else {
+      put(" number=\"");
+    }
+    putNumber(header.tagNumber);
+    if (constructed) {
+      put("\" constructed=\"1\">");
+    } else if (header.tagClass == Asn1Class::kUniversal) {
+      put("\">");  // a universal type is primitive unless it says otherwise
+    } else {
+      put("\" constructed=\"0\">");
+    }
+  }
+
+  char* contentOf(const ElementText& form) noexcept { return m_at + form.open.size; }
+  void openAround(const ElementText& form, size_t size) noexcept {
+    std::memcpy(m_at, form.open.text.data(), form.open.size);
+    m_at += form.open.size + size;
+  }
+
+  char* at() noexcept { return m_at; }
+  void advance(size_t count) noexcept { m_at += count; }
+
+  // As roomForText was asked.
+  void putText(Octets text, bool widen) noexcept {
+    if (m_extra != 0) return putEscaped(text, widen);
+    if (!text.empty()) std::memcpy(m_at, text.data(), text.size());
+    m_at += text.size();
+  }
+
+  void close(const ElementText& form) noexcept { put(form.close); }
+
+  // Drops the room that was not used; everything that was written when `keep` is false.
+  void finish(bool keep) noexcept {
+    m_text.truncate(m_start + (keep && m_first != nullptr ? written() : 0));
+  }
+
+ private:
+  // Room for the tags of one element in any form, kTagRoom of it because tags are copied whole.
+  static constexpr size_t kElementRoom = 96 + kTagRoom;
 
   template <size_t Size>
   void put(const char (&text)[Size]) noexcept {
@@ -125,34 +169,27 @@ class TextTail {
     m_at += tag.size;
   }
 
-  void put(char c) noexcept { *m_at++ = c; }
+  void put(std::string_view text) noexcept { m_at = std::copy(text.begin(), text.end(), m_at); }
 
-  void putBytes(const unsigned char* bytes, size_t count) noexcept {
-    if (count != 0) std::memcpy(m_at, bytes, count);
-    m_at += count;
+  void putAttribute(XmlName name, std::string_view value) noexcept {
+    put(" ");
+    put(xmlNameText(name));
+    put("=\"");
+    put(value);
+    put("\"");
   }
 
   void putNumber(uint32_t value) noexcept {
     if (value < 10) {
-      put(static_cast<char>('0' + value));
+      *m_at++ = static_cast<char>('0' + value);
     } else {
       m_at = std::to_chars(m_at, m_end, value).ptr;
     }
   }
 
-  void putHex(std::span<const unsigned char> bytes) noexcept {
-    hexEncodeUpper(bytes.data(), bytes.size(), m_at);
-    m_at += 2 * bytes.size();
-  }
-
-  void putBase64(std::span<const unsigned char> bytes) noexcept {
-    base64Encode(bytes.data(), bytes.size(), m_at);
-    m_at += base64Length(bytes.size());
-  }
-
   // Writes characters with references where they are needed; with `widen`, each octet is one
   // character of Latin-1.
-  void putEscaped(std::span<const unsigned char> text, bool widen) noexcept {
+  void putEscaped(Octets text, bool widen) noexcept {
     for (const unsigned char c : text) {
       const size_t size = writeReference(c, m_at);
       m_at += size;
@@ -166,19 +203,6 @@ class TextTail {
     }
   }
 
-  // Where raw writes go, and how many characters one of them wrote.
-  char* at() noexcept { return m_at; }
-  void advance(size_t count) noexcept { m_at += count; }
-
-  // Drops the room that was not used; everything that was written when `keep` is false.
-  void finish(bool keep) noexcept {
-    m_text.truncate(m_start + (keep && m_first != nullptr ? written() : 0));
-  }
-
-  // For a text that failed elsewhere for lack of memory.
-  void markFailed() noexcept { m_text.markFailed(); }
-
- private:
   size_t written() const noexcept { return static_cast<size_t>(m_at - m_first); }
 
   bool grow(size_t count) noexcept {
@@ -197,224 +221,35 @@ class TextTail {
 
   StringBuffer& m_text;
   size_t m_start;
+  size_t m_extra = 0;  // that references add to the next text
   char* m_first = nullptr;
   char* m_at = nullptr;
   char* m_end = nullptr;
-};
-
-class DerToXml {
- public:
-  DerToXml(std::span<const unsigned char> der, StringBuffer& xml) noexcept
-      : m_walk(der), m_size(der.size()), m_out(xml) {}
-
-  bool run(Asn1Fault& fault) noexcept {
-    const bool done = m_out.room(estimate()) && convert();
-    const bool malformed = !m_joined.failed() && m_walk.fault().reason != nullptr;
-    if (!done) fault = malformed ? m_walk.fault() : noMemory();
-    m_out.finish(done);
-    if (m_joined.failed()) m_out.markFailed();
-    return done;
-  }
-
- private:
-  using Octets = std::span<const unsigned char>;
-
-  // Room for the tags of one element in any form, kTagRoom of it because tags are copied whole.
-  static constexpr size_t kElementRoom = 96 + kTagRoom;
-
-  // The text of a certificate is two and a half to three times the size of its DER.
-  size_t estimate() const noexcept { return 4 * m_size + kElementRoom; }
-
-  Asn1Fault noMemory() const noexcept { return {kOutOfMemory, m_walk.offset(), true}; }
-
-  bool convert() noexcept {
-    for (;;) {
-      Asn1Header header;
-      Octets content;
-      switch (m_walk.next(header, content)) {
-        case BerStep::kElement:
-          if (!(header.constructed ? openElement(header) : putPrimitive(header, content))) {
-            return false;
-          }
-          break;
-        case BerStep::kClose:
-          if (!m_out.room(kElementRoom)) return false;
-          m_out.put(m_closeTags[m_walk.depth()]->close);
-          break;
-        case BerStep::kEnd:
-          return true;
-        case BerStep::kFault:
-          return false;
-      }
-    }
-  }
-
-  static const ElementText& textFor(const Asn1Header& header) noexcept {
-    if (header.tagClass == Asn1Class::kUniversal && header.tagNumber < kShortTagNumbers) {
-      return kTexts.universal[header.tagNumber];
-    }
-    return kTexts.numbered[static_cast<size_t>(header.tagClass)];
-  }
-
-  bool openElement(const Asn1Header& header) noexcept {
-    if (!m_out.room(kElementRoom)) return false;
-    const ElementText& text = textFor(header);
-    if (text.content == Asn1Content::kMembers) {
-      m_out.put(text.open);
-      m_closeTags[m_walk.depth() - 1] = &text;
-      return true;
-    }
-    if (header.tagClass == Asn1Class::kUniversal && isBerString(header.tagNumber)) {
-      if (m_walk.joinString(header, m_joined)) return putPrimitive(header, m_joined.span());
-      if (m_joined.failed()) return false;
-    }
-    m_closeTags[m_walk.depth() - 1] = &openNumbered(header, true);
-    return true;
-  }
-
-  const ElementText& openNumbered(const Asn1Header& header, bool constructed) noexcept {
-    const ElementText& text = kTexts.numbered[static_cast<size_t>(header.tagClass)];
-    m_out.put(text.open);
-    if (header.tagClass == Asn1Class::kContextSpecific) {
-      m_out.put(" tag=\"");
-    } else {
-      m_out.put(" number=\"");
-    }
-    m_out.putNumber(header.tagNumber);
-    if (constructed) {
-      m_out.put("\" constructed=\"1\">");
-    } else if (header.tagClass == Asn1Class::kUniversal) {
-      m_out.put("\">");  // a universal type is primitive unless it says otherwise
-    } else {
-      m_out.put("\" constructed=\"0\">");
-    }
-    return text;
-  }
-
-  bool putPrimitive(const Asn1Header& header, Octets content) noexcept {
-    const ElementText& text = textFor(header);
-    switch (text.content) {
-      case Asn1Content::kHex:
-        return putHex(text, content);
-      case Asn1Content::kBits:
-        return isBits(content) ? putBits(text, content) : putNumbered(header, content);
-      case Asn1Content::kBase64:
-        return putBase64(text, content);
-      case Asn1Content::kOid:
-        return putOid(text, header, content);
-      case Asn1Content::kLatin1:
-        return putLatin1(text, content);
-      case Asn1Content::kUtf8:
-        return putUtf8(text, content);
-      case Asn1Content::kMembers:
-      case Asn1Content::kNumbered:
-        break;
-    }
-    return putNumbered(header, content);
-  }
-
-  bool putNumbered(const Asn1Header& header, Octets content) noexcept {
-    if (!m_out.room(kElementRoom + base64Length(content.size()))) return false;
-    const ElementText& text = openNumbered(header, false);
-    m_out.putBase64(content);
-    m_out.put(text.close);
-    return true;
-  }
-
-  bool putHex(const ElementText& text, Octets content) noexcept {
-    if (!m_out.room(kElementRoom + 2 * content.size())) return false;
-    m_out.put(text.open);
-    m_out.putHex(content);
-    m_out.put(text.close);
-    return true;
-  }
-
-  static bool isBits(Octets content) noexcept {
-    return !content.empty() && content[0] <= (content.size() == 1 ? 0 : kMaxUnusedBits);
-  }
-
-  bool putBits(const ElementText& text, Octets content) noexcept {
-    if (content[0] == 0) return putHex(text, content.subspan(1));
-    if (!m_out.room(kElementRoom + 2 * content.size())) return false;
-    m_out.put("<bits unused=\"");
-    m_out.putNumber(content[0]);
-    m_out.put("\">");
-    m_out.putHex(content.subspan(1));
-    m_out.put(text.close);
-    return true;
-  }
-
-  bool putBase64(const ElementText& text, Octets content) noexcept {
-    if (!m_out.room(kElementRoom + base64Length(content.size()))) return false;
-    m_out.put(text.open);
-    m_out.putBase64(content);
-    m_out.put(text.close);
-    return true;
-  }
-
-  bool putOid(const ElementText& text, const Asn1Header& header, Octets content) noexcept {
-    if (!m_out.room(kElementRoom + maxDottedSize(content.size()))) return false;
-    const size_t size = writeDottedOid(content, m_out.at() + text.open.size);
-    if (size == 0) return putNumbered(header, content);
-    std::memcpy(m_out.at(), text.open.text.data(), text.open.size);
-    m_out.advance(text.open.size + size);
-    m_out.put(text.close);
-    return true;
-  }
-
-  bool putLatin1(const ElementText& text, Octets content) noexcept {
-    const size_t extra = extraFor(content, kLatin1Extra);
-    if (!m_out.room(kElementRoom + content.size() + extra)) return false;
-    m_out.put(text.open);
-    putCharacters(content, extra, true);
-    m_out.put(text.close);
-    return true;
-  }
-
-  bool putUtf8(const ElementText& text, Octets content) noexcept {
-    const bool valid = isValidUtf8({reinterpret_cast<const char*>(content.data()), content.size()});
-    const size_t extra = extraFor(content, valid ? kUtf8Extra : kLatin1Extra);
-    if (!m_out.room(kElementRoom + content.size() + extra)) return false;
-    if (valid) {
-      m_out.put(text.open);
-    } else {
-      m_out.put("<utf8 encoding=\"latin1\">");
-    }
-    putCharacters(content, extra, !valid);
-    m_out.put(text.close);
-    return true;
-  }
-
-  void putCharacters(Octets content, size_t extra, bool widen) noexcept {
-    if (extra == 0) {
-      m_out.putBytes(content.data(), content.size());
-    } else {
-      m_out.putEscaped(content, widen);
-    }
-  }
-
-  BerWalk m_walk;
-  size_t m_size;
-  TextTail m_out;
-  DataBuffer m_joined;
-  std::array<const ElementText*, kMaxAsn1Depth> m_closeTags;
 };
 
 }  // namespace
 
 bool DerXmlCodec::derToXml(std::span<const unsigned char> der, StringBuffer& xml,
                            Asn1Fault& fault) {
-  return DerToXml(der, xml).run(fault);
+  XmlTextSink sink(xml);
+  const bool done = Asn1Conversion<XmlTextSink>(der, sink).run(fault);
+  sink.finish(done);
+  if (!done && fault.noMemory) xml.markFailed();
+  return done;
 }
 
 bool DerXmlCodec::derToXml(const DataBuffer& der, bool, bool, StringBuffer& xml, ExtPtrArray*,
                            LogBase& log) {
   Asn1Fault fault;
-  if (derToXml(der.span(), xml, fault)) return true;
+  const bool done = derToXml(der.span(), xml, fault);
+  if (!done) logFault(fault, log);
+  return done;
+}
+
+void DerXmlCodec::logFault(const Asn1Fault& fault, LogBase& log) {
   const LogContextExitor context(log, "derToXml");
   log.LogError(fault.reason);
   log.LogDataLong("offset", static_cast<int64_t>(fault.offset));
-  return false;
 }
 
 }  // namespace velmora

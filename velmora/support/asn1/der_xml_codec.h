@@ -55,6 +55,14 @@ class DerXmlCodec {
   /// The same without a log: true, or false with `fault` set.
   static bool derToXml(std::span<const unsigned char> der, StringBuffer& xml, Asn1Fault& fault);
 
+  /// The document that ClsXml::loadXml reads from the text of derToXml, made without that text, and
+  /// counted once for the caller; null with `fault` set where derToXml fails. For up to
+  /// kMaxTreeOctets of input, of which the text stays within what loadXml reads.
+  static XmlDocument* derToTree(std::span<const unsigned char> der, Asn1Fault& fault);
+  /// The same with the log of derToXml.
+  static XmlDocument* derToTree(const DataBuffer& der, Asn1Fault& fault, LogBase& log);
+  static constexpr size_t kMaxTreeOctets = size_t{64} << 20;
+
   /// Appends the DER of the subtree at the handle to `der`: lengths in their shortest form, strings
   /// primitive, nothing else changed (the octets of a BOOLEAN and the order in a SET stay). For a
   /// tree made from DER this gives its bytes back. Reads any ASN.1 XML text, white space in
@@ -66,6 +74,9 @@ class DerXmlCodec {
   /// data item "element" (the tags from that at the handle down to the one at fault, with "|"
   /// between them).
   static bool xmlToDer(ClsXml& at, DataBuffer& der, LogBase& log);
+
+ private:
+  static void logFault(const Asn1Fault& fault, LogBase& log);
 };
 
 }  // namespace velmora

@@ -44,11 +44,15 @@ bool ClsXml::loadXml(std::string_view xml, bool, LogBase& log) {
     log.LogDataLong("offset", static_cast<int64_t>(fault.offset));
     return false;
   }
+  takeDocument(*loaded);
+  return true;
+}
+
+void ClsXml::takeDocument(XmlDocument& counted) noexcept {
   m_document->decRefCount();
-  m_document = loaded;
+  m_document = &counted;
   m_node = 0;
   m_cache = XmlChildCache();
-  return true;
 }
 
 bool ClsXml::getXml(bool, StringBuffer& out, LogBase&) const {

@@ -68,6 +68,10 @@ class ClsXml final : public ClsBase {
   bool loadXml(const StringBuffer& xml, bool autoTrim, LogBase& log);
   bool loadXml(std::string_view xml, bool autoTrim, LogBase& log);
 
+  /// Replaces the handle's document by another, of which it takes over the caller's reference, and
+  /// puts the handle on its root.
+  void takeDocument(XmlDocument& counted) noexcept;
+
   /// Appends the XML text of the subtree at the handle to `out`: no white space between elements,
   /// an empty element as a pair of tags, no XML declaration. `compact` is reserved and has no
   /// effect: there is one form only, and key identifiers are cut out of it.

@@ -17,6 +17,19 @@ constexpr size_t kMaxNodes = 0x7FFFFFFF;  // child counts are given as int
 
 constexpr XmlNamed kUnnamed = {7, XmlName::kUnnamed, 0};
 
+// What may stay unused of an array before it is worth a copy: a share of it, or so many bytes. The
+// pages of a large array that were never written to cost nothing, and moving the others would.
+constexpr size_t kSpareShare = 8;
+constexpr size_t kSpareBytes = 64;
+constexpr size_t kLargeBytes = 1 << 20;
+
+template <class T>
+void trimSpare(PodArray<T>& array) noexcept {
+  if (array.capacity() * sizeof(T) > kLargeBytes) return;
+  const size_t spare = array.capacity() - array.size();
+  if (spare > array.size() / kSpareShare && spare * sizeof(T) > kSpareBytes) array.shrinkToFit();
+}
+
 // Whether an array can take that many more elements without growing.
 template <class T>
 bool growableBy(PodArray<T>& array, size_t count, size_t limit) noexcept {
@@ -133,6 +146,13 @@ bool XmlDocument::insertCopy(XmlIndex parent, XmlIndex before, const XmlDocument
   }
   link(root, parent, before);
   return true;
+}
+
+// Gives back what a document that was just made does not use.
+void XmlDocument::trim() noexcept {
+  trimSpare(m_text);
+  trimSpare(m_nodes);
+  trimSpare(m_attributes);
 }
 
 // The characters of a text, which may lie in this document, and a zero byte.

@@ -127,6 +127,7 @@ class XmlDocument final : public RefCountedObject {
 
  private:
   friend class XmlParser;
+  friend class XmlTreeBuilder;
 
   XmlDocument() noexcept = default;
 
@@ -141,6 +142,7 @@ class XmlDocument final : public RefCountedObject {
     while (top != 0 && m_nodes[top].next == kNoXmlIndex) top = m_nodes[top].parent;
     return top == 0 ? static_cast<XmlIndex>(m_nodes.size()) : m_nodes[top].next;
   }
+  void trim() noexcept;
   bool store(std::string_view text, XmlText& piece) noexcept;
   bool storeRepaired(std::string_view text, XmlText& piece) noexcept;
   bool storeName(std::string_view name, XmlNamed& named) noexcept;

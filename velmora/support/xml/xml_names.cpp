@@ -14,8 +14,4 @@ XmlName xmlNameOf(std::string_view text) noexcept {
   return sameText(text, xmlNameText(name)) ? name : XmlName::kOther;
 }
 
-std::string_view xmlNameText(XmlName name) noexcept {
-  return kXmlNameTexts[static_cast<size_t>(name)];
-}
-
 }  // namespace velmora

@@ -2,6 +2,7 @@
 
 // The names that documents store as numbers.
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -46,7 +47,20 @@ constexpr bool isAsn1Element(XmlName name) noexcept {
   return name >= XmlName::kSequence && name <= XmlName::kPrivate;
 }
 
+inline constexpr size_t kXmlNameCount = static_cast<size_t>(XmlName::kCount);
+
+/// The texts of names by number.
+inline constexpr std::string_view kXmlNameTexts[kXmlNameCount] = {
+    "",  // kOther
+    "sequence",   "set",         "contextSpecific", "int",       "oid",
+    "bits",       "octets",      "utctime",         "printable", "utf8",
+    "ia5",        "t61",         "universal",       "bool",      "null",
+    "enumerated", "application", "private",         "tag",       "constructed",
+    "number",     "unused",      "encoding",        "unnamed"};
+
 /// The text of a numbered name; empty for kOther.
-std::string_view xmlNameText(XmlName name) noexcept;
+constexpr std::string_view xmlNameText(XmlName name) noexcept {
+  return kXmlNameTexts[static_cast<size_t>(name)];
+}
 
 }  // namespace velmora

@@ -16,20 +16,7 @@ namespace {
 constexpr size_t kTextPerElement = 32;
 constexpr size_t kFewElements = 16;
 
-// What may stay unused of an array before it is worth a copy: a share of it, or so many bytes. The
-// pages of a large array that were never written to cost nothing, and moving the others would.
-constexpr size_t kSpareShare = 8;
-constexpr size_t kSpareBytes = 256;
-constexpr size_t kLargeBytes = 1 << 20;
-
 constexpr size_t kMaxTextSize = 0xFFFFFFFF - 2 * kXmlBlock;
-
-template <class T>
-void trim(PodArray<T>& array) noexcept {
-  if (array.capacity() * sizeof(T) > kLargeBytes) return;
-  const size_t spare = array.capacity() - array.size();
-  if (spare > array.size() / kSpareShare && spare * sizeof(T) > kSpareBytes) array.shrinkToFit();
-}
 
 }  // namespace
 
@@ -100,9 +87,7 @@ bool XmlParser::prepare() noexcept {
 void XmlParser::finish() noexcept {
   m_document.m_text.truncate(offsetOf(m_place.c.out));
   m_document.m_nodes.truncate(m_place.freshIndex);
-  trim(m_document.m_text);
-  trim(m_document.m_nodes);
-  trim(m_document.m_attributes);
+  m_document.trim();
 }
 
 XmlParser::Cursor XmlParser::readProlog(Cursor c) noexcept {

@@ -12,17 +12,6 @@
 
 namespace velmora {
 
-inline constexpr size_t kXmlNameCount = static_cast<size_t>(XmlName::kCount);
-
-/// By number.
-inline constexpr std::string_view kXmlNameTexts[kXmlNameCount] = {
-    "",  // kOther
-    "sequence",   "set",         "contextSpecific", "int",       "oid",
-    "bits",       "octets",      "utctime",         "printable", "utf8",
-    "ia5",        "t61",         "universal",       "bool",      "null",
-    "enumerated", "application", "private",         "tag",       "constructed",
-    "number",     "unused",      "encoding",        "unnamed"};
-
 /// Sixteen bytes of text: the first in the lowest bits of `low`, whatever the machine's byte order.
 struct XmlNameWords {
   uint64_t low = 0;

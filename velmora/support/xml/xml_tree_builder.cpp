@@ -1,0 +1,56 @@
+#include "velmora/support/xml/xml_tree_builder.h"
+
+#include <charconv>
+#include <new>
+
+namespace velmora {
+
+bool XmlTreeBuilder::expect(size_t nodes, size_t characters) noexcept {
+  if (nodes > m_nodes.capacity() && !m_nodes.grow(0, nodes)) return false;
+  return characters <= m_text.capacity() || growText(characters);
+}
+
+void XmlTreeBuilder::attribute(XmlName name, std::string_view value) noexcept {
+  const auto index = static_cast<XmlIndex>(m_attributeCount++);
+  XmlAttribute* const attributes = m_attributes.data();
+  XmlNode& node = m_nodes.data()[m_open];
+  const bool isFirst = node.firstAttribute == kNoXmlIndex;
+  (isFirst ? node.firstAttribute : attributes[index - 1].next) = index;
+  attributes[index] = {{static_cast<uint16_t>(xmlNameText(name).size()), name, 0},
+                       {offsetOf(m_at), static_cast<uint32_t>(value.size())},
+                       kNoXmlIndex};
+  std::memcpy(m_at, value.data(), value.size());
+  m_at += value.size();
+  m_contentStart = m_at;
+}
+
+void XmlTreeBuilder::attribute(XmlName name, uint32_t value) noexcept {
+  char digits[kMostValue];
+  const char* const end = std::to_chars(digits, digits + kMostValue, value).ptr;
+  attribute(name, {digits, static_cast<size_t>(end - digits)});
+}
+
+XmlDocument* XmlTreeBuilder::finish() noexcept {
+  RefOwner<XmlDocument> document(new (std::nothrow) XmlDocument);
+  if (!document) return nullptr;
+  document->incRefCount();
+  if (!m_nodes.moveTo(document->m_nodes, m_nodeCount) ||
+      !m_attributes.moveTo(document->m_attributes, m_attributeCount) ||
+      !m_text.moveTo(document->m_text, static_cast<size_t>(m_at - m_text.data()))) {
+    return nullptr;
+  }
+  document->trim();
+  return document.release();
+}
+
+bool XmlTreeBuilder::growText(size_t needed) noexcept {
+  const auto used = static_cast<size_t>(m_at - m_text.data());
+  const size_t start = offsetOf(m_contentStart);
+  if (!m_text.grow(used, used + needed)) return false;
+  m_at = m_text.data() + used;
+  m_contentStart = m_text.data() + start;
+  m_end = m_text.data() + m_text.capacity();
+  return true;
+}
+
+}  // namespace velmora
