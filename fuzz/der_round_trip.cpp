@@ -17,12 +17,12 @@ bool sameTree(const XmlDocument& a, const XmlDocument& b) {
   for (; i != kNoXmlIndex; i = a.following(i, 0)) {
     if (a.name(i) != b.name(i) || a.content(i) != b.content(i)) return false;
     if (a.following(i, 0) != b.following(i, 0) || a.node(i).parent != b.node(i).parent ||
-        a.node(i).previous != b.node(i).previous || a.node(i).childCount != b.node(i).childCount ||
-        a.node(i).lastChild != b.node(i).lastChild) {
+        a.node(i).previous != b.node(i).previous || a.childCount(i) != b.childCount(i) ||
+        a.lastChild(i) != b.lastChild(i)) {
       return false;
     }
-    XmlIndex inA = a.node(i).firstAttribute;
-    XmlIndex inB = b.node(i).firstAttribute;
+    XmlIndex inA = a.firstAttribute(i);
+    XmlIndex inB = b.firstAttribute(i);
     for (; inA != kNoXmlIndex && inB != kNoXmlIndex; inA = a.attribute(inA).next) {
       if (a.attributeName(inA) != b.attributeName(inB)) return false;
       if (a.text(a.attribute(inA).value) != b.text(b.attribute(inB).value)) return false;

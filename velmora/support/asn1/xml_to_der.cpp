@@ -108,7 +108,7 @@ class XmlToDer {
       if (m_writer.depth() == kMaxAsn1Depth) return refuse(kTooDeep);
       bool constructed = false;
       if (!readElement(constructed)) return false;
-      const XmlIndex child = m_document.node(m_at).firstChild;
+      const XmlIndex child = m_document.firstChild(m_at);
       if (constructed && child != kNoXmlIndex) {
         m_at = child;
         continue;
@@ -124,11 +124,10 @@ class XmlToDer {
   }
 
   bool readElement(bool& constructed) noexcept {
-    const XmlNode& node = m_document.node(m_at);
-    const Asn1XmlForm& form = kForms[static_cast<size_t>(node.nameId)];
+    const Asn1XmlForm& form = kForms[static_cast<size_t>(m_document.node(m_at).nameId)];
     if (form.text.empty()) return refuse(kUnknownElement);
     Attributes attributes;
-    if (node.firstAttribute != kNoXmlIndex) readAttributes(form, attributes);
+    readAttributes(form, attributes);
     constructed = form.content == Asn1Content::kMembers;
     uint32_t number = form.tagNumber;
     if (form.content == Asn1Content::kNumbered) {
@@ -142,7 +141,7 @@ class XmlToDer {
       if (form.name == XmlName::kUniversal && isBerString(number)) m_stringInSegments = true;
       return (isXmlWhite(text) || refuse(kTextInConstructed)) && m_writer.open(id);
     }
-    if (node.firstChild != kNoXmlIndex) return refuse(kMembersInPrimitive);
+    if (m_document.firstChild(m_at) != kNoXmlIndex) return refuse(kMembersInPrimitive);
     return writePrimitive(form.content, id, text, attributes);
   }
 
@@ -150,7 +149,7 @@ class XmlToDer {
   void readAttributes(const Asn1XmlForm& form, Attributes& attributes) const noexcept {
     const XmlName number =
         form.tagClass == Asn1Class::kContextSpecific ? XmlName::kTag : XmlName::kNumber;
-    XmlIndex i = m_document.node(m_at).firstAttribute;
+    XmlIndex i = m_document.firstAttribute(m_at);
     while (i != kNoXmlIndex) {
       const XmlAttribute& attribute = m_document.attribute(i);
       const std::string_view value = m_document.text(attribute.value);

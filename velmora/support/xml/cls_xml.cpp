@@ -130,11 +130,11 @@ bool ClsXml::getChild2(int i) noexcept {
 }
 
 bool ClsXml::FirstChild2() noexcept {
-  return moveTo(here().firstChild);
+  return moveTo(m_document->firstChild(m_node));
 }
 
 bool ClsXml::LastChild2() noexcept {
-  return moveTo(here().lastChild);
+  return moveTo(m_document->lastChild(m_node));
 }
 
 bool ClsXml::NextSibling2() noexcept {
@@ -160,7 +160,7 @@ bool ClsXml::findChild2(const char* tag) noexcept {
 // Questions about the element at the handle.
 
 int ClsXml::get_NumChildren() const noexcept {
-  return static_cast<int>(here().childCount);
+  return static_cast<int>(m_document->childCount(m_node));
 }
 
 std::string_view ClsXml::tagView() const noexcept {

@@ -5,9 +5,9 @@
 namespace velmora {
 
 XmlIndex XmlChildCache::child(const XmlDocument& document, XmlIndex parent, uint32_t n) noexcept {
-  const XmlNode& above = document.node(parent);
-  if (n >= above.childCount) return kNoXmlIndex;
-  XmlIndex at = above.firstChild;
+  const uint32_t count = document.childCount(parent);
+  if (n >= count) return kNoXmlIndex;
+  XmlIndex at = document.firstChild(parent);
   uint32_t position = 0;
   const auto start = [&](XmlIndex from, uint32_t fromPosition) {
     const auto distance = [n](uint32_t p) { return p < n ? n - p : p - n; };
@@ -15,7 +15,7 @@ XmlIndex XmlChildCache::child(const XmlDocument& document, XmlIndex parent, uint
     at = from;
     position = fromPosition;
   };
-  start(above.lastChild, above.childCount - 1);
+  start(document.lastChild(parent), count - 1);
   Place* const place = n < kNear ? nullptr : find(document, parent, Kind::kChild, nullptr);
   if (place != nullptr) start(place->child, place->n);
   for (; position < n; ++position) at = document.node(at).next;
@@ -26,7 +26,7 @@ XmlIndex XmlChildCache::child(const XmlDocument& document, XmlIndex parent, uint
 
 XmlIndex XmlChildCache::childNamed(const XmlDocument& document, XmlIndex parent,
                                    const XmlNameKey& key, uint32_t n) noexcept {
-  XmlIndex at = document.node(parent).firstChild;
+  XmlIndex at = document.firstChild(parent);
   uint32_t left = n;
   Place* const place = n < kNear ? nullptr : find(document, parent, Kind::kNamed, &key);
   if (place != nullptr && place->n <= n) {
@@ -48,8 +48,7 @@ uint32_t XmlChildCache::countNamed(const XmlDocument& document, XmlIndex parent,
   if (place != nullptr) return place->n;
   uint32_t count = 0;
   XmlIndex last = kNoXmlIndex;
-  for (XmlIndex at = document.node(parent).firstChild; at != kNoXmlIndex;
-       at = document.node(at).next) {
+  for (XmlIndex at = document.firstChild(parent); at != kNoXmlIndex; at = document.node(at).next) {
     if (!document.hasName(at, key)) continue;
     ++count;
     last = at;

@@ -56,19 +56,19 @@ XmlDocument* XmlDocument::create() noexcept {
   RefOwner<XmlDocument> document(new (std::nothrow) XmlDocument);
   if (!document) return nullptr;
   document->incRefCount();
-  if (!document->makeRoom(1, 0, 0)) return nullptr;
+  if (!document->makeRoom(1, 0, 0, 0)) return nullptr;
   document->addNode(kUnnamed, XmlText{0, 0});
   return document.release();
 }
 
 XmlIndex XmlDocument::firstChildNamed(XmlIndex parent, const XmlNameKey& key) const noexcept {
-  XmlIndex child = m_nodes[parent].firstChild;
+  XmlIndex child = firstChild(parent);
   while (child != kNoXmlIndex && !hasName(child, key)) child = m_nodes[child].next;
   return child;
 }
 
 XmlIndex XmlDocument::findAttribute(XmlIndex node, const XmlNameKey& key) const noexcept {
-  XmlIndex at = m_nodes[node].firstAttribute;
+  XmlIndex at = firstAttribute(node);
   while (at != kNoXmlIndex && !matches(m_attributes[at], key)) at = m_attributes[at].next;
   return at;
 }
@@ -78,7 +78,12 @@ XmlIndex XmlDocument::findAttribute(XmlIndex node, const XmlNameKey& key) const 
 bool XmlDocument::setName(XmlIndex node, std::string_view name) noexcept {
   XmlNamed named;
   if (!storeName(name, named)) return false;
-  static_cast<XmlNamed&>(m_nodes[node]) = named;
+  if (named.nameId == XmlName::kOther) {
+    XmlNodeDetails* const details = widen(node);
+    if (details == nullptr) return false;
+    details->name = named;
+  }
+  m_nodes[node].nameId = named.nameId;
   ++m_changes;
   return true;
 }
@@ -86,8 +91,14 @@ bool XmlDocument::setName(XmlIndex node, std::string_view name) noexcept {
 bool XmlDocument::setContent(XmlIndex node, std::string_view content) noexcept {
   XmlText piece;
   if (!storeRepaired(content, piece)) return false;
-  m_nodes[node].content = piece;
-  return true;
+  if (m_nodes[node].kind == XmlNodeKind::kLeaf) {
+    m_nodes[node].word[0] = piece.offset;
+    m_nodes[node].word[1] = piece.size;
+    return true;
+  }
+  XmlNodeDetails* const details = widen(node);
+  if (details != nullptr) details->content = piece;
+  return details != nullptr;
 }
 
 bool XmlDocument::setAttribute(XmlIndex node, std::string_view name,
@@ -101,9 +112,10 @@ bool XmlDocument::setAttribute(XmlIndex node, std::string_view name,
     m_attributes[existing].value = added.value;
     return true;
   }
-  if (!makeRoom(0, 1, 0)) return false;
+  XmlNodeDetails* const details = makeRoom(0, 0, 1, 0) ? widen(node) : nullptr;
+  if (details == nullptr) return false;
   const auto index = static_cast<XmlIndex>(m_attributes.size());
-  XmlIndex* end = &m_nodes[node].firstAttribute;
+  XmlIndex* end = &details->firstAttribute;
   for (int count = 0; *end != kNoXmlIndex; end = &m_attributes[*end].next) {
     if (++count == kMaxAttributes) return false;
   }
@@ -116,7 +128,7 @@ XmlIndex XmlDocument::appendChild(XmlIndex parent, std::string_view name,
   XmlNamed named;
   XmlText piece;
   if (!storeName(name, named) || !storeRepaired(content, piece)) return kNoXmlIndex;
-  if (!makeRoom(1, 0, 0)) return kNoXmlIndex;
+  if (!makeRoom(1, 2, 0, 0)) return kNoXmlIndex;
   const auto child = static_cast<XmlIndex>(m_nodes.size());
   addNode(named, piece);
   link(child, parent, kNoXmlIndex);
@@ -130,8 +142,8 @@ bool XmlDocument::insertCopy(XmlIndex parent, XmlIndex before, const XmlDocument
   // itself comes to an end.
   XmlIndex from = 0;
   for (XmlIndex above = root;;) {
-    if (source.m_nodes[from].firstChild != kNoXmlIndex) {
-      from = source.m_nodes[from].firstChild;
+    if (source.firstChild(from) != kNoXmlIndex) {
+      from = source.firstChild(from);
     } else {
       for (; from != 0 && source.m_nodes[from].next == kNoXmlIndex; above = m_nodes[above].parent) {
         from = source.m_nodes[from].parent;
@@ -152,6 +164,7 @@ bool XmlDocument::insertCopy(XmlIndex parent, XmlIndex before, const XmlDocument
 void XmlDocument::trim() noexcept {
   trimSpare(m_text);
   trimSpare(m_nodes);
+  trimSpare(m_details);
   trimSpare(m_attributes);
 }
 
@@ -162,7 +175,7 @@ bool XmlDocument::store(std::string_view text, XmlText& piece) noexcept {
   const std::less<const char*> before;
   const bool inside = !before(text.data(), m_text.begin()) && before(text.data(), m_text.end());
   const size_t offsetInside = inside ? static_cast<size_t>(text.data() - m_text.begin()) : 0;
-  if (text.size() >= kMaxCharacters || !makeRoom(0, 0, text.size() + 1)) return false;
+  if (text.size() >= kMaxCharacters || !makeRoom(0, 0, 0, text.size() + 1)) return false;
   piece = {static_cast<uint32_t>(m_text.size()), static_cast<uint32_t>(text.size())};
   char* to = m_text.extend(text.size() + 1);
   std::memcpy(to, inside ? m_text.data() + offsetInside : text.data(), text.size());
@@ -185,64 +198,106 @@ bool XmlDocument::storeName(std::string_view name, XmlNamed& named) noexcept {
   return true;
 }
 
-bool XmlDocument::makeRoom(size_t nodes, size_t attributes, size_t characters) noexcept {
-  return growableBy(m_nodes, nodes, kMaxNodes) && growableBy(m_attributes, attributes, kMaxNodes) &&
+bool XmlDocument::makeRoom(size_t nodes, size_t details, size_t attributes,
+                           size_t characters) noexcept {
+  return growableBy(m_nodes, nodes, kMaxNodes) && growableBy(m_details, details, kMaxNodes) &&
+         growableBy(m_attributes, attributes, kMaxNodes) &&
          growableBy(m_text, characters, kMaxCharacters);
 }
 
 bool XmlDocument::makeRoomFor(const XmlDocument& source) noexcept {
   size_t nodes = 0;
+  size_t details = 1;  // of the parent
   size_t attributes = 0;
   size_t characters = 0;
   for (XmlIndex i = 0; i != kNoXmlIndex; i = source.following(i, 0)) {
-    const XmlNode& node = source.m_nodes[i];
     ++nodes;
-    characters += node.nameSize + size_t{node.content.size} + 2;  // two closing zeros
-    for (XmlIndex a = node.firstAttribute; a != kNoXmlIndex; a = source.m_attributes[a].next) {
+    details += source.m_nodes[i].kind == XmlNodeKind::kWide ? 1U : 0U;
+    characters += source.name(i).size() + source.content(i).size() + 2;  // two closing zeros
+    for (XmlIndex a = source.firstAttribute(i); a != kNoXmlIndex; a = source.m_attributes[a].next) {
       const XmlAttribute& attribute = source.m_attributes[a];
       ++attributes;
       characters += attribute.nameSize + size_t{attribute.value.size} + 2;
     }
   }
-  return makeRoom(nodes, attributes, characters);
+  return makeRoom(nodes, details, attributes, characters);
 }
 
 // The rest needs no memory beyond what makeRoom got.
 
+// The details of an element, which gets them when it has none yet. Null when memory ran out, which
+// it does not for as many as makeRoom got.
+XmlNodeDetails* XmlDocument::widen(XmlIndex node) noexcept {
+  XmlNode& narrow = m_nodes[node];
+  if (narrow.kind == XmlNodeKind::kWide) return &m_details[narrow.word[0]];
+  const XmlNodeDetails details = {{0, narrow.nameId, 0}, contentOf(node), childCount(node),
+                                  firstChild(node),      lastChild(node), kNoXmlIndex};
+  if (!m_details.push_back(details)) return nullptr;
+  narrow.kind = XmlNodeKind::kWide;
+  narrow.word[0] = static_cast<uint32_t>(m_details.size() - 1);
+  return &m_details.back();
+}
+
 void XmlDocument::addNode(const XmlNamed& name, XmlText content) noexcept {
-  m_nodes.push_back({name, content, 0, kNoXmlIndex, kNoXmlIndex, kNoXmlIndex, kNoXmlIndex,
-                     kNoXmlIndex, kNoXmlIndex});
+  const auto index = static_cast<XmlIndex>(m_nodes.size());
+  m_nodes.push_back({name.nameId,
+                     XmlNodeKind::kLeaf,
+                     {content.offset, content.size},
+                     kNoXmlIndex,
+                     kNoXmlIndex,
+                     kNoXmlIndex});
+  if (name.nameId == XmlName::kOther) widen(index)->name = name;
+}
+
+// Whether a node that becomes the last child fits into the two words of a parent.
+bool XmlDocument::isNextBehind(XmlIndex node, XmlIndex parent) const noexcept {
+  const XmlNode& above = m_nodes[parent];
+  return above.kind == XmlNodeKind::kParent ||
+         (above.kind == XmlNodeKind::kLeaf && above.word[1] == 0 && node == parent + 1);
 }
 
 void XmlDocument::link(XmlIndex node, XmlIndex parent, XmlIndex before) noexcept {
-  XmlNode& above = m_nodes[parent];
-  const XmlIndex after = before == kNoXmlIndex ? above.lastChild : m_nodes[before].previous;
+  const XmlIndex after = before == kNoXmlIndex ? lastChild(parent) : m_nodes[before].previous;
   m_nodes[node].parent = parent;
   m_nodes[node].previous = after;
   m_nodes[node].next = before;
-  (after == kNoXmlIndex ? above.firstChild : m_nodes[after].next) = node;
-  (before == kNoXmlIndex ? above.lastChild : m_nodes[before].previous) = node;
-  ++above.childCount;
+  if (after != kNoXmlIndex) m_nodes[after].next = node;
+  if (before != kNoXmlIndex) m_nodes[before].previous = node;
+  if (before == kNoXmlIndex && isNextBehind(node, parent)) {
+    XmlNode& above = m_nodes[parent];
+    const uint32_t count = childCount(parent) + 1;
+    above.kind = XmlNodeKind::kParent;
+    above.word[0] = node;
+    above.word[1] = count;
+  } else {
+    XmlNodeDetails& above = *widen(parent);
+    if (after == kNoXmlIndex) above.firstChild = node;
+    if (before == kNoXmlIndex) above.lastChild = node;
+    ++above.childCount;
+  }
   ++m_changes;
 }
 
 XmlIndex XmlDocument::copyElement(const XmlDocument& source, XmlIndex from) noexcept {
   const auto to = static_cast<XmlIndex>(m_nodes.size());
-  const XmlNode original = source.m_nodes[from];
-  addNode(copyName(source, original), copyText(source, original.content));
+  const XmlName id = source.m_nodes[from].nameId;
+  XmlNamed name = {0, id, 0};
+  if (id == XmlName::kOther) name = copyName(source, source.detailsOf(source.m_nodes[from]).name);
+  addNode(name, copyText(source, source.contentOf(from)));
   copyAttributes(source, from, to);
   return to;
 }
 
 void XmlDocument::copyAttributes(const XmlDocument& source, XmlIndex from, XmlIndex to) noexcept {
-  XmlIndex* end = &m_nodes[to].firstAttribute;
-  for (XmlIndex i = source.m_nodes[from].firstAttribute; i != kNoXmlIndex;
+  XmlIndex last = kNoXmlIndex;
+  for (XmlIndex i = source.firstAttribute(from); i != kNoXmlIndex;
        i = source.m_attributes[i].next) {
     const XmlAttribute original = source.m_attributes[i];
-    *end = static_cast<XmlIndex>(m_attributes.size());
+    const auto copy = static_cast<XmlIndex>(m_attributes.size());
     m_attributes.push_back(
         {copyName(source, original), copyText(source, original.value), kNoXmlIndex});
-    end = &m_attributes.back().next;
+    (last == kNoXmlIndex ? widen(to)->firstAttribute : m_attributes[last].next) = copy;
+    last = copy;
   }
 }
 

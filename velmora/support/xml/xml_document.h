@@ -34,18 +34,34 @@ struct XmlAttribute : XmlNamed {
   XmlIndex next;
 };
 
-/// One element. Indexes are kNoXmlIndex where there is nothing to point at. Without initial values,
-/// because a document fills the slots of its array one by one when it makes elements; in this
-/// order, because the values of a fresh element are then a few wide stores.
-struct XmlNode : XmlNamed {
+/// What the two words of an element mean.
+enum class XmlNodeKind : uint8_t {
+  kLeaf,    // its content's offset and size
+  kParent,  // its last child and how many it has; the first is the next element of the array
+  kWide     // the index of its XmlNodeDetails
+};
+
+/// One element. Indexes are kNoXmlIndex where there is nothing to point at. Small, because nearly
+/// every element of a certificate has either content or children, neither attributes nor a name of
+/// its own, and its first child right behind it; what else there may be of an element stands apart.
+/// Without initial values, because a document fills the slots of its array one by one.
+struct XmlNode {
+  XmlName nameId;
+  XmlNodeKind kind;
+  uint32_t word[2];
+  XmlIndex next;
+  XmlIndex parent;
+  XmlIndex previous;
+};
+
+/// All that an element may have.
+struct XmlNodeDetails {
+  XmlNamed name;  // used when its number is kOther, as is the element's own
   XmlText content;
   uint32_t childCount;
   XmlIndex firstChild;
   XmlIndex lastChild;
-  XmlIndex next;
   XmlIndex firstAttribute;
-  XmlIndex parent;
-  XmlIndex previous;
 };
 
 /// A tag or attribute name to look for: known ones compare as numbers, others as text.
@@ -56,11 +72,11 @@ struct XmlNameKey {
   std::string_view text;
 };
 
-/// One XML document: all elements, attributes and characters in three growable arrays, linked by
-/// indexes, so that reading a document costs a few allocations whatever it holds and destroying one
-/// walks nothing. Node 0 is the root and always exists. Text that is replaced stays behind unused
-/// until the document goes. Counted, because several handles may stand on one document; the handles
-/// that share it must not be used concurrently while one of them changes it.
+/// One XML document: all elements, attributes and characters in growable arrays, linked by indexes,
+/// so that reading a document costs a few allocations whatever it holds and destroying one walks
+/// nothing. Node 0 is the root and always exists. Text that is replaced stays behind unused until
+/// the document goes. Counted, because several handles may stand on one document; the handles that
+/// share it must not be used concurrently while one of them changes it.
 class XmlDocument final : public RefCountedObject {
  public:
   /// A document with an empty root whose name is "unnamed", counted once; null when memory ran out.
@@ -71,13 +87,35 @@ class XmlDocument final : public RefCountedObject {
   std::string_view text(XmlText piece) const noexcept {
     return {m_text.data() + piece.offset, piece.size};
   }
-  std::string_view content(XmlIndex i) const noexcept { return text(m_nodes[i].content); }
-  std::string_view name(XmlIndex i) const noexcept { return nameOf(m_nodes[i]); }
+  std::string_view content(XmlIndex i) const noexcept { return text(contentOf(i)); }
+  std::string_view name(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    return node.nameId == XmlName::kOther ? nameOf(detailsOf(node).name) : xmlNameText(node.nameId);
+  }
+  XmlIndex firstChild(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    if (node.kind == XmlNodeKind::kWide) return detailsOf(node).firstChild;
+    return node.kind == XmlNodeKind::kParent ? i + 1 : kNoXmlIndex;
+  }
+  XmlIndex lastChild(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    if (node.kind == XmlNodeKind::kWide) return detailsOf(node).lastChild;
+    return node.kind == XmlNodeKind::kParent ? node.word[0] : kNoXmlIndex;
+  }
+  uint32_t childCount(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    if (node.kind == XmlNodeKind::kWide) return detailsOf(node).childCount;
+    return node.kind == XmlNodeKind::kParent ? node.word[1] : 0;
+  }
+  XmlIndex firstAttribute(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    return node.kind == XmlNodeKind::kWide ? detailsOf(node).firstAttribute : kNoXmlIndex;
+  }
   std::string_view attributeName(XmlIndex i) const noexcept { return nameOf(m_attributes[i]); }
   size_t attributeCount() const noexcept { return m_attributes.size(); }
 
   bool hasName(XmlIndex i, const XmlNameKey& key) const noexcept {
-    return matches(m_nodes[i], key);
+    return m_nodes[i].nameId == key.id && (key.id != XmlName::kOther || name(i) == key.text);
   }
   /// The first child with that name, or kNoXmlIndex.
   XmlIndex firstChildNamed(XmlIndex parent, const XmlNameKey& key) const noexcept;
@@ -85,7 +123,8 @@ class XmlDocument final : public RefCountedObject {
   XmlIndex findAttribute(XmlIndex node, const XmlNameKey& key) const noexcept;
   /// The element after `at` in document order inside the subtree at `top`, or kNoXmlIndex.
   XmlIndex following(XmlIndex at, XmlIndex top) const noexcept {
-    if (m_nodes[at].firstChild != kNoXmlIndex) return m_nodes[at].firstChild;
+    const XmlIndex child = firstChild(at);
+    if (child != kNoXmlIndex) return child;
     while (at != top && m_nodes[at].next == kNoXmlIndex) at = m_nodes[at].parent;
     return at == top ? kNoXmlIndex : m_nodes[at].next;
   }
@@ -131,6 +170,14 @@ class XmlDocument final : public RefCountedObject {
 
   XmlDocument() noexcept = default;
 
+  const XmlNodeDetails& detailsOf(const XmlNode& node) const noexcept {
+    return m_details[node.word[0]];
+  }
+  XmlText contentOf(XmlIndex i) const noexcept {
+    const XmlNode& node = m_nodes[i];
+    if (node.kind == XmlNodeKind::kLeaf) return {node.word[0], node.word[1]};
+    return node.kind == XmlNodeKind::kWide ? detailsOf(node).content : XmlText{0, 0};
+  }
   std::string_view nameOf(const XmlNamed& named) const noexcept {
     return named.nameId == XmlName::kOther ? text({named.nameOffset, named.nameSize})
                                            : xmlNameText(named.nameId);
@@ -146,9 +193,11 @@ class XmlDocument final : public RefCountedObject {
   bool store(std::string_view text, XmlText& piece) noexcept;
   bool storeRepaired(std::string_view text, XmlText& piece) noexcept;
   bool storeName(std::string_view name, XmlNamed& named) noexcept;
-  bool makeRoom(size_t nodes, size_t attributes, size_t characters) noexcept;
+  bool makeRoom(size_t nodes, size_t details, size_t attributes, size_t characters) noexcept;
   bool makeRoomFor(const XmlDocument& source) noexcept;
+  XmlNodeDetails* widen(XmlIndex node) noexcept;
   void addNode(const XmlNamed& name, XmlText content) noexcept;
+  bool isNextBehind(XmlIndex node, XmlIndex parent) const noexcept;
   void link(XmlIndex node, XmlIndex parent, XmlIndex before) noexcept;
   XmlIndex copyElement(const XmlDocument& source, XmlIndex from) noexcept;
   void copyAttributes(const XmlDocument& source, XmlIndex from, XmlIndex to) noexcept;
@@ -156,6 +205,7 @@ class XmlDocument final : public RefCountedObject {
   XmlText copyText(const XmlDocument& source, XmlText piece) noexcept;
 
   PodArray<XmlNode> m_nodes;
+  PodArray<XmlNodeDetails> m_details;
   PodArray<XmlAttribute> m_attributes;
   PodArray<char> m_text;  // a zero byte follows each content
   uint64_t m_changes = 0;

@@ -145,7 +145,7 @@ inline XmlParser::Place XmlParser::readMarkup(Place p) noexcept {
       const XmlName name = p.open->nameId;
       if (name != XmlName::kOther && kXmlNameTable.isTagAt(at + 2, name)) {
         p = settleContent(p);
-        p.c.at = at + p.open->nameSize + 3;
+        p.c.at = at + xmlNameText(name).size() + 3;
         return elementClosed(p);
       }
     } else {
@@ -153,7 +153,7 @@ inline XmlParser::Place XmlParser::readMarkup(Place p) noexcept {
       if (entry.name() != XmlName::kOther && kXmlNameTable.isTagAt(at + 1, entry.name()) &&
           p.c.out == p.contentStart && p.fresh != m_nodesEnd && p.depth != kMaxDepth) {
         p.c.at = at + entry.size() + 2;
-        return elementOpened(p, {entry.size(), entry.name(), 0});
+        return elementOpened(p, entry.name());
       }
     }
   }
@@ -163,16 +163,25 @@ inline XmlParser::Place XmlParser::readMarkup(Place p) noexcept {
 }
 
 // Takes an element into the tree, as the last child of the open one.
-inline XmlParser::Place XmlParser::elementOpened(Place p, const XmlNamed& name) noexcept {
+inline XmlParser::Place XmlParser::elementOpened(Place p, XmlName name) noexcept {
   XmlIndex previous = kNoXmlIndex;
+  if (p.last != nullptr) p.last->next = p.freshIndex;
   if (p.open != nullptr) {
-    previous = p.open->lastChild;
-    (p.last == nullptr ? p.open->firstChild : p.last->next) = p.freshIndex;
-    p.open->lastChild = p.freshIndex;
-    ++p.open->childCount;
+    XmlNode& above = *p.open;
+    if (above.kind == XmlNodeKind::kWide) {
+      XmlNodeDetails& details = m_document.m_details[above.word[0]];
+      previous = details.lastChild;
+      if (p.last == nullptr) details.firstChild = p.freshIndex;
+      details.lastChild = p.freshIndex;
+      ++details.childCount;
+    } else {
+      if (p.last != nullptr) previous = above.word[0];
+      above.kind = XmlNodeKind::kParent;
+      above.word[0] = p.freshIndex;
+      ++above.word[1];  // which is 0 in a leaf without content
+    }
   }
-  *p.fresh = {name,        {0, 0},      0,           kNoXmlIndex, kNoXmlIndex,
-              kNoXmlIndex, kNoXmlIndex, p.openIndex, previous};
+  *p.fresh = {name, XmlNodeKind::kLeaf, {0, 0}, kNoXmlIndex, p.openIndex, previous};
   p.contentStart = p.c.out;
   p.open = p.fresh++;
   p.openIndex = p.freshIndex++;
@@ -211,13 +220,17 @@ void XmlParser::openElement() noexcept {
     c = fail(c.at, "Failed to parse XML: elements are nested deeper than 256.");
     return;
   }
-  settleContentBeforeChild();
-  if (!makeRoomForElement()) return;
+  if (!settleContentBeforeChild() || !makeRoomForElement()) return;
   XmlNamed name;
   c = readName({c.at + 1, c.out}, name);
   if (c.at == nullptr) return;
-  m_place = elementOpened(m_place, name);
-  c = readAttributes(c, *m_place.open);
+  m_place = elementOpened(m_place, name.nameId);
+  if (name.nameId == XmlName::kOther) {
+    XmlNodeDetails* const details = widenOpen();
+    if (details == nullptr) return;
+    details->name = name;
+  }
+  c = readAttributes(c);
   if (c.at == nullptr) return;
   m_place.contentStart = c.out;
   const bool empty = *c.at == '/';
@@ -228,7 +241,7 @@ void XmlParser::openElement() noexcept {
 // ETag ::= '</' Name S? '>'
 void XmlParser::closeElement() noexcept {
   Cursor& c = m_place.c;
-  const std::string_view name = m_document.nameOf(*m_place.open);
+  const std::string_view name = m_document.name(m_place.openIndex);
   if (!lookingAt(c.at + 2, name)) {
     c = fail(c.at, "Failed to parse XML: the closing tag is not that of the open element.");
     return;
@@ -248,7 +261,7 @@ bool XmlParser::makeRoomForElement() noexcept {
   Place& p = m_place;
   if (p.fresh != m_nodesEnd) return true;
   PodArray<XmlNode>& nodes = m_document.m_nodes;
-  const XmlIndex last = p.last == nullptr ? kNoXmlIndex : p.open->lastChild;
+  const XmlIndex last = p.last == nullptr ? kNoXmlIndex : m_document.lastChild(p.openIndex);
   if (nodes.extend(1) == nullptr) {
     p.c = fail(p.c.at, kNoMemory);
     return false;
@@ -262,19 +275,19 @@ bool XmlParser::makeRoomForElement() noexcept {
 }
 
 // Reads up to the ">" or "/>" of the tag.
-XmlParser::Cursor XmlParser::readAttributes(Cursor c, XmlNode& node) noexcept {
+XmlParser::Cursor XmlParser::readAttributes(Cursor c) noexcept {
   while (c.at != nullptr) {
     const char* const at = skipWhite(c.at);
     if (at == m_end) return fail(at, kEndsEarly);
     if (*at == '>' || lookingAt(at, "/>")) return {at, c.out};
     if (at == c.at) return fail(at, "Failed to parse XML: \">\" or white space expected in a tag.");
-    c = readAttribute({at, c.out}, node);
+    c = readAttribute({at, c.out});
   }
   return c;
 }
 
 // Attribute ::= Name S? '=' S? ('"' value '"' | "'" value "'")
-XmlParser::Cursor XmlParser::readAttribute(Cursor c, XmlNode& node) noexcept {
+XmlParser::Cursor XmlParser::readAttribute(Cursor c) noexcept {
   const char* const start = c.at;
   XmlNamed name;
   c = readName(c, name);
@@ -287,15 +300,17 @@ XmlParser::Cursor XmlParser::readAttribute(Cursor c, XmlNode& node) noexcept {
   if (*at != '"' && *at != '\'') {
     return fail(at, "Failed to parse XML: an attribute value must stand in quotes.");
   }
-  c = addAttribute({start, c.out}, node, name);
+  c = addAttribute({start, c.out}, name);
   return c.at == nullptr ? c : readValue({at + 1, c.out}, *at);
 }
 
 // The attributes of one element stand side by side in the array, because reading ends one tag
 // before the next.
-XmlParser::Cursor XmlParser::addAttribute(Cursor c, XmlNode& node, const XmlNamed& name) noexcept {
+XmlParser::Cursor XmlParser::addAttribute(Cursor c, const XmlNamed& name) noexcept {
   PodArray<XmlAttribute>& attributes = m_document.m_attributes;
-  const XmlIndex first = node.firstAttribute;
+  XmlNodeDetails* const details = widenOpen();
+  if (details == nullptr) return m_place.c;
+  const XmlIndex first = details->firstAttribute;
   const auto index = static_cast<XmlIndex>(attributes.size());
   const std::string_view text = m_document.nameOf(name);
   for (XmlIndex i = first; i < index; ++i) {
@@ -307,7 +322,7 @@ XmlParser::Cursor XmlParser::addAttribute(Cursor c, XmlNode& node, const XmlName
     return fail(c.at, "Failed to parse XML: an element has more than 256 attributes.");
   }
   if (!attributes.push_back({name, {0, 0}, kNoXmlIndex})) return fail(c.at, kNoMemory);
-  (first == kNoXmlIndex ? node.firstAttribute : attributes[index - 1].next) = index;
+  (first == kNoXmlIndex ? details->firstAttribute : attributes[index - 1].next) = index;
   return c;
 }
 
@@ -390,21 +405,37 @@ inline XmlParser::Cursor XmlParser::skipBetweenElements(Cursor c) noexcept {
 // Gives the open element the content read so far.
 inline XmlParser::Place XmlParser::settleContent(Place p) noexcept {
   if (p.c.out == p.contentStart) return p;
-  p.open->content = {offsetOf(p.contentStart), static_cast<uint32_t>(p.c.out - p.contentStart)};
+  const XmlText content = {offsetOf(p.contentStart),
+                           static_cast<uint32_t>(p.c.out - p.contentStart)};
+  if (p.open->kind == XmlNodeKind::kWide) {
+    m_document.m_details[p.open->word[0]].content = content;
+  } else {
+    p.open->word[0] = content.offset;
+    p.open->word[1] = content.size;
+  }
   *p.c.out++ = 0;
   return p;
 }
 
 // The same when the first child begins. White space alone is then the layout of the text, unless it
 // was written as a reference.
-void XmlParser::settleContentBeforeChild() noexcept {
+bool XmlParser::settleContentBeforeChild() noexcept {
   Place& p = m_place;
   const std::string_view content(p.contentStart, static_cast<size_t>(p.c.out - p.contentStart));
   if (m_referenceEnd <= p.contentStart && isXmlWhite(content)) {
     p.c.out = p.contentStart;
   } else {
+    if (widenOpen() == nullptr) return false;
     p = settleContent(p);
   }
+  return true;
+}
+
+// The details of the open element; null, after a failure, when memory ran out.
+XmlNodeDetails* XmlParser::widenOpen() noexcept {
+  XmlNodeDetails* const details = m_document.widen(m_place.openIndex);
+  if (details == nullptr) m_place.c = fail(m_place.c.at, kNoMemory);
+  return details;
 }
 
 }  // namespace velmora

@@ -14,8 +14,14 @@ void XmlTreeBuilder::attribute(XmlName name, std::string_view value) noexcept {
   const auto index = static_cast<XmlIndex>(m_attributeCount++);
   XmlAttribute* const attributes = m_attributes.data();
   XmlNode& node = m_nodes.data()[m_open];
-  const bool isFirst = node.firstAttribute == kNoXmlIndex;
-  (isFirst ? node.firstAttribute : attributes[index - 1].next) = index;
+  if (node.kind == XmlNodeKind::kWide) {
+    attributes[index - 1].next = index;
+  } else {
+    node.kind = XmlNodeKind::kWide;
+    node.word[0] = static_cast<uint32_t>(m_detailCount);
+    m_details.data()[m_detailCount++] = {{0, node.nameId, 0}, {0, 0},      0,
+                                         kNoXmlIndex,         kNoXmlIndex, index};
+  }
   attributes[index] = {{static_cast<uint16_t>(xmlNameText(name).size()), name, 0},
                        {offsetOf(m_at), static_cast<uint32_t>(value.size())},
                        kNoXmlIndex};
@@ -35,6 +41,7 @@ XmlDocument* XmlTreeBuilder::finish() noexcept {
   if (!document) return nullptr;
   document->incRefCount();
   if (!m_nodes.moveTo(document->m_nodes, m_nodeCount) ||
+      !m_details.moveTo(document->m_details, m_detailCount) ||
       !m_attributes.moveTo(document->m_attributes, m_attributeCount) ||
       !m_text.moveTo(document->m_text, static_cast<size_t>(m_at - m_text.data()))) {
     return nullptr;

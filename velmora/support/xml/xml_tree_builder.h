@@ -69,7 +69,11 @@ class XmlTreeBuilder {
   /// Makes sure that one more element can be opened with kMostAttributes, and `characters` of
   /// content be written; false when memory ran out.
   bool room(size_t characters) noexcept {
-    if (m_nodeCount + 1 > m_nodes.capacity() && !m_nodes.grow(m_nodeCount, m_nodeCount + 1)) {
+    if (m_nodeCount == m_nodes.capacity() && !m_nodes.grow(m_nodeCount, m_nodeCount + 1)) {
+      return false;
+    }
+    if (m_detailCount == m_details.capacity() &&
+        !m_details.grow(m_detailCount, m_detailCount + 1)) {
       return false;
     }
     const size_t most = m_attributeCount + kMostAttributes;
@@ -81,24 +85,15 @@ class XmlTreeBuilder {
   void open(XmlName name) noexcept {
     const auto index = static_cast<XmlIndex>(m_nodeCount++);
     XmlNode* const nodes = m_nodes.data();
-    XmlIndex previous = kNoXmlIndex;
     if (m_open != kNoXmlIndex) {
       XmlNode& above = nodes[m_open];
-      previous = above.lastChild;
-      (previous == kNoXmlIndex ? above.firstChild : nodes[previous].next) = index;
-      above.lastChild = index;
-      ++above.childCount;
+      const bool isWide = above.kind == XmlNodeKind::kWide;
+      ++(isWide ? m_details.data()[above.word[0]].childCount : above.word[1]);
     }
-    nodes[index] = {{static_cast<uint16_t>(xmlNameText(name).size()), name, 0},
-                    {0, 0},
-                    0,
-                    kNoXmlIndex,
-                    kNoXmlIndex,
-                    kNoXmlIndex,
-                    kNoXmlIndex,
-                    m_open,
-                    previous};
+    if (m_last != kNoXmlIndex) nodes[m_last].next = index;
+    nodes[index] = {name, XmlNodeKind::kLeaf, {0, 0}, kNoXmlIndex, m_open, m_last};
     m_open = index;
+    m_last = kNoXmlIndex;
     m_contentStart = m_at;
   }
 
@@ -116,11 +111,17 @@ class XmlTreeBuilder {
   /// Closes the element that is open innermost.
   void close() noexcept {
     XmlNode& node = m_nodes.data()[m_open];
-    if (m_at != m_contentStart) {
-      node.content = {offsetOf(m_contentStart), static_cast<uint32_t>(m_at - m_contentStart)};
-      *m_at++ = 0;
-      m_contentStart = m_at;
+    if (node.kind == XmlNodeKind::kWide) {
+      closeWide(m_details.data()[node.word[0]]);
+    } else if (m_last != kNoXmlIndex) {
+      node.kind = XmlNodeKind::kParent;
+      node.word[0] = m_last;  // the children have been counted in the other
+    } else {
+      const XmlText content = takeContent();
+      node.word[0] = content.offset;
+      node.word[1] = content.size;
     }
+    m_last = m_open;
     m_open = node.parent;
   }
 
@@ -131,18 +132,38 @@ class XmlTreeBuilder {
  private:
   // Most certificates fit.
   static constexpr size_t kLocalNodes = 160;
+  static constexpr size_t kLocalDetails = 16;
   static constexpr size_t kLocalAttributes = 32;
   static constexpr size_t kLocalText = 5120;
+
+  void closeWide(XmlNodeDetails& details) noexcept {
+    details.content = takeContent();
+    details.firstChild = m_last == kNoXmlIndex ? kNoXmlIndex : m_open + 1;
+    details.lastChild = m_last;
+  }
+
+  // What was written since the element was opened, or the child before closed.
+  XmlText takeContent() noexcept {
+    if (m_at == m_contentStart) return {0, 0};
+    const XmlText content = {offsetOf(m_contentStart),
+                             static_cast<uint32_t>(m_at - m_contentStart)};
+    *m_at++ = 0;
+    m_contentStart = m_at;
+    return content;
+  }
 
   uint32_t offsetOf(const char* at) noexcept { return static_cast<uint32_t>(at - m_text.data()); }
   bool growText(size_t needed) noexcept;
 
   XmlGrowingArray<XmlNode, kLocalNodes> m_nodes;
+  XmlGrowingArray<XmlNodeDetails, kLocalDetails> m_details;
   XmlGrowingArray<XmlAttribute, kLocalAttributes> m_attributes;
   XmlGrowingArray<char, kLocalText> m_text;
   size_t m_nodeCount = 0;
+  size_t m_detailCount = 0;
   size_t m_attributeCount = 0;
   XmlIndex m_open = kNoXmlIndex;
+  XmlIndex m_last = kNoXmlIndex;  // the child before, of the one that is open
   char* m_at = m_text.data();
   char* m_end = m_text.data() + kLocalText;
   char* m_contentStart = m_at;

@@ -45,7 +45,7 @@ class TreeWriter {
     XmlIndex at = top;
     for (;;) {
       open(at);
-      const XmlIndex child = m_document.node(at).firstChild;
+      const XmlIndex child = m_document.firstChild(at);
       if (child != kNoXmlIndex) {
         at = child;
         continue;
@@ -62,10 +62,10 @@ class TreeWriter {
 
  private:
   void open(XmlIndex i) noexcept {
-    const XmlNode& node = m_document.node(i);
     m_sink.put('<');
     m_sink.put(m_document.name(i));
-    for (XmlIndex a = node.firstAttribute; a != kNoXmlIndex; a = m_document.attribute(a).next) {
+    for (XmlIndex a = m_document.firstAttribute(i); a != kNoXmlIndex;
+         a = m_document.attribute(a).next) {
       m_sink.put(' ');
       m_sink.put(m_document.attributeName(a));
       m_sink.put("=\"");
@@ -75,7 +75,7 @@ class TreeWriter {
     m_sink.put('>');
     const std::string_view content = m_document.content(i);
     // Beside children a reader drops white space, unless it is written as references.
-    if (node.firstChild != kNoXmlIndex && isXmlWhite(content)) {
+    if (m_document.firstChild(i) != kNoXmlIndex && isXmlWhite(content)) {
       for (const char c : content) putReference(c);
     } else {
       putEscaped(content);

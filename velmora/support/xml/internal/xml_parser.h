@@ -85,15 +85,15 @@ class XmlParser {
 
   // Tags. Those without an argument work on m_place.
   Place readMarkup(Place p) noexcept;
-  Place elementOpened(Place p, const XmlNamed& name) noexcept;
+  Place elementOpened(Place p, XmlName name) noexcept;
   Place elementClosed(Place p) const noexcept;
   void readMarkupSlowly() noexcept;
   void openElement() noexcept;
   void closeElement() noexcept;
   bool makeRoomForElement() noexcept;
-  Cursor readAttributes(Cursor c, XmlNode& node) noexcept;
-  Cursor readAttribute(Cursor c, XmlNode& node) noexcept;
-  Cursor addAttribute(Cursor c, XmlNode& node, const XmlNamed& name) noexcept;
+  Cursor readAttributes(Cursor c) noexcept;
+  Cursor readAttribute(Cursor c) noexcept;
+  Cursor addAttribute(Cursor c, const XmlNamed& name) noexcept;
   Cursor readValue(Cursor c, char quote) noexcept;
   Cursor readName(Cursor c, XmlNamed& name) noexcept;
 
@@ -105,7 +105,8 @@ class XmlParser {
   Cursor readNumericReference(Cursor c) noexcept;
   Cursor skipBetweenElements(Cursor c) noexcept;
   Place settleContent(Place p) noexcept;
-  void settleContentBeforeChild() noexcept;
+  bool settleContentBeforeChild() noexcept;
+  XmlNodeDetails* widenOpen() noexcept;
 
   // Comments, processing instructions, CDATA sections.
   Cursor skipMisc(Cursor c) noexcept;
