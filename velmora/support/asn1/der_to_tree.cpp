@@ -26,20 +26,20 @@ class XmlTreeSink {
 
   void open(const Asn1XmlForm& form) noexcept { m_builder.open(form.name); }
 
-  void open(const Asn1XmlForm& form, XmlName name, std::string_view value) noexcept {
+  bool open(const Asn1XmlForm& form, XmlName name, std::string_view value) noexcept {
     m_builder.open(form.name);
-    m_builder.attribute(name, value);
+    return m_builder.attribute(name, value);
   }
 
-  void openNumbered(const Asn1XmlForm& form, const Asn1Header& header, bool constructed) noexcept {
+  bool openNumbered(const Asn1XmlForm& form, const Asn1Header& header, bool constructed) noexcept {
     const bool isContext = header.tagClass == Asn1Class::kContextSpecific;
     m_builder.open(form.name);
-    m_builder.attribute(isContext ? XmlName::kTag : XmlName::kNumber, header.tagNumber);
-    if (constructed) {
-      m_builder.attribute(XmlName::kConstructed, "1");
-    } else if (header.tagClass != Asn1Class::kUniversal) {
-      m_builder.attribute(XmlName::kConstructed, "0");
+    if (!m_builder.attribute(isContext ? XmlName::kTag : XmlName::kNumber, header.tagNumber)) {
+      return false;
     }
+    if (constructed) return m_builder.attribute(XmlName::kConstructed, "1");
+    const bool isUniversal = header.tagClass == Asn1Class::kUniversal;
+    return isUniversal || m_builder.attribute(XmlName::kConstructed, "0");
   }
 
   char* contentOf(const Asn1XmlForm&) noexcept { return m_builder.at(); }
@@ -69,6 +69,10 @@ class XmlTreeSink {
   }
 
   void close(const Asn1XmlForm&) noexcept { m_builder.close(); }
+  bool closeMembers(const Asn1XmlForm&) noexcept {
+    m_builder.close();
+    return true;
+  }
 
   XmlDocument* finish() noexcept { return m_builder.finish(); }
 

@@ -106,14 +106,15 @@ class XmlTextSink {
 
   void open(const ElementText& form) noexcept { put(form.open); }
 
-  void open(const ElementText& form, XmlName name, std::string_view value) noexcept {
+  bool open(const ElementText& form, XmlName name, std::string_view value) noexcept {
     put(form.open);
     --m_at;  // over the ">"
     putAttribute(name, value);
     *m_at++ = '>';
+    return true;
   }
 
-  void openNumbered(const ElementText& form, const Asn1Header& header, bool constructed) noexcept {
+  bool openNumbered(const ElementText& form, const Asn1Header& header, bool constructed) noexcept {
     put(form.open);
     if (header.tagClass == Asn1Class::kContextSpecific) {
       put(" tag=\"");
@@ -128,6 +129,7 @@ class XmlTextSink {
     } else {
       put("\" constructed=\"0\">");
     }
+    return true;
   }
 
   char* contentOf(const ElementText& form) noexcept { return m_at + form.open.size; }
@@ -147,6 +149,11 @@ class XmlTextSink {
   }
 
   void close(const ElementText& form) noexcept { put(form.close); }
+  bool closeMembers(const ElementText& form) noexcept {
+    if (!room(0)) return false;
+    close(form);
+    return true;
+  }
 
   // Drops the room that was not used; everything that was written when `keep` is false.
   void finish(bool keep) noexcept {

@@ -26,6 +26,12 @@ char* writeNumber(uint64_t value, char* out) noexcept {
     *out = static_cast<char>('0' + value);
     return out + 1;
   }
+  if (value < 100) {
+    const auto small = static_cast<uint32_t>(value);
+    out[0] = static_cast<char>('0' + small / 10);
+    out[1] = static_cast<char>('0' + small % 10);
+    return out + 2;
+  }
   return std::to_chars(out, out + kMostDigits, value).ptr;
 }
 
@@ -196,6 +202,13 @@ size_t writeDottedOid(std::span<const unsigned char> content, char* out) noexcep
   if (content.empty() || (content.back() & kMoreFollows) != 0) return 0;
   char* to = out;
   for (bool first = true; !content.empty(); first = false) {
+    // Most subidentifiers are of one octet.
+    if (content[0] < kMoreFollows && !first) {
+      *to++ = '.';
+      to = writeNumber(content[0], to);
+      content = content.subspan(1);
+      continue;
+    }
     const auto octets = firstSubidentifier(content);
     if (octets.empty()) return 0;
     if (!first) *to++ = '.';

@@ -10,7 +10,13 @@ bool XmlTreeBuilder::expect(size_t nodes, size_t characters) noexcept {
   return characters <= m_text.capacity() || growText(characters);
 }
 
-void XmlTreeBuilder::attribute(XmlName name, std::string_view value) noexcept {
+bool XmlTreeBuilder::attribute(XmlName name, std::string_view value) noexcept {
+  if ((m_attributeCount == m_attributes.capacity() &&
+       !m_attributes.grow(m_attributeCount, m_attributeCount + 1)) ||
+      (m_detailCount == m_details.capacity() &&
+       !m_details.grow(m_detailCount, m_detailCount + 1))) {
+    return false;
+  }
   const auto index = static_cast<XmlIndex>(m_attributeCount++);
   XmlAttribute* const attributes = m_attributes.data();
   XmlNode& node = m_nodes.data()[m_open];
@@ -28,12 +34,17 @@ void XmlTreeBuilder::attribute(XmlName name, std::string_view value) noexcept {
   std::memcpy(m_at, value.data(), value.size());
   m_at += value.size();
   m_contentStart = m_at;
+  return true;
 }
 
-void XmlTreeBuilder::attribute(XmlName name, uint32_t value) noexcept {
-  char digits[kMostValue];
-  const char* const end = std::to_chars(digits, digits + kMostValue, value).ptr;
-  attribute(name, {digits, static_cast<size_t>(end - digits)});
+bool XmlTreeBuilder::attribute(XmlName name, uint32_t value) noexcept {
+  if (value < 10) {
+    const char digit = static_cast<char>('0' + value);
+    return attribute(name, {&digit, 1});
+  }
+  char digits[10];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  return attribute(name, {digits, static_cast<size_t>(end - digits)});
 }
 
 XmlDocument* XmlTreeBuilder::finish() noexcept {

@@ -66,20 +66,12 @@ class XmlTreeBuilder {
   /// out.
   bool expect(size_t nodes, size_t characters) noexcept;
 
-  /// Makes sure that one more element can be opened with kMostAttributes, and `characters` of
+  /// Makes sure that one more element can be opened with short attributes, and `characters` of
   /// content be written; false when memory ran out.
   bool room(size_t characters) noexcept {
-    if (m_nodeCount == m_nodes.capacity() && !m_nodes.grow(m_nodeCount, m_nodeCount + 1)) {
-      return false;
-    }
-    if (m_detailCount == m_details.capacity() &&
-        !m_details.grow(m_detailCount, m_detailCount + 1)) {
-      return false;
-    }
-    const size_t most = m_attributeCount + kMostAttributes;
-    if (most > m_attributes.capacity() && !m_attributes.grow(m_attributeCount, most)) return false;
-    const size_t needed = characters + kMostAttributes * kMostValue + 1;  // and a closing zero
-    return static_cast<size_t>(m_end - m_at) >= needed || growText(needed);
+    const size_t needed = characters + kAttributeText + 1;  // and a closing zero
+    return (m_nodeCount != m_nodes.capacity() || m_nodes.grow(m_nodeCount, m_nodeCount + 1)) &&
+           (static_cast<size_t>(m_end - m_at) >= needed || growText(needed));
   }
 
   void open(XmlName name) noexcept {
@@ -97,12 +89,12 @@ class XmlTreeBuilder {
     m_contentStart = m_at;
   }
 
-  static constexpr size_t kMostAttributes = 2;
-  static constexpr size_t kMostValue = 10;  // characters of a value
+  /// What the values of an element's attributes come to at most, in characters.
+  static constexpr size_t kAttributeText = 20;
 
-  /// Of the element that was opened last, which has no content yet.
-  void attribute(XmlName name, std::string_view value) noexcept;
-  void attribute(XmlName name, uint32_t value) noexcept;
+  /// Of the element that was opened last, which has no content yet; false when memory ran out.
+  bool attribute(XmlName name, std::string_view value) noexcept;
+  bool attribute(XmlName name, uint32_t value) noexcept;
 
   /// Where content is written to, and how many characters were.
   char* at() noexcept { return m_at; }

@@ -18,18 +18,20 @@ namespace velmora {
 
 /// Walks some BER and decides for each element which form it has; a `Sink` takes the elements down,
 /// as text or as a tree. Of each form of an element (Asn1XmlForm) it has made a `Sink::Form`, with
-/// a member `content`. Before an element it is asked for room, which also serves for the close.
+/// a member `content`. Before an element it is asked for room. What gives a bool gives false when
+/// memory ran out.
 ///
 ///   bool start(size_t size)          makes room for what so many octets come to
 ///   bool room(size_t count)          for one more element with so many characters of content
 ///   bool roomForText(octets, widen)  the same for the content that putText writes
 ///   void open(form)                  an element without attributes
-///   void open(form, name, value)     one with that attribute
-///   void openNumbered(form, header, constructed)
+///   bool open(form, name, value)     one with that attribute
+///   bool openNumbered(form, header, constructed)
 ///   char* contentOf(form)            where the content of an element not yet opened will stand
 ///   char* at(), void advance(size)   where content goes, and how much of it came
 ///   void putText(octets, widen)      characters; with `widen` each octet is one of Latin-1
-///   void close(form)
+///   void close(form)                 an element that has content
+///   bool closeMembers(form)          one that has members
 template <class Sink>
 class Asn1Conversion {
  public:
@@ -74,8 +76,7 @@ class Asn1Conversion {
           }
           break;
         case BerStep::kClose:
-          if (!m_sink.room(0)) return false;
-          m_sink.close(*m_open[m_walk.depth()]);
+          if (!m_sink.closeMembers(*m_open[m_walk.depth()])) return false;
           break;
         case BerStep::kEnd:
           return true;
@@ -106,7 +107,7 @@ class Asn1Conversion {
         if (m_joined.failed()) return false;
       }
       form = &numberedForm(header);
-      m_sink.openNumbered(*form, header, true);
+      if (!m_sink.openNumbered(*form, header, true)) return false;
     }
     m_open[m_walk.depth() - 1] = form;
     return true;
@@ -137,8 +138,7 @@ class Asn1Conversion {
   bool putNumbered(const Asn1Header& header, Octets content) noexcept {
     if (!m_sink.room(base64Length(content.size()))) return false;
     const Form& form = numberedForm(header);
-    m_sink.openNumbered(form, header, false);
-    return finishBase64(form, content);
+    return m_sink.openNumbered(form, header, false) && finishBase64(form, content);
   }
 
   bool putHex(const Form& form, Octets content) noexcept {
@@ -155,8 +155,7 @@ class Asn1Conversion {
     if (content[0] == 0) return putHex(form, content.subspan(1));
     if (!m_sink.room(2 * content.size())) return false;
     const char unused = static_cast<char>('0' + content[0]);
-    m_sink.open(form, XmlName::kUnused, {&unused, 1});
-    return finishHex(form, content.subspan(1));
+    return m_sink.open(form, XmlName::kUnused, {&unused, 1}) && finishHex(form, content.subspan(1));
   }
 
   bool finishHex(const Form& form, Octets content) noexcept {
@@ -201,8 +200,8 @@ class Asn1Conversion {
     if (!m_sink.roomForText(content, !valid)) return false;
     if (valid) {
       m_sink.open(form);
-    } else {
-      m_sink.open(form, XmlName::kEncoding, "latin1");
+    } else if (!m_sink.open(form, XmlName::kEncoding, "latin1")) {
+      return false;
     }
     m_sink.putText(content, !valid);
     m_sink.close(form);
