@@ -4,6 +4,7 @@
 
 #include "velmora/support/core/known_oids.h"
 #include "velmora/support/text/encoding_convert.h"
+#include "velmora/x509/internal/tree_maker.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -150,6 +151,29 @@ void appendAddresses(ClsXml& names, XString& out) {
   }
 }
 
+// The extension as a tree of its own; null when there is none that can be read, or memory ran out,
+// as `incomplete` tells.
+_clsOwner loadNames(VelmoraX509& certificate, bool& incomplete, LogBase& log) {
+  DataBuffer value;
+  TreeMaker maker;
+  _clsOwner tree;
+  if (certificate.getExtensionDerDataByOid(known_oid::subjectAltName.dotted(), value, log) &&
+      !value.failed() && maker.convert(value, log)) {
+    tree.reset(ClsXml::createNewCls());
+    incomplete = !maker.load(tree.get(), log);
+    if (incomplete) tree.reset();
+  } else {
+    incomplete = value.failed() || maker.ranOutOfMemory();
+  }
+  return tree;
+}
+
+StringBuffer textOf(const ClsXml& tree, LogBase& log) {
+  StringBuffer xml;
+  tree.getXml(true, xml, log);
+  return xml;
+}
+
 }  // namespace
 
 bool VelmoraX509::generalizedNamesXml(ClsXml& node, XString& out, LogBase& log) {
@@ -173,29 +197,26 @@ bool VelmoraX509::getSubjectAlternativeNameXml(XString& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getSubjectAlternativeNameXml");
   out.weakClear();
-  StringBuffer xml;
-  const bool found = getExtensionAsnXmlByOid(known_oid::subjectAltName.dotted(), xml, log);
-  if (xml.failed()) return markIncomplete(out);
-  if (!found) {
+  bool incomplete = false;
+  const _clsOwner tree = loadNames(*this, incomplete, log);
+  if (incomplete) return markIncomplete(out);
+  if (!tree) {
     log.LogInfo("Cert has no 2.5.29.17 extension.");
     return false;
   }
-  if (log.m_verbose) log.LogDataSb("sbXml", xml);
-  const _clsOwner tree(ClsXml::createNewCls());
-  return tree && tree->loadXml(xml, true, log) && generalizedNamesXml(*tree, out, log);
+  if (log.m_verbose) log.LogDataSb("sbXml", textOf(*tree, log));
+  return generalizedNamesXml(*tree, out, log);
 }
 
 bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
   CritSecExitor lock(this);
   LogContextExitor context(log, "getRfc822Name");
   out.weakClear();
-  StringBuffer xml;
-  const bool found = getExtensionAsnXmlByOid(known_oid::subjectAltName.dotted(), xml, log);
-  if (xml.failed()) return markIncomplete(out);
-  if (!found) return false;
-  if (log.m_verbose) log.LogDataSb("SAN_xml", xml);
-  const _clsOwner tree(ClsXml::createNewCls());
-  if (!tree || !tree->loadXml(xml, true, log)) return markIncomplete(out);
+  bool incomplete = false;
+  const _clsOwner tree = loadNames(*this, incomplete, log);
+  if (incomplete) return markIncomplete(out);
+  if (!tree) return false;
+  if (log.m_verbose) log.LogDataSb("SAN_xml", textOf(*tree, log));
   if (tree->get_NumChildren() == 0) {
     // One bare string in place of a list: it is taken to be in the ANSI code page.
     DataBuffer text;
@@ -207,7 +228,7 @@ bool VelmoraX509::getRfc822Name(XString& out, LogBase& log) {
   appendAddresses(*tree, out);
   if (out.isEmpty()) {
     log.LogError("Unexpected SubjectAltName");
-    log.LogDataSb("SubjectAltNameXml", xml);
+    log.LogDataSb("SubjectAltNameXml", textOf(*tree, log));
     return false;
   }
   return true;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "velmora/support/asn1/der_xml_codec.h"
+#include "velmora/x509/internal/tree_maker.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -11,38 +11,6 @@ namespace {
 // One progress line, wherever a batch of certificates comes from: its text is part of the
 // interface.
 constexpr const char* kProgressLine = "Loading PKCS7 (p7b) certificate...";
-
-// A text that ran out of memory is refused unread.
-bool loadTree(ClsXml* tree, const StringBuffer& text, bool autoTrim, LogBase& log) {
-  return tree != nullptr && !text.failed() && tree->loadXml(text, autoTrim, log);
-}
-
-// The tree of a certificate or a bundle, made in two steps that fail each in its own way. What is
-// so large that its text may be beyond what loadXml reads goes by way of that text.
-class TreeMaker {
- public:
-  bool convert(const DataBuffer& der, LogBase& log) {
-    m_byText = der.size() > DerXmlCodec::kMaxTreeOctets;
-    if (m_byText) return DerXmlCodec::derToXml(der, false, true, m_text, nullptr, log);
-    m_tree = RefOwner<XmlDocument>(DerXmlCodec::derToTree(der, m_fault, log));
-    return static_cast<bool>(m_tree);
-  }
-
-  // Whether convert() failed for that.
-  bool ranOutOfMemory() const { return m_text.failed() || m_fault.noMemory; }
-
-  bool load(ClsXml* into, LogBase& log) {
-    if (m_byText) return loadTree(into, m_text, true, log);
-    if (into != nullptr) into->takeDocument(*m_tree.release());
-    return into != nullptr;
-  }
-
- private:
-  bool m_byText = false;
-  StringBuffer m_text;
-  RefOwner<XmlDocument> m_tree;
-  Asn1Fault m_fault;
-};
 
 // Drops bytes for whose tree memory ran out. The tree that is there is another certificate's, for
 // which a signature in these bytes must not vouch.

@@ -61,7 +61,7 @@ class DerXmlCodec {
   static XmlDocument* derToTree(std::span<const unsigned char> der, Asn1Fault& fault);
   /// The same with the log of derToXml.
   static XmlDocument* derToTree(const DataBuffer& der, Asn1Fault& fault, LogBase& log);
-  static constexpr size_t kMaxTreeOctets = size_t{64} << 20;
+  static constexpr size_t kMaxTreeOctets = size_t{192} << 20;
 
   /// Appends the DER of the subtree at the handle to `der`: lengths in their shortest form, strings
   /// primitive, nothing else changed (the octets of a BOOLEAN and the order in a SET stay). For a
