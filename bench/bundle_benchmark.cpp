@@ -1,7 +1,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
-#include <memory>
+#include <iterator>
 #include <string>
 
 #include "bench/benchmarks.h"
@@ -38,12 +38,40 @@ void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count)
   }
 }
 
+template <class Ask>
+void loadAndAsk(benchmark::State& state, const DataBuffer& der, Ask ask) {
+  LogNull log;
+  XString answer;
+  for (auto _ : state) {
+    const RefOwner<VelmoraX509> certificate = load(der);
+    if (!ask(*certificate, answer, log)) {
+      state.SkipWithError("the certificate did not answer");
+      break;
+    }
+  }
+}
+
+void runGrowing(benchmark::State& state, const Ders& ders, size_t kind, size_t size) {
+  if (kind == 0) return loadBundle(state, makeBundle(ders, size), size);
+  if (kind == 1) {
+    return loadAndAsk(state, makeWithAlternativeNames(size), [](auto& x, auto& out, auto& log) {
+      return x.getSubjectAlternativeNameXml(out, log);
+    });
+  }
+  loadAndAsk(state, makeWithRdns(size),
+             [](auto& x, auto& out, auto& log) { return x.getDN(true, true, out, log, 0); });
+}
+
 }  // namespace
 
-void registerBundle(const DataBuffer& bundle, size_t count) {
-  benchmark::RegisterBenchmark(
-      ("bundle/" + std::to_string(count)).c_str(),
-      [&bundle, count](benchmark::State& state) { loadBundle(state, bundle, count); });
+void registerGrowth(const Ders& ders) {
+  for (size_t kind = 0; kind < std::size(kGrowing); ++kind) {
+    for (const size_t size : kSizes) {
+      benchmark::RegisterBenchmark(
+          growthName(kGrowing[kind], size).c_str(),
+          [&ders, kind, size](benchmark::State& state) { runGrowing(state, ders, kind, size); });
+    }
+  }
 }
 
 double heapOfLoaded(const Ders& ders) {

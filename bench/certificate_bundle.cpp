@@ -82,6 +82,42 @@ Bytes signedData(std::span<const unsigned char> certificates) {
   return element(0x30, joined({element(0x06, kSignedData), element(0xA0, content)}));
 }
 
+Bytes text(unsigned char tag, std::string_view characters) {
+  return element(tag, Bytes(characters.begin(), characters.end()));
+}
+
+// AttributeTypeAndValue of the organizational unit.
+Bytes rdnOf(std::string_view value) {
+  const Bytes attribute =
+      element(0x30, joined({{0x06, 0x03, 0x55, 0x04, 0x0B}, text(0x0C, value)}));
+  return element(0x31, attribute);
+}
+
+Bytes certificateOf(std::span<const unsigned char> subject,
+                    std::span<const unsigned char> extensions) {
+  constexpr std::array<unsigned char, 7> kEd25519 = {0x30, 0x05, 0x06, 0x03, 0x2B, 0x65, 0x70};
+  const Bytes algorithm(kEd25519.begin(), kEd25519.end());
+  const Bytes validity =
+      element(0x30, joined({text(0x17, "250101000000Z"), text(0x17, "350101000000Z")}));
+  const Bytes key = element(0x30, joined({algorithm, element(0x03, Bytes(33))}));
+  const Bytes toBeSigned = element(
+      0x30, joined({{0xA0, 0x03, 0x02, 0x01, 0x02},
+                    {0x02, 0x01, 0x01},
+                    algorithm,
+                    element(0x30, rdnOf("issuer")),
+                    validity,
+                    element(0x30, subject),
+                    key,
+                    extensions.empty() ? Bytes() : element(0xA3, element(0x30, extensions))}));
+  return element(0x30, joined({toBeSigned, algorithm, element(0x03, Bytes(65))}));
+}
+
+DataBuffer bufferOf(std::span<const unsigned char> bytes) {
+  DataBuffer out;
+  out.append(bytes);
+  return out;
+}
+
 // A serial number that is too short would make certificates the same.
 bool hasLongSerial(const DataBuffer& der) {
   DataBuffer first;
@@ -116,10 +152,23 @@ DataBuffer makeBundle(const Ders& ders, size_t count) {
     append(certificates, templates[i % templates.size()]->span());
     overwriteSerial(std::span(certificates).subspan(start), i);
   }
-  const Bytes bundle = signedData(certificates);
-  DataBuffer out;
-  out.append(bundle.data(), bundle.size());
-  return out;
+  return bufferOf(signedData(certificates));
+}
+
+DataBuffer makeWithAlternativeNames(size_t count) {
+  Bytes names;
+  for (size_t i = 0; i < count; ++i) {
+    append(names, text(0x82, "host" + std::to_string(i) + ".example.com"));
+  }
+  const Bytes value = element(0x04, element(0x30, names));
+  const Bytes extension = element(0x30, joined({{0x06, 0x03, 0x55, 0x1D, 0x11}, value}));
+  return bufferOf(certificateOf(rdnOf("subject"), extension));
+}
+
+DataBuffer makeWithRdns(size_t count) {
+  Bytes subject;
+  for (size_t i = 0; i < count; ++i) append(subject, rdnOf("unit " + std::to_string(i)));
+  return bufferOf(certificateOf(subject, {}));
 }
 
 }  // namespace velmora::bench

@@ -216,6 +216,19 @@ void expectRefusedAt(std::string_view xml, std::string_view path) {
       << log.text().view();
 }
 
+// Each of the arrays of a tree outgrows its first memory, in the middle of an element and more than
+// once; toXml holds the tree against the text.
+TEST(DerXmlCodec, LargeTreesAreThoseOfTheirText) {
+  for (const size_t count : {150U, 170U, 3000U, 60000U}) {
+    std::string members;
+    for (size_t i = 0; i < count; ++i) {
+      members += octetsOf(i % 3 == 0 ? "A110 0303 01F0F1 0C02 FC41 A203 800141 0500" : "0601 29");
+      if (i % 64 == 0) members += der::octets(std::string(i % 5000, 'x'));
+    }
+    EXPECT_TRUE(toXml(der::sequence(members))) << count;
+  }
+}
+
 TEST(DerXmlCodec, RefusesWhatIsNotTheForm) {
   const char* const elements[] = {
       "<Certificate/>", "<sequence>text</sequence>", "<sequence>text<null/></sequence>",

@@ -15,9 +15,10 @@ class XmlTreeSink {
   using Form = Asn1XmlForm;
   using Octets = std::span<const unsigned char>;
 
-  // Of a certificate or a bundle, an element comes for every 14 to 20 octets.
+  // Of a certificate or a bundle, an element comes for every 14 to 20 octets; where there are more
+  // the array grows. Pages that are not written to cost nothing.
   bool start(size_t size) noexcept {
-    return size <= kSmall || m_builder.expect(size / 12, 2 * size);
+    return size <= kSmall || m_builder.expect(size / 8, 2 * size);
   }
   bool room(size_t count) noexcept { return m_builder.room(count); }
   bool roomForText(Octets text, bool widen) noexcept {
