@@ -196,15 +196,15 @@ TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
   }
 }
 
-// Numbers of many zeros and ones, in which a carry runs far and which random ones never are.
-TEST(MontgomeryTest, CarriesRunAsFarAsOnThePortablePath) {
-  if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
-  const MontgomeryKernel& kernel = montgomeryKernel(ArithmeticPath::kMulxAdx);
-  const MontgomeryKernel& portable = montgomeryKernel(ArithmeticPath::kPortable);
+// Numbers of many zeros and ones, in which a carry runs far and which random ones never are: what
+// the kernel gives, times R, is the product by plain division.
+TEST_P(ModularTest, CarriesRunFarInProductsAndSquares) {
+  const MontgomeryKernel& kernel = montgomeryKernel(path());
+  const unsigned bits = kernel.wordBits;
   Numbers numbers;
   for (int round = 0; round < 4000; ++round) {
     const size_t n = 8 * (1 + static_cast<size_t>(round) % 5);
-    Limbs a(n), b(n), m(n), product(n), expected(n);
+    Limbs a(n), b(n), m(n), power(2 * n + 8), expected(n), plain(n + 1), product(n);
     for (Limbs* number : {&a, &b, &m}) {
       const Limb choice = round < 5 ? 1 : 3;
       for (Limb& limb : *number) {
@@ -216,13 +216,32 @@ TEST(MontgomeryTest, CarriesRunAsFarAsOnThePortablePath) {
     m[n - 1] = ~Limb{0};
     a[n - 1] &= ~Limb{1};
     b[n - 1] &= ~Limb{1};
-    const Limb n0 = Limb{0} - inverseModWord(m[0]);
-    portable.multiply(expected.data(), a.data(), b.data(), m.data(), n0, n);
-    kernel.multiply(product.data(), a.data(), b.data(), m.data(), n0, n);
-    ASSERT_EQ(product, expected) << round;
-    portable.square(expected.data(), a.data(), m.data(), n0, n);
-    kernel.square(a.data(), a.data(), m.data(), n0, n);
-    ASSERT_EQ(a, expected) << round;
+    const size_t width = bits * kernel.multiple;
+    const size_t count =
+        (n * kLimbBits + 2 * (bits < kLimbBits) + width - 1) / width * kernel.multiple;
+    const auto words = [&](const Limbs& number) {
+      Limbs split(count);
+      splitWords(split.data(), count, bits, number.data(), n, kernel.lanes);
+      return split;
+    };
+    Divisor divisor(ArithmeticPath::kPortable);
+    ASSERT_TRUE(divisor.assign(m.data(), n));
+    power[count * bits / kLimbBits] = Limb{1} << count * bits % kLimbBits;
+    divisor.reduce(power.data(), power.data(), power.size());
+    const auto expectProduct = [&](const Limbs& result, const Limbs& y) {
+      joinWords(plain.data(), n + 1, result.data(), count, bits, kernel.lanes);
+      divisor.reduce(product.data(), plain.data(), n + 1);
+      divisor.multiply(product.data(), product.data(), power.data());
+      divisor.multiply(expected.data(), a.data(), y.data());
+      ASSERT_EQ(product, expected) << round;
+    };
+    const Limbs modulus = words(m);
+    const Limb n0 = (Limb{0} - inverseModWord(m[0])) & (~Limb{0} >> (kLimbBits - bits));
+    Limbs x = words(a), y = words(b);
+    kernel.multiply(y.data(), x.data(), y.data(), modulus.data(), n0, count);
+    expectProduct(y, b);
+    kernel.square(x.data(), x.data(), modulus.data(), n0, count);
+    expectProduct(x, a);
   }
 }
 

@@ -4,12 +4,6 @@
 
 namespace velmora::vartime {
 
-namespace {
-
-constexpr size_t kWordMultiple = 8;
-
-}  // namespace
-
 bool MontgomeryModulus::assign(const Limb* modulus, size_t n) noexcept {
   if (n == 0 || (modulus[0] & 1) == 0 || equalsLimb(modulus, n, 1)) return false;
   if (!m_divisor.assign(modulus, n)) return false;
@@ -17,7 +11,8 @@ bool MontgomeryModulus::assign(const Limb* modulus, size_t n) noexcept {
   // be above four times the modulus.
   const unsigned wordBits = m_kernel->wordBits;
   const size_t bits = bitLength(modulus, n) + (wordBits < kLimbBits ? 2 : 0);
-  m_words = (bits + wordBits * kWordMultiple - 1) / (wordBits * kWordMultiple) * kWordMultiple;
+  const size_t multiple = m_kernel->multiple;
+  m_words = (bits + wordBits * multiple - 1) / (wordBits * multiple) * multiple;
   split(m_modulus, modulus, m_divisor.count());
   m_n0 = (Limb{0} - inverseModWord(modulus[0])) & (~Limb{0} >> (kLimbBits - wordBits));
   return true;

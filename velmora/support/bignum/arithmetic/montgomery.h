@@ -9,11 +9,12 @@
 namespace velmora::vartime {
 
 /// Montgomery multiplication for moduli whose length is known at run time only (RSA and DSA), as
-/// one path does it. Numbers are arrays of `n` words of wordBits bits each, n a multiple of 8,
-/// which stand in `lanes` columns (see splitWords); R is 2^(wordBits * n). All operands are below
-/// twice the modulus and so is the result; r may be a or b.
+/// one path does it. Numbers are arrays of `n` words of wordBits bits each, n a multiple of
+/// `multiple`, which stand in `lanes` columns (see splitWords); R is 2^(wordBits * n). All operands
+/// are below twice the modulus and so is the result; r may be a or b.
 struct MontgomeryKernel {
   unsigned wordBits;
+  size_t multiple;
   size_t lanes;
   void (*multiply)(Limb* r, const Limb* a, const Limb* b, const Limb* modulus, Limb n0, size_t n);
   void (*square)(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n);

@@ -146,7 +146,7 @@ void square(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n) {
   multiplyOfLength<true>(r, a, a, modulus, n0, n);
 }
 
-constexpr MontgomeryKernel kKernel{kWordBits, kLanes, multiplyOfLength<false>, square};
+constexpr MontgomeryKernel kKernel{kWordBits, kLanes, kLanes, multiplyOfLength<false>, square};
 
 }  // namespace
 

@@ -1,3 +1,4 @@
+#include "velmora/support/bignum/arithmetic/internal/montgomery_columns.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
 #include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
@@ -33,7 +34,7 @@ struct LimbKernel {
     }
   }
 
-  static constexpr MontgomeryKernel kKernel{kLimbBits, 1, multiply, square};
+  static constexpr MontgomeryKernel kKernel{kLimbBits, 8, 1, multiply, square};
 };
 
 }  // namespace
@@ -43,7 +44,7 @@ const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path) n
   if (path == ArithmeticPath::kAvx512Ifma) return montgomeryIfmaKernel();
   if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
 #endif
-  return LimbKernel<PortableRows>::kKernel;
+  return montgomeryColumnsKernel();
 }
 
 }  // namespace velmora::vartime
