@@ -41,8 +41,8 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
     CpuFeatures cpu;
     ArithmeticPath path;
   } cases[] = {
-      {{0, 0, 0}, ArithmeticPath::kPortable},
-      {{0, ~0U ^ CpuFeatures::kAdx, ~0U}, ArithmeticPath::kPortable},
+      {{0, 0, 0}, kWithoutMulxAdx},
+      {{0, ~0U ^ CpuFeatures::kAdx, ~0U}, kWithoutMulxAdx},
       {{0, kMulx, 0}, ArithmeticPath::kMulxAdx},
       {{0, ~0U, 0}, ArithmeticPath::kMulxAdx},
       {{0, ~CpuFeatures::kAvx512Vl, ~0U}, ArithmeticPath::kMulxAdx},
@@ -55,10 +55,15 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
 #if defined(__x86_64__)
 TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
-  const auto portable = ArithmeticPath::kPortable, mulx = ArithmeticPath::kMulxAdx;
+  const auto portable = ArithmeticPath::kPortable, mul = ArithmeticPath::kMulAdc,
+             mulx = ArithmeticPath::kMulxAdx;
   EXPECT_EQ(limbRowFunction(portable), PortableRows::addMultiply);
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
   EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mulx));
+  EXPECT_NE(limbRowFunction(portable), limbRowFunction(mul));
+  EXPECT_NE(limbRowFunction(mul), limbRowFunction(mulx));
+  EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mul));
+  EXPECT_NE(&montgomeryKernel(mul), &montgomeryKernel(mulx));
   EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
   EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
   EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);

@@ -6,6 +6,8 @@ namespace velmora::vartime {
 
 const char* arithmeticPathName(ArithmeticPath path) noexcept {
   switch (path) {
+    case ArithmeticPath::kMulAdc:
+      return "mul/adc";
     case ArithmeticPath::kMulxAdx:
       return "mulx/adx";
     case ArithmeticPath::kAvx512Ifma:

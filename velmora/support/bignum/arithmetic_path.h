@@ -8,13 +8,15 @@ namespace velmora::vartime {
 /// CPU that can run one can run those before it.
 enum class ArithmeticPath {
   kPortable,    ///< C++ alone
+  kMulAdc,      ///< what every x86-64 CPU has
   kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side
   kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for large moduli and for the curves that gain by four
                 ///< lanes, kMulxAdx for the rest
 };
 
 inline constexpr ArithmeticPath kArithmeticPaths[] = {
-    ArithmeticPath::kPortable, ArithmeticPath::kMulxAdx, ArithmeticPath::kAvx512Ifma};
+    ArithmeticPath::kPortable, ArithmeticPath::kMulAdc, ArithmeticPath::kMulxAdx,
+    ArithmeticPath::kAvx512Ifma};
 
 /// The name of a path, for people.
 const char* arithmeticPathName(ArithmeticPath path) noexcept;

@@ -1,5 +1,6 @@
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 
+#include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
 
@@ -7,7 +8,8 @@ namespace velmora::vartime {
 
 LimbRowFunction limbRowFunction([[maybe_unused]] ArithmeticPath path) noexcept {
 #if defined(__x86_64__)
-  if (path != ArithmeticPath::kPortable) return MulxRows::addMultiply;
+  if (path >= ArithmeticPath::kMulxAdx) return MulxRows::addMultiply;
+  if (path == ArithmeticPath::kMulAdc) return MulRows::addMultiply;
 #endif
   return PortableRows::addMultiply;
 }

@@ -1,7 +1,8 @@
+#include "velmora/support/bignum/arithmetic/internal/block_products.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_columns.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
+#include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
-#include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 
 namespace velmora::vartime {
@@ -10,8 +11,10 @@ namespace {
 
 /// Montgomery multiplication with words of 64 bits: the whole product first, so that a square needs
 /// half of the products, then the reduction. Results are below the modulus.
-template <class Products>
+template <class Blocks>
 struct LimbKernel {
+  using Products = BlockProducts<Blocks>;
+
   static void multiply(Limb* r, const Limb* a, const Limb* b, const Limb* modulus, Limb n0,
                        size_t n) {
     Limb t[2 * kMaxModulusLimbs];
@@ -34,7 +37,7 @@ struct LimbKernel {
     }
   }
 
-  static constexpr MontgomeryKernel kKernel{kLimbBits, 8, 1, multiply, square};
+  static constexpr MontgomeryKernel kKernel{kLimbBits, Blocks::kBlock, 1, multiply, square};
 };
 
 }  // namespace
@@ -43,6 +46,7 @@ const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path) n
 #if defined(__x86_64__)
   if (path == ArithmeticPath::kAvx512Ifma) return montgomeryIfmaKernel();
   if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
+  if (path == ArithmeticPath::kMulAdc) return LimbKernel<MulBlocks>::kKernel;
 #endif
   return montgomeryColumnsKernel();
 }

@@ -7,9 +7,15 @@
 
 namespace velmora::vartime {
 
+#if defined(__x86_64__)
+inline constexpr ArithmeticPath kWithoutMulxAdx = ArithmeticPath::kMulAdc;
+#else
+inline constexpr ArithmeticPath kWithoutMulxAdx = ArithmeticPath::kPortable;
+#endif
+
 /// The fastest path that such a CPU can run.
 constexpr ArithmeticPath fastestPathOn(const CpuFeatures& cpu) noexcept {
-  if (!cpu.hasMulxAdx()) return ArithmeticPath::kPortable;
+  if (!cpu.hasMulxAdx()) return kWithoutMulxAdx;
   return cpu.hasAvx512Ifma() ? ArithmeticPath::kAvx512Ifma : ArithmeticPath::kMulxAdx;
 }
 

@@ -14,9 +14,6 @@
 // The window is to live in registers from one of these pieces to the next.
 #define VELMORA_INLINE __attribute__((always_inline)) inline
 
-// The assembly takes all registers but one, which callers cannot always spare.
-#define VELMORA_OUT_OF_LINE __attribute__((noinline))
-
 // clang-format off
 // One product: adds the limb `low` of the window and a[i] * rdx, whose upper half takes the place
 // of the limb after `low`, which so moves down by one.
@@ -92,48 +89,10 @@
 
 namespace velmora::vartime {
 
-/// Products and reductions of PortableRows, with the same contracts, for CPUs with BMI2 and ADX and
-/// for n a multiple of 8.
+/// The blocks of eight limbs that BlockProducts makes numbers of any length of, for CPUs with BMI2
+/// and ADX.
 struct MulxBlocks {
-  /// r (2n limbs) = a * b. r overlaps neither.
-  VELMORA_OUT_OF_LINE static void multiply(Limb* r, const Limb* a, const Limb* b, size_t n) {
-    clearLimbs(r, n);
-    for (size_t i = 0; i < n; i += kBlock) {
-      Limb window[kBlock] = {};
-      addMultiply(r + i, window, a + i, b, n);
-      copyLimbs(r + i + n, window, kBlock);
-    }
-  }
-
-  /// r (2n limbs) = a * a. r does not overlap a.
-  VELMORA_OUT_OF_LINE static void square(Limb* r, const Limb* a, size_t n) {
-    clearLimbs(r, n);
-    for (size_t i = 0; i < n; i += kBlock) {
-      Limb products[2 * kBlock];
-      productsOfDifferentLimbs(products, a + i);
-      Limb carry = 0;
-      addWindow(r + 2 * i, products, carry);
-      Limb* const window = products + kBlock;
-      for (size_t j = 0; carry != 0; ++j) window[j] = addWithCarry(window[j], 0, carry);
-      addMultiply(r + 2 * i + kBlock, window, a + i, a + i + kBlock, n - i - kBlock);
-      copyLimbs(r + i + n, window, kBlock);
-    }
-    doubleAndAddSquares(r, a, n);
-  }
-
-  /// t[n] to t[2n - 1] = t / 2^(64n) modulo p, for t < p * 2^(64n) of 2n limbs, which is destroyed:
-  /// below 2p, with the limb above given back. `n0` is -1/p modulo 2^64.
-  VELMORA_OUT_OF_LINE static Limb montgomeryReduce(Limb* t, const Limb* p, Limb n0, size_t n) {
-    Limb carry = 0;
-    for (Limb* q = t; q != t + n; q += kBlock) {
-      Limb window[kBlock];
-      copyLimbs(window, q, kBlock);
-      reductionSteps(q, window, p, n0);
-      addMultiply(q + kBlock, window, q, p + kBlock, n - kBlock);
-      addWindow(q + n, window, carry);
-    }
-    return carry;
-  }
+  static constexpr size_t kBlock = 8;
 
   /// r (2n limbs) = 2 r + the squares of the limbs of a, each at its place, for n above 0.
   static inline void doubleAndAddSquares(Limb* r, const Limb* a, size_t n) {
@@ -164,9 +123,6 @@ struct MulxBlocks {
         : "cc", "memory", "rdx");
     // clang-format on
   }
-
- private:
-  static constexpr size_t kBlock = 8;
 
   // r (n limbs) and the window (8 limbs) above them = r + window + a * b, for a of 8 and b of n
   // limbs, n a multiple of 8. Before, the window counts from r[0] on.
@@ -280,7 +236,6 @@ struct MulxBlocks {
 }  // namespace velmora::vartime
 
 #undef VELMORA_INLINE
-#undef VELMORA_OUT_OF_LINE
 #undef VELMORA_WINDOW_STEP
 #undef VELMORA_WINDOW_STEPS
 #undef VELMORA_PRODUCT_ROW

@@ -7,12 +7,11 @@
 namespace velmora::vartime {
 
 /// The multiplication rows of the portable path, in C++ alone. A "row" is one number times one
-/// limb; every multiplication, squaring and Montgomery reduction is made of rows. MulxRows has the
-/// same members for N, a number of limbs known at compile time, MulxBlocks those for any n,
-/// which are always inlined here, so that those for N are made of loops of known length.
+/// limb; every multiplication, squaring and Montgomery reduction is made of rows. MulRows and
+/// MulxRows have the same members for N, a number of limbs known at compile time, BlockProducts
+/// those for any n, which are always inlined here, so that those for N are made of loops of known
+/// length.
 struct PortableRows {
-  static constexpr bool kHasAssembly = false;
-
   /// r += a * b over n limbs; the limb carried out. r and a do not overlap.
   static Limb addMultiply(Limb* r, const Limb* a, size_t n, Limb b) {
     Limb carry = 0;
