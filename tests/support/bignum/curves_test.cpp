@@ -94,6 +94,7 @@ TEST_P(CurvesTest, FieldOperations) {
   test::forEachRecord(vectorFile("fields.txt"), [](const KeyValueRecord& record) {
 #if defined(__x86_64__)
     if (path() >= ArithmeticPath::kMulxAdx) return checkFieldRecord<MulxRows>(record);
+    if (path() == ArithmeticPath::kMulAdc) return checkFieldRecord<MulRows>(record);
 #endif
     checkFieldRecord<PortableRows>(record);
   });
@@ -179,21 +180,29 @@ void compareFields() {
 }
 
 #if defined(__x86_64__)
-template <const CurveParameters& kParameters>
+template <class Rows, const CurveParameters& kParameters>
 void compareCurveFields() {
   SCOPED_TRACE(std::string(kParameters.name));
-  compareFields<typename CurveConstants<kParameters, MulxRows>::Field,
+  compareFields<typename CurveConstants<kParameters, Rows>::Field,
                 typename CurveConstants<kParameters, PortableRows>::Field>();
+}
+
+TEST(FieldsTest, ThoseOnMulAndAdcGiveWhatPlainOnesDo) {
+  compareCurveFields<MulRows, kP256>();
+  compareCurveFields<MulRows, kP384>();
+  compareCurveFields<MulRows, kSecp256k1>();
+  compareFields<FoldField<Edwards25519Numbers, 38, MulRows>,
+                FoldField<Edwards25519Numbers, 38, PortableRows>>();
 }
 
 TEST(FieldsTest, FastOnesGiveWhatPlainOnesDo) {
   if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
-  compareCurveFields<kP256>();
-  compareCurveFields<kP384>();
-  compareCurveFields<kP521>();
-  compareCurveFields<kSecp256k1>();
-  compareCurveFields<kBrainpoolP384r1>();
-  compareCurveFields<kBrainpoolP512r1>();
+  compareCurveFields<MulxRows, kP256>();
+  compareCurveFields<MulxRows, kP384>();
+  compareCurveFields<MulxRows, kP521>();
+  compareCurveFields<MulxRows, kSecp256k1>();
+  compareCurveFields<MulxRows, kBrainpoolP384r1>();
+  compareCurveFields<MulxRows, kBrainpoolP512r1>();
   compareFields<FoldField<Edwards25519Numbers, 38, MulxRows>,
                 FoldField<Edwards25519Numbers, 38, PortableRows>>();
 }

@@ -68,6 +68,10 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
   EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);
   EXPECT_NE(curves(portable).curves, curves(mulx).curves);
+  EXPECT_NE(curves(portable).curves, curves(mul).curves);
+  EXPECT_NE(curves(mul).curves, curves(mulx).curves);
+  EXPECT_NE(&edwards25519(portable), &edwards25519(mul));
+  EXPECT_NE(&edwards25519(mul), &edwards25519(mulx));
   EXPECT_EQ(&edwards25519(mulx), &edwards25519OnMulx());
   EXPECT_EQ(&edwards25519(ArithmeticPath::kAvx512Ifma), &edwards25519OnIfma());
   EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));

@@ -1,5 +1,6 @@
 #include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
+#include "velmora/support/bignum/curves/internal/mul_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 
 namespace velmora::vartime {
@@ -8,6 +9,7 @@ CurveList curves([[maybe_unused]] ArithmeticPath path) noexcept {
 #if defined(__x86_64__)
   if (path == ArithmeticPath::kAvx512Ifma) return curvesOnIfma();
   if (path == ArithmeticPath::kMulxAdx) return curvesOnMulx();
+  if (path == ArithmeticPath::kMulAdc) return curvesOnMul();
 #endif
   return curvesOn<PortableRows>();
 }

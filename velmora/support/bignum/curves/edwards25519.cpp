@@ -3,6 +3,7 @@
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
+#include "velmora/support/bignum/curves/internal/mul_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 #include "velmora/support/core/words.h"
 
@@ -42,6 +43,7 @@ const Edwards25519& edwards25519([[maybe_unused]] ArithmeticPath path) noexcept 
 #if defined(__x86_64__)
   if (path == ArithmeticPath::kAvx512Ifma) return edwards25519OnIfma();
   if (path == ArithmeticPath::kMulxAdx) return edwards25519OnMulx();
+  if (path == ArithmeticPath::kMulAdc) return edwards25519OnMul();
 #endif
   static const Edwards25519Implementation<PortableRows> curve;
   return curve;

@@ -41,6 +41,12 @@
   first "   %[high0], %[t1]\n\t"   \
   "adc   %[high1], %[t2]\n\t"      \
   "adc   %[high2], %[t3]\n\t"
+
+// A product, rdx:rax: the low half to a limb, the high half with the carry to the next.
+#define VELMORA_ADD_PRODUCT(low, next) \
+  "add   %%rax, %[" low "]\n\t"        \
+  "adc   $0, %%rdx\n\t"                \
+  "mov   %%rdx, %[" next "]\n\t"
 // clang-format on
 
 #define VELMORA_HALVES                                                                            \
@@ -85,7 +91,14 @@ struct MulRows : AddRows {
 
   template <size_t N>
   static void square(Limb* r, const Limb* a) {
-    multiply<N>(r, a, a);
+    if constexpr (N == 4) {
+      Limb r0, r1, r2, r3, r4, r5, r6, r7;
+      square4(r0, r1, r2, r3, r4, r5, r6, r7, a);
+      store4(r, r0, r1, r2, r3);
+      store4(r + 4, r4, r5, r6, r7);
+    } else {
+      PortableRows::square<N>(r, a);
+    }
   }
 
   template <size_t N>
@@ -123,6 +136,69 @@ struct MulRows : AddRows {
         : "cc", "rax");
     // clang-format on
     return top;
+  }
+
+  // r0..r7 = a * a: the six products of different limbs, doubled, plus the four squares.
+  VELMORA_INLINE static void square4(Limb& r0, Limb& r1, Limb& r2, Limb& r3, Limb& r4, Limb& r5,
+                                     Limb& r6, Limb& r7, const Limb* a) {
+    Limb carry;
+    // clang-format off
+    asm(
+        "mov   0(%[a]), %%rax\n\t"   // a0 a1
+        "mulq  8(%[a])\n\t"
+        "mov   %%rax, %[r1]\n\t"
+        "mov   %%rdx, %[r2]\n\t"
+        "mov   0(%[a]), %%rax\n\t"   // a0 a2
+        "mulq  16(%[a])\n\t"
+        VELMORA_ADD_PRODUCT("r2", "r3")
+        "mov   0(%[a]), %%rax\n\t"   // a0 a3
+        "mulq  24(%[a])\n\t"
+        VELMORA_ADD_PRODUCT("r3", "r4")
+        "mov   8(%[a]), %%rax\n\t"   // a1 a2
+        "mulq  16(%[a])\n\t"
+        VELMORA_ADD_PRODUCT("r3", "c")
+        "mov   8(%[a]), %%rax\n\t"   // a1 a3
+        "mulq  24(%[a])\n\t"
+        "add   %[c], %%rax\n\t"
+        "adc   $0, %%rdx\n\t"
+        VELMORA_ADD_PRODUCT("r4", "r5")
+        "mov   16(%[a]), %%rax\n\t"  // a2 a3
+        "mulq  24(%[a])\n\t"
+        VELMORA_ADD_PRODUCT("r5", "r6")
+        "mov   $0, %k[r7]\n\t"
+        "add   %[r1], %[r1]\n\t"
+        "adc   %[r2], %[r2]\n\t"
+        "adc   %[r3], %[r3]\n\t"
+        "adc   %[r4], %[r4]\n\t"
+        "adc   %[r5], %[r5]\n\t"
+        "adc   %[r6], %[r6]\n\t"
+        "adc   %[r7], %[r7]\n\t"
+        "mov   0(%[a]), %%rax\n\t"
+        "mulq  %%rax\n\t"
+        "mov   %%rax, %[r0]\n\t"
+        "mov   %%rdx, %[c]\n\t"
+        "mov   8(%[a]), %%rax\n\t"
+        "mulq  %%rax\n\t"
+        "add   %[c], %[r1]\n\t"
+        "adc   %%rax, %[r2]\n\t"
+        "adc   %%rdx, %[r3]\n\t"
+        "sbb   %[c], %[c]\n\t"       // the carry, as a mask
+        "mov   16(%[a]), %%rax\n\t"
+        "mulq  %%rax\n\t"
+        "neg   %[c]\n\t"
+        "adc   %%rax, %[r4]\n\t"
+        "adc   %%rdx, %[r5]\n\t"
+        "sbb   %[c], %[c]\n\t"
+        "mov   24(%[a]), %%rax\n\t"
+        "mulq  %%rax\n\t"
+        "neg   %[c]\n\t"
+        "adc   %%rax, %[r6]\n\t"
+        "adc   %%rdx, %[r7]\n\t"
+        : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [r4] "=&r"(r4),
+          [r5] "=&r"(r5), [r6] "=&r"(r6), [r7] "=&r"(r7), [c] "=&r"(carry)
+        : [a] "r"(a), "m"(*reinterpret_cast<const Limb(*)[4]>(a))
+        : "cc", "rax", "rdx");
+    // clang-format on
   }
 
   // t0..t4 = a * b.
@@ -214,6 +290,7 @@ struct MulBlocks {
 #undef VELMORA_INLINE
 #undef VELMORA_FOUR_PRODUCTS
 #undef VELMORA_HIGH_HALVES
+#undef VELMORA_ADD_PRODUCT
 #undef VELMORA_HALVES
 
 #endif  // defined(__x86_64__)

@@ -3,10 +3,10 @@
 // Arithmetic modulo a prime that is known when the program is compiled.
 
 #include "velmora/support/bignum/arithmetic/inverse.h"
+#include "velmora/support/bignum/fields/internal/assembly_primes.h"
 #include "velmora/support/bignum/fields/internal/mersenne521.h"
 #include "velmora/support/bignum/fields/internal/mulx_p384.h"
 #include "velmora/support/bignum/fields/internal/mulx_p521.h"
-#include "velmora/support/bignum/fields/internal/mulx_primes.h"
 #include "velmora/support/bignum/fields/internal/portable_primes.h"
 #include "velmora/support/bignum/fields/internal/prime_shape.h"
 
