@@ -30,18 +30,23 @@ constexpr size_t limbsForBits(size_t bits) noexcept {
   return (bits + kLimbBits - 1) / kLimbBits;
 }
 
-/// a + b + carry; carry (0 or 1) is replaced by the carry out.
+/// a + b + carry; carry (0 or 1) is replaced by the carry out. Of overflow asked for in these words
+/// Clang makes a carry chain, and GCC half the code that it makes of a sum of double limbs.
 constexpr Limb addWithCarry(Limb a, Limb b, Limb& carry) noexcept {
-  const DoubleLimb sum = DoubleLimb{a} + b + carry;
-  carry = static_cast<Limb>(sum >> kLimbBits);
-  return static_cast<Limb>(sum);
+  Limb part = 0, sum = 0;
+  const bool first = __builtin_add_overflow(a, b, &part);
+  const bool second = __builtin_add_overflow(part, carry, &sum);
+  carry = static_cast<Limb>(first) | static_cast<Limb>(second);
+  return sum;
 }
 
 /// a - b - borrow; borrow (0 or 1) is replaced by the borrow out.
 constexpr Limb subWithBorrow(Limb a, Limb b, Limb& borrow) noexcept {
-  const DoubleLimb difference = DoubleLimb{a} - b - borrow;
-  borrow = static_cast<Limb>(difference >> kLimbBits) & 1;
-  return static_cast<Limb>(difference);
+  Limb part = 0, difference = 0;
+  const bool first = __builtin_sub_overflow(a, b, &part);
+  const bool second = __builtin_sub_overflow(part, borrow, &difference);
+  borrow = static_cast<Limb>(first) | static_cast<Limb>(second);
+  return difference;
 }
 
 /// r = a + b over n limbs; the carry out. r may be a or b.

@@ -42,4 +42,36 @@ struct PrimeOperations {
   }
 };
 
+/// The P-256 prime, for which -1/p modulo 2^64 is 1: t[i] * p is three shifts and two differences.
+template <class Prime>
+struct MontgomeryOperations<Prime, PortableRows, PrimeShape::kPrime256>
+    : MontgomeryOperations<Prime, PortableRows, PrimeShape::kAny> {
+  static void multiply(Limb* r, const Limb* a, const Limb* b) {
+    Limb t[8];
+    PortableRows::multiply<4>(t, a, b);
+    reduce(r, t);
+  }
+
+  static void square(Limb* r, const Limb* a) {
+    Limb t[8];
+    PortableRows::square<4>(t, a);
+    reduce(r, t);
+  }
+
+ private:
+  static void reduce(Limb* r, Limb* t) {
+    Limb carry = 0;
+    for (size_t i = 0; i < 4; ++i) {
+      const Limb q = t[i], low = q << 32, high = q >> 32;
+      Limb borrow = 0, chain = 0;
+      const Limb difference = subWithBorrow(q, low, borrow);
+      t[i + 1] = addWithCarry(t[i + 1], low, chain);
+      t[i + 2] = addWithCarry(t[i + 2], high, chain);
+      t[i + 3] = addWithCarry(t[i + 3], difference, chain);
+      t[i + 4] = addWithCarry(t[i + 4], q - high - borrow + chain, carry);
+    }
+    PortableRows::reduceOnce<4>(r, t + 4, Prime::kPrime.data(), carry);
+  }
+};
+
 }  // namespace velmora::vartime
