@@ -11,6 +11,9 @@ endif()
 # What consumers need too. Sanitizers are for builds of the source tree, never for what is installed.
 add_library(velmora_options INTERFACE)
 target_compile_features(velmora_options INTERFACE cxx_std_20)
+if(VELMORA_PORTABLE)
+  target_compile_definitions(velmora_options INTERFACE VELMORA_PORTABLE)
+endif()
 if(VELMORA_SANITIZE)
   target_compile_options(velmora_options INTERFACE
       $<BUILD_INTERFACE:-fsanitize=${VELMORA_SANITIZE};-fno-sanitize-recover=all;-fno-omit-frame-pointer>)

@@ -3,6 +3,7 @@
 #include "velmora/support/bignum/curves/internal/curve_implementation.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 #include "velmora/support/bignum/fields/internal/ifma_lanes.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 namespace {
@@ -92,7 +93,7 @@ void checkFieldRecord(const KeyValueRecord& record) {
 
 TEST_P(CurvesTest, FieldOperations) {
   test::forEachRecord(vectorFile("fields.txt"), [](const KeyValueRecord& record) {
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
     if (path() >= ArithmeticPath::kMulxAdx) return checkFieldRecord<MulxRows>(record);
     if (path() == ArithmeticPath::kMulAdc) return checkFieldRecord<MulRows>(record);
 #endif
@@ -179,7 +180,7 @@ void compareFields() {
   }
 }
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 template <class Rows, const CurveParameters& kParameters>
 void compareCurveFields() {
   SCOPED_TRACE(std::string(kParameters.name));

@@ -7,6 +7,7 @@
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
 #include "velmora/support/bignum/internal/fastest_path.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 namespace {
@@ -52,7 +53,7 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
 }
 
 // Were they the same code, that of one path would be tested nowhere.
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
   const auto portable = ArithmeticPath::kPortable, mul = ArithmeticPath::kMulAdc,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include "velmora/support/core/target.h"
 
 namespace velmora {
 namespace {
@@ -43,7 +44,7 @@ TEST(CpuFeaturesTest, EachRestsOnAllItsBits) {
   }
 }
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 TEST(CpuFeaturesTest, AreThoseThatTheCompilerKnowsOf) {
   EXPECT_EQ(cpuFeatures().hasBmi2(), __builtin_cpu_supports("bmi2") != 0);
   EXPECT_EQ(cpuFeatures().hasAvx(), __builtin_cpu_supports("avx") != 0);

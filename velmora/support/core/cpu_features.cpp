@@ -1,13 +1,15 @@
 #include "velmora/support/core/cpu_features.h"
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 #include <cpuid.h>
 #endif
 
 namespace velmora {
 namespace {
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 // Only valid when CPUID reports OSXSAVE.
 unsigned savedRegisterStates() noexcept {
   unsigned low = 0;

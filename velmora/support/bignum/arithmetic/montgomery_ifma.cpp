@@ -1,6 +1,8 @@
 #include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include <immintrin.h>
 
@@ -156,4 +158,4 @@ const MontgomeryKernel& montgomeryIfmaKernel() noexcept {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -4,6 +4,7 @@
 #include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
@@ -43,7 +44,7 @@ struct LimbKernel {
 }  // namespace
 
 const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path) noexcept {
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
   if (path == ArithmeticPath::kAvx512Ifma) return montgomeryIfmaKernel();
   if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
   if (path == ArithmeticPath::kMulAdc) return LimbKernel<MulBlocks>::kKernel;

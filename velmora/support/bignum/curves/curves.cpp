@@ -2,11 +2,12 @@
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mul_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
 CurveList curves([[maybe_unused]] ArithmeticPath path) noexcept {
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
   if (path == ArithmeticPath::kAvx512Ifma) return curvesOnIfma();
   if (path == ArithmeticPath::kMulxAdx) return curvesOnMulx();
   if (path == ArithmeticPath::kMulAdc) return curvesOnMul();

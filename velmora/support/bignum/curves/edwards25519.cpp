@@ -5,6 +5,7 @@
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 #include "velmora/support/bignum/curves/internal/mul_implementations.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+#include "velmora/support/core/target.h"
 #include "velmora/support/core/words.h"
 
 namespace velmora::vartime {
@@ -40,7 +41,7 @@ void Edwards25519::scalarFromWideBytes(Limb* scalar, const std::uint8_t* bytes) 
 }
 
 const Edwards25519& edwards25519([[maybe_unused]] ArithmeticPath path) noexcept {
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
   if (path == ArithmeticPath::kAvx512Ifma) return edwards25519OnIfma();
   if (path == ArithmeticPath::kMulxAdx) return edwards25519OnMulx();
   if (path == ArithmeticPath::kMulAdc) return edwards25519OnMul();

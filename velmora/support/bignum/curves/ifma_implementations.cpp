@@ -3,10 +3,11 @@
 #include "velmora/support/bignum/curves/internal/lane_curve.h"
 #include "velmora/support/bignum/curves/internal/lane_edwards25519.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 namespace {
 
 constexpr size_t kMaxCurves = 16;

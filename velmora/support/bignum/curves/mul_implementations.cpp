@@ -2,10 +2,11 @@
 
 #include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 CurveList curvesOnMul() noexcept {
   return curvesOn<MulRows>();
 }

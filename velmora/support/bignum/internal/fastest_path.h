@@ -4,10 +4,11 @@
 
 #include "velmora/support/bignum/arithmetic_path.h"
 #include "velmora/support/core/cpu_features.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 inline constexpr ArithmeticPath kWithoutMulxAdx = ArithmeticPath::kMulAdc;
 #else
 inline constexpr ArithmeticPath kWithoutMulxAdx = ArithmeticPath::kPortable;

@@ -2,7 +2,9 @@
 
 // The rounds of SHA-1 and SHA-2 on what x86-64 has for them.
 
-#if defined(__x86_64__) && defined(__GNUC__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 #define VELMORA_SHA_X86 1
 
 #include <cstddef>

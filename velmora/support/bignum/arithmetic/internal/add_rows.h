@@ -2,7 +2,9 @@
 
 // Sums, differences and halves of short numbers on add and adc, in assembly.
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include "velmora/support/bignum/arithmetic/internal/portable_rows.h"
 
@@ -204,4 +206,4 @@ struct AddRows {
 #undef VELMORA_CHAIN_OF_6
 #undef VELMORA_CHAIN
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -2,7 +2,9 @@
 
 // Multiplication on mul and adc, in assembly, for x86-64 CPUs without BMI2 or ADX.
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include "velmora/support/bignum/arithmetic/internal/add_rows.h"
 
@@ -293,4 +295,4 @@ struct MulBlocks {
 #undef VELMORA_ADD_PRODUCT
 #undef VELMORA_HALVES
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -2,7 +2,9 @@
 
 // Multiplication of long numbers on mulx, adcx and adox, in assembly.
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
 
@@ -246,4 +248,4 @@ struct MulxBlocks {
 #undef VELMORA_EIGHT
 #undef VELMORA_WINDOW
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

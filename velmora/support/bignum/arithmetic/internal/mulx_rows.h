@@ -2,7 +2,9 @@
 
 // Multiplication of short numbers on mulx, adcx and adox, in assembly.
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include "velmora/support/bignum/arithmetic/internal/add_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/block_products.h"
@@ -398,4 +400,4 @@ struct MulxRows : AddRows {
 #undef VELMORA_REGISTER_STEP
 #undef VELMORA_CARRY_END
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

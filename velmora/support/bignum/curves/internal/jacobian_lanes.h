@@ -3,8 +3,9 @@
 // Doubling and addition of points with their multiplications side by side.
 
 #include "velmora/support/bignum/fields/internal/ifma_lanes.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -137,4 +138,4 @@ struct JacobianLanes {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

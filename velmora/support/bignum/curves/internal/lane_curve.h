@@ -5,8 +5,9 @@
 #include "velmora/support/bignum/curves/internal/comb_curve.h"
 #include "velmora/support/bignum/curves/internal/jacobian_lanes.h"
 #include "velmora/support/bignum/curves/internal/point_lanes.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -254,4 +255,4 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -4,8 +4,9 @@
 
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 #include "velmora/support/bignum/fields/internal/ifma_lanes.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -203,4 +204,4 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -4,10 +4,11 @@
 
 #include "velmora/support/bignum/curves/curve.h"
 #include "velmora/support/bignum/curves/edwards25519.h"
+#include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 /// The curves on MulRows, for any x86-64 CPU.
 CurveList curvesOnMul() noexcept;
 const Edwards25519& edwards25519OnMul() noexcept;

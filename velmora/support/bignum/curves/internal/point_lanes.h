@@ -3,8 +3,9 @@
 // Four points side by side, each computed on in a lane of its own.
 
 #include "velmora/support/bignum/fields/internal/ifma_lanes.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -110,4 +111,4 @@ struct PointLanes {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -5,8 +5,9 @@
 #include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
 #include "velmora/support/bignum/fields/internal/portable_primes.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -153,4 +154,4 @@ struct PrimeOperations<MulxRows> : AssemblyPrimeOperations<MulxRows> {};
 
 #undef VELMORA_FOLDED_CHAIN
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

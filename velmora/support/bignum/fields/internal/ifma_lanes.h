@@ -2,7 +2,9 @@
 
 // Four numbers side by side in the lanes of AVX-512 IFMA registers, modulo primes of curves.
 
-#if defined(__x86_64__)
+#include "velmora/support/core/target.h"
+
+#if defined(VELMORA_X86_64)
 
 #include <immintrin.h>
 
@@ -279,4 +281,4 @@ struct Lanes25519 {
 
 }  // namespace velmora::vartime
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

@@ -4,8 +4,9 @@
 
 #include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
 #include "velmora/support/bignum/fields/internal/prime_shape.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 namespace velmora::vartime {
 
@@ -357,4 +358,4 @@ struct MontgomeryOperations<Prime, MulxRows, PrimeShape::kPrime384> {
 #undef VELMORA_P384_CHAIN
 #undef VELMORA_P384_ADD_MASKED
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)

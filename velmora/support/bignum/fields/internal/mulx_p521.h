@@ -4,8 +4,9 @@
 
 #include "velmora/support/bignum/arithmetic/internal/mulx_rows.h"
 #include "velmora/support/bignum/fields/internal/mersenne521.h"
+#include "velmora/support/core/target.h"
 
-#if defined(__x86_64__)
+#if defined(VELMORA_X86_64)
 
 // clang-format off
 // One product of a row: its halves to two limbs of the sum, each in its own carry chain.
@@ -293,4 +294,4 @@ struct Mersenne521Field<Prime, MulxRows> {
 #undef VELMORA_P521_CHAIN
 #undef VELMORA_P521_DOUBLE
 
-#endif  // defined(__x86_64__)
+#endif  // defined(VELMORA_X86_64)
