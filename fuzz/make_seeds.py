@@ -6,6 +6,7 @@ them and a replay runs through all of them. Run it again after a change; the res
 """
 
 import base64
+import hashlib
 import sys
 from pathlib import Path
 
@@ -247,8 +248,16 @@ def chains():
             yield title + label, data
 
 
+# Multiples of the base point of each curve, a point of Ed25519, and a modulus; in a folder inside,
+# since they are dear.
+def arithmetic_paths():
+    for what in range(11):
+        start = bytes([what, 1] if what < 9 else [what])
+        yield f"dear/{what}", start + hashlib.shake_128(bytes([what])).digest(120)
+
+
 def main():
-    for target in der_round_trip, certificate_answers, both_faces, chains:
+    for target in der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths:
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():
