@@ -39,7 +39,8 @@ std::vector<Limbs> scalarsFor(const Curve& curve, Numbers& numbers) {
 }
 
 // The base point and its negative, with which sums meet equal and opposite points at their start;
-// multiples of it by powers of two, which are in its comb; and a random point.
+// multiples of it by powers of two, which are in its comb; a random point; and the multiple with
+// which, for the scalars 2 and 1, the first and the third of four tables sum up to equal points.
 std::vector<CurvePoint> pointsFor(const Curve& plain, Numbers& numbers) {
   const size_t n = plain.limbs();
   const Limbs zero(n);
@@ -52,6 +53,13 @@ std::vector<CurvePoint> pointsFor(const Curve& plain, Numbers& numbers) {
     points.push_back(plain.doubleMultiply(power.data(), zero.data(), base));
   }
   points.push_back(plain.doubleMultiply(numbers.limbs(n).data(), zero.data(), base));
+  const Limbs meeting =
+      n == 4   ? fromHex("9281cc3565ab993e9cb4b854adc9a0eaefea5be8d4be15ecae0fa372c3590cd1")
+      : n == 6 ? fromHex(
+                     "ccc4bb740ed83e7d0207b793eda8660725aa24cd251377f5"
+                     "92273e47677130ef7adf066c27572947c8d4b19efaa353ec")
+               : Limbs(n, 1);
+  points.push_back(plain.doubleMultiply(meeting.data(), zero.data(), base));
   return points;
 }
 
