@@ -1,5 +1,5 @@
 #include "tools/commands/command.h"
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 #include "tools/render/name_text.h"
 
 namespace velmora::tool {

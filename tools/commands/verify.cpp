@@ -2,7 +2,7 @@
 #include <string>
 
 #include "tools/commands/command.h"
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 #include "tools/render/path_report.h"
 #include "velmora/reading/root_files.h"
 #include "velmora/reading/trusted_root_loading.h"

@@ -5,8 +5,8 @@
 #include <string>
 #include <variant>
 
-#include "tools/reading/dates.h"
 #include "tools/reading/input.h"
+#include "tools/render/dates.h"
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"
 #include "tools/render/name_text.h"

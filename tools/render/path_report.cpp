@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 #include "tools/render/decoded_extension.h"
 #include "tools/render/name_text.h"
 #include "tools/render/oid_text.h"

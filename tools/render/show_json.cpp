@@ -1,4 +1,4 @@
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 #include "tools/render/decoded_extension.h"
 #include "tools/render/general_names.h"
 #include "tools/render/show.h"

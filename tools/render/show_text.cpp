@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 #include "tools/render/escape.h"
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"

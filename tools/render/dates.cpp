@@ -1,4 +1,4 @@
-#include "tools/reading/dates.h"
+#include "tools/render/dates.h"
 
 #include "tools/terminal/print.h"
 
