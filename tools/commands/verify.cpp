@@ -2,8 +2,8 @@
 #include <string>
 
 #include "tools/commands/command.h"
-#include "tools/render/dates.h"
 #include "tools/render/path_report.h"
+#include "velmora/certificate/date_text.h"
 #include "velmora/reading/root_files.h"
 #include "velmora/reading/trusted_root_loading.h"
 
@@ -88,8 +88,9 @@ VerifyOptions readOptions(const Arguments& arguments) {
   options.at = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   if (const auto given = arguments.value("--at")) {
     const Result<std::chrono::sys_seconds> at = parseIso8601(*given);
-    if (!at)
+    if (!at) {
       throw UsageError("option \"--at\" needs a time such as 2025-01-31 or 2025-01-31T23:59:59Z");
+    }
     options.at = *at;
   }
   readPolicies(arguments, options.policies);

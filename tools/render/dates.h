@@ -3,6 +3,7 @@
 // Dates and spans of time as people are told them.
 
 #include <chrono>
+#include <string>
 
 #include "velmora/certificate/date_text.h"
 #include "velmora/support/text/string_buffer.h"

@@ -82,8 +82,9 @@ class RevocationJudge {
       const auto end = std::find_if(entries.begin(), entries.end(),
                                     [&](const auto& entry) { return entry.scope.value != scope; });
       const auto size = static_cast<size_t>(end - entries.begin());
-      if (!m_signers.mayLook(size * (1 + scope.size() / kScopeOctetsOfOne)))
+      if (!m_signers.mayLook(size * (1 + scope.size() / kScopeOctetsOfOne))) {
         return {RevocationState::unknown};
+      }
       judgeScope(entries.first(size));
       entries = entries.subspan(size);
     }

@@ -269,8 +269,8 @@ void PathBuilder::findBelow() {
     for (NodeNumber number = 0; number < m_nodes.size(); ++number) {
       const std::vector<Link>& links = m_nodes[number].links;
       for (uint32_t i = 0; i < links.size(); ++i) {
-        if (links[i].anchor == nullptr && isOpen(links[i]))
-          visit(links[i].issuer, Below{number, i});
+        const bool isWanted = links[i].anchor == nullptr && isOpen(links[i]);
+        if (isWanted) visit(links[i].issuer, Below{number, i});
       }
     }
   };
@@ -337,8 +337,9 @@ void PathBuilder::climb(uint32_t left) {
     const bool endsHere = left == 1;
     if (!isOpen(link)) continue;
     const uint32_t distance = link.anchor != nullptr ? 0 : m_nodes[link.issuer].toAnchor;
-    if (distance == kUnreachable || (link.anchor != nullptr && !endsHere) || isOnWay(link))
+    if (distance == kUnreachable || (link.anchor != nullptr && !endsHere) || isOnWay(link)) {
       continue;
+    }
     if (distance > left - 1) {
       m_isCutShort = true;
       continue;

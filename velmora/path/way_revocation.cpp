@@ -153,9 +153,8 @@ class WayCrlSigners final : public CrlSigners {
     }
     if (!others.areAll) others.byKey.clear();
     for (auto& [key, signers] : others.byKey) {
-      std::sort(signers.begin(), signers.end(), [](const auto* a, const auto* b) {
-        return a->facts.certificate < b->facts.certificate;
-      });
+      std::sort(signers.begin(), signers.end(),
+                [](const auto* a, const auto* b) { return a->fingerprint < b->fingerprint; });
     }
     return others;
   }

@@ -1,5 +1,6 @@
 #include "velmora/reading/trusted_root_loading.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -117,7 +118,7 @@ const char* systemTrustedRootsPath() {
   const char* chosen = std::getenv("SSL_CERT_FILE");
   if (chosen != nullptr && *chosen != '\0') return chosen;
   for (const char* place : kUsualPlaces) {
-    if (::access(place, R_OK) == 0) return place;
+    if (::faccessat(AT_FDCWD, place, R_OK, AT_EACCESS) == 0) return place;
   }
   return nullptr;
 }
