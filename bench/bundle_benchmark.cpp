@@ -1,11 +1,12 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
-#include <iterator>
+#include <functional>
 #include <string>
 
 #include "bench/benchmarks.h"
 #include "bench/live_heap.h"
+#include "bench/peers/peers.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::bench {
@@ -38,38 +39,77 @@ void loadBundle(benchmark::State& state, const DataBuffer& bundle, size_t count)
   }
 }
 
-template <class Ask>
+using Ask = bool (*)(VelmoraX509&, XString&, LogBase&);
+
 void loadAndAsk(benchmark::State& state, const DataBuffer& der, Ask ask) {
   LogNull log;
   XString answer;
   for (auto _ : state) {
     const RefOwner<VelmoraX509> certificate = load(der);
-    if (!ask(*certificate, answer, log)) {
-      state.SkipWithError("the certificate did not answer");
-      break;
-    }
+    if (!ask(*certificate, answer, log)) state.SkipWithError("the certificate did not answer");
   }
 }
 
-void runGrowing(benchmark::State& state, const Ders& ders, size_t kind, size_t size) {
-  if (kind == 0) return loadBundle(state, makeBundle(ders, size), size);
-  if (kind == 1) {
-    return loadAndAsk(state, makeWithAlternativeNames(size), [](auto& x, auto& out, auto& log) {
-      return x.getSubjectAlternativeNameXml(out, log);
-    });
-  }
-  loadAndAsk(state, makeWithRdns(size),
-             [](auto& x, auto& out, auto& log) { return x.getDN(true, true, out, log, 0); });
+struct Growing {
+  const char* name;
+  std::function<DataBuffer(size_t)> make;
+  std::function<void(benchmark::State&, const DataBuffer&, size_t)> run;
+  std::function<bool(const Peer&, Reader&, const DataBuffer&, size_t)> runPeer;
+};
+
+// One certificate, of which ours is asked in one way and peers are in another.
+Growing growingCertificate(const char* name, DataBuffer (*make)(size_t), Ask ask,
+                           bool (Reader::*askPeer)()) {
+  return {name, make,
+          [ask](benchmark::State& state, const DataBuffer& der, size_t) {
+            loadAndAsk(state, der, ask);
+          },
+          [askPeer](const Peer&, Reader& reader, const DataBuffer& der, size_t) {
+            const bool good = reader.load(der.span()) && (reader.*askPeer)();
+            reader.unload();
+            return good;
+          }};
+}
+
+std::vector<Growing> allGrowing(const Ders& ders) {
+  return {
+      {"bundle", [&ders](size_t size) { return makeBundle(ders, size); }, loadBundle,
+       [](const Peer& peer, Reader&, const DataBuffer& bundle, size_t size) {
+         return peer.loadBundle(bundle.span(), size);
+       }},
+      growingCertificate(
+          "alternative names", makeWithAlternativeNames,
+          [](VelmoraX509& x, XString& out, LogBase& log) {
+            return x.getSubjectAlternativeNameXml(out, log);
+          },
+          &Reader::readAlternativeNames),
+      growingCertificate(
+          "RDNs", makeWithRdns,
+          [](VelmoraX509& x, XString& out, LogBase& log) {
+            return x.getDN(true, true, out, log, 0);
+          },
+          &Reader::readSubject),
+  };
 }
 
 }  // namespace
 
-void registerGrowth(const Ders& ders) {
-  for (size_t kind = 0; kind < std::size(kGrowing); ++kind) {
-    for (const size_t size : kSizes) {
-      benchmark::RegisterBenchmark(
-          growthName(kGrowing[kind], size).c_str(),
-          [&ders, kind, size](benchmark::State& state) { runGrowing(state, ders, kind, size); });
+void registerGrowth(const Ders& ders, Timings& timings) {
+  for (const Growing& growing : allGrowing(ders)) {
+    for (const size_t size : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
+      std::string name = growing.name;
+      name += '/';
+      name += std::to_string(size);
+      benchmark::RegisterBenchmark((name + "/velmora").c_str(),
+                                   [growing, size](benchmark::State& state) {
+                                     growing.run(state, growing.make(size), size);
+                                   });
+      addPeers(timings, name, [growing, size](const Peer& peer) -> Work {
+        const auto made = std::make_shared<DataBuffer>(growing.make(size));
+        return [&peer, growing, size, made, reader = std::shared_ptr<Reader>(peer.reader())] {
+          return growing.runPeer(peer, *reader, *made, size);
+        };
+      });
     }
   }
 }

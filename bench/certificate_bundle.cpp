@@ -1,7 +1,7 @@
 #include "bench/certificate_bundle.h"
 
-#include <algorithm>
 #include <array>
+#include <bit>
 #include <fstream>
 #include <iterator>
 #include <span>
@@ -30,15 +30,18 @@ void append(Bytes& out, std::span<const unsigned char> bytes) {
   out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-// One DER element (X.690 §8.1) whose length takes up to four octets.
+// One DER element (X.690 §8.1, §10.1).
 Bytes element(unsigned char tag, std::span<const unsigned char> content) {
-  Bytes out{tag};
   const size_t size = content.size();
+  Bytes out;
+  out.reserve(size + 10);
+  out.push_back(tag);
   if (size < 0x80) {
     out.push_back(static_cast<unsigned char>(size));
   } else {
-    out.push_back(0x84);
-    for (int shift = 24; shift >= 0; shift -= 8) {
+    const int octets = (static_cast<int>(std::bit_width(size)) + 7) / 8;
+    out.push_back(static_cast<unsigned char>(0x80 + octets));
+    for (int shift = 8 * octets; (shift -= 8) >= 0;) {
       out.push_back(static_cast<unsigned char>(size >> shift));
     }
   }
@@ -57,14 +60,22 @@ size_t contentOf(std::span<const unsigned char> der, size_t at) {
   return at + 2 + (der[at + 1] >= 0x80 ? der[at + 1] & 0x7FU : 0U);
 }
 
-// Writes `number` over the last octets of the serial number, four of them where it has as many.
-void overwriteSerial(std::span<unsigned char> der, size_t number) {
+std::span<const unsigned char> serialOf(std::span<const unsigned char> der) {
   size_t at = contentOf(der, contentOf(der, 0));  // the first member of tbsCertificate
   if (der[at] == 0xA0) at = contentOf(der, at) + 3;
-  const size_t size = der[at + 1];
-  for (size_t i = 0; i < std::min(size, size_t{4}); ++i) {
-    der[at + 1 + size - i] = static_cast<unsigned char>(number >> (8 * i));
-  }
+  return der.subspan(at + 2, der[at + 1]);
+}
+
+// The first two octets stay, so that the number stays one in DER.
+bool hasLongSerial(const DataBuffer& der) {
+  return serialOf(der.span()).size() >= 6;
+}
+
+// Writes `number` over the last four octets of a long serial number.
+void overwriteSerial(std::span<unsigned char> der, size_t number) {
+  const auto serial = serialOf(der);
+  const size_t end = static_cast<size_t>(serial.data() - der.data()) + serial.size();
+  for (size_t i = 1; i <= 4; ++i, number >>= 8) der[end - i] = static_cast<unsigned char>(number);
 }
 
 // RFC 5652 §5.1, without signers: SEQUENCE { OID signedData, [0] { SEQUENCE { version 1, SET {},
@@ -93,13 +104,24 @@ Bytes rdnOf(std::string_view value) {
   return element(0x31, attribute);
 }
 
+// An RSA key of 2,048 bits, which every library reads.
+Bytes keyInfo() {
+  constexpr std::array<unsigned char, 15> kRsa = {0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86,
+                                                  0xF7, 0x0D, 0x01, 0x01, 0x01, 0x05, 0x00};
+  Bytes modulus(257, 0xC5);
+  modulus[0] = 0;
+  Bytes bits(1);  // none of them is unused
+  append(bits, element(0x30, joined({element(0x02, modulus), {0x02, 0x03, 0x01, 0x00, 0x01}})));
+  return element(0x30, joined({Bytes(kRsa.begin(), kRsa.end()), element(0x03, bits)}));
+}
+
 Bytes certificateOf(std::span<const unsigned char> subject,
                     std::span<const unsigned char> extensions) {
-  constexpr std::array<unsigned char, 7> kEd25519 = {0x30, 0x05, 0x06, 0x03, 0x2B, 0x65, 0x70};
-  const Bytes algorithm(kEd25519.begin(), kEd25519.end());
+  constexpr std::array<unsigned char, 15> kRsaSha256 = {
+      0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0B, 0x05, 0x00};
+  const Bytes algorithm(kRsaSha256.begin(), kRsaSha256.end());
   const Bytes validity =
       element(0x30, joined({text(0x17, "250101000000Z"), text(0x17, "350101000000Z")}));
-  const Bytes key = element(0x30, joined({algorithm, element(0x03, Bytes(33))}));
   const Bytes toBeSigned = element(
       0x30, joined({{0xA0, 0x03, 0x02, 0x01, 0x02},
                     {0x02, 0x01, 0x01},
@@ -107,26 +129,15 @@ Bytes certificateOf(std::span<const unsigned char> subject,
                     element(0x30, rdnOf("issuer")),
                     validity,
                     element(0x30, subject),
-                    key,
+                    keyInfo(),
                     extensions.empty() ? Bytes() : element(0xA3, element(0x30, extensions))}));
-  return element(0x30, joined({toBeSigned, algorithm, element(0x03, Bytes(65))}));
+  return element(0x30, joined({toBeSigned, algorithm, element(0x03, Bytes(257))}));
 }
 
 DataBuffer bufferOf(std::span<const unsigned char> bytes) {
   DataBuffer out;
   out.append(bytes);
   return out;
-}
-
-// A serial number that is too short would make certificates the same.
-bool hasLongSerial(const DataBuffer& der) {
-  DataBuffer first;
-  DataBuffer second;
-  first.append(der);
-  second.append(der);
-  overwriteSerial({first.data(), first.size()}, 0x01010101);
-  overwriteSerial({second.data(), second.size()}, 0x02010101);
-  return !first.equals(second);
 }
 
 }  // namespace

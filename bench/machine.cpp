@@ -1,4 +1,3 @@
-#include <mbedtls/version.h>
 #include <openssl/crypto.h>
 
 #include <fstream>
@@ -7,8 +6,11 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "bench/benchmarks.h"
+#include "bench/peers/peers.h"
+#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::bench {
 
@@ -26,23 +28,37 @@ std::string cpuInfo(std::string_view key) {
 
 }  // namespace
 
-StringBuffer describeMachine() {
+std::map<std::string, std::string> describeMachine() {
   std::istringstream words(cpuInfo("flags"));
   const std::set<std::string> flags(std::istream_iterator<std::string>(words), {});
-  StringBuffer out("CPU       ");
-  out.append(cpuInfo("model name"));
+  std::string cpu = cpuInfo("model name");
   for (const char* flag : {"bmi2", "adx", "avx2", "avx512ifma", "sha_ni"}) {
-    out.append3(flags.contains(flag) ? ", " : ", no ", flag, "");
+    cpu += std::string(flags.contains(flag) ? ", " : ", no ") + flag;
   }
-  out.append("\nCompiler  ");
-#ifndef __clang__
-  out.append("GCC ");
+  std::string paths;
+  for (const vartime::ArithmeticPath path : vartime::kArithmeticPaths) {
+    if (!vartime::arithmeticPathSupported(path)) continue;
+    paths += std::string(paths.empty() ? "" : ", ") + vartime::arithmeticPathName(path);
+  }
+  std::map<std::string, std::string> out = {
+      {"CPU", cpu},
+      {"cores", std::to_string(std::thread::hardware_concurrency())},
+      {"path", vartime::arithmeticPathName(vartime::bestArithmeticPath())},
+      {"paths", paths},
+#ifdef __clang__
+      {"compiler", __VERSION__},
+#else
+      {"compiler", "GCC " __VERSION__},
 #endif
-  out.append(__VERSION__);
-  out.append3("\nBeside    ", OpenSSL_version(OPENSSL_VERSION), ", ");
-  char mbedtls[18];
-  mbedtls_version_get_string_full(mbedtls);
-  out.append3(mbedtls, "\n", "");
+#ifdef OPENSSL_INFO_CPU_SETTINGS
+      {"OpenSSL's settings", OPENSSL_info(OPENSSL_INFO_CPU_SETTINGS)},
+#endif
+  };
+  for (const std::unique_ptr<Peer>& peer : peers()) {
+    const char* const separator = out["peers"].empty() ? "" : ", ";
+    out["peers"] += separator + peer->who.key + "=" + peer->who.title;
+    out["beside"] += separator + peer->who.version;
+  }
   return out;
 }
 

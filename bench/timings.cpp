@@ -1,14 +1,38 @@
 #include "bench/timings.h"
 
 #include <algorithm>
+#include <cstdio>
+
+#include "bench/benchmarks.h"
 
 namespace velmora::bench {
 
 namespace {
 
-double valueOf(const std::map<std::string, double>& times, const std::string& name) {
-  const auto found = times.find(name);
-  return found == times.end() ? 0 : found->second;
+std::string quoted(const std::string& text) {
+  std::string out = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out += '"';
+}
+
+// One member of the whole, an object with a member for each entry.
+template <class Entries, class Print>
+void writeMember(const char* name, const Entries& entries, const char* end, Print print) {
+  std::printf("  \"%s\": {", name);
+  const char* separator = "\n";
+  for (const auto& [key, entry] : entries) {
+    std::printf("%s    %s: ", separator, quoted(key).c_str());
+    print(entry);
+    separator = ",\n";
+  }
+  std::printf("\n  }%s\n", end);
+}
+
+void printText(const std::string& text) {
+  std::printf("%s", quoted(text).c_str());
 }
 
 }  // namespace
@@ -25,23 +49,27 @@ void Timings::run(const char* program, const char* minTime, std::vector<char*> w
   benchmark::RunSpecifiedBenchmarks(this);
 }
 
-double Timings::median(const std::string& name) const {
-  return valueOf(m_medians, name);
-}
-
-double Timings::best(const std::string& name) const {
-  return valueOf(m_best, name);
+void Timings::write() const {
+  std::printf("{\n");
+  writeMember("machine", describeMachine(), ",", printText);
+  writeMember("times", m_times, ",", [](std::vector<double> times) {
+    std::ranges::sort(times);
+    std::printf("{\"best\": %.6g, \"median\": %.6g}", times.front(), times[times.size() / 2]);
+  });
+  writeMember("values", m_values, ",", [](double value) { std::printf("%.6g", value); });
+  writeMember("notes", m_notes, "", printText);
+  std::printf("}\n");
 }
 
 void Timings::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
-    const std::string& name = run.run_name.function_name;
-    const double time =
-        run.GetAdjustedCPUTime() * 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
-    if (run.aggregate_name == "median") m_medians[name] = time;
+    if (run.error_occurred) {
+      std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
+      continue;
+    }
     if (run.run_type != Run::RT_Iteration) continue;
-    const auto [best, isFirst] = m_best.emplace(name, time);
-    if (!isFirst) best->second = std::min(best->second, time);
+    m_times[run.run_name.function_name].push_back(run.GetAdjustedCPUTime() * 1e9 /
+                                                  benchmark::GetTimeUnitMultiplier(run.time_unit));
   }
 }
 

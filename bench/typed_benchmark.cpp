@@ -1,5 +1,4 @@
 #include <benchmark/benchmark.h>
-#include <mbedtls/x509_crt.h>
 
 #include <optional>
 
@@ -21,26 +20,11 @@ void parseTyped(benchmark::State& state, const Ders& ders) {
   }
 }
 
-void parseWithMbedtls(benchmark::State& state, const Ders& ders) {
-  for (auto _ : state) {
-    for (const DataBuffer& der : ders) {
-      mbedtls_x509_crt certificate;
-      mbedtls_x509_crt_init(&certificate);
-      const int error = mbedtls_x509_crt_parse_der(&certificate, der.data(), der.size());
-      if (error != 0) state.SkipWithError("mbedTLS refused a certificate");
-      mbedtls_x509_crt_free(&certificate);
-    }
-  }
-}
-
 }  // namespace
 
 void registerTyped(const Ders& ders) {
-  const auto add = [&](const char* name, void (*parse)(benchmark::State&, const Ders&)) {
-    benchmark::RegisterBenchmark(name, [&, parse](benchmark::State& state) { parse(state, ders); });
-  };
-  add("parse/typed", parseTyped);
-  add("parse/mbedtls", parseWithMbedtls);
+  benchmark::RegisterBenchmark("parse/typed",
+                               [&](benchmark::State& state) { parseTyped(state, ders); });
 }
 
 double heapOfParsed(const Ders& ders) {

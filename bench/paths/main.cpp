@@ -1,20 +1,18 @@
-// Measures verify() beside OpenSSL's X509_verify_cert: bench_paths [--benchmark_...].
+// Measures verify() beside what other libraries have for it: bench_paths [--benchmark_...].
 // Options are for Google Benchmark; with them the threads are left out.
 #include <algorithm>
 #include <atomic>
 #include <barrier>
 #include <chrono>
-#include <cstdio>
 #include <limits>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "bench/benchmarks.h"
 #include "bench/paths/chain.h"
+#include "bench/peers/peers.h"
 #include "bench/timings.h"
 #include "velmora/certificate/issuer_key.h"
-#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::bench {
 
@@ -62,10 +60,11 @@ bool isGood(const IssuerKey& key, const velmora::Certificate& certificate) {
   return key.check(certificate).verdict == SignatureVerdict::good;
 }
 
-void registerChain(const Chain& chain) {
+void registerChain(const Chain& chain, Timings& timings) {
   addCold(chain);
   add(chain, "known", [&chain, anchors = chain.newAnchors()] { return chain.verify(anchors); });
-  add(chain, "openssl", [&chain] { return chain.verifyWithOpenssl(); });
+  addPeers(timings, chain.scheme().name,
+           [&chain](const Peer& peer) { return peer.chainVerifier(chain.octets()); });
   add(chain, "signatures", [&chain] {
     const IssuerKey root(chain.root());
     const IssuerKey issuer(chain.intermediate());
@@ -74,19 +73,6 @@ void registerChain(const Chain& chain) {
   const auto ready = std::make_shared<IssuerKey>(chain.intermediate());
   ready->prepare();  // as anchors do after eight uses
   add(chain, "signature", [&chain, ready] { return isGood(*ready, chain.leaf()); });
-}
-
-void print(const Timings& timings, const Chain& chain) {
-  const auto best = [&](const char* row) { return timings.best(nameOf(chain, row)) / 1000; };
-  const double theirs = best("openssl");
-  std::printf("\n%s, chain of three, in microseconds\n", chain.scheme().name);
-  std::printf("%-20s velmora  OpenSSL  ratio  signatures alone  beyond them\n", "");
-  const auto line = [&](const char* name, double ours, double signatures) {
-    std::printf("%-20s %7.1f  %7.1f  %5.2f  %16.1f  %11.1f\n", name, ours, theirs, ours / theirs,
-                signatures, ours - signatures);
-  };
-  line("cold", best("cold"), best("signatures"));
-  line("upper links known", best("known"), best("signature"));
 }
 
 // Nanoseconds on the clock for all verifications of a round, of which each thread does its part.
@@ -118,7 +104,7 @@ double timeOf(int threads, const Run& run) {
 // The best of the rounds, which take turns: whatever else the machine does can only make one
 // longer, and hits those of two threads more often.
 template <class Run>
-void compareThreads(const char* name, const Chain& chain, const Run& run) {
+void compareThreads(Timings& timings, const char* what, const Chain& chain, const Run& run) {
   double one = std::numeric_limits<double>::max();
   double two = one;
   for (int round = 0; round < kRounds; ++round) {
@@ -126,39 +112,39 @@ void compareThreads(const char* name, const Chain& chain, const Run& run) {
     two = std::min(two, timeOf(2, run));
   }
   const double all = kVerifications * 1e9;
-  std::printf("%-8s %-24s %10.0f   %10.0f %8.2f\n", chain.scheme().name, name, all / one, all / two,
-              one / two);
+  timings.value(nameOf(chain, what) + "/one", all / one);
+  timings.value(nameOf(chain, what) + "/two", all / two);
 }
 
-void compareThreads(const Chain& chain, const Chain& other) {
+void compareThreads(Timings& timings, const Chain& chain, const Chain& other) {
   const TrustAnchors anchors = chain.newAnchors();
   const TrustAnchors others = other.newAnchors();
-  compareThreads("two chains", chain, [&](size_t thread) {
+  compareThreads(timings, "two chains", chain, [&](size_t thread) {
     return thread == 0 ? chain.verify(anchors) : other.verify(others);
   });
-  compareThreads("one leaf and anchors", chain, [&](size_t) { return chain.verify(anchors); });
+  compareThreads(timings, "one leaf and anchors", chain,
+                 [&](size_t) { return chain.verify(anchors); });
   // What the processors can do at all: each thread has a key and a certificate of its own.
   IssuerKey key(chain.intermediate());
   IssuerKey another(other.intermediate());
   key.prepare();
   another.prepare();
-  compareThreads("signature alone", chain, [&](size_t thread) {
+  compareThreads(timings, "signature alone", chain, [&](size_t thread) {
     return thread == 0 ? isGood(key, chain.leaf()) : isGood(another, other.leaf());
   });
-  compareThreads("OpenSSL, one leaf", chain, [&](size_t) { return chain.verifyWithOpenssl(); });
+  const Work openssl = peers().front()->chainVerifier(chain.octets());
+  compareThreads(timings, "OpenSSL, one leaf", chain, [&](size_t) { return openssl(); });
 }
 
 void run(int count, char** words) {
   const Chain chains[] = {Chain(schemes()[0]), Chain(schemes()[3])};
-  for (const Chain& chain : chains) registerChain(chain);
   Timings timings;
+  for (const Chain& chain : chains) registerChain(chain, timings);
   timings.run(words[0], "0.05", {words + 1, words + count});
-  std::printf("%sPath      %s\n", describeMachine().getString(),
-              vartime::arithmeticPathName(vartime::bestArithmeticPath()));
-  for (const Chain& chain : chains) print(timings, chain);
-  if (count > 1) return;
-  std::printf("\nverifications a second, upper links known  one thread  two threads    times\n");
-  for (const Chain& chain : chains) compareThreads(chain, Chain(chain.scheme()));
+  for (const Chain& chain : chains) {
+    if (count == 1) compareThreads(timings, chain, Chain(chain.scheme()));
+  }
+  timings.write();
 }
 
 }  // namespace

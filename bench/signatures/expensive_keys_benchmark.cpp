@@ -2,9 +2,9 @@
 #include <openssl/core_names.h>
 #include <openssl/param_build.h>
 
-#include <cstdio>
 #include <string_view>
 
+#include "bench/peers/peers.h"
 #include "bench/signatures/signature_benchmarks.h"
 #include "bench/signatures/signature_verifier.h"
 
@@ -78,7 +78,8 @@ Trial rsaTrial(const char* name, const Subject& like, int bits, Number power) {
       "RSA", {{OSSL_PKEY_PARAM_RSA_N, modulus.get()}, {OSSL_PKEY_PARAM_RSA_E, power.get()}});
   const auto size = static_cast<size_t>(bits + 7) / 8;
   return {name,
-          like.scheme,
+          false,
+          like,
           spkiOf(key.get()),
           {{}, randomDigest(), octetsOf(randomBelow(modulus.get()).get(), size)}};
 }
@@ -106,7 +107,7 @@ Trial dsaTrial(const char* name, const Subject& like, int bits) {
                                     {OSSL_PKEY_PARAM_FFC_Q, q.get()},
                                     {OSSL_PKEY_PARAM_FFC_G, g.get()},
                                     {OSSL_PKEY_PARAM_PUB_KEY, y.get()}});
-  return {name, like.scheme, spkiOf(key.get()), {{}, randomDigest(), dsaSignature()}};
+  return {name, false, like, spkiOf(key.get()), {{}, randomDigest(), dsaSignature()}};
 }
 
 const Subject& subjectOf(const std::deque<Subject>& subjects, std::string_view name) {
@@ -126,31 +127,41 @@ DataBuffer copyOf(const DataBuffer& bytes) {
 Trial honestTrial(const char* name, const Subject& like) {
   const SignedMessage& made = like.signedMessage;
   return {name,
-          like.scheme,
+          true,
+          like,
           copyOf(like.spki),
           {copyOf(made.message), copyOf(made.digest), copyOf(made.signature)}};
 }
 
 Trial curveTrial(const char* name, const Subject& like, const char* curve) {
-  const Scheme scheme{"", "EC", 0, curve, like.scheme.hash, false};
+  const Scheme scheme{"", "EC", 0, curve, like.scheme.hashBits, false};
   const Key key = makeKey(scheme);
-  return {name, like.scheme, spkiOf(key.get()), signMessage(scheme, key.get())};
+  return {name, true, like, spkiOf(key.get()), signMessage(scheme, key.get())};
 }
 
-template <class Verifier>
-void loadAndVerify(benchmark::State& state, const Trial& trial) {
-  for (auto _ : state) {
-    Verifier verifier(trial.scheme, trial.signedMessage);
-    benchmark::DoNotOptimize(verifier.load(trial.spki) && verifier.verify());
-  }
+// Whether the answer is as it has to be; a key that is refused verifies nothing.
+bool verifyVelmora(const Trial& trial) {
+  VelmoraVerifier verifier(trial.like.scheme, trial.signedMessage);
+  return (verifier.load(trial.spki) && verifier.verify()) == trial.isHonest;
 }
 
-std::string nameOf(const Trial& trial, const char* who) {
-  return std::string("expensive/") + trial.name + "/" + who;
+Work verifierOf(const Peer& peer, const Scheme& scheme, const DataBuffer& spki,
+                const SignedMessage& made) {
+  return peer.verifier(scheme, spki.span(), made.view());
+}
+
+// Empty for a peer that does not have the scheme, and could only refuse.
+Work peerWork(const Peer& peer, const Trial& trial) {
+  const Subject& like = trial.like;
+  if (!verifierOf(peer, like.scheme, like.spki, like.signedMessage)) return {};
+  return [&peer, &trial] {
+    const Work work = verifierOf(peer, trial.like.scheme, trial.spki, trial.signedMessage);
+    return (work && work()) == trial.isHonest;
+  };
 }
 
 bool isAccepted(const Trial& trial) {
-  return VelmoraVerifier(trial.scheme, trial.signedMessage).load(trial.spki);
+  return VelmoraVerifier(trial.like.scheme, trial.signedMessage).load(trial.spki);
 }
 
 }  // namespace
@@ -175,22 +186,14 @@ ExpensiveKeys::ExpensiveKeys(const std::deque<Subject>& subjects) {
   m_trials.push_back(curveTrial("ECDSA brainpoolP512r1", p521, "brainpoolP512r1"));
 }
 
-void ExpensiveKeys::registerAll() const {
+void ExpensiveKeys::registerAll(Timings& timings) const {
   for (const Trial& trial : m_trials) {
-    benchmark::RegisterBenchmark(
-        nameOf(trial, "velmora").c_str(),
-        [&trial](benchmark::State& state) { loadAndVerify<VelmoraVerifier>(state, trial); });
-    benchmark::RegisterBenchmark(
-        nameOf(trial, "openssl").c_str(),
-        [&trial](benchmark::State& state) { loadAndVerify<OpensslVerifier>(state, trial); });
-  }
-}
-
-void ExpensiveKeys::print(const Timings& timings) const {
-  std::printf("\nload a key and verify once               velmora, us  OpenSSL, us    ratio\n");
-  for (const Trial& trial : m_trials) {
-    printBeside(timings, trial.name, nameOf(trial, "velmora"), nameOf(trial, "openssl"),
-                isAccepted(trial) ? "" : "  (velmora refuses the key)");
+    const std::string name = std::string("expensive/") + trial.name;
+    benchmark::RegisterBenchmark((name + "/velmora").c_str(), [&trial](benchmark::State& state) {
+      for (auto _ : state) require(verifyVelmora(trial), "answer");
+    });
+    addPeers(timings, name, [&trial](const Peer& peer) { return peerWork(peer, trial); });
+    if (!isAccepted(trial)) timings.note(name, "refused");
   }
 }
 

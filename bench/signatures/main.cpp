@@ -1,38 +1,22 @@
-// Measures the verification of signatures beside OpenSSL: bench_signatures [--benchmark_...].
-// Options are for Google Benchmark; with them the threads are left out.
-#include <openssl/crypto.h>
-
-#include <cstdio>
-#include <thread>
-
-#include "bench/benchmarks.h"
+// Measures the verification of signatures beside other libraries: bench_signatures
+// [--benchmark_...]. Options are for Google Benchmark; with them the threads are left out. Writes
+// JSON, which bench/report.py makes tables of; so do the other two programs.
 #include "bench/signatures/signature_benchmarks.h"
-#include "velmora/support/bignum/arithmetic_path.h"
 
 namespace velmora::bench {
 
 namespace {
 
-void printMachine() {
-  std::printf("%s", describeMachine().getString());
-  std::printf("Settings  %s\n", OPENSSL_info(OPENSSL_INFO_CPU_SETTINGS));
-  std::printf("Path      %s\n", vartime::arithmeticPathName(vartime::bestArithmeticPath()));
-  std::printf("Cores     %u\n", std::thread::hardware_concurrency());
-}
-
 void run(int count, char** words) {
   const std::deque<Subject> subjects = makeSubjects();
   const ExpensiveKeys expensiveKeys(subjects);
-  registerPreparedKeys(subjects);
-  registerCertificates(subjects);
-  expensiveKeys.registerAll();
   Timings timings;
+  registerPreparedKeys(subjects, timings);
+  registerCertificates(subjects, timings);
+  expensiveKeys.registerAll(timings);
   timings.run(words[0], "0.05", {words + 1, words + count});
-  printMachine();
-  printPreparedKeys(timings);
-  printCertificates(timings);
-  expensiveKeys.print(timings);
-  if (count == 1) compareThreads();
+  if (count == 1) compareThreads(timings);
+  timings.write();
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-#include <cstdio>
-
+#include "bench/peers/peers.h"
 #include "bench/signatures/signature_benchmarks.h"
 #include "bench/signatures/signature_verifier.h"
 
@@ -9,15 +8,10 @@ namespace {
 
 using vartime::ArithmeticPath;
 
-template <class Verifier>
-void verifyAgain(benchmark::State& state, Verifier& verifier, const DataBuffer& spki) {
-  require(verifier.load(spki), "loading of a key");
-  for (auto _ : state) require(verifier.verify(), "verification");
-}
-
 void verifyVelmora(benchmark::State& state, const Subject& subject, ArithmeticPath path) {
   VelmoraVerifier verifier(subject.scheme, subject.signedMessage, path);
-  verifyAgain(state, verifier, subject.spki);
+  require(verifier.load(subject.spki), "loading of a key");
+  for (auto _ : state) require(verifier.verify(), "verification");
 }
 
 void verifyVelmoraAgain(benchmark::State& state, const Subject& subject, ArithmeticPath path) {
@@ -33,41 +27,19 @@ void prepareVelmora(benchmark::State& state, const Subject& subject, ArithmeticP
   }
 }
 
-void verifyOpenssl(benchmark::State& state, const Subject& subject) {
-  OpensslVerifier verifier(subject.scheme, subject.signedMessage);
-  verifyAgain(state, verifier, subject.spki);
-}
-
-std::string nameOf(const Scheme& scheme, const char* who, const char* what = "prepared/") {
-  return std::string(what) + scheme.name + "/" + who;
-}
-
 using Measured = void (*)(benchmark::State&, const Subject&, ArithmeticPath);
 
 void add(const Subject& subject, ArithmeticPath path, const char* what, Measured measured) {
-  const std::string name = nameOf(subject.scheme, vartime::arithmeticPathName(path), what);
+  const std::string name =
+      std::string(what) + subject.scheme.name + "/" + vartime::arithmeticPathName(path);
   benchmark::RegisterBenchmark(name.c_str(), [&subject, path, measured](benchmark::State& state) {
     measured(state, subject, path);
   });
 }
 
-void printAgain(const Timings& timings, const char* pathName) {
-  std::printf(
-      "\nprepared key, asked again, %-14s velmora, us  OpenSSL, us    ratio  load and prepare, "
-      "us\n",
-      pathName);
-  for (const Scheme& scheme : schemes()) {
-    const double made = timings.best(nameOf(scheme, pathName, "prepare/")) / 1e3;
-    char note[32];
-    std::snprintf(note, sizeof note, "%22.1f", made);
-    printBeside(timings, scheme.name, nameOf(scheme, pathName, "again/"), nameOf(scheme, "openssl"),
-                note);
-  }
-}
-
 }  // namespace
 
-void registerPreparedKeys(const std::deque<Subject>& subjects) {
+void registerPreparedKeys(const std::deque<Subject>& subjects, Timings& timings) {
   for (const Subject& subject : subjects) {
     for (const ArithmeticPath path : vartime::kArithmeticPaths) {
       if (!vartime::arithmeticPathSupported(path)) continue;
@@ -75,22 +47,9 @@ void registerPreparedKeys(const std::deque<Subject>& subjects) {
       add(subject, path, "again/", verifyVelmoraAgain);
       add(subject, path, "prepare/", prepareVelmora);
     }
-    benchmark::RegisterBenchmark(
-        nameOf(subject.scheme, "openssl").c_str(),
-        [&subject](benchmark::State& state) { verifyOpenssl(state, subject); });
-  }
-}
-
-void printPreparedKeys(const Timings& timings) {
-  for (const ArithmeticPath path : vartime::kArithmeticPaths) {
-    if (!vartime::arithmeticPathSupported(path)) continue;
-    const char* pathName = vartime::arithmeticPathName(path);
-    std::printf("\nprepared key, %-14s           velmora, us  OpenSSL, us    ratio%s\n", pathName,
-                path == vartime::bestArithmeticPath() ? "  (the path that is used here)" : "");
-    for (const Scheme& scheme : schemes()) {
-      printBeside(timings, scheme.name, nameOf(scheme, pathName), nameOf(scheme, "openssl"));
-    }
-    printAgain(timings, pathName);
+    addPeers(timings, std::string("prepared/") + subject.scheme.name, [&subject](const Peer& peer) {
+      return peer.verifier(subject.scheme, subject.spki.span(), subject.signedMessage.view());
+    });
   }
 }
 

@@ -18,20 +18,13 @@ struct Subject {
 };
 std::deque<Subject> makeSubjects();
 
-/// A line of a table: the best times of two benchmarks in microseconds, and ours divided by theirs;
-/// nothing when one of the two did not run.
-void printBeside(const Timings& timings, const char* what, const std::string& ours,
-                 const std::string& theirs, const char* note = "");
-
 // What is registered refers to the subjects, which outlive the run.
 
 /// One signature, with a key that is ready, and with what is kept of keys that are asked again.
-void registerPreparedKeys(const std::deque<Subject>& subjects);
-void printPreparedKeys(const Timings& timings);
+void registerPreparedKeys(const std::deque<Subject>& subjects, Timings& timings);
 
 /// One certificate, from the DER of it and its issuer to the answer.
-void registerCertificates(const std::deque<Subject>& subjects);
-void printCertificates(const Timings& timings);
+void registerCertificates(const std::deque<Subject>& subjects, Timings& timings);
 
 /// Keys that are as expensive as possible, and keys beyond the limits, beside usual ones.
 class ExpensiveKeys {
@@ -40,20 +33,20 @@ class ExpensiveKeys {
   /// after the last multiplication, if the key is accepted at all.
   struct Trial {
     const char* name;
-    const Scheme& scheme;
+    bool isHonest;
+    const Subject& like;  // has the same scheme
     DataBuffer spki;
     SignedMessage signedMessage;
   };
 
   explicit ExpensiveKeys(const std::deque<Subject>& subjects);
-  void registerAll() const;
-  void print(const Timings& timings) const;
+  void registerAll(Timings& timings) const;
 
  private:
   std::deque<Trial> m_trials;
 };
 
-/// Many certificates with few issuers, on one thread and on two: measures and prints.
-void compareThreads();
+/// Many certificates with few issuers, on one thread and on two: certificates a second.
+void compareThreads(Timings& timings);
 
 }  // namespace velmora::bench

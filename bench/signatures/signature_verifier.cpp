@@ -1,7 +1,5 @@
 #include "bench/signatures/signature_verifier.h"
 
-#include <openssl/err.h>
-
 #include <algorithm>
 #include <array>
 
@@ -65,32 +63,6 @@ bool VelmoraVerifier::verify() {
          ecc->eccVerifyHash(signature.data(), sizeOf(signature), false, digest.data(),
                             sizeOf(digest), valid, m_log, 0) &&
          valid;
-}
-
-bool OpensslVerifier::load(const DataBuffer& spki) {
-  const unsigned char* at = spki.data();
-  m_key.reset(d2i_PUBKEY(nullptr, &at, static_cast<long>(spki.size())));
-  if (m_key == nullptr) return false;
-  if (m_scheme.hash == nullptr) {
-    m_digestContext.reset(EVP_MD_CTX_new());
-    return EVP_DigestVerifyInit(m_digestContext.get(), nullptr, nullptr, nullptr, m_key.get()) > 0;
-  }
-  m_context.reset(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
-  if (EVP_PKEY_verify_init(m_context.get()) <= 0) return false;
-  choosePadding(m_context.get(), m_scheme);
-  return EVP_PKEY_CTX_set_signature_md(m_context.get(), m_scheme.hash) > 0;
-}
-
-bool OpensslVerifier::verify() {
-  const DataBuffer& signature = m_signed.signature;
-  const int result =
-      m_scheme.hash == nullptr
-          ? EVP_DigestVerify(m_digestContext.get(), signature.data(), signature.size(),
-                             m_signed.message.data(), m_signed.message.size())
-          : EVP_PKEY_verify(m_context.get(), signature.data(), signature.size(),
-                            m_signed.digest.data(), m_signed.digest.size());
-  if (result <= 0) ERR_clear_error();
-  return result > 0;
 }
 
 }  // namespace velmora::bench

@@ -32,21 +32,4 @@ class VelmoraVerifier {
   LogNull m_log;
 };
 
-/// The same with libcrypto, whose contexts are made once for each key.
-class OpensslVerifier {
- public:
-  OpensslVerifier(const Scheme& scheme, const SignedMessage& signedMessage)
-      : m_scheme(scheme), m_signed(signedMessage) {}
-
-  bool load(const DataBuffer& spki);
-  bool verify();
-
- private:
-  const Scheme& m_scheme;
-  const SignedMessage& m_signed;
-  Key m_key;
-  KeyContext m_context;           // for a digest
-  DigestContext m_digestContext;  // for a message
-};
-
 }  // namespace velmora::bench

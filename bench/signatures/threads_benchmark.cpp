@@ -2,7 +2,6 @@
 #include <atomic>
 #include <barrier>
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <limits>
 #include <thread>
@@ -132,16 +131,14 @@ std::deque<Road> roadsOf(const Certificates& all) {
 
 }  // namespace
 
-void compareThreads() {
+void compareThreads(Timings& timings) {
   const Certificates all;
   std::deque<Road> roads = roadsOf(all);
   measure(roads);
-  std::printf("\n%zu leaves, %zu issuers, leaves a second   one thread  two threads    times\n",
-              kLeaves, kIssuers);
   for (const Road& road : roads) {
     const double leaves = static_cast<double>(kLeaves) * 1e9;
-    std::printf("%-40s %10.0f   %10.0f %8.2f\n", road.name, leaves / road.one, leaves / road.two,
-                road.one / road.two);
+    timings.value(std::string("threads/") + road.name + "/one", leaves / road.one);
+    timings.value(std::string("threads/") + road.name + "/two", leaves / road.two);
   }
 }
 

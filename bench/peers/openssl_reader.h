@@ -6,47 +6,67 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
-#include <memory>
+#include <ctime>
 
-#include "velmora/support/text/data_buffer.h"
+#include "bench/peers/openssl_handles.h"
+#include "bench/peers/peer.h"
 
 namespace velmora::bench {
 
 /// Reads from certificates with OpenSSL what VelmoraReader reads.
-class OpensslReader {
+class OpensslReader final : public Reader {
  public:
-  ~OpensslReader() {
+  ~OpensslReader() override {
     BN_free(m_serial);
     OPENSSL_free(m_serialText);
   }
 
-  void load(const DataBuffer& der) {
-    const unsigned char* at = der.data();
-    m_certificate = d2i_X509(nullptr, &at, static_cast<long>(der.size()));
+  bool load(Octets der) override {
+    m_owner = loadCertificate(der);
+    m_certificate = m_owner.get();
+    return m_certificate != nullptr;
   }
 
-  void unload() { X509_free(m_certificate); }
+  void unload() override { m_owner.reset(); }
 
-  void readFields() {
-    printName(X509_get_subject_name(m_certificate), m_subject.get());
+  bool readSubject() override {
+    return printName(X509_get_subject_name(m_certificate), m_subject.get());
+  }
+
+  bool readAlternativeNames() override {
+    auto* names = static_cast<GENERAL_NAMES*>(
+        X509_get_ext_d2i(m_certificate, NID_subject_alt_name, nullptr, nullptr));
+    const Text text(BIO_new(BIO_s_mem()));
+    const auto count = names == nullptr ? 0 : sk_GENERAL_NAME_num(names);
+    for (auto i = count - count; i < count; ++i) {
+      GENERAL_NAME_print(text.get(), sk_GENERAL_NAME_value(names, i));
+    }
+    GENERAL_NAMES_free(names);
+    return true;
+  }
+
+  bool readFields() override {
+    readSubject();
     printName(X509_get_issuer_name(m_certificate), m_issuer.get());
     BN_free(m_serial);
     m_serial = ASN1_INTEGER_to_BN(X509_get0_serialNumber(m_certificate), nullptr);
     OPENSSL_free(m_serialText);
     m_serialText = BN_bn2hex(m_serial);
-    ASN1_TIME_to_tm(X509_get0_notBefore(m_certificate), &m_notBefore);
-    ASN1_TIME_to_tm(X509_get0_notAfter(m_certificate), &m_notAfter);
+    toParts(X509_get0_notBefore(m_certificate), m_notBefore);
+    toParts(X509_get0_notAfter(m_certificate), m_notAfter);
     m_version = X509_get_version(m_certificate);
     readAlgorithms();
+    return true;
   }
 
-  void readRest() {
+  bool readRest() override {
     const X509_NAME* subject = X509_get_subject_name(m_certificate);
     for (const int attribute : {NID_commonName, NID_organizationName, NID_countryName}) {
       X509_NAME_get_text_by_NID(subject, attribute, m_text, sizeof m_text);
     }
     readIdentifiers();
-    readNames();
+    readAlternativeNames();
+    X509_email_free(X509_get1_email(m_certificate));
     for (const int extension : {NID_basic_constraints, NID_key_usage}) {
       const int index = X509_get_ext_by_NID(m_certificate, extension, -1);
       if (index >= 0) m_value = X509_EXTENSION_get_data(X509_get_ext(m_certificate, index));
@@ -54,18 +74,28 @@ class OpensslReader {
     readKey();
     unsigned char digest[EVP_MAX_MD_SIZE];
     X509_digest(m_certificate, EVP_sha1(), digest, nullptr);
-    OPENSSL_free(OPENSSL_buf2hexstr(digest, 20));
+    const Number thumbprint(BN_bin2bn(digest, 20, nullptr));
+    OPENSSL_free(BN_bn2hex(thumbprint.get()));
+    return true;
   }
 
  private:
-  struct BioFree {
-    void operator()(BIO* bio) const { BIO_free(bio); }
-  };
-  using Text = std::unique_ptr<BIO, BioFree>;
+  using Text = std::unique_ptr<BIO, OpensslFree<BIO_free>>;
 
-  static void printName(const X509_NAME* name, BIO* out) {
+  static bool printName(X509_NAME* name, BIO* out) {
     BIO_reset(out);
-    X509_NAME_print_ex(out, name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
+    return X509_NAME_print_ex(out, name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB) >= 0;
+  }
+
+  static void toParts(const ASN1_TIME* time, tm& parts) {
+#ifdef OPENSSL_IS_BORINGSSL
+    int64_t seconds = 0;
+    ASN1_TIME_to_posix(time, &seconds);
+    const time_t clock = seconds;
+    gmtime_r(&clock, &parts);
+#else
+    ASN1_TIME_to_tm(time, &parts);
+#endif
   }
 
   static void printOid(const ASN1_OBJECT* oid, char (&out)[80]) {
@@ -89,18 +119,6 @@ class OpensslReader {
         X509_get_ext_d2i(m_certificate, NID_authority_key_identifier, nullptr, nullptr)));
   }
 
-  void readNames() {
-    auto* names = static_cast<GENERAL_NAMES*>(
-        X509_get_ext_d2i(m_certificate, NID_subject_alt_name, nullptr, nullptr));
-    BIO* text = BIO_new(BIO_s_mem());
-    for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
-      GENERAL_NAME_print(text, sk_GENERAL_NAME_value(names, i));
-    }
-    BIO_free(text);
-    GENERAL_NAMES_free(names);
-    X509_email_free(X509_get1_email(m_certificate));
-  }
-
   void readKey() {
     unsigned char* spki = nullptr;
     const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(m_certificate), &spki);
@@ -111,6 +129,7 @@ class OpensslReader {
     OPENSSL_free(spki);
   }
 
+  Certificate m_owner;
   X509* m_certificate = nullptr;
   Text m_subject{BIO_new(BIO_s_mem())}, m_issuer{BIO_new(BIO_s_mem())};
   BIGNUM* m_serial = nullptr;
