@@ -260,13 +260,17 @@ def as_svg(r):
 
 def write_documents(r):
     (DOCS / 'performance.svg').write_text(as_svg(r))
-    blocks = {table.__name__: as_markdown(*measured(table(r))) for table in TABLES}
+    blocks = {}
+    for table in TABLES:
+        header, rows = measured(table(r))
+        if rows:
+            blocks[table.__name__] = as_markdown(header, rows)
     blocks['chart'] = '![Times beside OpenSSL](performance.svg)'
     blocks['machine'] = (f'One run on {r.machine["cores"]} cores of {r.machine["CPU"]}, {r.machine["compiler"]}, '
                          f'beside {r.machine["beside"]}:')
     page = DOCS / 'performance.md'
     page.write_text(re.sub(r'(<!-- table (\w+) -->\n).*?(<!-- end -->)',
-                           lambda m: f'{m[1]}{blocks[m[2]]}\n{m[3]}', page.read_text(), flags=re.S))
+                           lambda m: f'{m[1]}{blocks[m[2]]}\n{m[3]}' if m[2] in blocks else m[0], page.read_text(), flags=re.S))
 
 
 def main():
