@@ -67,7 +67,7 @@ const std::vector<std::unique_ptr<Peer>>& peers() {
   return all;
 }
 
-void addPeers(Timings& timings, const std::string& name, const MakeWork& make) {
+void addPeers(Timings& timings, const std::string& name, const MakeWork& make, double minTime) {
   for (const std::unique_ptr<Peer>& peer : peers()) {
     const std::string full = name + "/" + peer->who.key;
     const std::string trouble = troubleOf(*peer, make);
@@ -75,12 +75,14 @@ void addPeers(Timings& timings, const std::string& name, const MakeWork& make) {
       timings.note(full, trouble);
       continue;
     }
-    benchmark::RegisterBenchmark(full.c_str(), [&peer, make](benchmark::State& state) {
-      const Work work = make(*peer);
-      for (auto _ : state) {
-        if (!work()) state.SkipWithError("a wrong answer");
-      }
-    });
+    const auto registered =
+        benchmark::RegisterBenchmark(full.c_str(), [&peer, make](benchmark::State& state) {
+          const Work work = make(*peer);
+          for (auto _ : state) {
+            if (!work()) state.SkipWithError("a wrong answer");
+          }
+        });
+    if (minTime > 0) registered->MinTime(minTime);
   }
 }
 

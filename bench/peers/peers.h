@@ -17,6 +17,7 @@ using MakeWork = std::function<Work(const Peer&)>;
 /// Registers the benchmarks NAME/KEY OF THE PEER. Work is tried before, in a process of its own
 /// with a limit of time: where the library lacks it or does not give the right answer, takes too
 /// long or crashes, a word is noted instead of a figure.
-void addPeers(Timings& timings, const std::string& name, const MakeWork& make);
+/// `minTime` in seconds, of one repetition; 0 is what the program runs with.
+void addPeers(Timings& timings, const std::string& name, const MakeWork& make, double minTime = 0);
 
 }  // namespace velmora::bench
