@@ -130,6 +130,9 @@ class Name {
   /// der(). Linear but for the sorting. None for a malformed name.
   std::optional<std::string> folded() const;
 
+  /// The same of the DER of a Name, without a Name that keeps it alive: Parts::subject, for one.
+  static std::optional<std::string> folded(Bytes der);
+
   /// The same octets.
   friend bool operator==(const Name& a, const Name& b) noexcept;
 

@@ -169,9 +169,13 @@ bool Name::matches(const Name& other) const noexcept try {
 }
 
 std::optional<std::string> Name::folded() const {
-  NameReader reader(der(), m_at);
+  return folded(der());
+}
+
+std::optional<std::string> Name::folded(Bytes der) {
+  NameReader reader(der, 0);
   std::string out;
-  out.reserve(m_size);
+  out.reserve(der.size());
   AttributeElements attribute;
   bool isThere = reader.next(attribute);
   while (isThere) isThere = appendFoldedRdn(reader, attribute, out);

@@ -133,7 +133,7 @@ Bytes TrustAnchor::key() const& noexcept {
 IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
     : anchor(of), name(of.name().folded().value_or("")), keyDigest(digestOf(anchor.key())) {
   if (of.certificate()) {
-    facts.emplace(*of.certificate());
+    facts.emplace(*anchor.certificate());
     if (facts->key) key = *facts->key;
     if (facts->basicConstraints) pathLength = facts->basicConstraints->pathLength;
     if (facts->extendedKeyUsage) purposes = *facts->extendedKeyUsage;
@@ -154,11 +154,13 @@ AnchorIndex::AnchorIndex(std::span<const TrustAnchor> anchors, size_t preparedKe
   for (const TrustAnchor& anchor : anchors) sorted.push_back(&anchor);
   std::sort(sorted.begin(), sorted.end(),
             [](const TrustAnchor* a, const TrustAnchor* b) { return compareAnchors(*a, *b) < 0; });
-  m_anchors.reserve(sorted.size());
+  m_owned.reserve(sorted.size());
   for (size_t i = 0; i < sorted.size(); ++i) {
     const bool isDouble = i != 0 && compareAnchors(*sorted[i - 1], *sorted[i]) == 0;
-    if (!isDouble) m_anchors.emplace_back(*sorted[i]);
+    if (!isDouble) m_owned.push_back(*sorted[i]);
   }
+  m_anchors.reserve(m_owned.size());
+  for (const TrustAnchor& each : m_owned) m_anchors.emplace_back(each);
   m_byName = sortedByName(m_anchors, nameOfAnchor);
 }
 
@@ -177,12 +179,12 @@ const IndexedAnchor* AnchorIndex::find(const Certificate& certificate) const noe
   return isSame ? &*found : nullptr;
 }
 
-IntermediateIndex::IntermediateIndex(std::span<const Certificate> certificates) {
-  std::vector<Certificate> sorted(certificates.begin(), certificates.end());
-  std::sort(sorted.begin(), sorted.end());
-  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-  m_certificates.reserve(sorted.size());
-  for (const Certificate& each : sorted) m_certificates.emplace_back(each);
+IntermediateIndex::IntermediateIndex(std::span<const Certificate> certificates)
+    : m_owned(certificates.begin(), certificates.end()) {
+  std::sort(m_owned.begin(), m_owned.end());
+  m_owned.erase(std::unique(m_owned.begin(), m_owned.end()), m_owned.end());
+  m_certificates.reserve(m_owned.size());
+  for (const Certificate& each : m_owned) m_certificates.emplace_back(each);
   m_bySubject = sortedByName(m_certificates, subjectOf);
 }
 

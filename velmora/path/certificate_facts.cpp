@@ -16,11 +16,11 @@ Bytes authorityKeyIdOf(const Certificate& certificate) {
 
 }  // namespace
 
-CertificateFacts::CertificateFacts(const Certificate& of)
+CertificateFacts::CertificateFacts(const Certificate& of, const Parts& parts)
     : certificate(of),
-      spki(of.parts().spki),
-      subject(of.subject().folded()),
-      issuer(of.issuer().folded()),
+      spki(parts.spki),
+      subject(Name::folded(parts.subject)),
+      issuer(Name::folded(parts.issuer)),
       isSelfIssued(subject && issuer && !subject->empty() && *subject == *issuer),
       version(of.version()),
       validity(of.validity()),

@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <new>
+#include <shared_mutex>
 #include <utility>
 
 namespace velmora {
@@ -19,32 +20,49 @@ std::shared_ptr<const IssuerKey> JudgementCache::key(Bytes subjectPublicKeyInfo,
   {
     const std::shared_lock lock(m_mutex);
     if (KeptKey* const kept = find(digest)) {
-      if (kept->prepared != nullptr) return kept->prepared;
-      if (++kept->uses != kUsesToPrepare) return kept->plain;
+      if (kept->handles != nullptr) return (*kept->handles)[StripedSharedMutex::stripe()];
+      const bool isCounted = kept->uses.load(std::memory_order_relaxed) < kUsesToPrepare;
+      if (!isCounted || ++kept->uses != kUsesToPrepare) return kept->plain;
       plain = kept->plain;
     }
   }
-  if (plain != nullptr) return prepare(subjectPublicKeyInfo, digest, plain);
+  if (plain != nullptr) return handOut(subjectPublicKeyInfo, digest, plain);
   auto made = std::make_shared<const IssuerKey>(subjectPublicKeyInfo);
   const std::unique_lock lock(m_mutex);
   if (m_keys.size() >= kMostKeys) m_olderKeys = std::exchange(m_keys, {});
   return m_keys.try_emplace(digest, std::move(made)).first->second.plain;
 }
 
+JudgementCache::Handles JudgementCache::handlesTo(const std::shared_ptr<const IssuerKey>& key) {
+  struct alignas(StripedSharedMutex::kCacheLine) Reference {
+    std::shared_ptr<const IssuerKey> key;
+  };
+  Handles handles;
+  for (auto& each : handles) {
+    const auto own = std::make_shared<const Reference>(Reference{key});
+    each = std::shared_ptr<const IssuerKey>(own, own->key.get());
+  }
+  return handles;
+}
+
 // Prepares another object, since others check with the plain one meanwhile.
-std::shared_ptr<const IssuerKey> JudgementCache::prepare(
+std::shared_ptr<const IssuerKey> JudgementCache::handOut(
     Bytes subjectPublicKeyInfo, const Sha256& digest,
     const std::shared_ptr<const IssuerKey>& plain) noexcept try {
-  if (m_mostPrepared == 0) return plain;
-  const auto made = std::make_shared<IssuerKey>(subjectPublicKeyInfo);
-  if (!made->prepare()) return plain;
-  const std::unique_lock lock(m_mutex);
-  makeRoom();
-  if (KeptKey* const kept = find(digest)) {
-    m_prepared.push_back(digest);
-    kept->prepared = made;
+  std::shared_ptr<const IssuerKey> best = plain;
+  if (m_mostPrepared != 0) {
+    auto made = std::make_shared<IssuerKey>(subjectPublicKeyInfo);
+    if (made->prepare()) best = std::move(made);
   }
-  return made;
+  auto handles = std::make_unique<const Handles>(handlesTo(best));
+  const bool isPrepared = best != plain;
+  const std::unique_lock lock(m_mutex);
+  if (isPrepared) makeRoom();
+  if (KeptKey* const kept = find(digest)) {
+    if (isPrepared) m_prepared.push_back(digest);
+    kept->handles = std::move(handles);
+  }
+  return best;
 } catch (const std::bad_alloc&) {
   return plain;
 }
@@ -52,7 +70,7 @@ std::shared_ptr<const IssuerKey> JudgementCache::prepare(
 void JudgementCache::makeRoom() {
   if (m_prepared.size() < m_mostPrepared) return;
   if (KeptKey* const first = find(m_prepared.front())) {
-    first->prepared.reset();
+    first->handles.reset();
     first->uses = 0;
   }
   m_prepared.erase(m_prepared.begin());

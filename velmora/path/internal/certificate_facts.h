@@ -16,15 +16,17 @@ namespace velmora {
 /// What a certificate says that decisions rest on, read once; no option changes it. Made when a
 /// certificate comes into a set, and of a leaf for each verification. Never changes.
 struct CertificateFacts {
-  /// Throws std::bad_alloc.
-  explicit CertificateFacts(const Certificate& certificate);
+  /// The certificate outlives what is read of it: a reference of its own would be a count that all
+  /// threads write which verify it. Throws std::bad_alloc.
+  explicit CertificateFacts(const Certificate& of) : CertificateFacts(of, of.parts()) {}
+  explicit CertificateFacts(const Certificate&&) = delete;
 
   bool isCa() const noexcept { return basicConstraints && basicConstraints->ca; }
   bool maySignCertificates() const noexcept {
     return keyUsage ? keyUsage->has(KeyUse::keyCertSign) : keyUsage.error().isAbsent();
   }
 
-  Certificate certificate;
+  const Certificate& certificate;
   Bytes spki;                          // the SubjectPublicKeyInfo
   std::optional<std::string> subject;  // Name::folded(); none when malformed
   std::optional<std::string> issuer;
@@ -43,6 +45,9 @@ struct CertificateFacts {
   std::vector<Departure> departures;
   std::vector<Oid> criticalExtensions;                     // all of them, known or not
   std::shared_ptr<const PreparedConstraints> constraints;  // null where there are none to be read
+
+ private:
+  CertificateFacts(const Certificate& of, const Parts& parts);
 };
 
 }  // namespace velmora

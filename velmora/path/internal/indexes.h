@@ -18,7 +18,7 @@ namespace velmora {
 
 /// A certificate that may stand on a way, with the digests that a JudgementCache finds it by.
 struct IndexedCertificate {
-  /// Throws std::bad_alloc.
+  /// The certificate outlives it. Throws std::bad_alloc.
   explicit IndexedCertificate(const Certificate& certificate)
       : facts(certificate),
         fingerprint(certificate.fingerprint<Hash::sha256>()),
@@ -35,6 +35,9 @@ class IntermediateIndex {
   /// Throws std::bad_alloc.
   explicit IntermediateIndex(std::span<const Certificate> certificates);
 
+  IntermediateIndex(const IntermediateIndex&) = delete;
+  IntermediateIndex& operator=(const IntermediateIndex&) = delete;
+
   size_t size() const noexcept { return m_certificates.size(); }
 
   /// Those with the subject, in the order of their octets.
@@ -44,16 +47,17 @@ class IntermediateIndex {
   bool holds(const Certificate& certificate) const noexcept;
 
  private:
+  std::vector<Certificate> m_owned;
   std::vector<IndexedCertificate> m_certificates;
   std::vector<const IndexedCertificate*> m_bySubject;
 };
 
 /// An anchor with what it binds by, read once.
 struct IndexedAnchor {
-  /// Throws std::bad_alloc.
+  /// The anchor outlives it. Throws std::bad_alloc.
   explicit IndexedAnchor(const TrustAnchor& anchor);
 
-  TrustAnchor anchor;
+  const TrustAnchor& anchor;
   std::optional<CertificateFacts> facts;  // of a certificate
   std::string name;                       // folded; empty when it is malformed, or empty
   Sha256 keyDigest;
@@ -69,6 +73,9 @@ class AnchorIndex {
   /// Throws std::bad_alloc.
   AnchorIndex(std::span<const TrustAnchor> anchors, size_t preparedKeys);
 
+  AnchorIndex(const AnchorIndex&) = delete;
+  AnchorIndex& operator=(const AnchorIndex&) = delete;
+
   size_t size() const noexcept { return m_anchors.size(); }
 
   std::span<const IndexedAnchor* const> withName(std::string_view folded) const noexcept;
@@ -79,6 +86,7 @@ class AnchorIndex {
   JudgementCache& cache() const noexcept { return m_cache; }
 
  private:
+  std::vector<TrustAnchor> m_owned;
   std::vector<IndexedAnchor> m_anchors;
   std::vector<const IndexedAnchor*> m_byName;
   mutable JudgementCache m_cache;

@@ -10,11 +10,11 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <shared_mutex>
 #include <utility>
 #include <vector>
 
 #include "velmora/certificate/issuer_key.h"
+#include "velmora/path/internal/striped_shared_mutex.h"
 
 namespace velmora {
 
@@ -26,7 +26,8 @@ using Sha256 = std::array<std::byte, 32>;
 /// without a trusted key can push out those that hold; at most twice kMostKeys and kMostLinks of
 /// each. A key is prepared (IssuerKey::prepare) when it is asked for the eighth time, by the thread
 /// that asks, while others go on without; of more than `mostPrepared` such keys the first becomes a
-/// plain one again. Any thread may ask.
+/// plain one again. Any thread may ask; from the eighth time on threads who ask for what is known
+/// write to nothing that they share.
 class JudgementCache {
  public:
   static constexpr size_t kMostKeys = 256;
@@ -56,24 +57,29 @@ class JudgementCache {
       return byKey != 0 ? byKey < 0 : a.certificate < b.certificate;
     }
   };
+  // References to one key for each stripe of threads, with a count of its own each.
+  using Handles = std::array<std::shared_ptr<const IssuerKey>, StripedSharedMutex::kStripes>;
   struct KeptKey {
     explicit KeptKey(std::shared_ptr<const IssuerKey> key) noexcept : plain(std::move(key)) {}
     const std::shared_ptr<const IssuerKey> plain;
-    std::shared_ptr<const IssuerKey> prepared;  // null before and when it had to make room
-    std::atomic<unsigned> uses = 1;             // of the plain one
+    // To the prepared key, or to the plain one where nothing can be prepared; null before the
+    // eighth use and when it had to make room.
+    std::unique_ptr<const Handles> handles;
+    std::atomic<unsigned> uses = 1;  // before the handles
   };
   using Keys = std::map<Sha256, KeptKey>;
   using Links = std::map<Link, SignatureCheck>;
 
   KeptKey* find(const Sha256& digest);
-  std::shared_ptr<const IssuerKey> prepare(Bytes subjectPublicKeyInfo, const Sha256& digest,
+  static Handles handlesTo(const std::shared_ptr<const IssuerKey>& key);
+  std::shared_ptr<const IssuerKey> handOut(Bytes subjectPublicKeyInfo, const Sha256& digest,
                                            const std::shared_ptr<const IssuerKey>& plain) noexcept;
   void makeRoom();
 
   const size_t m_mostPrepared;
 
   // Two generations: a full one pushes out the one before.
-  mutable std::shared_mutex m_mutex;
+  mutable StripedSharedMutex m_mutex;
   Keys m_keys;
   Keys m_olderKeys;
   std::vector<Sha256> m_prepared;  // the digests of those keys, in the order in which they came
