@@ -89,7 +89,7 @@ class WayCrlSigners final : public CrlSigners {
     found->second = check.verdict == SignatureVerdict::good;
     return found->second ? Signed::yes : Signed::no;
   }
-  static Bytes spkiOf(const IndexedAnchor& anchor) { return anchor.anchor.key(); }
+  static Bytes spkiOf(const IndexedAnchor& anchor) { return anchor.spki; }
   static Bytes spkiOf(const IndexedCertificate& certificate) { return certificate.facts.spki; }
 
   bool mayCheck(uint64_t cost) {
