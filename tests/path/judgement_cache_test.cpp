@@ -47,6 +47,17 @@ TEST(JudgementCache, PreparesWithTheEighthUseAsManyKeysAsItMay) {
   }
 }
 
+TEST(JudgementCache, GivesThreadsTheSameKeyByCountsOfTheirOwn) {
+  for (const size_t most : {0U, 1U}) {
+    Asked asked(most);
+    asked.keys(0, 8);
+    std::shared_ptr<const IssuerKey> keys[2];
+    for (auto& key : keys) std::thread([&] { key = asked.key(0); }).join();
+    EXPECT_EQ(keys[0], keys[1]);
+    EXPECT_TRUE(keys[0].owner_before(keys[1]) || keys[1].owner_before(keys[0]));
+  }
+}
+
 TEST(JudgementCache, PreparesWhileOthersGoOn) {
   for (int turn = 0; turn < 10; ++turn) {
     Asked asked(1);

@@ -131,7 +131,7 @@ Bytes TrustAnchor::key() const& noexcept {
 }
 
 IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
-    : anchor(of), name(of.name().folded().value_or("")), keyDigest(digestOf(anchor.key())) {
+    : anchor(of), spki(of.key()), name(of.name().folded().value_or("")), keyDigest(digestOf(spki)) {
   if (of.certificate()) {
     facts.emplace(*anchor.certificate());
     if (facts->key) key = *facts->key;
@@ -140,7 +140,7 @@ IndexedAnchor::IndexedAnchor(const TrustAnchor& of)
     constraints = facts->constraints;
     return;
   }
-  if (const Result<PublicKey> described = PublicKey::parse(anchor.key())) key = *described;
+  if (const Result<PublicKey> described = PublicKey::parse(spki)) key = *described;
   const AnchorConstraints& given = *of.constraints();
   pathLength = given.pathLength;
   purposes = given.purposes;

@@ -42,7 +42,7 @@ bool isSame(const CertificateFacts& a, const CertificateFacts& b) noexcept {
 }
 
 bool isSame(const CertificateFacts& a, const IndexedAnchor& b) noexcept {
-  return sameOctets(a.spki, b.anchor.key()) && a.subject && *a.subject == b.name;
+  return sameOctets(a.spki, b.spki) && a.subject && *a.subject == b.name;
 }
 
 bool hasFailure(const std::vector<Finding>& findings) noexcept {

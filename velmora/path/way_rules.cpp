@@ -93,7 +93,7 @@ std::vector<Reason> linkFaults(const Certificate& certificate, const Certificate
 }
 
 std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(const IndexedAnchor& anchor) const {
-  return m_anchors.cache().key(anchor.anchor.key(), anchor.keyDigest);
+  return m_anchors.cache().key(anchor.spki, anchor.keyDigest);
 }
 
 std::shared_ptr<const IssuerKey> PathBuilder::readyKeyOf(

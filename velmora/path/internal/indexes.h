@@ -58,6 +58,7 @@ struct IndexedAnchor {
   explicit IndexedAnchor(const TrustAnchor& anchor);
 
   const TrustAnchor& anchor;
+  Bytes spki;                             // the SubjectPublicKeyInfo
   std::optional<CertificateFacts> facts;  // of a certificate
   std::string name;                       // folded; empty when it is malformed, or empty
   Sha256 keyDigest;
