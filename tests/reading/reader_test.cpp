@@ -274,6 +274,9 @@ TEST(CertificateReader, RefusesWhatIsTooLargeAndGoesOn) {
                                   der::lengthOctets(size - 2 * kHeader));
     large.resize(size);
     EXPECT_EQ(readIn(large, kPiece).items, Items{item});
+    EXPECT_EQ(readIn(large, large.size()).items, Items{item});
+    const Found behind = readIn(kA + large + large + kB, kPiece);
+    EXPECT_EQ(behind.items, fits ? (Items{kA, item, item, kB}) : (Items{kA, item}));
     EXPECT_EQ(readIn(pemOf(large) + pemOf(kA), kPiece).items, (Items{item, kA}));
   }
 }

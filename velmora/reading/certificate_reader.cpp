@@ -217,7 +217,7 @@ void CertificateReader::finish() {
     case Form::kUnknown:
       return stop({"The input is empty."});
     case Form::kBinary:
-      readElements(m_binary.span(), false);
+      readElements(DerReader(m_binary.span(), m_consumed), false);
       break;
     case Form::kXml:
       xmlEvent(m_xml.finish());
@@ -232,9 +232,40 @@ void CertificateReader::finish() {
   m_form = Form::kDone;
 }
 
+// However large the pieces are that the caller has, no more of them is copied than what one
+// certificate needs.
 void CertificateReader::readBinary(std::string_view text) {
-  if (text.size() > kMaxDerSize - m_binary.size()) return stop(kTooLarge);
-  if (!m_binary.append(text.data(), text.size())) stop(kNoMemory);
+  constexpr size_t kPiece = size_t{256} << 10;
+  while (!text.empty() && m_form == Form::kBinary) {
+    const std::string_view piece = text.substr(0, kPiece);
+    text.remove_prefix(piece.size());
+    if (!m_binary.append(piece.data(), piece.size())) return stop(kNoMemory);
+    if (m_binary.size() >= m_wanted) readWholeElements();
+  }
+}
+
+// Reads the elements that are there whole and keeps what may be the start of one. A definite length
+// tells at once that more is needed; what an indefinite one stands for is only walked again when
+// twice as much is there.
+void CertificateReader::readWholeElements() {
+  DerReader elements(m_binary.span(), m_consumed);
+  Asn1Element element;
+  while (elements.startsWith(asn1_identifier::kSequence) && elements.readElement(element)) {
+    if (element.whole.size() > kMaxDerSize) return stop(kTooLarge);
+    readElement(element);
+  }
+  const size_t used = elements.offset() - m_consumed;
+  m_binary.erase(0, used);
+  m_consumed += used;
+  const auto rest = m_binary.span();
+  if (rest.size() > kMaxDerSize) return stop(kTooLarge);
+  if (!rest.empty() && rest[0] != asn1_identifier::kSequence) {
+    readElements(DerReader(rest, m_consumed), false);
+    m_form = Form::kDone;
+    return;
+  }
+  const bool isIndefinite = rest.size() > 1 && rest[1] == 0x80;
+  m_wanted = isIndefinite ? std::min(2 * rest.size(), kMaxDerSize + 1) : 0;
 }
 
 void CertificateReader::readText(std::string_view text) {
@@ -262,7 +293,7 @@ void CertificateReader::pemEvent(PemScanner::Event event) {
   } else if (saysPrivateKey && isUnknown(classifyDer(der))) {
     failAs(Found::privateKey, "A private key, not a certificate.");
   } else {
-    readElements(der, m_place.label == "TRUSTED CERTIFICATE");
+    readElements(DerReader(der), m_place.label == "TRUSTED CERTIFICATE");
   }
 }
 
@@ -338,17 +369,15 @@ void CertificateReader::readXmlElement(ClsXml& root) {
   DataBuffer der;
   if (!DerXmlCodec::xmlToDer(root, der, m_log)) return failAsLogged();
   if (der.size() > kMaxDerSize) return fail(kTooLarge);
-  readElements(der.span(), false);
+  readElements(DerReader(der.span()), false);
 }
 
 // Reads the elements that stand in a row, or the first one alone.
-void CertificateReader::readElements(std::span<const unsigned char> der, bool firstOnly) {
-  DerReader elements(der);
+void CertificateReader::readElements(DerReader elements, bool firstOnly) {
   Asn1Element element;
   while (!elements.atEnd()) {
     const size_t offset = elements.offset();
-    const bool isJunk = offset != 0 && der[offset] != 0x30;
-    if (isJunk) {
+    if (offset != 0 && !elements.startsWith(asn1_identifier::kSequence)) {
       return fail({"Octets that are no certificate follow.", offset, 0, ErrorCode::trailingOctets});
     }
     if (!elements.readElement(element)) return failAtFault(elements.fault());

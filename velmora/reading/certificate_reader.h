@@ -71,9 +71,10 @@ class CertificateSink {
 /// A bundle (PKCS #7 SignedData, RFC 2315 §9.1) gives each of its certificates in order, duplicates
 /// included, as DER with the bytes that VelmoraX509::loadX509DerAlt cuts out.
 ///
-/// Text is read as a stream: only the DER of one block is held. DER is held whole. Beyond
-/// kMaxDerSize an input, or a block, is refused; beyond kMaxXmlSize an XML document. Time is
-/// proportional to the input. Not safe for concurrent use. Throws only what the sink throws.
+/// All is read as a stream, of any length: only the DER of one element or block is held, or one XML
+/// document. Beyond kMaxDerSize an element, with all that follows it, or a block is refused; beyond
+/// kMaxXmlSize an XML document. Time is proportional to the input. Not safe for concurrent use.
+/// Throws only what the sink throws.
 class CertificateReader {
  public:
   static constexpr size_t kMaxDerSize = size_t{64} << 20;
@@ -119,7 +120,8 @@ class CertificateReader {
   void readXmlList(ClsXml& root);
   void readXmlElement(ClsXml& root);
 
-  void readElements(std::span<const unsigned char> der, bool firstOnly);
+  void readWholeElements();
+  void readElements(DerReader elements, bool firstOnly);
   void readElement(const Asn1Element& element);
   void readBundle(const Asn1Element& contentInfo);
   void readBundleMember(const Asn1Element& member);
@@ -145,7 +147,9 @@ class CertificateReader {
   std::optional<Utf16Stream> m_utf16;  // of an input with its mark
   StringBuffer m_utf8;                 // a piece of it
   bool m_lastWasCr = false;
-  DataBuffer m_binary;
+  DataBuffer m_binary;    // what was not read yet
+  size_t m_consumed = 0;  // octets of the input in front of it
+  size_t m_wanted = 0;    // octets of it, before there is any use in reading on
   PemScanner m_pem;
   XmlSplitter m_xml;
   DataBuffer m_converted;
