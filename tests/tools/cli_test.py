@@ -119,7 +119,9 @@ class Inputs(unittest.TestCase):
         self.assertEqual(len(errors.splitlines()), 3)
 
     def test_blocks_in_a_row_with_one_fault_share_a_line(self):
-        status, out, errors = run("show", "--json", "-", stdin=b"\x30\0" * 50_000 + b"\x30\3\2\1\0" * 2)
+        with tempfile.NamedTemporaryFile() as file:
+            pathlib.Path(file.name).write_bytes(b"\x30\0" * 50_000 + b"\x30\3\2\1\0" * 2)
+            status, out, errors = run("show", "--json", file.name)
         self.assertEqual([line["index"] for line in json_lines(out)], [*range(50_002)])
         self.assertEqual((status, [line.split(": ")[2] for line in errors.splitlines()]),
                          (3, ["block 1", "blocks 2 to 50002"]))
