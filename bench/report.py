@@ -117,6 +117,15 @@ def other_figures(r):
          ratio(ours, theirs) if theirs else '']]
 
 
+def lines(r):
+    rows, theirs, count = [], r.values.get('lines/openssl'), r.values.get('lines/count')
+    for jobs in (1, 2) if theirs else ():
+        seconds = r.values[f'lines/{jobs}']
+        rows.append([f'{count:,}, --jobs {jobs}', f'{seconds:.1f}', f'{count / seconds:,.0f}',
+                     r.value(f'lines/{jobs} memory'), f'{seconds / theirs:.2g}'])
+    return ['show --json --lines', 'seconds', 'a second', 'MiB', 'of openssl x509 in a loop'], rows
+
+
 def path_title(path):
     return 'C++ alone' if path == 'portable' else path
 
@@ -194,7 +203,7 @@ def chain_threads(r):
                         ['/two chains', '/one leaf and anchors', '/signature alone', '/OpenSSL, one leaf']])
 
 
-TABLES = [loading, typed, growth, other_figures, paths, peers, again, certificates, expensive, threads, chains,
+TABLES = [loading, typed, growth, other_figures, lines, paths, peers, again, certificates, expensive, threads, chains,
           chain_threads]
 
 # What the chart shows: names of benchmarks, ours in them, and what they are called.

@@ -690,7 +690,9 @@ class Usage(unittest.TestCase):
                  (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"),
                  (["pin", "--hash", "md5", "x"], "sha256"), (["pin", "--encoding", "rot13", "x"], "base64"),
                  (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),
-                 (["expires", "--within", "-1", "x"], "--within"), (["split", "--pem", "--der", "x"], "exclude")]
+                 (["expires", "--within", "-1", "x"], "--within"), (["split", "--pem", "--der", "x"], "exclude"),
+                 (["show", "--lines", "x"], "--json"), (["verify", "--lines", "x"], "--json"), (["lint", "--jobs", "2", "x"], "--lines"),
+                 (["pin", "--quiet", "x"], "--lines"), *((["pin", "--lines", "--jobs", n, "x"], "1 to 256") for n in ("0", "257", "x"))]
         for arguments, hint in cases:
             with self.subTest(arguments):
                 status, out, errors = run(*arguments)

@@ -1,3 +1,4 @@
+#include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 #include "tools/render/oid_text.h"
 #include "tools/render/shown_departure.h"
@@ -16,17 +17,24 @@ void appendText(const InputCertificate& input, const ShownDeparture& shown, Stri
         shown.clause, ", ", shown.id, ")\n");
 }
 
+void writeJson(const InputCertificate& input, const std::vector<ShownDeparture>& departures,
+               StringBuffer& out) {
+  JsonLine line(out);
+  writePlace(input, line);
+  writeDepartures(departures, true, line);
+  writeLineKey(input, line);
+  line.end();
+}
+
 void runLint(const Arguments& arguments, Console& console) {
-  visitFiles(arguments, console, [&](const InputCertificate& input) {
-    const std::vector<ShownDeparture> departures = departuresOf(input);
-    if (!departures.empty()) console.raise(ExitStatus::kNo);
-    if (arguments.has("--json")) {
-      JsonLine line(console.out());
-      writePlace(input, line);
-      writeDepartures(departures, true, line);
-      return line.end();
-    }
-    for (const ShownDeparture& each : departures) appendText(input, each, console.out());
+  const bool isJson = arguments.has("--json");
+  visitFilesOrLines(arguments, console, [&](Answers& answers) -> Visit {
+    return [&answers, isJson](const InputCertificate& input) {
+      const std::vector<ShownDeparture> departures = departuresOf(input);
+      if (!departures.empty()) answers.raise(ExitStatus::kNo);
+      if (isJson) return writeJson(input, departures, answers.out());
+      for (const ShownDeparture& each : departures) appendText(input, each, answers.out());
+    };
   });
 }
 
@@ -34,6 +42,10 @@ constexpr OptionSpec kOptions[] = {
     {"--json", "",
      "one JSON object a line for each certificate: source, index, departures, a list of {id, "
      "message, clause, offset, about, mayDecide}; or source, index, error"},
+    kLinesOption,
+    kJobsOption,
+    kProgressOption,
+    kQuietOption,
 };
 
 }  // namespace

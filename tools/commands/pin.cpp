@@ -1,3 +1,6 @@
+#include <atomic>
+
+#include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/hash/vm_hash.h"
@@ -21,14 +24,15 @@ void runPin(const Arguments& arguments, Console& console) {
   const StringBuffer hash(arguments.value("--hash").value_or("sha256"));
   const StringBuffer encoding(arguments.value("--encoding").value_or("base64"));
   checkNames(whole(hash).view(), whole(encoding).view());
-  LogNull log;
-  XString pin;
-  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
-    pin.weakClear();
-    const bool read = certificate.getSpkiFingerprint(hash, encoding, pin, log);
-    whole(pin);
-    if (!read) throw Untreated("The public key cannot be read.");
-    print(console.out(), hash, ',', encoding, ',', pin.view(), '\n');
+  visitFilesOrLines(arguments, console, [&](Answers& answers) {
+    return loaded([&](VelmoraX509& certificate, auto&) {
+      LogNull log;
+      XString pin;
+      const bool read = certificate.getSpkiFingerprint(hash, encoding, pin, log);
+      whole(pin);
+      if (!read) throw Untreated("The public key cannot be read.");
+      print(answers.out(), hash, ',', encoding, ',', pin.view(), '\n');
+    });
   });
 }
 
@@ -42,15 +46,17 @@ void checkPinSet(std::string_view pinSet) {
 
 void runMatch(const Arguments& arguments, Console& console) {
   checkPinSet(arguments.operand());
-  XString pinSet(arguments.operand());
-  LogNull log;
-  bool anyMatches = false;
-  bool allMatch = true;
-  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto& input) {
-    const bool matches = certificate.matchesPinSet(pinSet, log);
-    anyMatches = anyMatches || matches;
-    allMatch = allMatch && matches;
-    print(console.out(), matches ? "yes  " : "no   ", input, '\n');
+  std::atomic<bool> anyMatches = false;
+  std::atomic<bool> allMatch = true;
+  visitFilesOrLines(arguments, console, [&](Answers& answers) {
+    return loaded([&](VelmoraX509& certificate, const InputCertificate& input) {
+      LogNull log;
+      XString pinSet(arguments.operand());
+      const bool matches = certificate.matchesPinSet(pinSet, log);
+      if (matches) anyMatches = true;
+      if (!matches) allMatch = false;
+      print(answers.out(), matches ? "yes  " : "no   ", input, '\n');
+    });
   });
   const bool yes = anyMatches && (allMatch || !arguments.has("--all"));
   if (!yes) console.raise(ExitStatus::kNo);
@@ -59,10 +65,18 @@ void runMatch(const Arguments& arguments, Console& console) {
 constexpr OptionSpec kPinOptions[] = {
     {"--hash", "NAME", "sha1, sha256 (default), sha384 or sha512"},
     {"--encoding", "NAME", "base64 (default), base64url, hex or hexlower"},
+    kLinesOption,
+    kJobsOption,
+    kProgressOption,
+    kQuietOption,
 };
 
 constexpr OptionSpec kMatchOptions[] = {
     {"--all", "", "the answer is yes only when every certificate matches"},
+    kLinesOption,
+    kJobsOption,
+    kProgressOption,
+    kQuietOption,
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 #include "tools/render/escape.h"
 
@@ -25,14 +26,16 @@ void showXml(const Arguments& arguments, Console& console) {
 
 void runShow(const Arguments& arguments, Console& console) {
   arguments.wantAtMostOneOf({"--json", "--xml", "--oids"});
-  if (arguments.has("--with-der") && !arguments.has("--json")) {
-    throw UsageError("option \"--with-der\" needs \"--json\"");
-  }
+  arguments.wantBoth("--with-der", "--json");
+  arguments.wantBoth("--lines", "--json");
+  jobsOf(arguments);
   if (arguments.has("--xml")) return showXml(arguments, console);
   if (arguments.has("--json")) {
     const bool withDer = arguments.has("--with-der");
-    return visitFiles(arguments, console, [&](const InputCertificate& input) {
-      showAsJson(input, withDer, console.out());
+    return visitFilesOrLines(arguments, console, [&](Answers& answers) -> Visit {
+      return [&answers, withDer](const InputCertificate& input) {
+        showAsJson(input, withDer, answers.out());
+      };
     });
   }
   const OidStyle style = arguments.has("--oids") ? OidStyle::kNumbers : OidStyle::kNamed;
@@ -52,6 +55,10 @@ constexpr OptionSpec kOptions[] = {
     {"--with-der", "", "with --json: also der, the certificate in base64"},
     {"--xml", "", "the summary of each certificate as XML"},
     {"--oids", "", "OIDs as numbers alone, without their names"},
+    kLinesOption,
+    kJobsOption,
+    kProgressOption,
+    kQuietOption,
 };
 
 }  // namespace

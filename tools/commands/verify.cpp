@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 #include "tools/render/path_report.h"
 #include "velmora/certificate/date_text.h"
@@ -111,6 +112,16 @@ VerifyOptions readOptions(const Arguments& arguments) {
   return options;
 }
 
+// Whether the direct issuer is one of those of --issuer.
+struct DirectIssuer {
+  const std::vector<Certificate>& issuers;
+
+  bool operator()(const Path& path) const noexcept {
+    return path.certificates.size() > 1 &&
+           std::find(issuers.begin(), issuers.end(), path.certificates[1]) != issuers.end();
+  }
+};
+
 class Verifier {
  public:
   Verifier(const Arguments& arguments, Console& console)
@@ -125,6 +136,10 @@ class Verifier {
     m_others = m_issuers;
     collectFile("--chain", m_others);
     m_question.options.crls = CrlSet(readCrls(m_arguments.values("--crl"), m_console));
+  }
+
+  // The FILEs may hold issuers too, so all of them are read before the first answer.
+  void answerFiles() {
     const auto keep = [&](const InputCertificate& input) {
       take(input, m_others);
       m_items.push_back({input, input.certificate, {}});
@@ -133,18 +148,13 @@ class Verifier {
       if (m_json) m_items.push_back({place, std::nullopt, std::string(reason)});
     };
     visitCertificates(m_arguments.files(), m_console, keep, keepFailure);
-  }
-
-  void answer() {
-    const TrustAnchors anchors(m_roots);
-    const CertificateSet intermediates(m_others);
-    const auto isDirect = [&](const Path& path) noexcept { return issuerIsGiven(path); };
-    if (m_arguments.has("--issuer")) m_question.options.accept = isDirect;
+    prepare();
     for (const Item& each : m_items) {
       if (!each.certificate) {
-        writeUnreadable(each.place, each.failure, m_console);
+        writeUnreadable(each.place, each.failure, m_console.out());
+        m_console.endRecord();
       } else {
-        report(each.place, verify(*each.certificate, anchors, intermediates, m_question.options));
+        report(each.place, *each.certificate);
       }
     }
     if (m_json || m_items.empty()) return;
@@ -160,6 +170,17 @@ class Verifier {
                              : ".\n");
   }
 
+  // Each line is answered by itself and forgotten.
+  void answerLines() {
+    prepare();
+    visitFilesOrLines(m_arguments, m_console, [this](Answers& answers) -> Visit {
+      return [this, &answers](const InputCertificate& input) {
+        refuseBer(input);
+        append(input, input.certificate, answers);
+      };
+    });
+  }
+
  private:
   // Of a FILE: a certificate, or why there is none.
   struct Item {
@@ -168,8 +189,12 @@ class Verifier {
     std::string failure;
   };
 
-  void take(const InputCertificate& input, std::vector<Certificate>& into) {
+  static void refuseBer(const InputCertificate& input) {
     if (input.berAt) throw Untreated("BER, on which no decision may rest.");
+  }
+
+  void take(const InputCertificate& input, std::vector<Certificate>& into) {
+    refuseBer(input);
     m_question.places.try_emplace(input.certificate, input);
     into.push_back(input.certificate);
   }
@@ -195,24 +220,30 @@ class Verifier {
     for (const std::string& file : m_rootFiles) collectFrom(file, m_roots);
   }
 
-  bool issuerIsGiven(const Path& path) const noexcept {
-    return path.certificates.size() > 1 &&
-           std::find(m_issuers.begin(), m_issuers.end(), path.certificates[1]) != m_issuers.end();
+  void prepare() {
+    m_anchors.emplace(m_roots);
+    m_intermediates.emplace(m_others);
+    if (m_arguments.has("--issuer")) m_question.options.accept = m_isDirect;
   }
 
-  void report(const InputPlace& leaf, const Verification& answer) {
-    if (answer.reason == Reason::outOfMemory) throw std::bad_alloc();
-    StringBuffer& out = m_console.out();
-    const size_t start = out.getSize();
-    m_json ? appendPathJson(m_question, leaf, answer, out)
-           : appendPathText(m_question, leaf, answer, out);
-    if (out.failed()) {
+  void report(const InputPlace& leaf, const Certificate& certificate) {
+    const size_t start = m_console.out().getSize();
+    append(leaf, certificate, m_console);
+    if (m_console.out().failed()) {
       // No half of a record is left behind.
       m_console.takeBack(start);
       throw std::bad_alloc();
     }
-    if (!answer) m_console.raise(ExitStatus::kNo);
     m_console.endRecord();
+  }
+
+  void append(const InputPlace& leaf, const Certificate& certificate, Answers& answers) const {
+    const Verification answer =
+        verify(certificate, *m_anchors, *m_intermediates, m_question.options);
+    if (answer.reason == Reason::outOfMemory) throw std::bad_alloc();
+    if (!answer) answers.raise(ExitStatus::kNo);
+    m_json ? appendPathJson(m_question, leaf, answer, answers.out())
+           : appendPathText(m_question, leaf, answer, answers.out());
   }
 
   const Arguments& m_arguments;
@@ -222,14 +253,19 @@ class Verifier {
   std::vector<std::string> m_rootFiles;
   std::vector<Certificate> m_roots;
   std::vector<Certificate> m_issuers;
+  DirectIssuer m_isDirect{m_issuers};
   std::vector<Certificate> m_others;  // that may stand between, those and the FILEs' included
   std::vector<Item> m_items;
+  std::optional<TrustAnchors> m_anchors;
+  std::optional<CertificateSet> m_intermediates;
 };
 
 void runVerify(const Arguments& arguments, Console& console) {
+  arguments.wantBoth("--lines", "--json");
+  jobsOf(arguments);
   Verifier verifier(arguments, console);
   verifier.collect();
-  verifier.answer();
+  arguments.has("--lines") ? verifier.answerLines() : verifier.answerFiles();
 }
 
 constexpr OptionSpec kOptions[] = {
@@ -259,6 +295,10 @@ constexpr OptionSpec kOptions[] = {
      "now)"},
     {"--all-paths", "", "all ways that hold instead of the first"},
     {"--json", "", "one JSON object a line"},
+    kLinesOption,
+    kJobsOption,
+    kProgressOption,
+    kQuietOption,
 };
 
 }  // namespace

@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/file_pieces.h"
@@ -16,15 +18,6 @@
 namespace velmora::tool {
 
 namespace {
-
-// The reason, and where in the block it lies.
-StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine) {
-  StringBuffer out;
-  appendReason(failure.reason, out);
-  if (withLine && failure.line != 0) print(out, " (line ", failure.line, ')');
-  if (failure.offset) print(out, " (offset ", *failure.offset, " in the DER)");
-  return out;
-}
 
 // Tells what of one source cannot be read. Blocks in a row that fail for the same reason have one
 // line for the first and share another: of a file that is something else altogether there may be
@@ -170,20 +163,26 @@ void visitCertificates(const std::vector<std::string_view>& sources, Console& co
 
 VisitFailure failuresAsJson(const Arguments& arguments, Console& console) {
   if (!arguments.has("--json")) return {};
-  return [&](auto& place, std::string_view reason) { writeUnreadable(place, reason, console); };
+  return [&](auto& place, std::string_view reason) {
+    writeUnreadable(place, reason, console.out());
+    console.endRecord();
+  };
 }
 
 void visitFiles(const Arguments& arguments, Console& console, const Visit& visit) {
   visitCertificates(arguments.files(), console, visit, failuresAsJson(arguments, console));
 }
 
-void visitLoaded(const Arguments& arguments, Console& console,
-                 const std::function<void(VelmoraX509&, const InputCertificate&)>& visit) {
-  const auto object = VelmoraX509::createOwnedX509();
-  visitFiles(arguments, console, [&](const InputCertificate& input) {
-    loadInto(object.get(), input.der);
-    visit(*object, input);
-  });
+Visit loaded(VisitLoaded visit) {
+  const auto object = std::make_shared<RefOwner<VelmoraX509>>(VelmoraX509::createOwnedX509());
+  return [object, visit = std::move(visit)](const InputCertificate& input) {
+    loadInto(object->get(), input.der);
+    visit(**object, input);
+  };
+}
+
+void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit) {
+  visitFiles(arguments, console, loaded(visit));
 }
 
 std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console) {
@@ -220,8 +219,16 @@ void loadInto(VelmoraX509* object, std::span<const unsigned char> der) {
   throw Untreated("A certificate that cannot be loaded.");
 }
 
+StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine) {
+  StringBuffer out;
+  appendReason(failure.reason, out);
+  if (withLine && failure.line != 0) print(out, " (line ", failure.line, ')');
+  if (failure.offset) print(out, " (offset ", *failure.offset, " in the DER)");
+  return out;
+}
+
 void appendItem(const InputPlace& place, StringBuffer& out) {
-  print(out, Safe{sourceForPeople(place.source)}, ": certificate ", place.index + 1);
+  print(out, Safe{sourceForPeople(place.source)}, ": ", place.kind, ' ', place.index + 1);
 }
 
 void writePlace(const InputPlace& place, JsonLine& line) {
@@ -229,12 +236,16 @@ void writePlace(const InputPlace& place, JsonLine& line) {
   line.number("index", place.index);
 }
 
-void writeUnreadable(const InputPlace& place, std::string_view reason, Console& console) {
-  JsonLine line(console.out());
+void writeLineKey(const InputPlace& place, JsonLine& line) {
+  if (place.key) line.text("key", *place.key);
+}
+
+void writeUnreadable(const InputPlace& place, std::string_view reason, StringBuffer& out) {
+  JsonLine line(out);
   writePlace(place, line);
   line.text("error", reason);
+  writeLineKey(place, line);
   line.end();
-  console.endRecord();
 }
 
 void appendReason(std::string_view sentence, StringBuffer& out) {

@@ -15,6 +15,7 @@
 #include "tools/terminal/options.h"
 #include "velmora/certificate/certificate.h"
 #include "velmora/path/crl.h"
+#include "velmora/reading/certificate_reader.h"
 #include "velmora/x509/velmora_x509.h"
 
 namespace velmora::tool {
@@ -23,6 +24,8 @@ namespace velmora::tool {
 struct InputPlace {
   std::string_view source;  // as the user named it; "-" is standard input
   size_t index = 0;         // from 0 within the source; what could not be read counts too
+  std::string_view kind = "certificate";               // what to call it before its number
+  std::optional<std::string_view> key = std::nullopt;  // that stands before it on its line
 };
 
 /// One certificate of the input.
@@ -36,7 +39,7 @@ struct InputCertificate : InputPlace {
 struct Untreated {
   explicit Untreated(const char* sentence) noexcept : reason(sentence) {}
   explicit Untreated(const Error& error) noexcept : reason(error.message()), offset(error.offset) {}
-  std::string_view reason;            // a sentence that lives as long as the program
+  std::string_view reason;            // a sentence that lives as long as whoever catches this
   std::optional<size_t> offset = {};  // of the octet at fault in the DER
 };
 
@@ -45,6 +48,9 @@ struct Untreated {
 using Visit = std::function<void(const InputCertificate& input)>;
 /// Is told what could not be read, and why, beside the line on standard error that it has anyway.
 using VisitFailure = std::function<void(const InputPlace& place, std::string_view reason)>;
+
+/// Makes one that answers there, for a thread of its own.
+using MakeVisit = std::function<Visit(Answers& answers)>;
 
 /// Reads every source in turn and hands each certificate to `visit`. What cannot be read or is no
 /// certificate gets a line on standard error (blocks in a row with the same fault share one, behind
@@ -63,21 +69,30 @@ void visitFiles(const Arguments& arguments, Console& console, const Visit& visit
 /// that does not load, and std::bad_alloc where there is no object because memory ran out.
 void loadInto(VelmoraX509* object, std::span<const unsigned char> der);
 
+/// What gives each certificate as an object, by `visit(certificate, input)`. Not for two threads.
+using VisitLoaded = std::function<void(VelmoraX509&, const InputCertificate&)>;
+Visit loaded(VisitLoaded visit);
+
 /// As visitFiles, with `visit(certificate, input)`, which gets each as an object.
-void visitLoaded(const Arguments& arguments, Console& console,
-                 const std::function<void(VelmoraX509&, const InputCertificate&)>& visit);
+void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit);
 
 /// Reads the CRLs of the sources. Whatever is none is told as of certificates.
 std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console);
 
-/// Prints where a certificate stands, for people: "FILE: certificate 2".
+/// Prints where something stands, for people: "FILE: certificate 2".
 void appendItem(const InputPlace& place, StringBuffer& out);
 
 /// Writes the members source and index.
 void writePlace(const InputPlace& place, JsonLine& line);
 
-/// Writes the object {source, index, error}, on a line.
-void writeUnreadable(const InputPlace& place, std::string_view reason, Console& console);
+/// Writes the member key, where there is one: the last of an object, but for what is asked for.
+void writeLineKey(const InputPlace& place, JsonLine& line);
+
+/// Writes the object {source, index, error}, with the key, on a line.
+void writeUnreadable(const InputPlace& place, std::string_view reason, StringBuffer& out);
+
+/// A reason as a part of a line, and where in the block it lies.
+StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine);
 
 /// Appends the library's sentence as a part of a line: without its full stop and, unless it starts
 /// with an abbreviation, its capital letter.

@@ -104,15 +104,23 @@ void writeFindings(const PathQuestion& question, const Path& path, size_t place,
   line.endList();
 }
 
-void writePath(const PathQuestion& question, const Path& path, const VerifiedPath* verified,
-               JsonLine& line) {
+// Where a certificate of a way stood, be it that the leaf stands nowhere but on its line.
+const InputPlace* placeOf(const PathQuestion& question, const InputPlace& leaf,
+                          const Certificate& certificate, size_t place) {
+  const auto found = question.places.find(certificate);
+  if (found != question.places.end()) return &found->second;
+  return place == 0 ? &leaf : nullptr;
+}
+
+void writePath(const PathQuestion& question, const InputPlace& leaf, const Path& path,
+               const VerifiedPath* verified, JsonLine& line) {
   line.beginObject("");
   line.boolean("anchored", path.anchor.has_value());
   size_t place = 0;
   line.objects("certificates", path.certificates, [&](const Certificate& certificate) {
     line.text("subject", textOf(certificate.subject()).view());
-    const auto found = question.places.find(certificate);
-    if (found != question.places.end()) writePlace(found->second, line);
+    const InputPlace* const where = placeOf(question, leaf, certificate, place);
+    if (where != nullptr) writePlace(*where, line);
     line.word("notBefore", dateText(certificate.notBefore()));
     line.word("notAfter", dateText(certificate.notAfter()));
     writeFindings(question, path, place++, line);
@@ -159,9 +167,10 @@ void appendPathJson(const PathQuestion& question, const InputPlace& leaf,
   line.textOrNull("target", options.target.text());
   line.text("profile", kProfiles[static_cast<size_t>(options.profile)]);
   line.beginList("paths");
-  for (const VerifiedPath& each : answer.verified) writePath(question, each.path(), &each, line);
+  for (const VerifiedPath& each : answer.verified)
+    writePath(question, leaf, each.path(), &each, line);
   if (!answer && !answer.furthest.certificates.empty()) {
-    writePath(question, answer.furthest, nullptr, line);
+    writePath(question, leaf, answer.furthest, nullptr, line);
   }
   line.endList();
   line.object("used", [&] {
@@ -169,6 +178,7 @@ void appendPathJson(const PathQuestion& question, const InputPlace& leaf,
     line.number("signatures", answer.used.signatures);
     line.number("comparisons", answer.used.comparisons);
   });
+  writeLineKey(leaf, line);
   line.end();
 }
 

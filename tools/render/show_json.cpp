@@ -83,6 +83,7 @@ void showAsJson(const InputCertificate& input, bool withDer, StringBuffer& out) 
   writeRdns("subjectRdns", shown.subject, line);
   writeRdns("issuerRdns", shown.issuer, line);
   writeDepartures(departuresOf(input), false, line);
+  writeLineKey(input, line);
   if (withDer) line.base64("der", std::as_bytes(input.der));
   line.end();
 }

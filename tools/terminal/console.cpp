@@ -43,24 +43,24 @@ int writeAll(int descriptor, std::string_view text) {
 Console::Console() : m_coloured(takesColours()) {}
 
 void Console::endRecord() {
-  if (m_out.getSize() >= kRecordBuffer) flush();
+  if (out().getSize() >= kRecordBuffer) flush();
 }
 
 bool Console::flush() {
-  const bool outOfMemory = m_out.failed();
+  const bool outOfMemory = out().failed();
   write();
   if (outOfMemory) outputFailed("out of memory");
   return !m_outputFailed;
 }
 
 void Console::takeBack(size_t size) {
-  m_out.truncate(std::min(size, m_out.getSize()));
+  out().truncate(std::min(size, out().getSize()));
   write();
 }
 
 void Console::write() {
-  const int failure = m_outputFailed ? 0 : writeAll(STDOUT_FILENO, m_out.view());
-  m_out.weakClear();
+  const int failure = m_outputFailed ? 0 : writeAll(STDOUT_FILENO, out().view());
+  out().weakClear();
   if (failure != 0) outputFailed(failure == EPIPE ? nullptr : std::strerror(failure));
 }
 

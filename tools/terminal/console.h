@@ -9,20 +9,33 @@
 namespace velmora::tool {
 
 /// What the program ends with; the higher value wins over the lower one.
-enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3 };
+enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3, kInterrupted = 130 };
+
+/// What a command answers: its output, and what that means for the exit status.
+class Answers {
+ public:
+  /// What is to be written to standard output; append to it.
+  StringBuffer& out() noexcept { return m_out; }
+  void raise(ExitStatus status) noexcept {
+    if (status > m_status) m_status = status;
+  }
+  ExitStatus status() const noexcept { return m_status; }
+
+ private:
+  StringBuffer m_out;
+  ExitStatus m_status = ExitStatus::kDone;
+};
 
 /// Writes all of a text to a descriptor: 0, or the system's number of what that failed with.
 int writeAll(int descriptor, std::string_view text);
 
 /// Standard output, buffered, and standard error.
-class Console {
+class Console : public Answers {
  public:
   Console();
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  /// What is to be written to standard output; append to it.
-  StringBuffer& out() noexcept { return m_out; }
   /// Ends one record: writes the output when a good deal of it has gathered.
   void endRecord();
   /// Writes what has gathered. False when standard output cannot be written to, now or before; the
@@ -53,20 +66,13 @@ class Console {
   /// terminal, which they could drive.
   void wantBinary() const;
 
-  void raise(ExitStatus status) noexcept {
-    if (status > m_status) m_status = status;
-  }
-  ExitStatus status() const noexcept { return m_status; }
-
  private:
   void write();
   void writeError(std::string_view line);
   void outputFailed(const char* reason);
 
-  StringBuffer m_out;
   bool m_coloured;
   bool m_outputFailed = false;
-  ExitStatus m_status = ExitStatus::kDone;
 };
 
 }  // namespace velmora::tool

@@ -116,4 +116,9 @@ void Arguments::wantAtMostOneOf(std::initializer_list<std::string_view> options)
   }
 }
 
+void Arguments::wantBoth(std::string_view option, std::string_view other) const {
+  if (!has(option) || has(other)) return;
+  throw UsageError("option \"" + std::string(option) + "\" needs \"" + std::string(other) + "\"");
+}
+
 }  // namespace velmora::tool

@@ -45,6 +45,9 @@ class Arguments {
   /// Throws UsageError when more than one of the options was given.
   void wantAtMostOneOf(std::initializer_list<std::string_view> options) const;
 
+  /// Throws UsageError when the first option was given without the other.
+  void wantBoth(std::string_view option, std::string_view other) const;
+
   std::string_view operand() const noexcept { return m_operand; }
   const std::vector<std::string_view>& files() const noexcept { return m_files; }
 

@@ -1,0 +1,112 @@
+#!/usr/bin/env python3
+"""Drives "--lines" from outside: lines_test.py PROGRAM [unittest arguments]."""
+import base64
+import hashlib
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
+import json_schema
+from make_reader_data import CN, UTF8, certificate, name, tlv, to_ber
+
+PROGRAM = os.path.abspath(sys.argv.pop(1))
+EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples" / "chain"
+DATA = EXAMPLES.parent.parent / "tests" / "data" / "reader"
+LEAF = (EXAMPLES / "leaf.der").read_bytes()
+PIN = "sha256,base64,j9yJjlHYVkzYK0cLBZsoNiwE29LMzwzxAYAD1BGn4nI="
+
+
+def run(command, *arguments, lines, status):
+    done = subprocess.run([PROGRAM, command, "--lines", *arguments, "-"], input=lines, capture_output=True, timeout=120)
+    assert done.returncode == status, (done.returncode, done.stderr)
+    if "--json" in arguments:
+        json_schema.check_lines(command, done.stdout.decode())
+    return done.stdout.decode(), done.stderr.decode()
+
+
+class Lines(unittest.TestCase):
+    def test_what_a_line_may_be(self):
+        good = base64.b64encode(LEAF)
+        bundle = (DATA / "three_der.p7b").read_bytes()
+        request = base64.b64decode(b"".join((DATA / "request.pem").read_bytes().splitlines()[1:-1]))
+        cases = [  # the line, its key, and why it is no certificate
+            (good, None, None), (b"k\t" + good, "k", None), (b"\t" + good + b"\r", "", None), (b" a b \t " + good + b" ", " a b ", None),
+            (b"\xff\"\\\x1b\t" + good, "\ufffd\"\\\x1b", None), (good.rstrip(b"="), None, None),
+            (base64.b64encode(to_ber(LEAF)), None, None), (b"k\t", "k", "there is no certificate behind the key"),
+            (b"k\tx\t" + good, "k", "the line is not base64"), (good[:99], None, "an element is longer than what holds it (offset 1 in the DER)"),
+            (base64.b64encode(LEAF + b"\0"), None, f"octets that are no certificate follow (offset {len(LEAF)} in the DER)"),
+            (base64.b64encode(LEAF + LEAF), None, "the line holds more than one certificate"), (base64.b64encode(bundle), None, "the line holds more than one certificate"),
+            (base64.b64encode(request), None, "a certificate request, not a certificate"),
+            (b"-----BEGIN CERTIFICATE-----", None, "the line is of PEM, which is read without --lines"),
+        ]
+        for line, key, error in cases:
+            with self.subTest(line=line[:30], error=error):
+                out, errors = run("show", "--json", lines=b"\n \r\n" + line + b"\n\n", status=3 if error else 0)
+                answer = json.loads(out)
+                self.assertEqual((answer["index"], answer.get("key"), answer.get("error")), (2, key, error))
+                self.assertEqual(errors, f"velmora-x509: standard input: line 3: {error}\n" if error else "")
+
+    def test_each_command_answers_in_order_with_the_key(self):
+        error = '{"source":"-","index":1,"error":"the line is not base64","key":"b"}\n'
+        lines = b"a\t%s\nb\t*\n%s" % (2 * (base64.b64encode(LEAF),))  # no end of the last line
+        unsure = b"a\t" + base64.b64encode(LEAF.replace(b"\1\1\xff", b"\1\1\1", 1))
+        self.assertEqual(run("pin", lines=lines, status=3)[0], f"a\t{PIN}\nb\t{error}{PIN}\n")
+        self.assertEqual(run("match", PIN, lines=lines, status=3)[0], f"a\tyes  standard input: line 1\nb\t{error}yes  standard input: line 3\n")
+        self.assertEqual(run("match", "sha256,base64,x", lines=b"a\t" + base64.b64encode(LEAF), status=1)[0], "a\tno   standard input: line 1\n")
+        self.assertEqual(run("lint", lines=lines, status=3)[0], f"b\t{error}")
+        self.assertRegex(run("lint", lines=unsure, status=1)[0], r"\Aa\tstandard input: line 1, offset 356, basicConstraints .*\n\Z")
+        self.assertEqual([*json.loads(run("lint", "--json", lines=unsure, status=1)[0])], ["source", "index", "departures", "key"])
+        self.assertEqual([*json.loads(run("show", "--json", "--with-der", lines=unsure, status=0)[0])][-2:], ["key", "der"])
+        question = ["--json", "--roots", str(EXAMPLES / "root.pem"), "--chain", str(EXAMPLES / "intermediate.pem")]
+        answers = [json.loads(line) for line in run("verify", *question, lines=lines, status=3)[0].splitlines()]
+        self.assertEqual([each.get("verified") for each in answers], [True, None, True])
+        self.assertEqual(list(answers[0])[-1], "key")
+        self.assertEqual([(each["source"], each["index"]) for each in answers[2]["paths"][0]["certificates"][:1]], [("-", 2)])
+        self.assertIn("BER", run("verify", *question, lines=base64.b64encode(to_ber(LEAF)), status=3)[0])
+
+    def test_many_lines_keep_their_order_on_any_number_of_threads(self):
+        ders = [certificate(name((CN, tlv(UTF8, b"%d " % i + b"x" * (i * 7919 % 3000))))) for i in range(3000)]
+        lines = b"".join(b"%d\t%s\n" % (i, base64.b64encode(der) if i % 100 else b"?") for i, der in enumerate(ders))
+        outputs = [run("show", "--json", "--jobs", jobs, lines=lines, status=3) for jobs in ("1", "5")]
+        self.assertEqual(*outputs)
+        answers = [json.loads(line) for line in outputs[0][0].splitlines()]
+        expected = [(i, str(i), hashlib.sha256(der).hexdigest().upper() if i % 100 else None) for i, der in enumerate(ders)]
+        self.assertEqual([(each["index"], each["key"], each.get("sha256")) for each in answers], expected)
+        self.assertRegex(outputs[0][1], r"\A(.*line \d+01: the line is not base64\n|.*line 1: the line is not base64\n){5}.*: 25 more lines.*\n\Z")
+
+    def test_a_line_beyond_the_limit_is_passed_over(self):
+        for size, error in (((64 << 20) // 3 * 4, "neither"), ((64 << 20) // 3 * 4 + 80_000, "larger than 64 MiB")):
+            with self.subTest(size):
+                out, _ = run("show", "--json", lines=b"k\t" + b"A" * size + b"\nl\t" + base64.b64encode(LEAF), status=3)
+                first, second = map(json.loads, out.splitlines())
+                self.assertEqual((first["key"], second["index"], second["key"]), ("k", 1, "l"))
+                self.assertIn(error, first["error"])
+
+    def test_a_pipe_is_answered_at_once_and_ctrl_c_ends_in_order(self):
+        for jobs in ("1", "3"):
+            with subprocess.Popen([PROGRAM, "show", "--json", "--lines", "--jobs", jobs, "--progress", "-"], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE) as program:
+                for i in range(20):
+                    program.stdin.write(base64.b64encode(LEAF) + b"\n")
+                    program.stdin.flush()
+                    self.assertEqual(json.loads(program.stdout.readline())["index"], i)
+                program.stdin.write(b"half of a li")
+                program.stdin.flush()
+                program.send_signal(signal.SIGINT)
+                self.assertEqual((program.wait(60), program.stdout.read()), (130, b""))
+                self.assertRegex(program.stderr.read(), rb"\Avelmora-x509: 20 certificates, 0 errors, [\d,]+/s, \d+ s\n\Z")
+
+    def test_quiet_is_quiet_and_a_missing_file_is_told(self):
+        self.assertEqual(run("pin", "--quiet", lines=b"?", status=3)[1], "")
+        out, errors = run("show", "--json", "/absent", "-", lines=base64.b64encode(LEAF), status=3)[:2]
+        self.assertEqual([json.loads(line).get("error") for line in out.splitlines()], ["No such file or directory", None])
+        self.assertEqual(errors, "velmora-x509: /absent: No such file or directory\n")
+
+
+if __name__ == "__main__":
+    unittest.main()
