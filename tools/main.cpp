@@ -4,6 +4,7 @@
 #include <csignal>
 #include <new>
 
+#include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 
 namespace velmora::tool {
@@ -17,11 +18,12 @@ constexpr const Command* kCommands[] = {
 
 constexpr std::string_view kAboutInput =
     "\n"
-    "FILE, or - for standard input, holds certificates as DER, PEM, PKCS #7 (p7b),\n"
-    "bare base64 or ASN.1 XML; the content tells which. All certificates of a file\n"
-    "are treated, in order. What cannot be read or is no certificate has a line on\n"
-    "standard error, blocks in a row with the same fault one behind the first, and\n"
-    "stops nothing.\n"
+    "FILE, or - for standard input, which is also read when it is a pipe or a file\n"
+    "and no FILE is given, holds certificates as DER, PEM, PKCS #7 (p7b), bare base64\n"
+    "or ASN.1 XML; the content tells which. All certificates of a file are treated,\n"
+    "in order. What cannot be read or is no certificate has a line on standard error,\n"
+    "blocks in a row with the same fault one behind the first, and stops nothing.\n"
+    "Keys, requests and CRLs beside certificates are noted in one line and no fault.\n"
     "\n"
     "Control characters, bidirectional controls and bytes that are not UTF-8 are\n"
     "printed as \\xHH or \\u{HHHH}, a backslash as \\\\; in XML, JSON and RFC 4514 text,\n"
@@ -54,22 +56,30 @@ void appendHelpRow(std::string_view name, std::string_view value, std::string_vi
 }
 
 void appendHelp(StringBuffer& out) {
-  print(out, "Usage: velmora-x509 [COMMAND] [OPTION]... FILE...\n\nCommands:\n");
+  print(out, "Usage: velmora-x509 [COMMAND] [OPTION]... [FILE]...\n\nCommands:\n");
   for (const Command* command : kCommands) appendHelpRow(command->name, "", command->summary, out);
   print(out, "\nOptions:\n");
-  appendHelpRow("--help", "", "this text; behind a command, the command's own", out);
-  appendHelpRow("--version", "", "the program's version", out);
+  appendHelpRow("help, -h, --help", "",
+                "this text; help COMMAND, or COMMAND --help, the command's own", out);
+  appendHelpRow("version, -V", "", "the program's version; also --version", out);
   print(out, kAboutInput);
+}
+
+bool hasOption(const Command& command, std::string_view name) {
+  return std::any_of(command.options.begin(), command.options.end(),
+                     [&](const OptionSpec& option) { return option.name == name; });
 }
 
 void appendCommandHelp(const Command& command, StringBuffer& out) {
   print(out, "Usage: velmora-x509 ", command.name, " [OPTION]... ", command.operand,
-        command.operand.empty() ? "FILE...\n\n" : " FILE...\n\n", command.summary,
+        command.operand.empty() ? "[FILE]...\n\n" : " [FILE]...\n\n", command.summary,
         "\n\nOptions:\n");
   for (const OptionSpec& option : command.options) {
     appendHelpRow(option.name, option.value, option.help, out);
   }
-  print(out, command.details.empty() ? "" : "\n", command.details, kAboutInput);
+  print(out, command.details.empty() ? "" : "\n", command.details);
+  if (hasOption(command, kLinesOption.name)) print(out, "\n", kAboutLines);
+  out.append(kAboutInput);
 }
 
 const Command* commandNamed(std::string_view name) {
@@ -78,13 +88,17 @@ const Command* commandNamed(std::string_view name) {
   return found == std::end(kCommands) ? nullptr : *found;
 }
 
+std::vector<std::string_view> commandNames() {
+  std::vector<std::string_view> names = {"help", "version"};
+  for (const Command* command : kCommands) names.push_back(command->name);
+  return names;
+}
+
 // Refuses a word that names neither a command nor a file and most likely means a command.
 void refuseMistyped(const char* word) {
   struct stat status;
   if (::stat(word, &status) == 0) return;
-  std::vector<std::string_view> names;
-  for (const Command* command : kCommands) names.push_back(command->name);
-  const std::string meant = didYouMean(word, names);
+  const std::string meant = didYouMean(word, commandNames());
   if (!meant.empty()) throw UsageError("no command or file \"" + std::string(word) + "\"" + meant);
 }
 
@@ -98,12 +112,31 @@ void runCommand(const Command& command, std::span<char* const> words, Console& c
   command.run(arguments, console);
 }
 
+bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The help of the command that is asked for, or of all.
+void help(std::span<char* const> words, StringBuffer& out) {
+  if (words.empty()) return appendHelp(out);
+  const Command* const command = commandNamed(words[0]);
+  if (command != nullptr) return appendCommandHelp(*command, out);
+  throw UsageError("no command \"" + std::string(words[0]) + "\"" +
+                   didYouMean(words[0], commandNames()));
+}
+
 // `command` becomes the one that the words name, as soon as it is known.
 void run(std::span<char* const> words, Console& console, const Command*& command) {
-  if (words.empty()) throw UsageError("neither a command nor a FILE given");
+  if (words.empty()) {
+    if (!isInputGiven()) throw UsageError("neither a command nor a FILE given");
+    command = &kShowCommand;
+    return runCommand(*command, words, console);
+  }
   const std::string_view first = words[0];
-  if (first == "--help" || first == "-h") return appendHelp(console.out());
-  if (first == "--version") return print(console.out(), "velmora-x509 " VELMORA_VERSION "\n");
+  if (isOneOf(first, {"help", "--help", "-h"})) return help(words.subspan(1), console.out());
+  if (isOneOf(first, {"version", "--version", "-V"})) {
+    return print(console.out(), "velmora-x509 " VELMORA_VERSION "\n");
+  }
   command = commandNamed(first);
   if (command != nullptr) return runCommand(*command, words.subspan(1), console);
   refuseMistyped(words[0]);

@@ -15,6 +15,7 @@
 #include "tools/bulk/interrupt.h"
 #include "tools/bulk/line_batches.h"
 #include "tools/bulk/progress.h"
+#include "tools/reading/key_shell.h"
 #include "velmora/reading/reading.h"
 #include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/text/ascii.h"
@@ -39,17 +40,16 @@ constexpr const char* kNothing = "There is no certificate behind the key.";
 class LineReading final : public TypedCertificateSink {
  public:
   // Where to put why there is none; the text outlives what is thrown.
-  explicit LineReading(StringBuffer& failure) noexcept : m_failure(failure) {}
+  LineReading(Takes takes, StringBuffer& failure) noexcept : m_takes(takes), m_failure(failure) {}
 
   void typedCertificate(const CertificatePlace&, Bytes octets, const Certificate& certificate,
                         std::optional<uint32_t> berAt) override {
-    if (m_certificate) throw Untreated(kSeveral);
-    m_certificate = certificate;
-    m_octets.assign(octets.begin(), octets.end());
-    m_berAt = berAt;
+    take(certificate, octets, berAt);
   }
 
   void failure(const CertificatePlace&, const CertificateFailure& failure) override {
+    const auto shell = m_takes == Takes::kKeys ? certificateAround(failure) : std::nullopt;
+    if (shell) return take(*shell, shell->der(), std::nullopt);
     if (m_failure.isEmpty()) m_failure.append(reasonAndPlace(failure, true));
     whole(m_failure);
   }
@@ -61,6 +61,14 @@ class LineReading final : public TypedCertificateSink {
   }
 
  private:
+  void take(const Certificate& certificate, Bytes octets, std::optional<uint32_t> berAt) {
+    if (m_certificate) throw Untreated(kSeveral);
+    m_certificate = certificate;
+    m_octets.assign(octets.begin(), octets.end());
+    m_berAt = berAt;
+  }
+
+  Takes m_takes;
   std::optional<Certificate> m_certificate;
   Octets m_octets;
   std::optional<uint32_t> m_berAt;
@@ -70,7 +78,8 @@ class LineReading final : public TypedCertificateSink {
 // Does a command's work on batches, in one thread.
 class LineWorker {
  public:
-  LineWorker(bool isJson, const MakeVisit& make) : m_isJson(isJson), m_visit(make(m_answers)) {}
+  LineWorker(bool isJson, const MakeVisit& make, Takes takes)
+      : m_isJson(isJson), m_takes(takes), m_visit(make(m_answers)) {}
   LineWorker(const LineWorker&) = delete;
   LineWorker& operator=(const LineWorker&) = delete;
 
@@ -112,7 +121,7 @@ class LineWorker {
     const Result<Certificate> certificate = Certificate::parseBytes(der);
     if (certificate) return m_visit({place, octetsOf(der), *certificate, std::nullopt});
     m_failure.clear();
-    LineReading reading(m_failure);
+    LineReading reading(m_takes, m_failure);
     CertificateReader reader(reading);
     reader.feed(octetsOf(der));
     reader.finish();
@@ -155,6 +164,7 @@ class LineWorker {
   }
 
   bool m_isJson;
+  Takes m_takes;
   Answers m_answers;  // of one line
   Visit m_visit;
   Octets m_octets;
@@ -198,14 +208,15 @@ std::optional<uint64_t> sizeOf(const std::vector<std::string_view>& sources) {
 
 class LinesRun {
  public:
-  LinesRun(const Arguments& arguments, size_t jobs, Console& console, const MakeVisit& make)
+  LinesRun(const Arguments& arguments, size_t jobs, Console& console, const MakeVisit& make,
+           Takes takes)
       : m_arguments(arguments),
         m_isJson(arguments.has("--json")),
         m_isQuiet(arguments.has("--quiet")),
         m_console(console),
         m_progress(arguments, console, sizeOf(arguments.files())) {
     for (size_t i = 0; i < jobs; ++i) {
-      m_workers.push_back(std::make_unique<LineWorker>(m_isJson, make));
+      m_workers.push_back(std::make_unique<LineWorker>(m_isJson, make, takes));
     }
   }
 
@@ -290,10 +301,11 @@ size_t jobsOf(const Arguments& arguments) {
   return jobs;
 }
 
-void visitFilesOrLines(const Arguments& arguments, Console& console, const MakeVisit& make) {
+void visitFilesOrLines(const Arguments& arguments, Console& console, const MakeVisit& make,
+                       Takes takes) {
   const size_t jobs = jobsOf(arguments);
-  if (!arguments.has("--lines")) return visitFiles(arguments, console, make(console));
-  LinesRun(arguments, jobs, console, make).run();
+  if (!arguments.has("--lines")) return visitFiles(arguments, console, make(console), takes);
+  LinesRun(arguments, jobs, console, make, takes).run();
 }
 
 }  // namespace velmora::tool

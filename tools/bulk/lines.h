@@ -31,6 +31,7 @@ size_t jobsOf(const Arguments& arguments);
 /// then called once for each thread, and what it gave is called by that thread alone. With "--json"
 /// an answer has its key by writeLineKey; in front of every other line the key is put here, and a
 /// tab. Throws UsageError.
-void visitFilesOrLines(const Arguments& arguments, Console& console, const MakeVisit& make);
+void visitFilesOrLines(const Arguments& arguments, Console& console, const MakeVisit& make,
+                       Takes takes = Takes::kCertificates);
 
 }  // namespace velmora::tool

@@ -15,36 +15,46 @@ void printOctets(const Arguments& arguments, Console& console) {
       arguments.has("--ocsp") ? &VelmoraX509::get_PublicKeyForOCSP : &VelmoraX509::get_PublicKey;
   LogNull log;
   DataBuffer octets;
-  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
-    const bool read = (certificate.*get)(octets, log);
-    whole(octets);
-    if (!read) throw Untreated(kUnreadable);
-    console.out().append(octets);
-  });
+  visitLoaded(
+      arguments, console,
+      [&](VelmoraX509& certificate, auto&) {
+        const bool read = (certificate.*get)(octets, log);
+        whole(octets);
+        if (!read) throw Untreated(kUnreadable);
+        console.out().append(octets);
+      },
+      Takes::kKeys);
 }
 
 void printText(const Arguments& arguments, Console& console) {
   const bool isXml = arguments.has("--xml");
   LogNull log;
-  visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
-    StringBuffer text;
-    const bool read =
-        isXml ? certificate.get_PublicKeyXml(text, log) : certificate.getVelmoraKeyId64(text, log);
-    whole(text);
-    if (!read && isXml) throw Untreated(kUnreadable);
-    if (!read) throw Untreated("The public key is of a kind that is not supported, or damaged.");
-    isXml ? appendIndentedXml(text.view(), console.out()) : print(console.out(), text);
-    console.out().appendChar('\n');
-  });
+  visitLoaded(
+      arguments, console,
+      [&](VelmoraX509& certificate, auto&) {
+        StringBuffer text;
+        const bool read = isXml ? certificate.get_PublicKeyXml(text, log)
+                                : certificate.getVelmoraKeyId64(text, log);
+        whole(text);
+        if (!read && isXml) throw Untreated(kUnreadable);
+        if (!read)
+          throw Untreated("The public key is of a kind that is not supported, or damaged.");
+        isXml ? appendIndentedXml(text.view(), console.out()) : print(console.out(), text);
+        console.out().appendChar('\n');
+      },
+      Takes::kKeys);
 }
 
 void runKey(const Arguments& arguments, Console& console) {
   arguments.wantAtMostOneOf({"--pem", "--der", "--ocsp", "--xml", "--id"});
   if (arguments.has("--der") || arguments.has("--ocsp")) return printOctets(arguments, console);
   if (arguments.has("--xml") || arguments.has("--id")) return printText(arguments, console);
-  visitFiles(arguments, console, [&](const InputCertificate& input) {
-    appendPem("PUBLIC KEY", octetsOf(input.certificate.parts().spki), console.out());
-  });
+  visitFiles(
+      arguments, console,
+      [&](const InputCertificate& input) {
+        appendPem("PUBLIC KEY", octetsOf(input.certificate.parts().spki), console.out());
+      },
+      Takes::kKeys);
 }
 
 constexpr OptionSpec kOptions[] = {
@@ -59,7 +69,8 @@ constexpr OptionSpec kOptions[] = {
 
 }  // namespace
 
-const Command kKeyCommand = {"key", "print the public key of each certificate", "", kOptions,
-                             runKey};
+const Command kKeyCommand = {
+    "key", "print the public key of each certificate",
+    "Public keys (PUBLIC KEY, RSA PUBLIC KEY) and requests are taken too.\n", kOptions, runKey};
 
 }  // namespace velmora::tool

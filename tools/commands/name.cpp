@@ -111,8 +111,9 @@ void runName(const Arguments& arguments, Console& console) {
   checkOptions(arguments);
   if (arguments.has("--json") || arguments.has("--rfc4514")) return printWhole(arguments, console);
   int style = 0;
-  if (!parseNumber(arguments.value("--style").value_or("0"), style)) {
-    throw UsageError("option \"--style\" needs a whole number");
+  const bool isNumber = parseNumber(arguments.value("--style").value_or("0"), style);
+  if (!isNumber || !((style >= 0 && style <= 6) || style == 22)) {
+    throw UsageError("option \"--style\" takes 0 to 6 or 22");
   }
   const auto keywords = arguments.value("--keywords");
   if (keywords && !areKeywords(*keywords)) {

@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+#include "tools/reading/failures.h"
+#include "tools/reading/key_shell.h"
 #include "velmora/reading/certificate_reader.h"
 #include "velmora/reading/file_pieces.h"
 #include "velmora/reading/reading.h"
@@ -19,116 +21,54 @@ namespace velmora::tool {
 
 namespace {
 
-// Tells what of one source cannot be read. Blocks in a row that fail for the same reason have one
-// line for the first and share another: of a file that is something else altogether there may be
-// millions.
-class Failures {
- public:
-  Failures(std::string_view source, const VisitFailure& visitFailure, Console& console)
-      : m_source(source), m_visit(visitFailure), m_console(console) {}
-
-  void add(const CertificatePlace& place, const CertificateFailure& failure) {
-    if (m_visit) m_visit({m_source, place.index}, reasonAndPlace(failure, true).view());
-    if (!m_going || failure.reason != m_reason || place.label != m_label) {
-      endRun();
-      m_going = true;
-      m_reason = failure.reason;
-      m_label = place.label;
-      return complain(lineOf(place, failure));
-    }
-    m_last = {place.index, {}, place.line};
-    if (m_count++ != 0) return;
-    m_first = m_last;
-    m_second = lineOf(place, failure);
-  }
-
-  // The source as a whole.
-  void addSystemError(size_t index, int error) {
-    endRun();
-    const char* reason = std::strerror(error);
-    if (m_visit) m_visit({m_source, index}, reason);
-    m_console.complain(sourceForPeople(m_source), reason);
-  }
-
-  // Writes what is held back while blocks fail for the same reason.
-  void endRun() {
-    if (m_count == 1) complain(m_second);
-    if (m_count > 1) complain(lineOfRun());
-    m_going = false;
-    m_count = 0;
-  }
-
- private:
-  StringBuffer lineOf(const CertificatePlace& place, const CertificateFailure& failure) const {
-    StringBuffer line;
-    print(line, ": block ", place.index + 1);
-    if (!place.label.empty() && place.line != 0) {
-      print(line, " (\"", Safe{place.label}, "\", line ", place.line, ')');
-    } else if (place.line != 0) {
-      print(line, " (line ", place.line, ')');
-    }
-    const bool isElsewhere = failure.line != place.line;
-    print(line, ": ", Safe{reasonAndPlace(failure, isElsewhere).view()});
-    return line;
-  }
-
-  // ": blocks 2 to 9 (lines 4 to 40): the reason"
-  StringBuffer lineOfRun() const {
-    StringBuffer line;
-    print(line, ": blocks ", m_first.index + 1, " to ", m_last.index + 1);
-    if (m_first.line != 0) print(line, " (lines ", m_first.line, " to ", m_last.line, ')');
-    print(line, ": ", Safe{reasonAndPlace({m_reason}, false).view()});
-    return line;
-  }
-
-  // `what` is safe to print.
-  void complain(const StringBuffer& what) {
-    m_console.error(Safe{sourceForPeople(m_source)}, what);
-    m_console.raise(ExitStatus::kUnreadable);
-  }
-
-  std::string_view m_source;
-  const VisitFailure& m_visit;
-  Console& m_console;
-  bool m_going = false;
-  std::string m_reason;
-  std::string m_label;
-  size_t m_count = 0;  // of those behind the first
-  CertificatePlace m_first;
-  CertificatePlace m_last;
-  StringBuffer m_second;
-};
-
 // Hands what the reader finds in one source to the visitor, and failures to those who tell them.
 class SourceSink final : public TypedCertificateSink {
  public:
-  SourceSink(std::string_view source, const Visit& visit, Failures& failures, Console& console)
-      : m_source(source), m_visit(visit), m_failures(failures), m_console(console) {}
+  SourceSink(std::string_view source, const Visit& visit, Takes takes, Failures& failures,
+             Console& console)
+      : m_source(source),
+        m_visit(visit),
+        m_takes(takes),
+        m_failures(failures),
+        m_console(console) {}
 
   // A certificate for which memory runs out leaves no half of its record behind.
   void typedCertificate(const CertificatePlace& place, Bytes octets, const Certificate& certificate,
                         std::optional<uint32_t> berAt) override {
+    m_failures.certificate();
+    visit({{m_source, place.index}, octetsOf(octets), certificate, berAt}, place);
+  }
+
+  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
+    const auto shell = m_takes == Takes::kKeys ? certificateAround(failure) : std::nullopt;
+    if (!shell) return m_failures.add(place, failure);
+    const bool isRequest = failure.found == Found::request;
+    visit({{m_source, place.index, isRequest ? "request" : "public key"},
+           octetsOf(shell->der()),
+           *shell,
+           std::nullopt},
+          place);
+  }
+
+ private:
+  void visit(const InputCertificate& input, const CertificatePlace& place) {
     const size_t start = m_console.out().getSize();
     try {
-      m_visit({{m_source, place.index}, octetsOf(octets), certificate, berAt});
+      m_visit(input);
       whole(m_console.out());
       m_failures.endRun();
       m_console.endRecord();
     } catch (const Untreated& untreated) {
-      m_failures.add(place, {untreated.reason, untreated.offset});
+      m_failures.add(place, {untreated.reason, untreated.offset, 0, ErrorCode::malformedField});
     } catch (const std::bad_alloc&) {
       m_console.takeBack(start);
       m_failures.add(place, {kMemoryRanOut});
     }
   }
 
-  void failure(const CertificatePlace& place, const CertificateFailure& failure) override {
-    m_failures.add(place, failure);
-  }
-
- private:
   std::string_view m_source;
   const Visit& m_visit;
+  Takes m_takes;
   Failures& m_failures;
   Console& m_console;
 };
@@ -140,10 +80,10 @@ int readSource(std::string_view source, const TakePiece& take) {
 }  // namespace
 
 void visitCertificates(const std::vector<std::string_view>& sources, Console& console,
-                       const Visit& visit, const VisitFailure& visitFailure) {
+                       const Visit& visit, const VisitFailure& visitFailure, Takes takes) {
   for (const std::string_view source : sources) {
     Failures failures(source, visitFailure, console);
-    SourceSink sink(source, visit, failures, console);
+    SourceSink sink(source, visit, takes, failures, console);
     CertificateReader reader(sink);
     const int error = readSource(source, [&](auto piece) {
       const bool wantsMore = reader.feed(piece);
@@ -156,7 +96,7 @@ void visitCertificates(const std::vector<std::string_view>& sources, Console& co
     } else if (console.flush()) {
       reader.finish();
     }
-    failures.endRun();
+    failures.end();
     if (!console.flush()) return;
   }
 }
@@ -169,8 +109,8 @@ VisitFailure failuresAsJson(const Arguments& arguments, Console& console) {
   };
 }
 
-void visitFiles(const Arguments& arguments, Console& console, const Visit& visit) {
-  visitCertificates(arguments.files(), console, visit, failuresAsJson(arguments, console));
+void visitFiles(const Arguments& arguments, Console& console, const Visit& visit, Takes takes) {
+  visitCertificates(arguments.files(), console, visit, failuresAsJson(arguments, console), takes);
 }
 
 Visit loaded(VisitLoaded visit) {
@@ -181,8 +121,9 @@ Visit loaded(VisitLoaded visit) {
   };
 }
 
-void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit) {
-  visitFiles(arguments, console, loaded(visit));
+void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit,
+                 Takes takes) {
+  visitFiles(arguments, console, loaded(visit), takes);
 }
 
 std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console) {
@@ -204,9 +145,10 @@ std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console&
     for (const CrlFailure& each : reading.failures) {
       const bool isText = each.error.code == ErrorCode::malformedText || each.error.isAbsent();
       const auto offset = isText ? std::nullopt : std::optional<size_t>(each.error.offset);
-      failures.add({each.index, {}, each.line}, {each.reason, offset, each.faultLine});
+      failures.add({each.index, {}, each.line},
+                   {each.reason, offset, each.faultLine, each.error.code});
     }
-    failures.endRun();
+    failures.end();
   }
   return crls;
 }

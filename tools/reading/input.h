@@ -52,18 +52,25 @@ using VisitFailure = std::function<void(const InputPlace& place, std::string_vie
 /// Makes one that answers there, for a thread of its own.
 using MakeVisit = std::function<Visit(Answers& answers)>;
 
+/// What a command takes: certificates alone, or public keys and requests too, each as a certificate
+/// around its key (reading/key_shell.h) of another kind.
+enum class Takes { kCertificates, kKeys };
+
 /// Reads every source in turn and hands each certificate to `visit`. What cannot be read or is no
 /// certificate gets a line on standard error (blocks in a row with the same fault share one, behind
 /// the first), goes to `visitFailure`, if there is one, raises the exit status to kUnreadable and
-/// stops nothing. Stops early only when standard output cannot be written to.
+/// stops nothing. Keys, requests and CRLs in a source that has certificates too share one line and
+/// raise nothing. Stops early only when standard output cannot be written to.
 void visitCertificates(const std::vector<std::string_view>& sources, Console& console,
-                       const Visit& visit, const VisitFailure& visitFailure = {});
+                       const Visit& visit, const VisitFailure& visitFailure = {},
+                       Takes takes = Takes::kCertificates);
 
 /// With the option "--json", what writes an object {source, index, error}; else nothing.
 VisitFailure failuresAsJson(const Arguments& arguments, Console& console);
 
 /// Visits the files of a command, failures as JSON where that is asked for.
-void visitFiles(const Arguments& arguments, Console& console, const Visit& visit);
+void visitFiles(const Arguments& arguments, Console& console, const Visit& visit,
+                Takes takes = Takes::kCertificates);
 
 /// Loads the certificate into an object, which may have held another one. Throws Untreated for one
 /// that does not load, and std::bad_alloc where there is no object because memory ran out.
@@ -74,7 +81,8 @@ using VisitLoaded = std::function<void(VelmoraX509&, const InputCertificate&)>;
 Visit loaded(VisitLoaded visit);
 
 /// As visitFiles, with `visit(certificate, input)`, which gets each as an object.
-void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit);
+void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit,
+                 Takes takes = Takes::kCertificates);
 
 /// Reads the CRLs of the sources. Whatever is none is told as of certificates.
 std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console);

@@ -1,5 +1,8 @@
 #include "tools/terminal/options.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace velmora::tool {
@@ -52,6 +55,12 @@ std::string didYouMean(std::string_view word, const std::vector<std::string_view
   return "; did you mean \"" + std::string(nearest) + "\"?";
 }
 
+bool isInputGiven() noexcept {
+  struct stat status = {};
+  if (::fstat(STDIN_FILENO, &status) != 0) return false;
+  return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISREG(status.st_mode);
+}
+
 Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
                      std::string_view operand) {
   bool optionsEnded = false;
@@ -86,7 +95,9 @@ Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> s
     m_operand = m_files.front();
     m_files.erase(m_files.begin());
   }
-  if (m_files.empty()) throw UsageError("no FILE given; - is standard input");
+  if (!m_files.empty()) return;
+  if (!isInputGiven()) throw UsageError("no FILE given, and nothing piped into standard input");
+  m_files.push_back("-");
 }
 
 std::optional<std::string_view> Arguments::value(std::string_view option) const {

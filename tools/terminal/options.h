@@ -33,7 +33,8 @@ class Arguments {
   /// Options may stand before, between and behind files, as "--name value" or "--name=value"; "--"
   /// ends them, and "-" is a file. With an `operand`, which is what to call it, the first of them
   /// is no file but what the command works with. Throws UsageError for an option that is not in
-  /// `specs`, a value that is missing or too much, an option given twice, and without any file.
+  /// `specs`, a value that is missing or too much, an option given twice, and without any file
+  /// unless isInputGiven, which is the file then.
   Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
             std::string_view operand);
 
@@ -65,6 +66,10 @@ bool parseNumber(std::string_view text, Number& number) {
   const auto result = std::from_chars(text.data(), end, number);
   return result.ec == std::errc() && result.ptr == end;
 }
+
+/// Whether something was piped or redirected into standard input. What a device gives, be it a
+/// terminal or /dev/null, nobody meant.
+bool isInputGiven() noexcept;
 
 /// "; did you mean "show"?", of the candidate that a mistyped word most likely means; empty when
 /// none is near.

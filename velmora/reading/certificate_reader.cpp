@@ -399,7 +399,7 @@ void CertificateReader::readElement(const Asn1Element& element) {
     case DerKind::kPkcs7:
       return readBundle(element);
     default:
-      return failAs(foundOf(shape.kind), shape.text, shape.offset);
+      return failAs(shape, octets);
   }
 }
 
@@ -457,6 +457,15 @@ void CertificateReader::give(std::span<const unsigned char> der, const Result<Ce
 void CertificateReader::fail(const CertificateFailure& failure) {
   m_sink.failure(m_place, failure);
   ++m_place.index;
+}
+
+// Hands out the octets of what holds a public key, and never those of a secret.
+void CertificateReader::failAs(const DerShape& shape, std::span<const unsigned char> octets) {
+  const Found found = foundOf(shape.kind);
+  const bool holdsKey = found == Found::publicKey || found == Found::request;
+  const bool isAsn1 = found != Found::notAsn1;
+  fail({shape.text, shape.offset, 0, isAsn1 ? ErrorCode::notACertificate : ErrorCode::notAsn1,
+        found, holdsKey ? octets : std::span<const unsigned char>()});
 }
 
 // Refuses the input as a whole and holds nothing of it any more.

@@ -21,6 +21,7 @@
 namespace velmora {
 
 class ClsXml;
+struct DerShape;
 
 /// Where in its input something was found. The label is valid during the call that brings it.
 struct CertificatePlace {
@@ -37,6 +38,8 @@ struct CertificateFailure {
   size_t line = 0;                    // at fault in PEM, from 1; 0 where unknown
   ErrorCode code = ErrorCode::notAsn1;
   Found found = Found::notAsn1;  // with notACertificate: what it is instead
+  /// With a public key or a request, its octets, valid during the call.
+  std::span<const unsigned char> octets = {};
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
@@ -135,6 +138,7 @@ class CertificateReader {
     const bool isAsn1 = found != Found::notAsn1;
     fail({reason, offset, 0, isAsn1 ? ErrorCode::notACertificate : ErrorCode::notAsn1, found});
   }
+  void failAs(const DerShape& shape, std::span<const unsigned char> octets);
   void failAtFault(const Asn1Fault& fault) { fail(fault.reason, fault.offset); }
   void stop(const CertificateFailure& failure);
 
