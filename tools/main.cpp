@@ -13,8 +13,9 @@ namespace {
 
 // In the order of the help. A new command is one line here and a file of its own.
 constexpr const Command* kCommands[] = {
-    &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kNameCommand, &kExtCommand,   &kKeyCommand,
-    &kPinCommand,  &kMatchCommand,  &kExpiresCommand, &kLintCommand, &kSplitCommand, &kAsn1Command};
+    &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kTreeCommand, &kDiffCommand,
+    &kNameCommand, &kExtCommand,    &kKeyCommand,     &kPinCommand,  &kMatchCommand,
+    &kLintCommand, &kSplitCommand,  &kExpiresCommand, &kAsn1Command};
 
 constexpr std::string_view kAboutInput =
     "\n"
@@ -73,7 +74,7 @@ bool hasOption(const Command& command, std::string_view name) {
 void appendCommandHelp(const Command& command, StringBuffer& out) {
   print(out, "Usage: velmora-x509 ", command.name, " [OPTION]... ", command.operand,
         command.operand.empty() ? "[FILE]...\n\n" : " [FILE]...\n\n", command.summary,
-        "\n\nOptions:\n");
+        command.options.empty() ? "\n" : "\n\nOptions:\n");
   for (const OptionSpec& option : command.options) {
     appendHelpRow(option.name, option.value, option.help, out);
   }

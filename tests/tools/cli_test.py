@@ -2,15 +2,20 @@
 """Drives the program from outside: cli_test.py PROGRAM [unittest arguments]."""
 import base64
 import contextlib
+import fcntl
 import hashlib
 import json
 import os
 import pathlib
 import re
+import pty
 import resource
+import shutil
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
@@ -76,26 +81,59 @@ class Inputs(unittest.TestCase):
             self.assertEqual(run("show", "--json", "-", stdin=listed.encode("utf-16")), (0, expected, ""))
 
     def test_what_is_no_certificate(self):
+        give, take = "give the certificate that goes with it", "key, pin and match take it"
         cases = {
-            "key_pkcs1.pem": "a private key (PKCS #1), not a certificate",
-            "key_pkcs8.pem": "a private key (PKCS #8), not a certificate",
-            "key_ed25519.der": "a private key (PKCS #8), not a certificate",
-            "key_sec1.der": "a private key (SEC 1), not a certificate",
-            "key_encrypted.pem": "an encrypted private key (PKCS #8), not a certificate",
-            "key_legacy_encrypted.pem": "an encrypted private key, not a certificate",
-            "public.pem": "a public key, not a certificate",
-            "public_pkcs1.pem": "a public key (PKCS #1), not a certificate",
-            "request.pem": "a certificate request, not a certificate",
-            "crl.pem": "a certificate revocation list, not a certificate",
-            "store.p12": "a PKCS #12 store, which may be encrypted, not a certificate",
+            "key_pkcs1.pem": ("a private key (PKCS #1), not a certificate", give),
+            "key_pkcs8.pem": ("a private key (PKCS #8), not a certificate", give),
+            "key_ed25519.der": ("a private key (PKCS #8), not a certificate", give),
+            "key_sec1.der": ("a private key (SEC 1), not a certificate", give),
+            "key_encrypted.pem": ("an encrypted private key (PKCS #8), not a certificate", give),
+            "key_legacy_encrypted.pem": ("an encrypted private key, not a certificate", give),
+            "public.pem": ("a public key, not a certificate", take),
+            "public_pkcs1.pem": ("a public key (PKCS #1), not a certificate", take),
+            "request.pem": ("a certificate request, not a certificate", take),
+            "crl.pem": ("a certificate revocation list, not a certificate", "verify takes it behind --crl"),
+            "store.p12": ("a PKCS #12 store, which may be encrypted, not a certificate", "openssl pkcs12 -nokeys takes the certificates out of it"),
         }
-        for name, reason in cases.items():
+        for name, (reason, advice) in cases.items():
             with self.subTest(name):
                 status, out, errors = run("show", "--json", data(name))
                 self.assertEqual(status, 3)
                 self.assertEqual(json_lines(out), [{"source": data(name), "index": 0, "error": reason}])
                 self.assertRegex(errors, "^velmora-x509: " + re.escape(data(name)) + ": block 1[^\n]*: "
-                                 + re.escape(reason) + "\n$")
+                                 + re.escape(f"{reason}; {advice}") + "\n$")
+                # Beside a certificate it is noted and no fault, but for a store.
+                content = (DATA / name).read_bytes()
+                beside = (DATA / "three.pem").read_bytes() + content if name.endswith("pem") else (DATA / "three_0.der").read_bytes() + content
+                note = "velmora-x509: standard input: passed over beside the certificates: block "
+                status, out, errors = run("show", "--json", "-", stdin=beside)
+                self.assertEqual((status, errors.startswith(note), json_lines(out)[-1]["error"]), (3, False, reason) if "p12" in name else (0, True, reason))
+                self.assertEqual(len(errors.splitlines()), 1)
+
+    def test_what_stands_beside_certificates_shares_a_line(self):
+        key, request, leaf = ((DATA / name).read_text() for name in ("key_pkcs8.pem", "request.pem", "three.pem"))
+        line = 'velmora-x509: standard input: passed over beside the certificates: block 1 ("PRIVATE KEY", line 1): a private key (PKCS #8), not a certificate'
+        for content, expected in [(key + leaf, (0, line + "\n")), (key + leaf + request + key, (0, line + ", and 2 more\n"))]:
+            status, out, errors = run("name", stdin=content.encode())
+            self.assertEqual((status, errors, out.splitlines()), (*expected, THREE))
+        status, _, errors = run("name", stdin=(key * 1500 + leaf).encode())  # too many to wait for a certificate
+        self.assertEqual((status, len(errors.splitlines()) < 300), (3, True))
+        self.assertEqual(run("verify", "--roots", data("three.pem"), "--chain", "-", data("three.pem"), stdin=(key + leaf).encode())[2], line + "\n")
+
+    @unittest.skipUnless(shutil.which("openssl"), "openssl serves the certificates and is not installed")
+    def test_pasted_output_of_s_client(self):
+        with tempfile.TemporaryDirectory() as folder:
+            key, cert = f"{folder}/key.pem", f"{folder}/cert.pem"
+            subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=pasted", "-keyout", key, "-out", cert],
+                           check=True, capture_output=True)
+            server = ["openssl", "s_server", "-accept", "127.0.0.1:0", "-cert", cert, "-key", key, "-cert_chain", data("three.pem")]
+            with subprocess.Popen(server, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as program:
+                port = next(line for line in program.stdout if line.startswith(b"ACCEPT")).split(b":")[-1].strip().decode()
+                pasted = subprocess.run(["openssl", "s_client", "-showcerts", "-connect", f"127.0.0.1:{port}"], input=b"Q\n", capture_output=True).stdout
+                program.terminate()
+        self.assertIn(b"Certificate chain", pasted)
+        status, out, errors = run("name", stdin=pasted)
+        self.assertEqual((status, errors, out.splitlines()[:4]), (0, "", ["CN=pasted", *THREE]))
 
     def test_what_cannot_be_read(self):
         cases = [("/dev/null", b"", "the input is empty"), (str(DATA), b"", "Is a directory"),
@@ -128,9 +166,9 @@ class Inputs(unittest.TestCase):
         block = "-----BEGIN X-----\nMA\nM*\n-----END X-----\n"
         errors = run("show", "-", stdin=(3 * block + 2 * block.replace("X", "Y") + "-----END Z-----").encode())[2]
         self.assertEqual([line.split(": ", 2)[2].replace("the PEM block holds a ", "") for line in errors.splitlines()], [
-            'block 1 ("X", line 1): line that is not base64 (line 3)', "blocks 2 to 3 (lines 5 to 9): line that is not base64",
-            'block 4 ("Y", line 13): line that is not base64 (line 15)', 'block 5 ("Y", line 17): line that is not base64 (line 19)',
-            'block 6 ("Z", line 21): a PEM END without a BEGIN'])
+            'block 1 ("X", line 1): line that is not base64 (line 3); mend or remove the line', "blocks 2 to 3 (lines 5 to 9): line that is not base64",
+            'block 4 ("Y", line 13): line that is not base64 (line 15); mend or remove the line', 'block 5 ("Y", line 17): line that is not base64 (line 19)',
+            'block 6 ("Z", line 21): a PEM END without a BEGIN; mend or remove the line'])
 
     def test_endless_input_is_refused_in_bounded_memory(self):
         limits = ["sh", "-c", 'ulimit -v 400000; exec "$0" "$@"', PROGRAM, "show", "-"]
@@ -599,6 +637,26 @@ class Keys(unittest.TestCase):
         self.assertEqual(run("match", pin, data("three_0.der"))[0], 1)
         digits = base64.b64encode(hashlib.sha256(info).digest()).decode()
         self.assertEqual(run("pin", data("three_1.der"))[1], f"sha256,base64,{digits}\n")
+        http = run("pin", "--http", data("three_1.der"))[1].strip()
+        self.assertEqual(http, f"sha256//{digits}")
+        for pins, expected in [(http, 0), (f"sha256//{'A' * 43}=;{http}", 0), (f"sha256//{'A' * 43}=", 1)]:
+            self.assertEqual(run("match", pins, data("three.pem"))[0], expected)
+
+    def test_public_keys_and_requests_have_keys_and_pins(self):
+        leaf = str(EXAMPLES / "leaf.pem")
+        key = run("key", leaf)[1]
+        self.assertEqual((run("key", stdin=key.encode())[1], run("pin", stdin=key.encode())), (key, run("pin", leaf)))
+        for form in ("--id", "--xml"):
+            self.assertEqual(run("key", form, stdin=key.encode()), run("key", form, leaf))
+        self.assertEqual(run("key", data("public_pkcs1.pem")), run("key", data("public.pem")))
+        pin = run("pin", data("request.pem"))[1]
+        self.assertEqual(pin, "sha256,base64,OkJ0zfhln78aUjrDf7BW+CfHaI0p5TTOAcvHpab7iU8=\n")  # as OpenSSL has it
+        status, out, errors = run("match", pin, data("request.pem"), data("public.pem"), leaf)
+        self.assertEqual((status, [line.replace(str(DATA) + "/", "") for line in out.splitlines()], errors), (
+            0, ["yes  request.pem: request 1", "no   public.pem: public key 1", f"no   {leaf}: certificate 1"], ""))
+        self.assertEqual(run("match", "--all", pin, data("request.pem"), data("key_pkcs8.pem"))[0], 3)
+        damaged = base64.b64decode("".join(key.splitlines()[1:-1])).replace(b"\3\x42", b"\3\x81\x42", 1)
+        self.assertEqual(run("pin", stdin=damaged[:1] + bytes([damaged[1] + 1]) + damaged[2:])[0], 3)
 
 
 class Files(unittest.TestCase):
@@ -645,6 +703,47 @@ class Files(unittest.TestCase):
         self.assertEqual(run("expires", "--within", "0", data("three.pem")), (0, "", ""))
         status, out, _ = run("expires", "--within=30000", data("three.pem"))
         self.assertEqual((status, out.count("expires in")), (1, 3))
+        for days, expected in [("0", 1), ("10000", 1), ("30000", 2)]:  # the end is in 2074
+            self.assertEqual(run("expires", "--within=30000", "--critical", days, str(EXAMPLES / "leaf.pem"))[0], expected)
+        status, out, _ = run("expires", "--critical=0", "--json", data("hostile.pem"))
+        self.assertEqual((status, [(line["index"], line["subject"], line["notAfter"], line["state"]) for line in json_lines(out)]),
+                         (2, [(11, "CN=no dates", None, "expired"), (12, "CN=expired", "2021-01-01T00:00:00Z", "expired")]))
+        self.assertLess(json_lines(out)[1]["daysLeft"], -1000)
+        self.assertEqual(json_lines(run("expires", "--json", "--within=30000", str(EXAMPLES / "leaf.pem"))[1])[0]["state"], "soon")
+
+
+class Compared(unittest.TestCase):
+    def test_tree_hangs_each_below_the_one_that_signed_it(self):
+        root, intermediate, leaf = ((EXAMPLES / f"{name}.pem").read_text() for name in ("root", "intermediate", "leaf"))
+        for order in (leaf + intermediate + root, root + leaf + intermediate + leaf, intermediate + root + leaf):
+            out = run("tree", stdin=order.encode())[1]
+            self.assertEqual(re.findall(r"^ *(?:└ )?C=.*", out, re.M), [
+                "C=CH, O=Example Trust Services, CN=Example Root CA 1", "  └ C=CH, O=Example Trust Services, CN=Example Server CA 3",
+                '    └ C=CH, ST=Zürich, L=Zürich, O="Example Books, Ltd.", CN=www.example.org'])
+            self.assertEqual((out.count("signed by itself"), out.count("not here"), len(re.findall(r"expires in \d+ days", out))), (1, 0, 3))
+        # The same names, and a signature that is not of the key that stands under them.
+        forged = (EXAMPLES / "intermediate.der").read_bytes()
+        out = run("tree", stdin=(EXAMPLES / "leaf.der").read_bytes() + forged[:-1] + bytes([forged[-1] ^ 1]) + base64.b64decode("".join(root.splitlines()[1:-1])))[1]
+        self.assertEqual((out.count("not here"), out.count("└")), (1, 1))
+
+    def test_diff_tells_the_fields(self):
+        leaf = (EXAMPLES / "leaf.der").read_bytes()
+        serial, other = bytes.fromhex("1D5C0FFA3B90"), bytes.fromhex("1D5C0FFA3B91")
+        key_use, not_critical = bytes.fromhex("0603551D0F0101FF0404"), bytes.fromhex("0603551D0F0101000404")
+        identifier = bytes.fromhex("0414DB24B361583CA3BF93753346ED74EAC8CF70EF56")
+        cases = [(leaf, ""), (leaf.replace(serial, other), "Serial number\n  - 1D5C0FFA3B90\n  + 1D5C0FFA3B91\n"),
+                 (leaf.replace(b"www.example.org", b"xxx.example.org", 1), 'Subject\n  - C=CH, ST=Zürich, L=Zürich, O="Example Books, Ltd.", CN=www.example.org\n'
+                  '  + C=CH, ST=Zürich, L=Zürich, O="Example Books, Ltd.", CN=xxx.example.org\n'),
+                 (leaf.replace(key_use, not_critical), "Extension keyUsage (2.5.29.15)\n  - critical: digitalSignature\n  + digitalSignature\n"),
+                 (leaf.replace(identifier, identifier[:-1] + b"W"), "Extension subjectKeyIdentifier (2.5.29.14)\n  - 22 bytes, 0414DB24B361583CA3BF93753346ED74EAC8CF70EF56\n"
+                  "  + 22 bytes, 0414DB24B361583CA3BF93753346ED74EAC8CF70EF57\n"),
+                 (leaf.replace(identifier[:-20], bytes(2), 1)[:0] or leaf[:-1] + bytes([leaf[-1] ^ 1]), "Signature\n  - 72 octets\n  + 72 octets, in other octets\n"),
+                 (leaf.replace(b"\1\1\xff", b"\1\1\1", 1), "Other octets, in none of the fields that are compared\n")]
+        for der, expected in cases:
+            self.assertEqual(run("diff", str(EXAMPLES / "leaf.pem"), stdin=der), (int(expected != ""), expected, ""))
+        out = run("diff", str(EXAMPLES / "leaf.pem"), str(EXAMPLES / "root.pem"))[1]
+        self.assertIn("Extension subjectAltName (2.5.29.17)\n  - dns www.example.org, dns example.org, ip 192.0.2.17\n  + absent\n", out)
+        self.assertEqual(run("diff", data("public.pem"), str(EXAMPLES / "leaf.pem"))[0], 3)
 
 
 class Lint(unittest.TestCase):
@@ -692,21 +791,54 @@ class Usage(unittest.TestCase):
                  (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),
                  (["expires", "--within", "-1", "x"], "--within"), (["split", "--pem", "--der", "x"], "exclude"),
                  (["show", "--lines", "x"], "--json"), (["verify", "--lines", "x"], "--json"), (["lint", "--jobs", "2", "x"], "--lines"),
-                 (["pin", "--quiet", "x"], "--lines"), *((["pin", "--lines", "--jobs", n, "x"], "1 to 256") for n in ("0", "257", "x"))]
+                 (["pin", "--quiet", "x"], "--lines"), *((["name", "--style", n, "x"], "0 to 6 or 22") for n in ("-1", "7", "21", "23")),
+                 (["expires", "--critical", "31", "x"], "beyond"), (["pin", "--http", "--hash", "sha1", "x"], "exclude"), (["help", "shwo"], 'mean "show"'),
+                 (["diff", "a"], "FILE"), *((["match", "sha256//" + pin, "x"], "digest") for pin in ("", "x", "A" * 43, "A" * 44, "A" * 42 + "B=", ";")), *((["pin", "--lines", "--jobs", n, "x"], "1 to 256") for n in ("0", "257", "x"))]
         for arguments, hint in cases:
             with self.subTest(arguments):
-                status, out, errors = run(*arguments)
-                self.assertEqual((status, out), (2, ""))
-                self.assertIn(hint, errors)
-                self.assertIn("--help", errors)
+                done = subprocess.run([PROGRAM, *arguments], stdin=subprocess.DEVNULL, capture_output=True)
+                self.assertEqual((done.returncode, done.stdout), (2, b""))
+                self.assertIn(hint.encode(), done.stderr)
+                self.assertIn(b"--help", done.stderr)
 
     def test_help_and_version(self):
         status, out, errors = run("--help")
         self.assertEqual((status, errors), (0, ""))
-        for command in ("show", "verify", "issuer", "name", "ext", "key", "pin", "match", "expires", "lint", "split", "asn1"):
+        for command in ("show", "verify", "issuer", "tree", "diff", "name", "ext", "key", "pin", "match", "expires", "lint", "split", "asn1"):
             self.assertRegex(out, rf"(?m)^  {command} ")
-            self.assertIn(f"velmora-x509 {command} ", run(command, "--help")[1])
+            text = run(command, "--help")[1]
+            self.assertIn(f"velmora-x509 {command} ", text)
+            self.assertEqual(run("help", command)[1], text)
+            self.assertLessEqual(max(map(len, (text + out).splitlines())), 80)
+        self.assertEqual((run("help"), run("-h")), ((0, out, ""),) * 2)
         self.assertRegex(run("--version")[1], r"^velmora-x509 \d+\.\d+\.\d+\n$")
+        self.assertEqual({run(word) for word in ("version", "-V")}, {run("--version")})
+
+    def test_what_is_piped_in_needs_no_name(self):
+        content, pin = (DATA / "three.pem").read_bytes(), run("pin", data("three_1.der"))[1]
+        for arguments in (["--json"], ["name"], ["ext", "2.5.29.19"], ["match", pin], []):
+            with self.subTest(arguments):
+                self.assertEqual(run(*arguments, stdin=content), run(*(arguments or ["show"]), "-", stdin=content))
+
+    def test_a_terminal_is_filled_and_not_overrun(self):
+        def on_terminal(*arguments, **variables):
+            terminal, inside = pty.openpty()
+            fcntl.ioctl(inside, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 80, 0, 0))
+            done = subprocess.run([PROGRAM, *arguments], stdout=inside, env={**os.environ, "TERM": "xterm", **variables})
+            os.close(inside)
+            text = os.read(terminal, 1 << 16).decode().replace("\r", "")
+            os.close(terminal)
+            return done.returncode, text
+
+        leaf = str(EXAMPLES / "leaf.pem")
+        status, plain = on_terminal(leaf, NO_COLOR="1")
+        self.assertLessEqual(max(map(len, plain.splitlines())), 80)
+        self.assertIn('\n  Subject              C=CH, ST=Zürich, L=Zürich, O="Example Books, Ltd.",\n                       CN=www.example.org\n', plain)
+        self.assertEqual((status, re.sub(r"\s+", "", plain)), (0, re.sub(r"\s+", "", run(leaf)[1])))
+        coloured = on_terminal(leaf, NO_COLOR="")[1]
+        self.assertIn("\x1b[1m", coloured)
+        self.assertEqual(re.sub("\x1b\\[\\d+m", "", coloured), plain)
+        self.assertLessEqual(max(map(len, on_terminal("expires", "--within", "1000000", leaf)[1].splitlines())), 80)
 
     def test_files_that_look_like_options_or_commands(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -233,7 +233,7 @@ class Given(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         path = pathlib.Path(folder.name, "crls")
         torn = crl[:40] + "*" + crl[41:]
-        line = ": block 1 (line 1): the PEM block holds a line that is not base64 (line 2)"
+        line = ": block 1 (line 1): the PEM block holds a line that is not base64 (line 2); mend or remove the line"
         for content, options, expected, errors in [
                 (crl, [], (1, [None, "revoked"]), ""), (torn + crl, [], (3, [None, "revoked"]), line),
                 (torn, [], (3, [None, None]), line), (torn, ["--require-crl", "leaf"], (3, ["revocationUnknown"] * 2), line),

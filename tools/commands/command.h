@@ -35,5 +35,7 @@ extern const Command kLintCommand;
 extern const Command kSplitCommand;
 extern const Command kVerifyCommand;
 extern const Command kIssuerCommand;
+extern const Command kTreeCommand;
+extern const Command kDiffCommand;
 
 }  // namespace velmora::tool

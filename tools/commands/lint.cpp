@@ -55,7 +55,8 @@ const Command kLintCommand = {
     "A line has the offset in the certificate, the OID of the extension or attribute\n"
     "that it is about, the departure in words, the clause, and a name that does not\n"
     "change. Only the encoding, the fields and the extensions are looked at: not the\n"
-    "signature, nor what time it is. The exit status is 1 when there is any departure.\n",
+    "signature, nor what time it is. The exit status is 1 when there is any\n"
+    "departure.\n",
     kOptions, runLint};
 
 }  // namespace velmora::tool

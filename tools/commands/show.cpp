@@ -64,7 +64,7 @@ constexpr OptionSpec kOptions[] = {
 }  // namespace
 
 const Command kShowCommand = {
-    "show", "show the fields of each certificate (the default when the first argument is a file)",
+    "show", "show the fields of each certificate (what a FILE alone stands for)",
     "The index in JSON counts from 0 within each source, the blocks for people from\n"
     "1; what could not be read counts too. A date that cannot be read is null, and\n"
     "validNow with it; so is a version that is no number. warnings is a list of\n"

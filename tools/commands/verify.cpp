@@ -3,6 +3,7 @@
 
 #include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
+#include "tools/render/fold.h"
 #include "tools/render/path_report.h"
 #include "velmora/certificate/date_text.h"
 #include "velmora/reading/root_files.h"
@@ -228,7 +229,9 @@ class Verifier {
 
   void report(const InputPlace& leaf, const Certificate& certificate) {
     const size_t start = m_console.out().getSize();
+    constexpr size_t kIndent = 8;
     append(leaf, certificate, m_console);
+    if (!m_json) foldLines(start, m_console.width(), kIndent, m_console.out());
     if (m_console.out().failed()) {
       // No half of a record is left behind.
       m_console.takeBack(start);

@@ -4,6 +4,7 @@
 #include "tools/render/dates.h"
 #include "tools/render/escape.h"
 #include "tools/render/extension_meaning.h"
+#include "tools/render/fold.h"
 #include "tools/render/general_names.h"
 #include "tools/render/show.h"
 #include "tools/render/shown_certificate.h"
@@ -18,6 +19,8 @@ enum class Colour { kNone, kHeading, kLabel, kGood, kBad };
 
 class ShowText {
  public:
+  static constexpr size_t kValueColumn = 23;
+
   ShowText(OidStyle style, Console& console)
       : m_style(style), m_isColoured(console.coloured()), m_out(console.out()) {}
 
@@ -53,7 +56,7 @@ class ShowText {
   }
 
  private:
-  static constexpr size_t kLabelWidth = 21;
+  static constexpr size_t kLabelWidth = kValueColumn - 2;
 
   void label(std::string_view text) {
     constexpr std::string_view kSpaces = "                     ";
@@ -183,7 +186,9 @@ class ShowText {
 }  // namespace
 
 void showAsText(const InputCertificate& input, OidStyle style, Console& console) {
+  const size_t start = console.out().getSize();
   ShowText(style, console).show(input);
+  foldLines(start, console.width(), ShowText::kValueColumn, console.out());
 }
 
 }  // namespace velmora::tool

@@ -1,5 +1,6 @@
 #include "tools/terminal/console.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,6 +27,14 @@ bool takesColours() {
   return ::isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR") && !isDumb;
 }
 
+size_t columns() {
+  constexpr size_t kUsual = 80;
+  winsize size = {};
+  if (::isatty(STDOUT_FILENO) != 1) return 0;
+  const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+  return isKnown ? size.ws_col : kUsual;
+}
+
 }  // namespace
 
 int writeAll(int descriptor, std::string_view text) {
@@ -40,7 +49,7 @@ int writeAll(int descriptor, std::string_view text) {
   return 0;
 }
 
-Console::Console() : m_coloured(takesColours()) {}
+Console::Console() : m_coloured(takesColours()), m_width(columns()) {}
 
 void Console::endRecord() {
   if (out().getSize() >= kRecordBuffer) flush();

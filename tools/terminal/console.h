@@ -9,7 +9,14 @@
 namespace velmora::tool {
 
 /// What the program ends with; the higher value wins over the lower one.
-enum class ExitStatus { kDone = 0, kNo = 1, kUsage = 2, kUnreadable = 3, kInterrupted = 130 };
+enum class ExitStatus {
+  kDone = 0,
+  kNo = 1,
+  kUsage = 2,
+  kCritical = 2,  // as what asks every few minutes expects it
+  kUnreadable = 3,
+  kInterrupted = 130
+};
 
 /// What a command answers: its output, and what that means for the exit status.
 class Answers {
@@ -62,6 +69,9 @@ class Console : public Answers {
   /// Whether standard output is a terminal that takes colours and NO_COLOR is not set.
   bool coloured() const noexcept { return m_coloured; }
 
+  /// How many columns the terminal has that standard output is; 0 where it is none.
+  size_t width() const noexcept { return m_width; }
+
   /// For a command that writes bytes as they are: throws UsageError where standard output is a
   /// terminal, which they could drive.
   void wantBinary() const;
@@ -72,6 +82,7 @@ class Console : public Answers {
   void outputFailed(const char* reason);
 
   bool m_coloured;
+  size_t m_width;
   bool m_outputFailed = false;
 };
 

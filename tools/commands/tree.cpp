@@ -1,0 +1,150 @@
+#include <map>
+#include <string>
+
+#include "tools/commands/command.h"
+#include "tools/render/dates.h"
+#include "tools/render/name_text.h"
+
+namespace velmora::tool {
+
+namespace {
+
+// Of certificates of one name so many are tried as issuer of another one: who makes them chooses
+// how many there are, and each costs a signature.
+constexpr size_t kMostTried = 16;
+// Deeper ones stand under one another, so that long chains are not wide.
+constexpr size_t kMostIndented = 32;
+
+// Certificates, each below the one that signed it.
+class Forest {
+ public:
+  void add(const InputCertificate& input) {
+    if (!m_known.emplace(input.certificate, m_trees.size()).second) return;
+    if (auto name = input.certificate.subject().folded()) {
+      m_named[*std::move(name)].push_back(m_trees.size());
+    }
+    m_trees.push_back({input.certificate, input, {}, kNone, false});
+  }
+
+  void print(StringBuffer& out) {
+    for (size_t i = 0; i < m_trees.size(); ++i) {
+      m_trees[i].issuer = issuerOf(i);
+      if (m_trees[i].issuer != kNone) m_trees[m_trees[i].issuer].issued.push_back(i);
+    }
+    for (size_t i = 0; i < m_trees.size(); ++i) {
+      if (m_trees[i].issuer == kNone || m_trees[i].issuer == i) printFrom(i, out);
+    }
+    // Those that certify one another in a ring hang below none of these.
+    for (size_t i = 0; i < m_trees.size(); ++i) printFrom(i, out);
+  }
+
+ private:
+  static constexpr size_t kNone = static_cast<size_t>(-1);
+
+  struct Tree {
+    Certificate certificate;
+    InputPlace place;
+    std::vector<size_t> issued;
+    size_t issuer;
+    bool isPrinted;
+  };
+
+  // That it signed itself is looked at first.
+  size_t issuerOf(size_t place) const {
+    const Certificate& certificate = m_trees[place].certificate;
+    const auto name = certificate.issuer().folded();
+    const auto named = name ? m_named.find(*name) : m_named.end();
+    if (named == m_named.end()) return kNone;
+    if (certificate.isSelfIssued() && isSignedBy(certificate, certificate)) return place;
+    size_t tried = 0;
+    for (const bool byIdentifier : {true, false}) {
+      for (const size_t other : named->second) {
+        const Certificate& issuer = m_trees[other].certificate;
+        if (other == place || identifies(certificate, issuer) != byIdentifier) continue;
+        if (++tried > kMostTried) return kNone;
+        if (isSignedBy(certificate, issuer)) return other;
+      }
+    }
+    return kNone;
+  }
+
+  static bool isSignedBy(const Certificate& certificate, const Certificate& issuer) {
+    return certificate.signedBy(issuer) == SignatureVerdict::good;
+  }
+
+  // Whether the one names the other's key by its identifier.
+  static bool identifies(const Certificate& certificate, const Certificate& issuer) {
+    const auto authority = certificate.authorityKeyId();
+    const auto subject = issuer.subjectKeyId();
+    return authority && authority->keyId && subject && isSame(*authority->keyId, *subject);
+  }
+
+  // Without recursion: who makes certificates chooses how deep they stand.
+  void printFrom(size_t root, StringBuffer& out) {
+    struct Step {
+      size_t tree;
+      size_t depth;
+    };
+    std::vector<Step> steps = {{root, 0}};
+    while (!steps.empty()) {
+      const Step step = steps.back();
+      steps.pop_back();
+      Tree& tree = m_trees[step.tree];
+      if (std::exchange(tree.isPrinted, true)) continue;
+      printOne(tree, step.depth, out);
+      for (size_t i = tree.issued.size(); i-- > 0;) {
+        steps.push_back({tree.issued[i], step.depth + 1});
+      }
+    }
+  }
+
+  void printOne(const Tree& tree, size_t depth, StringBuffer& out) const {
+    const std::string indent(2 * std::min(depth, kMostIndented), ' ');
+    StringBuffer name;
+    if (!appendName(tree.certificate.subject(), name)) name.append("a name that cannot be read");
+    tool::print(out, indent, depth != 0 ? "└ " : "", Safe{name.view()}, '\n', indent, "    ",
+                tree.place, ", ");
+    appendLife(tree.certificate, out);
+    if (tree.issuer == kNone) out.append(", its issuer is not here");
+    if (tree.issuer != kNone && &m_trees[tree.issuer] == &tree) out.append(", signed by itself");
+    out.appendChar('\n');
+  }
+
+  void appendLife(const Certificate& certificate, StringBuffer& out) const {
+    const auto end = certificate.notAfter();
+    const auto start = certificate.notBefore();
+    if (!end) return out.append("no end that can be read"), void();
+    const bool isOver = m_now > *end;
+    const bool isEarly = start && *start > m_now;
+    out.append(isOver ? "expired " : isEarly ? "starts in " : "expires in ");
+    appendSpan(isOver    ? secondsBetween(*end, m_now)
+               : isEarly ? secondsBetween(m_now, *start)
+                         : secondsBetween(m_now, *end),
+               out);
+    if (isOver) out.append(" ago");
+  }
+
+  std::vector<Tree> m_trees;
+  std::map<Certificate, size_t> m_known;
+  std::map<std::string, std::vector<size_t>> m_named;  // by their folded subjects
+  Moment m_now = momentNow();
+};
+
+void runTree(const Arguments& arguments, Console& console) {
+  Forest forest;
+  visitFiles(arguments, console, [&](const InputCertificate& input) { forest.add(input); });
+  forest.print(console.out());
+}
+
+}  // namespace
+
+const Command kTreeCommand = {
+    "tree",
+    "draw which certificate was issued by which",
+    "Each certificate stands below the one that bears its issuer's name and whose key\n"
+    "signed it; one that is there twice stands once. Nothing is said about trust, for\n"
+    "which there is \"verify\".\n",
+    {},
+    runTree};
+
+}  // namespace velmora::tool
