@@ -172,23 +172,19 @@ class LineWorker {
 };
 
 // A file that is open, or standard input, which stays so.
-class Source {
- public:
+struct Source {
   explicit Source(std::string_view name)
-      : m_isStandardInput(name == "-"),
-        descriptor(m_isStandardInput ? STDIN_FILENO
-                                     : ::open(std::string(name).c_str(), O_RDONLY | O_CLOEXEC)),
+      : isStandardInput(name == "-"),
+        descriptor(isStandardInput ? STDIN_FILENO
+                                   : ::open(std::string(name).c_str(), O_RDONLY | O_CLOEXEC)),
         error(descriptor < 0 ? errno : 0) {}
   ~Source() {
-    if (!m_isStandardInput && descriptor >= 0) ::close(descriptor);
+    if (!isStandardInput && descriptor >= 0) ::close(descriptor);
   }
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
 
- private:
-  const bool m_isStandardInput;
-
- public:
+  const bool isStandardInput;
   const int descriptor;
   const int error;  // with which opening failed, else 0
 };
