@@ -35,7 +35,7 @@ class InOrder {
   /// ends the work and is thrown here.
   static void run(size_t jobs, const Steps& steps) {
     InOrder work(jobs, steps);
-    std::vector<std::jthread> others;
+    std::vector<std::thread> others;
     try {
       for (size_t worker = 1; worker < jobs; ++worker) {
         others.emplace_back([&work, worker] { work.takeBatches(worker); });
@@ -44,7 +44,7 @@ class InOrder {
       // Fewer threads do the same work.
     }
     work.takeBatches(0);
-    others.clear();
+    for (std::thread& each : others) each.join();
     if (work.m_thrown) std::rethrow_exception(work.m_thrown);
   }
 
