@@ -37,7 +37,7 @@ class Lines(unittest.TestCase):
         cases = [  # the line, its key, and why it is no certificate
             (good, None, None), (b"k\t" + good, "k", None), (b"\t" + good + b"\r", "", None), (b" a b \t " + good + b" ", " a b ", None),
             (b"\xff\"\\\x1b\t" + good, "\ufffd\"\\\x1b", None), (good.rstrip(b"="), None, None),
-            (base64.b64encode(to_ber(LEAF)), None, None), (b"k\t", "k", "there is no certificate behind the key"),
+            (base64.b64encode(to_ber(LEAF)), None, None), (base64.b64encode((EXAMPLES / "leaf.pem").read_bytes()), None, None), (b"k\t", "k", "there is no certificate behind the key"),
             (b"k\tx\t" + good, "k", "the line is not base64"), (good[:99], None, "an element is longer than what holds it (offset 1 in the DER)"),
             (base64.b64encode(LEAF + b"\0"), None, f"octets that are no certificate follow (offset {len(LEAF)} in the DER)"),
             (base64.b64encode(LEAF + LEAF), None, "the line holds more than one certificate"), (base64.b64encode(bundle), None, "the line holds more than one certificate"),

@@ -143,7 +143,6 @@ class LineWorker {
   void fail(const InputPlace& place, std::string_view reason, LineBatch& batch) {
     m_answers.out().clear();
     writeUnreadable(place, reason, m_answers.out());
-    batch.status = ExitStatus::kUnreadable;
     m_answers.raise(ExitStatus::kUnreadable);
     if (batch.errors++ >= kTold) return;
     StringBuffer complaint;
