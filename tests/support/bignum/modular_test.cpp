@@ -60,11 +60,15 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
              mulx = ArithmeticPath::kMulxAdx;
   EXPECT_EQ(limbRowFunction(portable), PortableRows::addMultiply);
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
-  EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mulx));
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mul));
   EXPECT_NE(limbRowFunction(mul), limbRowFunction(mulx));
-  EXPECT_NE(&montgomeryKernel(portable), &montgomeryKernel(mul));
-  EXPECT_NE(&montgomeryKernel(mul), &montgomeryKernel(mulx));
+  for (const size_t bits : {512U, 513U, 4158U, 4159U}) {
+    const auto kernel = [bits](ArithmeticPath path) { return &montgomeryKernel(path, bits); };
+    EXPECT_NE(kernel(portable), kernel(mulx));
+    EXPECT_NE(kernel(portable), kernel(mul));
+    EXPECT_NE(kernel(mul), kernel(mulx));
+    EXPECT_EQ(kernel(ArithmeticPath::kAvx512Ifma) == kernel(mulx), bits == 512 || bits == 4159);
+  }
   EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
   EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
   EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);
@@ -209,14 +213,14 @@ TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
 // Numbers of many zeros and ones, in which a carry runs far and which random ones never are: what
 // the kernel gives, times R, is the product by plain division.
 TEST_P(ModularTest, CarriesRunFarInProductsAndSquares) {
-  const MontgomeryKernel& kernel = montgomeryKernel(path());
-  const unsigned bits = kernel.wordBits;
   Numbers numbers;
   for (int round = 0; round < 4000; ++round) {
-    const size_t n = 8 * (1 + static_cast<size_t>(round) % 5);
+    const size_t n = 8 * (1 + static_cast<size_t>(round) % 9);
+    const MontgomeryKernel& kernel = montgomeryKernel(path(), n * kLimbBits);
+    const unsigned bits = kernel.wordBits;
     Limbs a(n), b(n), m(n), power(2 * n + 8), expected(n), plain(n + 1), product(n);
     for (Limbs* number : {&a, &b, &m}) {
-      const Limb choice = round < 5 ? 1 : 3;
+      const Limb choice = round < 9 ? 1 : 3;
       for (Limb& limb : *number) {
         limb = numbers.limb() % choice;
         limb = limb == 2 ? numbers.limb() : limb - 1;
@@ -226,9 +230,7 @@ TEST_P(ModularTest, CarriesRunFarInProductsAndSquares) {
     m[n - 1] = ~Limb{0};
     a[n - 1] &= ~Limb{1};
     b[n - 1] &= ~Limb{1};
-    const size_t width = bits * kernel.multiple;
-    const size_t count =
-        (n * kLimbBits + 2 * (bits < kLimbBits) + width - 1) / width * kernel.multiple;
+    const size_t count = kernel.wordsFor(n * kLimbBits);
     const auto words = [&](const Limbs& number) {
       Limbs split(count);
       splitWords(split.data(), count, bits, number.data(), n, kernel.lanes);

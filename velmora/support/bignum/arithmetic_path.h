@@ -10,8 +10,8 @@ enum class ArithmeticPath {
   kPortable,    ///< C++ alone
   kMulAdc,      ///< what every x86-64 CPU has
   kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side
-  kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for large moduli and for the curves that gain by four
-                ///< lanes, kMulxAdx for the rest
+  kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for moduli of 513 to 4,158 bits and for the curves
+                ///< that gain by four lanes, kMulxAdx for the rest
 };
 
 inline constexpr ArithmeticPath kArithmeticPaths[] = {

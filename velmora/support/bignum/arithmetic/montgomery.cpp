@@ -7,14 +7,11 @@ namespace velmora::vartime {
 bool MontgomeryModulus::assign(const Limb* modulus, size_t n) noexcept {
   if (n == 0 || (modulus[0] & 1) == 0 || equalsLimb(modulus, n, 1)) return false;
   if (!m_divisor.assign(modulus, n)) return false;
-  // Kernels on words with room to spare leave results below twice the modulus, for which R has to
-  // be above four times the modulus.
-  const unsigned wordBits = m_kernel->wordBits;
-  const size_t bits = bitLength(modulus, n) + (wordBits < kLimbBits ? 2 : 0);
-  const size_t multiple = m_kernel->multiple;
-  m_words = (bits + wordBits * multiple - 1) / (wordBits * multiple) * multiple;
+  const size_t bits = bitLength(modulus, n);
+  m_kernel = &montgomeryKernel(m_path, bits);
+  m_words = m_kernel->wordsFor(bits);
   split(m_modulus, modulus, m_divisor.count());
-  m_n0 = (Limb{0} - inverseModWord(modulus[0])) & (~Limb{0} >> (kLimbBits - wordBits));
+  m_n0 = (Limb{0} - inverseModWord(modulus[0])) & (~Limb{0} >> (kLimbBits - m_kernel->wordBits));
   return true;
 }
 

@@ -18,10 +18,18 @@ struct MontgomeryKernel {
   size_t lanes;
   void (*multiply)(Limb* r, const Limb* a, const Limb* b, const Limb* modulus, Limb n0, size_t n);
   void (*square)(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n);
+
+  /// Words for a modulus of so many bits. Kernels on words with room to spare leave results below
+  /// twice the modulus, for which R has to be above four times the modulus.
+  constexpr size_t wordsFor(size_t bits) const noexcept {
+    const size_t width = wordBits * multiple;
+    return (bits + (wordBits < kLimbBits ? 2 : 0) + width - 1) / width * multiple;
+  }
 };
 
-/// The kernel of a path that is supported on this CPU.
-const MontgomeryKernel& montgomeryKernel(ArithmeticPath path) noexcept;
+/// The fastest kernel for moduli of so many bits among those of a path that is supported on this
+/// CPU and of the paths before it.
+const MontgomeryKernel& montgomeryKernel(ArithmeticPath path, size_t bits) noexcept;
 
 /// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 5 KiB;
 /// immutable after assign, then safe to share. The operations keep their working memory on the
@@ -29,7 +37,7 @@ const MontgomeryKernel& montgomeryKernel(ArithmeticPath path) noexcept;
 class MontgomeryModulus {
  public:
   explicit MontgomeryModulus(ArithmeticPath path = bestArithmeticPath())
-      : m_kernel(&montgomeryKernel(path)), m_divisor(path) {}
+      : m_path(path), m_divisor(path) {}
 
   /// Sets the modulus from n limbs. False when it is even, 1, or too long.
   bool assign(const Limb* modulus, size_t n) noexcept;
@@ -59,10 +67,11 @@ class MontgomeryModulus {
   }
   void oddPowers(Limb* table, const Limb* x) const noexcept;
 
-  // 16,384 bits in words of 52 bits, with the two spare bits a kernel may need, in eights.
-  static constexpr size_t kMaxWords = 320;
+  // 16,384 bits in words of 58 bits, with the two spare bits a kernel may need, in fours.
+  static constexpr size_t kMaxWords = 284;
 
-  const MontgomeryKernel* m_kernel;
+  ArithmeticPath m_path;
+  const MontgomeryKernel* m_kernel = nullptr;
   size_t m_words = 0;
   Limb m_n0 = 0;  // -1 / modulus modulo 2^wordBits
   Divisor m_divisor;

@@ -7,10 +7,8 @@
 #include <immintrin.h>
 
 #define VELMORA_IFMA __attribute__((target("avx512f,avx512ifma")))
-// Loops over vectors are unrolled whole, so that each accumulator is a register; those whose count
-// is not known when compiled stay loops, of which Clang would warn.
+// Loops over vectors are unrolled whole, so that each accumulator is a register.
 #if defined(__clang__)
-#pragma clang diagnostic ignored "-Wpass-failed"
 #define VELMORA_UNROLL _Pragma("unroll")
 #else
 #define VELMORA_UNROLL _Pragma("GCC unroll 10")
@@ -21,7 +19,6 @@ namespace velmora::vartime {
 namespace {
 
 constexpr size_t kLanes = 8;
-constexpr size_t kMaxVectors = 40;
 constexpr unsigned kWordBits = 52;
 constexpr Limb kWordMask = (Limb{1} << kWordBits) - 1;
 
@@ -79,81 +76,70 @@ VELMORA_IFMA inline __attribute__((always_inline)) __m512i addTwice(__m512i sum,
 // division is exact. Lanes take up to four 52-bit terms per turn and are only carried at the end,
 // which 64 bits allow for over 1,000 turns. Because q depends on the lowest word, and the way from
 // vector to scalar and back is long, that word is made in scalars, of what the vectors held one
-// turn ago; where it lies, lane 0 of the lowest vector, the vectors hold nothing of use. Vectors is
-// the count when known at compile time (then the accumulators are registers), 0 when `count` says
-// it. For a square, of at least two vectors, b is a.
-template <size_t Vectors, bool kSquare>
-VELMORA_IFMA inline __attribute__((always_inline)) void multiplyVectors(Limb* r, const Limb* a,
-                                                                        const Limb* b,
-                                                                        const Limb* modulus,
-                                                                        Limb n0, size_t count) {
-  const size_t vectors = Vectors != 0 ? Vectors : count;
-  const size_t second = vectors > 1 ? kLanes : 1;  // where word 1 is
-  __m512i acc[Vectors != 0 ? Vectors : kMaxVectors];
-  __m512i twice[kSquare ? Vectors : 1];
-  for (size_t v = 0; v < vectors; ++v) acc[v] = _mm512_setzero_si512();
+// turn ago; where it lies, lane 0 of the lowest vector, the vectors hold nothing of use. For a
+// square b is a.
+template <size_t kVectors, bool kSquare>
+VELMORA_IFMA void multiplyVectors(Limb* r, const Limb* a, const Limb* b, const Limb* modulus,
+                                  Limb n0, size_t) {
+  static_assert(kVectors > 1, "words 0 and 1 are in different vectors");
+  __m512i acc[kVectors];
+  __m512i twice[kSquare ? kVectors : 1];
+  for (__m512i& sum : acc) sum = _mm512_setzero_si512();
   for (__m512i& sum : twice) sum = _mm512_setzero_si512();
   Limb low = 0;
   for (size_t lane = 0; lane < kLanes; ++lane) {
     VELMORA_UNROLL
-    for (size_t turn = 0; turn < vectors; ++turn) {
-      const size_t after = (turn + 1) % vectors;
+    for (size_t turn = 0; turn < kVectors; ++turn) {
+      const size_t after = (turn + 1) % kVectors;
       const Limb word = b[turn * kLanes + lane];
       DoubleLimb sum = low;
-      Limb next = static_cast<Limb>(vectors > 1 ? acc[after][0] : acc[0][1]);
+      Limb next = static_cast<Limb>(acc[after][0]);
       if constexpr (kSquare) next += 2 * static_cast<Limb>(twice[after][0]);
       if (!kSquare || turn == 0) sum += DoubleLimb{a[0]} * word;
       if (!kSquare || turn <= 1) {
-        next += ((a[second] * word) & kWordMask) << (kSquare && turn == 0 ? 1 : 0);
+        next += ((a[kLanes] * word) & kWordMask) << (kSquare && turn == 0 ? 1 : 0);
       }
       const Limb quotient = (static_cast<Limb>(sum) * n0) & kWordMask;
       sum += DoubleLimb{modulus[0]} * quotient;
-      low = static_cast<Limb>(sum >> kWordBits) + next + ((modulus[second] * quotient) & kWordMask);
-      addRow<false, kSquare>(acc, twice, vectors, turn, a, word, modulus, quotient);
+      low = static_cast<Limb>(sum >> kWordBits) + next + ((modulus[kLanes] * quotient) & kWordMask);
+      addRow<false, kSquare>(acc, twice, kVectors, turn, a, word, modulus, quotient);
       if constexpr (kSquare) {
         acc[turn] = addTwice(acc[turn], twice[turn]);
         twice[turn] = _mm512_setzero_si512();
       }
       acc[turn] = _mm512_maskz_alignr_epi64(0x7f, acc[turn], acc[turn], 1);
-      addRow<true, kSquare>(acc, twice, vectors, turn, a, word, modulus, quotient);
+      addRow<true, kSquare>(acc, twice, kVectors, turn, a, word, modulus, quotient);
     }
   }
-  for (size_t v = 0; kSquare && v < vectors; ++v) acc[v] = addTwice(acc[v], twice[v]);
+  for (size_t v = 0; kSquare && v < kVectors; ++v) acc[v] = addTwice(acc[v], twice[v]);
   acc[0] = _mm512_mask_set1_epi64(acc[0], 1, static_cast<long long>(low));
-  propagateCarries(acc, vectors);
-  for (size_t v = 0; v < vectors; ++v) _mm512_storeu_si512(r + v * kLanes, acc[v]);
+  propagateCarries(acc, kVectors);
+  for (size_t v = 0; v < kVectors; ++v) _mm512_storeu_si512(r + v * kLanes, acc[v]);
 }
 
-// The lengths of 1,024, 1,536, 2,048, 3,072 and 4,096 bits keep their accumulators in registers.
-template <bool kSquare>
-VELMORA_IFMA void multiplyOfLength(Limb* r, const Limb* a, const Limb* b, const Limb* modulus,
-                                   Limb n0, size_t n) {
-  switch (n / kLanes) {
-    case 3:
-      return multiplyVectors<3, kSquare>(r, a, b, modulus, n0, 3);
-    case 4:
-      return multiplyVectors<4, kSquare>(r, a, b, modulus, n0, 4);
-    case 5:
-      return multiplyVectors<5, kSquare>(r, a, b, modulus, n0, 5);
-    case 8:
-      return multiplyVectors<8, kSquare>(r, a, b, modulus, n0, 8);
-    case 10:
-      return multiplyVectors<10, kSquare>(r, a, b, modulus, n0, 10);
-    default:
-      return multiplyVectors<0, false>(r, a, b, modulus, n0, n / kLanes);
-  }
-}
-
+template <size_t kVectors>
 void square(Limb* r, const Limb* a, const Limb* modulus, Limb n0, size_t n) {
-  multiplyOfLength<true>(r, a, a, modulus, n0, n);
+  multiplyVectors<kVectors, true>(r, a, a, modulus, n0, n);
 }
 
-constexpr MontgomeryKernel kKernel{kWordBits, kLanes, kLanes, multiplyOfLength<false>, square};
+template <size_t kVectors>
+constexpr MontgomeryKernel kKernel{kWordBits, kVectors* kLanes, kLanes,
+                                   multiplyVectors<kVectors, false>, square<kVectors>};
+
+// For 1,024, 1,536, 2,048, 3,072 and 4,096 bits; each is fastest for all lengths that are too long
+// for the one before.
+constexpr const MontgomeryKernel* kKernels[] = {&kKernel<3>, &kKernel<4>, &kKernel<5>, &kKernel<8>,
+                                                &kKernel<10>};
+constexpr size_t kLongestForMulx = 512;
 
 }  // namespace
 
-const MontgomeryKernel& montgomeryIfmaKernel() noexcept {
-  return kKernel;
+const MontgomeryKernel* montgomeryIfmaKernel(size_t bits) noexcept {
+  if (bits <= kLongestForMulx) return nullptr;
+  for (const MontgomeryKernel* const kernel : kKernels) {
+    if (kernel->wordsFor(bits) == kernel->multiple) return kernel;
+  }
+  return nullptr;
 }
 
 }  // namespace velmora::vartime

@@ -43,9 +43,13 @@ struct LimbKernel {
 
 }  // namespace
 
-const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path) noexcept {
+const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path,
+                                         [[maybe_unused]] size_t bits) noexcept {
 #if defined(VELMORA_X86_64)
-  if (path == ArithmeticPath::kAvx512Ifma) return montgomeryIfmaKernel();
+  if (path == ArithmeticPath::kAvx512Ifma) {
+    if (const MontgomeryKernel* const kernel = montgomeryIfmaKernel(bits)) return *kernel;
+    path = ArithmeticPath::kMulxAdx;
+  }
   if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
   if (path == ArithmeticPath::kMulAdc) return LimbKernel<MulBlocks>::kKernel;
 #endif
