@@ -62,12 +62,24 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
   EXPECT_NE(limbRowFunction(portable), limbRowFunction(mul));
   EXPECT_NE(limbRowFunction(mul), limbRowFunction(mulx));
-  for (const size_t bits : {512U, 513U, 4158U, 4159U}) {
-    const auto kernel = [bits](ArithmeticPath path) { return &montgomeryKernel(path, bits); };
-    EXPECT_NE(kernel(portable), kernel(mulx));
-    EXPECT_NE(kernel(portable), kernel(mul));
-    EXPECT_NE(kernel(mul), kernel(mulx));
-    EXPECT_EQ(kernel(ArithmeticPath::kAvx512Ifma) == kernel(mulx), bits == 512 || bits == 4159);
+  const auto kernel = [](ArithmeticPath path, size_t bits) {
+    return &montgomeryKernel(path, bits);
+  };
+  const auto *const rows = kernel(mulx, 512), *const vectors = kernel(mulx, 4158);
+  EXPECT_NE(kernel(portable, 512), kernel(mul, 512));
+  EXPECT_NE(kernel(portable, 512), rows);
+  EXPECT_NE(kernel(mul, 512), rows);
+  EXPECT_EQ(rows == vectors, !cpuFeatures().hasAvx2());
+  const struct {
+    size_t bits;
+    const MontgomeryKernel* mulx;
+    bool hasIfma;
+  } lengths[] = {{512, rows, false},     {513, rows, true},     {1536, rows, true},
+                 {1537, vectors, true},  {4158, vectors, true}, {4159, vectors, false},
+                 {8192, vectors, false}, {8193, rows, false}};
+  for (const auto& l : lengths) {
+    EXPECT_EQ(kernel(mulx, l.bits), l.mulx) << l.bits;
+    EXPECT_EQ(kernel(ArithmeticPath::kAvx512Ifma, l.bits) != l.mulx, l.hasIfma) << l.bits;
   }
   EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
   EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
@@ -188,7 +200,7 @@ TEST_P(ModularTest, LargestModulus) {
 // In every second round of a length the limbs are 0, all ones or random: carries run far there.
 TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
   Numbers numbers;
-  for (size_t n = 1; n <= 90; n += n < 34 ? 1 : 7) {
+  for (size_t n = 1; n <= 132; n += n < 34 ? 1 : 7) {
     for (int round = 0; round < 16; ++round) {
       Limbs m = numbers.limbs(n), x = numbers.limbs(n);
       for (Limbs* number : {&m, &x}) {
@@ -214,13 +226,13 @@ TEST_P(ModularTest, EveryLengthAgreesWithThePortablePath) {
 // the kernel gives, times R, is the product by plain division.
 TEST_P(ModularTest, CarriesRunFarInProductsAndSquares) {
   Numbers numbers;
-  for (int round = 0; round < 4000; ++round) {
-    const size_t n = 8 * (1 + static_cast<size_t>(round) % 9);
+  for (int round = 0; round < 2000; ++round) {
+    const size_t n = 8 * (1 + static_cast<size_t>(round) % 17);
     const MontgomeryKernel& kernel = montgomeryKernel(path(), n * kLimbBits);
     const unsigned bits = kernel.wordBits;
     Limbs a(n), b(n), m(n), power(2 * n + 8), expected(n), plain(n + 1), product(n);
     for (Limbs* number : {&a, &b, &m}) {
-      const Limb choice = round < 9 ? 1 : 3;
+      const Limb choice = round < 17 ? 1 : 3;
       for (Limb& limb : *number) {
         limb = numbers.limb() % choice;
         limb = limb == 2 ? numbers.limb() : limb - 1;

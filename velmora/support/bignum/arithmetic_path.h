@@ -9,7 +9,8 @@ namespace velmora::vartime {
 enum class ArithmeticPath {
   kPortable,    ///< C++ alone
   kMulAdc,      ///< what every x86-64 CPU has
-  kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side
+  kMulxAdx,     ///< x86-64 with BMI2 and ADX: two carry chains side by side; AVX2, which hardly any
+                ///< of these CPUs is without, for moduli of 1,537 to 8,192 bits
   kAvx512Ifma,  ///< x86-64 with AVX-512 IFMA for moduli of 513 to 4,158 bits and for the curves
                 ///< that gain by four lanes, kMulxAdx for the rest
 };

@@ -17,6 +17,7 @@ struct CpuFeatures {
   static constexpr unsigned kOsXsave = 1U << 27;
   static constexpr unsigned kAvx = 1U << 28;
   // Of leaf 7.
+  static constexpr unsigned kAvx2 = 1U << 5;
   static constexpr unsigned kBmi2 = 1U << 8;
   static constexpr unsigned kAvx512F = 1U << 16;
   static constexpr unsigned kAdx = 1U << 19;
@@ -34,6 +35,8 @@ struct CpuFeatures {
   constexpr bool hasAvx() const noexcept {
     return has(leaf1Ecx, kAvx) && has(savedStates, kYmmStates);
   }
+  /// AVX2 with registers that the system saves.
+  constexpr bool hasAvx2() const noexcept { return hasAvx() && has(leaf7Ebx, kAvx2); }
   /// AVX-512 IFMA, also on registers of 256 bits, all of which the system saves.
   constexpr bool hasAvx512Ifma() const noexcept {
     return has(leaf7Ebx, kAvx512F | kAvx512Ifma | kAvx512Vl) && has(savedStates, kZmmStates);

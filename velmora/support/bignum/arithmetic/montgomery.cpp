@@ -44,9 +44,9 @@ void MontgomeryModulus::leavePlain(Limb* r, Limb* words) const noexcept {
 // base, which leaves Montgomery form on the way: sixteen squarings and one multiplication for
 // 65537.
 void MontgomeryModulus::power(Limb* r, const Limb* x, std::uint64_t exponent) const noexcept {
-  Limb plain[kMaxWords];
-  Limb base[kMaxWords];
-  Limb power[kMaxWords];
+  alignas(kKernelAlignment) Limb plain[kMaxWords];
+  alignas(kKernelAlignment) Limb base[kMaxWords];
+  alignas(kKernelAlignment) Limb power[kMaxWords];
   const Limb one = 1;
   if (exponent <= 1) {
     m_divisor.reduce(r, exponent == 0 ? &one : x, exponent == 0 ? 1 : count());
@@ -76,7 +76,7 @@ constexpr size_t kOddPowers = size_t{1} << (kWindowBits - 1);
 
 // table[i] = x^(2i + 1) in Montgomery form.
 void MontgomeryModulus::oddPowers(Limb* table, const Limb* x) const noexcept {
-  Limb squared[kMaxWords];
+  alignas(kKernelAlignment) Limb squared[kMaxWords];
   enter(table, x);
   square(squared, table);
   for (size_t i = 1; i < kOddPowers; ++i) {
@@ -86,9 +86,9 @@ void MontgomeryModulus::oddPowers(Limb* table, const Limb* x) const noexcept {
 
 void MontgomeryModulus::doublePower(Limb* r, const Limb* x, const Limb* e, const Limb* y,
                                     const Limb* f, size_t n) const noexcept {
-  Limb tableX[kOddPowers * kMaxWords];
-  Limb tableY[kOddPowers * kMaxWords];
-  Limb power[kMaxWords];
+  alignas(kKernelAlignment) Limb tableX[kOddPowers * kMaxWords];
+  alignas(kKernelAlignment) Limb tableY[kOddPowers * kMaxWords];
+  alignas(kKernelAlignment) Limb power[kMaxWords];
   const Limb one = 1;
   oddPowers(tableX, x);
   oddPowers(tableY, y);

@@ -8,6 +8,9 @@
 
 namespace velmora::vartime {
 
+/// What kernels on vectors would have their numbers aligned to, in octets; it is no must.
+inline constexpr size_t kKernelAlignment = 64;
+
 /// Montgomery multiplication for moduli whose length is known at run time only (RSA and DSA), as
 /// one path does it. Numbers are arrays of `n` words of wordBits bits each, n a multiple of
 /// `multiple`, which stand in `lanes` columns (see splitWords); R is 2^(wordBits * n). All operands
@@ -67,15 +70,16 @@ class MontgomeryModulus {
   }
   void oddPowers(Limb* table, const Limb* x) const noexcept;
 
-  // 16,384 bits in words of 58 bits, with the two spare bits a kernel may need, in fours.
-  static constexpr size_t kMaxWords = 284;
+  // 8,192 bits in words of 27 bits, with two spare bits, in fours; more than 16,384 bits have in
+  // words of 58.
+  static constexpr size_t kMaxWords = 304;
 
   ArithmeticPath m_path;
   const MontgomeryKernel* m_kernel = nullptr;
   size_t m_words = 0;
   Limb m_n0 = 0;  // -1 / modulus modulo 2^wordBits
   Divisor m_divisor;
-  Limb m_modulus[kMaxWords];
+  alignas(kKernelAlignment) Limb m_modulus[kMaxWords];
 };
 
 }  // namespace velmora::vartime

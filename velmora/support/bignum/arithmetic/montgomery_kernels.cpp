@@ -1,9 +1,11 @@
 #include "velmora/support/bignum/arithmetic/internal/block_products.h"
+#include "velmora/support/bignum/arithmetic/internal/montgomery_avx2.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_columns.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
 #include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/core/cpu_features.h"
 #include "velmora/support/core/target.h"
 
 namespace velmora::vartime {
@@ -46,11 +48,12 @@ struct LimbKernel {
 const MontgomeryKernel& montgomeryKernel([[maybe_unused]] ArithmeticPath path,
                                          [[maybe_unused]] size_t bits) noexcept {
 #if defined(VELMORA_X86_64)
-  if (path == ArithmeticPath::kAvx512Ifma) {
-    if (const MontgomeryKernel* const kernel = montgomeryIfmaKernel(bits)) return *kernel;
-    path = ArithmeticPath::kMulxAdx;
+  const MontgomeryKernel* vectors = nullptr;
+  if (path == ArithmeticPath::kAvx512Ifma) vectors = montgomeryIfmaKernel(bits);
+  if (path >= ArithmeticPath::kMulxAdx) {
+    if (vectors == nullptr && cpuFeatures().hasAvx2()) vectors = montgomeryAvx2Kernel(bits);
+    return vectors != nullptr ? *vectors : LimbKernel<MulxBlocks>::kKernel;
   }
-  if (path == ArithmeticPath::kMulxAdx) return LimbKernel<MulxBlocks>::kKernel;
   if (path == ArithmeticPath::kMulAdc) return LimbKernel<MulBlocks>::kKernel;
 #endif
   return montgomeryColumnsKernel();
