@@ -40,6 +40,16 @@ void MontgomeryModulus::leavePlain(Limb* r, Limb* words) const noexcept {
   m_divisor.reduce(r, limbs, n + 1);
 }
 
+namespace {
+
+constexpr unsigned kWindowBits = 4;
+constexpr size_t kOddPowers = size_t{1} << (kWindowBits - 1);
+// Bits set of an exponent above which a table of odd powers saves more multiplications than it
+// takes: as many as it has entries, and one for each window.
+constexpr int kDense = kOddPowers + kLimbBits / (kWindowBits + 1);
+
+}  // namespace
+
 // Square and multiply from the top bit. The last multiplication of an odd exponent takes the plain
 // base, which leaves Montgomery form on the way: sixteen squarings and one multiplication for
 // 65537.
@@ -47,7 +57,8 @@ void MontgomeryModulus::power(Limb* r, const Limb* x, std::uint64_t exponent) co
   alignas(kKernelAlignment) Limb plain[kMaxWords];
   alignas(kKernelAlignment) Limb base[kMaxWords];
   alignas(kKernelAlignment) Limb power[kMaxWords];
-  const Limb one = 1;
+  const Limb one = 1, zero = 0;
+  if (std::popcount(exponent) > kDense) return doublePower(r, x, &exponent, x, &zero, 1);
   if (exponent <= 1) {
     m_divisor.reduce(r, exponent == 0 ? &one : x, exponent == 0 ? 1 : count());
     return;
@@ -67,13 +78,6 @@ void MontgomeryModulus::power(Limb* r, const Limb* x, std::uint64_t exponent) co
   leavePlain(r, power);
 }
 
-namespace {
-
-constexpr unsigned kWindowBits = 4;
-constexpr size_t kOddPowers = size_t{1} << (kWindowBits - 1);
-
-}  // namespace
-
 // table[i] = x^(2i + 1) in Montgomery form.
 void MontgomeryModulus::oddPowers(Limb* table, const Limb* x) const noexcept {
   alignas(kKernelAlignment) Limb squared[kMaxWords];
@@ -91,7 +95,7 @@ void MontgomeryModulus::doublePower(Limb* r, const Limb* x, const Limb* e, const
   alignas(kKernelAlignment) Limb power[kMaxWords];
   const Limb one = 1;
   oddPowers(tableX, x);
-  oddPowers(tableY, y);
+  if (!isZero(f, n)) oddPowers(tableY, y);
   SlidingWindow windowE(e, n, kWindowBits);
   SlidingWindow windowF(f, n, kWindowBits);
   bool started = false;

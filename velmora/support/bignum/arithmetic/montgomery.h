@@ -36,7 +36,7 @@ const MontgomeryKernel& montgomeryKernel(ArithmeticPath path, size_t bits) noexc
 
 /// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 5 KiB;
 /// immutable after assign, then safe to share. The operations keep their working memory on the
-/// stack (at most 60 KiB) whatever the exponent.
+/// stack (at most 64 KiB) whatever the exponent.
 class MontgomeryModulus {
  public:
   explicit MontgomeryModulus(ArithmeticPath path = bestArithmeticPath())
