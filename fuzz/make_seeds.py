@@ -248,12 +248,12 @@ def chains():
             yield title + label, data
 
 
-# Multiples of the base point of each curve, a point of Ed25519, and a modulus; in a folder inside,
-# since they are dear.
+# Each curve, Ed25519 and a modulus on each path, in a folder inside, since they are dear.
 def arithmetic_paths():
     for what in range(11):
-        start = bytes([what, 1] if what < 9 else [what])
-        yield f"dear/{what}", start + hashlib.shake_128(bytes([what])).digest(120)
+        for path in range(4):
+            start = bytes([what, path])
+            yield f"dear/{what}.{path}", start + hashlib.shake_128(start).digest(90)
 
 
 def main():
