@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "velmora/certificate/bytes.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -14,7 +15,7 @@ class Block;
 /// A counted pointer to one block of memory that never changes: some DER, and for a certificate
 /// where its parts stand. Eight bytes; a copy is one atomic increment, and any thread may make one.
 /// Not to be used by programs: Certificate and Name are made of it.
-class BlockRef {
+class VELMORA_API BlockRef {
  public:
   BlockRef(const BlockRef& other) noexcept;
   BlockRef(BlockRef&& other) noexcept : m_block(std::exchange(other.m_block, nullptr)) {}

@@ -23,6 +23,7 @@
 #include "velmora/certificate/public_key.h"
 #include "velmora/certificate/result.h"
 #include "velmora/certificate/signature.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -68,7 +69,7 @@ struct Parts {
 /// A certificate is lenient to show and strict to decide upon: parse() refuses nothing that nobody
 /// has asked about, each question is answered to the letter or not at all, and departures() lists
 /// what is not as it should be.
-class Certificate {
+class VELMORA_API Certificate {
  public:
   /// Copies one certificate in DER: every identifier and length in its shortest form, down to the
   /// last member, every type constructed or primitive as DER has it, nothing behind it, and the
@@ -226,8 +227,9 @@ class Certificate {
   }
 
   /// The same octets; the order is that of the octets.
-  friend bool operator==(const Certificate& a, const Certificate& b) noexcept;
-  friend std::strong_ordering operator<=>(const Certificate& a, const Certificate& b) noexcept;
+  friend VELMORA_API bool operator==(const Certificate& a, const Certificate& b) noexcept;
+  friend VELMORA_API std::strong_ordering operator<=>(const Certificate& a,
+                                                      const Certificate& b) noexcept;
 
  private:
   template <Hash kHash>

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "velmora/certificate/oid.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -69,7 +70,7 @@ enum class DepartureCode : uint8_t {
 };
 
 /// One place where a certificate is not as the standards want it.
-struct Departure {
+struct VELMORA_API Departure {
   DepartureCode code{};
   uint32_t offset = 0;  // of the element at fault, from the start of the certificate
   Oid about;  // of the extension, or of the attribute in the issuer or subject, concerned;

@@ -7,6 +7,7 @@
 
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -15,14 +16,14 @@ namespace velmora {
 /// (notAsn1, notDer, trailingOctets); and tooLarge beyond kMaxAsn1Depth elements inside one another
 /// or BerWalk::maxElements in all. Nothing when they are. What primitive elements hold is not
 /// looked at. Linear, without recursion, without memory.
-std::optional<Error> derFault(Bytes bytes) noexcept;
+VELMORA_API std::optional<Error> derFault(Bytes bytes) noexcept;
 
 /// The moment of a UTCTime or GeneralizedTime, which is `element` whole: what Certificate::validity
 /// reads, a fraction of a second left out. Nothing for any other octets.
-std::optional<std::chrono::sys_seconds> readTime(Bytes element) noexcept;
+VELMORA_API std::optional<std::chrono::sys_seconds> readTime(Bytes element) noexcept;
 
 /// Whether such an element is YYMMDDHHMMSSZ or YYYYMMDDHHMMSSZ (RFC 5280 §4.1.2.5), of which every
 /// reader reads the same moment. Others leave the hour, the second or the zone in doubt.
-bool isDerTime(Bytes element) noexcept;
+VELMORA_API bool isDerTime(Bytes element) noexcept;
 
 }  // namespace velmora

@@ -22,6 +22,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/general_name.h"
 #include "velmora/certificate/oid.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -69,7 +70,7 @@ struct KeyUsage {
 };
 
 /// §4.2.1.12; a purpose of more than Oid::kMaxSize octets is an empty Oid, which equals nothing.
-struct ExtendedKeyUsage {
+struct VELMORA_API ExtendedKeyUsage {
   std::vector<Oid> purposes;
   bool has(const Oid& purpose) const noexcept;
 };
@@ -110,7 +111,7 @@ struct DistributionPoint {
 
 /// issuingDistributionPoint, an extension of CRLs (§5.2.5): which certificates of its issuer a CRL
 /// is about, and for which reasons.
-struct IssuingDistributionPoint {
+struct VELMORA_API IssuingDistributionPoint {
   std::vector<GeneralName> fullName;
   std::vector<Attribute> relativeName;  // one RDN, below the name of the CRL's issuer
   bool onlyUserCertificates = false;
@@ -133,7 +134,7 @@ struct UserNotice {
   std::vector<int64_t> numbers;  // one that 64 bits do not hold is INT64_MAX or INT64_MIN
   std::optional<std::string> text;
 };
-struct OtherQualifier {
+struct VELMORA_API OtherQualifier {
   Oid id;
   Octets value;  // the DER of one element
 
@@ -189,7 +190,7 @@ struct SignedTimestamp {
 
 /// TLS feature (RFC 7633): numbers of TLS extensions, none perhaps; 5, status_request, is "must
 /// staple". A number above 65535 is malformed.
-struct TlsFeatures {
+struct VELMORA_API TlsFeatures {
   std::vector<uint16_t> features;
   bool has(uint16_t feature) const noexcept;
 };

@@ -13,6 +13,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/name.h"
 #include "velmora/certificate/oid.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -35,7 +36,7 @@ struct Uri {
 };
 
 /// iPAddress [7] of 4 octets (IPv4) or 16 (IPv6), in network order; the octets beyond are 0.
-struct IpAddress {
+struct VELMORA_API IpAddress {
   std::array<std::byte, 16> octets{};
   uint8_t size = 4;
 
@@ -46,7 +47,7 @@ struct IpAddress {
 };
 
 /// iPAddress [7] in name constraints: an address and the mask behind it (RFC 5280 §4.2.1.10).
-struct IpRange {
+struct VELMORA_API IpRange {
   IpAddress address;
   IpAddress mask;  // of the same size
 
@@ -63,7 +64,7 @@ struct RegisteredId {
 };
 
 /// otherName [0]: the OID of its type and the DER of its value (RFC 5280 §4.2.1.6).
-struct OtherName {
+struct VELMORA_API OtherName {
   Oid type;        // empty for one of more than Oid::kMaxSize octets
   Octets rawType;  // its content octets
   Octets value;    // the DER of one element, without the [0] around it

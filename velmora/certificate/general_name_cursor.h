@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "velmora/certificate/bytes.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -18,7 +19,7 @@ struct PlacedName {
 
 /// Gives general names one after the other without a copy of any, for who looks for one among
 /// many. A value; it allocates nothing.
-class GeneralNameCursor {
+class VELMORA_API GeneralNameCursor {
  public:
   /// False at the end.
   bool next(PlacedName& name) noexcept;

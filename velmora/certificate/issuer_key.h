@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "velmora/certificate/certificate.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/key/dsa.h"
 #include "velmora/support/key/ecdsa.h"
 #include "velmora/support/key/ed25519.h"
@@ -25,7 +26,7 @@ struct SignedParts {
 /// The public key of an issuer, made ready once to check any number of signatures with; about
 /// 10 KiB that stand on their own. Never changes but for prepare(); any number of threads may check
 /// with one.
-class IssuerKey {
+class VELMORA_API IssuerKey {
  public:
   /// A key that cannot be used is no failure here: every check tells.
   explicit IssuerKey(const Certificate& issuer) noexcept : IssuerKey(issuer.parts().spki) {}

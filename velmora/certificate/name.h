@@ -13,6 +13,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/oid.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -42,7 +43,7 @@ struct Attribute {
 };
 
 /// The same where it stands, without a copy. The Bytes live as long as any copy of the certificate.
-struct PlacedAttribute {
+struct VELMORA_API PlacedAttribute {
   Bytes type;     // the content octets of its OID
   Bytes der;      // the value whole: identifier, length and contents
   Bytes content;  // the contents of the value
@@ -58,7 +59,7 @@ struct PlacedAttribute {
 /// A distinguished name (RFC 5280 §4.1.2.4: Name ::= SEQUENCE OF RelativeDistinguishedName) with
 /// its RDNs as they stand in a certificate. It keeps the octets of its certificate alive. Never
 /// changes; any thread may ask.
-class Name {
+class VELMORA_API Name {
  public:
   /// From the text of RFC 4514 §3, last RDN first: "CN=Steve Kille,O=Isode Limited,C=GB". Attribute
   /// types are the keywords that rfc4514() writes, in any letter case, or dotted OIDs; values are
@@ -134,7 +135,7 @@ class Name {
   static std::optional<std::string> folded(Bytes der);
 
   /// The same octets.
-  friend bool operator==(const Name& a, const Name& b) noexcept;
+  friend VELMORA_API bool operator==(const Name& a, const Name& b) noexcept;
 
  private:
   friend struct NameMaker;  // internal to this floor

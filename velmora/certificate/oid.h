@@ -12,6 +12,7 @@
 
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/known_oids.h"
 
 namespace velmora {
@@ -20,7 +21,7 @@ namespace velmora {
 /// copyable. One of more than 63 octets does not fit and is empty; where a certificate holds such a
 /// one, its octets stand beside it. An empty one stands for nothing and is equal to nothing, not
 /// even to another empty one.
-class Oid {
+class VELMORA_API Oid {
  public:
   static constexpr size_t kMaxSize = 63;
 

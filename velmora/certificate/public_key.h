@@ -8,6 +8,7 @@
 #include "velmora/certificate/bytes.h"
 #include "velmora/certificate/oid.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -15,7 +16,7 @@ enum class KeyKind : uint8_t { rsa, rsaPss, dsa, ec, ed25519, other };
 
 /// A public key described from its SubjectPublicKeyInfo (RFC 5280 §4.1.2.7), not judged: whether
 /// signatures may be checked with it is another question.
-struct PublicKey {
+struct VELMORA_API PublicKey {
   KeyKind kind = KeyKind::other;
   Oid algorithm;      // empty for one of more than Oid::kMaxSize octets
   Oid curve;          // the named curve of an EC key; empty where there is none

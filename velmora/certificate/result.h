@@ -10,6 +10,8 @@
 #include <utility>
 #include <variant>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 enum class ErrorCode : uint8_t {
@@ -49,7 +51,7 @@ enum class Found : uint8_t {
 };
 
 /// Why there is no value. Eight bytes, nothing allocated.
-struct Error {
+struct VELMORA_API Error {
   ErrorCode code = ErrorCode::absent;
   Found found = Found::certificate;  // with notACertificate: what it is instead
   uint32_t offset = 0;  // of the octet at fault, from the start of the input; 0 where there is none

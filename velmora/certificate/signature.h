@@ -9,6 +9,7 @@
 #include "velmora/certificate/oid.h"
 #include "velmora/certificate/public_key.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -30,7 +31,7 @@ constexpr size_t digestSize(Hash hash) noexcept {
 }
 
 /// "SHA-256".
-std::string_view hashName(Hash hash) noexcept;
+VELMORA_API std::string_view hashName(Hash hash) noexcept;
 
 /// How a signature is made, as an AlgorithmIdentifier says (RFC 4055, RFC 3279 §2.2, RFC 5758,
 /// RFC 8410).
@@ -43,7 +44,7 @@ struct SignatureScheme {
 
 /// The same of the DER of an AlgorithmIdentifier. Errors unknownAlgorithm, and malformedField with
 /// the offset of parameters that it must not have.
-Result<SignatureScheme> schemeOf(Bytes algorithmIdentifier) noexcept;
+VELMORA_API Result<SignatureScheme> schemeOf(Bytes algorithmIdentifier) noexcept;
 
 enum class SignatureVerdict : uint8_t {
   good,
@@ -88,7 +89,7 @@ constexpr SignatureVerdict verdictOf(SignatureFault fault) noexcept {
 }
 
 /// What became of one check of a signature.
-struct SignatureCheck {
+struct VELMORA_API SignatureCheck {
   SignatureVerdict verdict = SignatureVerdict::cannotCheck;
   SignatureFault fault = SignatureFault::algorithmUnknown;
 

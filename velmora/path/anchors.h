@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "velmora/certificate/certificate.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -23,7 +24,7 @@ struct AnchorConstraints {
 /// Whom a user trusts: a name and its key, with what they are bound to. Of a certificate those
 /// that it holds; nothing else in it is judged: its signature, hash and policies prove nothing,
 /// because trust in it comes from outside. Of one that was moved from nothing may be asked.
-class TrustAnchor {
+class VELMORA_API TrustAnchor {
  public:
   explicit TrustAnchor(Certificate certificate) noexcept;
 
@@ -62,7 +63,7 @@ class AnchorIndex;
 /// A key that signatures are checked with for the eighth time, of an anchor or of a CA below one,
 /// is prepared (IssuerKey::prepare), of which at most `preparedKeys` are kept, with up to 32 KiB
 /// for each; 0 keeps none. The verification that comes to it takes longer by a few signatures.
-class TrustAnchors {
+class VELMORA_API TrustAnchors {
  public:
   static constexpr size_t kPreparedKeys = 64;
 
@@ -84,7 +85,7 @@ class TrustAnchors {
 /// Certificates that may stand between a leaf and an anchor, found by name. Nothing in it is
 /// trusted. A value that copies cheaply and never changes; any thread may ask. Of one that was
 /// moved from nothing may be asked.
-class CertificateSet {
+class VELMORA_API CertificateSet {
  public:
   /// Throws std::bad_alloc.
   CertificateSet();

@@ -12,6 +12,7 @@
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/issuer_key.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -38,7 +39,7 @@ struct RevokedCertificate {
 
 /// One full CRL in DER (RFC 5280 §5): a counted pointer to its octets and an index of its serial
 /// numbers. Never changes; any thread may ask. `Bytes` live as long as any copy of it.
-class Crl {
+class VELMORA_API Crl {
  public:
   /// Copies one CRL in DER, outside and inside, of version 1 or 2. Linear in its size but for the
   /// sorting of its serial numbers, with eight octets beside it for an entry. What dates, names and
@@ -78,7 +79,7 @@ class Crl {
   Bytes der() const& noexcept;
   Bytes der() const&& = delete;
 
-  friend bool operator==(const Crl& a, const Crl& b) noexcept;
+  friend VELMORA_API bool operator==(const Crl& a, const Crl& b) noexcept;
 
  private:
   explicit Crl(std::shared_ptr<const struct CrlData> data) noexcept : m_data(std::move(data)) {}
@@ -106,7 +107,7 @@ struct CrlReading {
 /// CRLs, found by their issuer's name. A value that copies cheaply and never changes; any thread
 /// may ask. Nothing in it is believed before a signature on it holds. Of one that was moved from
 /// nothing may be asked.
-class CrlSet {
+class VELMORA_API CrlSet {
  public:
   /// Throws std::bad_alloc.
   CrlSet();

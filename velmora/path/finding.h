@@ -9,6 +9,7 @@
 
 #include "velmora/certificate/departures.h"
 #include "velmora/certificate/oid.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -76,7 +77,7 @@ enum class Severity : uint8_t {
 };
 
 /// One finding about one certificate of a way.
-struct Finding {
+struct VELMORA_API Finding {
   uint32_t certificate = 0;  // its place on the way: 0 is the leaf; behind the last certificate, at
                              // Path::certificates.size(), an anchor of name and key
   Reason reason = Reason::none;
@@ -96,13 +97,13 @@ struct Finding {
   /// A sentence for people. It may hold a name from the certificate, which may hold anything.
   std::string text() const;
 
-  friend bool operator==(const Finding& a, const Finding& b) noexcept;
+  friend VELMORA_API bool operator==(const Finding& a, const Finding& b) noexcept;
 };
 
 /// "wrongSignature". A constant.
-std::string_view reasonId(Reason reason) noexcept;
+VELMORA_API std::string_view reasonId(Reason reason) noexcept;
 
 /// "The signature is not of the issuer's key.". A constant.
-std::string_view reasonText(Reason reason) noexcept;
+VELMORA_API std::string_view reasonText(Reason reason) noexcept;
 
 }  // namespace velmora

@@ -6,6 +6,7 @@
 
 #include "velmora/certificate/certificate.h"
 #include "velmora/path/finding.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -15,6 +16,7 @@ namespace velmora {
 /// the order of Reason. Empty when nothing is against it. Nothing else is asked: no names, dates,
 /// versions, departures, critical extensions, key sizes, hashes or path lengths, which verify()
 /// judges. Throws std::bad_alloc.
-std::vector<Reason> linkFaults(const Certificate& certificate, const Certificate& issuer);
+VELMORA_API std::vector<Reason> linkFaults(const Certificate& certificate,
+                                           const Certificate& issuer);
 
 }  // namespace velmora

@@ -9,6 +9,7 @@
 
 #include "velmora/certificate/general_name.h"
 #include "velmora/certificate/result.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -16,7 +17,7 @@ class Certificate;
 
 /// Whom a leaf has to speak for: a host by name or address (RFC 9525), or an e-mail address. A
 /// target is always judged; who judges names elsewhere says notJudged().
-class Target {
+class VELMORA_API Target {
  public:
   /// Nothing was said, which is refused where a target is needed.
   Target() noexcept = default;

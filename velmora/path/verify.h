@@ -18,6 +18,7 @@
 #include "velmora/path/crl.h"
 #include "velmora/path/finding.h"
 #include "velmora/path/target.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -135,7 +136,7 @@ struct VerifyOptions {
 };
 
 /// A certificate and its issuers, leaf first; behind the last the anchor.
-class Path {
+class VELMORA_API Path {
  public:
   std::vector<Certificate> certificates;  // the anchor's last, if it is one
   std::optional<TrustAnchor> anchor;      // none: the way came to no anchor
@@ -198,7 +199,7 @@ class VerifiedPath {
 };
 
 /// What a verification answers.
-struct [[nodiscard]] Verification {
+struct [[nodiscard]] VELMORA_API Verification {
   std::vector<VerifiedPath> verified;  // none: the answer is no
   Path furthest;                       // then the way that came furthest, with all its findings
   Reason reason = Reason::none;        // its gravest failure, or what ended the search before
@@ -219,15 +220,16 @@ struct [[nodiscard]] Verification {
 /// Reason::outOfMemory. The answer depends on the arguments alone, the flag `cancel` among them:
 /// not on the order of a set, on addresses, nor on what was asked before. Any number of threads may
 /// ask with the same arguments.
-Verification verify(const Certificate& leaf, const TrustAnchors& anchors,
-                    const CertificateSet& intermediates, const VerifyOptions& options) noexcept;
+VELMORA_API Verification verify(const Certificate& leaf, const TrustAnchors& anchors,
+                                const CertificateSet& intermediates,
+                                const VerifyOptions& options) noexcept;
 
 /// The same with the octets that a peer sent, leaf first, the others in any order; `more` are
 /// intermediates that are known besides. Of those behind the leaf, what is no certificate is passed
 /// over.
-Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
-                    const VerifyOptions& options, const CertificateSet& more) noexcept;
-Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
-                    const VerifyOptions& options) noexcept;
+VELMORA_API Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
+                                const VerifyOptions& options, const CertificateSet& more) noexcept;
+VELMORA_API Verification verify(std::span<const Bytes> presented, const TrustAnchors& anchors,
+                                const VerifyOptions& options) noexcept;
 
 }  // namespace velmora

@@ -12,6 +12,7 @@
 #include "velmora/reading/xml_splitter.h"
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/core/arrays.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/first_error_log.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/pem/pem_scanner.h"
@@ -43,7 +44,7 @@ struct CertificateFailure {
 };
 
 /// Receives what a CertificateReader finds, one item after the other, in the input's order.
-class CertificateSink {
+class VELMORA_API CertificateSink {
  public:
   virtual ~CertificateSink() = default;
 
@@ -78,7 +79,7 @@ class CertificateSink {
 /// document. Beyond kMaxDerSize an element, with all that follows it, or a block is refused; beyond
 /// kMaxXmlSize an XML document. Time is proportional to the input. Not safe for concurrent use.
 /// Throws only what the sink throws.
-class CertificateReader {
+class VELMORA_API CertificateReader {
  public:
   static constexpr size_t kMaxDerSize = size_t{64} << 20;
   /// Hexadecimal takes two characters for an octet, base64 and the tags somewhat less or more.
@@ -166,7 +167,8 @@ class CertificateReader {
 /// before and behind it are appended all the same), each with an error line and the data items
 /// "index", "offset", "label", "line" and "faultLine" where they are known. Takes no lock. Log
 /// context "readCertificates".
-bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out, LogBase& log);
-bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log);
+VELMORA_API bool readCertificates(std::span<const unsigned char> bytes, ExtPtrArray& out,
+                                  LogBase& log);
+VELMORA_API bool readCertificates(std::string_view bytes, ExtPtrArray& out, LogBase& log);
 
 }  // namespace velmora

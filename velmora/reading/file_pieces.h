@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// Takes the next octets of a file; false when no more of it are wanted. May throw.
@@ -14,9 +16,9 @@ using TakePiece = std::function<bool(std::span<const unsigned char> piece)>;
 /// Hands a file to `take`, what a pipe brings at once, until its end or until no more is wanted.
 /// 0, or the error (errno) with which opening or reading failed. Throws what `take` throws and
 /// std::bad_alloc.
-int readPieces(const std::string& path, const TakePiece& take);
+VELMORA_API int readPieces(const std::string& path, const TakePiece& take);
 
 /// The same of a descriptor that is open and stays so.
-int readPieces(int descriptor, const TakePiece& take);
+VELMORA_API int readPieces(int descriptor, const TakePiece& take);
 
 }  // namespace velmora

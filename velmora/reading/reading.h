@@ -16,6 +16,7 @@
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/result.h"
 #include "velmora/reading/certificate_reader.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -36,7 +37,7 @@ struct BerOriginal {
 };
 
 /// What an input holds.
-struct Reading {
+struct VELMORA_API Reading {
   std::vector<Certificate> certificates;  // in the input's order
   std::vector<ReadFailure> failures;      // likewise
   std::vector<BerOriginal> originals;     // likewise; what is not named here came as DER
@@ -51,7 +52,7 @@ struct Reading {
 };
 
 /// Reads all of an input in memory. Duplicates are kept. Linear in the input.
-Reading readCertificates(Bytes input);
+VELMORA_API Reading readCertificates(Bytes input);
 
 template <ByteRange R>
 Reading readCertificates(const R& input) {
@@ -60,19 +61,19 @@ Reading readCertificates(const R& input) {
 
 /// Reads a file, or whatever opens under that path, piece by piece. One that cannot be opened or
 /// read is a failure with ErrorCode::cannotOpenFile and the system's reason.
-Reading readCertificateFile(const std::string& path);
+VELMORA_API Reading readCertificateFile(const std::string& path);
 
 /// The certificate that some BER stands for: its DER as DerXmlCodec encodes it, with definite and
 /// shortest lengths and strings in one piece, and nothing else changed. For DER the same as
 /// Certificate::parse. Errors as there, with the offset in the BER (notAsn1) or in the DER made of
 /// it. Fingerprints of what comes out are those of the DER, which nobody has sent and no signature
 /// needs to be of.
-Result<Certificate> certificateFromBer(Bytes ber) noexcept;
+VELMORA_API Result<Certificate> certificateFromBer(Bytes ber) noexcept;
 
 /// A sink for whoever works on typed certificates: of BER it hands on the one that the BER stands
 /// for (certificateFromBer), and what gives none, also for lack of memory, comes as a failure like
 /// any other.
-class TypedCertificateSink : public CertificateSink {
+class VELMORA_API TypedCertificateSink : public CertificateSink {
  public:
   /// One certificate; of the octets as they stood in the input `berAt` is the offset of the first
   /// that is no DER, none where all of it is. The octets are valid during the call.

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {
@@ -20,14 +21,14 @@ struct TrustedRootCount {
 /// directories in it). What is refused is passed over, each with an error and the data items
 /// "file", "index", "label", "line", "faultLine", "offset" and "subject" where they are known. Log
 /// context "addTrustedRoots".
-TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log);
+VELMORA_API TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log);
 
 /// The file of trusted roots that the operating system keeps: the one that the environment variable
 /// SSL_CERT_FILE names, else the first that can be opened of the usual places. Null when there is
 /// none.
-const char* systemTrustedRootsPath();
+VELMORA_API const char* systemTrustedRootsPath();
 
 /// The same with that file. Without one an error, and nothing is registered.
-TrustedRootCount addSystemTrustedRoots(const char* set, LogBase& log);
+VELMORA_API TrustedRootCount addSystemTrustedRoots(const char* set, LogBase& log);
 
 }  // namespace velmora

@@ -6,18 +6,19 @@
 #include <string>
 
 #include "velmora/certificate/certificate.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
 /// One PEM block, "CERTIFICATE", with lines of 64 characters (RFC 7468 §5).
-std::string toPem(const Certificate& certificate);
+VELMORA_API std::string toPem(const Certificate& certificate);
 
 /// A PEM block of each, one behind the other.
-std::string toPem(std::span<const Certificate> certificates);
+VELMORA_API std::string toPem(std::span<const Certificate> certificates);
 
 /// A PKCS #7 bundle in DER: SignedData of version 1 without signers, whose certificates are these
 /// in their order (RFC 2315 §9.1, "p7b"). As a SET OF they would be sorted in DER; the order of
 /// a chain is kept, which readers expect and take.
-Octets toP7b(std::span<const Certificate> certificates);
+VELMORA_API Octets toP7b(std::span<const Certificate> certificates);
 
 }  // namespace velmora

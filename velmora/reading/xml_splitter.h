@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/string_buffer.h"
 #include "velmora/support/xml/xml_encoding.h"
 
@@ -17,7 +18,7 @@ namespace velmora {
 /// The first document may turn out to be foreign, if nothing precedes it: neither ASN.1 XML nor a
 /// list of it, because no ASN.1 element stands at its first three levels, in front of any other at
 /// the third and in its first 16 KiB.
-class XmlSplitter {
+class VELMORA_API XmlSplitter {
  public:
   enum class Event {
     kNone,      // the text is used up

@@ -3,6 +3,7 @@
 // The certificate as a tree of XML, with texts of its own: what this floor is for.
 
 #include "velmora/support/core/arrays.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
@@ -46,7 +47,7 @@ class _vmAsn1;
 ///
 /// A VelmoraX509Holder is not counted itself and keeps one reference: createFromX509,
 /// appendNewX509Holder and setX509 count one more, createFromDer holds the only one.
-class VelmoraX509 : public RefCountedObject {
+class VELMORA_API VelmoraX509 : public RefCountedObject {
  public:
   VelmoraX509();
   ~VelmoraX509() override;
@@ -391,7 +392,7 @@ class VelmoraX509 : public RefCountedObject {
 
 /// Owner of one counted reference to a certificate: the element type of certificate arrays
 /// (ExtPtrArray). It has no lock of its own. Deleted with VelmoraObject::deleteObject.
-class VelmoraX509Holder : public NonRefCountedObj {
+class VELMORA_API VelmoraX509Holder : public NonRefCountedObj {
  public:
   /// Holds a new, empty certificate (none when memory ran out).
   VelmoraX509Holder();

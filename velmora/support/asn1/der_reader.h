@@ -7,6 +7,7 @@
 #include <span>
 
 #include "velmora/support/asn1/asn1_element.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
@@ -30,7 +31,7 @@ struct Asn1Fault {
 /// must come next, in DER to the letter, with identifier and length in their shortest form and
 /// strings primitive, and tells by false alone that another one comes, or none. Whatever fails
 /// leaves the cursor where it was.
-class DerReader {
+class VELMORA_API DerReader {
  public:
   using Octets = std::span<const unsigned char>;
 

@@ -6,6 +6,7 @@
 
 #include "velmora/support/asn1/der_reader.h"
 #include "velmora/support/core/arrays.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/string_buffer.h"
@@ -39,7 +40,7 @@ namespace velmora {
 /// that is BER fails for the strangeness of a field, but for a tag number above 2^31 - 1. Depth is
 /// limited to 100 elements, and their number to 65,536 and one for every four octets of the input;
 /// time and memory are proportional to the input.
-class DerXmlCodec {
+class VELMORA_API DerXmlCodec {
  public:
   static constexpr int kMaxDepth = kMaxAsn1Depth;
 

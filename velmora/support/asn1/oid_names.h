@@ -5,6 +5,8 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// An OID of the table. The texts live as long as the program.
@@ -15,13 +17,13 @@ struct NamedOid {
 
 /// The OID with these content octets (X.690 §8.19); both texts are empty when it is not in the
 /// table.
-NamedOid namedOid(std::span<const unsigned char> content) noexcept;
+VELMORA_API NamedOid namedOid(std::span<const unsigned char> content) noexcept;
 
 /// The name by which the standards know a dotted OID: attribute types, algorithms, curves,
 /// extensions, key purposes, access methods, certificate policies and their qualifiers, and types
 /// of other names, such as "subjectAltName" for "2.5.29.17". Empty for an OID that is not in the
 /// table. The text lives as long as the program. Stateless; any thread may call it.
-std::string_view oidName(std::string_view dotted) noexcept;
+VELMORA_API std::string_view oidName(std::string_view dotted) noexcept;
 
 /// The same for content octets.
 inline std::string_view oidName(std::span<const unsigned char> content) noexcept {
@@ -30,6 +32,6 @@ inline std::string_view oidName(std::span<const unsigned char> content) noexcept
 
 /// The other way round: the dotted OID that oidName gives exactly this name; empty for any other
 /// text.
-std::string_view oidOfName(std::string_view name) noexcept;
+VELMORA_API std::string_view oidOfName(std::string_view name) noexcept;
 
 }  // namespace velmora

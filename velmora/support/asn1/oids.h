@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/string_buffer.h"
 
@@ -19,13 +20,13 @@ inline constexpr size_t kMaxOidArcOctets = 512;
 /// Appends the dotted decimal form of content octets. False, with `out` as it was, when the octets
 /// are not in their one valid form (empty, a padded arc, a cut one), when an arc is longer than
 /// kMaxOidArcOctets, and when memory ran out.
-bool oidToDotted(std::span<const unsigned char> content, StringBuffer& out) noexcept;
+VELMORA_API bool oidToDotted(std::span<const unsigned char> content, StringBuffer& out) noexcept;
 
 /// Appends the content octets of a dotted OID. False, with `out` as it was, for text that is no OID
 /// (fewer than two arcs, a first arc above 2, a second above 39 under 0 and 1, leading zeros, any
 /// other character), for an arc that would take more than kMaxOidArcOctets, and when memory ran
 /// out.
-bool dottedToOid(std::string_view dotted, DataBuffer& out) noexcept;
+VELMORA_API bool dottedToOid(std::string_view dotted, DataBuffer& out) noexcept;
 
 /// The room that the dotted form of `octets` content octets takes at most.
 constexpr size_t maxDottedSize(size_t octets) noexcept {
@@ -34,10 +35,10 @@ constexpr size_t maxDottedSize(size_t octets) noexcept {
 
 /// As oidToDotted, into memory with room for maxDottedSize(content.size()) characters. Gives the
 /// number of characters, 0 when the octets were refused.
-size_t writeDottedOid(std::span<const unsigned char> content, char* out) noexcept;
+VELMORA_API size_t writeDottedOid(std::span<const unsigned char> content, char* out) noexcept;
 
 /// As dottedToOid, into memory with room for dotted.size() octets. Gives the number of octets, 0
 /// when the text was refused.
-size_t writeOidContent(std::string_view dotted, unsigned char* out) noexcept;
+VELMORA_API size_t writeOidContent(std::string_view dotted, unsigned char* out) noexcept;
 
 }  // namespace velmora

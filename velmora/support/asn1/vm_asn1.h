@@ -6,6 +6,7 @@
 #include <span>
 
 #include "velmora/support/asn1/der_reader.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/core/pod_array.h"
 #include "velmora/support/log/log_base.h"
@@ -23,7 +24,7 @@ namespace velmora {
 /// What is read is the BER that DerXmlCodec reads, with the same limits, and it is brought to DER
 /// when it is read: lengths in their shortest form, strings primitive, nothing else changed. Time
 /// and memory are proportional to the input. Not safe for concurrent use, not even by readers.
-class _vmAsn1 final : public RefCountedObject {
+class VELMORA_API _vmAsn1 final : public RefCountedObject {
  public:
   ~_vmAsn1() override;
 

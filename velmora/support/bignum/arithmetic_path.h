@@ -2,6 +2,8 @@
 
 // The ways of computing, and which of them this CPU gets.
 
+#include "velmora/support/core/export.h"
+
 namespace velmora::vartime {
 
 /// The ways in which this floor can multiply, from the slowest; each gives the same results, and a
@@ -20,12 +22,12 @@ inline constexpr ArithmeticPath kArithmeticPaths[] = {
     ArithmeticPath::kAvx512Ifma};
 
 /// The name of a path, for people.
-const char* arithmeticPathName(ArithmeticPath path) noexcept;
+VELMORA_API const char* arithmeticPathName(ArithmeticPath path) noexcept;
 
 /// True when this build and this CPU (and its operating system) can run the path.
-bool arithmeticPathSupported(ArithmeticPath path) noexcept;
+VELMORA_API bool arithmeticPathSupported(ArithmeticPath path) noexcept;
 
 /// The fastest path that is supported; found once. Any thread.
-ArithmeticPath bestArithmeticPath() noexcept;
+VELMORA_API ArithmeticPath bestArithmeticPath() noexcept;
 
 }  // namespace velmora::vartime

@@ -2,13 +2,14 @@
 
 // Arrays that own what is put into them, with the vocabulary of VelmoraX509.
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/core/pod_array.h"
 
 namespace velmora {
 
 /// Growable array that owns its objects: they are deleted with it. Not safe for concurrent use.
-class ExtPtrArray {
+class VELMORA_API ExtPtrArray {
  public:
   ExtPtrArray() = default;
   ~ExtPtrArray() { removeAllObjects(); }
@@ -33,7 +34,7 @@ class ExtPtrArray {
 
 /// Growable array that holds one counted reference to each of its objects. Not safe for concurrent
 /// use; the objects may be shared with other threads.
-class ExtPtrArrayRc {
+class VELMORA_API ExtPtrArrayRc {
  public:
   ExtPtrArrayRc() = default;
   ~ExtPtrArrayRc() { removeAllObjects(); }

@@ -9,12 +9,14 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// An OBJECT IDENTIFIER that is known when the program is compiled, as dotted text and as the
 /// content octets of its DER (X.690 §8.19). Text that is no OID, or one of more octets than fit,
 /// does not compile.
-class KnownOid {
+class VELMORA_API KnownOid {
  public:
   static constexpr size_t kMaxSize = 15;
 

@@ -6,11 +6,12 @@
 #include <cstddef>
 
 #include "velmora/support/core/crit_sec.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora {
 
 /// Base of objects with one owner, deleted through deleteObject.
-class VelmoraObject {
+class VELMORA_API VelmoraObject {
  public:
   VelmoraObject() = default;
   virtual ~VelmoraObject() = default;
@@ -25,11 +26,11 @@ class VelmoraObject {
 };
 
 /// An object that has exactly one owner, and so no count.
-class NonRefCountedObj : public VelmoraObject {};
+class VELMORA_API NonRefCountedObj : public VelmoraObject {};
 
 /// Base of objects that several owners share: a count that starts at 0, and a re-entrant lock (the
 /// object is its own VelmoraCritSec). The count is atomic; any thread may change it.
-class RefCountedObject : public VelmoraCritSec {
+class VELMORA_API RefCountedObject : public VelmoraCritSec {
  public:
   RefCountedObject() = default;
   virtual ~RefCountedObject() = default;

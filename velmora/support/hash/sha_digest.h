@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/hash/sha_path.h"
 #include "velmora/support/text/data_buffer.h"
 
@@ -91,9 +92,9 @@ using Sha256Digest = ShaDigest<Sha256Variant>;
 using Sha384Digest = ShaDigest<Sha384Variant>;
 using Sha512Digest = ShaDigest<Sha512Variant>;
 
-extern template class ShaDigest<Sha1Variant>;
-extern template class ShaDigest<Sha256Variant>;
-extern template class ShaDigest<Sha384Variant>;
-extern template class ShaDigest<Sha512Variant>;
+extern template class VELMORA_API ShaDigest<Sha1Variant>;
+extern template class VELMORA_API ShaDigest<Sha256Variant>;
+extern template class VELMORA_API ShaDigest<Sha384Variant>;
+extern template class VELMORA_API ShaDigest<Sha512Variant>;
 
 }  // namespace velmora

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// One implementation of the compression functions of FIPS 180-4 §6. Each function folds `count`
@@ -20,9 +22,9 @@ struct ShaPath {
 
 /// The implementations that this CPU can run: the portable one first, the fastest last. Found once;
 /// safe to call from any thread.
-std::span<const ShaPath> shaPaths() noexcept;
+VELMORA_API std::span<const ShaPath> shaPaths() noexcept;
 
 /// The implementation used unless a digest is told otherwise.
-const ShaPath& fastestShaPath() noexcept;
+VELMORA_API const ShaPath& fastestShaPath() noexcept;
 
 }  // namespace velmora

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/string_buffer.h"
 
@@ -13,7 +14,7 @@ namespace velmora {
 /// Hashing by identifier: the small integers by which certificates, keys and pin sets name SHA-1,
 /// SHA-256, SHA-384 and SHA-512 (FIPS 180-4). 0 stands for an unknown hash. Stateless; every
 /// operation may be called from any thread.
-class _vmHash {
+class VELMORA_API _vmHash {
  public:
   static constexpr int kUnknown = 0;
   static constexpr int kSha1 = 1;

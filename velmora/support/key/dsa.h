@@ -7,12 +7,13 @@
 
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {
 
 /// A DSA public key (FIPS 186-4 §4.1), prepared for use. Fixed in size; safe to share once set.
-class DsaKeyData {
+class VELMORA_API DsaKeyData {
  public:
   static constexpr size_t kMinPrimeBits = 512;
   static constexpr size_t kMaxPrimeBits = 8192;
@@ -60,7 +61,7 @@ class DsaKeyData {
 };
 
 /// Verification of DSA signatures (FIPS 186-4 §4.7).
-class DsaPrimitive {
+class VELMORA_API DsaPrimitive {
  public:
   /// Checks a signature, the DER of SEQUENCE { r INTEGER, s INTEGER }, on a hash. False, with the
   /// reason logged, when it cannot be checked because it is not that or the hash is empty; else

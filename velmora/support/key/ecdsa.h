@@ -8,13 +8,14 @@
 
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/curves/curve.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {
 
 /// A public key on a named curve (RFC 5480), ready for ECDSA. Fixed in size until it is prepared;
 /// safe to share once set.
-class EccKeyData {
+class VELMORA_API EccKeyData {
  public:
   explicit EccKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "velmora/support/bignum/curves/edwards25519.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 
@@ -14,7 +15,7 @@ namespace velmora {
 
 /// An Ed25519 public key (RFC 8032 §5.1). Fixed in size until it is prepared; safe to share once
 /// set.
-class Ed25519KeyData {
+class VELMORA_API Ed25519KeyData {
  public:
   static constexpr size_t kKeySize = 32;
 
@@ -48,7 +49,7 @@ class Ed25519KeyData {
 
 /// Verification of Ed25519 signatures (RFC 8032 §5.1.7), without cofactor: R is computed and
 /// compared as octets, so that only its one encoding is accepted; S is below the group order.
-class Ed25519Primitive {
+class VELMORA_API Ed25519Primitive {
  public:
   static constexpr size_t kSignatureSize = 64;
 

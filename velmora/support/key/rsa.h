@@ -7,13 +7,14 @@
 #include <span>
 
 #include "velmora/support/bignum/arithmetic/montgomery.h"
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 
 namespace velmora {
 
 /// An RSA public key (RFC 8017 §3.1), prepared for use. Fixed in size; safe to share once set.
-class RsaKeyData {
+class VELMORA_API RsaKeyData {
  public:
   static constexpr size_t kMinModulusBits = 512;
   static constexpr size_t kMaxModulusBits = vartime::kMaxModulusLimbs * vartime::kLimbBits;
@@ -53,7 +54,7 @@ struct PssForm {
 };
 
 /// Verification of RSA signatures (RFC 8017).
-class RsaPrimitive {
+class VELMORA_API RsaPrimitive {
  public:
   static constexpr int kPaddingPkcs1 = 1;  // RSASSA-PKCS1-v1_5, §8.2
   static constexpr int kPaddingPss = 3;    // RSASSA-PSS, §8.1

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <variant>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/key/dsa.h"
 #include "velmora/support/key/ecdsa.h"
 #include "velmora/support/key/ed25519.h"
@@ -19,7 +20,7 @@ namespace velmora {
 /// A public key of any kind that signatures are verified with; empty until one is loaded. About
 /// 10 KiB, so that a key needs next to nothing from the heap. Not safe for concurrent loading; a
 /// loaded key may be read by any thread.
-class _vmPublicKey {
+class VELMORA_API _vmPublicKey {
  public:
   /// The path is how signatures are computed; a test chooses it.
   explicit _vmPublicKey(vartime::ArithmeticPath path = vartime::bestArithmeticPath())

@@ -4,13 +4,14 @@
 
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {
 
 /// A log that keeps the first error line since it was cleared, the one nearest to the cause, with
 /// the data item that came with it, which says where, and discards the rest.
-class FirstErrorLog final : public LogBase {
+class VELMORA_API FirstErrorLog final : public LogBase {
  public:
   bool empty() const noexcept { return m_error.isEmpty(); }
   std::string_view error() const noexcept { return m_error.view(); }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/data_buffer.h"
 #include "velmora/support/text/string_buffer.h"
 #include "velmora/support/text/x_string.h"
@@ -15,7 +16,7 @@ namespace velmora {
 /// Where an operation reports what it did and why it failed: nested contexts, error lines,
 /// information lines and data items. A sink derives from it; its operations must not throw. Not
 /// safe for concurrent use: each thread brings its own.
-class LogBase {
+class VELMORA_API LogBase {
  public:
   LogBase() = default;
   virtual ~LogBase() = default;
@@ -59,7 +60,7 @@ class LogContextExitor {
 };
 
 /// A log that discards everything.
-class LogNull final : public LogBase {
+class VELMORA_API LogNull final : public LogBase {
  public:
   void LogError(const char*) override {}
   void LogInfo(const char*) override {}

@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 
 namespace velmora {
@@ -13,7 +14,7 @@ namespace velmora {
 /// context. "name:" opens a context, "ERROR: message" and "message" are the lines, "key: value" the
 /// data items. Every text goes through appendPrintable, so that no value can forge a line or drive
 /// a terminal.
-class LogLines : public LogBase {
+class VELMORA_API LogLines : public LogBase {
  public:
   void LogError(const char* message) final;
   void LogInfo(const char* message) final;
@@ -32,7 +33,7 @@ class LogLines : public LogBase {
 };
 
 /// Keeps the lines as one text, each closed by a newline.
-class LogText final : public LogLines {
+class VELMORA_API LogText final : public LogLines {
  public:
   const StringBuffer& text() const noexcept { return m_text; }
   void clear() noexcept { m_text.clear(); }
@@ -45,7 +46,7 @@ class LogText final : public LogLines {
 };
 
 /// Writes each line, closed by a newline, to a stream that outlives the log.
-class LogStream final : public LogLines {
+class VELMORA_API LogStream final : public LogLines {
  public:
   explicit LogStream(std::ostream& out) : m_out(out) {}
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/base64_stream.h"
 
 namespace velmora {
@@ -19,7 +20,7 @@ namespace velmora {
 /// more dashes; the whole markers on such a line are read all the same. Text of base64 and white
 /// space alone, without any block, counts as one block without a label when it starts as the base64
 /// of a SEQUENCE does. Held are the DER of one block and the start of one line.
-class PemScanner {
+class VELMORA_API PemScanner {
  public:
   enum class Event {
     kNone,   // the text is used up

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/data_buffer.h"
 
 namespace velmora {
@@ -13,7 +14,7 @@ namespace velmora {
 /// Base64 (RFC 4648 §4) that comes in pieces, decoded as it comes: no more than the bytes decoded
 /// and a small piece of text is held. What stands between the characters of the alphabet, white
 /// space included, is for the caller to pass over.
-class Base64Stream {
+class VELMORA_API Base64Stream {
  public:
   enum class Fault { kNone, kTooLarge, kNoMemory, kMalformed };
 

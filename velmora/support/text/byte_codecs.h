@@ -6,11 +6,13 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// Writes 2 * count digits.
-void hexEncodeUpper(const unsigned char* bytes, size_t count, char* out) noexcept;
-void hexEncodeLower(const unsigned char* bytes, size_t count, char* out) noexcept;
+VELMORA_API void hexEncodeUpper(const unsigned char* bytes, size_t count, char* out) noexcept;
+VELMORA_API void hexEncodeLower(const unsigned char* bytes, size_t count, char* out) noexcept;
 
 /// The length of `count` bytes in base64 with padding (RFC 4648 §4).
 constexpr size_t base64Length(size_t count) noexcept {
@@ -18,10 +20,10 @@ constexpr size_t base64Length(size_t count) noexcept {
 }
 
 /// Writes base64Length(count) characters, padded.
-void base64Encode(const unsigned char* bytes, size_t count, char* out) noexcept;
+VELMORA_API void base64Encode(const unsigned char* bytes, size_t count, char* out) noexcept;
 
 /// Writes base64url without padding (RFC 4648 §5) and gives the number of characters written.
-size_t base64UrlEncode(const unsigned char* bytes, size_t count, char* out) noexcept;
+VELMORA_API size_t base64UrlEncode(const unsigned char* bytes, size_t count, char* out) noexcept;
 
 /// What a decoder made of its text: the bytes it wrote, and whether all of the text was understood.
 struct DecodeResult {
@@ -32,15 +34,15 @@ struct DecodeResult {
 /// Decodes hexadecimal digits in either letter case; white space is passed over, an odd digit at
 /// the end or any other character is a fault that ends the decoding. `out` has room for text.size()
 /// / 2 bytes.
-DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept;
+VELMORA_API DecodeResult hexDecode(std::string_view text, unsigned char* out) noexcept;
 
 /// Decodes the groups of four digits of the standard alphabet of base64 that a text starts with,
 /// without anything between them; gives how many there are. `out` has room as for base64Decode.
-size_t base64DecodeGroups(std::string_view text, unsigned char* out) noexcept;
+VELMORA_API size_t base64DecodeGroups(std::string_view text, unsigned char* out) noexcept;
 
 /// Decodes base64 in the standard alphabet or, with `url`, in the URL alphabet; white space is
 /// passed over, padding is optional and ends the text. `out` has room for
 /// text.size() / 4 * 3 + 3 bytes.
-DecodeResult base64Decode(std::string_view text, bool url, unsigned char* out) noexcept;
+VELMORA_API DecodeResult base64Decode(std::string_view text, bool url, unsigned char* out) noexcept;
 
 }  // namespace velmora

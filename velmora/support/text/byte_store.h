@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// The memory under DataBuffer and StringBuffer: length-counted bytes, always followed by one zero
@@ -12,7 +14,7 @@ namespace velmora {
 /// Nothing throws. A store that could not grow keeps its bytes, refuses to grow again and is marked
 /// `failed` until it is cleared; a marked store compares equal to nothing, so that a shortened name
 /// or key can never make a comparison true. Not safe for concurrent use.
-class ByteStore {
+class VELMORA_API ByteStore {
  public:
   ByteStore() noexcept = default;
   ByteStore(ByteStore&& other) noexcept { swap(other); }

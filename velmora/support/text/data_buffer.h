@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/byte_store.h"
 
 namespace velmora {
@@ -15,7 +16,7 @@ class StringBuffer;
 /// Growable bytes. Operations that add bytes append; each returns false when memory ran out, and
 /// the buffer is then marked (see ByteStore) until it is cleared. Movable, not copyable. Not safe
 /// for concurrent use.
-class DataBuffer {
+class VELMORA_API DataBuffer {
  public:
   DataBuffer() noexcept = default;
   DataBuffer(DataBuffer&&) noexcept = default;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/string_buffer.h"
 #include "velmora/support/text/unicode.h"
 
@@ -82,10 +83,11 @@ void copyEscaped(std::string_view text, const AsciiSet& plain, StringBuffer& out
 }
 
 /// Appends the `digits` last hexadecimal digits of a value, from an alphabet of 16.
-void appendHexDigits(char32_t value, int digits, const char* alphabet, StringBuffer& out) noexcept;
+VELMORA_API void appendHexDigits(char32_t value, int digits, const char* alphabet,
+                                 StringBuffer& out) noexcept;
 
 /// Appends text for people: control characters and bytes that are not UTF-8 as \xHH, what else
 /// steers a terminal as \u{HHHH}, a backslash as two, so that nothing can pass for an escape.
-void appendPrintable(std::string_view text, StringBuffer& out) noexcept;
+VELMORA_API void appendPrintable(std::string_view text, StringBuffer& out) noexcept;
 
 }  // namespace velmora

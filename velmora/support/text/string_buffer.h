@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/core/pod_array.h"
 #include "velmora/support/text/byte_store.h"
@@ -21,7 +22,7 @@ class ExtPtrArraySb;
 /// memory ran out, and the buffer is then marked (see ByteStore) until it is cleared. Letter case
 /// and white space are those of US-ASCII (white space: space, TAB, LF, VT, FF, CR). Not safe for
 /// concurrent use.
-class StringBuffer {
+class VELMORA_API StringBuffer {
  public:
   StringBuffer() noexcept = default;
   /// Starts with a copy of `text`; a failed allocation leaves the mark.
@@ -100,7 +101,7 @@ class StringBuffer {
 };
 
 /// Growable array of texts that it owns. Not safe for concurrent use.
-class ExtPtrArraySb {
+class VELMORA_API ExtPtrArraySb {
  public:
   ExtPtrArraySb() = default;
   ~ExtPtrArraySb() { removeAllObjects(); }

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
@@ -19,22 +21,23 @@ constexpr bool isScalarValue(char32_t c) noexcept {
 /// Reads one character of UTF-8 at `at`, which lies before `end`, and moves `at` past it. When the
 /// bytes are invalid it moves past the maximal part of a character (Unicode §3.9) instead and gives
 /// kInvalidSequence.
-char32_t readUtf8(const unsigned char*& at, const unsigned char* end) noexcept;
+VELMORA_API char32_t readUtf8(const unsigned char*& at, const unsigned char* end) noexcept;
 
 /// The same for UTF-16: an unpaired surrogate and an odd last byte are invalid.
-char32_t readUtf16(const unsigned char*& at, const unsigned char* end, bool bigEndian) noexcept;
+VELMORA_API char32_t readUtf16(const unsigned char*& at, const unsigned char* end,
+                               bool bigEndian) noexcept;
 
 /// Writes a scalar value as UTF-8; gives the number of bytes, 1 to 4.
-size_t writeUtf8(char32_t c, unsigned char (&out)[4]) noexcept;
+VELMORA_API size_t writeUtf8(char32_t c, unsigned char (&out)[4]) noexcept;
 
 /// Writes a scalar value as UTF-16; gives the number of bytes, 2 or 4.
-size_t writeUtf16(char32_t c, bool bigEndian, unsigned char (&out)[4]) noexcept;
+VELMORA_API size_t writeUtf16(char32_t c, bool bigEndian, unsigned char (&out)[4]) noexcept;
 
 /// The character of a byte in Windows-1252. The five bytes that the code page leaves undefined
 /// stand for the C1 controls of the same number.
-char32_t windows1252ToUnicode(unsigned char byte) noexcept;
+VELMORA_API char32_t windows1252ToUnicode(unsigned char byte) noexcept;
 
 /// The other way round; false when the code page does not hold the character.
-bool unicodeToWindows1252(char32_t c, unsigned char& byte) noexcept;
+VELMORA_API bool unicodeToWindows1252(char32_t c, unsigned char& byte) noexcept;
 
 }  // namespace velmora

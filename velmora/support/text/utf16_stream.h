@@ -6,13 +6,14 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora {
 
 /// UTF-16 that comes in pieces, turned into UTF-8. Strict: what stands for no character is a fault
 /// and never replaced. Held is a part of one character. Not safe for concurrent use.
-class Utf16Stream {
+class VELMORA_API Utf16Stream {
  public:
   explicit Utf16Stream(bool bigEndian) noexcept : m_bigEndian(bigEndian) {}
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora {
@@ -12,7 +13,7 @@ namespace velmora {
 /// Text that takes characters in several encodings and is held as UTF-8. Counted by length, marked
 /// by a failed allocation, and not safe for concurrent use, as StringBuffer. Operations that add
 /// text append; each returns false when memory ran out.
-class XString {
+class VELMORA_API XString {
  public:
   XString() noexcept = default;
   explicit XString(std::string_view utf8) noexcept : m_utf8(utf8) {}

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/string_buffer.h"
 
@@ -13,7 +14,7 @@ namespace velmora {
 /// A moment in UTC on the proleptic Gregorian calendar, to the nanosecond, in the years 0 to 9999
 /// that four digits can write. A default one lies at the start of year 1, so that a date that could
 /// not be read counts as long past. A plain value.
-class VelmoraSysTime {
+class VELMORA_API VelmoraSysTime {
  public:
   VelmoraSysTime() noexcept = default;
 

@@ -6,6 +6,7 @@
 #include <set>
 #include <shared_mutex>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/pod_array.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
@@ -14,7 +15,7 @@ namespace velmora {
 
 /// A store of certificates as DER, in the order in which they came, each kept once. It parses
 /// nothing. Safe for concurrent use; readers never wait for each other.
-class SystemCerts {
+class VELMORA_API SystemCerts {
  public:
   SystemCerts() = default;
   ~SystemCerts();

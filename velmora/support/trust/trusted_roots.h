@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/data_buffer.h"
 
@@ -24,7 +25,7 @@ namespace velmora {
 ///
 /// Every operation may be called from any thread; readers never wait for each other. No exception
 /// leaves an operation. One that fails for lack of memory says so on the log and changes nothing.
-class TrustedRoots {
+class VELMORA_API TrustedRoots {
  public:
   /// What a root is known by. All texts are UTF-8, counted by length, and are compared octet by
   /// octet.

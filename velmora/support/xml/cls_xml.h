@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/ascii.h"
@@ -42,7 +43,7 @@ class ClsBase : public RefCountedObject {
 ///   /A/name,a,v     the first element below with that tag and an attribute a of value v
 /// velmoraPath and VelmoraPath need one more, final step: "*" (read the content of the element
 /// reached) or "$" (move the handle to it). Steps never backtrack.
-class ClsXml final : public ClsBase {
+class VELMORA_API ClsXml final : public ClsBase {
  public:
   /// A new, empty document and a handle on its root; null when memory ran out.
   static ClsXml* createNewCls() noexcept;

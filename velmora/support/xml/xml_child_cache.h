@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/xml/xml_document.h"
 
 namespace velmora {
@@ -12,7 +13,7 @@ namespace velmora {
 /// Where a handle last found the n-th child of an element, so that a loop over n is linear also for
 /// elements of very many children. Remembers the latest places, one for each level of a few nested
 /// loops, and forgets them when the document changes. Internal to the XML floor.
-class XmlChildCache {
+class VELMORA_API XmlChildCache {
  public:
   /// The n-th child from 0, or kNoXmlIndex.
   XmlIndex child(const XmlDocument& document, XmlIndex parent, uint32_t n) noexcept;

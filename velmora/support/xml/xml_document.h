@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
 #include "velmora/support/core/objects.h"
 #include "velmora/support/core/pod_array.h"
 #include "velmora/support/xml/xml_names.h"
@@ -77,7 +78,7 @@ struct XmlNameKey {
 /// nothing. Node 0 is the root and always exists. Text that is replaced stays behind unused until
 /// the document goes. Counted, because several handles may stand on one document; the handles that
 /// share it must not be used concurrently while one of them changes it.
-class XmlDocument final : public RefCountedObject {
+class VELMORA_API XmlDocument final : public RefCountedObject {
  public:
   /// A document with an empty root whose name is "unnamed", counted once; null when memory ran out.
   static XmlDocument* create() noexcept;

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// How the characters of an XML text are stored.
@@ -37,7 +39,7 @@ inline constexpr const char* kXmlNotUtf16 = "Failed to parse XML: the text is no
 /// in pieces; it is read leniently, only its encoding counts.
 ///
 ///   EncodingDecl ::= S 'encoding' Eq ('"' EncName '"' | "'" EncName "'")
-class XmlDeclaration {
+class VELMORA_API XmlDeclaration {
  public:
   /// Takes the next characters of those between "<?xml" and "?>".
   void take(std::string_view text) noexcept;

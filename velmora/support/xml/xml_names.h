@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "velmora/support/core/export.h"
+
 namespace velmora {
 
 /// Names of elements and attributes that a document stores as a number instead of as text. They are
@@ -40,7 +42,7 @@ enum class XmlName : uint8_t {
 };
 
 /// The number of a name, kOther when it has none.
-XmlName xmlNameOf(std::string_view text) noexcept;
+VELMORA_API XmlName xmlNameOf(std::string_view text) noexcept;
 
 /// Whether a name is that of an element of the ASN.1 XML form.
 constexpr bool isAsn1Element(XmlName name) noexcept {

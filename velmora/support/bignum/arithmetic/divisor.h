@@ -4,6 +4,7 @@
 
 #include "velmora/support/bignum/arithmetic/limb_rows.h"
 #include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora::vartime {
 
@@ -13,7 +14,7 @@ inline constexpr size_t kMaxModulusLimbs = 256;
 /// A number prepared for being divided by again and again: normalised, with the reciprocal of its
 /// two top limbs (Möller and Granlund, "Improved division by invariant integers", 2011), so that no
 /// division instruction is left in the loop. Immutable after assign; then safe to share.
-class Divisor {
+class VELMORA_API Divisor {
  public:
   explicit Divisor(ArithmeticPath path = bestArithmeticPath())
       : m_addMultiply(limbRowFunction(path)) {}

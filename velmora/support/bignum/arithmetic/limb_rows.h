@@ -4,6 +4,7 @@
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora::vartime {
 
@@ -11,6 +12,6 @@ namespace velmora::vartime {
 using LimbRowFunction = Limb (*)(Limb* r, const Limb* a, size_t n, Limb b);
 
 /// The row of a path that is supported on this CPU.
-LimbRowFunction limbRowFunction(ArithmeticPath path) noexcept;
+VELMORA_API LimbRowFunction limbRowFunction(ArithmeticPath path) noexcept;
 
 }  // namespace velmora::vartime

@@ -5,6 +5,7 @@
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora::vartime {
 
@@ -32,12 +33,12 @@ struct MontgomeryKernel {
 
 /// The fastest kernel for moduli of so many bits among those of a path that is supported on this
 /// CPU and of the paths before it.
-const MontgomeryKernel& montgomeryKernel(ArithmeticPath path, size_t bits) noexcept;
+VELMORA_API const MontgomeryKernel& montgomeryKernel(ArithmeticPath path, size_t bits) noexcept;
 
 /// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 5 KiB;
 /// immutable after assign, then safe to share. The operations keep their working memory on the
 /// stack (at most 64 KiB) whatever the exponent.
-class MontgomeryModulus {
+class VELMORA_API MontgomeryModulus {
  public:
   explicit MontgomeryModulus(ArithmeticPath path = bestArithmeticPath())
       : m_path(path), m_divisor(path) {}

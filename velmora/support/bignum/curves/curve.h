@@ -9,6 +9,7 @@
 #include "velmora/support/bignum/arithmetic_path.h"
 #include "velmora/support/bignum/curves/curve_data.h"
 #include "velmora/support/bignum/curves/prepared_point.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora::vartime {
 
@@ -26,7 +27,7 @@ struct CurvePoint {
 /// A named curve, computed on in one way. Objects are constant, exist once per curve and path for
 /// the life of the program, and may be used by any thread. Scalars and field numbers have limbs()
 /// limbs.
-class Curve {
+class VELMORA_API Curve {
  public:
   virtual ~Curve() = default;
   Curve(const Curve&) = delete;
@@ -90,10 +91,10 @@ struct CurveList {
   const Curve* const* curves;
   size_t count;
 };
-CurveList curves(ArithmeticPath path = bestArithmeticPath()) noexcept;
+VELMORA_API CurveList curves(ArithmeticPath path = bestArithmeticPath()) noexcept;
 
 /// The curve with these content octets of an OID; null when it is none of those.
-const Curve* findCurve(std::span<const unsigned char> oid,
-                       ArithmeticPath path = bestArithmeticPath()) noexcept;
+VELMORA_API const Curve* findCurve(std::span<const unsigned char> oid,
+                                   ArithmeticPath path = bestArithmeticPath()) noexcept;
 
 }  // namespace velmora::vartime

@@ -7,6 +7,7 @@
 #include "velmora/support/bignum/arithmetic/limbs.h"
 #include "velmora/support/bignum/arithmetic_path.h"
 #include "velmora/support/bignum/curves/prepared_point.h"
+#include "velmora/support/core/export.h"
 
 namespace velmora::vartime {
 
@@ -19,7 +20,7 @@ struct EdwardsPoint {
 /// The curve -x^2 + y^2 = 1 + d x^2 y^2 modulo 2^255 - 19 (RFC 8032, section 5.1), computed on in
 /// one way. Objects are constant, exist once per path, and may be used by any thread. Bytes are
 /// little-endian here, as that RFC has them; scalars have 4 limbs.
-class Edwards25519 {
+class VELMORA_API Edwards25519 {
  public:
   virtual ~Edwards25519() = default;
   Edwards25519(const Edwards25519&) = delete;
@@ -58,6 +59,6 @@ class Edwards25519 {
 };
 
 /// The curve on a path that is supported.
-const Edwards25519& edwards25519(ArithmeticPath path = bestArithmeticPath()) noexcept;
+VELMORA_API const Edwards25519& edwards25519(ArithmeticPath path = bestArithmeticPath()) noexcept;
 
 }  // namespace velmora::vartime
