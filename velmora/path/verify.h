@@ -199,7 +199,7 @@ class VerifiedPath {
 };
 
 /// What a verification answers.
-struct [[nodiscard]] VELMORA_API Verification {
+struct [[nodiscard]] Verification {
   std::vector<VerifiedPath> verified;  // none: the answer is no
   Path furthest;                       // then the way that came furthest, with all its findings
   Reason reason = Reason::none;        // its gravest failure, or what ended the search before
@@ -209,9 +209,9 @@ struct [[nodiscard]] VELMORA_API Verification {
 
   /// The reason as a word that does not change: the id of the finding that it is of, as of a
   /// departure its own, else reasonId(reason); "none" when there is a way.
-  std::string_view id() const noexcept;
+  VELMORA_API std::string_view id() const noexcept;
   /// The reason as a sentence for people; empty when there is a way.
-  std::string text() const;
+  VELMORA_API std::string text() const;
 };
 
 /// Looks for ways from `leaf` over `intermediates` to `anchors` that hold (§6.1), the shortest
