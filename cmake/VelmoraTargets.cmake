@@ -1,44 +1,86 @@
-# What every target of this project is built with, and the two shapes targets come in.
+# What the targets of this project are built with, and the shapes that they come in.
 include(GNUInstallDirs)
 
 # Warnings are this folder's and those below it alone: a project that adds this one keeps its own.
-# Only this project's own builds stop at a warning, so that a newer compiler breaks nobody else's.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
-if(PROJECT_IS_TOP_LEVEL)
+if(VELMORA_WERROR)
   add_compile_options(-Werror)
 endif()
 
-# What consumers need too. Sanitizers are for builds of the source tree, never for what is installed.
+# What objects, and programs made of them, are built with in the source tree. Nothing of it is installed:
+# no public header depends on it.
 add_library(velmora_options INTERFACE)
 target_compile_features(velmora_options INTERFACE cxx_std_20)
+target_include_directories(velmora_options INTERFACE ${PROJECT_SOURCE_DIR})
 if(VELMORA_PORTABLE)
   target_compile_definitions(velmora_options INTERFACE VELMORA_PORTABLE)
 endif()
 if(VELMORA_SANITIZE)
   target_compile_options(velmora_options INTERFACE
-      $<BUILD_INTERFACE:-fsanitize=${VELMORA_SANITIZE};-fno-sanitize-recover=all;-fno-omit-frame-pointer>)
-  target_link_options(velmora_options INTERFACE $<BUILD_INTERFACE:-fsanitize=${VELMORA_SANITIZE}>)
+      -fsanitize=${VELMORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZE})
 endif()
 
 set(VELMORA_FLOORS "" CACHE INTERNAL "")
-set(VELMORA_FLOOR_FOLDERS "" CACHE INTERNAL "")
 
-# velmora_floor(NAME FOLDER [FLOOR...]): the static library velmora::floor_NAME from the sources below a folder,
-# which may include only its own headers and those of the floors named.
+# velmora_floor(NAME FOLDER [FLOOR...]): the floor velmora::floor_NAME from the sources below a folder,
+# which may include only its own headers and those of the floors named. As a target it is a static library
+# for programs that look inside, such as tests; the library that is installed is made of the same objects.
 function(velmora_floor name folder)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
   set(target velmora_floor_${name})
-  add_library(${target} STATIC ${sources})
+  add_library(${target} STATIC EXCLUDE_FROM_ALL ${sources})
   add_library(velmora::floor_${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME floor_${name} CXX_EXTENSIONS OFF LINKER_LANGUAGE CXX)
-  target_include_directories(${target} PUBLIC
-      $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${target} PROPERTIES
+      CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  if(NOT DEFINED CMAKE_POSITION_INDEPENDENT_CODE OR BUILD_SHARED_LIBS)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  endif()
+  if(BUILD_SHARED_LIBS)
+    target_compile_definitions(${target} PRIVATE VELMORA_SHARED VELMORA_BUILDING)
+  endif()
   target_link_libraries(${target} PUBLIC velmora_options)
   foreach(floor IN LISTS ARGN)
     target_link_libraries(${target} PUBLIC velmora_floor_${floor})
   endforeach()
   set(VELMORA_FLOORS ${VELMORA_FLOORS} ${target} CACHE INTERNAL "")
-  set(VELMORA_FLOOR_FOLDERS ${VELMORA_FLOOR_FOLDERS} ${folder} CACHE INTERNAL "")
+endfunction()
+
+# velmora_library(FLOOR_TARGET...): all floors as velmora::x509, the one library that programs link, static
+# or shared as BUILD_SHARED_LIBS says; and as velmora::floors, for programs that look inside.
+function(velmora_library)
+  set(objects)
+  foreach(floor IN LISTS ARGN)
+    list(APPEND objects $<TARGET_OBJECTS:${floor}>)
+  endforeach()
+  add_library(velmora_x509 ${objects})
+  add_library(velmora::x509 ALIAS velmora_x509)
+  # While the first number is 0, a new second number may change the ABI: both are in the SONAME.
+  set_target_properties(velmora_x509 PROPERTIES
+      OUTPUT_NAME velmora-x509 EXPORT_NAME x509 LINKER_LANGUAGE CXX
+      VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  target_compile_features(velmora_x509 PUBLIC cxx_std_20)
+  target_include_directories(velmora_x509 INTERFACE
+      $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(velmora_x509 PUBLIC Threads::Threads $<BUILD_INTERFACE:velmora_options>)
+  if(BUILD_SHARED_LIBS)
+    target_compile_definitions(velmora_x509 INTERFACE VELMORA_SHARED)
+    velmora_show_own_symbols(velmora_x509)
+  endif()
+
+  add_library(velmora_floors INTERFACE)
+  add_library(velmora::floors ALIAS velmora_floors)
+  target_link_libraries(velmora_floors INTERFACE ${ARGN})
+endfunction()
+
+# Templates of the standard library that are compiled into a shared library are visible in it whatever its
+# own visibility is. The linker drops them from what it shows.
+function(velmora_show_own_symbols target)
+  if(CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
+    set(map ${PROJECT_SOURCE_DIR}/cmake/velmora-x509.map)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
+  endif()
 endfunction()
 
 # velmora_test(NAME FOLDER [FLOOR...]): the test program of a floor from the sources of a folder under
