@@ -34,6 +34,42 @@ TEST(LimbsTest, BigEndianBytesAreBounded) {
   EXPECT_FALSE(limbsToBigEndian(out, 8, number, 2));
 }
 
+#if defined(__SIZEOF_INT128__)
+// What stands in for 128 bits on 32-bit CPUs, against the compiler's own.
+template <class High, class Native>
+void expectAsNative(Native x, Native y, unsigned shift) {
+  using Pair = WordPair<High>;
+  const auto pairOf = [](Native n) {
+    return Pair(static_cast<Limb>(n >> 64)) << 64 | Pair(static_cast<Limb>(n));
+  };
+  const auto expectEqual = [](Pair pair, DoubleLimb n) {
+    EXPECT_EQ(static_cast<Limb>(pair), static_cast<Limb>(n));
+    EXPECT_EQ(static_cast<Limb>(pair >> 64), static_cast<Limb>(n >> 64));
+  };
+  const auto wideX = static_cast<DoubleLimb>(x), wideY = static_cast<DoubleLimb>(y);
+  const Pair a = pairOf(x), b = pairOf(y);
+  expectEqual(a + b, wideX + wideY);
+  expectEqual(a - b, wideX - wideY);
+  expectEqual(a * b, wideX * wideY);
+  expectEqual(a >> shift, static_cast<DoubleLimb>(x >> shift));
+  expectEqual(a << shift, wideX << shift);
+  EXPECT_EQ(a >= b, x >= y);
+  expectEqual(Pair(static_cast<High>(x)), static_cast<DoubleLimb>(static_cast<High>(x)));
+  if constexpr (std::is_unsigned_v<High>) expectEqual(a / b, x / y);
+}
+
+TEST(LimbsTest, PairsOfWordsCountAsNumbersOf128Bits) {
+  Numbers numbers;
+  for (unsigned i = 0; i < 2000; ++i) {
+    const DoubleLimb x = DoubleLimb{numbers.limb()} << 64 | numbers.limb();
+    const DoubleLimb y = DoubleLimb{numbers.limb()} << 64 | numbers.limb() | 1;
+    expectAsNative<std::uint64_t>(x, y, 1 + i % 127);
+    expectAsNative<std::int64_t>(static_cast<SignedDoubleLimb>(x), static_cast<SignedDoubleLimb>(y),
+                                 1 + i % 127);
+  }
+}
+#endif
+
 TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
   constexpr unsigned kMulx = CpuFeatures::kBmi2 | CpuFeatures::kAdx;
   constexpr unsigned kIfma =

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velmora/support/bignum/arithmetic/double_limb.h"
 #include "velmora/support/core/words.h"
 
 /// Multi-precision and field arithmetic for the verification of signatures.
@@ -19,8 +20,6 @@
 namespace velmora::vartime {
 
 using Limb = std::uint64_t;
-__extension__ typedef unsigned __int128 DoubleLimb;
-__extension__ typedef __int128 SignedDoubleLimb;
 
 inline constexpr size_t kLimbBits = 64;
 inline constexpr size_t kLimbBytes = 8;

@@ -55,12 +55,14 @@ class DecodeTable {
   bool build(std::span<const uint8_t> lengths, const uint32_t* meanings,
              IncompleteCode incomplete) noexcept;
 
-  uint32_t lookup(uint64_t bits) const noexcept { return m_entries[bits & kPrimaryMask]; }
+  uint32_t lookup(uint64_t bits) const noexcept {
+    return m_entries[static_cast<size_t>(bits & kPrimaryMask)];
+  }
 
   /// The entry that `link` leads to, once the primary bits are dropped from `bits`.
   uint32_t lookupSecond(uint32_t link, uint64_t bits) const noexcept {
     const uint64_t index = bits & ((uint64_t{1} << decode_entry::extraBits(link)) - 1);
-    return m_entries[decode_entry::value(link) + index];
+    return m_entries[decode_entry::value(link) + static_cast<size_t>(index)];
   }
 
  private:
@@ -132,7 +134,7 @@ void DecodeTable<kPrimaryBits, kSymbols>::fill(std::span<const uint16_t> sortedS
       if ((word & kPrimaryMask) != prefix) {
         prefix = word & kPrimaryMask;
         second += kSecondSize;
-        m_entries[prefix] =
+        m_entries[static_cast<size_t>(prefix)] =
             decode_entry::make(static_cast<uint32_t>(second), secondBits, decode_entry::kLink);
       }
       const uint32_t entry = meanings[symbol] | (length - kPrimaryBits);
