@@ -6,6 +6,7 @@
 
 #include "velmora/path/internal/general_name_key.h"
 #include "velmora/path/internal/indexes.h"
+#include "velmora/path/internal/octet_order.h"
 #include "velmora/support/hash/vm_hash.h"
 
 namespace velmora {
@@ -16,11 +17,6 @@ Sha256 digestOf(Bytes octets) noexcept {
   _vmHash::hashTo(octets.data(), octets.size(), _vmHash::kSha256,
                   reinterpret_cast<unsigned char*>(digest.data()));
   return digest;
-}
-
-int compareOctets(Bytes a, Bytes b) noexcept {
-  const auto order = std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end());
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 
 struct NameText {

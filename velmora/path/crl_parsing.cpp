@@ -4,6 +4,7 @@
 #include "velmora/certificate/der.h"
 #include "velmora/path/internal/crl_data.h"
 #include "velmora/path/internal/crl_extensions.h"
+#include "velmora/path/internal/octet_order.h"
 
 // CertificateList ::= SEQUENCE { tbsCertList TBSCertList, signatureAlgorithm AlgorithmIdentifier,
 //   signatureValue BIT STRING }
@@ -125,8 +126,7 @@ class CrlReader {
                 if (a.mark != b.mark) return a.mark < b.mark;
                 const Bytes left = serialAt(data, a.at);
                 const Bytes right = serialAt(data, b.at);
-                const auto order = std::lexicographical_compare_three_way(
-                    left.begin(), left.end(), right.begin(), right.end());
+                const int order = compareOctets(left, right);
                 return order != 0 ? order < 0 : a.at < b.at;
               });
     if (m_hasRemovals) putBackRemovals(data);

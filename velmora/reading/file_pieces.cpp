@@ -9,12 +9,18 @@
 namespace velmora {
 namespace {
 
+// The octets as they are, in a file that no program started meanwhile gets to see.
+#if defined(_WIN32)
+constexpr int kHowToOpen = O_RDONLY | O_BINARY | O_NOINHERIT;
+#else
+constexpr int kHowToOpen = O_RDONLY | O_CLOEXEC;
+#endif
+
 constexpr size_t kPieceSize = size_t{256} << 10;
 
 class File {
  public:
-  explicit File(const std::string& path) noexcept
-      : descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+  explicit File(const std::string& path) noexcept : descriptor(::open(path.c_str(), kHowToOpen)) {}
   ~File() {
     if (descriptor >= 0) ::close(descriptor);
   }

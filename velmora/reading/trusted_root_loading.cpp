@@ -99,6 +99,15 @@ void readFileOrDirectory(const std::string& path, RootSink& sink) {
   for (const std::string& file : files) readFile(file, sink);
 }
 
+// As the program that runs, whoever started it.
+bool mayRead(const char* path) {
+#if defined(_WIN32)
+  return ::access(path, R_OK) == 0;
+#else
+  return ::faccessat(AT_FDCWD, path, R_OK, AT_EACCESS) == 0;
+#endif
+}
+
 }  // namespace
 
 TrustedRootCount addTrustedRootsFrom(const char* path, const char* set, LogBase& log) {
@@ -118,7 +127,7 @@ const char* systemTrustedRootsPath() {
   const char* chosen = std::getenv("SSL_CERT_FILE");
   if (chosen != nullptr && *chosen != '\0') return chosen;
   for (const char* place : kUsualPlaces) {
-    if (::faccessat(AT_FDCWD, place, R_OK, AT_EACCESS) == 0) return place;
+    if (mayRead(place)) return place;
   }
   return nullptr;
 }

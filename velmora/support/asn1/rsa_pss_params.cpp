@@ -28,7 +28,8 @@ struct PssParams {
 
 bool takeOid(DerReader& der, std::span<const unsigned char> oid) noexcept {
   std::span<const unsigned char> content;
-  return der.take(asn1_tag::kOid, content) && std::ranges::equal(content, oid);
+  return der.take(asn1_tag::kOid, content) &&
+         std::equal(content.begin(), content.end(), oid.begin(), oid.end());
 }
 
 // Allocates nothing: parameters that memory ran out for would count as malformed, and verification

@@ -21,7 +21,7 @@ constexpr unsigned char kEd25519Oid[] = {0x2B, 0x65, 0x70};                     
 constexpr unsigned char kNullElement[] = {0x05, 0x00};
 
 bool is(Octets octets, Octets expected) {
-  return std::ranges::equal(octets, expected);
+  return std::equal(octets.begin(), octets.end(), expected.begin(), expected.end());
 }
 
 bool takeWhole(DerReader& der, Octets& element) {
