@@ -11,6 +11,8 @@ set(CPACK_STRIP_FILES ON)
 
 set(CPACK_COMPONENTS_ALL library development tool)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(debian_version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -20,13 +22,14 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libvelmora-x509-${abi})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "library for X.509 certificates
  It loads certificates, answers questions about them, and tells whether they
  may be trusted. This package holds the shared library.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmora-x509-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvelmora-x509-${abi} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvelmora-x509-${abi} (= ${debian_version})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "library for X.509 certificates, to compile with
  It loads certificates, answers questions about them, and tells whether they
  may be trusted. This package holds the headers, and what CMake and pkg-config
@@ -34,7 +37,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "library for X.509 certificates, to 
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME velmora-x509)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libvelmora-x509-${abi} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libvelmora-x509-${abi} (= ${debian_version})")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "shows and verifies X.509 certificates
  A command line that tells what certificates say, in words or as JSON, in
  what they depart from the standards, and whether they may be trusted.")
