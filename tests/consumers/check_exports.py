@@ -54,7 +54,8 @@ def main():
         declared, defined = set(), set()
         for node in declarations(source, include):
             sort_functions(node, declared, defined)
-        missing = sorted(declared - defined - names)
+        # malformedLiteral is defined nowhere, so that a literal at fault stops the compiler.
+        missing = sorted(name for name in declared - defined - names if "malformedLiteral" not in name)
         if len(declared) < 500:
             sys.exit(f"only {len(declared)} functions were found in {len(headers)} headers")
         if missing:

@@ -250,5 +250,5 @@ class VELMORA_API Certificate {
 /// Keyed with a secret of the process, so that nobody can aim certificates at one bucket.
 template <>
 struct std::hash<velmora::Certificate> {
-  size_t operator()(const velmora::Certificate& certificate) const noexcept;
+  VELMORA_API size_t operator()(const velmora::Certificate& certificate) const noexcept;
 };
