@@ -13,9 +13,15 @@ namespace {
 
 // In the order of the help. A new command is one line here and a file of its own.
 constexpr const Command* kCommands[] = {
-    &kShowCommand, &kVerifyCommand, &kIssuerCommand,  &kTreeCommand, &kDiffCommand,
-    &kNameCommand, &kExtCommand,    &kKeyCommand,     &kPinCommand,  &kMatchCommand,
-    &kLintCommand, &kSplitCommand,  &kExpiresCommand, &kAsn1Command};
+    &kShowCommand,    &kVerifyCommand, &kIssuerCommand,      &kTreeCommand,
+    &kDiffCommand,    &kNameCommand,   &kExtCommand,         &kKeyCommand,
+    &kPinCommand,     &kMatchCommand,  &kLintCommand,        &kSplitCommand,
+    &kExpiresCommand, &kAsn1Command,   &kCompletionsCommand, &kManualCommand};
+
+constexpr OptionSpec kOptions[] = {
+    {"--help", "", "this text; behind a command, the command's own; also -h, help, help COMMAND"},
+    {"--version", "", "the program's version; also -V, version"},
+};
 
 constexpr std::string_view kAboutInput =
     "\n"
@@ -60,27 +66,22 @@ void appendHelp(StringBuffer& out) {
   print(out, "Usage: velmora-x509 [COMMAND] [OPTION]... [FILE]...\n\nCommands:\n");
   for (const Command* command : kCommands) appendHelpRow(command->name, "", command->summary, out);
   print(out, "\nOptions:\n");
-  appendHelpRow("help, -h, --help", "",
-                "this text; help COMMAND, or COMMAND --help, the command's own", out);
-  appendHelpRow("version, -V", "", "the program's version; also --version", out);
+  for (const OptionSpec& option : kOptions) {
+    appendHelpRow(option.name, option.value, option.help, out);
+  }
   print(out, kAboutInput);
 }
 
-bool hasOption(const Command& command, std::string_view name) {
-  return std::any_of(command.options.begin(), command.options.end(),
-                     [&](const OptionSpec& option) { return option.name == name; });
-}
-
 void appendCommandHelp(const Command& command, StringBuffer& out) {
-  print(out, "Usage: velmora-x509 ", command.name, " [OPTION]... ", command.operand,
-        command.operand.empty() ? "[FILE]...\n\n" : " [FILE]...\n\n", command.summary,
-        command.options.empty() ? "\n" : "\n\nOptions:\n");
+  print(out, "Usage: velmora-x509 ");
+  appendUsage(command, out);
+  print(out, "\n\n", command.summary, command.options.empty() ? "\n" : "\n\nOptions:\n");
   for (const OptionSpec& option : command.options) {
     appendHelpRow(option.name, option.value, option.help, out);
   }
   print(out, command.details.empty() ? "" : "\n", command.details);
   if (hasOption(command, kLinesOption.name)) print(out, "\n", kAboutLines);
-  out.append(kAboutInput);
+  if (command.takesFiles) out.append(kAboutInput);
 }
 
 const Command* commandNamed(std::string_view name) {
@@ -109,7 +110,7 @@ void runCommand(const Command& command, std::span<char* const> words, Console& c
     return word == "--help" || word == "-h";
   });
   if (wantsHelp) return appendCommandHelp(command, console.out());
-  const Arguments arguments(words, command.options, command.operand);
+  const Arguments arguments(words, command.options, command.operand, command.takesFiles);
   command.run(arguments, console);
 }
 
@@ -146,6 +147,19 @@ void run(std::span<char* const> words, Console& console, const Command*& command
 }
 
 }  // namespace
+
+void appendUsage(const Command& command, StringBuffer& out) {
+  print(out, command.name, command.options.empty() ? "" : " [OPTION]...",
+        command.operand.empty() ? "" : " ", command.operand,
+        command.takesFiles ? " [FILE]..." : "");
+}
+
+bool hasOption(const Command& command, std::string_view name) {
+  return std::any_of(command.options.begin(), command.options.end(),
+                     [&](const OptionSpec& option) { return option.name == name; });
+}
+
+constinit const Program kProgram = {kCommands, kOptions, kAboutInput};
 
 }  // namespace velmora::tool
 

@@ -20,7 +20,25 @@ struct Command {
   void (*run)(const Arguments& arguments, Console& console);
   /// What to call an argument that comes before the files; empty when there is none.
   std::string_view operand = {};
+  /// The words that argument may be, where they are few.
+  std::span<const std::string_view> operandWords = {};
+  /// Whether FILEs come behind it.
+  bool takesFiles = true;
 };
+
+/// All that the program says about itself: help, completions and manual are made of it.
+struct Program {
+  std::span<const Command* const> commands;  // in the order of the help
+  std::span<const OptionSpec> options;       // that stand in place of a command
+  std::string_view aboutInput;               // paragraphs, the last one about the exit status
+};
+
+extern const Program kProgram;
+
+/// Appends how a command is called, behind the program's name: "split [OPTION]... [FILE]...".
+void appendUsage(const Command& command, StringBuffer& out);
+
+bool hasOption(const Command& command, std::string_view name);
 
 /// The commands, each defined in the file that bears its name ("match" beside "pin").
 extern const Command kShowCommand;
@@ -37,5 +55,7 @@ extern const Command kVerifyCommand;
 extern const Command kIssuerCommand;
 extern const Command kTreeCommand;
 extern const Command kDiffCommand;
+extern const Command kCompletionsCommand;
+extern const Command kManualCommand;
 
 }  // namespace velmora::tool

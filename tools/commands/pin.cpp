@@ -102,10 +102,13 @@ void runMatch(const Arguments& arguments, Console& console) {
   if (!yes) console.raise(ExitStatus::kNo);
 }
 
+constexpr std::string_view kHashes[] = {"sha1", "sha256", "sha384", "sha512"};
+constexpr std::string_view kEncodings[] = {"base64", "base64url", "hex", "hexlower"};
+
 constexpr OptionSpec kPinOptions[] = {
-    {"--hash", "NAME", "sha1, sha256 (default), sha384 or sha512"},
+    {"--hash", "NAME", "sha1, sha256 (default), sha384 or sha512", false, kHashes},
     {"--http", "", "as HTTP clients write it: sha256// and the digest in base64"},
-    {"--encoding", "NAME", "base64 (default), base64url, hex or hexlower"},
+    {"--encoding", "NAME", "base64 (default), base64url, hex or hexlower", false, kEncodings},
     kLinesOption,
     kJobsOption,
     kProgressOption,

@@ -15,6 +15,10 @@ namespace {
 
 constexpr uint32_t kAllPaths = 1000;
 
+constexpr auto kAskedPurposes = std::span(kPurposes).subspan(1);
+constexpr std::string_view kWhom[] = {"leaf", "all"};
+constexpr std::string_view kSystem[] = {"system"};
+
 // The place of what an option says in the words that it takes; throws UsageError for another word.
 size_t placeOf(std::string_view option, std::string_view given,
                std::span<const std::string_view> words) {
@@ -31,8 +35,7 @@ size_t placeOf(std::string_view option, std::string_view given,
 void readPurpose(const Arguments& arguments, VerifyOptions& options) {
   options.purpose = Purpose::any;
   if (const auto given = arguments.value("--purpose")) {
-    const auto words = std::span(kPurposes).subspan(1);
-    options.purpose = static_cast<Purpose>(1 + placeOf("--purpose", *given, words));
+    options.purpose = static_cast<Purpose>(1 + placeOf("--purpose", *given, kAskedPurposes));
   }
   const bool isHost = arguments.has("--host") || arguments.has("--ip");
   const bool isServer = options.purpose == Purpose::server;
@@ -105,7 +108,7 @@ VerifyOptions readOptions(const Arguments& arguments) {
   }
   if (arguments.has("--crl")) options.revocation = Revocation::whereCrlsAre;
   if (const auto whom = arguments.value("--require-crl")) {
-    const bool isLeaf = placeOf("--require-crl", *whom, {{"leaf", "all"}}) == 0;
+    const bool isLeaf = placeOf("--require-crl", *whom, kWhom) == 0;
     options.revocation = isLeaf ? Revocation::leaf : Revocation::all;
   }
   const std::string_view profile = arguments.value("--profile").value_or("basic");
@@ -276,14 +279,16 @@ constexpr OptionSpec kOptions[] = {
     {"--ip", "ADDRESS", "likewise, an address"},
     {"--email", "ADDRESS", "the e-mail address that a leaf has to speak for"},
     {"--no-host", "", "with --purpose server: the name is judged elsewhere"},
-    {"--purpose", "WHAT", "server, client, code, email, time, ocsp or any (default any)"},
+    {"--purpose", "WHAT", "server, client, code, email, time, ocsp or any (default any)", false,
+     kAskedPurposes},
     {"--roots", "WHERE",
-     "the trusted roots: a file, a directory of files, or system; without it nothing is trusted"},
+     "the trusted roots: a file, a directory of files, or system; without it nothing is trusted",
+     false, kSystem},
     {"--chain", "FILE", "certificates that may stand between FILE and a root"},
     {"--issuer", "FILE", "certificates of which one has to be the direct issuer of each FILE"},
     {"--crl", "FILE",
      "CRLs: where a certificate's issuer has one, it has to vouch; may be repeated", true},
-    {"--require-crl", "WHOM", "leaf or all: a CRL has to vouch for these"},
+    {"--require-crl", "WHOM", "leaf or all: a CRL has to vouch for these", false, kWhom},
     {"--policy", "OID", "a policy of which one has to hold for the whole way; may be repeated",
      true},
     {"--explicit-policy", "", "some policy has to hold for the whole way"},
@@ -291,7 +296,8 @@ constexpr OptionSpec kOptions[] = {
     {"--inhibit-any", "", "anyPolicy does not stand for others"},
     {"--max-depth", "N",
      "how many certificates a way may have, leaf and root included (default 16)"},
-    {"--profile", "NAME", "basic (default), rfc5280 or web: the rules beyond those of validation"},
+    {"--profile", "NAME", "basic (default), rfc5280 or web: the rules beyond those of validation",
+     false, kProfiles},
     {"--allow-sha1", "", "signatures may rest on SHA-1"},
     {"--at", "TIME",
      "check the dates at 2025-01-31T23:59:59Z, or at the start of 2025-01-31, in UTC (default "

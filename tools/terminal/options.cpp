@@ -62,7 +62,7 @@ bool isInputGiven() noexcept {
 }
 
 Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
-                     std::string_view operand) {
+                     std::string_view operand, bool takesFiles) {
   bool optionsEnded = false;
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string_view word = words[i];
@@ -95,7 +95,10 @@ Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> s
     m_operand = m_files.front();
     m_files.erase(m_files.begin());
   }
-  if (!m_files.empty()) return;
+  if (!takesFiles && !m_files.empty()) {
+    throw UsageError("\"" + std::string(m_files.front()) + "\" is too much");
+  }
+  if (!takesFiles || !m_files.empty()) return;
   if (!isInputGiven()) throw UsageError("no FILE given, and nothing piped into standard input");
   m_files.push_back("-");
 }

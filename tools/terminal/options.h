@@ -24,7 +24,8 @@ struct OptionSpec {
   std::string_view name;   // with its dashes
   std::string_view value;  // what to call its value in the help; empty when it takes none
   std::string_view help;
-  bool repeats = false;  // may be given more than once
+  bool repeats = false;                          // may be given more than once
+  std::span<const std::string_view> words = {};  // its values, where they are few
 };
 
 /// The arguments of a command, taken apart.
@@ -33,10 +34,10 @@ class Arguments {
   /// Options may stand before, between and behind files, as "--name value" or "--name=value"; "--"
   /// ends them, and "-" is a file. With an `operand`, which is what to call it, the first of them
   /// is no file but what the command works with. Throws UsageError for an option that is not in
-  /// `specs`, a value that is missing or too much, an option given twice, and without any file
-  /// unless isInputGiven, which is the file then.
+  /// `specs`, a value that is missing or too much, an option given twice, without any file unless
+  /// isInputGiven, which is the file then, and with one where none is taken.
   Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
-            std::string_view operand);
+            std::string_view operand, bool takesFiles = true);
 
   bool has(std::string_view option) const { return value(option).has_value(); }
   /// The value of an option that was given.

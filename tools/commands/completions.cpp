@@ -1,0 +1,38 @@
+#include <algorithm>
+
+#include "tools/completion/completion.h"
+
+namespace velmora::tool {
+
+namespace {
+
+constexpr std::string_view kShells[] = {"bash", "zsh", "fish"};
+constexpr void (*kScripts[])(const Program&, StringBuffer&) = {
+    appendBashCompletion, appendZshCompletion, appendFishCompletion};
+
+void runCompletions(const Arguments& arguments, Console& console) {
+  const auto shell = std::find(std::begin(kShells), std::end(kShells), arguments.operand());
+  if (shell == std::end(kShells)) throw UsageError("the shell is one of bash, zsh, fish");
+  kScripts[shell - std::begin(kShells)](kProgram, console.out());
+}
+
+}  // namespace
+
+const Command kCompletionsCommand = {
+    "completions",
+    "print what makes a shell complete this program's command line",
+    "SHELL is bash, zsh or fish. An installation has the scripts in place; without one\n"
+    "the start-up file of bash takes\n"
+    "\n"
+    "    source <(velmora-x509 completions bash)\n"
+    "\n"
+    "that of zsh the same line with zsh, behind compinit, and that of fish\n"
+    "\n"
+    "    velmora-x509 completions fish | source\n",
+    {},
+    runCompletions,
+    "SHELL",
+    kShells,
+    false};
+
+}  // namespace velmora::tool
