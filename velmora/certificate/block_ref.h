@@ -17,15 +17,20 @@ class Block;
 /// Not to be used by programs: Certificate and Name are made of it.
 class VELMORA_API BlockRef {
  public:
+  /// Counts one reference more.
   BlockRef(const BlockRef& other) noexcept;
+  /// Takes the reference over; `other` is then good for nothing but to be assigned to or destroyed.
   BlockRef(BlockRef&& other) noexcept : m_block(std::exchange(other.m_block, nullptr)) {}
+  /// Gives its own reference up for that of `other`.
   BlockRef& operator=(BlockRef other) noexcept {
     std::swap(m_block, other.m_block);
     return *this;
   }
   ~BlockRef();
 
+  /// The block; undefined for one that was moved from.
   const Block& operator*() const noexcept { return *m_block; }
+  /// The same, for its members.
   const Block* operator->() const noexcept { return m_block; }
 
   /// The DER, which lives as long as any reference to the block.

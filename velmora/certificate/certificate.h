@@ -30,9 +30,10 @@ namespace velmora {
 /// The validity period (RFC 5280 §4.1.2.5), from year 0000 to 9999; fractions of a second are
 /// dropped.
 struct Validity {
-  std::chrono::sys_seconds notBefore;
-  std::chrono::sys_seconds notAfter;  // both belong to the period
+  std::chrono::sys_seconds notBefore;  // the first second of the period
+  std::chrono::sys_seconds notAfter;   // both belong to the period
 
+  /// Whether a moment belongs to the period, both ends included.
   constexpr bool contains(std::chrono::sys_seconds t) const noexcept {
     return notBefore <= t && t <= notAfter;
   }
@@ -41,13 +42,13 @@ struct Validity {
 /// Where the fields of a certificate stand (RFC 5280 §4.1), each with identifier and length unless
 /// said otherwise.
 struct Parts {
-  Bytes der;      // all of it
-  Bytes tbs;      // tbsCertificate: what is signed
-  Bytes version;  // the content octets of the INTEGER in version; empty where there is none
-  Bytes serial;   // the content octets of serialNumber
-  Bytes issuer;
-  Bytes validity;
-  Bytes subject;
+  Bytes der;             // all of it
+  Bytes tbs;             // tbsCertificate: what is signed
+  Bytes version;         // the content octets of the INTEGER in version; empty where there is none
+  Bytes serial;          // the content octets of serialNumber
+  Bytes issuer;          // the Name of the issuer
+  Bytes validity;        // the SEQUENCE of the two dates
+  Bytes subject;         // the Name of the subject
   Bytes spki;            // subjectPublicKeyInfo
   Bytes innerAlgorithm;  // signature, the AlgorithmIdentifier inside tbsCertificate
   Bytes outerAlgorithm;  // signatureAlgorithm, the one behind it
@@ -81,10 +82,12 @@ class VELMORA_API Certificate {
   static Result<Certificate> parse(const R& der) noexcept {
     return parseBytes(std::as_bytes(std::span(der)));
   }
+  /// The same for octets that are std::byte already.
   static Result<Certificate> parseBytes(Bytes der) noexcept;
 
   // Fields (§4.1).
 
+  /// Where the fields stand; they live as long as any copy of the certificate.
   Parts parts() const& noexcept;
   Parts parts() const&& = delete;
 
@@ -109,7 +112,9 @@ class VELMORA_API Certificate {
   /// with the offset of what is at fault.
   Result<SignatureScheme> signatureScheme() const noexcept;
 
+  /// Whom it is for (§4.1.2.6). Perhaps empty, perhaps malformed: the Name tells.
   Name subject() const noexcept;
+  /// Who has issued it (§4.1.2.4), likewise.
   Name issuer() const noexcept;
 
   /// Whether subject and issuer are the same name (Name::matches), which an empty one is not.
@@ -121,6 +126,7 @@ class VELMORA_API Certificate {
   Result<Validity> validity() const noexcept;
   /// Either end alone, where the other one cannot be read.
   Result<std::chrono::sys_seconds> notBefore() const noexcept;
+  /// The other end, likewise.
   Result<std::chrono::sys_seconds> notAfter() const noexcept;
 
   // The key (§4.1.2.7).
@@ -137,6 +143,7 @@ class VELMORA_API Certificate {
   std::array<std::byte, digestSize(kHash)> fingerprint() const noexcept {
     return digestOf<kHash>(m_block.bytes());
   }
+  /// The same for a hash that is known only at run time. Throws std::bad_alloc.
   Octets fingerprint(Hash hash) const;
 
   /// The digest of the SubjectPublicKeyInfo, as pins have it (RFC 7469 §2.4).
@@ -144,6 +151,7 @@ class VELMORA_API Certificate {
   std::array<std::byte, digestSize(kHash)> spkiPin() const noexcept {
     return digestOf<kHash>(parts().spki);
   }
+  /// The same for a hash that is known only at run time. Throws std::bad_alloc.
   Octets spkiPin(Hash hash) const;
 
   // Extensions (§4.2), which count only at their place: the [3] of tbsCertificate. Each is there,
@@ -167,6 +175,7 @@ class VELMORA_API Certificate {
   Result<ExtensionContent> content(const Extension& extension,
                                    Strictness strictness = Strictness::strict) const&& = delete;
 
+  /// The one with this OID, its value unread. Errors absent, repeatedExtension, malformedExtension.
   Result<Extension> extension(const Oid& id) const& noexcept;
   Result<Extension> extension(const Oid& id) const&& = delete;
 
@@ -177,31 +186,50 @@ class VELMORA_API Certificate {
   /// the order of Oid. An empty one stands for those that have none, or one that Oid does not hold.
   std::vector<Oid> unknownCriticalExtensions() const;
 
+  /// Whether it is a CA's, and how many CAs may follow (§4.2.1.9).
   Result<BasicConstraints> basicConstraints() const noexcept;
+  /// What the key may be used for (§4.2.1.3).
   Result<KeyUsage> keyUsage() const noexcept;
+  /// For which purposes (§4.2.1.12).
   Result<ExtendedKeyUsage> extendedKeyUsage() const;
+  /// The subject key identifier's octets (§4.2.1.2); they live as long as any copy.
   Result<Bytes> subjectKeyId() const& noexcept;
   Result<Bytes> subjectKeyId() const&& = delete;
+  /// How the issuer's key is known (§4.2.1.1); its Bytes live as long as any copy.
   Result<AuthorityKeyId> authorityKeyId() const&;
   Result<AuthorityKeyId> authorityKeyId() const&& = delete;
   /// Names that are malformed are among them, as RawName.
   Result<std::vector<GeneralName>> subjectAltNames() const;
+  /// The issuer's other names (§4.2.1.7), likewise.
   Result<std::vector<GeneralName>> issuerAltNames() const;
   /// The same names as subjectAltNames() gives, with the same errors, unread.
   Result<GeneralNameCursor> subjectAltNameCursor() const& noexcept;
   Result<GeneralNameCursor> subjectAltNameCursor() const&& = delete;
+  /// Where the issuer's certificate and OCSP are (§4.2.2.1), in the order of the list.
   Result<std::vector<Access>> authorityInfoAccess() const;
+  /// Where the subject's services are (§4.2.2.2), likewise.
   Result<std::vector<Access>> subjectInfoAccess() const;
+  /// Where the CRLs are (§4.2.1.13).
   Result<std::vector<DistributionPoint>> crlDistributionPoints() const;
+  /// Where the delta CRLs are (§4.2.1.15).
   Result<std::vector<DistributionPoint>> freshestCrl() const;
+  /// Under which policies it was issued (§4.2.1.4), or what a CA may issue under.
   Result<std::vector<Policy>> policies() const;
+  /// Which policies a CA holds for the same as its own (§4.2.1.5).
   Result<std::vector<PolicyMapping>> policyMappings() const;
+  /// When policies are needed and no longer mapped below a CA (§4.2.1.11).
   Result<PolicyConstraints> policyConstraints() const noexcept;
+  /// When anyPolicy stops to stand for others below a CA (§4.2.1.14).
   Result<InhibitAnyPolicy> inhibitAnyPolicy() const noexcept;
+  /// What names certificates below a CA may have (§4.2.1.10).
   Result<NameConstraints> nameConstraints() const;
+  /// The timestamps of certificate transparency logs that it carries (RFC 6962 §3.3).
   Result<std::vector<SignedTimestamp>> signedTimestamps() const;
+  /// The TLS extensions that its server has to answer with (RFC 7633).
   Result<TlsFeatures> tlsFeatures() const;
+  /// Whether an OCSP signer's certificate is not to be asked about (RFC 6960 §4.2.2.2.1).
   Result<OcspNoCheck> ocspNoCheck() const noexcept;
+  /// Whether nothing is ever said about its revocation (RFC 9608).
   Result<NoRevocationAvailable> noRevocationAvailable() const noexcept;
 
   /// The DNS names of the subject alternative names, for who wants nothing else; the common name is
@@ -222,6 +250,7 @@ class VELMORA_API Certificate {
   /// one for the kind of key, and the form is exact. Names, dates and extensions are not looked at.
   /// For many signatures of one key prepare an IssuerKey, which checks in the same way.
   SignatureCheck checkSignature(const Certificate& issuer) const noexcept;
+  /// The verdict of checkSignature alone.
   SignatureVerdict signedBy(const Certificate& issuer) const noexcept {
     return checkSignature(issuer).verdict;
   }
@@ -250,5 +279,6 @@ class VELMORA_API Certificate {
 /// Keyed with a secret of the process, so that nobody can aim certificates at one bucket.
 template <>
 struct std::hash<velmora::Certificate> {
+  /// The hash of the certificate's octets; equal certificates have equal ones.
   VELMORA_API size_t operator()(const velmora::Certificate& certificate) const noexcept;
 };

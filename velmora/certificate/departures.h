@@ -71,8 +71,8 @@ enum class DepartureCode : uint8_t {
 
 /// One place where a certificate is not as the standards want it.
 struct VELMORA_API Departure {
-  DepartureCode code{};
-  uint32_t offset = 0;  // of the element at fault, from the start of the certificate
+  DepartureCode code{};  // which rule it departs from
+  uint32_t offset = 0;   // of the element at fault, from the start of the certificate
   Oid about;  // of the extension, or of the attribute in the issuer or subject, concerned;
               // empty where there is none
 

@@ -46,7 +46,7 @@ struct Extension {
 
 /// §4.2.1.9.
 struct BasicConstraints {
-  bool ca = false;
+  bool ca = false;  // cA
   std::optional<uint64_t>
       pathLength;  // one that 64 bits do not hold is UINT64_MAX: no limit at all
 };
@@ -64,28 +64,31 @@ enum class KeyUse : uint16_t {
   decipherOnly = 256,
 };
 
+/// keyUsage (§4.2.1.3).
 struct KeyUsage {
   uint16_t bits = 0;  // bits beyond those of KeyUse are left out
+  /// Whether the bit is set.
   constexpr bool has(KeyUse use) const noexcept { return (bits & static_cast<uint16_t>(use)) != 0; }
 };
 
 /// §4.2.1.12; a purpose of more than Oid::kMaxSize octets is an empty Oid, which equals nothing.
 struct VELMORA_API ExtendedKeyUsage {
-  std::vector<Oid> purposes;
+  std::vector<Oid> purposes;  // in their order, anyExtendedKeyUsage like any other
+  /// Whether the purpose itself is listed; anyExtendedKeyUsage stands for no other here.
   bool has(const Oid& purpose) const noexcept;
 };
 
 /// §4.2.1.1. RFC 5280 has issuer and serial both or neither; each is given as it stands there.
 struct AuthorityKeyId {
-  std::optional<Bytes> keyId;
-  std::vector<GeneralName> issuer;
-  std::optional<Bytes> serial;  // the content octets of the INTEGER
+  std::optional<Bytes> keyId;       // keyIdentifier, its octets
+  std::vector<GeneralName> issuer;  // authorityCertIssuer; empty without it
+  std::optional<Bytes> serial;      // the content octets of the INTEGER
 };
 
 /// An AccessDescription of authority or subject information access (§4.2.2).
 struct Access {
-  Oid method;
-  GeneralName location;
+  Oid method;            // accessMethod, such as oid::ocsp
+  GeneralName location;  // accessLocation
 };
 
 /// The reasons of §4.2.1.13, bit 0 first; bit 0 is unused.
@@ -103,22 +106,22 @@ enum class RevocationReason : uint16_t {
 
 /// §4.2.1.13, and of freshestCRL §4.2.1.15. One without a name and an issuer is malformed.
 struct DistributionPoint {
-  std::vector<GeneralName> fullName;
+  std::vector<GeneralName> fullName;    // the names by which the CRL is found; empty without them
   std::vector<Attribute> relativeName;  // one RDN, below the name of the CRL's issuer
-  std::vector<GeneralName> crlIssuer;
-  std::optional<uint16_t> reasons;  // bits of RevocationReason; without, all of them
+  std::vector<GeneralName> crlIssuer;   // who signs it, if not the issuer of the certificate
+  std::optional<uint16_t> reasons;      // bits of RevocationReason; without, all of them
 };
 
 /// issuingDistributionPoint, an extension of CRLs (§5.2.5): which certificates of its issuer a CRL
 /// is about, and for which reasons.
 struct VELMORA_API IssuingDistributionPoint {
-  std::vector<GeneralName> fullName;
+  std::vector<GeneralName> fullName;    // the names by which the CRL is found; empty without them
   std::vector<Attribute> relativeName;  // one RDN, below the name of the CRL's issuer
-  bool onlyUserCertificates = false;
-  bool onlyCaCertificates = false;
+  bool onlyUserCertificates = false;    // onlyContainsUserCerts
+  bool onlyCaCertificates = false;      // onlyContainsCACerts
   std::optional<uint16_t> onlySomeReasons;  // bits of RevocationReason; without, all of them
   bool isIndirect = false;                  // it also has entries of other issuers
-  bool onlyAttributeCertificates = false;
+  bool onlyAttributeCertificates = false;   // onlyContainsAttributeCerts
 
   /// From the octets of extnValue. Error malformedExtension with the offset in them. Throws
   /// std::bad_alloc.
@@ -127,15 +130,17 @@ struct VELMORA_API IssuingDistributionPoint {
 
 /// The qualifiers of §4.2.1.4. Texts may have more than 200 characters.
 struct CpsUri {
-  std::string text;
+  std::string text;  // the URI as it stands there
 };
+/// A notice that is to be shown to whoever relies on the certificate.
 struct UserNotice {
   std::optional<std::string> organization;  // of the reference, with its numbers
-  std::vector<int64_t> numbers;  // one that 64 bits do not hold is INT64_MAX or INT64_MIN
-  std::optional<std::string> text;
+  std::vector<int64_t> numbers;     // one that 64 bits do not hold is INT64_MAX or INT64_MIN
+  std::optional<std::string> text;  // explicitText, in UTF-8
 };
+/// A qualifier that RFC 5280 does not define.
 struct VELMORA_API OtherQualifier {
-  Oid id;
+  Oid id;        // policyQualifierId
   Octets value;  // the DER of one element
 
   /// The value, or the first of its members that is a string, in UTF-8; else absent.
@@ -143,25 +148,26 @@ struct VELMORA_API OtherQualifier {
 };
 using PolicyQualifier = std::variant<CpsUri, UserNotice, OtherQualifier>;
 
+/// A PolicyInformation of certificatePolicies (§4.2.1.4).
 struct Policy {
-  Oid id;        // empty for one of more than Oid::kMaxSize octets
-  Octets rawId;  // its content octets
-  std::vector<PolicyQualifier> qualifiers;
+  Oid id;                                   // empty for one of more than Oid::kMaxSize octets
+  Octets rawId;                             // its content octets
+  std::vector<PolicyQualifier> qualifiers;  // in their order; empty without any
 };
 
 /// §4.2.1.5.
 struct PolicyMapping {
-  Oid issuerPolicy;
-  Oid subjectPolicy;
-  Octets rawIssuerPolicy;
-  Octets rawSubjectPolicy;
+  Oid issuerPolicy;         // issuerDomainPolicy; empty for one that Oid does not hold
+  Oid subjectPolicy;        // subjectDomainPolicy, likewise
+  Octets rawIssuerPolicy;   // the content octets of the one
+  Octets rawSubjectPolicy;  // and of the other
 };
 
 /// §4.2.1.11, with one of the two at least, else malformed; numbers that 64 bits do not hold are
 /// UINT64_MAX.
 struct PolicyConstraints {
-  std::optional<uint64_t> requireExplicitPolicy;
-  std::optional<uint64_t> inhibitPolicyMapping;
+  std::optional<uint64_t> requireExplicitPolicy;  // after how many certificates more
+  std::optional<uint64_t> inhibitPolicyMapping;   // after how many certificates more
 };
 
 /// §4.2.1.14.
@@ -173,25 +179,26 @@ struct InhibitAnyPolicy {
 /// absent, else the extension counts as malformed, as no profile gives them a meaning. IP addresses
 /// are IpRange.
 struct NameConstraints {
-  std::vector<GeneralName> permitted;
-  std::vector<GeneralName> excluded;
+  std::vector<GeneralName> permitted;  // permittedSubtrees; empty without them
+  std::vector<GeneralName> excluded;   // excludedSubtrees; empty without them
 };
 
 /// A SignedCertificateTimestamp of version 1 in the list of RFC 6962 §3.3. Those of other versions
 /// are left out of the list. A time that does not fit is malformed.
 struct SignedTimestamp {
-  std::array<std::byte, 32> logId;
-  std::chrono::sys_time<std::chrono::milliseconds> at;
-  Octets extensions;
+  std::array<std::byte, 32> logId;                      // the SHA-256 of the log's key
+  std::chrono::sys_time<std::chrono::milliseconds> at;  // when the log took the certificate, in UTC
+  Octets extensions;               // the octets of CtExtensions, empty as a rule
   uint8_t hashAlgorithm = 0;       // of RFC 5246 §7.4.1.4.1: 4 is SHA-256
   uint8_t signatureAlgorithm = 0;  // 1 RSA, 3 ECDSA
-  Octets signature;
+  Octets signature;                // its octets
 };
 
 /// TLS feature (RFC 7633): numbers of TLS extensions, none perhaps; 5, status_request, is "must
 /// staple". A number above 65535 is malformed.
 struct VELMORA_API TlsFeatures {
-  std::vector<uint16_t> features;
+  std::vector<uint16_t> features;  // in their order
+  /// Whether the number is among them.
   bool has(uint16_t feature) const noexcept;
 };
 

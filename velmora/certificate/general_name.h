@@ -19,26 +19,26 @@ namespace velmora {
 
 /// dNSName [2]: ASCII, as it stands there. It may hold anything, a NUL or spaces included.
 struct DnsName {
-  std::string text;
+  std::string text;  // without any change
   friend bool operator==(const DnsName&, const DnsName&) = default;
 };
 
 /// rfc822Name [1]: ASCII, as it stands there.
 struct EmailAddress {
-  std::string text;
+  std::string text;  // without any change
   friend bool operator==(const EmailAddress&, const EmailAddress&) = default;
 };
 
 /// uniformResourceIdentifier [6]: ASCII, as it stands there.
 struct Uri {
-  std::string text;
+  std::string text;  // without any change
   friend bool operator==(const Uri&, const Uri&) = default;
 };
 
 /// iPAddress [7] of 4 octets (IPv4) or 16 (IPv6), in network order; the octets beyond are 0.
 struct VELMORA_API IpAddress {
-  std::array<std::byte, 16> octets{};
-  uint8_t size = 4;
+  std::array<std::byte, 16> octets{};  // the first `size` of them count
+  uint8_t size = 4;                    // 4 or 16
 
   /// "192.0.2.17", or IPv6 as RFC 5952 writes it: "2001:db8::1".
   std::string text() const;
@@ -48,8 +48,8 @@ struct VELMORA_API IpAddress {
 
 /// iPAddress [7] in name constraints: an address and the mask behind it (RFC 5280 §4.2.1.10).
 struct VELMORA_API IpRange {
-  IpAddress address;
-  IpAddress mask;  // of the same size
+  IpAddress address;  // as it stands there, bits beyond the mask included
+  IpAddress mask;     // of the same size
 
   /// "192.0.2.0/24", or with a mask whose ones are not all in front "192.0.2.0/255.0.255.0".
   std::string text() const;

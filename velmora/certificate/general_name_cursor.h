@@ -13,8 +13,8 @@ namespace velmora {
 /// certificate, and hold whatever its writer put there.
 struct PlacedName {
   uint8_t identifier = 0;  // its first octet: 0x82 is a dNSName, 0x87 an iPAddress
-  Bytes content;
-  uint32_t offset = 0;  // of the name, from the start of the certificate
+  Bytes content;           // the contents behind identifier and length
+  uint32_t offset = 0;     // of the name, from the start of the certificate
 };
 
 /// Gives general names one after the other without a copy of any, for who looks for one among

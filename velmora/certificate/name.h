@@ -36,19 +36,19 @@ enum class TextKind : uint8_t {
 struct Attribute {
   Oid type;          // empty for one of more than Oid::kMaxSize octets
   uint32_t rdn = 0;  // of which RDN, from 0: two with one number are one multi-valued RDN
-  TextKind kind = TextKind::none;
-  std::string text;  // in UTF-8, any character included; empty with TextKind::none
-  Octets der;        // the value whole: identifier, length and contents
-  Octets rawType;    // the content octets of the type
+  TextKind kind = TextKind::none;  // of which string type the value is
+  std::string text;                // in UTF-8, any character included; empty with TextKind::none
+  Octets der;                      // the value whole: identifier, length and contents
+  Octets rawType;                  // the content octets of the type
 };
 
 /// The same where it stands, without a copy. The Bytes live as long as any copy of the certificate.
 struct VELMORA_API PlacedAttribute {
-  Bytes type;     // the content octets of its OID
-  Bytes der;      // the value whole: identifier, length and contents
-  Bytes content;  // the contents of the value
-  uint32_t rdn = 0;
-  TextKind kind = TextKind::none;
+  Bytes type;                      // the content octets of its OID
+  Bytes der;                       // the value whole: identifier, length and contents
+  Bytes content;                   // the contents of the value
+  uint32_t rdn = 0;                // of which RDN, from 0
+  TextKind kind = TextKind::none;  // of which string type the value is
 
   /// Whether the contents are the text in UTF-8 as they stand.
   bool isUtf8() const noexcept;

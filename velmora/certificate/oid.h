@@ -23,6 +23,7 @@ namespace velmora {
 /// even to another empty one.
 class VELMORA_API Oid {
  public:
+  /// The most content octets that an Oid holds.
   static constexpr size_t kMaxSize = 63;
 
   constexpr Oid() = default;
@@ -42,6 +43,7 @@ class VELMORA_API Oid {
   /// From content octets; empty when they are more than kMaxSize or no OID in its shortest form.
   static Oid fromDer(Bytes content) noexcept;
 
+  /// Whether it stands for nothing.
   constexpr bool isEmpty() const noexcept { return m_size == 0; }
 
   /// Dotted decimal; arcs of any size are written. Empty for an empty one.
@@ -130,7 +132,7 @@ class VELMORA_API Oid {
 
 /// OIDs that questions are asked with.
 namespace oid {
-// Attribute types (X.520, RFC 4519, RFC 2985).
+/// Attribute types (X.520, RFC 4519, RFC 2985).
 inline constexpr Oid commonName{known_oid::commonName}, surname{known_oid::surname},
     serialNumber{known_oid::serialNumber}, country{known_oid::country},
     locality{known_oid::locality}, state{known_oid::state}, street{known_oid::street},
@@ -139,7 +141,7 @@ inline constexpr Oid commonName{known_oid::commonName}, surname{known_oid::surna
     organizationIdentifier{known_oid::organizationIdentifier},
     domainComponent{known_oid::domainComponent}, userId{known_oid::userId},
     emailAddress{known_oid::emailAddress};
-// Extensions (RFC 5280 §4.2, RFC 6962 §3.3, RFC 7633, RFC 6960 §4.2.2.2.1, RFC 9608).
+/// Extensions (RFC 5280 §4.2, RFC 6962 §3.3, RFC 7633, RFC 6960 §4.2.2.2.1, RFC 9608).
 inline constexpr Oid subjectKeyIdentifier{known_oid::subjectKeyIdentifier},
     keyUsage{known_oid::keyUsage}, subjectAltName{known_oid::subjectAltName},
     issuerAltName{known_oid::issuerAltName}, basicConstraints{known_oid::basicConstraints},
@@ -153,12 +155,12 @@ inline constexpr Oid subjectKeyIdentifier{known_oid::subjectKeyIdentifier},
     subjectInfoAccess{known_oid::subjectInfoAccess}, tlsFeature{known_oid::tlsFeature},
     ocspNoCheck{known_oid::ocspNoCheck}, signedTimestamps{known_oid::signedTimestamps},
     ctPoison{known_oid::ctPoison};
-// Key purposes (RFC 5280 §4.2.1.12).
+/// Key purposes (RFC 5280 §4.2.1.12).
 inline constexpr Oid anyExtendedKeyUsage{known_oid::anyExtendedKeyUsage},
     serverAuth{known_oid::serverAuth}, clientAuth{known_oid::clientAuth},
     codeSigning{known_oid::codeSigning}, emailProtection{known_oid::emailProtection},
     timeStamping{known_oid::timeStamping}, ocspSigning{known_oid::ocspSigning};
-// Policies and access methods (RFC 5280 §4.2.1.4 and §4.2.2).
+/// Policies and access methods (RFC 5280 §4.2.1.4 and §4.2.2).
 inline constexpr Oid anyPolicy{known_oid::anyPolicy}, cpsQualifier{known_oid::cpsQualifier},
     userNoticeQualifier{known_oid::userNoticeQualifier}, ocsp{known_oid::ocsp},
     caIssuers{known_oid::caIssuers};

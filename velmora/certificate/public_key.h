@@ -17,9 +17,9 @@ enum class KeyKind : uint8_t { rsa, rsaPss, dsa, ec, ed25519, other };
 /// A public key described from its SubjectPublicKeyInfo (RFC 5280 §4.1.2.7), not judged: whether
 /// signatures may be checked with it is another question.
 struct VELMORA_API PublicKey {
-  KeyKind kind = KeyKind::other;
-  Oid algorithm;      // empty for one of more than Oid::kMaxSize octets
-  Oid curve;          // the named curve of an EC key; empty where there is none
+  KeyKind kind = KeyKind::other;  // by its AlgorithmIdentifier
+  Oid algorithm;                  // empty for one of more than Oid::kMaxSize octets
+  Oid curve;                      // the named curve of an EC key; empty where there is none
   unsigned bits = 0;  // of the modulus, of the prime p, of the curve's field; 0 when not known
 
   /// From the DER of a SubjectPublicKeyInfo, and nothing behind it. Error malformedKey.

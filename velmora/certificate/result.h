@@ -52,14 +52,16 @@ enum class Found : uint8_t {
 
 /// Why there is no value. Eight bytes, nothing allocated.
 struct VELMORA_API Error {
-  ErrorCode code = ErrorCode::absent;
-  Found found = Found::certificate;  // with notACertificate: what it is instead
+  ErrorCode code = ErrorCode::absent;  // what is wrong
+  Found found = Found::certificate;    // with notACertificate: what it is instead
   uint32_t offset = 0;  // of the octet at fault, from the start of the input; 0 where there is none
 
+  /// An error about the octet at `offset`, which is taken modulo 2^32.
   static constexpr Error at(ErrorCode code, size_t offset) noexcept {
     return {code, Found::certificate, static_cast<uint32_t>(offset)};
   }
 
+  /// Whether what was asked for is simply not there.
   constexpr bool isAbsent() const noexcept { return code == ErrorCode::absent; }
 
   /// A constant sentence for people, such as "A private key, not a certificate.". It lives as long
@@ -76,31 +78,42 @@ struct VELMORA_API Error {
 template <class T>
 class [[nodiscard]] Result {
  public:
+  /// As std::expected has it.
   using value_type = T;
+  /// As std::expected has it.
   using error_type = Error;
 
+  /// With a value.
   constexpr Result(T value) noexcept(std::is_nothrow_move_constructible_v<T>)
       : m_state(std::in_place_index<0>, std::move(value)) {}
+  /// Without one, and why.
   constexpr Result(Error error) noexcept : m_state(std::in_place_index<1>, error) {}
 
+  /// Whether there is a value.
   constexpr bool has_value() const noexcept { return m_state.index() == 0; }
+  /// The same, for conditions.
   constexpr explicit operator bool() const noexcept { return has_value(); }
 
+  /// The value. Undefined where there is none.
   constexpr const T& operator*() const& noexcept { return *std::get_if<0>(&m_state); }
   constexpr T& operator*() & noexcept { return *std::get_if<0>(&m_state); }
   /// By value, so that what `for (auto& name : *certificate.subjectAltNames())` walks over lives.
   constexpr T operator*() && noexcept(std::is_nothrow_move_constructible_v<T>) {
     return std::move(*std::get_if<0>(&m_state));
   }
+  /// The value's members. Undefined where there is none.
   constexpr const T* operator->() const noexcept { return std::get_if<0>(&m_state); }
   constexpr T* operator->() noexcept { return std::get_if<0>(&m_state); }
 
+  /// Why there is no value. Undefined where there is one.
   constexpr const Error& error() const noexcept { return *std::get_if<1>(&m_state); }
 
+  /// The value, or `other` in its place.
   template <class U = T>
   constexpr T value_or(U&& other) const& {
     return has_value() ? **this : static_cast<T>(std::forward<U>(other));
   }
+  /// The same; the value is moved out.
   template <class U = T>
   constexpr T value_or(U&& other) && {
     return has_value() ? std::move(**this) : static_cast<T>(std::forward<U>(other));

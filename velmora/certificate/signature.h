@@ -90,8 +90,8 @@ constexpr SignatureVerdict verdictOf(SignatureFault fault) noexcept {
 
 /// What became of one check of a signature.
 struct VELMORA_API SignatureCheck {
-  SignatureVerdict verdict = SignatureVerdict::cannotCheck;
-  SignatureFault fault = SignatureFault::algorithmUnknown;
+  SignatureVerdict verdict = SignatureVerdict::cannotCheck;  // what may be concluded from it
+  SignatureFault fault = SignatureFault::algorithmUnknown;   // why it is not good, when it is not
 
   /// A constant sentence for people; empty when the signature is good.
   std::string_view message() const noexcept;

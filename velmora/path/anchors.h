@@ -26,6 +26,7 @@ struct AnchorConstraints {
 /// because trust in it comes from outside. Of one that was moved from nothing may be asked.
 class VELMORA_API TrustAnchor {
  public:
+  /// A certificate's name and key, and the constraints that it holds.
   explicit TrustAnchor(Certificate certificate) noexcept;
 
   /// A name and the DER of a SubjectPublicKeyInfo, which is copied (RFC 5914's TrustAnchorInfo).
@@ -36,6 +37,7 @@ class VELMORA_API TrustAnchor {
   /// None for a name and key.
   const std::optional<Certificate>& certificate() const& noexcept { return m_certificate; }
   const std::optional<Certificate>& certificate() const&& = delete;
+  /// The name that certificates below it have as issuer.
   Name name() const noexcept;
   /// The SubjectPublicKeyInfo; it lives as long as any copy of the anchor.
   Bytes key() const& noexcept;
@@ -65,6 +67,7 @@ class AnchorIndex;
 /// for each; 0 keeps none. The verification that comes to it takes longer by a few signatures.
 class VELMORA_API TrustAnchors {
  public:
+  /// How many prepared keys are kept unless another number is given.
   static constexpr size_t kPreparedKeys = 64;
 
   /// Throws std::bad_alloc.
@@ -74,7 +77,9 @@ class VELMORA_API TrustAnchors {
   /// Likewise, and names and keys with the same constraints.
   explicit TrustAnchors(std::span<const TrustAnchor> anchors, size_t preparedKeys = kPreparedKeys);
 
+  /// How many there are, equal ones counted once.
   size_t size() const noexcept;
+  /// Whether there is none, so that nothing can be trusted.
   bool isEmpty() const noexcept { return size() == 0; }
 
  private:
@@ -92,6 +97,7 @@ class VELMORA_API CertificateSet {
   /// Equal octets count once. Throws std::bad_alloc.
   explicit CertificateSet(std::span<const Certificate> certificates);
 
+  /// How many there are, equal ones counted once.
   size_t size() const noexcept;
 
  private:

@@ -32,7 +32,7 @@ enum class CrlReason : uint8_t {
 
 /// An entry of a CRL (§5.1.2.6).
 struct RevokedCertificate {
-  std::chrono::sys_seconds at;
+  std::chrono::sys_seconds at;           // revocationDate
   std::optional<CrlReason> reason = {};  // none where the entry gives none
   bool isReadable = true;  // false: a date, reason or critical extension is not understood
 };
@@ -48,11 +48,13 @@ class VELMORA_API Crl {
   /// field's type (§5.1).
   static Result<Crl> parse(Bytes der) noexcept;
 
+  /// Whose CRL it is.
   Name issuer() const noexcept;
   /// Error malformedDate, also for a date that is not in DER: decisions rest on it.
   Result<std::chrono::sys_seconds> thisUpdate() const noexcept;
   /// Errors absent, malformedDate.
   Result<std::chrono::sys_seconds> nextUpdate() const noexcept;
+  /// How many entries it has.
   size_t size() const noexcept;
 
   /// The entry with the content octets of a serial number: logarithmic in size(). It is the number
@@ -76,6 +78,7 @@ class VELMORA_API Crl {
   SignedParts signedParts() const& noexcept;
   SignedParts signedParts() const&& = delete;
 
+  /// All of it as it was given; it lives as long as any copy.
   Bytes der() const& noexcept;
   Bytes der() const&& = delete;
 
@@ -121,6 +124,7 @@ class VELMORA_API CrlSet {
   /// of that. Linear in the input. Throws std::bad_alloc.
   static CrlReading read(Bytes derOrPem);
 
+  /// How many CRLs there are.
   size_t size() const noexcept;
 
  private:

@@ -80,14 +80,15 @@ enum class Severity : uint8_t {
 struct VELMORA_API Finding {
   uint32_t certificate = 0;  // its place on the way: 0 is the leaf; behind the last certificate, at
                              // Path::certificates.size(), an anchor of name and key
-  Reason reason = Reason::none;
-  Severity severity = Severity::failure;
-  DepartureCode departure{};  // with Reason::departure
-  uint8_t rule = 0;           // with Reason::profileRule: its line in the table of rules
-  uint32_t offset = 0;        // in that certificate; 0 where there is none
-  Oid about;                  // the extension, policy or curve; empty where there is none
-  std::string detail;         // a name, a serial number, a size; as it stands in the certificate
+  Reason reason = Reason::none;           // what was found
+  Severity severity = Severity::failure;  // whether it lets the way fail
+  DepartureCode departure{};              // with Reason::departure
+  uint8_t rule = 0;     // with Reason::profileRule: its line in the table of rules
+  uint32_t offset = 0;  // in that certificate; 0 where there is none
+  Oid about;            // the extension, policy or curve; empty where there is none
+  std::string detail;   // a name, a serial number, a size; as it stands in the certificate
 
+  /// Whether the way does not hold because of it.
   bool isFailure() const noexcept { return severity == Severity::failure; }
 
   /// A word that does not change, such as "nameNotPermitted"; of a departure or of a rule its own.

@@ -36,6 +36,7 @@ class VELMORA_API Target {
 
   /// A DNS name alone, or an address alone; errors as for host().
   static Result<Target> dnsName(std::string_view text) noexcept;
+  /// An IPv4 or IPv6 address alone; errors as for host().
   static Result<Target> ipAddress(std::string_view text) noexcept;
 
   /// An e-mail address, "local@domain" in ASCII: a dot-string without empty atoms or a quoted
@@ -45,9 +46,13 @@ class VELMORA_API Target {
   /// Errors notAHost, hostNotAscii, outOfMemory as of host().
   static Result<Target> email(std::string_view text) noexcept;
 
+  /// Whether a caller has said what the target is, or that there is none to judge.
   bool isSaid() const noexcept { return m_kind != Kind::unsaid; }
+  /// Whether there is a name or address that a leaf has to have.
   bool isJudged() const noexcept { return m_kind > Kind::notJudged; }
+  /// Whether that is a DNS name or an IP address.
   bool isHost() const noexcept { return m_kind == Kind::dns || m_kind == Kind::ip; }
+  /// Whether it is an e-mail address.
   bool isEmail() const noexcept { return m_kind == Kind::email; }
 
   /// As it is compared: a name in small letters, without a trailing dot, an address as
@@ -57,6 +62,7 @@ class VELMORA_API Target {
   /// Of an address; meaningless otherwise.
   const IpAddress& address() const& noexcept { return m_address; }
   const IpAddress& address() const&& = delete;
+  /// Whether it is an IP address.
   bool isAddress() const noexcept { return m_kind == Kind::ip; }
 
   /// Whether one of the subject alternative names of the certificate is the target; the common name

@@ -53,8 +53,8 @@ enum class Revocation : uint8_t {
 struct PolicyOptions {
   std::vector<Oid> accepted = {};            // user-initial-policy-set; none: any policy
   std::optional<bool> requireExplicit = {};  // unsaid: yes where `accepted` names any
-  bool inhibitMapping = false;
-  bool inhibitAny = false;
+  bool inhibitMapping = false;               // initial-policy-mapping-inhibit
+  bool inhibitAny = false;                   // initial-any-policy-inhibit
 };
 
 /// The least that keys of the leaf and of every certificate on the way may be, in bits. The
@@ -77,18 +77,18 @@ struct Limits {
   uint32_t certificates = 16;    // of one way, leaf and anchor included; never more than 100
   uint32_t candidates = 32'768;  // looks at issuers, and as many steps of the search
   uint32_t signatures = 16'384;  // by key: RSA-2048 counts 2, P-256 4, larger curves 24
-  // Of names with constraints, of policies and their qualifiers, looks at CRLs and their signers,
-  // and what each way that holds says but the first. A name is looked for among n constraints of
-  // its form in log2 n comparisons, so that a leaf with 10,000 names under 10,000 permitted and
-  // 10,000 excluded ones, which takes 280,003, holds with room to spare.
+  /// Of names with constraints, of policies and their qualifiers, looks at CRLs and their signers,
+  /// and what each way that holds says but the first. A name is looked for among n constraints of
+  /// its form in log2 n comparisons, so that a leaf with 10,000 names under 10,000 permitted and
+  /// 10,000 excluded ones, which takes 280,003, holds with room to spare.
   uint32_t comparisons = 500'000;
 };
 
 /// What one verification has cost, counted as Limits counts; what was known before costs the same.
 struct Cost {
-  uint32_t candidates = 0;
-  uint32_t signatures = 0;
-  uint32_t comparisons = 0;
+  uint32_t candidates = 0;   // looks at issuers
+  uint32_t signatures = 0;   // of signatures, by key
+  uint32_t comparisons = 0;  // of names, policies and CRLs
 };
 
 class Path;
@@ -98,6 +98,7 @@ class Path;
 class PathJudge {
  public:
   PathJudge() noexcept = default;
+  /// Refers to a function object or function, which is not copied.
   template <class F>
   requires(!std::is_same_v<std::remove_cvref_t<F>, PathJudge> &&
            std::is_nothrow_invocable_r_v<bool, F&, const Path&>) PathJudge(F& judge)
@@ -107,7 +108,9 @@ class PathJudge {
           return (*static_cast<std::remove_reference_t<F>*>(f))(path);
         }) {}
 
+  /// Whether there is any to ask.
   explicit operator bool() const noexcept { return m_call != nullptr; }
+  /// Asks it. Undefined where there is none.
   bool operator()(const Path& path) const noexcept { return m_call(m_judge, path); }
 
  private:
@@ -117,19 +120,19 @@ class PathJudge {
 
 /// What is asked of a way. Making one takes memory for an empty set of CRLs: throws std::bad_alloc.
 struct VerifyOptions {
-  Purpose purpose = Purpose::unsaid;
+  Purpose purpose = Purpose::unsaid;                // what the leaf is wanted for; has to be said
   Target target = {};                               // asked for with Purpose::server
   std::optional<std::chrono::sys_seconds> at = {};  // now; both ends of a validity count
-  Profile profile = Profile::basic;
-  KeyOptions keys = {};
+  Profile profile = Profile::basic;                 // the rules beyond those of validation
+  KeyOptions keys = {};                             // what keys have to be
   bool allowSha1 = false;        // in signatures of the way; an anchor's own is not judged
   bool judgeAnchorDates = true;  // whether an anchor that is a certificate may have expired
-  PolicyOptions policies = {};
-  CrlSet crls = {};
-  Revocation revocation = Revocation::notAsked;
-  uint32_t paths = 1;     // how many ways to look for
+  PolicyOptions policies = {};   // what is asked of policies
+  CrlSet crls = {};              // those that are to hand
+  Revocation revocation = Revocation::notAsked;  // for whom they have to vouch
+  uint32_t paths = 1;                            // how many ways to look for
   PathJudge accept = {};  // called once for each way that holds; false makes it none
-  Limits limits = {};
+  Limits limits = {};     // what it may cost
   /// Looked at between steps; true ends the search. Lives as long as the call, as what `accept`
   /// refers to does; any thread may set it.
   const std::atomic<bool>* cancel = nullptr;
@@ -156,29 +159,39 @@ struct HeldPolicy {
 /// as a parameter cannot be called without.
 class VerifiedPath {
  public:
+  /// The whole way, with what was found on it. It lives as long as this object.
   const Path& path() const& noexcept { return m_path; }
   const Path& path() const&& = delete;
+  /// The certificate that was asked about.
   const Certificate& leaf() const& noexcept { return m_path.certificates.front(); }
   const Certificate& leaf() const&& = delete;
+  /// Whom the trust comes from.
   const TrustAnchor& anchor() const& noexcept { return *m_path.anchor; }
   const TrustAnchor& anchor() const&& = delete;
 
+  /// What it was verified for.
   Purpose purpose() const noexcept { return m_purpose; }
+  /// Whom it was verified to speak for, if the target was judged.
   const Target& target() const& noexcept { return m_target; }
   const Target& target() const&& = delete;
+  /// The moment at which it holds.
   std::chrono::sys_seconds at() const noexcept { return m_at; }
+  /// The profile whose rules it passed.
   Profile profile() const noexcept { return m_profile; }
   /// Whether anyPolicy holds for the way, which stands for every policy.
   bool holdsAnyPolicy() const noexcept { return m_anyPolicy; }
+  /// The policies that hold for the whole way, but anyPolicy.
   const std::vector<HeldPolicy>& policies() const& noexcept { return m_policies; }
   const std::vector<HeldPolicy>& policies() const&& = delete;
   /// What was asked of policies and of revocation: what is held or vouched for says nothing of
   /// what had to be.
   const PolicyOptions& askedPolicies() const& noexcept { return m_askedPolicies; }
   const PolicyOptions& askedPolicies() const&& = delete;
+  /// What was asked of revocation.
   Revocation revocation() const noexcept { return m_revocation; }
   /// Whether a CRL, or noRevAvail, vouched for the leaf, and for every certificate but the anchor.
   bool isLeafNotRevoked() const noexcept { return m_leafVouched; }
+  /// The same for every certificate but the anchor.
   bool isNothingRevoked() const noexcept { return m_allVouched; }
 
  private:
@@ -205,6 +218,7 @@ struct [[nodiscard]] Verification {
   Reason reason = Reason::none;        // its gravest failure, or what ended the search before
   Cost used = {};                      // what it cost
 
+  /// Whether any way holds.
   explicit operator bool() const noexcept { return !verified.empty(); }
 
   /// The reason as a word that does not change: the id of the finding that it is of, as of a

@@ -34,11 +34,11 @@ struct CertificatePlace {
 
 /// Why something is no certificate. The text is valid during the call that brings it.
 struct CertificateFailure {
-  std::string_view reason;
-  std::optional<size_t> offset = {};  // of the octet at fault in the input's (the block's) DER
-  size_t line = 0;                    // at fault in PEM, from 1; 0 where unknown
-  ErrorCode code = ErrorCode::notAsn1;
-  Found found = Found::notAsn1;  // with notACertificate: what it is instead
+  std::string_view reason;              // a sentence for people
+  std::optional<size_t> offset = {};    // of the octet at fault in the input's (the block's) DER
+  size_t line = 0;                      // at fault in PEM, from 1; 0 where unknown
+  ErrorCode code = ErrorCode::notAsn1;  // the same for programs
+  Found found = Found::notAsn1;         // with notACertificate: what it is instead
   /// With a public key or a request, its octets, valid during the call.
   std::span<const unsigned char> octets = {};
 };
@@ -81,6 +81,7 @@ class VELMORA_API CertificateSink {
 /// Throws only what the sink throws.
 class VELMORA_API CertificateReader {
  public:
+  /// The most octets of DER that one element, or one block, may have.
   static constexpr size_t kMaxDerSize = size_t{64} << 20;
   /// Hexadecimal takes two characters for an octet, base64 and the tags somewhat less or more.
   static constexpr size_t kMaxXmlSize = 4 * kMaxDerSize;

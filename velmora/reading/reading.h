@@ -33,7 +33,7 @@ struct ReadFailure {
 /// Of a certificate that came as BER, the octets as they stood there.
 struct BerOriginal {
   size_t certificate = 0;  // its index in Reading::certificates
-  Octets octets;
+  Octets octets;           // without any change
 };
 
 /// What an input holds.

@@ -12,8 +12,8 @@ namespace velmora {
 
 /// What became of an input. A root that was registered before counts again.
 struct TrustedRootCount {
-  size_t registered = 0;
-  size_t refused = 0;  // certificates, and files or parts of files that could not be read
+  size_t registered = 0;  // certificates that are trusted roots now
+  size_t refused = 0;     // certificates, and files or parts of files that could not be read
 };
 
 /// Registers every certificate of a file as addTrustedRoot does, in any form that CertificateReader

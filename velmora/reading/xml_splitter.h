@@ -20,6 +20,7 @@ namespace velmora {
 /// the third and in its first 16 KiB.
 class VELMORA_API XmlSplitter {
  public:
+  /// What was come to.
   enum class Event {
     kNone,      // the text is used up
     kDocument,  // document and line tell what was found
@@ -28,6 +29,7 @@ class VELMORA_API XmlSplitter {
     kFatal      // as kFault, but nothing behind it can be read
   };
 
+  /// Refuses documents of more than `maxSize` bytes.
   explicit XmlSplitter(size_t maxSize) noexcept : m_maxSize(maxSize) {}
 
   /// Reads until something was found or the text ends, and removes from `text` what it read.
@@ -41,11 +43,13 @@ class VELMORA_API XmlSplitter {
 
   // About the last event; valid until the next call.
 
+  /// The text of the document.
   std::string_view document() const noexcept { return m_document.view(); }
   /// What stands in front of the document and is no part of it: its XML declaration.
   const XmlDeclaration& declaration() const noexcept { return m_documentDeclaration; }
   /// The line where the document or the fault starts, from 1.
   size_t line() const noexcept { return m_startLine; }
+  /// A constant sentence on the fault.
   const char* reason() const noexcept { return m_reason; }
 
  private:

@@ -173,6 +173,7 @@ class VELMORA_API VelmoraX509 : public RefCountedObject {
 
   /// Replaces `out` by the ASN.1 XML of the whole certificate. The log is not written to.
   bool saveXml(XString& out, LogBase& log);
+  /// The same as saveXml.
   bool getXml(XString& out, LogBase& log);
 
   /// Appends the 20 octets of the SHA-1 of the stored DER. The log is not written to.
@@ -205,23 +206,38 @@ class VELMORA_API VelmoraX509 : public RefCountedObject {
   /// the caller, or null.
   _vmAsn1* getDnAsn(bool forSubject, LogBase& log);
 
-  // Country, state, locality, organization, organizational unit, common name, e-mail address. These
-  // take no lock of their own and pass on what get_IssuerValue and get_SubjectValue give.
+  // One attribute. These take no lock of their own and pass on what get_IssuerValue and
+  // get_SubjectValue give.
+
+  /// get_IssuerValue of countryName (2.5.4.6).
   bool get_IssuerC(XString& value, LogBase& log);
+  /// get_IssuerValue of stateOrProvinceName (2.5.4.8).
   bool get_IssuerS(XString& value, LogBase& log);
+  /// get_IssuerValue of localityName (2.5.4.7).
   bool get_IssuerL(XString& value, LogBase& log);
+  /// get_IssuerValue of organizationName (2.5.4.10).
   bool get_IssuerO(XString& value, LogBase& log);
+  /// get_IssuerValue of organizationalUnitName (2.5.4.11).
   bool get_IssuerOU(XString& value, LogBase& log);
+  /// get_IssuerValue of commonName (2.5.4.3).
   bool get_IssuerCN(XString& value, LogBase& log);
+  /// get_IssuerValue of emailAddress (1.2.840.113549.1.9.1).
   bool get_IssuerE(XString& value, LogBase& log);
   /// The serialNumber attribute of the issuer name, not a certificate's serial number.
   bool get_IssuerSerial(XString& value, LogBase& log);
+  /// get_SubjectValue of countryName (2.5.4.6).
   bool get_SubjectC(XString& value, LogBase& log);
+  /// get_SubjectValue of stateOrProvinceName (2.5.4.8).
   bool get_SubjectS(XString& value, LogBase& log);
+  /// get_SubjectValue of localityName (2.5.4.7).
   bool get_SubjectL(XString& value, LogBase& log);
+  /// get_SubjectValue of organizationName (2.5.4.10).
   bool get_SubjectO(XString& value, LogBase& log);
+  /// get_SubjectValue of organizationalUnitName (2.5.4.11).
   bool get_SubjectOU(XString& value, LogBase& log);
+  /// get_SubjectValue of commonName (2.5.4.3).
   bool get_SubjectCN(XString& value, LogBase& log);
+  /// get_SubjectValue of emailAddress (1.2.840.113549.1.9.1).
   bool get_SubjectE(XString& value, LogBase& log);
 
   // Names as JSON.
@@ -407,6 +423,7 @@ class VELMORA_API VelmoraX509Holder : public NonRefCountedObj {
   /// The certificate of the i-th holder of an array of holders, its count unchanged; null past the
   /// end.
   static VelmoraX509* getNthX509(ExtPtrArray& a, int i);
+  /// The same.
   static VelmoraX509* getX509FromArray(ExtPtrArray& a, unsigned int i) {
     return getNthX509(a, static_cast<int>(i));
   }

@@ -13,7 +13,7 @@ namespace velmora {
 
 /// An attribute type. A text that it has not is empty.
 struct AttributeType {
-  KnownOid oid;
+  KnownOid oid;                     // by which certificates know it
   std::string_view name;            // by which the standards know it
   std::string_view keyword;         // in the text of names: RFC 4514 §3, RFC 4519 §2, RFC 2985
   std::string_view shortName = {};  // in the texts of VelmoraX509

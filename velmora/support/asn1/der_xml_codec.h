@@ -42,6 +42,7 @@ namespace velmora {
 /// time and memory are proportional to the input.
 class VELMORA_API DerXmlCodec {
  public:
+  /// How many elements may stand inside one another.
   static constexpr int kMaxDepth = kMaxAsn1Depth;
 
   /// Appends the XML text of one element in BER to `xml`. Indefinite and non-minimal lengths and

@@ -11,8 +11,8 @@ namespace velmora {
 
 /// An OID of the table. The texts live as long as the program.
 struct NamedOid {
-  std::string_view dotted;
-  std::string_view name;
+  std::string_view dotted;  // decimal arcs
+  std::string_view name;    // as oidName gives it
 };
 
 /// The OID with these content octets (X.690 §8.19); both texts are empty when it is not in the

@@ -16,6 +16,7 @@ class VELMORA_API ExtPtrArray {
   ExtPtrArray(const ExtPtrArray&) = delete;
   ExtPtrArray& operator=(const ExtPtrArray&) = delete;
 
+  /// How many objects it has.
   int getSize() const noexcept { return static_cast<int>(m_objects.size()); }
 
   /// The i-th object from 0, still owned by the array; null outside the array.
@@ -41,6 +42,7 @@ class VELMORA_API ExtPtrArrayRc {
   ExtPtrArrayRc(const ExtPtrArrayRc&) = delete;
   ExtPtrArrayRc& operator=(const ExtPtrArrayRc&) = delete;
 
+  /// How many objects it has.
   int getSize() const noexcept { return static_cast<int>(m_objects.size()); }
 
   /// The i-th object from 0, its count unchanged; null outside the array.

@@ -16,12 +16,18 @@ namespace velmora {
 /// operation may be called from any thread.
 class VELMORA_API _vmHash {
  public:
+  /// No hash.
   static constexpr int kUnknown = 0;
+  /// SHA-1.
   static constexpr int kSha1 = 1;
+  /// SHA-384.
   static constexpr int kSha384 = 2;
+  /// SHA-512.
   static constexpr int kSha512 = 3;
+  /// SHA-256.
   static constexpr int kSha256 = 7;
 
+  /// The octets of the longest digest, that of SHA-512.
   static constexpr size_t kMaxDigestSize = 64;
 
   /// Appends the digest of `size` bytes to `out`; nothing for an unknown identifier. The bytes may

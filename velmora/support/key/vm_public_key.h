@@ -39,16 +39,24 @@ class VELMORA_API _vmPublicKey {
   /// of small order. The second argument, to be passed as null, is reserved and has no effect.
   void loadEd25519Public(const unsigned char* key32, const char*);
 
+  /// Whether no key is loaded.
   bool isEmpty() const noexcept { return std::holds_alternative<std::monostate>(m_key); }
+  /// Whether it is an RSA key.
   bool isRsa() const noexcept { return std::holds_alternative<RsaKeyData>(m_key); }
+  /// Whether it is a DSA key.
   bool isDsa() const noexcept { return std::holds_alternative<DsaKeyData>(m_key); }
+  /// Whether it is an EC key on a named curve.
   bool isEcc() const noexcept { return std::holds_alternative<EccKeyData>(m_key); }
+  /// Whether it is an Ed25519 key.
   bool isEd25519() const noexcept { return std::holds_alternative<Ed25519KeyData>(m_key); }
 
   /// The key, still owned by this object; null when it is of another kind.
   RsaKeyData* getRsaKey() noexcept { return std::get_if<RsaKeyData>(&m_key); }
+  /// Likewise.
   DsaKeyData* getDsaKey() noexcept { return std::get_if<DsaKeyData>(&m_key); }
+  /// Likewise.
   EccKeyData* getEccKey() noexcept { return std::get_if<EccKeyData>(&m_key); }
+  /// Likewise.
   Ed25519KeyData* getEd25519Key() noexcept { return std::get_if<Ed25519KeyData>(&m_key); }
 
   /// Appends the 64-bit key identifier of RFC 5280 §4.2.1.2 method 2: the bits 0100 and the last 60

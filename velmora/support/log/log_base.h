@@ -29,11 +29,16 @@ class VELMORA_API LogBase {
   virtual void LogInfo(const char* message) = 0;
   /// One data item: a key and its text, which may hold any character.
   virtual void LogData(const char* key, std::string_view value) = 0;
+  /// Opens a context; what follows belongs to it.
   virtual void enterContext(const char* name) = 0;
+  /// Closes the context that was opened last.
   virtual void leaveContext() = 0;
 
+  /// A data item whose text is a number in decimal.
   void LogDataLong(const char* key, int64_t value);
+  /// A data item from a StringBuffer.
   void LogDataSb(const char* key, const StringBuffer& value) { LogData(key, value.view()); }
+  /// A data item from an XString, in UTF-8.
   void LogDataX(const char* key, const XString& value) { LogData(key, value.view()); }
   /// The bytes as upper-case hexadecimal digits.
   void LogDataHex(const char* key, const unsigned char* bytes, size_t count);
@@ -50,6 +55,7 @@ class VELMORA_API LogBase {
 /// Opens a named context on a log for the length of a scope.
 class LogContextExitor {
  public:
+  /// Opens the context; the log outlives this object.
   LogContextExitor(LogBase& log, const char* name) : m_log(log) { m_log.enterContext(name); }
   ~LogContextExitor() { m_log.leaveContext(); }
   LogContextExitor(const LogContextExitor&) = delete;

@@ -35,7 +35,9 @@ class VELMORA_API LogLines : public LogBase {
 /// Keeps the lines as one text, each closed by a newline.
 class VELMORA_API LogText final : public LogLines {
  public:
+  /// The lines so far.
   const StringBuffer& text() const noexcept { return m_text; }
+  /// Forgets them.
   void clear() noexcept { m_text.clear(); }
 
  protected:
@@ -48,6 +50,7 @@ class VELMORA_API LogText final : public LogLines {
 /// Writes each line, closed by a newline, to a stream that outlives the log.
 class VELMORA_API LogStream final : public LogLines {
  public:
+  /// Writes to `out`.
   explicit LogStream(std::ostream& out) : m_out(out) {}
 
  protected:

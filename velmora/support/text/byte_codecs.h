@@ -27,8 +27,8 @@ VELMORA_API size_t base64UrlEncode(const unsigned char* bytes, size_t count, cha
 
 /// What a decoder made of its text: the bytes it wrote, and whether all of the text was understood.
 struct DecodeResult {
-  size_t written = 0;
-  bool complete = false;
+  size_t written = 0;     // bytes
+  bool complete = false;  // all of the text was understood
 };
 
 /// Decodes hexadecimal digits in either letter case; white space is passed over, an odd digit at

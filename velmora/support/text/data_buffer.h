@@ -22,32 +22,46 @@ class VELMORA_API DataBuffer {
   DataBuffer(DataBuffer&&) noexcept = default;
   DataBuffer& operator=(DataBuffer&&) noexcept = default;
 
+  /// The bytes, with a zero byte behind them; never null.
   const unsigned char* data() const noexcept { return m_bytes.data(); }
+  /// The same to be changed; null while nothing was allocated.
   unsigned char* data() noexcept { return m_bytes.data(); }
+  /// How many bytes there are.
   size_t size() const noexcept { return m_bytes.size(); }
+  /// Whether there is none.
   bool empty() const noexcept { return m_bytes.size() == 0; }
+  /// The bytes, valid until the buffer changes.
   std::span<const unsigned char> span() const noexcept { return {m_bytes.data(), m_bytes.size()}; }
   /// The bytes as they are, taken as 8-bit text.
   std::string_view view() const noexcept;
 
+  /// Appends `count` bytes, which may lie inside this buffer.
   bool append(const void* bytes, size_t count) noexcept { return m_bytes.append(bytes, count); }
   /// A marked buffer adds nothing and passes its mark on.
   bool append(const DataBuffer& other) noexcept;
   bool append(std::span<const unsigned char> bytes) noexcept;
+  /// Appends one byte.
   bool appendChar(unsigned char byte) noexcept { return m_bytes.appendByte(byte); }
+  /// Inserts bytes in front of the first; they may lie inside this buffer.
   bool prepend(const unsigned char* bytes, unsigned int count) noexcept {
     return m_bytes.prepend(bytes, count);
   }
   /// Adds `count` bytes for the caller to fill; null when memory ran out.
   unsigned char* extend(size_t count) noexcept { return m_bytes.extend(count); }
+  /// Makes room for `total` bytes in all.
   bool reserve(size_t total) noexcept { return m_bytes.reserve(total); }
+  /// Drops the bytes from `size` on; never grows.
   void truncate(size_t size) noexcept { m_bytes.truncate(size); }
+  /// Removes `count` bytes at `offset`; what lies beyond the end is ignored.
   void erase(size_t offset, size_t count) noexcept { m_bytes.erase(offset, count); }
 
   /// Replaces the contents by the `count` bytes given, which may lie inside this buffer.
   bool assign(const void* bytes, size_t count) noexcept;
+  /// Empties the buffer, takes the mark away and keeps the memory.
   void clear() noexcept { m_bytes.clear(); }
+  /// Gives memory beyond the contents back when that can be done.
   void shrinkToFit() noexcept { m_bytes.shrinkToFit(); }
+  /// Exchanges contents and marks.
   void swap(DataBuffer& other) noexcept { m_bytes.swap(other.m_bytes); }
 
   /// Same bytes, and neither buffer marked by a failed allocation.

@@ -45,6 +45,7 @@ class VELMORA_API VelmoraSysTime {
   /// The moment `seconds` after (before, when negative) 1970-01-01T00:00:00Z; false, with the time
   /// unchanged, outside years 0 to 9999.
   bool fromUnixSeconds(int64_t seconds) noexcept;
+  /// The part of a second that toUnixSeconds leaves out, 0 to 999,999,999.
   int nanoseconds() const noexcept { return static_cast<int>(m_nanoseconds); }
 
   /// Appends YYYY-MM-DDThh:mm:ssZ (RFC 3339), the fraction left out.

@@ -31,7 +31,7 @@ class VELMORA_API TrustedRoots {
   /// octet.
   struct Name {
     std::string_view serialNumber;  // canonical hexadecimal
-    std::string_view subjectDn;
+    std::string_view subjectDn;     // as VelmoraX509 writes it by default
     /// The subject's text without a space after the commas between its parts: which of the two
     /// forms is asked for depends on an option keyword. The same text twice when there is one.
     std::string_view compactSubjectDn;

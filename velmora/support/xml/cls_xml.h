@@ -80,6 +80,7 @@ class VELMORA_API ClsXml final : public ClsBase {
 
   /// Replaces `out` by the XML text of the whole document, in the form of getXml.
   bool GetXml(XString& out) const;
+  /// The same as GetXml.
   bool SaveXml(XString& out) const { return GetXml(out); }
 
   // Path queries. Nothing is logged.
@@ -91,6 +92,7 @@ class VELMORA_API ClsXml final : public ClsBase {
     return velmoraPath(viewOrEmpty(path), result, log);
   }
   bool velmoraPath(std::string_view path, XString& result, LogBase& log);
+  /// The same for a path that is an XString.
   bool VelmoraPath(XString& path, XString& result);
 
   /// A new handle on the element that a path of plain steps reaches, or null.
@@ -109,26 +111,45 @@ class VELMORA_API ClsXml final : public ClsBase {
 
   // Moves and new handles.
 
+  /// A new handle on the i-th child from 0, counted once for the caller; null when there is none.
   ClsXml* GetChild(int i) const;
+  /// The same as getChild2.
   bool GetChild2(int i) noexcept { return getChild2(i); }
+  /// Moves to the i-th child from 0. This move and those below give false, and stay, when there is
+  /// none.
   bool getChild2(int i) noexcept;
+  /// Moves to the first child.
   bool FirstChild2() noexcept;
+  /// Moves to the last child.
   bool LastChild2() noexcept;
+  /// Moves to the next element of the same parent.
   bool NextSibling2() noexcept;
+  /// Moves to the one before.
   bool PreviousSibling2() noexcept;
+  /// The same as getParent2.
   bool GetParent2() noexcept { return getParent2(); }
+  /// Moves to the element around this one.
   bool getParent2() noexcept;
+  /// Moves to the root of the document, which there always is.
   bool GetRoot2() noexcept;
+  /// Moves to the first child with a tag.
   bool findChild2(const char* tag) noexcept;
 
   // Questions about the element at the handle.
 
+  /// How many children it has.
   int get_NumChildren() const noexcept;
+  /// Its tag, valid until the document changes.
   std::string_view tagView() const noexcept;
+  /// Its content, valid until the document changes.
   std::string_view contentView() const noexcept;
+  /// Whether that is its tag, octet by octet; null counts as empty.
   bool tagEquals(const char* tag) const noexcept;
+  /// Whether that is its content, likewise.
   bool contentEquals(const char* text) const noexcept;
+  /// Whether any of its children has the tag.
   bool hasChildWithTag(const char* tag) const noexcept;
+  /// Whether it has the attribute with this value.
   bool hasAttrWithValue(const char* name, const char* value) const noexcept;
   /// The decimal value of an attribute; 0 when it is absent or no number.
   int getAttrValueInt(const char* name) const noexcept;
@@ -148,7 +169,9 @@ class VELMORA_API ClsXml final : public ClsBase {
   // may lie in the document itself; what is not UTF-8 in them becomes U+FFFD, so that every
   // document can be read back.
 
+  /// Replaces the tag.
   bool put_TagUtf8(const char* tag);
+  /// Replaces the content; null empties it.
   bool put_ContentUtf8(const char* text);
   bool put_ContentUtf8(std::string_view text);
   /// Sets an attribute after those that are there; one of the same name keeps its place and takes
@@ -175,7 +198,9 @@ class VELMORA_API ClsXml final : public ClsBase {
   // For code that walks a whole subtree at once. The node's index is valid until the document
   // changes.
 
+  /// The document of the handle.
   const XmlDocument& document() const noexcept { return *m_document; }
+  /// The element of the handle.
   XmlIndex nodeIndex() const noexcept { return m_node; }
 
  private:
