@@ -14,7 +14,9 @@ class VelmoraCritSec {
   VelmoraCritSec(const VelmoraCritSec&) = delete;
   VelmoraCritSec& operator=(const VelmoraCritSec&) = delete;
 
+  /// Takes the lock, and waits for it while another thread holds it.
   void enterCriticalSection() { m_mutex.lock(); }
+  /// Gives it up as often as it was taken, for other threads.
   void leaveCriticalSection() { m_mutex.unlock(); }
 
  private:
@@ -24,6 +26,7 @@ class VelmoraCritSec {
 /// Holds a lock from its construction to the end of its scope. A null lock is left alone.
 class CritSecExitor {
  public:
+  /// Takes the lock, which outlives this object.
   explicit CritSecExitor(VelmoraCritSec* lock) : m_lock(lock) {
     if (m_lock != nullptr) m_lock->enterCriticalSection();
   }

@@ -18,8 +18,10 @@ namespace velmora {
 /// does not compile.
 class VELMORA_API KnownOid {
  public:
+  /// The most content octets that one may have.
   static constexpr size_t kMaxSize = 15;
 
+  /// From decimal arcs of at most 18 digits.
   consteval KnownOid(const char* dotted) : m_dotted(dotted) {
     std::string_view text(dotted);
     const uint64_t root = takeArc(text);
@@ -30,6 +32,7 @@ class VELMORA_API KnownOid {
     while (!text.empty()) append(takeArc(text));
   }
 
+  /// The text that it was made of.
   constexpr const char* dotted() const noexcept { return m_dotted; }
   /// They live as long as this object.
   constexpr std::span<const unsigned char> octets() const& noexcept {

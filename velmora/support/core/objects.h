@@ -35,6 +35,7 @@ class VELMORA_API RefCountedObject : public VelmoraCritSec {
   RefCountedObject() = default;
   virtual ~RefCountedObject() = default;
 
+  /// Counts one reference more.
   void incRefCount() noexcept { m_count.fetch_add(1, std::memory_order_relaxed); }
 
   /// Takes one reference away and destroys the object when none is left. An object whose count is
@@ -59,7 +60,9 @@ class RefOwner {
   ~RefOwner() { reset(); }
   RefOwner(const RefOwner&) = delete;
   RefOwner& operator=(const RefOwner&) = delete;
+  /// Takes the reference of `other` over, which has none then.
   RefOwner(RefOwner&& other) noexcept : m_object(other.release()) {}
+  /// Gives its own reference up, and takes that of `other` over.
   RefOwner& operator=(RefOwner&& other) noexcept {
     reset(other.release());
     return *this;
@@ -71,11 +74,16 @@ class RefOwner {
     return RefOwner(object);
   }
 
+  /// The object, its count unchanged; null when there is none.
   T* get() const noexcept { return m_object; }
+  /// Its members. Undefined where there is none.
   T* operator->() const noexcept { return m_object; }
+  /// The object. Undefined where there is none.
   T& operator*() const noexcept { return *m_object; }
+  /// Whether there is one.
   explicit operator bool() const noexcept { return m_object != nullptr; }
 
+  /// Gives the reference up, and takes over one that is counted already; null is allowed.
   void reset(T* counted = nullptr) noexcept {
     T* old = m_object;
     m_object = counted;

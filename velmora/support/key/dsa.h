@@ -15,18 +15,26 @@ namespace velmora {
 /// A DSA public key (FIPS 186-4 §4.1), prepared for use. Fixed in size; safe to share once set.
 class VELMORA_API DsaKeyData {
  public:
+  /// The bits that the prime p has at least.
   static constexpr size_t kMinPrimeBits = 512;
+  /// The bits that it has at most.
   static constexpr size_t kMaxPrimeBits = 8192;
+  /// The bits that the order q has at least.
   static constexpr size_t kMinOrderBits = 160;
+  /// The bits that it has at most.
   static constexpr size_t kMaxOrderBits = 256;
+  /// The limbs that hold any prime p.
   static constexpr size_t kMaxPrimeLimbs = kMaxPrimeBits / vartime::kLimbBits;
+  /// The limbs that hold any order q.
   static constexpr size_t kMaxOrderLimbs = kMaxOrderBits / vartime::kLimbBits;
 
   /// The numbers of a key as big-endian octets without a leading zero.
   struct Numbers {
+    /// Prime, order, generator and public value.
     std::span<const unsigned char> p, q, g, y;
   };
 
+  /// No key yet. `path` is how numbers are computed with, and has no influence on any answer.
   explicit DsaKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
 
   /// Sets the key. False, with the reason logged and the key not to be used, for a prime or an
@@ -43,6 +51,7 @@ class VELMORA_API DsaKeyData {
 
   /// Reduces modulo q; m_order.count() limbs, which order() has as well.
   const vartime::Divisor& orderDivisor() const noexcept { return m_orderDivisor; }
+  /// The order q, in as many limbs as orderDivisor() has.
   const vartime::Limb* order() const noexcept { return m_order; }
 
   /// True when (g^u1 * y^u2 modulo p) modulo q is r; all of the length of the order.

@@ -17,6 +17,7 @@ namespace velmora {
 /// safe to share once set.
 class VELMORA_API EccKeyData {
  public:
+  /// No key yet. `path` is how numbers are computed with, and has no influence on any answer.
   explicit EccKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
 
   /// Sets the curve from the content octets of its OID and the point from the form of SEC 1 §2.3.3,

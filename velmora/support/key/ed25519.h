@@ -17,8 +17,10 @@ namespace velmora {
 /// set.
 class VELMORA_API Ed25519KeyData {
  public:
+  /// The octets of a key.
   static constexpr size_t kKeySize = 32;
 
+  /// No key yet. `path` is how numbers are computed with, and has no influence on any answer.
   explicit Ed25519KeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath())
       : m_curve(&vartime::edwards25519(path)) {}
 
@@ -35,7 +37,9 @@ class VELMORA_API Ed25519KeyData {
   /// The 32 octets.
   const unsigned char* publicKey() const noexcept { return m_octets.data(); }
 
+  /// The curve, which lives as long as the program.
   const vartime::Edwards25519& curve() const noexcept { return *m_curve; }
+  /// The point that the octets stand for.
   const vartime::EdwardsPoint& point() const noexcept { return m_point; }
   /// Null unless the key is prepared.
   const vartime::PreparedPoint* prepared() const noexcept { return m_prepared.get(); }
@@ -51,6 +55,7 @@ class VELMORA_API Ed25519KeyData {
 /// compared as octets, so that only its one encoding is accepted; S is below the group order.
 class VELMORA_API Ed25519Primitive {
  public:
+  /// The octets of a signature.
   static constexpr size_t kSignatureSize = 64;
 
   /// True when the 64 octets at `sig64` are the signature of the message by the 32 octets of a key

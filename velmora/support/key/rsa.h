@@ -16,10 +16,14 @@ namespace velmora {
 /// An RSA public key (RFC 8017 §3.1), prepared for use. Fixed in size; safe to share once set.
 class VELMORA_API RsaKeyData {
  public:
+  /// The bits that the modulus has at least.
   static constexpr size_t kMinModulusBits = 512;
+  /// The bits that it has at most.
   static constexpr size_t kMaxModulusBits = vartime::kMaxModulusLimbs * vartime::kLimbBits;
+  /// The octets that hold any modulus.
   static constexpr size_t kMaxModulusSize = kMaxModulusBits / 8;
 
+  /// No key yet. `path` is how numbers are computed with, and has no influence on any answer.
   explicit RsaKeyData(vartime::ArithmeticPath path = vartime::bestArithmeticPath());
 
   /// Sets both numbers from big-endian octets without a leading zero. False, with the reason logged
@@ -32,6 +36,7 @@ class VELMORA_API RsaKeyData {
   static bool isKey(std::span<const unsigned char> modulus,
                     std::span<const unsigned char> exponent) noexcept;
 
+  /// The bits of the modulus.
   unsigned get_ModulusBitLen() const noexcept;
 
   /// Octets of the modulus, and so of a signature.
