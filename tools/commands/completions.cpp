@@ -21,8 +21,8 @@ void runCompletions(const Arguments& arguments, Console& console) {
 const Command kCompletionsCommand = {
     "completions",
     "print what makes a shell complete this program's command line",
-    "SHELL is bash, zsh or fish. An installation has the scripts in place; without one\n"
-    "the start-up file of bash takes\n"
+    "SHELL is bash, zsh or fish. An installation has the scripts in place; without\n"
+    "one the start-up file of bash takes\n"
     "\n"
     "    source <(velmora-x509 completions bash)\n"
     "\n"
