@@ -1,5 +1,6 @@
 #include <map>
 #include <string>
+#include <utility>
 
 #include "tools/commands/command.h"
 #include "tools/render/dates.h"
@@ -21,6 +22,8 @@ class Forest {
   void add(const InputCertificate& input) {
     if (!m_known.emplace(input.certificate, m_trees.size()).second) return;
     if (auto name = input.certificate.subject().folded()) {
+      const auto id = input.certificate.subjectKeyId();
+      if (id) m_identified[{*name, std::string(charactersOf(*id))}].push_back(m_trees.size());
       m_named[*std::move(name)].push_back(m_trees.size());
     }
     m_trees.push_back({input.certificate, input, {}, kNone, false});
@@ -57,13 +60,23 @@ class Forest {
     if (named == m_named.end()) return kNone;
     if (certificate.isSelfIssued() && isSignedBy(certificate, certificate)) return place;
     size_t tried = 0;
-    for (const bool byIdentifier : {true, false}) {
-      for (const size_t other : named->second) {
-        const Certificate& issuer = m_trees[other].certificate;
-        if (other == place || identifies(certificate, issuer) != byIdentifier) continue;
-        if (++tried > kMostTried) return kNone;
-        if (isSignedBy(certificate, issuer)) return other;
+    const auto authority = certificate.authorityKeyId();
+    if (authority && authority->keyId) {
+      const auto identified =
+          m_identified.find({*name, std::string(charactersOf(*authority->keyId))});
+      if (identified != m_identified.end()) {
+        for (const size_t other : identified->second) {
+          if (other == place) continue;
+          if (++tried > kMostTried) return kNone;
+          if (isSignedBy(certificate, m_trees[other].certificate)) return other;
+        }
       }
+    }
+    for (const size_t other : named->second) {
+      const Certificate& issuer = m_trees[other].certificate;
+      if (other == place || identifies(certificate, issuer)) continue;
+      if (++tried > kMostTried) return kNone;
+      if (isSignedBy(certificate, issuer)) return other;
     }
     return kNone;
   }
@@ -127,6 +140,8 @@ class Forest {
   std::vector<Tree> m_trees;
   std::map<Certificate, size_t> m_known;
   std::map<std::string, std::vector<size_t>> m_named;  // by their folded subjects
+  // By these and the identifiers of their keys: of one name there may be any number.
+  std::map<std::pair<std::string, std::string>, std::vector<size_t>> m_identified;
   Moment m_now = momentNow();
 };
 
