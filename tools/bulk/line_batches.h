@@ -15,9 +15,9 @@ namespace velmora::tool {
 struct LineBatch {
   std::string text;       // with the ends of the lines; the last one of an input may have none
   size_t firstIndex = 0;  // of its first line in the input, from 0
-  bool lastIsCut =
-      false;          // the last line is longer than kMaxLine, and the start of it alone is here
-  size_t octets = 0;  // that were read from the input for it
+  size_t octets = 0;      // that were read from the input for it
+  // The last line is longer than kMaxLine, and the start of it alone is here.
+  bool lastIsCut = false;
 
   StringBuffer out;  // what is put out for these lines
   ExitStatus status = ExitStatus::kDone;

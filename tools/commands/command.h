@@ -38,6 +38,7 @@ extern const Program kProgram;
 /// Appends how a command is called, behind the program's name: "split [OPTION]... [FILE]...".
 void appendUsage(const Command& command, StringBuffer& out);
 
+/// Whether it is among the options of the command.
 bool hasOption(const Command& command, std::string_view name);
 
 /// The commands, each defined in the file that bears its name ("match" beside "pin").

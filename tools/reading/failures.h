@@ -44,6 +44,7 @@ class Failures {
     CertificateFailure failure() const {
       CertificateFailure whole = cause;
       whole.reason = reason;
+      whole.octets = {};  // were those of the call
       return whole;
     }
 
