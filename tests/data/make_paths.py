@@ -135,6 +135,10 @@ cert("middle", "Middle", 5, "CA", 1)
 cert("lower", "Lower", 4, "Middle", 5)
 cert("leafOfLower", LEAF, 9, "Lower", 4, False)
 
+# Others of the root's name, who may have signed its CRLs.
+cert("rootOfNobody", "Root", 2, "Nobody", 2)
+cert("rootOfRoot", "Root", 2, "Root", 0)
+
 
 def crl(label, issuer, key, *revoked, dates=(AT - DAY, AT + DAY)):
     out = Crl(name(issuer), ec_key(key), entries=[(made[each].serial, []) for each in revoked],

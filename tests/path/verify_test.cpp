@@ -424,18 +424,22 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
 }
 
 // A CRL that nobody signed makes others of the name be asked, out of a part of the limit of their
-// own.
+// own; and with the key of one that nobody vouches for nothing is computed.
 TEST(Verify, LeavesTheLimitToTheWayWhoeverMayHaveSignedCrls) {
   VerifyOptions options = asked();
   options.revocation = Revocation::all;
   options.crls = CrlSet(std::vector{pki().crls.at("crlOfRoot"), forgedCrl("crlOfRoot")});
-  for (const auto& [limit, expected, used] :
-       {std::tuple(100u, "leafOfRoot root", 16u), std::tuple(12u, "leafOfRoot root", 12u),
-        std::tuple(11u, "tooManySignatures", 16u)}) {  // to tell why has an allowance of its own
+  for (const auto& [other, limit, expected, used] :
+       {std::tuple("rootOtherKey", 100u, "leafOfRoot root", 16u),
+        std::tuple("rootOtherKey", 12u, "leafOfRoot root", 12u),
+        // To tell why has an allowance of its own.
+        std::tuple("rootOtherKey", 11u, "tooManySignatures", 16u),
+        std::tuple("rootOfNobody", 100u, "leafOfRoot root", 12u),
+        std::tuple("rootOfRoot", 100u, "leafOfRoot root", 20u)}) {
     options.limits.signatures = limit;
-    const Verification answer = ask("leafOfRoot", "root", "rootOtherKey", options);
+    const Verification answer = ask("leafOfRoot", "root", other, options);
     EXPECT_EQ(briefly(answer), expected);
-    EXPECT_EQ(answer.used.signatures, used);
+    EXPECT_EQ(answer.used.signatures, used) << other << ' ' << limit;
   }
 }
 

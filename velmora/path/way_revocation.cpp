@@ -67,8 +67,7 @@ class WayCrlSigners final : public CrlSigners {
     return !anchor.facts || maySignCrls(*anchor.facts);
   }
 
-  // With the key of one for whom nobody vouches yet, which is not kept beside those that are, if
-  // it is another's.
+  // Asked only of a key that something trusted vouches for.
   template <class Signer>
   Signed hasSigned(const Crl& crl, const Signer& signer, bool isAnother = false) {
     const auto [found, isNew] =
@@ -82,15 +81,11 @@ class WayCrlSigners final : public CrlSigners {
       m_builder.m_crlSignatures.erase(found);
       return Signed::unsettled;
     }
-    const auto key = isAnother ? std::make_shared<const IssuerKey>(spkiOf(signer))
-                               : m_builder.readyKeyOf(signer);
-    const SignatureCheck check = key->check(crl.signedParts());
+    const SignatureCheck check = m_builder.readyKeyOf(signer)->check(crl.signedParts());
     if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
     found->second = check.verdict == SignatureVerdict::good;
     return found->second ? Signed::yes : Signed::no;
   }
-  static Bytes spkiOf(const IndexedAnchor& anchor) { return anchor.spki; }
-  static Bytes spkiOf(const IndexedCertificate& certificate) { return certificate.facts.spki; }
 
   bool mayCheck(uint64_t cost) {
     return m_builder.spend(m_builder.m_answer.used.signatures,
@@ -120,23 +115,31 @@ class WayCrlSigners final : public CrlSigners {
            hasSigned(crl, anchor) == Signed::yes;
   }
 
-  // First whose key signed it, once for each key, and then who of those with that key is vouched
-  // for: of a crowd that somebody has made up nearly all fall out with one signature.
+  // First who above signed the certificate of one, then whether its key signed the CRL, once for
+  // each key, and then whether it stands: nothing is computed with a key that somebody has made up.
   Signed anotherHasSigned(const Crl& crl) {
     const PathBuilder::OtherSigners& others = othersOf(*m_builder.nodeAt(m_place).facts->issuer);
     Signed answer = others.areAll ? Signed::no : Signed::unsettled;
     for (const auto& [key, signers] : others.byKey) {
-      if (!mayLookAtOthers(1)) return Signed::unsettled;
-      const Signed byKey = hasSigned(crl, *signers.front(), true);
-      if (byKey == Signed::unsettled) answer = byKey;
-      if (byKey != Signed::yes) continue;
       for (const IndexedCertificate* const signer : signers) {
-        const Signed vouched = mayLookAtOthers(1) ? isVouchedFor(*signer) : Signed::unsettled;
-        if (vouched == Signed::yes) return vouched;
-        if (vouched == Signed::unsettled) answer = vouched;
+        const Signed byThis =
+            mayLookAtOthers(1) ? anotherHasSigned(crl, *signer) : Signed::unsettled;
+        if (byThis == Signed::yes) return byThis;
+        if (byThis == Signed::unsettled) answer = byThis;
       }
     }
     return answer;
+  }
+
+  Signed anotherHasSigned(const Crl& crl, const IndexedCertificate& signer) {
+    const Signed known =
+        askAbove(signer, [&](const auto& above, size_t) { return isSignedBy(signer, above); });
+    if (known != Signed::yes) return known;
+    const Signed byKey = hasSigned(crl, signer, true);
+    if (byKey != Signed::yes) return byKey;
+    return askAbove(signer, [&](const auto& above, size_t place) {
+      return isVouchedForBy(signer, above, place);
+    });
   }
 
   const PathBuilder::OtherSigners& othersOf(const std::string& name) {
@@ -171,15 +174,17 @@ class WayCrlSigners final : public CrlSigners {
            });
   }
 
-  Signed isVouchedFor(const IndexedCertificate& signer) {
+  // Of those of its issuer's name above, until one says yes.
+  template <class Ask>
+  Signed askAbove(const IndexedCertificate& signer, const Ask& ask) {
     const size_t top = m_builder.m_way.size();
     const IndexedAnchor& anchor = m_builder.anchorOfWay();
     Signed answer = Signed::no;
-    if (*signer.facts.issuer == anchor.name) answer = isVouchedForBy(signer, anchor, top);
+    if (*signer.facts.issuer == anchor.name) answer = ask(anchor, top);
     for (size_t place = top - 1; place > m_place && answer != Signed::yes; --place) {
       const IndexedCertificate& above = *m_builder.nodeAt(place).indexed;
       if (signer.facts.issuer != above.facts.subject) continue;
-      const Signed byThis = isVouchedForBy(signer, above, place);
+      const Signed byThis = ask(above, place);
       if (byThis != Signed::no) answer = byThis;
     }
     return answer;
