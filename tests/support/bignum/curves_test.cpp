@@ -289,6 +289,11 @@ TEST_P(CurvesTest, PathsAgree) {
     points.push_back(plain.doubleMultiply(two.data(), scalars[0].data(), points[0]));
     points.push_back(plain.doubleMultiply(below.data(), scalars[0].data(), points[0]));
     points.push_back(plain.doubleMultiply(scalars[6].data(), ones.data(), points[0]));
+    Limbs belowTwo = order;
+    belowTwo[0] -= 2;
+    const CurvePoint minusTwo = plain.doubleMultiply(belowTwo.data(), scalars[0].data(), points[0]);
+    EXPECT_TRUE(curve.doubleMultiply(two.data(), one.data(), minusTwo).infinity);
+    points.push_back(minusTwo);
     points.push_back(CurvePoint{});
     points.back().infinity = true;
     for (const CurvePoint& q : points) {

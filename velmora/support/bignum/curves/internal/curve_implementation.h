@@ -179,9 +179,16 @@ class CurveImplementation : public Curve {
     const BaseTable& base = baseTable();
     Jacobian sum = Arithmetic::infinity();
     for (size_t i = digits.count; i-- != 0;) {
-      Arithmetic::twice(sum, sum);
-      if (digits.point[i] != 0) addDigit(sum, table, digits.point[i]);
-      if (digits.base[i] != 0) addDigit(sum, base.multiple, digits.base[i]);
+      int point = digits.point[i], other = digits.base[i];
+      if (point != 0) {
+        Arithmetic::twiceAndAdd(sum, sum, table[magnitude(point) / 2], point < 0);
+      } else if (other != 0) {
+        point = std::exchange(other, 0);
+        Arithmetic::twiceAndAdd(sum, sum, base.multiple[magnitude(point) / 2], point < 0);
+      } else {
+        Arithmetic::twice(sum, sum);
+      }
+      if (other != 0) Arithmetic::add(sum, sum, base.multiple[magnitude(other) / 2], other < 0);
     }
     return sum;
   }
@@ -222,11 +229,7 @@ class CurveImplementation : public Curve {
     return table;
   }
 
-  template <size_t kCount>
-  static void addDigit(Jacobian& sum, const Affine (&table)[kCount], int digit) {
-    const int magnitude = digit < 0 ? -digit : digit;
-    Arithmetic::add(sum, sum, table[magnitude / 2], digit < 0);
-  }
+  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
 };
 
 }  // namespace velmora::vartime

@@ -23,8 +23,8 @@ struct JacobianArithmetic {
     Element x, y;
   };
   /// (X / Z^2, Y / Z^3); infinity when Z is 0.
-  struct Jacobian {
-    Element x, y, z;
+  struct Jacobian : Affine {
+    Element z;
   };
   static Jacobian infinity() {
     Jacobian r;
@@ -35,7 +35,7 @@ struct JacobianArithmetic {
   }
 
   static Jacobian fromAffine(const Affine& p) {
-    Jacobian r{p.x, p.y, {}};
+    Jacobian r{p, {}};
     setSmall<Field>(r.z, 1);
     return r;
   }
@@ -64,10 +64,13 @@ struct JacobianArithmetic {
       Field::multiply(z2, z2, Constants::a());
     }
     Field::multiply(xy2, p.x, y2);
-    Field::add(m, t, t);
+    if constexpr (Constants::kSlope == CurveSlope::kGeneral) {
+      Field::add(m, t, z2);
+      Field::halve(m, m);
+    } else {
+      Field::halve(m, t);
+    }
     Field::add(m, m, t);
-    if constexpr (Constants::kSlope == CurveSlope::kGeneral) Field::add(m, m, z2);
-    Field::halve(m, m);
     Field::multiply(r.z, p.y, p.z);
     Field::square(t, m);
     Field::square(y2, y2);
@@ -85,34 +88,36 @@ struct JacobianArithmetic {
       if (minus) negate(r.y);
       return;
     }
-    Element z2, z3, u2, s2, h, h2, h3, slope, x, v;
-    Field::square(z2, p.z);
-    Field::multiply(z3, z2, p.z);
-    Field::multiply(u2, q.x, z2);
-    Field::multiply(s2, q.y, z3);
-    Field::subtract(h, u2, p.x);
-    if (minus) negate(s2);
-    Field::square(h2, h);
-    Field::subtract(slope, s2, p.y);
-    if (Field::isZero(h)) {
-      if (Field::isZero(slope)) {
+    const Way way = wayTo(q, minus, p);
+    if (Field::isZero(way.x)) {
+      if (Field::isZero(way.y)) {
         twice(r, p);
       } else {
         r = infinity();
       }
       return;
     }
-    Field::square(x, slope);
-    Field::multiply(h3, h2, h);
-    Field::multiply(v, p.x, h2);
-    Field::subtract(x, x, h3);
-    Field::multiply(h3, h3, p.y);
-    Field::subtract(x, x, v);
-    Field::subtract(r.x, x, v);
-    Field::multiply(r.z, p.z, h);
-    Field::subtract(v, v, r.x);
-    Field::multiply(v, v, slope);
-    Field::subtract(r.y, v, h3);
+    Affine start;
+    addWay(r, start, p, way);
+  }
+
+  /// r = 2 p + q, or 2 p - q, as p + (p + q), whose second sum is of points with the same Z: a
+  /// multiplication less than twice() and add().
+  static void twiceAndAdd(Jacobian& r, const Jacobian& p, const Affine& q, bool minus) {
+    if (!isInfinity(p)) {
+      const Way way = wayTo(q, minus, p);
+      if (!Field::isZero(way.x)) {
+        Jacobian sum;
+        Affine start;
+        Element ratio;  // 0 when p + q is -p, and the result infinity
+        addWay(sum, start, p, way);
+        addWithSameZ(r, ratio, start, sum);
+        Field::multiply(r.z, sum.z, ratio);
+        return;
+      }
+    }
+    twice(r, p);
+    add(r, r, q, minus);
   }
 
   /// y^2 == x^3 + a x + b.
@@ -138,23 +143,29 @@ struct JacobianArithmetic {
     return scale(p, inverse);
   }
 
-  /// table[i] = (2i + 1) p; none of them may be infinity. Where X and Y of p are scaled to the
-  /// denominator of 2 p, that point can be added as an affine one, whatever the curve's a becomes.
+  /// table[i] = (2i + 1) p; none of them may be infinity. The multiples are made without their Z,
+  /// of which only the ratios are known, and then brought to Z = 1 with one inversion.
   template <size_t kCount>
   static void oddMultiples(Affine (&table)[kCount], const Affine& p) {
-    Jacobian doubled, multiple[kCount];
+    Jacobian doubled;
     twice(doubled, fromAffine(p));
-    Element power;
-    Field::square(power, doubled.z);
-    Field::multiply(multiple[0].x, p.x, power);
-    Field::multiply(power, power, doubled.z);
-    Field::multiply(multiple[0].y, p.y, power);
-    setSmall<Field>(multiple[0].z, 1);
+    Affine step{doubled.x, doubled.y};  // 2 p with the Z of the last multiple
+    Element ratio[kCount];              // of the Z of a multiple to the one before
+    Element z = doubled.z;
+    Field::square(ratio[0], z);
+    Field::multiply(table[0].x, p.x, ratio[0]);
+    Field::multiply(ratio[0], ratio[0], z);
+    Field::multiply(table[0].y, p.y, ratio[0]);
     for (size_t i = 1; i < kCount; ++i) {
-      add(multiple[i], multiple[i - 1], Affine{doubled.x, doubled.y}, false);
+      addWithSameZ(table[i], ratio[i], step, table[i - 1]);
+      Field::multiply(z, z, ratio[i]);
     }
-    for (Jacobian& point : multiple) Field::multiply(point.z, point.z, doubled.z);
-    toAffine(table, multiple);
+    invert<Field>(z, z);
+    for (size_t i = kCount - 1; i != 0; --i) {
+      table[i] = scale(table[i], z);
+      Field::multiply(z, z, ratio[i]);
+    }
+    table[0] = p;
   }
 
   /// The same points, none of which may be infinity, with one inversion for all.
@@ -179,6 +190,63 @@ struct JacobianArithmetic {
   }
 
  private:
+  // What a second point is away from a first whose Z is 1, or was taken off.
+  struct Way {
+    Element x, y;
+  };
+
+  // From p to q or -q, with the denominators of p.
+  __attribute__((always_inline)) static Way wayTo(const Affine& q, bool minus, const Jacobian& p) {
+    Way way;
+    Element z2, z3;
+    Field::square(z2, p.z);
+    Field::multiply(z3, z2, p.z);
+    Field::multiply(z2, q.x, z2);
+    Field::multiply(z3, q.y, z3);
+    Field::subtract(way.x, z2, p.x);
+    if (minus) negate(z3);
+    Field::subtract(way.y, z3, p.y);
+    return way;
+  }
+
+  // r = the sum of p and the point at the end of the way, and start = p with the Z of r, which is 0
+  // when the way goes up or nowhere.
+  __attribute__((always_inline)) static void addWay(Jacobian& r, Affine& start, const Jacobian& p,
+                                                    const Way& way) {
+    Element x, h2, h3;
+    Field::square(h2, way.x);
+    Field::square(x, way.y);
+    Field::multiply(h3, h2, way.x);
+    Field::multiply(start.x, p.x, h2);
+    Field::subtract(x, x, h3);
+    Field::multiply(start.y, h3, p.y);
+    Field::subtract(x, x, start.x);
+    Field::subtract(r.x, x, start.x);
+    Field::multiply(r.z, p.z, way.x);
+    Field::subtract(x, start.x, r.x);
+    Field::multiply(x, x, way.y);
+    Field::subtract(r.y, x, start.y);
+  }
+
+  // sum = p + q, of the same Z, and p brought to the Z of the sum, which is `ratio` times theirs
+  // and 0 when p is q or -q (Meloni, "New point addition formulae for ECC applications", 2007).
+  static void addWithSameZ(Affine& sum, Element& ratio, Affine& p, const Affine& q) {
+    Element square, x, t, rise;
+    Field::subtract(ratio, q.x, p.x);
+    Field::square(square, ratio);
+    Field::subtract(rise, q.y, p.y);
+    Field::multiply(x, q.x, square);
+    Field::multiply(p.x, p.x, square);
+    Field::square(t, rise);
+    Field::subtract(square, x, p.x);
+    Field::subtract(t, t, p.x);
+    Field::multiply(p.y, p.y, square);
+    Field::subtract(sum.x, t, x);
+    Field::subtract(t, p.x, sum.x);
+    Field::multiply(t, t, rise);
+    Field::subtract(sum.y, t, p.y);
+  }
+
   // Zero has no limb set in any field.
   static void negate(Element& y) { Field::subtract(y, Element{}, y); }
 
@@ -196,7 +264,7 @@ struct JacobianArithmetic {
   }
 
   // (X inverse^2, Y inverse^3)
-  static Affine scale(const Jacobian& p, const Element& inverse) {
+  static Affine scale(const Affine& p, const Element& inverse) {
     Affine r;
     Element power;
     Field::square(power, inverse);
