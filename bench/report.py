@@ -131,28 +131,26 @@ def path_title(path):
     return 'C++ alone' if path == 'portable' else path
 
 
-def paths(r):
+def on_paths(r, title, schemes, kind, more=None):
+    """OpenSSL's time for a prepared key, and ours of a kind on each path, the ratio, and the time of `more` there."""
     rows = []
-    for scheme in SCHEMES:
+    for scheme in schemes:
         row = [scheme, r.cell(f'prepared/{scheme}/openssl')]
         for path in r.paths:
-            ours = r.time(f'prepared/{scheme}/{path}')
-            row += [r.cell(f'prepared/{scheme}/{path}'), r.pair(ours, f'prepared/{scheme}/openssl')[1]]
+            ours = f'{kind}/{scheme}/{path}'
+            row += [r.cell(ours), r.pair(r.time(ours), f'prepared/{scheme}/openssl')[1]]
+            row += [r.cell(f'{more}/{scheme}/{path}')] if more else []
         rows.append(row)
-    return ['prepared key, us', 'OpenSSL', *(c for path in r.paths for c in (path_title(path), 'ratio'))], rows
+    columns = ['ratio', f'to {more}'] if more else ['ratio']
+    return [title, 'OpenSSL', *(c for path in r.paths for c in (path_title(path), *columns))], rows
+
+
+def paths(r):
+    return on_paths(r, 'prepared key, us', SCHEMES, 'prepared')
 
 
 def again(r):
-    rows = []
-    for scheme in PREPARABLE:
-        row = [scheme, r.cell(f'prepared/{scheme}/openssl')]
-        for path in r.paths:
-            ours = r.time(f'again/{scheme}/{path}')
-            row += [r.cell(f'again/{scheme}/{path}'), r.pair(ours, f'prepared/{scheme}/openssl')[1],
-                    r.cell(f'prepare/{scheme}/{path}')]
-        rows.append(row)
-    return ['prepared key, asked again, us', 'OpenSSL',
-            *(c for path in r.paths for c in (path_title(path), 'ratio', 'to prepare'))], rows
+    return on_paths(r, 'prepared key, asked again, us', PREPARABLE, 'again', 'prepare')
 
 
 def peers(r):
