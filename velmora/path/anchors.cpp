@@ -70,7 +70,8 @@ std::span<const Entry* const> rangeOf(const std::vector<const Entry*>& all, std:
   const auto last = std::upper_bound(
       first, all.end(), name,
       [&](std::string_view wanted, const Entry* entry) { return wanted < nameOf(*entry); });
-  return {first, last};
+  return std::span(all).subspan(static_cast<size_t>(first - all.begin()),
+                                static_cast<size_t>(last - first));
 }
 
 // Those with a name, sorted by it; of one name in the order in which they stand, without the buffer

@@ -232,7 +232,9 @@ RevocationAnswer CrlIndex::judge(const RevocationSubject& subject, sys_seconds a
       first, m_entries.end(), subject.issuer(),
       [](const std::string& issuer, const Entry& entry) { return issuer < entry.issuer; });
   if (first == last) return {RevocationState::noCrl};
-  return RevocationJudge(subject, at, signers).judge({first, last});
+  const auto ofIssuer = std::span(m_entries).subspan(static_cast<size_t>(first - m_entries.begin()),
+                                                     static_cast<size_t>(last - first));
+  return RevocationJudge(subject, at, signers).judge(ofIssuer);
 }
 
 CrlSet::CrlSet() : CrlSet(std::span<const Crl>()) {}

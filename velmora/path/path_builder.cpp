@@ -193,8 +193,9 @@ void PathBuilder::pairLinks(std::vector<Link>& links) const {
   std::vector<uint32_t> order(links.size());
   std::iota(order.begin(), order.end(), 0U);
   std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-    const auto byKey = keyDigestOf(links[a]) <=> keyDigestOf(links[b]);
-    return byKey != 0 ? byKey < 0 : a < b;
+    const Sha256& ours = keyDigestOf(links[a]);
+    const Sha256& theirs = keyDigestOf(links[b]);
+    return ours != theirs ? ours < theirs : a < b;
   });
   uint32_t first = order.front();
   for (const uint32_t link : order) {

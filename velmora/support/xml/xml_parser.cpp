@@ -113,8 +113,10 @@ XmlParser::Cursor XmlParser::readDeclaration(Cursor c) noexcept {
   const Cursor behind = skipPast({start, c.out}, "?>");
   if (behind.at == nullptr) return behind;
   XmlDeclaration declaration;
-  declaration.take({start, behind.at - std::strlen("?>")});
-  const char* const reason = declaration.fault(m_mark, {behind.at, m_end});
+  const char* const end = behind.at - std::strlen("?>");
+  declaration.take({start, static_cast<size_t>(end - start)});
+  const std::string_view rest(behind.at, static_cast<size_t>(m_end - behind.at));
+  const char* const reason = declaration.fault(m_mark, rest);
   return reason == nullptr ? behind : fail(c.at, reason);
 }
 
