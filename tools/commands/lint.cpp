@@ -17,22 +17,13 @@ void appendText(const InputCertificate& input, const ShownDeparture& shown, Stri
         shown.clause, ", ", shown.id, ")\n");
 }
 
-void writeJson(const InputCertificate& input, const std::vector<ShownDeparture>& departures,
-               StringBuffer& out) {
-  JsonLine line(out);
-  writePlace(input, line);
-  writeDepartures(departures, true, line);
-  writeLineKey(input, line);
-  line.end();
-}
-
 void runLint(const Arguments& arguments, Console& console) {
   const bool isJson = arguments.has("--json");
   visitFilesOrLines(arguments, console, [&](Answers& answers) -> Visit {
     return [&answers, isJson](const InputCertificate& input) {
       const std::vector<ShownDeparture> departures = departuresOf(input);
       if (!departures.empty()) answers.raise(ExitStatus::kNo);
-      if (isJson) return writeJson(input, departures, answers.out());
+      if (isJson) return appendLintJson(input, departures, answers.out());
       for (const ShownDeparture& each : departures) appendText(input, each, answers.out());
     };
   });

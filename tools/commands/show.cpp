@@ -4,23 +4,14 @@
 
 #include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
-#include "tools/render/escape.h"
 
 namespace velmora::tool {
 
 namespace {
 
 void showXml(const Arguments& arguments, Console& console) {
-  LogNull log;
   visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
-    XString xml;
-    const _clsOwner root(ClsXml::createNewCls());
-    if (!root || !root->put_TagUtf8("certificate")) throw std::bad_alloc();
-    // A certificate whose key has no XML has a summary all the same.
-    certificate.toXmlInfo(*root, log);
-    if (!root->GetXml(xml)) throw std::bad_alloc();
-    appendIndentedXml(xml.view(), console.out());
-    console.out().appendChar('\n');
+    appendSummaryXml(certificate, console.out());
   });
 }
 

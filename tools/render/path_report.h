@@ -5,7 +5,7 @@
 #include <map>
 #include <string_view>
 
-#include "tools/reading/input.h"
+#include "tools/reading/place.h"
 #include "velmora/path/verify.h"
 
 namespace velmora::tool {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/reading/input.h"
+#include "tools/reading/place.h"
 #include "tools/render/name_text.h"
 
 namespace velmora::tool {

@@ -31,4 +31,13 @@ void writeDepartures(const std::vector<ShownDeparture>& shown, bool withMessages
   });
 }
 
+void appendLintJson(const InputCertificate& input, const std::vector<ShownDeparture>& shown,
+                    StringBuffer& out) {
+  JsonLine line(out);
+  writePlace(input, line);
+  writeDepartures(shown, true, line);
+  writeLineKey(input, line);
+  line.end();
+}
+
 }  // namespace velmora::tool

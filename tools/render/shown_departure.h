@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/reading/input.h"
+#include "tools/reading/place.h"
 
 namespace velmora::tool {
 
@@ -26,5 +26,9 @@ std::vector<ShownDeparture> departuresOf(const InputCertificate& input);
 /// Writes them as the list "departures", of {id, clause, offset, mayDecide, about}; with messages
 /// as {id, message, clause, offset, about, mayDecide}.
 void writeDepartures(const std::vector<ShownDeparture>& shown, bool withMessages, JsonLine& line);
+
+/// Appends the JSON of "lint" for one certificate, as one object on a line.
+void appendLintJson(const InputCertificate& input, const std::vector<ShownDeparture>& shown,
+                    StringBuffer& out);
 
 }  // namespace velmora::tool
