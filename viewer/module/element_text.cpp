@@ -1,0 +1,149 @@
+#include "viewer/module/element_text.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "tools/render/octets.h"
+#include "tools/render/oid_text.h"
+#include "velmora/support/text/unicode.h"
+
+namespace velmora::viewer {
+
+namespace {
+
+using tool::print;
+using Octets = std::span<const unsigned char>;
+
+constexpr size_t kMostText = 256;
+constexpr size_t kMostHex = 32;
+// What every reader of JSON keeps exactly as a number, and people read at a glance.
+constexpr size_t kMostNumber = 6;
+
+constexpr std::string_view kTypes[] = {"end of contents",
+                                       "BOOLEAN",
+                                       "INTEGER",
+                                       "BIT STRING",
+                                       "OCTET STRING",
+                                       "NULL",
+                                       "OBJECT IDENTIFIER",
+                                       "ObjectDescriptor",
+                                       "EXTERNAL",
+                                       "REAL",
+                                       "ENUMERATED",
+                                       "EMBEDDED PDV",
+                                       "UTF8String",
+                                       "RELATIVE-OID",
+                                       "TIME",
+                                       "",
+                                       "SEQUENCE",
+                                       "SET",
+                                       "NumericString",
+                                       "PrintableString",
+                                       "T61String",
+                                       "VideotexString",
+                                       "IA5String",
+                                       "UTCTime",
+                                       "GeneralizedTime",
+                                       "GraphicString",
+                                       "VisibleString",
+                                       "GeneralString",
+                                       "UniversalString",
+                                       "CHARACTER STRING",
+                                       "BMPString"};
+
+std::string_view charactersOf(Octets octets) {
+  return {reinterpret_cast<const char*>(octets.data()), octets.size()};
+}
+
+void appendHex(Octets octets, StringBuffer& out) {
+  const Octets start = octets.first(std::min(octets.size(), kMostHex));
+  print(out, tool::Hex{std::as_bytes(start)}, start.size() < octets.size() ? "…" : "");
+}
+
+// Cut between characters, as far as it is UTF-8.
+void appendText(Octets text, StringBuffer& out) {
+  if (text.size() <= kMostText) return print(out, charactersOf(text));
+  size_t size = kMostText;
+  while (size > kMostText - 4 && (text[size] & 0xC0) == 0x80) --size;
+  print(out, charactersOf(text.first(size)), "…");
+}
+
+void appendUtf16(Octets text, StringBuffer& out) {
+  const Octets start = text.first(std::min(text.size(), kMostText));
+  const unsigned char* at = start.data();
+  while (at != start.data() + start.size()) {
+    unsigned char bytes[4];
+    const char32_t c = readUtf16(at, start.data() + start.size(), true);
+    const size_t size = writeUtf8(isScalarValue(c) ? c : kReplacementCharacter, bytes);
+    out.append(charactersOf(Octets(bytes, size)));
+  }
+  if (start.size() < text.size()) out.append("…");
+}
+
+void appendInteger(Octets content, StringBuffer& out) {
+  if (content.empty() || content.size() > kMostNumber) return appendHex(content, out);
+  print(out, integerValue(std::as_bytes(content)));
+}
+
+void appendBits(Octets content, StringBuffer& out) {
+  if (content.empty()) return;
+  if (content[0] != 0) print(out, content[0], " unused, ");
+  appendHex(content.subspan(1), out);
+}
+
+bool isText(Octets content) {
+  return !content.empty() && std::all_of(content.begin(), content.end(),
+                                         [](unsigned char c) { return c >= 0x20 && c < 0x7F; });
+}
+
+void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
+  using namespace asn1_tag;
+  switch (tag) {
+    case kNull:
+      return;
+    case kBoolean:
+      return content.size() == 1 ? print(out, content[0] != 0 ? "TRUE" : "FALSE")
+                                 : appendHex(content, out);
+    case kInteger:
+    case kEnumerated:
+      return appendInteger(content, out);
+    case kBitString:
+      return appendBits(content, out);
+    case kOid:
+      return appendOid(tool::DottedOid(std::as_bytes(content)), tool::OidStyle::kNamed, out);
+    case kBmpString:
+      return appendUtf16(content, out);
+    case kUtf8String:
+    case kNumericString:
+    case kPrintableString:
+    case kT61String:
+    case kIa5String:
+    case kUtcTime:
+    case kGeneralizedTime:
+    case kVisibleString:
+      return appendText(content, out);
+    default:
+      return appendHex(content, out);
+  }
+}
+
+}  // namespace
+
+void appendType(const Asn1Header& header, StringBuffer& out) {
+  const uint32_t tag = header.tagNumber;
+  if (header.tagClass == Asn1Class::kUniversal && tag < std::size(kTypes) && !kTypes[tag].empty()) {
+    return print(out, kTypes[tag]);
+  }
+  constexpr std::string_view kClasses[] = {"UNIVERSAL ", "APPLICATION ", "", "PRIVATE "};
+  print(out, '[', kClasses[static_cast<size_t>(header.tagClass)], tag, ']');
+}
+
+void appendValue(const Asn1Header& header, Octets content, StringBuffer& out) {
+  if (header.tagClass == Asn1Class::kUniversal) {
+    return appendUniversal(header.tagNumber, content, out);
+  }
+  // Implicit tags hide the type: general names are mostly texts.
+  isText(content) ? appendText(content, out) : appendHex(content, out);
+}
+
+}  // namespace velmora::viewer

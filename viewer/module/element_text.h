@@ -1,0 +1,21 @@
+#pragma once
+
+// One ASN.1 element in words.
+
+#include <span>
+
+#include "velmora/support/asn1/asn1_element.h"
+#include "velmora/support/text/string_buffer.h"
+
+namespace velmora::viewer {
+
+/// Appends what an element is called in X.680: "SEQUENCE", "[3]", "[APPLICATION 1]".
+void appendType(const Asn1Header& header, StringBuffer& out);
+
+/// Appends the value of a primitive element in UTF-8, not made safe to show: texts, times and small
+/// numbers as they are, OIDs with their names, else octets in hexadecimal. Of long ones the start,
+/// with "…" behind it.
+void appendValue(const Asn1Header& header, std::span<const unsigned char> content,
+                 StringBuffer& out);
+
+}  // namespace velmora::viewer

@@ -1,0 +1,103 @@
+// What the page calls. Texts and octets go in through one buffer and come out through another; both
+// belong to the module, and what comes out stands until the next call.
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "viewer/module/session.h"
+
+#define VIEWER_EXPORT(name) __attribute__((export_name(#name), used)) name
+
+namespace {
+
+using velmora::viewer::Session;
+
+// They live as long as the page, so that nothing destroys them.
+Session& session() {
+  static Session& one = *new Session;
+  return one;
+}
+
+std::vector<unsigned char>& in() {
+  static auto& octets = *new std::vector<unsigned char>;
+  return octets;
+}
+
+velmora::StringBuffer& out() {
+  static auto& text = *new velmora::StringBuffer;
+  return text;
+}
+
+std::string_view inText() {
+  return {reinterpret_cast<const char*>(in().data()), in().size()};
+}
+
+velmora::StringBuffer& emptyOut() {
+  out().weakClear();
+  return out();
+}
+
+}  // namespace
+
+extern "C" {
+
+/// Where so many octets go in that the next call takes.
+unsigned char* VIEWER_EXPORT(input)(size_t size) {
+  in().resize(size);
+  return in().data();
+}
+
+/// What the last call gave.
+const char* VIEWER_EXPORT(output)() {
+  return out().getString();
+}
+size_t VIEWER_EXPORT(outputSize)() {
+  return out().getSize();
+}
+
+// The operations of Session, in its order and with its names.
+
+void VIEWER_EXPORT(begin)() {
+  session().begin(inText());
+}
+void VIEWER_EXPORT(feed)() {
+  session().feed(in(), emptyOut());
+}
+void VIEWER_EXPORT(finish)() {
+  session().finish(emptyOut());
+}
+void VIEWER_EXPORT(show)(size_t row) {
+  session().show(row, emptyOut());
+}
+void VIEWER_EXPORT(octets)(size_t row) {
+  session().octets(row, emptyOut());
+}
+void VIEWER_EXPORT(elements)(size_t row) {
+  session().elements(row, emptyOut());
+}
+void VIEWER_EXPORT(pem)(size_t row) {
+  session().pem(row, emptyOut());
+}
+void VIEWER_EXPORT(summary)(size_t row) {
+  session().summary(row, emptyOut());
+}
+void VIEWER_EXPORT(differences)(size_t before, size_t after) {
+  session().differences(before, after, emptyOut());
+}
+void VIEWER_EXPORT(trust)(size_t row, bool isTrusted) {
+  session().trust(row, isTrusted);
+}
+/// The target goes in; purpose and profile are numbers of their enumerations, the time is in
+/// seconds since 1970, and now when it is none.
+void VIEWER_EXPORT(verify)(size_t row, uint32_t purpose, uint32_t profile, double at) {
+  velmora::viewer::TrustQuestion question;
+  question.purpose = static_cast<velmora::Purpose>(purpose);
+  question.profile = static_cast<velmora::Profile>(profile);
+  question.target = inText();
+  if (!std::isnan(at)) {
+    question.at = std::chrono::sys_seconds(std::chrono::seconds(static_cast<int64_t>(at)));
+  }
+  session().verify(row, question, emptyOut());
+}
+}
