@@ -1,0 +1,127 @@
+// The elements of a certificate as a tree beside its octets; what is touched in one lights up in the other.
+
+import { ask } from './client.js';
+import { announce, clipped, copyButton, el, fill, visible, safe } from './dom.js';
+import { ElementTree } from './elements.js';
+import { HexView } from './hex.js';
+import { VirtualList } from './virtual.js';
+
+const ROW_HEIGHT = 28;
+const DEEPEST_INDENT = 24;
+
+/** Tree and octets of one certificate. */
+class Asn1View {
+  constructor(tree, octets) {
+    this.tree = tree;
+    this.octets = octets;
+    this.selected = 0;
+    this.treeBox = el('div', { class: 'tree', id: 'tree', role: 'tree', tabindex: 0, 'aria-label': 'ASN.1 elements' });
+    this.hexBox = el('div', { class: 'hex-view', id: 'hex', role: 'group', tabindex: 0,
+      'aria-label': 'Octets; the arrow keys move from octet to octet' });
+    this.details = el('div', { class: 'details', id: 'element-details' });
+  }
+
+  /** Puts it into the page, where alone it has a size. */
+  show(box) {
+    fill(box, el('div', { class: 'asn1' }, this.treeBox, this.hexBox), this.details,
+      this.tree.more ? el('p', { class: 'faint' }, 'There are more elements than are listed here.') : null);
+    this.list = new VirtualList(this.treeBox, ROW_HEIGHT, (place) => this.row(place));
+    this.hex = new HexView(this.hexBox, this.octets, (offset) => this.select(this.tree.innermostAt(offset), 'hex'),
+      (offset) => this.touch(offset === null ? null : this.tree.innermostAt(offset)));
+    this.treeBox.addEventListener('keydown', (event) => this.onKey(event));
+    this.treeBox.addEventListener('mouseleave', () => this.touch(null));
+    this.list.setCount(this.tree.visible.length, true);
+    this.select(0, 'start');
+  }
+
+  row(place) {
+    const index = this.tree.visible[place];
+    const { depth, type, field, value, offset, header, content, open, hasMembers } = this.tree.at(index);
+    const twisty = el('span', { class: 'twisty', 'aria-hidden': 'true',
+      onclick: (event) => { event.stopPropagation(); this.toggle(index); } }, hasMembers ? (open ? '▾' : '▸') : '');
+    twisty.style.marginLeft = `${Math.min(depth, DEEPEST_INDENT) * 14}px`;
+    const row = el('div', {
+      class: 'element', role: 'treeitem', id: `element-${index}`, 'aria-level': depth + 1,
+      'aria-expanded': hasMembers ? String(open) : null, 'aria-selected': String(index === this.selected),
+      onclick: () => this.select(index, 'tree'), onmouseenter: () => this.touch(index),
+    }, twisty, el('span', { class: 'type' }, type), field && el('span', { class: 'field' }, field),
+    el('bdi', { class: 'value' }, value), el('span', { class: 'extent' }, `${offset}: ${header}+${content}`));
+    return row;
+  }
+
+  toggle(index) {
+    this.tree.toggle(index);
+    this.list.setCount(this.tree.visible.length, true);
+  }
+
+  // What the pointer is on, without choosing it.
+  touch(index) {
+    this.hex.light('touched', index === null ? null : this.tree.at(index));
+    this.treeBox.querySelector('.touched')?.classList.remove('touched');
+    if (index !== null) document.getElementById(`element-${index}`)?.classList.add('touched');
+  }
+
+  select(index, from) {
+    this.tree.reveal(index);
+    const previous = this.selected;
+    this.selected = index;
+    const place = this.tree.placeOf(index);
+    this.list.setCount(this.tree.visible.length, true);
+    if (from !== 'tree' && from !== 'start') this.list.center(place);
+    else this.list.reveal(place);
+    this.treeBox.setAttribute('aria-activedescendant', `element-${index}`);
+    const element = this.tree.at(index);
+    this.hex.light('selected', element);
+    if (from !== 'hex' && from !== 'start') this.hex.reveal(element.offset);
+    this.tellDetails(element);
+    if (from === 'hex' && previous !== index) announce(`${element.type} ${element.field} ${element.value}`);
+  }
+
+  tellDetails({ type, field, value, offset, header, content }) {
+    const octets = this.octets.subarray(offset + header, offset + header + content);
+    const contents = safe(`${type}${field ? `, ${visible(field)}` : ''}`);
+    fill(this.details, el('strong', {}, contents), el('p', { class: 'faint' },
+      `Identifier and length at offset ${offset}, ${header} octets; contents at ${offset + header}, ` +
+      `${content.toLocaleString('en')} octets. `,
+      copyButton(() => hexOf(octets), 'contents in hexadecimal')),
+    value && el('p', { class: 'words' }, clipped(visible(value))));
+  }
+
+  onKey(event) {
+    const { tree, selected } = this;
+    const place = tree.placeOf(selected);
+    const { open, hasMembers, parent } = tree.at(selected);
+    const last = tree.visible.length - 1;
+    const moves = {
+      ArrowDown: () => tree.visible[Math.min(last, place + 1)],
+      ArrowUp: () => tree.visible[Math.max(0, place - 1)],
+      Home: () => 0,
+      End: () => tree.visible[last],
+      ArrowRight: () => {
+        if (hasMembers && !open) return this.toggle(selected), selected;
+        return hasMembers ? selected + 1 : selected;
+      },
+      ArrowLeft: () => {
+        if (hasMembers && open) return this.toggle(selected), selected;
+        return parent ?? selected;
+      },
+    };
+    if (!(event.key in moves)) return;
+    event.preventDefault();
+    this.select(moves[event.key](), 'tree');
+  }
+}
+
+function hexOf(octets) {
+  return Array.from(octets, (octet) => octet.toString(16).toUpperCase().padStart(2, '0')).join('');
+}
+
+/** Fills the room for a row; `target` is a field or an offset that is to be shown at once. */
+export async function showAsn1(box, row, target = null) {
+  const [elements, octets] = await Promise.all([ask('elements', row), ask('octets', row)]);
+  const view = new Asn1View(new ElementTree(JSON.parse(elements)), octets);
+  view.show(box);
+  if (target === null) return;
+  const index = typeof target === 'number' ? view.tree.innermostAt(target) : view.tree.withField(target);
+  if (index !== -1) view.select(index, 'outside');
+}

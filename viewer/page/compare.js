@@ -1,0 +1,60 @@
+// Two certificates side by side: the fields in which they differ.
+
+import { ask } from './client.js';
+import { announce, el, fill, safe } from './dom.js';
+import { state } from './state.js';
+import { dayText } from './time.js';
+
+const MOST_CHOICES = 500;
+const MOST_ITEMS = 400;
+
+function choices(row) {
+  const others = state.rows.filter((each) => each.row !== row);
+  const near = others.slice(0, MOST_CHOICES);
+  const before = state.before === null || state.before === row ? null : state.rows[state.before];
+  return before === null || near.includes(before) ? near : [before, ...near];
+}
+
+// Items of one side that the other lacks are marked, where both are lists.
+function marked(text, other, kind) {
+  const items = text.split(', ');
+  if (items.length > MOST_ITEMS) return safe(`${text.slice(0, 4000)}…`);
+  const known = new Set(other.split(', '));
+  return items.flatMap((item, place) => [
+    place === 0 ? null : ', ', known.has(item) ? safe(item) : el(kind, {}, safe(item))]);
+}
+
+function row({ field, before, after }) {
+  return el('tr', {}, el('th', { scope: 'row' }, safe(field)),
+    el('td', {}, el('bdi', {}, marked(before, after, 'del'))), el('td', {}, el('bdi', {}, marked(after, before, 'ins'))));
+}
+
+async function compare(shown, other, box) {
+  const { differences } = JSON.parse(await ask('differences', other, shown));
+  const [left, right] = [other, shown].map((each) => state.rows[each]);
+  if (differences.length === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
+  announce(`${differences.length} fields differ`);
+  return fill(box,
+    el('p', {}, `${differences.length === 1 ? 'One field differs' : `${differences.length} fields differ`}; whatever is not ` +
+      'listed is the same in both.'),
+    el('table', { class: 'differences' },
+      el('thead', {}, el('tr', {}, el('th', { scope: 'col' }, 'Field'),
+        [left, right].map(({ title, notBefore, source, index }) => el('th', { scope: 'col' }, el('bdi', {}, title),
+          el('span', { class: 'faint' }, ` from ${dayText(notBefore)}, ${source}, item ${index + 1}`))))),
+      el('tbody', {}, differences.map(row))));
+}
+
+/** Fills the room for a row. */
+export function showCompare(box, shown) {
+  const others = choices(shown);
+  if (others.length === 0) {
+    return fill(box, el('p', { class: 'faint' }, 'Open or drop a second certificate to compare this one with.'));
+  }
+  const answer = el('div', { class: 'answer' });
+  const preferred = others.find((each) => each.row === state.before) ?? others[0];
+  const select = el('select', { id: 'compare-with', onchange: () => compare(shown, Number(select.value), answer) },
+    others.map((each) => el('option', { value: each.row, selected: each === preferred },
+      `${each.title.slice(0, 80)} (from ${dayText(each.notBefore)}, ${each.source}, item ${each.index + 1})`)));
+  fill(box, el('p', { class: 'question' }, el('label', { for: 'compare-with' }, 'Compare with', select)), answer);
+  return compare(shown, preferred.row, answer);
+}

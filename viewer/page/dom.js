@@ -1,0 +1,110 @@
+// Elements with text nodes alone: nothing from a certificate is ever markup.
+
+// What steers text: controls, bidirectional controls, separators, the byte order mark, and the escape itself.
+const STEERING = /[\u0000-\u001f\u007f-\u009f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff\\]/gu;
+
+function escaped(character) {
+  const code = character.codePointAt(0);
+  const digits = code.toString(16).toUpperCase();
+  if (character === '\\') return '\\\\';
+  return code < 0x80 ? `\\x${digits.padStart(2, '0')}` : `\\u{${digits.padStart(4, '0')}}`;
+}
+
+/** Text as the command line shows it: what steers text is written out. */
+export function visible(text) {
+  return String(text).replace(STEERING, escaped);
+}
+
+/** Text that was made safe to show already. */
+export function safe(text) {
+  return document.createTextNode(text);
+}
+
+/**
+ * An element. Properties that start with "on" are listeners, others attributes (false and null: none); children are
+ * nodes, texts, which are made visible, and lists of these.
+ */
+export function el(name, properties = {}, ...children) {
+  const element = document.createElement(name);
+  for (const [key, value] of Object.entries(properties)) {
+    if (value === false || value === null || value === undefined) continue;
+    if (key.startsWith('on')) element.addEventListener(key.slice(2), value);
+    else element.setAttribute(key, value === true ? '' : value);
+  }
+  append(element, children);
+  return element;
+}
+
+/** Appends children as el() has them. */
+export function append(element, ...children) {
+  for (const child of children.flat(Infinity)) {
+    if (child === null || child === undefined || child === false) continue;
+    element.append(child instanceof Node ? child : safe(visible(child)));
+  }
+}
+
+/** Replaces all children. */
+export function fill(element, ...children) {
+  element.replaceChildren();
+  append(element, children);
+}
+
+export function byId(id) {
+  return document.getElementById(id);
+}
+
+/** Tells something to people who do not see the page change. */
+export function announce(text) {
+  byId('announcer').textContent = visible(text);
+}
+
+export function button(label, onclick, properties = {}) {
+  return el('button', { type: 'button', onclick, ...properties }, label);
+}
+
+/** A button that copies a text, or what a function gives, and says so. */
+export function copyButton(text, what) {
+  const copy = button('Copy', async () => {
+    await navigator.clipboard.writeText(typeof text === 'function' ? await text() : text);
+    copy.textContent = 'Copied';
+    announce(`${what} copied`);
+    setTimeout(() => (copy.textContent = 'Copy'), 1500);
+  }, { class: 'quiet small', 'aria-label': `Copy ${what}` });
+  return copy;
+}
+
+const FIRST_CHARACTERS = 600;
+const MORE_CHARACTERS = 20000;
+
+/** A text of any length, safe already: its start, and a button for more. */
+export function clipped(text) {
+  if (text.length <= FIRST_CHARACTERS) return safe(text);
+  let shown = FIRST_CHARACTERS;
+  const start = safe(text.slice(0, shown));
+  const more = button('', () => {
+    shown += MORE_CHARACTERS;
+    start.data = text.slice(0, shown);
+    label();
+  }, { class: 'quiet small' });
+  const label = () => {
+    more.hidden = shown >= text.length;
+    more.textContent = `… ${(text.length - shown).toLocaleString('en')} more characters`;
+  };
+  label();
+  return el('span', { class: 'clipped' }, start, ' ', more);
+}
+
+/** A list of which the first few stand there, and a button brings more. */
+export function fewOf(items, node, first = 30, step = 500) {
+  const box = el('ul', { class: 'chips' });
+  let shown = 0;
+  const more = button('', () => show(step), { class: 'quiet small' });
+  const show = (count) => {
+    append(box, items.slice(shown, shown + count).map((item) => el('li', {}, node(item))));
+    shown = Math.min(items.length, shown + count);
+    more.textContent = `Show more (${(items.length - shown).toLocaleString('en')} left)`;
+    more.hidden = shown === items.length;
+  };
+  show(first);
+  return [box, more];
+}

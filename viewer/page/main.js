@@ -1,0 +1,178 @@
+// The page: what comes in goes to the worker, what it finds into the list, and one certificate is the card.
+
+import { showAsn1 } from './asn1.js';
+import { cardOf, panelsOf } from './card.js';
+import { ask, endWorker, startWorker } from './client.js';
+import { showCompare } from './compare.js';
+import { announce, byId, el, fill } from './dom.js';
+import { makeInputs, pickFiles } from './inputs.js';
+import { drawList, makeList, markShown } from './list.js';
+import { addNote, addNotices, clearNotices } from './notices.js';
+import { linked, makeLink, nameTab, saveAll, saveJson, savePem, saveXml } from './saving.js';
+import { addRow, forget, nameSource, state } from './state.js';
+import { lifeOf } from './time.js';
+import { prepareTrust, showTrust, trust } from './trust.js';
+
+let room = 'overview';
+let target = null;
+let turn = 0;
+
+function headOf({ title, issuer, selfIssued, ca, notBefore, notAfter, source, index }) {
+  const life = lifeOf(notBefore, notAfter);
+  return [
+    el('h2', { id: 'card-title' }, el('bdi', {}, title)),
+    el('p', { class: 'by' }, selfIssued ? 'issued by itself' : ['issued by ', el('bdi', {}, issuer)]),
+    el('p', { class: 'badges' },
+      el('span', { class: `badge life ${life.state}` }, life.words),
+      ca && el('span', { class: 'badge' }, 'may issue others (CA)'),
+      el('span', { class: 'faint' }, ` ${source}, item ${index + 1}`))];
+}
+
+async function showOverview(box, row) {
+  const mine = turn;
+  const card = await cardOf(row);
+  if (mine !== turn) return;
+  fill(box, el('div', { class: 'panels' }, panelsOf(card, goTo, goTo)));
+}
+
+const ROOMS = {
+  overview: showOverview,
+  trust: showTrust,
+  asn1: (box, row) => showAsn1(box, row, target),
+  compare: showCompare,
+};
+
+function goTo(place) {
+  target = place;
+  openRoom('asn1');
+}
+
+function openRoom(name) {
+  room = name;
+  for (const tab of document.querySelectorAll('[role=tab]')) {
+    const isOpen = tab.id === `tab-${name}`;
+    tab.setAttribute('aria-selected', String(isOpen));
+    tab.tabIndex = isOpen ? 0 : -1;
+  }
+  const panel = byId('room');
+  panel.setAttribute('aria-labelledby', `tab-${name}`);
+  panel.dataset.room = name;
+  ++turn;
+  const shown = ROOMS[name](panel, state.shown);
+  target = null;
+  return shown;
+}
+
+/** Makes a row the card. */
+async function show(row) {
+  if (row !== state.shown) state.before = state.shown;
+  state.shown = row;
+  fill(byId('card-head'), headOf(state.rows[row]));
+  nameTab(row);
+  byId('card').hidden = false;
+  markShown();
+  await openRoom(room);
+}
+
+function onLines({ lines, name, done, total }) {
+  const failures = [];
+  for (const line of lines) {
+    const found = JSON.parse(line);
+    if (found.row !== undefined) addRow(found);
+    else if (found.error !== undefined) failures.push(found);
+    else tellEnd(found);
+  }
+  state.failures.push(...failures);
+  addNotices(failures);
+  byId('progress').hidden = done === total;
+  byId('progress-bar').value = total === 0 ? 1 : done / total;
+  byId('progress-words').textContent = `Reading ${name.slice(0, 60)}`;
+  if (state.rows.length === 0) return;
+  byId('start').hidden = true;
+  byId('work').hidden = false;
+  drawList();
+  if (state.shown === null) show(0);
+}
+
+function tellEnd({ source, items, passedOver }) {
+  if (items === 0) addNote(`${source} is empty.`);
+  if (passedOver !== 0) addNote(`${source}: ${passedOver.toLocaleString('en')} more items that are no certificates.`);
+}
+
+// Another card of the same kind is looked at most often, so that a room that lists all is drawn anew.
+async function read(name, blob) {
+  const source = nameSource(name);
+  const first = state.rows.length;
+  await ask('read', source, blob);
+  const count = state.rows.length - first;
+  announce(`${count} ${count === 1 ? 'certificate' : 'certificates'} in ${source}`);
+  if (first !== 0 && count !== 0) await (room === 'overview' || room === 'asn1' ? show(first) : openRoom(room));
+  return first;
+}
+
+async function openRoots(files) {
+  for (const file of files) {
+    const source = nameSource(file.name);
+    const first = state.rows.length;
+    await ask('read', source, file);
+    await trust(state.rows.slice(first).filter((row) => row.source === source).map(({ row }) => row), true);
+  }
+  openRoom('trust');
+}
+
+async function startAnew() {
+  forget();
+  clearNotices();
+  byId('card').hidden = true;
+  byId('work').hidden = true;
+  byId('start').hidden = false;
+  byId('progress').hidden = true;
+  drawList(true);
+  nameTab(null);
+  await startWorker(onLines, onFailure);
+}
+
+async function onFailure(reason) {
+  await startAnew();
+  addNote(`Reading stopped, most likely for lack of memory (${reason}). What was here is gone; try fewer at once.`);
+}
+
+function makeTabs() {
+  const tabs = [...document.querySelectorAll('[role=tab]')];
+  tabs.forEach((tab, place) => {
+    tab.addEventListener('click', () => openRoom(tab.id.slice('tab-'.length)));
+    tab.addEventListener('keydown', ({ key }) => {
+      const step = { ArrowRight: 1, ArrowLeft: -1 }[key];
+      if (step === undefined) return;
+      const next = tabs[(place + step + tabs.length) % tabs.length];
+      next.focus();
+      next.click();
+    });
+  });
+}
+
+function makeActions() {
+  const actions = { 'save-pem': savePem, 'save-json': saveJson, 'save-xml': saveXml, 'make-link': makeLink };
+  for (const [id, act] of Object.entries(actions)) byId(id).addEventListener('click', () => act(state.shown));
+  byId('save-all').addEventListener('click', saveAll);
+  byId('clear').addEventListener('click', () => {
+    history.replaceState(null, '', location.pathname + location.search);
+    endWorker();
+    startAnew();
+  });
+}
+
+async function start() {
+  makeList(show);
+  makeTabs();
+  makeActions();
+  makeInputs(read);
+  prepareTrust(show, () => pickFiles(openRoots));
+  await startWorker(onLines, onFailure);
+  document.body.dataset.ready = 'yes';
+  performance.mark('ready');
+  const octets = linked();
+  if (octets !== null) await read('the link', new Blob([octets]));
+}
+
+start();

@@ -1,0 +1,72 @@
+// What leaves the page: files that a person saves, and the link that he asks for.
+
+import { ask } from './client.js';
+import { announce, visible } from './dom.js';
+import { state } from './state.js';
+
+// Beyond this, mail and messengers cut links off.
+const LONGEST_LINK = 32000;
+
+function save(name, type, text) {
+  const url = URL.createObjectURL(new Blob([text], { type }));
+  const link = document.createElement('a');
+  link.href = url;
+  link.download = name;
+  link.click();
+  setTimeout(() => URL.revokeObjectURL(url), 10000);
+  announce(`${name} saved`);
+}
+
+// A name for a file that no system minds.
+function fileName(row, ending) {
+  const title = state.rows[row].title.replace(/^\*\./, 'wildcard.').replace(/[^\p{L}\p{N}.-]+/gu, '-');
+  return `${title.replace(/^[.-]+|[.-]+$/g, '').slice(0, 60) || 'certificate'}.${ending}`;
+}
+
+export async function savePem(row) {
+  save(fileName(row, 'pem'), 'application/x-pem-file', await ask('pem', row));
+}
+
+export async function saveJson(row) {
+  const [show] = await ask('show', row);
+  save(fileName(row, 'json'), 'application/json', `${show}\n`);
+}
+
+export async function saveXml(row) {
+  save(fileName(row, 'xml'), 'application/xml', await ask('summary', row));
+}
+
+export async function saveAll() {
+  const parts = [];
+  for (const { row } of state.rows) parts.push(await ask('pem', row));
+  save('certificates.pem', 'application/x-pem-file', parts.join(''));
+}
+
+/** Puts the certificate into the fragment of the address, which browsers send to no server, and copies that. */
+export async function makeLink(row) {
+  const octets = await ask('octets', row);
+  let characters = '';
+  for (const octet of octets) characters += String.fromCharCode(octet);
+  const base64 = btoa(characters).replaceAll('+', '-').replaceAll('/', '_').replace(/=+$/, '');
+  if (base64.length > LONGEST_LINK) return announce('This certificate is too large for a link');
+  history.replaceState(null, '', `#der=${base64}`);
+  await navigator.clipboard.writeText(location.href);
+  return announce('The link is copied. It holds the certificate itself.');
+}
+
+/** The octets of the certificate in the fragment; null when there is none. */
+export function linked() {
+  const found = /^#der=([A-Za-z0-9_-]+)$/.exec(location.hash);
+  if (found === null) return null;
+  try {
+    const base64 = found[1].replaceAll('-', '+').replaceAll('_', '/');
+    return Uint8Array.from(atob(base64), (character) => character.charCodeAt(0));
+  } catch {
+    return null;
+  }
+}
+
+/** The title of the page's tab. */
+export function nameTab(row) {
+  document.title = row === null ? 'velmora-x509' : `${visible(state.rows[row].title).slice(0, 80)} – velmora-x509`;
+}

@@ -1,0 +1,164 @@
+// Whether a certificate may be trusted: the question, the verdict and the way to a root.
+
+import { ask } from './client.js';
+import { announce, append, button, el, fill } from './dom.js';
+import { rowAt, state } from './state.js';
+import { dateText, dayText } from './time.js';
+
+const PURPOSES = [
+  ['server', 'a TLS server'], ['client', 'a TLS client'], ['email', 'e-mail'], ['code', 'signing code'],
+  ['time', 'time stamps'], ['ocsp', 'OCSP answers'], ['any', 'anything']];
+const PROFILES = [['basic', 'RFC 5280, path validation'], ['rfc5280', 'and what it asks of issuers'],
+  ['web', 'and the rules for public TLS servers']];
+const MOST_ROOTS = 200;
+
+// The question stays from one certificate to the next.
+const question = { purpose: 'server', profile: 'basic', target: '', at: '' };
+let chosen = null;
+let openRoots = () => {};
+let showRow = () => {};
+
+export function prepareTrust(onShowRow, onOpenRoots) {
+  showRow = onShowRow;
+  openRoots = onOpenRoots;
+}
+
+function choice(id, label, options, value) {
+  return el('label', { for: id }, label,
+    el('select', { id }, options.map(([name, words]) =>
+      el('option', { value: name, selected: name === value }, words))));
+}
+
+function form(row, answerBox) {
+  const ask = () => {
+    for (const name of Object.keys(question)) question[name] = fields.querySelector(`#trust-${name}`).value.trim();
+    judge(row, answerBox);
+  };
+  const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); ask(); } },
+    el('label', { for: 'trust-target' }, 'Host, address or e-mail',
+      el('input', { id: 'trust-target', value: question.target, placeholder: 'www.example.org', autocomplete: 'off',
+        spellcheck: 'false', autocapitalize: 'none' })),
+    choice('trust-purpose', 'For', PURPOSES, question.purpose),
+    choice('trust-profile', 'Rules', PROFILES, question.profile),
+    el('label', { for: 'trust-at' }, 'At (UTC; empty: now)',
+      el('input', { id: 'trust-at', type: 'datetime-local', step: 1, value: question.at })),
+    el('button', { type: 'submit', class: 'main' }, 'Judge'));
+  fields.addEventListener('change', ask);
+  return fields;
+}
+
+function rootChoice(row, rejudge) {
+  const { title, notAfter, source } = state.rows[row];
+  const id = `root-${row}`;
+  return el('li', {},
+    el('input', { type: 'checkbox', id, checked: state.trusted.has(row), onchange: async (event) => {
+      await trust([row], event.target.checked);
+      rejudge();
+    } }),
+    el('label', { for: id }, el('bdi', {}, title), ' ',
+      el('span', { class: 'faint' }, `until ${dayText(notAfter)}, of ${source}`)));
+}
+
+/** Trusts rows as roots, or no longer. */
+export async function trust(rows, isTrusted) {
+  for (const row of rows) {
+    if (isTrusted) state.trusted.add(row);
+    else state.trusted.delete(row);
+    ask('trust', row, isTrusted);
+  }
+}
+
+function roots(row, answerBox) {
+  const candidates = state.rows.filter(({ selfIssued }) => selfIssued).map((each) => each.row);
+  const rejudge = () => judge(row, answerBox);
+  const items = candidates.slice(0, MOST_ROOTS).map((each) => rootChoice(each, rejudge));
+  const all = el('ul', { class: 'roots' }, items);
+  return el('fieldset', {},
+    el('legend', {}, 'Roots that you trust'),
+    candidates.length === 0 ? el('p', { class: 'faint' }, 'None of the certificates here was issued by itself.') : all,
+    candidates.length > MOST_ROOTS && el('p', { class: 'faint' }, `and ${candidates.length - MOST_ROOTS} more`),
+    el('p', { class: 'actions' },
+      button('Open a file of roots', openRoots, { class: 'quiet' }),
+      candidates.length > 1 && button('Trust all of these', async () => {
+        await trust(candidates, true);
+        all.querySelectorAll('input').forEach((box) => (box.checked = true));
+        rejudge();
+      }, { class: 'quiet' })),
+    el('p', { class: 'faint' }, 'This page brings no roots of its own and does not ask your system for any.'));
+}
+
+function purposeWords() {
+  return PURPOSES.find(([name]) => name === question.purpose)[1];
+}
+
+const noRoot = 'No root is trusted yet. Tick one that you know to be genuine, or open a file of roots.';
+
+function verdict(answer) {
+  const whom = answer.target ?? (question.purpose === 'any' ? 'anything' : purposeWords());
+  const title = answer.verified ? `Good for ${whom}` : `Not good for ${whom}`;
+  const root = answer.verified ? answer.paths[0].certificates.at(-1) : null;
+  const unnamed = question.purpose === 'server' && answer.target === null
+    ? ' No host was given, so that any name would do.' : '';
+  const words = answer.verified
+    ? `As ${purposeWords()}, at ${dateText(answer.at)}, on the word of ${titleOf(root)}.${unnamed}`
+    : answer.reason === 'noAnchors' ? noRoot : answer.text;
+  return el('div', { class: `verdict ${answer.verified ? 'good' : 'bad'}`, role: 'status' },
+    el('strong', {}, title), el('p', {}, words),
+    el('p', { class: 'faint' }, 'Not judged: revocation, OCSP and certificate transparency.'));
+}
+
+function titleOf({ source, index, subject }) {
+  const row = source === undefined ? undefined : rowAt(source, index);
+  return row === undefined ? subject : state.rows[row].title;
+}
+
+function finding({ severity, text, clause, id }) {
+  const words = id === 'noAnchors' ? noRoot : text;
+  return el('li', { class: severity }, severity === 'failure' ? '✗ ' : '! ', words,
+    clause && el('span', { class: 'faint' }, ` (${clause})`));
+}
+
+function wayStep(certificate, isRoot, below) {
+  const { source, index, notBefore, notAfter, findings } = certificate;
+  const row = source === undefined ? undefined : rowAt(source, index);
+  const title = titleOf(certificate);
+  const name = row === undefined || row === state.shown
+    ? el('strong', {}, el('bdi', {}, title))
+    : button(title, () => showRow(row), { class: 'link' });
+  return el('ul', { class: 'way' }, el('li', {},
+    el('div', { class: 'step' }, name, isRoot && el('span', { class: 'badge' }, 'trusted root'),
+      el('span', { class: 'faint' }, ` ${dayText(notBefore)} to ${dayText(notAfter)}`)),
+    el('ul', { class: 'findings' }, findings.map(finding)), below));
+}
+
+// The root on top, each certificate below the one that signed it.
+function way({ anchored, certificates }) {
+  let below = null;
+  certificates.forEach((certificate, place) => {
+    below = wayStep(certificate, anchored && place === certificates.length - 1, below);
+  });
+  return below;
+}
+
+async function judge(row, box) {
+  const turn = (chosen = Symbol('question'));
+  const at = question.at === '' ? NaN : Date.parse(`${question.at}Z`) / 1000;
+  const answer = JSON.parse(await ask('verify', row, { ...question, at }));
+  if (turn !== chosen) return;
+  if (answer.refused !== undefined || answer.error !== undefined) {
+    const text = answer.refused ?? `${answer.error}.`;
+    fill(box, el('div', { class: 'verdict bad', role: 'status' }, el('strong', {}, 'No answer'), el('p', {}, text)));
+    return;
+  }
+  fill(box, verdict(answer));
+  append(box, answer.paths.map(way));
+  announce(box.querySelector('strong').textContent);
+}
+
+/** Fills the room for a row. */
+export function showTrust(box, row) {
+  const answerBox = el('div', { class: 'answer' });
+  fill(box, el('div', { class: 'trust' },
+    el('div', { class: 'asked' }, form(row, answerBox), roots(row, answerBox)), answerBox));
+  judge(row, answerBox);
+}

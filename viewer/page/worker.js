@@ -1,0 +1,61 @@
+// The worker: it alone touches the module, so that the page never waits for it.
+
+import { Engine } from './engine.js';
+
+// The first piece is small, for the first card to come soon; no piece keeps a question waiting for long.
+const FIRST_PIECE = 1 << 16;
+const PIECE = 1 << 18;
+
+let engine = null;
+let reading = Promise.resolve();
+
+async function unpacked(base64) {
+  const packed = Uint8Array.from(atob(base64), (character) => character.charCodeAt(0));
+  const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream('deflate-raw'));
+  return new Response(stream).arrayBuffer();
+}
+
+// Lets questions in that have come meanwhile.
+function pause() {
+  return new Promise((resolve) => {
+    const { port1, port2 } = new MessageChannel();
+    port1.onmessage = () => {
+      port1.close();
+      resolve();
+    };
+    port2.postMessage(null);
+  });
+}
+
+async function read(name, blob) {
+  engine.begin(name);
+  let done = 0;
+  while (done < blob.size) {
+    const end = Math.min(blob.size, done + (done === 0 ? FIRST_PIECE : PIECE));
+    const lines = engine.feed(new Uint8Array(await blob.slice(done, end).arrayBuffer()));
+    done = end;
+    postMessage({ lines, name, done, total: blob.size });
+    await pause();
+  }
+  postMessage({ lines: engine.finish(), name, done, total: blob.size });
+}
+
+async function answer(call, args) {
+  if (call === 'start') {
+    engine = await Engine.start(await unpacked(args[0]));
+    return null;
+  }
+  if (call === 'read') {
+    reading = reading.then(() => read(...args));
+    return reading;
+  }
+  return engine[call](...args);
+}
+
+onmessage = async ({ data: { id, call, args } }) => {
+  try {
+    postMessage({ id, result: await answer(call, args) });
+  } catch (error) {
+    postMessage({ id, error: String(error.message ?? error) });
+  }
+};
