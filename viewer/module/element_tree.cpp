@@ -23,8 +23,7 @@ struct FieldRule {
   size_t place;
   std::string_view field;
 };
-constexpr FieldRule kFields[] = {{"", 0, "Certificate"},
-                                 {"Certificate", 0, "tbsCertificate"},
+constexpr FieldRule kFields[] = {{"Certificate", 0, "tbsCertificate"},
                                  {"Certificate", 1, "signatureAlgorithm"},
                                  {"Certificate", 2, "signatureValue"},
                                  {"tbsCertificate", 0, "serialNumber"},
@@ -120,7 +119,7 @@ class ElementList {
 
   void add(Element element) {
     if (element.parent == kNone) {
-      element.field = fieldAt("", 0);
+      element.field = "Certificate";
     } else {
       Element& parent = m_elements[element.parent];
       element.field = fieldOf(element, parent);

@@ -8,6 +8,10 @@ import { VirtualList } from './virtual.js';
 
 const ROW_HEIGHT = 28;
 const DEEPEST_INDENT = 24;
+// Where a row of 16 octets has room: below the tree, or beside it.
+const WIDE = 1150;
+const STACKED = 900;
+const WIDE_STACKED = 640;
 
 /** Tree and octets of one certificate. */
 class Asn1View {
@@ -26,7 +30,9 @@ class Asn1View {
     fill(box, el('div', { class: 'asn1' }, this.treeBox, this.hexBox), this.details,
       this.tree.more ? el('p', { class: 'faint' }, 'There are more elements than are listed here.') : null);
     this.list = new VirtualList(this.treeBox, ROW_HEIGHT, (place) => this.row(place));
-    this.hex = new HexView(this.hexBox, this.octets, (offset) => this.select(this.tree.innermostAt(offset), 'hex'),
+    const isWide = box.clientWidth >= (innerWidth <= STACKED ? WIDE_STACKED : WIDE);
+    this.hexBox.classList.toggle('wide', isWide);
+    this.hex = new HexView(this.hexBox, this.octets, isWide ? 16 : 8, (offset) => this.select(this.tree.innermostAt(offset), 'hex'),
       (offset) => this.touch(offset === null ? null : this.tree.innermostAt(offset)));
     this.treeBox.addEventListener('keydown', (event) => this.onKey(event));
     this.treeBox.addEventListener('mouseleave', () => this.touch(null));
@@ -71,7 +77,7 @@ class Asn1View {
     else this.list.reveal(place);
     this.treeBox.setAttribute('aria-activedescendant', `element-${index}`);
     const element = this.tree.at(index);
-    this.hex.light('selected', element);
+    if (from !== 'start') this.hex.light('selected', element);
     if (from !== 'hex' && from !== 'start') this.hex.reveal(element.offset);
     this.tellDetails(element);
     if (from === 'hex' && previous !== index) announce(`${element.type} ${element.field} ${element.value}`);

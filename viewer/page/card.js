@@ -34,7 +34,7 @@ function nameRows(rdns, text) {
   const rows = rdns.slice(0, 40).map((rdn) => rdn.map(({ oid, name, value, hex }) =>
     field(name ?? oid, el('bdi', {}, clipSource(value ?? `#${hex}`)))));
   const rest = rdns.length > 40 ? el('p', { class: 'faint' }, `and ${rdns.length - 40} more`) : null;
-  return [el('dl', { class: 'fields' }, rows), rest, text === null ? null : copyButton(text, 'name as RFC 4514 text')];
+  return [el('dl', { class: 'fields' }, rows), rest, text === null ? null : copyButton(text, 'name as RFC 4514 text', 'Copy as RFC 4514')];
 }
 
 // Long texts of a certificate; made visible piece by piece they would cost too much at once.
@@ -96,6 +96,12 @@ function extensionRow(extension, words, goTo) {
     el('div', { class: 'words' }, clipped(words)));
 }
 
+// Of these two the words are only how many bytes they have.
+function keyIdentifier(show, { name }) {
+  const isOne = name === 'subjectKeyIdentifier' || name === 'authorityKeyIdentifier';
+  return isOne && show[name] !== null ? `key ${hexPairs(show[name])}` : null;
+}
+
 function extensionsPanel({ show, words }, goTo) {
   const { extensions } = show;
   if (extensions.length === 0) return section('Extensions', el('p', { class: 'faint' }, 'None.'));
@@ -104,7 +110,8 @@ function extensionsPanel({ show, words }, goTo) {
   return section('Extensions',
     el('p', { class: 'faint' }, `${extensions.length} in all, ${critical === 0 ? 'none' : critical} critical: whoever ` +
       'does not know a critical one has to refuse the certificate.'),
-    el('ul', { class: 'extensions' }, order.map((place) => extensionRow(extensions[place], words[place], goTo))));
+    el('ul', { class: 'extensions' }, order.map((place) =>
+      extensionRow(extensions[place], keyIdentifier(show, extensions[place]) ?? words[place], goTo))));
 }
 
 function departuresPanel(departures, warnings, goToOffset) {
@@ -123,13 +130,16 @@ function departuresPanel(departures, warnings, goToOffset) {
 /** The panels of a card. `goTo(field)` and `goToOffset(offset)` show octets. */
 export function panelsOf(card, goTo, goToOffset) {
   const { show, departures } = card;
+  const isClean = departures.length + show.warnings.length === 0;
   return [
     section('Valid', validityBar(show)),
+    isClean ? null : departuresPanel(departures, show.warnings, goToOffset),
     section('Alternative names', names(show)),
     section('Subject', nameRows(show.subjectRdns, show.subjectRfc4514)),
     section('Issuer', nameRows(show.issuerRdns, show.issuerRfc4514),
       show.authorityKeyIdentifier && el('dl', { class: 'fields' },
         digest('Key identifier', hexPairs(show.authorityKeyIdentifier), show.authorityKeyIdentifier))),
+    extensionsPanel(card, goTo),
     keyPanel(show, goTo),
     section('Identity', el('dl', { class: 'fields' },
       digest('Serial number', hexPairs(show.serialNumber), show.serialNumber),
@@ -137,7 +147,6 @@ export function panelsOf(card, goTo, goToOffset) {
       digest('SHA-1', hexPairs(show.sha1), show.sha1),
       field('Version', show.version ?? 'cannot be read'),
       field('Size', `${card.octets.toLocaleString('en')} octets`))),
-    extensionsPanel(card, goTo),
-    departuresPanel(departures, show.warnings, goToOffset),
+    isClean ? departuresPanel(departures, show.warnings, goToOffset) : null,
   ];
 }

@@ -24,14 +24,16 @@ function marked(text, other, kind) {
     place === 0 ? null : ', ', known.has(item) ? safe(item) : el(kind, {}, safe(item))]);
 }
 
-function row({ field, before, after }) {
+function differenceRow({ field, before, after }) {
   return el('tr', {}, el('th', { scope: 'row' }, safe(field)),
     el('td', {}, el('bdi', {}, marked(before, after, 'del'))), el('td', {}, el('bdi', {}, marked(after, before, 'ins'))));
 }
 
 async function compare(shown, other, box) {
-  const { differences } = JSON.parse(await ask('differences', other, shown));
-  const [left, right] = [other, shown].map((each) => state.rows[each]);
+  // The one that is valid from earlier is what the other came after.
+  const [left, right] = [other, shown].map((each) => state.rows[each])
+    .sort((a, b) => String(a.notBefore).localeCompare(String(b.notBefore)));
+  const { differences } = JSON.parse(await ask('differences', left.row, right.row));
   if (differences.length === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
   announce(`${differences.length} fields differ`);
   return fill(box,
@@ -41,7 +43,7 @@ async function compare(shown, other, box) {
       el('thead', {}, el('tr', {}, el('th', { scope: 'col' }, 'Field'),
         [left, right].map(({ title, notBefore, source, index }) => el('th', { scope: 'col' }, el('bdi', {}, title),
           el('span', { class: 'faint' }, ` from ${dayText(notBefore)}, ${source}, item ${index + 1}`))))),
-      el('tbody', {}, differences.map(row))));
+      el('tbody', {}, differences.map(differenceRow))));
 }
 
 /** Fills the room for a row. */
@@ -51,7 +53,9 @@ export function showCompare(box, shown) {
     return fill(box, el('p', { class: 'faint' }, 'Open or drop a second certificate to compare this one with.'));
   }
   const answer = el('div', { class: 'answer' });
-  const preferred = others.find((each) => each.row === state.before) ?? others[0];
+  const { title, ca } = state.rows[shown];
+  const preferred = others.find((each) => each.title === title && each.ca === ca) ??
+    others.find((each) => each.row === state.before) ?? others[0];
   const select = el('select', { id: 'compare-with', onchange: () => compare(shown, Number(select.value), answer) },
     others.map((each) => el('option', { value: each.row, selected: each === preferred },
       `${each.title.slice(0, 80)} (from ${dayText(each.notBefore)}, ${each.source}, item ${each.index + 1})`)));

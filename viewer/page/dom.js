@@ -63,12 +63,12 @@ export function button(label, onclick, properties = {}) {
 }
 
 /** A button that copies a text, or what a function gives, and says so. */
-export function copyButton(text, what) {
-  const copy = button('Copy', async () => {
+export function copyButton(text, what, label = 'Copy') {
+  const copy = button(label, async () => {
     await navigator.clipboard.writeText(typeof text === 'function' ? await text() : text);
     copy.textContent = 'Copied';
     announce(`${what} copied`);
-    setTimeout(() => (copy.textContent = 'Copy'), 1500);
+    setTimeout(() => (copy.textContent = label), 1500);
   }, { class: 'quiet small', 'aria-label': `Copy ${what}` });
   return copy;
 }

@@ -4,7 +4,6 @@ import { el } from './dom.js';
 import { VirtualList } from './virtual.js';
 
 const ROW_HEIGHT = 24;
-const NARROW = 620;
 // Browsers do not draw boxes beyond some thirty million pixels.
 const MOST_OCTETS = 1 << 23;
 
@@ -12,11 +11,14 @@ const KEYS = { ArrowLeft: () => -1, ArrowRight: () => 1, ArrowUp: (width) => -wi
   PageUp: (width) => -16 * width, PageDown: (width) => 16 * width };
 
 export class HexView {
-  /** `onChoose(offset)` is told which octet a person picks, `onTouch(offset or null)` what the pointer is on. */
-  constructor(box, octets, onChoose, onTouch) {
+  /**
+   * A row has `width` octets. `onChoose(offset)` is told which octet a person picks, `onTouch(offset or null)` what the
+   * pointer is on.
+   */
+  constructor(box, octets, width, onChoose, onTouch) {
     this.box = box;
     this.octets = octets.subarray(0, MOST_OCTETS);
-    this.width = box.clientWidth < NARROW ? 8 : 16;
+    this.width = width;
     this.cursor = 0;
     this.ranges = { selected: null, touched: null };
     this.onChoose = onChoose;

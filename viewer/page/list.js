@@ -51,6 +51,7 @@ export function drawList(anew = false) {
   byId('count').textContent =
     count === 1 ? '1 certificate' : `${count.toLocaleString('en')} certificates`;
   byId('work').classList.toggle('single', count < 2);
+  byId('list').style.height = `${count * ROW_HEIGHT}px`; // the style sheet has the most
   list.setCount(count, anew);
 }
 

@@ -30,11 +30,11 @@ function choice(id, label, options, value) {
 }
 
 function form(row, answerBox) {
-  const ask = () => {
+  const submit = () => {
     for (const name of Object.keys(question)) question[name] = fields.querySelector(`#trust-${name}`).value.trim();
     judge(row, answerBox);
   };
-  const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); ask(); } },
+  const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); submit(); } },
     el('label', { for: 'trust-target' }, 'Host, address or e-mail',
       el('input', { id: 'trust-target', value: question.target, placeholder: 'www.example.org', autocomplete: 'off',
         spellcheck: 'false', autocapitalize: 'none' })),
@@ -43,7 +43,7 @@ function form(row, answerBox) {
     el('label', { for: 'trust-at' }, 'At (UTC; empty: now)',
       el('input', { id: 'trust-at', type: 'datetime-local', step: 1, value: question.at })),
     el('button', { type: 'submit', class: 'main' }, 'Judge'));
-  fields.addEventListener('change', ask);
+  fields.addEventListener('change', submit);
   return fields;
 }
 
@@ -95,14 +95,15 @@ const noRoot = 'No root is trusted yet. Tick one that you know to be genuine, or
 
 function verdict(answer) {
   const whom = answer.target ?? (question.purpose === 'any' ? 'anything' : purposeWords());
-  const title = answer.verified ? `Good for ${whom}` : `Not good for ${whom}`;
+  const isOpen = answer.reason === 'noAnchors';
+  const title = answer.verified ? `Good for ${whom}` : isOpen ? 'Whom do you trust?' : `Not good for ${whom}`;
   const root = answer.verified ? answer.paths[0].certificates.at(-1) : null;
   const unnamed = question.purpose === 'server' && answer.target === null
     ? ' No host was given, so that any name would do.' : '';
   const words = answer.verified
     ? `As ${purposeWords()}, at ${dateText(answer.at)}, on the word of ${titleOf(root)}.${unnamed}`
-    : answer.reason === 'noAnchors' ? noRoot : answer.text;
-  return el('div', { class: `verdict ${answer.verified ? 'good' : 'bad'}`, role: 'status' },
+    : isOpen ? noRoot : answer.text;
+  return el('div', { class: `verdict ${answer.verified ? 'good' : isOpen ? 'open' : 'bad'}`, role: 'status' },
     el('strong', {}, title), el('p', {}, words),
     el('p', { class: 'faint' }, 'Not judged: revocation, OCSP and certificate transparency.'));
 }
