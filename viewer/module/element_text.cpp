@@ -60,12 +60,9 @@ void appendHex(Octets octets, StringBuffer& out) {
   print(out, tool::Hex{std::as_bytes(start)}, start.size() < octets.size() ? "…" : "");
 }
 
-// Cut between characters, as far as it is UTF-8.
 void appendText(Octets text, StringBuffer& out) {
-  if (text.size() <= kMostText) return print(out, charactersOf(text));
-  size_t size = kMostText;
-  while (size > kMostText - 4 && (text[size] & 0xC0) == 0x80) --size;
-  print(out, charactersOf(text.first(size)), "…");
+  const std::string_view start = startOf(charactersOf(text), kMostText);
+  print(out, start, start.size() < text.size() ? "…" : "");
 }
 
 void appendUtf16(Octets text, StringBuffer& out) {
@@ -128,6 +125,14 @@ void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
 }
 
 }  // namespace
+
+std::string_view startOf(std::string_view text, size_t most) noexcept {
+  if (text.size() <= most) return text;
+  constexpr size_t kLongest = 4;
+  size_t size = most;
+  while (size + kLongest > most && size > 0 && (text[size] & 0xC0) == 0x80) --size;
+  return text.substr(0, size);
+}
 
 void appendType(const Asn1Header& header, StringBuffer& out) {
   const uint32_t tag = header.tagNumber;

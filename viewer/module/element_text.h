@@ -3,11 +3,15 @@
 // One ASN.1 element in words.
 
 #include <span>
+#include <string_view>
 
 #include "velmora/support/asn1/asn1_element.h"
 #include "velmora/support/text/string_buffer.h"
 
 namespace velmora::viewer {
+
+/// As much of the start of some text in UTF-8 as fits into so many octets, cut between characters.
+std::string_view startOf(std::string_view text, size_t most) noexcept;
 
 /// Appends what an element is called in X.680: "SEQUENCE", "[3]", "[APPLICATION 1]".
 void appendType(const Asn1Header& header, StringBuffer& out);

@@ -12,6 +12,7 @@
 #include "tools/render/shown_departure.h"
 #include "velmora/support/log/log_sinks.h"
 #include "velmora/support/pem/pem_writer.h"
+#include "viewer/module/element_text.h"
 #include "viewer/module/element_tree.h"
 
 namespace velmora::viewer {
@@ -21,6 +22,7 @@ namespace {
 using tool::JsonLine;
 
 constexpr size_t kMostFailures = 100;
+constexpr size_t kMostTitle = 200;
 
 // In the order of Found.
 constexpr std::string_view kFound[] = {
@@ -37,7 +39,8 @@ std::string titleOf(const Name& name) {
     title = each.text();
     if (tool::isSame(each.type, oid::commonName.der())) break;
   }
-  return std::string(title);
+  const std::string_view start = startOf(title, kMostTitle);
+  return std::string(start) + (start.size() < title.size() ? "…" : "");
 }
 
 // A subject may be empty where the alternative names are what counts (RFC 5280 §4.1.2.6).

@@ -26,9 +26,11 @@ export const PROFILES = ['basic', 'rfc5280', 'web'];
 
 /** One session of the module: what Session in viewer/module/session.h says. */
 export class Engine {
+  /** Of the octets of the module. */
   static async start(wasm) {
     let exports = null;
-    const { instance } = await WebAssembly.instantiate(wasm, surroundings(() => exports.memory));
+    const module = await WebAssembly.compile(wasm);
+    const instance = await WebAssembly.instantiate(module, surroundings(() => exports.memory));
     exports = instance.exports;
     exports._initialize();
     return new Engine(exports);

@@ -1,0 +1,239 @@
+// Drives the page in Chromium as a person would: node tests/viewer/page.mjs [FOLDER FOR THE SCREENSHOTS OF THE DOCUMENTS]
+
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { Browser } from './browser.mjs';
+import { MARKUP, forms } from './made.mjs';
+
+const TOP = new URL('../..', import.meta.url).pathname;
+const PAGE = join(TOP, 'build/viewer/velmora-x509.html');
+const TOOL = join(TOP, 'build/release/velmora-x509');
+const CHAIN = join(TOP, 'examples/chain/chain.pem');
+const AXE = join(TOP, 'build/viewer/checks/node_modules/axe-core/axe.min.js');
+// What the page takes is told; a limit is so many times what it is meant to be, since machines that test are busy.
+const PATIENCE = 5;
+
+const scratch = mkdtempSync(join(tmpdir(), 'viewer-'));
+const made = forms(scratch, CHAIN, TOOL);
+const browser = await Browser.start();
+const text = (selector) => browser.run(`document.querySelector(${JSON.stringify(selector)})?.innerText ?? ''`);
+const click = (selector) => browser.run(`document.querySelector(${JSON.stringify(selector)}).click()`);
+const count = (selector) => browser.run(`document.querySelectorAll(${JSON.stringify(selector)}).length`);
+const rows = () => browser.run("parseInt(document.getElementById('count').textContent.replace(/,/g, '')) || 0");
+
+async function dropped(...files) {
+  await browser.open(PAGE);
+  await browser.drop(files);
+  await browser.until("document.querySelector('.panels, .notice')");
+}
+
+async function room(name, selector) {
+  await click(`#tab-${name}`);
+  await browser.until(`document.querySelector('#room[data-room=${name}] ${selector}') !== null`);
+}
+
+async function judge(host, trusted = true) {
+  await room('trust', '.verdict');
+  await browser.run(`{ document.getElementById('trust-target').value = ${JSON.stringify(host)};
+    const box = document.querySelector('.roots input'); if (box.checked !== ${trusted}) box.click();
+    document.querySelector('.question').requestSubmit(); }`);
+  await browser.until(`document.querySelector('.verdict strong').innerText.includes('${trusted ? host : 'Whom'}')`);
+  return text('.answer');
+}
+
+const tests = {
+  async 'every form of input'() {
+    for (const [form, [file, certificates]] of Object.entries(made)) {
+      if (form === 'bundle') continue;
+      await dropped(file);
+      await browser.until(`parseInt(document.getElementById('count').textContent || 0) === ${certificates} || ${certificates} === 0`, form);
+      assert.equal(await rows(), certificates, form);
+    }
+    await browser.open(PAGE);
+    await browser.drop([], readFileSync(made.base64[0], 'utf8'));
+    await browser.until("document.getElementById('card-title')?.innerText === 'www.example.org'", 'dropped text');
+  },
+
+  async 'a private key is named and not shown'() {
+    await dropped(made.key[0]);
+    assert.match(await text('#notices'), /Private key in server\.key.*never the key/s);
+    const secret = readFileSync(made.key[0], 'utf8').split('\n')[1];
+    assert.ok(!(await browser.run('document.documentElement.outerHTML')).includes(secret));
+    await dropped(made.none[0]);
+    assert.match(await text('#notices'), /no certificate: neither DER/);
+  },
+
+  async 'cards say what the command line says'() {
+    for (const line of execFileSync(TOOL, ['show', '--json', CHAIN], { encoding: 'utf8' }).trim().split('\n')) {
+      const told = JSON.parse(line);
+      await dropped(CHAIN);
+      await click(`#entry-${told.index}`);
+      await browser.until(`document.querySelector('.entry[aria-selected=true]')?.id === 'entry-${told.index}' &&
+        document.querySelector('.panels')?.innerText.replace(/ /g, '').includes('${told.sha256}')`);
+      const card = (await text('.panels')).replace(/\s+/g, ' ');
+      const said = [told.spkiSha256, told.publicKey.type, `${told.publicKey.bits} bits`, told.serialNumber.replace(/(..)(?=.)/g, '$1 '),
+        ...told.subjectAltNames.map(({ value }) => value), ...told.subjectRdns.flat().map(({ value }) => value),
+        ...told.extensions.map(({ name, critical }) => `${name} ${critical ? 'critical' : 'not critical'}`)];
+      for (const each of said) assert.ok(card.includes(each), `${each} in ${card}`);
+    }
+  },
+
+  async 'elements and octets light up together'() {
+    await dropped(CHAIN);
+    await browser.run("[...document.querySelectorAll('.panel button')].find((each) => each.innerText.includes('octets of the key')).click()");
+    await browser.until("document.querySelector('.element[aria-selected=true]')?.innerText.includes('subjectPublicKey')");
+    const lit = () => browser.run("[...document.querySelectorAll('.octets .selected')].map((each) => each.innerText).join('')");
+    assert.match(await lit(), /^034200041946330A/);
+    const at = await browser.run("Number(document.querySelector('.octets .selected').dataset.at)");
+    await browser.run("document.querySelector('.octets [data-at=\"" + (at - 4) + "\"]').click()");
+    await browser.until("!document.querySelector('.element[aria-selected=true]').innerText.includes('subjectPublicKey')");
+    assert.match(await text('.element[aria-selected=true]'), /OBJECT IDENTIFIER\s*prime256v1|OBJECT IDENTIFIER/);
+    await browser.run("document.querySelector('.octets [data-at=\"" + at + "\"]').dispatchEvent(new MouseEvent('mouseover', { bubbles: true }))");
+    assert.match(await text('.element.touched'), /subjectPublicKey/);
+  },
+
+  async 'a chain for a host'() {
+    await dropped(CHAIN);
+    assert.match(await judge('www.example.org', false), /Whom do you trust/);
+    assert.match(await judge('www.example.org'), /^Good for www.example.org[^]*Example Root CA 1[^]*trusted root/);
+    assert.match(await judge('www.example.com'), /^Not good for www.example.com[^]*www\.example\.org[^]*✗/);
+  },
+
+  async 'what changed between two'() {
+    await dropped(CHAIN);
+    await room('compare', '.differences');
+    assert.match(await text('.differences'), /Serial number/);
+    assert.ok((await count('.differences ins')) > 3);
+  },
+
+  async 'hostile names'() {
+    await dropped(made.hostile[0]);
+    await browser.until("parseInt(document.getElementById('count').textContent) === 4");
+    assert.equal(await text('#card-title'), MARKUP);
+    assert.match(await text('.chips'), /\\u\{202E\}gro\.live/);
+    for (let row = 0; row < 4; ++row) {
+      await click(`#entry-${row}`);
+      for (const each of ['asn1', 'trust', 'compare', 'overview']) await room(each, '> *');
+      assert.equal(await browser.run('document.documentElement.scrollWidth > innerWidth'), false, `layout of ${row}`);
+    }
+    await click('#entry-1');
+    await browser.until("document.getElementById('card-title').innerText.includes('safe\\\\u{202E}gro.elpmaxe\\\\x00\\\\x1B[31m\\\\x0A')");
+    assert.equal(await count('#work img, #work script, #work a'), 0);
+  },
+
+  async 'ten thousand certificates'() {
+    await browser.open(PAGE);
+    await browser.run(`{ globalThis.longest = 0; let last = performance.now();
+      setInterval(() => { const now = performance.now(); longest = Math.max(longest, now - last); last = now; }, 1);
+      addEventListener('drop', () => { globalThis.begun = performance.now(); longest = 0; last = begun; }, true);
+      new MutationObserver(() => { if (document.querySelector('.panels')) globalThis.first ??= performance.now() - begun; })
+        .observe(document.body, { childList: true, subtree: true }); }`);
+    await browser.drop([made.bundle[0]]);
+    await browser.until('globalThis.first !== undefined');
+    await browser.until("document.getElementById('count').textContent === '10,002 certificates'", 'all of them', 60);
+    const [first, longest, all] = await browser.run('[first, longest, performance.now() - begun]');
+    console.log(`    10,002: first card ${first.toFixed()} ms, longest pause ${longest.toFixed()} ms, all ${all.toFixed()} ms`);
+    assert.ok(first < 200 * PATIENCE && longest < 50 * PATIENCE);
+    assert.ok((await count('.entry')) < 40, 'only what is seen is drawn');
+    await browser.run("document.getElementById('list').focus()");
+    await browser.key('End');
+    await browser.until("document.querySelector('.entry[aria-selected=true]')?.id === 'entry-10001'");
+  },
+
+  async 'ready, and a card'() {
+    await browser.open(PAGE);
+    const ready = await browser.run("performance.getEntriesByName('ready')[0].startTime");
+    await browser.run(`{ addEventListener('drop', () => (globalThis.begun = performance.now()), true);
+      new MutationObserver(() => { if (document.querySelector('.panels')) globalThis.first ??= performance.now() - begun; })
+        .observe(document.body, { childList: true, subtree: true }); }`);
+    await browser.drop([CHAIN]);
+    await browser.until('globalThis.first !== undefined');
+    const first = await browser.run('first');
+    console.log(`    ready after ${ready.toFixed()} ms, a card ${first.toFixed()} ms after the drop`);
+    assert.ok(ready < 500 * PATIENCE && first < 50 * PATIENCE);
+  },
+
+  async 'keyboard alone'() {
+    await dropped(CHAIN);
+    const reached = new Set();
+    for (let step = 0; step < 14; ++step) {
+      await browser.key('Tab');
+      reached.add(await browser.run("document.activeElement.id || document.activeElement.innerText"));
+    }
+    for (const each of ['paste', 'list', 'save-pem', 'make-link', 'tab-overview']) assert.ok(reached.has(each), `${each} of ${[...reached]}`);
+    await browser.run("document.getElementById('list').focus()");
+    await browser.key('ArrowDown');
+    await browser.until("document.getElementById('card-title').innerText === 'Example Server CA 3'");
+    await browser.run("document.getElementById('tab-overview').focus()");
+    await browser.key('ArrowRight');
+    await browser.key('ArrowRight');
+    await browser.until("document.querySelector('.tree') && document.activeElement.id === 'tab-asn1'");
+    await browser.run("document.getElementById('tree').focus()");
+    for (const key of ['ArrowDown', 'ArrowLeft', 'ArrowDown']) await browser.key(key);
+    assert.match(await text('.element[aria-selected=true]'), /signatureAlgorithm/);
+    await browser.run("document.getElementById('hex').focus()");
+    await browser.key('ArrowRight');
+    assert.match(await text('.element[aria-selected=true]'), /SEQUENCE/);
+  },
+
+  async 'a link carries a certificate, and files are saved'() {
+    await dropped(CHAIN);
+    await browser.send('Browser.setDownloadBehavior', { behavior: 'allow', downloadPath: scratch });
+    await click('#save-pem');
+    await browser.until('true');
+    const saved = join(scratch, 'www.example.org.pem');
+    for (let turn = 0; turn < 200 && !existsSync(saved); ++turn) await new Promise((resolve) => setTimeout(resolve, 20));
+    assert.ok(readFileSync(CHAIN, 'utf8').includes(readFileSync(saved, 'utf8')));
+    await click('#make-link');
+    await browser.until("location.hash.startsWith('#der=')");
+    const hash = await browser.run('location.hash');
+    await browser.open(PAGE, hash);
+    await browser.until("document.getElementById('card-title')?.innerText === 'www.example.org'");
+  },
+
+  async 'three widths, two schemes, and people who do not see'() {
+    const axe = existsSync(AXE) ? readFileSync(AXE, 'utf8') : null;
+    if (axe === null) console.log('    axe is not to be had: not asked');
+    for (const [width, height] of [[360, 740], [1024, 800], [2560, 1300]]) {
+      for (const scheme of ['light', 'dark']) {
+        await browser.size(width, height);
+        await browser.scheme(scheme);
+        await dropped(CHAIN, made.key[0]);
+        if (axe !== null) await browser.run(axe);
+        for (const [name, selector] of [['overview', '.panels'], ['trust', '.way'], ['asn1', '.element'], ['compare', '.differences']]) {
+          await room(name, selector);
+          const what = `${name} at ${width}, ${scheme}`;
+          assert.equal(await browser.run('document.documentElement.scrollWidth > innerWidth'), false, `${what} is too wide`);
+          if (process.argv[2]) await browser.screenshot(join(process.argv[2], `${name}-${width}-${scheme}.png`));
+          if (axe === null) continue;
+          const found = await browser.run(`axe.run({ resultTypes: ['violations'] }).then(({ violations }) =>
+            violations.map(({ id, nodes }) => id + ': ' + nodes.map(({ html, failureSummary }) => html.slice(0, 200) + failureSummary).join(' | ')))`);
+          assert.deepEqual(found, [], what);
+        }
+      }
+    }
+  },
+};
+
+let failed = 0;
+await browser.size(1280, 900);
+for (const [name, test] of Object.entries(tests)) {
+  if (process.env.ONLY && !name.includes(process.env.ONLY)) continue;
+  try {
+    await test();
+    assert.deepEqual(browser.errors.splice(0), [], 'errors on the console');
+    const elsewhere = browser.requests.splice(0).filter((url) => !/^(about:|blob:|data:)/.test(url) && !url.startsWith(`file://${PAGE}`));
+    assert.deepEqual(elsewhere, [], 'requests');
+    console.log(`ok   ${name}`);
+  } catch (error) {
+    ++failed;
+    console.log(`FAIL ${name}: ${error.stack}`);
+    await browser.screenshot(join(TOP, 'build/viewer', 'failed.png'));
+  }
+}
+await browser.stop();
+rmSync(scratch, { recursive: true });
+process.exit(failed === 0 ? 0 : 1);
