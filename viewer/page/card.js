@@ -34,7 +34,7 @@ function nameRows(rdns, text) {
   const rows = rdns.slice(0, 40).map((rdn) => rdn.map(({ oid, name, value, hex }) =>
     field(name ?? oid, el('bdi', {}, clipSource(value ?? `#${hex}`)))));
   const rest = rdns.length > 40 ? el('p', { class: 'faint' }, `and ${rdns.length - 40} more`) : null;
-  return [el('dl', { class: 'fields' }, rows), rest, text === null ? null : copyButton(text, 'name as RFC 4514 text', 'Copy as RFC 4514')];
+  return [el('dl', { class: 'fields names' }, rows), rest, text === null ? null : copyButton(text, 'name as RFC 4514 text', 'Copy as RFC 4514')];
 }
 
 // Long texts of a certificate; made visible piece by piece they would cost too much at once.

@@ -62,13 +62,29 @@ export function button(label, onclick, properties = {}) {
   return el('button', { type: 'button', onclick, ...properties }, label);
 }
 
+/** Says something on a button for a while, and to people who do not see it. */
+export function flash(pressed, words) {
+  const label = pressed.dataset.label ?? pressed.textContent;
+  pressed.dataset.label = label;
+  pressed.textContent = words;
+  announce(words);
+  setTimeout(() => (pressed.textContent = label), 1500);
+}
+
+/** Whether a text could be put on the clipboard, which browsers refuse to pages that nobody looks at. */
+export async function copyText(text) {
+  try {
+    await navigator.clipboard.writeText(text);
+    return true;
+  } catch {
+    return false;
+  }
+}
+
 /** A button that copies a text, or what a function gives, and says so. */
 export function copyButton(text, what, label = 'Copy') {
   const copy = button(label, async () => {
-    await navigator.clipboard.writeText(typeof text === 'function' ? await text() : text);
-    copy.textContent = 'Copied';
-    announce(`${what} copied`);
-    setTimeout(() => (copy.textContent = label), 1500);
+    flash(copy, (await copyText(typeof text === 'function' ? await text() : text)) ? 'Copied' : 'Not allowed');
   }, { class: 'quiet small', 'aria-label': `Copy ${what}` });
   return copy;
 }

@@ -20,6 +20,14 @@ function surroundings(memory) {
   };
 }
 
+/** The octets of some base64. */
+export function octetsOf(base64) {
+  const characters = atob(base64);
+  const octets = new Uint8Array(characters.length);
+  for (let at = 0; at < octets.length; ++at) octets[at] = characters.charCodeAt(at);
+  return octets;
+}
+
 /** Purposes and profiles by the names of the command line, as the module numbers them. */
 export const PURPOSES = ['unsaid', 'server', 'client', 'code', 'email', 'time', 'ocsp', 'any'];
 export const PROFILES = ['basic', 'rfc5280', 'web'];

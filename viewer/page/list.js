@@ -57,8 +57,8 @@ export function drawList(anew = false) {
 
 /** Marks the row that is shown. */
 export function markShown() {
-  list.redraw();
   if (state.shown === null) return;
   list.reveal(state.shown);
+  for (const [index, entry] of list.drawn) entry.setAttribute('aria-selected', String(index === state.shown));
   byId('list').setAttribute('aria-activedescendant', `entry-${state.shown}`);
 }

@@ -153,7 +153,7 @@ function makeTabs() {
 
 function makeActions() {
   const actions = { 'save-pem': savePem, 'save-json': saveJson, 'save-xml': saveXml, 'make-link': makeLink };
-  for (const [id, act] of Object.entries(actions)) byId(id).addEventListener('click', () => act(state.shown));
+  for (const [id, act] of Object.entries(actions)) byId(id).addEventListener('click', ({ target: pressed }) => act(state.shown, pressed));
   byId('save-all').addEventListener('click', saveAll);
   byId('clear').addEventListener('click', () => {
     history.replaceState(null, '', location.pathname + location.search);

@@ -1,7 +1,8 @@
 // What leaves the page: files that a person saves, and the link that he asks for.
 
 import { ask } from './client.js';
-import { announce, visible } from './dom.js';
+import { announce, copyText, flash, visible } from './dom.js';
+import { octetsOf } from './engine.js';
 import { state } from './state.js';
 
 // Beyond this, mail and messengers cut links off.
@@ -42,16 +43,18 @@ export async function saveAll() {
   save('certificates.pem', 'application/x-pem-file', parts.join(''));
 }
 
-/** Puts the certificate into the fragment of the address, which browsers send to no server, and copies that. */
-export async function makeLink(row) {
+/**
+ * Puts the certificate into the fragment of the address, which browsers send to no server, and copies that. The button
+ * that was pressed says how it went.
+ */
+export async function makeLink(row, pressed) {
   const octets = await ask('octets', row);
   let characters = '';
   for (const octet of octets) characters += String.fromCharCode(octet);
   const base64 = btoa(characters).replaceAll('+', '-').replaceAll('/', '_').replace(/=+$/, '');
-  if (base64.length > LONGEST_LINK) return announce('This certificate is too large for a link');
+  if (base64.length > LONGEST_LINK) return flash(pressed, 'Too large for a link');
   history.replaceState(null, '', `#der=${base64}`);
-  await navigator.clipboard.writeText(location.href);
-  return announce('The link is copied. It holds the certificate itself.');
+  return flash(pressed, (await copyText(location.href)) ? 'Link copied' : 'Link is in the address');
 }
 
 /** The octets of the certificate in the fragment; null when there is none. */
@@ -59,8 +62,7 @@ export function linked() {
   const found = /^#der=([A-Za-z0-9_-]+)$/.exec(location.hash);
   if (found === null) return null;
   try {
-    const base64 = found[1].replaceAll('-', '+').replaceAll('_', '/');
-    return Uint8Array.from(atob(base64), (character) => character.charCodeAt(0));
+    return octetsOf(found[1].replaceAll('-', '+').replaceAll('_', '/'));
   } catch {
     return null;
   }

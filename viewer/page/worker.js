@@ -1,6 +1,6 @@
 // The worker: it alone touches the module, so that the page never waits for it.
 
-import { Engine } from './engine.js';
+import { Engine, octetsOf } from './engine.js';
 
 // The first piece is small, for the first card to come soon; no piece keeps a question waiting for long.
 const FIRST_PIECE = 1 << 16;
@@ -10,8 +10,7 @@ let engine = null;
 let reading = Promise.resolve();
 
 async function unpacked(base64) {
-  const packed = Uint8Array.from(atob(base64), (character) => character.charCodeAt(0));
-  const stream = new Blob([packed]).stream().pipeThrough(new DecompressionStream('deflate-raw'));
+  const stream = new Blob([octetsOf(base64)]).stream().pipeThrough(new DecompressionStream('deflate-raw'));
   return new Response(stream).arrayBuffer();
 }
 
