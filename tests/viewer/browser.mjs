@@ -98,7 +98,8 @@ export class Browser {
   }
 
   async screenshot(path, whole = false) {
-    const { data } = await this.send('Page.captureScreenshot', { format: 'png', captureBeyondViewport: whole });
+    const kind = path.endsWith('.webp') ? { format: 'webp', quality: 85 } : { format: 'png' };
+    const { data } = await this.send('Page.captureScreenshot', { ...kind, captureBeyondViewport: whole });
     writeFileSync(path, Buffer.from(data, 'base64'));
   }
 

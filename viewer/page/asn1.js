@@ -51,7 +51,7 @@ class Asn1View {
       'aria-expanded': hasMembers ? String(open) : null, 'aria-selected': String(index === this.selected),
       onclick: () => this.select(index, 'tree'), onmouseenter: () => this.touch(index),
     }, twisty, el('span', { class: 'type' }, type), field && el('span', { class: 'field' }, field),
-    el('bdi', { class: 'value' }, value), el('span', { class: 'extent' }, `${offset}: ${header}+${content}`));
+    el('bdi', { class: 'value' }, hasMembers ? '' : value), el('span', { class: 'extent' }, `${offset}: ${header}+${content}`));
     return row;
   }
 

@@ -118,10 +118,12 @@ function departuresPanel(departures, warnings, goToOffset) {
   if (departures.length + warnings.length === 0) {
     return section('Departures', el('p', { class: 'fine' }, 'None: it is as RFC 5280 and DER want it.'));
   }
-  const rows = departures.slice(0, 200).map(({ message, clause, offset, mayDecide }) => el('li', {},
+  // Of what came in BER the others count in the DER made of it, which is not what is shown.
+  const isBer = departures.some(({ id }) => id === 'notDer');
+  const rows = departures.slice(0, 200).map(({ id, message, clause, offset, mayDecide }) => el('li', {},
     message, mayDecide ? '' : ' No decision may rest on it.', ' ',
     el('span', { class: 'faint' }, clause), ' ',
-    button(`offset ${offset}`, () => goToOffset(offset), { class: 'quiet small' })));
+    (!isBer || id === 'notDer') && button(`offset ${offset}`, () => goToOffset(offset), { class: 'quiet small' })));
   return section('Departures',
     el('p', { class: 'faint' }, 'In what it is not as RFC 5280 and DER want it.'),
     el('ul', { class: 'plain' }, warnings.map((text) => el('li', {}, text)), rows));

@@ -99,12 +99,12 @@ function tellEnd({ source, items, passedOver }) {
   if (passedOver !== 0) addNote(`${source}: ${passedOver.toLocaleString('en')} more items that are no certificates.`);
 }
 
-// Another card of the same kind is looked at most often, so that a room that lists all is drawn anew.
+// What came in is what a person wants to see, but in a room about several, which is drawn anew.
 async function read(name, blob) {
   const source = nameSource(name);
   const first = state.rows.length;
   await ask('read', source, blob);
-  const count = state.rows.length - first;
+  const count = state.rows.filter((row) => row.source === source).length;
   announce(`${count} ${count === 1 ? 'certificate' : 'certificates'} in ${source}`);
   if (first !== 0 && count !== 0) await (room === 'overview' || room === 'asn1' ? show(first) : openRoom(room));
   return first;

@@ -3,8 +3,8 @@
 import { append, byId, button, el } from './dom.js';
 
 const KEY_ADVICE =
-  'This is a private key. It is not shown and nothing of it is kept. Give a page or a person the certificate that goes ' +
-  'with it, never the key. If it has been in a mail, a chat or a log, have the certificate revoked and make a new key.';
+  'This is a private key. It is not shown, and nothing is done with it. Give a page or a person the certificate that ' +
+  'goes with it, never the key. If it has been in a mail, a chat or a log, have the certificate revoked and make a new key.';
 const ADVICE = {
   privateKey: KEY_ADVICE,
   encryptedPrivateKey: KEY_ADVICE,
