@@ -66,5 +66,5 @@ configure() {
 
 # The C++ files of the project.
 cxx_files() {
-  find velmora tools tests examples bench fuzz -name '*.h' -o -name '*.cpp' | sort
+  find velmora tools tests examples bench fuzz viewer -name '*.h' -o -name '*.cpp' | sort
 }

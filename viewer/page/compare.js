@@ -1,12 +1,13 @@
 // Two certificates side by side: the fields in which they differ.
 
 import { ask } from './client.js';
-import { announce, el, fill, safe } from './dom.js';
+import { announce, clipped, el, fill, safe } from './dom.js';
 import { state } from './state.js';
 import { dayText } from './time.js';
 
 const MOST_CHOICES = 500;
 const MOST_ITEMS = 400;
+const MOST_TEXT = 10000;
 
 function choices(row) {
   const others = state.rows.filter((each) => each.row !== row);
@@ -18,7 +19,7 @@ function choices(row) {
 // Items of one side that the other lacks are marked, where both are lists.
 function marked(text, other, kind) {
   const items = text.split(', ');
-  if (items.length > MOST_ITEMS) return safe(`${text.slice(0, 4000)}…`);
+  if (items.length > MOST_ITEMS || text.length > MOST_TEXT) return clipped(text);
   const known = new Set(other.split(', '));
   return items.flatMap((item, place) => [
     place === 0 ? null : ', ', known.has(item) ? safe(item) : el(kind, {}, safe(item))]);

@@ -1,7 +1,7 @@
 // Whether a certificate may be trusted: the question, the verdict and the way to a root.
 
 import { ask } from './client.js';
-import { announce, append, button, el, fill } from './dom.js';
+import { announce, append, button, clipped, el, fill, visible } from './dom.js';
 import { rowAt, state } from './state.js';
 import { dateText, dayText } from './time.js';
 
@@ -115,7 +115,7 @@ function titleOf({ source, index, subject }) {
 
 function finding({ severity, text, clause, id }) {
   const words = id === 'noAnchors' ? noRoot : text;
-  return el('li', { class: severity }, severity === 'failure' ? '✗ ' : '! ', words,
+  return el('li', { class: severity }, severity === 'failure' ? '✗ ' : '! ', clipped(visible(words)),
     clause && el('span', { class: 'faint' }, ` (${clause})`));
 }
 
