@@ -256,8 +256,19 @@ def arithmetic_paths():
             yield f"dear/{what}.{path}", start + hashlib.shake_128(start).digest(90)
 
 
+# Octets within octets, more than are opened, of which one is no whole element; and text with a key beside it.
+def viewer_session():
+    inside = sequence(element(0x02, b"\x01"))
+    for tag in 0x04, 0x03, 0x04, 0x04, 0x03:
+        inside = sequence(element(tag, (b"\x00" if tag == 0x03 else b"") + inside), element(0x04, b"\x30\x05\x01"))
+    yield "octets_in_octets", with_extension("2A03", inside)
+    key = sequence(element(0x02, b"\x00"), sequence(oid("2B6570")), octets(octets(bytes(32))))
+    yield "key_and_certificate", b"".join(
+        b"-----BEGIN X-----\n" + base64.b64encode(each) + b"\n-----END X-----\n" for each in (key, certificate()))
+
+
 def main():
-    for target in der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths:
+    for target in der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths, viewer_session:
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():
