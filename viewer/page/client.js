@@ -5,6 +5,7 @@ let asked = new Map();
 let next = 0;
 let tellLines = () => {};
 let tellEnd = () => {};
+let isStarted = false;
 
 /** Asks the worker for an operation of the Engine. */
 export function ask(call, ...args) {
@@ -23,7 +24,8 @@ function received({ data }) {
   // Whatever the module fails at leaves it in no state to go on.
   reject(new Error(data.error));
   endWorker();
-  return tellEnd(data.error);
+  if (isStarted) tellEnd(data.error);
+  return undefined;
 }
 
 /** Ends it, with all that it holds. */
@@ -32,8 +34,12 @@ export function endWorker() {
   asked = new Map();
 }
 
-/** Starts a worker with a fresh module. `onLines` is told what is read; `onEnd` that the module has failed. */
-export function startWorker(onLines, onEnd) {
+/**
+ * Starts a worker with a fresh module, or fails where the browser cannot. `onLines` is told what is read; `onEnd` that the
+ * module has failed later.
+ */
+export async function startWorker(onLines, onEnd) {
+  isStarted = false;
   tellLines = onLines;
   tellEnd = onEnd;
   const code = document.getElementById('worker-code').textContent;
@@ -41,6 +47,7 @@ export function startWorker(onLines, onEnd) {
   worker = new Worker(url);
   URL.revokeObjectURL(url);
   worker.onmessage = received;
-  worker.onerror = (event) => onEnd(event.message);
-  return ask('start', document.getElementById('module-code').textContent.trim());
+  worker.onerror = ({ message }) => asked.forEach(({ reject }) => reject(new Error(message)));
+  await ask('start', document.getElementById('module-code').textContent.trim());
+  isStarted = true;
 }

@@ -120,16 +120,26 @@ async function openRoots(files) {
   openRoom('trust');
 }
 
+async function startModule() {
+  try {
+    await startWorker(onLines, onFailure);
+    document.body.dataset.ready = 'yes';
+  } catch (error) {
+    addNote(`This browser cannot run the page; those of 2023 and later can. (${error.message})`);
+  }
+}
+
 async function startAnew() {
   forget();
   clearNotices();
+  for (const id of ['card-head', 'room']) byId(id).replaceChildren();
   byId('card').hidden = true;
   byId('work').hidden = true;
   byId('start').hidden = false;
   byId('progress').hidden = true;
   drawList(true);
   nameTab(null);
-  await startWorker(onLines, onFailure);
+  await startModule();
 }
 
 async function onFailure(reason) {
@@ -168,8 +178,7 @@ async function start() {
   makeActions();
   makeInputs(read);
   prepareTrust(show, () => pickFiles(openRoots));
-  await startWorker(onLines, onFailure);
-  document.body.dataset.ready = 'yes';
+  await startModule();
   performance.mark('ready');
   const octets = linked();
   if (octets !== null) await read('the link', new Blob([octets]));

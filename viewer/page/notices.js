@@ -27,29 +27,25 @@ function notice({ source, index, error, found, line }) {
     ADVICE[found] ?? '');
 }
 
+// The list that is shown, made when there is none.
+function items() {
+  const box = byId('notices');
+  box.hidden = false;
+  if (!box.querySelector('ul')) append(box, el('ul'), button('Dismiss', clearNotices, { class: 'quiet small' }));
+  return box.querySelector('ul');
+}
+
 /** Shows what has come; a person may put it away. */
 export function addNotices(failures) {
-  const box = byId('notices');
-  if (failures.length === 0) return;
-  const items = box.querySelector('ul') ?? el('ul');
-  if (!items.parentNode) {
-    append(box, items, button('Dismiss', clearNotices, { class: 'quiet small' }));
-  }
-  append(items, failures.map(notice));
-  box.hidden = false;
+  if (failures.length !== 0) append(items(), failures.map(notice));
+}
+
+/** What is said of an input as a whole. */
+export function addNote(text) {
+  append(items(), el('li', { class: 'notice' }, text));
 }
 
 export function clearNotices() {
   byId('notices').replaceChildren();
   byId('notices').hidden = true;
-}
-
-/** What is said of an input as a whole. */
-export function addNote(text) {
-  const box = byId('notices');
-  if (!box.querySelector('ul')) {
-    append(box, el('ul'), button('Dismiss', clearNotices, { class: 'quiet small' }));
-  }
-  append(box.querySelector('ul'), el('li', { class: 'notice' }, text));
-  box.hidden = false;
 }
