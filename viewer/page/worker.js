@@ -2,8 +2,8 @@
 
 import { Engine, octetsOf } from './engine.js';
 
-// The first piece is small, for the first card to come soon; no piece keeps a question waiting for long.
-const FIRST_PIECE = 1 << 16;
+// The first pieces are small, for the first card to come soon; no piece keeps a question waiting for long.
+const FIRST_PIECE = 1 << 14;
 const PIECE = 1 << 18;
 
 let engine = null;
@@ -29,8 +29,8 @@ function pause() {
 async function read(name, blob) {
   engine.begin(name);
   let done = 0;
-  while (done < blob.size) {
-    const end = Math.min(blob.size, done + (done === 0 ? FIRST_PIECE : PIECE));
+  for (let piece = FIRST_PIECE; done < blob.size; piece = Math.min(PIECE, 2 * piece)) {
+    const end = Math.min(blob.size, done + piece);
     const lines = engine.feed(new Uint8Array(await blob.slice(done, end).arrayBuffer()));
     done = end;
     postMessage({ lines, name, done, total: blob.size });
