@@ -44,7 +44,7 @@ async function judge(host, trusted = true) {
   await browser.run(`{ document.getElementById('trust-target').value = ${JSON.stringify(host)};
     const box = document.querySelector('.roots input'); if (box.checked !== ${trusted}) box.click();
     document.querySelector('.question').requestSubmit(); }`);
-  await browser.until(`document.querySelector('.verdict strong').innerText.includes('${trusted ? host : 'Whom'}')`);
+  await browser.until(`document.querySelector('.verdict strong').innerText.includes('${!trusted ? 'Whom' : host || 'which host'}')`);
   return text('.answer');
 }
 
@@ -126,6 +126,7 @@ const tests = {
   async 'a chain for a host'() {
     await dropped(CHAIN);
     assert.match(await judge('www.example.org', false), /Whom do you trust/);
+    assert.match(await judge(''), /^For which host\?/);
     assert.match(await judge('www.example.org'), /^Good for www.example.org[^]*Example Root CA 1[^]*trusted root/);
     await picture('trust');
     assert.match(await judge('www.example.com'), /^Not good for www.example.com[^]*www\.example\.org[^]*✗/);

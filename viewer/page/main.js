@@ -4,7 +4,7 @@ import { showAsn1 } from './asn1.js';
 import { cardOf, panelsOf } from './card.js';
 import { ask, endWorker, startWorker } from './client.js';
 import { showCompare } from './compare.js';
-import { announce, byId, el, fill } from './dom.js';
+import { announce, byId, el, fill, visible } from './dom.js';
 import { makeInputs, pickFiles } from './inputs.js';
 import { drawList, makeList, markShown } from './list.js';
 import { addNote, addNotices, clearNotices } from './notices.js';
@@ -86,7 +86,7 @@ function onLines({ lines, name, done, total }) {
   addNotices(failures);
   byId('progress').hidden = done === total;
   byId('progress-bar').value = total === 0 ? 1 : done / total;
-  byId('progress-words').textContent = `Reading ${name.slice(0, 60)}`;
+  byId('progress-words').textContent = `Reading ${visible(name.slice(0, 60))}`;
   if (state.rows.length === 0) return;
   byId('start').hidden = true;
   byId('work').hidden = false;

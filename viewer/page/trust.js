@@ -93,17 +93,24 @@ function purposeWords() {
 
 const noRoot = 'No root is trusted yet. Tick one that you know to be genuine, or open a file of roots.';
 
+// What stands in large letters, how it looks, and the sentence below.
+function judgement(answer) {
+  const isAny = question.purpose === 'any';
+  const whom = answer.target ?? purposeWords();
+  if (answer.reason === 'noAnchors') return ['Whom do you trust?', 'open', noRoot];
+  if (!answer.verified) return [isAny ? 'Not verified' : `Not good for ${whom}`, 'bad', answer.text];
+  const root = titleOf(answer.paths[0].certificates.at(-1));
+  const words = `at ${dateText(answer.at)}, on the word of ${root}.`;
+  if (isAny && answer.target === null) return ['Verified', 'good', `For no purpose in particular, ${words}`];
+  if (question.purpose === 'server' && answer.target === null) {
+    return ['For which host?', 'open', `It holds for ${whom}, ${words} Give the host: nothing is said of names yet.`];
+  }
+  return [`Good for ${whom}`, 'good', `${isAny ? 'For no purpose in particular' : `For ${purposeWords()}`}, ${words}`];
+}
+
 function verdict(answer) {
-  const whom = answer.target ?? (question.purpose === 'any' ? 'anything' : purposeWords());
-  const isOpen = answer.reason === 'noAnchors';
-  const title = answer.verified ? `Good for ${whom}` : isOpen ? 'Whom do you trust?' : `Not good for ${whom}`;
-  const root = answer.verified ? answer.paths[0].certificates.at(-1) : null;
-  const unnamed = question.purpose === 'server' && answer.target === null
-    ? ' No host was given, so that any name would do.' : '';
-  const words = answer.verified
-    ? `As ${purposeWords()}, at ${dateText(answer.at)}, on the word of ${titleOf(root)}.${unnamed}`
-    : isOpen ? noRoot : answer.text;
-  return el('div', { class: `verdict ${answer.verified ? 'good' : isOpen ? 'open' : 'bad'}`, role: 'status' },
+  const [title, look, words] = judgement(answer);
+  return el('div', { class: `verdict ${look}`, role: 'status' },
     el('strong', {}, title), el('p', {}, words),
     el('p', { class: 'faint' }, 'Not judged: revocation, OCSP and certificate transparency.'));
 }
