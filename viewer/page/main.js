@@ -82,7 +82,6 @@ function onLines({ lines, name, done, total }) {
     else if (found.error !== undefined) failures.push(found);
     else tellEnd(found);
   }
-  state.failures.push(...failures);
   addNotices(failures);
   byId('progress').hidden = done === total;
   byId('progress-bar').value = total === 0 ? 1 : done / total;

@@ -3,7 +3,6 @@
 export const state = {
   rows: [], // {row, source, index, title, issuer, notBefore, notAfter, ca, selfIssued}
   places: new Map(), // "source\0index" to row
-  failures: [], // {source, index, error, found, line}
   sources: new Set(),
   shown: null, // the row of the card
   before: null, // the row that was shown before
@@ -13,7 +12,6 @@ export const state = {
 export function forget() {
   state.rows = [];
   state.places = new Map();
-  state.failures = [];
   state.sources = new Set();
   state.shown = null;
   state.before = null;
