@@ -1,6 +1,7 @@
 // What the page calls. Texts and octets go in through one buffer and come out through another; both
 // belong to the module, and what comes out stands until the next call.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -12,6 +13,10 @@
 namespace {
 
 using velmora::viewer::Session;
+
+// The years 1 to 9999, the ones that dates of certificates have.
+constexpr double kFirstSecond = -62'135'596'800;
+constexpr double kLastSecond = 253'402'300'799;
 
 // They live as long as the page, so that nothing destroys them.
 Session& session() {
@@ -96,7 +101,8 @@ void VIEWER_EXPORT(verify)(size_t row, uint32_t purpose, uint32_t profile, doubl
   question.profile = static_cast<velmora::Profile>(profile);
   question.target = inText();
   if (!std::isnan(at)) {
-    question.at = std::chrono::sys_seconds(std::chrono::seconds(static_cast<int64_t>(at)));
+    const double seconds = std::clamp(at, kFirstSecond, kLastSecond);
+    question.at = std::chrono::sys_seconds(std::chrono::seconds(static_cast<int64_t>(seconds)));
   }
   session().verify(row, question, emptyOut());
 }
