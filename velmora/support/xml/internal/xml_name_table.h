@@ -52,7 +52,7 @@ class XmlNameTable {
       char mask[16] = {};
       for (size_t at = 0; at <= size; ++at) {
         tag[at] = at == size ? '>' : kXmlNameTexts[i][at];
-        mask[at] = -1;
+        mask[at] = '\xFF';
       }
       m_tags[i] = {xmlNameWords({tag, 16}), xmlNameWords({mask, 16})};
     }
