@@ -1,4 +1,4 @@
-# The manual page and the completions, made by the program itself when it is built, and installed. A program
+# The manual page and the completions, made by the program itself each time it is linked, and installed. A program
 # for another machine cannot be run here: cross-compiled installations have neither.
 
 # velmora_manual(PROGRAM): makes and installs what the program says about itself.
@@ -14,17 +14,14 @@ function(velmora_manual program)
       "velmora-x509|${CMAKE_INSTALL_DATADIR}/bash-completion/completions|completions bash"
       "_velmora-x509|${CMAKE_INSTALL_DATADIR}/zsh/site-functions|completions zsh"
       "velmora-x509.fish|${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d|completions fish")
-  set(files)
   foreach(each IN LISTS made)
     string(REPLACE "|" ";" each "${each}")
     list(GET each 0 name)
     list(GET each 1 destination)
     list(GET each 2 words)
     separate_arguments(words)
-    add_custom_command(OUTPUT ${folder}/${name} COMMAND ${program} ${words} > ${folder}/${name}
-                       DEPENDS ${program} COMMENT "Making ${name} of ${program} ${words}" VERBATIM)
+    add_custom_command(TARGET ${program} POST_BUILD COMMAND ${program} ${words} > ${folder}/${name}
+                       BYPRODUCTS ${folder}/${name} COMMENT "Making ${name} of ${program} ${words}" VERBATIM)
     install(FILES ${folder}/${name} DESTINATION ${destination} COMPONENT tool)
-    list(APPEND files ${folder}/${name})
   endforeach()
-  add_custom_target(velmora_manual ALL DEPENDS ${files})
 endfunction()
