@@ -73,5 +73,26 @@ TEST(JudgementCache, PreparesWhileOthersGoOn) {
   }
 }
 
+// A generation of links leaves with one link more than the next one holds, and never by links of
+// the other verdict, however many.
+TEST(JudgementCache, KeepsTwoGenerationsOfLinks) {
+  using Verdict = SignatureVerdict;
+  for (const auto& [kept, other] :
+       {std::pair(Verdict::good, Verdict::wrong), std::pair(Verdict::wrong, Verdict::good)}) {
+    Asked asked(0);
+    const auto keep = [&](std::byte key, Verdict verdict, size_t count) {
+      for (size_t i = 0; i < count; ++i) {
+        asked.cache.keep(Sha256{key}, Sha256{std::byte(i), std::byte(i >> 8)}, {verdict});
+      }
+    };
+    keep(std::byte{1}, kept, JudgementCache::kMostLinks);
+    keep(std::byte{2}, other, 3 * JudgementCache::kMostLinks);
+    keep(std::byte{3}, kept, JudgementCache::kMostLinks);
+    EXPECT_TRUE(asked.cache.find(Sha256{std::byte{1}}, Sha256{}));
+    keep(std::byte{4}, kept, 1);
+    EXPECT_FALSE(asked.cache.find(Sha256{std::byte{1}}, Sha256{}));
+  }
+}
+
 }  // namespace
 }  // namespace velmora::test

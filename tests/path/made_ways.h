@@ -57,7 +57,7 @@ inline const Certificate& named(const std::string& label) {
 }
 
 template <class T>
-std::vector<T> listOf(const std::map<std::string, T>& all, const std::string& labels) {
+std::vector<T> labelled(const std::map<std::string, T>& all, const std::string& labels) {
   std::vector<T> list;
   std::istringstream words(labels);
   for (std::string label; words >> label;) list.push_back(all.at(label));
@@ -65,7 +65,7 @@ std::vector<T> listOf(const std::map<std::string, T>& all, const std::string& la
 }
 
 inline std::vector<Certificate> several(const std::string& labels) {
-  return listOf(pki().certificates, labels);
+  return labelled(pki().certificates, labels);
 }
 
 inline VerifyOptions asked(Purpose purpose = Purpose::any) {

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "tests/common/allocation_fault.h"
+#include "tests/common/der_builder.h"
 #include "tests/common/signed_cases.h"
 #include "tests/path/made_ways.h"
 #include "velmora/path/internal/judgement_cache.h"
@@ -105,7 +106,7 @@ std::vector<VerifyOptions> questions() {
   all[1].paths = 100;
   all[2].purpose = Purpose::server;
   all[2].target = *Target::host("elsewhere.example.com");
-  std::vector<Crl> crls = listOf(pki().crls, "crlRevokedCa crlOfCa crlOfRoot");
+  std::vector<Crl> crls = labelled(pki().crls, "crlRevokedCa crlOfCa crlOfRoot");
   crls.push_back(forgedCrl("crlOfCa"));
   all[3].crls = CrlSet(crls);
   all[3].revocation = Revocation::all;
@@ -314,6 +315,20 @@ TEST(Verify, SaysWhenLongerWaysWereNotTried) {
     EXPECT_EQ(briefly(ask("leaf", "ca root", "caTwin", options)),
               most == 3 ? "rejectedByCaller" : "tooManyCertificates");
   }
+  // No limit makes ways of more than 100 be tried, here such that nobody signed.
+  for (const size_t length : {100U, 101U}) {
+    std::vector<Certificate> way;
+    for (size_t i = 0; i < length; ++i) {
+      der::Certificate fields;
+      fields.subject = der::name({{"2.5.4.3", std::to_string(i).c_str()}});
+      fields.issuer = der::name({{"2.5.4.3", std::to_string(i + 1).c_str()}});
+      way.push_back(*Certificate::parse(fields.der()));
+    }
+    options.limits.certificates = 1000;
+    const Verification answer = verify(way[0], TrustAnchors(std::span(way).last(1)),
+                                       CertificateSet(std::span(way).subspan(1)), options);
+    EXPECT_EQ(briefly(answer), length == 100 ? "algorithmsDiffer" : "tooManyCertificates");
+  }
 }
 
 // Not what is wrong with a crowd in an issuer's name.
@@ -412,7 +427,7 @@ TEST(Verify, SaysForWhatAndWhetherCrlsVouched) {
     VerifyOptions options = asked(Purpose::server);
     options.revocation = row.mode;
     options.policies.inhibitAny = true;
-    options.crls = CrlSet(listOf(pki().crls, row.crls));
+    options.crls = CrlSet(labelled(pki().crls, row.crls));
     const Verification answer = ask("leaf", "root", "ca", options);
     EXPECT_TRUE(wholly(answer).starts_with(row.expected + ';')) << wholly(answer);
     for (const VerifiedPath& each : answer.verified) {
@@ -454,7 +469,7 @@ TEST(Verify, WithoutMemoryNothingHolds) {
   all[0].policies.accepted = {*Oid::parse("1.3.6.1.4.1.99999.1")};
   all[1].purpose = Purpose::server;
   all[1].target = *Target::host("www.example.com");
-  all[3].crls = CrlSet(listOf(pki().crls, "crlOfCa crlOfRoot"));
+  all[3].crls = CrlSet(labelled(pki().crls, "crlOfCa crlOfRoot"));
   for (const VerifyOptions& options : all) {
     for (const bool fromBytes : {false, true}) {
       TrustAnchors anchors(roots);

@@ -281,6 +281,23 @@ TEST(CertificateReader, RefusesWhatIsTooLargeAndGoesOn) {
   }
 }
 
+// Likewise XML; and what stands in front of the first ASN.1 element, 16 KiB and one byte more.
+TEST(XmlSplitter, HoldsNoMoreThanItMay) {
+  using Event = XmlSplitter::Event;
+  const auto first = [](std::string_view text, size_t most) {
+    return XmlSplitter(most).advance(text);
+  };
+  const std::string document = xmlOf(kA);
+  EXPECT_EQ(first(document, document.size()), Event::kDocument);
+  EXPECT_EQ(first(document, document.size() - 1), Event::kFault);
+  const std::string element = "<sequence";
+  for (const size_t room : {size_t{16384}, size_t{16385}}) {
+    const std::string front = "<l>" + std::string(room - element.size() - 6, ' ') + "<c>";
+    EXPECT_EQ(first(front + element + "></sequence></c></l>", CertificateReader::kMaxXmlSize),
+              room == 16384 ? Event::kDocument : Event::kForeign);
+  }
+}
+
 TEST(CertificateReader, StopsAtOnceOnWhatCannotBeAnInput) {
   Found found;
   CertificateReader reader(found);

@@ -116,7 +116,8 @@ class Inputs(unittest.TestCase):
         for content, expected in [(key + leaf, (0, line + "\n")), (key + leaf + request + key, (0, line + ", and 2 more\n"))]:
             status, out, errors = run("name", stdin=content.encode())
             self.assertEqual((status, errors, out.splitlines()), (*expected, THREE))
-        status, _, errors = run("name", stdin=(key * 1500 + leaf).encode())  # too many to wait for a certificate
+        self.assertEqual(run("name", stdin=(key * 999 + leaf).encode())[::2], (0, line + ", and 998 more\n"))
+        status, _, errors = run("name", stdin=(key * 1000 + leaf).encode())  # too many to wait for a certificate
         self.assertEqual((status, len(errors.splitlines()) < 300), (3, True))
         self.assertEqual(run("verify", "--roots", data("three.pem"), "--chain", "-", data("three.pem"), stdin=(key + leaf).encode())[2], line + "\n")
 
@@ -319,7 +320,7 @@ class Safety(unittest.TestCase):
                 for command in (
                         ["show"], ["show", "--json"], ["show", "--xml"], ["name"], ["name", "--json"],
                         ["name", "--members"], ["name", "--rfc4514"], ["lint"], ["lint", "--json"],
-                        ["expires", "--within", "99999"], ["key"], ["key", "--xml"], ["match", "sha1,hex,00"],
+                        ["expires", "--within", "1000000"], ["key"], ["key", "--xml"], ["match", "sha1,hex,00"],
                         ["asn1"], ["asn1", "--compact"]):
                     with self.subTest(f"{command} {content.name}"):
                         _, out, errors = run(*command, name)
@@ -725,6 +726,13 @@ class Compared(unittest.TestCase):
         forged = (EXAMPLES / "intermediate.der").read_bytes()
         out = run("tree", stdin=(EXAMPLES / "leaf.der").read_bytes() + forged[:-1] + bytes([forged[-1] ^ 1]) + base64.b64decode("".join(root.splitlines()[1:-1])))[1]
         self.assertEqual((out.count("not here"), out.count("└")), (1, 1))
+        # Others of the name with keys of their own: the sixteenth is tried, and none behind it.
+        real = (EXAMPLES / "intermediate.der").read_bytes()
+        point = real.index(bytes.fromhex("03420004")) + 4
+        for others, missing in ((15, 0), (16, 1)):
+            crowd = b"".join(real[:point] + bytes([real[point] ^ i]) + real[point + 1:] for i in range(1, others + 1))
+            out = run("tree", stdin=(EXAMPLES / "leaf.der").read_bytes() + crowd + real)[1]
+            self.assertEqual(len(re.findall(r"^    -:1, .*not here|^C=CH, ST=.*\n.*not here", out, re.M)), missing)
 
     def test_diff_tells_the_fields(self):
         leaf = (EXAMPLES / "leaf.der").read_bytes()
@@ -789,7 +797,7 @@ class Usage(unittest.TestCase):
                  (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"),
                  (["pin", "--hash", "md5", "x"], "sha256"), (["pin", "--encoding", "rot13", "x"], "base64"),
                  (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),
-                 (["expires", "--within", "-1", "x"], "--within"), (["split", "--pem", "--der", "x"], "exclude"),
+                 (["expires", "--within", "-1", "x"], "--within"), (["expires", "--within", "1000001", "x"], "at most 1000000"), (["split", "--pem", "--der", "x"], "exclude"),
                  (["show", "--lines", "x"], "--json"), (["verify", "--lines", "x"], "--json"), (["lint", "--jobs", "2", "x"], "--lines"),
                  (["pin", "--quiet", "x"], "--lines"), *((["name", "--style", n, "x"], "0 to 6 or 22") for n in ("-1", "7", "21", "23")),
                  (["expires", "--critical", "31", "x"], "beyond"), (["pin", "--http", "--hash", "sha1", "x"], "exclude"), (["help", "shwo"], 'mean "show"'),

@@ -72,8 +72,8 @@ class Lines(unittest.TestCase):
     def test_many_lines_keep_their_order_on_any_number_of_threads(self):
         ders = [certificate(name((CN, tlv(UTF8, b"%d " % i + b"x" * (i * 7919 % 3000))))) for i in range(3000)]
         lines = b"".join(b"%d\t%s\n" % (i, base64.b64encode(der) if i % 100 else b"?") for i, der in enumerate(ders))
-        outputs = [run("show", "--json", "--jobs", jobs, lines=lines, status=3) for jobs in ("1", "5")]
-        self.assertEqual(*outputs)
+        outputs = [run("show", "--json", "--jobs", jobs, lines=lines, status=3) for jobs in ("1", "5", "256")]
+        self.assertEqual(outputs[1:], outputs[:1] * 2)
         answers = [json.loads(line) for line in outputs[0][0].splitlines()]
         expected = [(i, str(i), hashlib.sha256(der).hexdigest().upper() if i % 100 else None) for i, der in enumerate(ders)]
         self.assertEqual([(each["index"], each["key"], each.get("sha256")) for each in answers], expected)

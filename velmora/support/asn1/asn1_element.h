@@ -34,6 +34,8 @@ inline constexpr uint32_t kConstructed = 0x20, kContext = 0x80,
                           kSet = kConstructed | asn1_tag::kSet;
 /// In place of a tag number above 30, which follows.
 inline constexpr uint32_t kLongTag = 0x1F;
+/// The largest tag number there may be, which leaves readers a bit.
+inline constexpr uint32_t kMaxTagNumber = 0x7FFFFFFF;
 }  // namespace asn1_identifier
 
 /// The identifier and length octets of one element (X.690 §8.1).

@@ -35,8 +35,12 @@ class BerWalk {
   BerWalk(std::span<const unsigned char> bytes, size_t mostElements) noexcept
       : m_reader(bytes), m_inputEnd(bytes.size()), m_elementsLeft(mostElements) {}
 
+  /// The elements that any input may have, and the octets for which it may have one more.
+  static constexpr size_t kElementsOfAny = 65'536, kOctetsForOneMore = 4;
   /// How many elements there may be in so many octets.
-  static constexpr size_t maxElements(size_t octets) noexcept { return 65536 + octets / 4; }
+  static constexpr size_t maxElements(size_t octets) noexcept {
+    return kElementsOfAny + octets / kOctetsForOneMore;
+  }
 
   /// Moves on. At kElement `header` is that of the element and `content`, when it is primitive,
   /// what it holds.

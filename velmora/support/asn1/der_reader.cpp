@@ -5,7 +5,6 @@
 namespace velmora {
 namespace {
 
-constexpr uint32_t kMaxTagNumber = 0x7FFFFFFF;
 constexpr unsigned char kMoreFollows = 0x80;
 constexpr unsigned char kLongLength = 0x80;
 constexpr unsigned char kIndefinite = 0x80;
@@ -47,7 +46,7 @@ bool DerReader::readLongTagNumber(Asn1Header& header, size_t& at) noexcept {
   unsigned char octet = kMoreFollows;
   while ((octet & kMoreFollows) != 0) {
     if (at == m_end) return refuse(kCutHeader, at);
-    if (number > kMaxTagNumber >> 7) return refuse(kLargeTag, first);
+    if (number > asn1_identifier::kMaxTagNumber >> 7) return refuse(kLargeTag, first);
     octet = m_data[at++];
     number = number << 7 | (octet & 0x7FU);
   }

@@ -31,7 +31,7 @@ constexpr const char* kBadCharacter = "The content has a character beyond U+00FF
 constexpr const char* kBadUtf8 = "The content is not UTF-8.";
 constexpr const char* kBadEncoding = "The attribute \"encoding\" is not \"latin1\".";
 
-constexpr uint32_t kMaxTagNumber = 0x7FFFFFFF;
+using asn1_identifier::kMaxTagNumber;
 
 using FormTable = std::array<Asn1XmlForm, static_cast<size_t>(XmlName::kCount)>;
 

@@ -24,13 +24,14 @@ std::span<const unsigned char> withoutZeros(std::span<const unsigned char> numbe
 const char* keyFault(std::span<const unsigned char> modulus,
                      std::span<const unsigned char> exponent) noexcept {
   constexpr size_t kMinSize = RsaKeyData::kMinModulusBits / 8;
+  constexpr size_t kMaxExponentSize = RsaKeyData::kMaxExponentBits / 8;
   if (modulus.size() > RsaKeyData::kMaxModulusSize) {
     return "The RSA modulus is longer than 16384 bits.";
   }
   const bool isShort = modulus.size() == kMinSize && modulus[0] < 0x80;
   if (modulus.size() < kMinSize || isShort) return "The RSA modulus is shorter than 512 bits.";
   if (modulus.back() % 2 == 0) return "The RSA modulus is even.";
-  if (exponent.size() > sizeof(Limb)) return "The RSA public exponent is longer than 64 bits.";
+  if (exponent.size() > kMaxExponentSize) return "The RSA public exponent is longer than 64 bits.";
   const bool isTooSmall = exponent.empty() || (exponent.size() == 1 && exponent[0] < 3);
   if (isTooSmall || exponent.back() % 2 == 0) return "The RSA public exponent is even or below 3.";
   return nullptr;

@@ -20,6 +20,8 @@ class VELMORA_API RsaKeyData {
   static constexpr size_t kMinModulusBits = 512;
   /// The bits that it has at most.
   static constexpr size_t kMaxModulusBits = vartime::kMaxModulusLimbs * vartime::kLimbBits;
+  /// The bits that the public exponent has at most.
+  static constexpr size_t kMaxExponentBits = vartime::kLimbBits;
   /// The octets that hold any modulus.
   static constexpr size_t kMaxModulusSize = kMaxModulusBits / 8;
 
