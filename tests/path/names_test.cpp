@@ -48,7 +48,7 @@ TEST(Target, IsReadToTheLetter) {
       {Target::host, "a.org\0"s, 5, "a.org", "a.org"},
       {Target::host, "a.org:443", 5, "a.org", "a.org"},
       {Target::host, label + "a.org", 63, label + ".org", label + ".org"},
-      {Target::host, longest + "aa", 253, longest, longest},
+      {Target::host, longest + "a", 253, longest, longest},
       {Target::host, "example.1", 0, "example.1a", "example.1a"},
       {Target::dnsName, "192.0.2.17", 8, "192.0.2.17a", "192.0.2.17a"},
       {Target::host, "192.0.2.256", 8, "192.0.2.255", "192.0.2.255"},

@@ -141,12 +141,13 @@ std::vector<std::tuple<const char*, std::string, Items>> readCases() {
        "a -----BEGIN X-----\n" + base64Of(kA) + "\n-----END X----- b\n" + onOneLine + "c " +
            onOneLine + "\nd\n",
        {kBeside, kA, kBeside, kA, kB, kBeside, kA, kB}},
+      {"PEM, longest label", pemOf(kA, std::string(122, 'X')), {kA}},
       {"PEM, dashes end the text", pemOf(kA, "X", "") + "--", {kA, kBeside}},
       {"PEM, half a marker ends the text", pemOf(kA, "X", "") + "--BEGI", {kA, kBeside}},
       {"PEM, END alone", end + pemOf(kA) + end + end, {kNoBegin, kA, kNoBegin, kNoBegin}},
       {"PEM, malformed markers",
        "-----BEGIN\n-----BEGIN X----\n------END X-----\n-- BEGIN\n-----BEGIN " +
-           std::string(200, 'X') + "-----\n-" + pemOf(kA) + begin + "MA----END X-----" + begin +
+           std::string(123, 'X') + "-----\n-" + pemOf(kA) + begin + "MA----END X-----" + begin +
            "--MA\n-----END" + begin + "X: --END",
        {kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kMalformed, kA, kMalformed,
         kNotBase64, kMalformed, kMalformed}},
