@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <concepts>
 
 #include "tests/certificate/typed_test.h"
+#include "velmora/certificate/internal/extension_reader.h"
 #include "velmora/support/text/byte_codecs.h"
 
 namespace velmora::test {
@@ -320,6 +322,32 @@ TEST(Extensions, AreReadToTheLetterOrMalformed) {
   EXPECT_FALSE((ExtendedKeyUsage{{oid::serverAuth, Oid()}}).has(Oid()));
   EXPECT_TRUE((TlsFeatures{{5}}).has(5));
   EXPECT_FALSE((TlsFeatures{{5}}).has(17));
+}
+
+// The members of all lists in a value count together: here one list, and points of a name each.
+TEST(Extensions, HaveNoMoreMembersThanTheyMay) {
+  constexpr size_t kMembers = ExtensionReader::kMaxMembers;
+  const Bytes name = primitive(2, ""), one = sequence(context(0, context(0, name)));
+  for (const size_t more : {0U, 1U}) {
+    Bytes names, points;
+    for (size_t i = 0; i < kMembers + more; ++i) names += name;
+    for (size_t i = 0; i < kMembers / 2 + more; ++i) points += one;
+    const Certificate certificate =
+        parsed(withExtensions(extension("2.5.29.17", octets(sequence(names))),
+                              extension("2.5.29.31", octets(sequence(points)))));
+    const auto code = [&](const auto& answer) {
+      return answer ? ErrorCode::absent : answer.error().code;
+    };
+    const ErrorCode expected = more == 0 ? ErrorCode::absent : ErrorCode::tooLarge;
+    EXPECT_EQ(code(certificate.subjectAltNames()), expected);
+    EXPECT_EQ(code(certificate.subjectAltNameCursor()), expected);
+    EXPECT_EQ(code(certificate.crlDistributionPoints()), expected);
+    const auto isMalformed = [](const Departure& each) {
+      return each.code == DepartureCode::extensionMalformed;
+    };
+    const std::vector<Departure> departures = certificate.departures();
+    EXPECT_EQ(std::count_if(departures.begin(), departures.end(), isMalformed), more == 0 ? 0 : 2);
+  }
 }
 
 TEST(Extensions, CriticalOnesThatNobodyAnswersAreNamedOnce) {

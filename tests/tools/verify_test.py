@@ -219,14 +219,17 @@ class Given(unittest.TestCase):
         self.assert_trust("wrongHost", "--host", "example.com", "--roots", EXAMPLES / "root.pem", *self.EXAMPLE)
 
     def test_reasons_are_those_of_findings_and_in_the_order_of_the_files(self):
-        doubtful = (EXAMPLES / "leaf.der").read_bytes().replace(b"\1\1\xff", b"\1\1\1", 1)
+        leaf = (EXAMPLES / "leaf.der").read_bytes()
+        doubtful = leaf.replace(b"\1\1\xff", b"\1\1\1", 1)
+        without_curve = leaf.replace(bytes.fromhex("06082a8648ce3d030107"), bytes.fromhex("04082a8648ce3d030107"))
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder, "doubtful.der")
-            path.write_bytes(doubtful)
+            path.write_bytes(doubtful + without_curve)
             status, answers = verify("--profile", "web", "--no-host", "--purpose", "server", "--roots", EXAMPLES / "root.pem",
                                      "--chain", EXAMPLES / "intermediate.pem", path, os.devnull, EXAMPLES / "leaf.pem")
-        self.assertEqual((status, [answer.get("reason") for answer in answers]), (3, ["wrongSignature", None, "webValidity"]))
+        self.assertEqual((status, [answer.get("reason") for answer in answers]), (3, ["wrongSignature", "wrongSignature", None, "webValidity"]))
         self.assertIn("booleanNotDer", ids(answers[0]))
+        self.assertEqual(ids(answers[1]), {"wrongSignature", "keyMalformed", "webKey", "webValidity"})
 
     def test_crls(self):
         crl, folder = (CRLS / "ca.crl").read_text(), tempfile.TemporaryDirectory()

@@ -25,10 +25,10 @@ class ExtensionPart {
   void judge(const Result<ExtensionContent>& answer) {
     if (answer) return std::visit([&](const auto& content) { examine(content); }, *answer);
     if (answer.error().code == ErrorCode::outOfMemory) throw std::bad_alloc();
-    const bool isMalformed = answer.error().code == ErrorCode::malformedExtension;
-    if (isMalformed && m_list.isCertain()) {
-      m_list.add(Code::extensionMalformed, answer.error().offset);
-    }
+    const Error& error = answer.error();
+    const bool isUnread =
+        error.code == ErrorCode::malformedExtension || error.code == ErrorCode::tooLarge;
+    if (isUnread && m_list.isCertain()) m_list.add(Code::extensionMalformed, error.offset);
   }
 
  private:

@@ -106,7 +106,7 @@ Result<GeneralNameCursor> Certificate::subjectAltNameCursor() const& noexcept {
       if (names.atEnd()) names.refuse(at);
       cursor.m_offset = static_cast<uint32_t>(names.offset());
       size_t size = 0;
-      while (!names.atEnd()) size += names.element().whole.size();
+      while (names.hasMember()) size += names.element().whole.size();
       cursor.m_names = names.block().bytes().subspan(cursor.m_offset, size);
     });
     return cursor;

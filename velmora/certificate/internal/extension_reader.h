@@ -2,6 +2,7 @@
 
 // What the readers of extension values are written with.
 
+#include <algorithm>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -38,6 +39,10 @@ inline constexpr Tag kSequenceTag = universal(asn1_tag::kSequence);
 /// zero bits at the end of a named bit list.
 class ExtensionReader {
  public:
+  /// How many members the lists in one value may have together. Each may be two octets of DER, and
+  /// up to 184 as what it is read into.
+  static constexpr size_t kMaxMembers = 65'536;
+
   /// What the readers of one value share.
   struct Source {
     const BlockRef& block;  // the certificate
@@ -45,6 +50,8 @@ class ExtensionReader {
     bool keeps = true;  // else what is read is checked alone, and answers are empty: no memory
     std::optional<size_t> fault = {};
     bool isPlain = true;  // all was seen: nothing came for which look() was called
+    size_t membersLeft = kMaxMembers;
+    bool hasTooMany = false;
   };
 
   ExtensionReader(Source& source, Bytes bytes, size_t offset) noexcept
@@ -156,16 +163,25 @@ class ExtensionReader {
   }
   /// How many elements are left, so that room for them is taken once.
   size_t count() const noexcept;
+  /// To be called before each member of a list is read: whether there is one. One too many of all
+  /// lists together is a fault.
+  bool hasMember() noexcept {
+    if (atEnd()) return false;
+    if (m_source.membersLeft-- != 0) return true;
+    m_source.hasTooMany = true;
+    refuse(offset());
+    return false;
+  }
 
  private:
   template <class T, class Read>
   void appendEach(std::vector<T>& list, Read& readMember) {
     if (!keeps()) {
-      while (!atEnd()) readMember(*this);
+      while (hasMember()) readMember(*this);
       return;
     }
-    list.reserve(count());
-    while (!atEnd()) list.push_back(readMember(*this));
+    list.reserve(std::min(count(), m_source.membersLeft));
+    while (hasMember()) list.push_back(readMember(*this));
   }
 
   ExtensionReader enter(Tag tag) noexcept {
@@ -192,7 +208,8 @@ Result<T> readValue(const BlockRef& block, Bytes value, Strictness strictness,
   ExtensionReader reader(source, value, offset);
   T answer = production(reader);
   reader.end();
-  if (source.fault) return Error::at(ErrorCode::malformedExtension, *source.fault);
+  const ErrorCode code = source.hasTooMany ? ErrorCode::tooLarge : ErrorCode::malformedExtension;
+  if (source.fault) return Error::at(code, *source.fault);
   return answer;
 }
 
