@@ -23,6 +23,7 @@ TEST(DerXmlCodec, DerBothWays) {
       {"050100", "<null>00</null>"},
       {"0303 00A5FF", "<bits>A5FF</bits>"},
       {"0302 03A8", "<bits unused=\"3\">A8</bits>"},
+      {"0302 0780", "<bits unused=\"7\">80</bits>"},
       {"0301 00", "<bits></bits>"},
       {"0300", "<universal number=\"3\"></universal>"},
       {"0302 08A8", "<universal number=\"3\">CKg=</universal>"},
