@@ -8,6 +8,7 @@ them and a replay runs through all of them. Run it again after a change; the res
 import base64
 import hashlib
 import sys
+import zlib
 from pathlib import Path
 
 SEEDS = Path(__file__).resolve().parent / "seeds"
@@ -267,8 +268,26 @@ def viewer_session():
         b"-----BEGIN X-----\n" + base64.b64encode(each) + b"\n-----END X-----\n" for each in (key, certificate()))
 
 
+# Streams of each kind of block, behind a way and a bound, and what is to be compressed.
+def inflate():
+    text = bytes(range(97, 123)) * 2 + b"the quick brown fox, the lazy dog, the quick one" + bytes(300)
+    yield "compress", b"\0\0" + text
+    for title, level, strategy in (("stored", 0, 0), ("fixed", 9, zlib.Z_FIXED), ("dynamic", 9, 0),
+                                   ("huffman", 9, zlib.Z_HUFFMAN_ONLY), ("runs", 9, zlib.Z_RLE)):
+        stream = zlib.compressobj(level, zlib.DEFLATED, -15, 9, strategy)
+        yield title, b"\1\x40" + stream.compress(text) + stream.flush()
+
+
+def xml_trees():
+    yield "text", (b'<a> <!-- c --><oid>2.5.4.3</oid><set tag="3" x=\'1\'><utf8>&lt;&#10;\xC3\xA9</utf8></set>'
+                   b'<?p?><b><![CDATA[ ]]></b><null></null></a>')
+    for number in range(3):
+        yield f"program{number}", hashlib.shake_128(bytes([number])).digest(99)
+
+
 def main():
-    for target in der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths, viewer_session:
+    for target in (der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths, viewer_session,
+                   inflate, xml_trees):
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():
