@@ -35,10 +35,11 @@ bool LineBatches::next(LineBatch& batch) {
   } else if (text.size() > kMaxLine) {
     skipLine(batch);
   }
+  if (text.empty()) return false;
   const auto ends = std::count(text.begin(), text.end(), '\n');
   batch.firstIndex = m_nextIndex;
   m_nextIndex += static_cast<size_t>(ends) + (text.ends_with('\n') ? 0 : 1);
-  return !text.empty();
+  return true;
 }
 
 // Passes over what is left of a line, and keeps the start of it.
