@@ -18,8 +18,11 @@ sys_seconds january(int day) {
 der::Bytes entry(const der::Bytes& serial, const der::Bytes& more = "") {
   return sequence(integer(serial), utcTime("250105000000Z"), more);
 }
+der::Bytes reasonOf(const der::Bytes& value) {
+  return extension("2.5.29.21", octets(value));
+}
 der::Bytes reason(char number) {
-  return extension("2.5.29.21", octets(element(10, der::Bytes(1, number))));
+  return reasonOf(element(10, der::Bytes(1, number)));
 }
 der::Bytes critical(const std::string& oid, const der::Bytes& value) {
   return extension(oid, boolean(true), octets(value));
@@ -99,6 +102,8 @@ TEST(Crls, VouchOnlyWhenAllOfThemIsUnderstood) {
       {&CrlFields::revoked, revoked(null()), kNoCrl},
       {&CrlFields::revoked, sequence(sequence(integer("\x05"), utcTime("x"))), kListsAlone},
       {&CrlFields::revoked, revoked(sequence(reason(6))), kVouches},
+      {&CrlFields::revoked, revoked(sequence(reasonOf("\x2A\x01\x06"))), kListsAlone},
+      {&CrlFields::revoked, revoked(sequence(reasonOf("\x0A\x81\x01\x06"))), kListsAlone},
       {&CrlFields::revoked, revoked(sequence(reason(7))), kListsAlone},
       {&CrlFields::revoked, revoked(sequence(reason(8))), kListsAlone},
       {&CrlFields::revoked, revoked(sequence(reason(11))), kListsAlone},

@@ -12,13 +12,12 @@ namespace {
 
 constexpr Oid kReasonCode{"2.5.29.21"}, kInvalidityDate{"2.5.29.24"};
 
-// CRLReason ::= ENUMERATED, whose 7 is not used (§5.3.1).
+// CRLReason ::= ENUMERATED, whose 7 is not used (§5.3.1); to the letter, since what stands inside
+// an OCTET STRING was not held against DER.
 std::optional<CrlReason> readReason(Bytes value) noexcept {
-  CrlElement element;
-  CrlMembers members(value, 0);
-  if (!members.take(asn1_tag::kEnumerated, element) || !members.atEnd()) return std::nullopt;
-  if (element.content.size() != 1) return std::nullopt;
-  const auto number = std::to_integer<uint8_t>(element.content[0]);
+  constexpr std::byte kEnumerated{asn1_tag::kEnumerated}, kOne{1};
+  if (value.size() != 3 || value[0] != kEnumerated || value[1] != kOne) return std::nullopt;
+  const auto number = std::to_integer<uint8_t>(value[2]);
   if (number > static_cast<uint8_t>(CrlReason::aaCompromise) || number == 7) return std::nullopt;
   return static_cast<CrlReason>(number);
 }
