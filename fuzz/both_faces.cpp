@@ -20,9 +20,8 @@
 
 // Property: every question to the typed certificate ends in a value or in an error inside the
 // input; whatever it answers, VelmoraX509 answers alike; an answer that is malformed departs from
-// the standards; and names, PEM, PKCS #7 and objects made of a certificate lead back to it. The
-// typed face is strict and the other lenient, so that an error of the first says nothing about the
-// second.
+// the standards; and PEM, PKCS #7 and objects made of a certificate lead back to it. The typed face
+// is strict and the other lenient, so that an error of the first says nothing about the second.
 
 namespace velmora {
 namespace {
@@ -120,26 +119,10 @@ class Questions {
     answered(m_typed.noRevocationAvailable());
   }
 
-  // Whether all its text is in types that are equal to those which Name::parse makes.
-  static bool isFolded(const std::vector<Attribute>& attributes) {
-    return std::all_of(attributes.begin(), attributes.end(), [](const Attribute& each) {
-      const bool hasIa5 = each.type == oid::emailAddress || each.type == oid::domainComponent;
-      return each.kind == TextKind::none || each.kind == TextKind::utf8 ||
-             each.kind == TextKind::printable || (each.kind == TextKind::ia5 && hasIa5);
-    });
-  }
-
-  // Whatever a name is written as stands for it.
   void askName(const Name& name) {
     const Result<std::string> text = name.rfc4514();
     require(text || !name.attributes() || text.error().code == ErrorCode::tooLarge,
             "a name that reads has a text");
-    if (!text || text->size() > 0x10000) return;
-    const Result<Name> back = Name::parse(*text);
-    require(back && (back->matches(name) || !isFolded(*name.attributes())),
-            "the text of a name stands for it");
-    const Result<std::string> again = back->rfc4514();
-    require(again && Name::parse(*again) && *Name::parse(*again) == *back, "and so does its own");
   }
 
   void askName(const GeneralName& name) {

@@ -279,15 +279,76 @@ def inflate():
 
 
 def xml_trees():
-    yield "text", (b'<a> <!-- c --><oid>2.5.4.3</oid><set tag="3" x=\'1\'><utf8>&lt;&#10;\xC3\xA9</utf8></set>'
-                   b'<?p?><b><![CDATA[ ]]></b><null></null></a>')
+    text = """<a> <!-- c --><oid>2.5.4.3</oid><set tag="3" x='1'><utf8>&lt;&#10;\u00e9</utf8></set><?p?><b><![CDATA[ ]]></b></a>"""
+    yield "text", text.encode()
+    yield "utf16", b"\xFE\xFF" + text.encode("utf-16-be")
+    # Twice 20 elements; the 17th, back, the 20th.
+    yield "many", bytes.fromhex("00 0001000000 0001000000 0412010106 04000012 0415010106")
     for number in range(3):
         yield f"program{number}", hashlib.shake_128(bytes([number])).digest(99)
 
 
+def matching():
+    for title, text in (("host", "www.Example.org.\n*.example.org\nwww.example.ORG"), ("star", "a.b\n*.b"),
+                        ("wild", "a.b.c\n*.b.c\n*.c"), ("six", "[2001:db8::1]"), ("four", "192.0.2.1"),
+                        ("mapped", "::FFFF:192.0.2.1"), ("pin", "#sha256, base64, x,\x89"),
+                        ("hex", "#SHA-1,HEX,,\x90,\x84")):
+        yield title, text.encode("latin-1")
+
+
+def pieces():
+    pem = (b"-----BEGIN CERTIFICATE-----\n%s-----END CERTIFICATE-----\n" % text
+           for text in (b"MAA=\n", base64.encodebytes(certificate())))
+    encrypted = b"-----BEGIN X-----\nProc-Type: 4,ENCRYPTED\nDEK-Info: x\n\nAAAA\n-----END Y-----\n"
+    yield "pem", b"\7\40text\r\n" + next(pem).replace(b"\n", b"\r\n") + encrypted
+    yield "lines", b"\0\1key\tAAAA\n\nMAA=\n\tx\nlast"
+    yield "dear/utf16", b"\7\40\xFF\xFE" + next(pem).decode().encode("utf-16-le")
+    yield "dear/der", b"\7\40" + certificate() * 2 + b"\x30\x01"
+    for title, data in certificate_answers():
+        if title in ("pem", "base64", "xml", "bundle", "ber_bundle"):
+            yield f"dear/{title}", b"\3\17" + data
+
+
+def options():
+    yield "all", b"file\n--json\n--at=x\n--root\na\n--root=b\n-\n--\n--at"
+    yield "twice", b"--at\n--json\n--at=\na\nb"
+
+
+def names():
+    types = ("2A864886F70D010901", "550403", "55040A", "550461", "550405", "55040C", "2A03", "0992268993F22C640119")
+    texts = [element(0x0C, " a,b+\"c\\ü#".encode()), element(0x13, b"#1 "), element(0x1E, b"\0B\0=\xD8\0"),
+             element(0x14, b"\xE9\x1B"), element(0x16, b"x"), element(0x1C, b"\0\0\0\xE9"), element(0x04, b"\0"), element(0x0C)]
+    attributes = [sequence(oid(each), text) for each, text in zip(types, texts)]
+    yield "each", sequence(*(element(0x31, each) for each in attributes[:7]))
+    yield "other", sequence(*(element(0x31, sequence(oid(each), text)) for each, text in zip(types, texts[3:])))
+    yield "one", sequence(element(0x31, *attributes[:3]), element(0x31, *attributes[5:7]), element(0x31, attributes[7]))
+    yield "text", b"CN=Steve\\2C \\C3\\A9\\+,2.5.4.97=#0C0131+OU=a b\\ ,C=GB,DC=x=y"
+
+
+# Entries with each form of a date, reason and critical extension; numbers that are there twice.
+def crls():
+    def entry(serial, *more):
+        return sequence(element(0x02, bytes.fromhex(serial)), element(0x17, b"200101000000Z"), *more)
+
+    def reason(code, *critical):
+        return sequence(oid("551D15"), *critical, octets(element(0x0A, bytes([code]))))
+    date = sequence(oid("551D18"), element(0x01, b"\xFF"), octets(element(0x18, b"20200101000000Z")))
+    unknown = sequence(oid("2A03"), element(0x01, b"\xFF"), octets(b""))
+    scope = sequence(oid("551D1C"), element(0x01, b"\xFF"), octets(sequence(element(0x81, b"\xFF"))))
+    entries = (entry("05"), entry("00F1", sequence(reason(1), date)), entry("F1"), entry("05", sequence(unknown)),
+               entry("07", sequence(reason(8))), entry("07", sequence(reason(6))), entry("0100000007"),
+               entry("08", sequence(reason(7))), entry("09", sequence()), entry("0A", sequence(reason(1), reason(2))))
+    for title, version, listed in (("all", (element(0x02, b"\1"),), entries), ("first", (), entries[:1]),
+                                   ("good", (element(0x02, b"\1"),), entries[:3])):
+        yield title, sequence(sequence(
+            *version, RSA_SHA256, name(element(0x0C, b"CA")), element(0x17, b"200101000000Z"),
+            element(0x17, b"300101000000Z"), sequence(*listed), *(element(0xA0, sequence(scope)) for _ in version)),
+            RSA_SHA256, element(0x03, b"\0signed"))
+
+
 def main():
     for target in (der_round_trip, certificate_answers, both_faces, chains, arithmetic_paths, viewer_session,
-                   inflate, xml_trees):
+                   inflate, xml_trees, matching, pieces, crls, options, names):
         folder = SEEDS / target.__name__
         folder.mkdir(parents=True, exist_ok=True)
         for title, data in target():

@@ -7,7 +7,8 @@
 
 // Property: what loads is written as a text that is a fixed point; and a path reaches in any tree,
 // be it read or built, what a naive search does, and changes nothing where that finds nothing. An
-// input is a text that starts with a tag, or a program that adds elements and follows paths.
+// input is a text that starts with a tag or a mark, or a program that adds elements and follows
+// paths.
 
 namespace velmora {
 namespace {
@@ -93,16 +94,18 @@ struct Program {
     require(tree->put_ContentUtf8(""), "content goes");  // beside elements no text can have it
     const char* const name = one({"sequence", "set", "other"});
     const char* const content = one({"", "1", "a,b", " ", "<&\"\r\n"});
-    const _clsOwner child(tree->newChild(name, content, &log));
     const char* const value = one({"", "0", "3", "3,4"});
-    require(*value == '\0' || child->addAttribute("tag", value), "an attribute");
+    for (unsigned times = octet() % 4 == 0 ? 20 : 1; times != 0; --times) {  // beyond what is near
+      const _clsOwner child(tree->newChild(name, content, &log));
+      require(*value == '\0' || child->addAttribute("tag", value), "an attribute");
+    }
   }
   void reload() {
     tree->GetRoot2();
     require(tree->loadXml(textOf(*tree), true, log), "what is built loads");
   }
   void follow() {
-    const int j = static_cast<int>(octet() % 4) - 1;
+    const int j = static_cast<int>(octet() % 50) - 1;
     std::string path;
     for (unsigned tokens = octet() % 8 + 1; tokens != 0; --tokens) {
       path += one({"sequence", "set", "other", "|",      "|",    "|..|",
@@ -117,6 +120,19 @@ struct Program {
     }
     tree->put_J(j);
     check(path, to);
+    count(j);
+  }
+  void count(int j) {
+    const XmlDocument& in = tree->document();
+    int all = 0, sets = 0;
+    XmlIndex found = kNoXmlIndex;
+    for (XmlIndex i = in.firstChild(tree->nodeIndex()); i != kNoXmlIndex; i = in.node(i).next) {
+      if (all++ == j) found = i;
+      sets += in.name(i) == "set" ? 1 : 0;
+    }
+    const _clsOwner child(tree->GetChild(j));
+    require(tree->numChildrenHavingTag("set", log) == sets, "as many");
+    require(child ? child->nodeIndex() == found : found == kNoXmlIndex, "the n-th");
   }
   void check(const std::string& path, XmlIndex to) {
     XString content, kept;
@@ -137,7 +153,7 @@ struct Program {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  if (data[0] == '<') {
+  if (data[0] == '<' || data[0] >= 0xEF) {  // the marks of UTF-8 and UTF-16
     velmora::loadBack({reinterpret_cast<const char*>(data), size});
   } else {
     velmora::Program{data + 1, data + size}.run();
