@@ -1,5 +1,6 @@
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 
+#include "velmora/support/bignum/arithmetic/internal/montgomery_kernels.h"
 #include "velmora/support/bignum/curves/internal/window.h"
 
 namespace velmora::vartime {

@@ -31,10 +31,6 @@ struct MontgomeryKernel {
   }
 };
 
-/// The fastest kernel for moduli of so many bits among those of a path that is supported on this
-/// CPU and of the paths before it.
-const MontgomeryKernel& montgomeryKernel(ArithmeticPath path, size_t bits) noexcept;
-
 /// An odd modulus of at most kMaxModulusLimbs limbs, prepared for exponentiations. About 5 KiB;
 /// immutable after assign, then safe to share. The operations keep their working memory on the
 /// stack (at most 64 KiB) whatever the exponent.

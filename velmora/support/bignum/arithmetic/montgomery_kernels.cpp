@@ -1,10 +1,11 @@
+#include "velmora/support/bignum/arithmetic/internal/montgomery_kernels.h"
+
 #include "velmora/support/bignum/arithmetic/internal/block_products.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_avx2.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_columns.h"
 #include "velmora/support/bignum/arithmetic/internal/montgomery_ifma.h"
 #include "velmora/support/bignum/arithmetic/internal/mul_rows.h"
 #include "velmora/support/bignum/arithmetic/internal/mulx_blocks.h"
-#include "velmora/support/bignum/arithmetic/montgomery.h"
 #include "velmora/support/core/cpu_features.h"
 #include "velmora/support/core/target.h"
 
