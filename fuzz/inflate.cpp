@@ -56,7 +56,7 @@ struct NaiveInflater {
     unsigned number = 0;
     for (unsigned i = 0; i < count; ++i, ++at) {
       if (at == 8 * in.size()) throw kBad;
-      number |= (in[at / 8] >> at % 8 & 1U) << i;
+      number |= (unsigned{in[at / 8]} >> at % 8 & 1U) << i;
     }
     return number;
   }
