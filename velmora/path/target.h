@@ -69,9 +69,9 @@ class VELMORA_API Target {
   /// never is. A wildcard stands as the whole leftmost label for exactly one label, with two labels
   /// or more behind it (RFC 9525 §6.3; the two are ours, since "*.com" can only be a mistake).
   /// Addresses are equal octet by octet, so that ::ffff:192.0.2.1 is not 192.0.2.1. Errors
-  /// malformedExtension and repeatedExtension, when the names cannot be read; false when there are
-  /// none, and when nothing is judged. Malformed names among others match nothing, and so do hosts
-  /// with a dot at the end. Allocates nothing.
+  /// malformedExtension, tooLarge and repeatedExtension, when the names cannot be read; false when
+  /// there are none, and when nothing is judged. Malformed names among others match nothing, and so
+  /// do hosts with a dot at the end. Allocates nothing.
   Result<bool> matches(const Certificate& certificate) const noexcept;
 
  private:

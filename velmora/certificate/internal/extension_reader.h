@@ -167,10 +167,13 @@ class ExtensionReader {
   /// lists together is a fault.
   bool hasMember() noexcept {
     if (atEnd()) return false;
-    if (m_source.membersLeft-- != 0) return true;
-    m_source.hasTooMany = true;
-    refuse(offset());
-    return false;
+    if (m_source.membersLeft == 0) {
+      m_source.hasTooMany = true;
+      refuse(offset());
+      return false;
+    }
+    --m_source.membersLeft;
+    return true;
   }
 
  private:

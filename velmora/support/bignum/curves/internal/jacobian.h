@@ -195,7 +195,8 @@ struct JacobianArithmetic {
     Element x, y;
   };
 
-  // From p to q or -q, with the denominators of p.
+  // From p to q or -q, with the denominators of p. Inlined by force, as addWay() is: as calls they
+  // cost one to four hundredths of u1 G + u2 Q on P-256 with mulx.
   __attribute__((always_inline)) static Way wayTo(const Affine& q, bool minus, const Jacobian& p) {
     Way way;
     Element z2, z3;
