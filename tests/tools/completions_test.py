@@ -16,7 +16,9 @@ printf '%s\\n' "${COMPREPLY[@]}" """
 # The words so far, as bash has them, and what completes the last one beside files.
 CASES = [
     (["s"], {"show", "split"}),
-    (["ver"], {"verify"}),
+    (["ver"], {"verify", "version"}),
+    (["help", "s"], {"show", "split"}),
+    (["version", ""], set()),
     (["--v"], {"--version"}),
     (["one file.pem", "--x"], {"--xml"}),  # no command: show
     (["asn1", "--"], {"--compact", "--help"}),

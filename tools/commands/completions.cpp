@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <vector>
 
 #include "tools/completion/completion.h"
 
@@ -13,7 +14,21 @@ constexpr void (*kScripts[])(const Program&, StringBuffer&) = {
 void runCompletions(const Arguments& arguments, Console& console) {
   const auto shell = std::find(std::begin(kShells), std::end(kShells), arguments.operand());
   if (shell == std::end(kShells)) throw UsageError("the shell is one of bash, zsh, fish");
-  kScripts[shell - std::begin(kShells)](kProgram, console.out());
+
+  // What stands in place of a command as a word is completed as one.
+  std::vector<const Command*> commands(kProgram.commands.begin(), kProgram.commands.end());
+  std::vector<std::string_view> names;
+  for (const Command* command : commands) names.push_back(command->name);
+  const Command help = {
+      "help", "print how the program or a command is used", {}, {}, nullptr, "COMMAND", names,
+      false};
+  const Command version = {"version", "print the program's version", {}, {}, nullptr, {}, {},
+                           false};
+  commands.insert(commands.end(), {&help, &version});
+
+  Program program = kProgram;
+  program.commands = commands;
+  kScripts[shell - std::begin(kShells)](program, console.out());
 }
 
 }  // namespace
