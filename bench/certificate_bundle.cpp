@@ -140,6 +140,11 @@ DataBuffer bufferOf(std::span<const unsigned char> bytes) {
   return out;
 }
 
+// Of six digits, so that ten times as many names are ten times as many octets.
+std::string numbered(size_t number) {
+  return std::to_string(1'000'000 + number).substr(1);
+}
+
 }  // namespace
 
 Ders readDers(const char* path) {
@@ -169,7 +174,7 @@ DataBuffer makeBundle(const Ders& ders, size_t count) {
 DataBuffer makeWithAlternativeNames(size_t count) {
   Bytes names;
   for (size_t i = 0; i < count; ++i) {
-    append(names, text(0x82, "host" + std::to_string(i) + ".example.com"));
+    append(names, text(0x82, "host" + numbered(i) + ".example.com"));
   }
   const Bytes value = element(0x04, element(0x30, names));
   const Bytes extension = element(0x30, joined({{0x06, 0x03, 0x55, 0x1D, 0x11}, value}));
@@ -178,7 +183,7 @@ DataBuffer makeWithAlternativeNames(size_t count) {
 
 DataBuffer makeWithRdns(size_t count) {
   Bytes subject;
-  for (size_t i = 0; i < count; ++i) append(subject, rdnOf("unit " + std::to_string(i)));
+  for (size_t i = 0; i < count; ++i) append(subject, rdnOf("unit " + numbered(i)));
   return bufferOf(certificateOf(subject, {}));
 }
 
