@@ -31,8 +31,8 @@ CertificateFacts::CertificateFacts(const Certificate& of, const Parts& parts)
       extendedKeyUsage(of.extendedKeyUsage()),
       subjectKeyId(certificate.subjectKeyId().value_or(Bytes())),
       authorityKeyId(authorityKeyIdOf(certificate)),
-      policies(of),
       departures(of.departures()),
+      policies(of),
       criticalExtensions(of.criticalExtensions()),
       constraints(prepare(of)) {}
 

@@ -488,7 +488,7 @@ void PathBuilder::accept(Path path) {
   verified.m_at = m_question.at;
   verified.m_profile = m_options.profile;
   verified.m_anyPolicy = m_policies.holdsAny;
-  verified.m_policies = m_policies.held;
+  verified.m_policies = std::move(m_policies.held);  // the next way has its own
   verified.m_askedPolicies = m_options.policies;
   verified.m_revocation = m_options.revocation;
   verified.m_leafVouched = m_isLeafVouched;

@@ -75,27 +75,24 @@ struct Level {
   }
 };
 
-struct Mapping {
-  Bytes issuerPolicy;
-  Bytes subjectPolicy;
+bool isMappingBefore(const MappedPolicy& a, const MappedPolicy& b) noexcept {
+  if (!isSame(a.issuerPolicy, b.issuerPolicy)) return isBefore(a.issuerPolicy, b.issuerPolicy);
+  return isBefore(a.subjectPolicy, b.subjectPolicy);
+}
+bool isSameMapping(const MappedPolicy& a, const MappedPolicy& b) noexcept {
+  return isSame(a.issuerPolicy, b.issuerPolicy) && isSame(a.subjectPolicy, b.subjectPolicy);
+}
 
-  friend bool operator<(const Mapping& a, const Mapping& b) noexcept {
-    if (!isSame(a.issuerPolicy, b.issuerPolicy)) return isBefore(a.issuerPolicy, b.issuerPolicy);
-    return isBefore(a.subjectPolicy, b.subjectPolicy);
+std::vector<MappedPolicy> mappingsOf(const Certificate& certificate) {
+  std::vector<MappedPolicy> mappings;
+  Result<std::vector<PolicyMapping>> read = certificate.policyMappings();
+  if (!read) return mappings;
+  mappings.reserve(read->size());
+  for (PolicyMapping& one : *read) {
+    mappings.push_back({std::move(one.rawIssuerPolicy), std::move(one.rawSubjectPolicy)});
   }
-  friend bool operator==(const Mapping& a, const Mapping& b) noexcept {
-    return isSame(a.issuerPolicy, b.issuerPolicy) && isSame(a.subjectPolicy, b.subjectPolicy);
-  }
-};
-
-std::vector<Mapping> sortedMappings(const std::vector<PolicyMapping>& read) {
-  std::vector<Mapping> mappings;
-  mappings.reserve(read.size());
-  for (const PolicyMapping& one : read) {
-    mappings.push_back({one.rawIssuerPolicy, one.rawSubjectPolicy});
-  }
-  std::sort(mappings.begin(), mappings.end());
-  mappings.erase(std::unique(mappings.begin(), mappings.end()), mappings.end());
+  std::sort(mappings.begin(), mappings.end(), isMappingBefore);
+  mappings.erase(std::unique(mappings.begin(), mappings.end(), isSameMapping), mappings.end());
   return mappings;
 }
 
@@ -192,8 +189,8 @@ class PolicyJudge {
   // §6.1.4 (a), (b), (h) to (j).
   bool prepareNext(size_t i) {
     const CertificatePolicies& certificate = *m_way[i].policies;
-    const std::vector<Mapping> mappings = sortedMappings(certificate.mappings);
-    for (const Mapping& mapping : mappings) {
+    const std::vector<MappedPolicy>& mappings = certificate.mappings;
+    for (const MappedPolicy& mapping : mappings) {
       m_answer.mapsAny |= isSame(mapping.issuerPolicy, anyPolicy());
       m_answer.mapsAny |= isSame(mapping.subjectPolicy, anyPolicy());
     }
@@ -206,13 +203,13 @@ class PolicyJudge {
   }
 
   // (b) (1): what is mapped and nobody named stands below anyPolicy.
-  void addMapped(const std::vector<Mapping>& mappings) {
+  void addMapped(const std::vector<MappedPolicy>& mappings) {
     Level& level = m_levels.back();
     if (!level.has(anyPolicy())) return;
     const Range parents = m_levels[m_levels.size() - 2].expecting(anyPolicy());
     std::vector<Node> more;
     Bytes last;
-    for (const Mapping& mapping : mappings) {
+    for (const MappedPolicy& mapping : mappings) {
       if (isSame(mapping.issuerPolicy, last) || level.has(mapping.issuerPolicy)) continue;
       last = mapping.issuerPolicy;
       more.push_back({last, nullptr, parents.first, parents.last});
@@ -222,7 +219,7 @@ class PolicyJudge {
 
   // (b): a policy expects itself, or what it is mapped to; where mapping is inhibited, a policy
   // that is mapped ends here.
-  void expect(const std::vector<Mapping>& mappings) {
+  void expect(const std::vector<MappedPolicy>& mappings) {
     Level& level = m_levels.back();
     level.expectations.reserve(level.nodes.size() + mappings.size());
     auto mapping = mappings.begin();
@@ -356,7 +353,7 @@ class PolicyJudge {
 
 CertificatePolicies::CertificatePolicies(const Certificate& certificate)
     : policies(certificate.policies().value_or({})),
-      mappings(certificate.policyMappings().value_or({})),
+      mappings(mappingsOf(certificate)),
       constraints(certificate.policyConstraints().value_or({})) {
   if (const Result<InhibitAnyPolicy> inhibit = certificate.inhibitAnyPolicy()) {
     inhibitAny = inhibit->skipCerts;

@@ -41,8 +41,9 @@ struct CertificateFacts {
   Result<ExtendedKeyUsage> extendedKeyUsage;
   Bytes subjectKeyId;    // empty where there is none that can be read
   Bytes authorityKeyId;  // likewise
-  CertificatePolicies policies;
   std::vector<Departure> departures;
+  CertificatePolicies
+      policies;  // behind what reads them once more: both at once would double the peak
   std::vector<Oid> criticalExtensions;                     // all of them, known or not
   std::shared_ptr<const PreparedConstraints> constraints;  // null where there are none to be read
 

@@ -23,13 +23,20 @@ struct PolicyAnswer {
   std::vector<HeldPolicy> held;  // by octets; none when !isEnough
 };
 
+/// That a policy of the issuer counts as one of the subject, both as content octets: a third of
+/// what PolicyMapping holds.
+struct MappedPolicy {
+  Octets issuerPolicy;
+  Octets subjectPolicy;
+};
+
 /// What a certificate says of policies. What is absent, or cannot be read, is empty.
 struct CertificatePolicies {
   /// Throws std::bad_alloc.
   explicit CertificatePolicies(const Certificate& certificate);
 
   std::vector<Policy> policies;
-  std::vector<PolicyMapping> mappings;
+  std::vector<MappedPolicy> mappings;  // sorted by octets, each once
   PolicyConstraints constraints;
   std::optional<uint64_t> inhibitAny;
 };
