@@ -24,7 +24,7 @@ from der import base_128  # noqa: E402
 FACTOR, SECONDS, MEGABYTES, TURNS = 15, 0.5, 64, 5
 LEAST, LEAST_OF_COMMANDS = 0.002, 0.02
 MOST = 1_000_000
-UNKNOWN, NULL, SHORT = "1.2.3", b"\5\0", b"\6\1\x2a"
+SCTS, UNKNOWN, NULL, SHORT = "1.3.6.1.4.1.11129.2.4.2", "1.2.3", b"\5\0", b"\6\1\x2a"
 SHORT_POLICY = seq(SHORT)
 ROOT = make(name("Root"), ec_key(0), name("Root"), ec_key(0), 1, True, True)
 CERTIFICATE = [["show"], ["show", "--json"], ["name", "--rfc4514"], ["name", "--json"], ["lint"], ["asn1"], ["asn1", "--compact"],
@@ -53,6 +53,10 @@ def with_ext(which, value):
 
 def raw_oid(octets):
     return tlv(6, octets)
+
+
+def prefixed(octets):
+    return len(octets).to_bytes(2, "big") + octets
 
 
 def nested(depth):
@@ -120,6 +124,7 @@ SINGLE = {
     "purposes": (lambda n: with_ext(EKU, seq(*(oid(f"1.2.3.{i}") for i in range(n)))), 32_500),
     "policies": (lambda n: with_ext(CP, policies(*(f"1.2.3.{i}" for i in range(n)))), 32_500),
     "policies, all the same": (lambda n: with_ext(CP, policies(*["1.2.3.4"] * n)), 32_500),
+    "timestamps of logs": (lambda n: with_ext(SCTS, tlv(4, prefixed((prefixed(bytes(41) + b"\0\0\4\3\0\0")) * n))), 1_330),
     "mappings of policies": (lambda n: with_ext(PM, seq(*(seq(oid(f"1.2.3.{i}"), oid(f"1.2.4.{i}")) for i in range(n)))), 32_500),
     "distribution points": (lambda n: with_ext(CDP, points(*(f"http://{host(i)}/" for i in range(n)))), 25_000),
     "constraints": (lambda n: with_ext(NC, subtrees([("dns", host(i)) for i in range(n)])), 32_500),
@@ -201,7 +206,16 @@ def anchors(n):
     return end, chain, [*(strangers(roots[0].replace(b"Root", b"CAxy"), None, i) for i in range(n)), *roots]
 
 
+def revoking(entries):
+    """A leaf that a CRL does not list, and the CRL."""
+    crl = Crl(ROOT.subject, ROOT.key, entries=entries, dates=[time(AT - DAY), time(AT + DAY)])
+    crl.ext(NUMBER, integer(1))
+    return leaf().der(), [], [ROOT.der()], crl.der()
+
+
 WAYS = {
+    "CRL entries": (lambda n: revoking([(integer(1 << 32 | i), []) for i in range(n)]), 40_000),
+    "CRL entries with reasons": (lambda n: revoking([(integer(1 << 32 | i), [(REASON, False, b"\x0a\1\1")]) for i in range(n)]), 24_000),
     "constraints times names": (constrained, 7_000),
     "policies of a way": (lambda n: way_with(n, CP, lambda n: policies(*(f"1.2.3.{i}" for i in range(n)))), 32_500),
     "candidates that did not sign": (lambda n: crowd(n, spoilt), 1_900),
@@ -278,13 +292,14 @@ def main():
             yield measured.commands([*VERIFY, "input"])
 
         def way():
-            yield measured.commands([*VERIFY, "input"])
+            crls = ["--crl", "crl.der"] if (folder / "crl.der").stat().st_size else []
+            yield measured.commands([*VERIFY, *crls, "input"])
             yield measured.commands(["issuer", "input", "chain.pem"])
             yield measured.commands(["tree", "input", "chain.pem", "roots.pem"])
 
         def put_way(made):
-            end, chain, roots = made
-            return put({"input": end, "chain.pem": b"".join(chain), "roots.pem": b"".join(roots)})
+            end, chain, roots, *crls = made
+            return put({"input": end, "chain.pem": b"".join(chain), "roots.pem": b"".join(roots), "crl.der": b"".join(crls)})
 
         put({"chain.pem": SMALL, "roots.pem": ROOT.der()})
         for title, (build, count) in {**SINGLE, **STREAMS}.items():
