@@ -1,4 +1,5 @@
 #include <deque>
+#include <fstream>
 #include <sstream>
 
 #include "tests/certificate/typed_test.h"
@@ -98,78 +99,27 @@ std::string textOf(const PolicyAnswer& answer) {
 }
 
 TEST(Policies, HoldForTheWholeWay) {
-  const struct {
-    std::vector<std::string> way;  // from the anchor down
-    std::string options;
-    std::string expected;
-  } rows[] = {
-      // One policy all the way, or none where it is asked for.
-      {{"A", "A"}, "A", "A"},
-      {{"A", "B"}, "A", "refused@1"},
-      {{"A", "A"}, "B", "refused@1"},
-      {{"A", "A"}, "B implicit", ""},
-      {{"A", "A"}, "*", "A"},
-      {{"A B", "A"}, "", "A"},
-      {{"A A", "A"}, "", "A"},
-      {{"A", "B"}, "explicit", "refused@1"},
-      {{"", "A"}, "explicit", "refused@0"},
-      {{}, "explicit A", "*A"},  // an anchor alone: nothing between constrains it
-      // requireExplicitPolicy counts the certificates that may come without.
-      {{"A explicit=0", ""}, "", "refused@1"},
-      {{"A explicit=0", "A"}, "", "A"},
-      {{"A explicit=1", ""}, "", "refused@1"},
-      {{"A explicit=2", ""}, "", ""},
-      {{"A explicit=2", " ", ""}, "", "refused@1"},
-      {{"A explicit=2", "self", ""}, "", ""},
-      {{"", "explicit=0"}, "", "refused@0"},
-      {{"", "explicit=1"}, "", ""},
-      // anyPolicy stands for all of them, unless it is inhibited.
-      {{"*", "A"}, "A", "A"},
-      {{"*", "B"}, "A", "refused@1"},
-      {{"A", "*"}, "A", "A"},
-      {{"*", "*"}, "explicit", "*"},
-      {{"*", "* B"}, "A", "*A"},
-      {{"*", "*"}, "noany explicit", "refused@0"},
-      {{"* self", "A"}, "noany explicit", "A"},
-      {{"* any=0", "*"}, "explicit", "refused@1"},
-      {{"* any=0", "* self"}, "explicit", "refused@1"},
-      {{"* any=0", "* self", "A"}, "explicit", "A"},
-      {{"* any=1", "*"}, "explicit", "*"},
-      {{"* any=1", "*", "*"}, "explicit", "refused@2"},
-      {{"* any=1", "* self", "*"}, "explicit", "*"},
-      // Mappings; what holds is what the anchor's side calls it.
-      {{"A A>B", "B"}, "A", "A"},
-      {{"A A>B", "B"}, "B", "refused@1"},
-      {{"A A>B", "A"}, "A", "refused@1"},
-      {{"A A>B A>C", "C"}, "A", "A"},
-      {{"A B A>C B>C", "C"}, "explicit", "AB"},
-      {{"A B A>B B>C", "B"}, "explicit", "A"},
-      {{"A A>B", "*"}, "A", "A"},
-      {{"* A>B", "B"}, "A", "A"},
-      {{"* A>B", "B"}, "B", "refused@1"},
-      {{"* A>B", "*"}, "", "*A"},
-      {{"A", "B A>B", "B"}, "explicit", "refused@1"},
-      {{"A A>B", "B B>C", "C"}, "A", "A"},
-      {{"A A>B", "B"}, "nomapping A", "refused@1"},
-      {{"A A>B", "A"}, "nomapping A", "refused@1"},
-      {{"A B A>B", "B"}, "nomapping explicit", "B"},
-      {{"A mapping=0", "A A>B", "B"}, "A", "refused@2"},
-      {{"A mapping=1", "A A>B", "B"}, "A", "A"},
-      {{"A mapping=1", "A", "A A>B", "B"}, "A", "refused@3"},
-      {{"A mapping=1", "A self", "A A>B", "B"}, "A", "A"},
-      {{"A A>*", "A"}, "", "maps any@0"},
-      {{"A", "A *>A", "A"}, "", "maps any@1"},
-      {{"A", "A *>A"}, "", "A"},
-      // Qualifiers are those that the policy was given by its own name on a way to the leaf.
-      {{"A=x B=y", "* B=z", "A=u"}, "", "A=x=u"},
-      {{"A=x A>B", "B=y"}, "", "A=x"},
-  };
-  for (const auto& row : rows) {
+  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/policies.txt");
+  size_t rows = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    ++rows;
+    std::vector<std::string> parts(1);  // the certificates, what is asked, what holds
+    std::istringstream words(line);
+    for (std::string word; words >> word;) {
+      if (word == "|" || word == ";") {
+        parts.emplace_back();
+      } else if (word != "-") {
+        parts.back() += ' ' + word;
+      }
+    }
+    const std::string expected = parts.back().substr(parts.back().empty() ? 0 : 1);
+    const std::string options = *(parts.end() - 2);
+    parts.resize(parts[0] == " none" ? 0 : parts.size() - 2);
     uint32_t comparisons = kPlenty;
-    std::string way;
-    for (const std::string& one : row.way) way += one + " | ";
-    EXPECT_EQ(textOf(judge(row.way, row.options, comparisons)), row.expected) << way << row.options;
+    EXPECT_EQ(textOf(judge(parts, options, comparisons)), expected) << line;
   }
+  EXPECT_EQ(rows, 55U);
 }
 
 // Each certificate doubles the nodes of a tree; of the graph it adds two.

@@ -272,41 +272,6 @@ TEST(FieldsTest, LanesGiveWhatPlainFieldsDo) {
 }
 #endif
 
-// Sums that meet infinity, equal and opposite points, and digits at every place.
-TEST_P(CurvesTest, PathsAgree) {
-  for (const char* name : {"P-256", "P-384", "P-521"}) {
-    SCOPED_TRACE(name);
-    const Curve& curve = curveNamed(name);
-    const Curve& plain = *findCurve(curve.parameters().oid.octets(), ArithmeticPath::kPortable);
-    const size_t n = curve.limbs();
-    Numbers numbers;
-    Limbs order(curve.order(), curve.order() + n), below = order, ones(n, ~Limb{0}), one(n), two(n);
-    below[0] -= 1;
-    one[0] = 1;
-    two[0] = 2;
-    const Limbs scalars[] = {Limbs(n), one, two, below, order, ones, numbers.limbs(n)};
-    std::vector<CurvePoint> points = {plain.basePoint()};
-    points.push_back(plain.doubleMultiply(two.data(), scalars[0].data(), points[0]));
-    points.push_back(plain.doubleMultiply(below.data(), scalars[0].data(), points[0]));
-    points.push_back(plain.doubleMultiply(scalars[6].data(), ones.data(), points[0]));
-    Limbs belowTwo = order;
-    belowTwo[0] -= 2;
-    const CurvePoint minusTwo = plain.doubleMultiply(belowTwo.data(), scalars[0].data(), points[0]);
-    EXPECT_TRUE(curve.doubleMultiply(two.data(), one.data(), minusTwo).infinity);
-    points.push_back(minusTwo);
-    points.push_back(CurvePoint{});
-    points.back().infinity = true;
-    for (const CurvePoint& q : points) {
-      for (const Limbs& u1 : scalars) {
-        for (const Limbs& u2 : scalars) {
-          expectEqual(curve.doubleMultiply(u1.data(), u2.data(), q),
-                      plain.doubleMultiply(u1.data(), u2.data(), q), n);
-        }
-      }
-    }
-  }
-}
-
 TEST_P(CurvesTest, Multiples) {
   const auto check = [](const KeyValueRecord& record) {
     const Curve& curve = curveNamed(record.get("Curve"));
@@ -412,31 +377,6 @@ TEST_P(CurvesTest, Edwards25519) {
       checkEdwardsScalar(record);
     }
   });
-}
-
-// Scalars of all lengths, on multiples of the base point and on points of small order.
-TEST_P(CurvesTest, Edwards25519PathsAgree) {
-  const class Edwards25519& curve = edwards25519(path());
-  const class Edwards25519& plain = edwards25519(ArithmeticPath::kPortable);
-  Numbers numbers;
-  std::vector<Limbs> scalars = {Limbs(4), {1, 0, 0, 0}, {8, 0, 0, 0}, Limbs(4, ~Limb{0})};
-  for (int i = 0; i < 8; ++i) scalars.push_back(numbers.limbs(4));
-  EdwardsPoint a = plain.basePoint();
-  const std::vector<std::uint8_t> orderEight =
-      bytesFromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
-  EdwardsPoint small;
-  ASSERT_TRUE(plain.decode(small, orderEight.data()));
-  for (const EdwardsPoint& start : {a, small}) {
-    a = start;
-    for (const Limbs& s : scalars) {
-      for (const Limbs& k : scalars) {
-        const EdwardsPoint r = curve.doubleMultiply(s.data(), k.data(), a);
-        const EdwardsPoint wanted = plain.doubleMultiply(s.data(), k.data(), a);
-        ASSERT_TRUE(std::equal(r.x, r.x + 4, wanted.x) && std::equal(r.y, r.y + 4, wanted.y));
-        if (s[1] == k[1]) a = wanted;
-      }
-    }
-  }
 }
 
 }  // namespace

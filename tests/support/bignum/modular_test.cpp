@@ -92,19 +92,19 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
 #if defined(VELMORA_X86_64)
 TEST(ArithmeticPaths, EachRunsItsOwnCode) {
   if (!arithmeticPathSupported(ArithmeticPath::kMulxAdx)) GTEST_SKIP() << "no BMI2 and ADX";
-  const auto portable = ArithmeticPath::kPortable, mul = ArithmeticPath::kMulAdc,
-             mulx = ArithmeticPath::kMulxAdx;
-  EXPECT_EQ(limbRowFunction(portable), PortableRows::addMultiply);
-  EXPECT_NE(limbRowFunction(portable), limbRowFunction(mulx));
-  EXPECT_NE(limbRowFunction(portable), limbRowFunction(mul));
-  EXPECT_NE(limbRowFunction(mul), limbRowFunction(mulx));
+  using enum ArithmeticPath;
   const auto kernel = [](ArithmeticPath path, size_t bits) {
     return &montgomeryKernel(path, bits);
   };
-  const auto *const rows = kernel(mulx, 512), *const vectors = kernel(mulx, 4158);
-  EXPECT_NE(kernel(portable, 512), kernel(mul, 512));
-  EXPECT_NE(kernel(portable, 512), rows);
-  EXPECT_NE(kernel(mul, 512), rows);
+  for (const auto& [one, other] :
+       {std::pair(kPortable, kMulAdc), {kPortable, kMulxAdx}, {kMulAdc, kMulxAdx}}) {
+    EXPECT_NE(limbRowFunction(one), limbRowFunction(other));
+    EXPECT_NE(kernel(one, 512), kernel(other, 512));
+    EXPECT_NE(curves(one).curves, curves(other).curves);
+    EXPECT_NE(&edwards25519(one), &edwards25519(other));
+  }
+  EXPECT_EQ(limbRowFunction(kPortable), PortableRows::addMultiply);
+  const auto *const rows = kernel(kMulxAdx, 512), *const vectors = kernel(kMulxAdx, 4158);
   EXPECT_EQ(rows == vectors, !cpuFeatures().hasAvx2());
   const struct {
     size_t bits;
@@ -114,20 +114,14 @@ TEST(ArithmeticPaths, EachRunsItsOwnCode) {
                  {1537, vectors, true},  {4158, vectors, true}, {4159, vectors, false},
                  {8192, vectors, false}, {8193, rows, false}};
   for (const auto& l : lengths) {
-    EXPECT_EQ(kernel(mulx, l.bits), l.mulx) << l.bits;
-    EXPECT_EQ(kernel(ArithmeticPath::kAvx512Ifma, l.bits) != l.mulx, l.hasIfma) << l.bits;
+    EXPECT_EQ(kernel(kMulxAdx, l.bits), l.mulx) << l.bits;
+    EXPECT_EQ(kernel(kAvx512Ifma, l.bits) != l.mulx, l.hasIfma) << l.bits;
   }
-  EXPECT_EQ(curves(mulx).curves, curvesOnMulx().curves);
-  EXPECT_EQ(curves(ArithmeticPath::kAvx512Ifma).curves, curvesOnIfma().curves);
+  EXPECT_EQ(curves(kMulxAdx).curves, curvesOnMulx().curves);
+  EXPECT_EQ(curves(kAvx512Ifma).curves, curvesOnIfma().curves);
   EXPECT_NE(curvesOnIfma().curves, curvesOnMulx().curves);
-  EXPECT_NE(curves(portable).curves, curves(mulx).curves);
-  EXPECT_NE(curves(portable).curves, curves(mul).curves);
-  EXPECT_NE(curves(mul).curves, curves(mulx).curves);
-  EXPECT_NE(&edwards25519(portable), &edwards25519(mul));
-  EXPECT_NE(&edwards25519(mul), &edwards25519(mulx));
-  EXPECT_EQ(&edwards25519(mulx), &edwards25519OnMulx());
-  EXPECT_EQ(&edwards25519(ArithmeticPath::kAvx512Ifma), &edwards25519OnIfma());
-  EXPECT_NE(&edwards25519(portable), &edwards25519(mulx));
+  EXPECT_EQ(&edwards25519(kMulxAdx), &edwards25519OnMulx());
+  EXPECT_EQ(&edwards25519(kAvx512Ifma), &edwards25519OnIfma());
 }
 #endif
 

@@ -67,17 +67,6 @@ TEST(Deflate, RoundTripsWithinTheExpectedSize) {
   }
 }
 
-TEST(Deflate, RoundTripsEveryShortLength) {
-  const Bytes words = zip_samples::words(600), noise = zip_samples::random(600);
-  for (size_t length = 0; length <= 600; ++length) {
-    const auto end = static_cast<std::ptrdiff_t>(length);
-    for (const Bytes& bytes : {words, noise}) {
-      const Bytes front(bytes.begin(), bytes.begin() + end);
-      expectRoundTrip(front, compressed(front));
-    }
-  }
-}
-
 TEST(Deflate, FindsMatchesAcrossTheWholeWindowAndNotBeyond) {
   const Bytes piece = zip_samples::random(300, 5);
   const auto repeatedAfter = [&piece](size_t distance) {
