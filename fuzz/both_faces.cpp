@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_target.h"
+#include "tests/certificate/all_answers.h"
 #include "velmora/certificate/certificate.h"
 #include "velmora/certificate/issuer_key.h"
 #include "velmora/reading/crossing.h"
@@ -68,12 +69,6 @@ class Questions {
     if (!error.isAbsent() && error.code != ErrorCode::unknownAlgorithm) ++m_malformed;
   }
 
-  template <class T>
-  void answeredWithNames(const Result<std::vector<T>>& answer) {
-    answered(answer);
-    if (answer) askNames(*answer);
-  }
-
   void askFields() {
     answered(m_typed.version());
     answered(m_typed.validity());
@@ -95,28 +90,15 @@ class Questions {
   }
 
   void askExtensions() {
-    answered(m_typed.basicConstraints());
-    answered(m_typed.keyUsage());
-    answered(m_typed.extendedKeyUsage());
-    answered(m_typed.subjectKeyId());
-    answered(m_typed.authorityKeyId());
-    answeredWithNames(m_typed.subjectAltNames());
-    answeredWithNames(m_typed.issuerAltNames());
-    answeredWithNames(m_typed.authorityInfoAccess());
-    answeredWithNames(m_typed.subjectInfoAccess());
-    answeredWithNames(m_typed.crlDistributionPoints());
-    answeredWithNames(m_typed.freshestCrl());
-    answered(m_typed.policies());
-    answered(m_typed.policyMappings());
-    answered(m_typed.policyConstraints());
-    answered(m_typed.inhibitAnyPolicy());
+    test::forEachAnswer(m_typed, [&](const Oid&, const auto& get) {
+      const auto answer = get();
+      answered(answer);
+      if constexpr (requires { askName(answer->front()); }) {
+        if (answer) askNames(*answer);
+      }
+    });
     const Result<NameConstraints> constraints = m_typed.nameConstraints();
-    answered(constraints);
     if (constraints) askNames(constraints->permitted), askNames(constraints->excluded);
-    answered(m_typed.signedTimestamps());
-    answered(m_typed.tlsFeatures());
-    answered(m_typed.ocspNoCheck());
-    answered(m_typed.noRevocationAvailable());
   }
 
   void askName(const Name& name) {

@@ -1,9 +1,8 @@
 #include <algorithm>
-#include <concepts>
 
-#include "tests/certificate/typed_test.h"
+#include "tests/certificate/all_answers.h"
+#include "tests/certificate/shown_answers.h"
 #include "velmora/certificate/internal/extension_reader.h"
-#include "velmora/support/text/byte_codecs.h"
 
 namespace velmora::test {
 namespace {
@@ -11,75 +10,6 @@ namespace {
 using namespace std::string_literals;
 using der::Bytes;
 using namespace oid;
-
-std::string hex(velmora::Bytes octets) {
-  std::string digits(2 * octets.size(), ' ');
-  hexEncodeUpper(reinterpret_cast<const unsigned char*>(octets.data()), octets.size(),
-                 digits.data());
-  return digits;
-}
-
-// What answers say, in short; of lists one after the other.
-struct Shown {
-  std::string text;
-
-  Shown& operator<<(const std::string& more) {
-    text += more;
-    return *this;
-  }
-  Shown& operator<<(const char* more) { return *this << std::string(more); }
-  Shown& operator<<(velmora::Bytes octets) { return *this << hex(octets); }
-  Shown& operator<<(const Oid& id) { return *this << id.text(); }
-  Shown& operator<<(std::integral auto number) { return *this << std::to_string(number); }
-  Shown& operator<<(const GeneralName& name) { return *this << textOf(name) << ","; }
-  template <class T>
-  Shown& operator<<(const std::optional<T>& value) {
-    return value ? *this << *value : *this << "-";
-  }
-  template <class T>
-  Shown& operator<<(const std::vector<T>& list) {
-    for (const T& member : list) *this << member << " ";
-    return *this;
-  }
-  Shown& operator<<(const Octets& octets) { return *this << velmora::Bytes(octets); }
-
-  template <class... Parts>
-  Shown& all(const Parts&... parts) {
-    return (*this << ... << parts);
-  }
-
-  Shown& operator<<(const BasicConstraints& a) { return all(a.ca ? "ca " : "no ", a.pathLength); }
-  Shown& operator<<(const KeyUsage& a) { return *this << a.bits; }
-  Shown& operator<<(const ExtendedKeyUsage& a) { return *this << a.purposes; }
-  Shown& operator<<(const AuthorityKeyId& a) { return all(a.keyId, " ", a.issuer, a.serial); }
-  Shown& operator<<(const Access& a) { return all(a.method, " ", a.location); }
-  Shown& operator<<(const Attribute& a) { return *this << a.text; }
-  Shown& operator<<(const DistributionPoint& a) {
-    return all(a.fullName, a.relativeName, a.reasons, " ", a.crlIssuer);
-  }
-  Shown& operator<<(const CpsUri& a) { return all("cps ", a.text); }
-  Shown& operator<<(const OtherQualifier& a) { return all(a.id, " ", a.value); }
-  Shown& operator<<(const UserNotice& a) {
-    return all("notice ", a.organization, " ", a.numbers, a.text);
-  }
-  Shown& operator<<(const PolicyQualifier& a) {
-    return std::visit([this](const auto& it) -> Shown& { return *this << it; }, a);
-  }
-  Shown& operator<<(const Policy& a) { return all(a.id, ": ", a.qualifiers); }
-  Shown& operator<<(const PolicyMapping& a) { return all(a.issuerPolicy, "=", a.subjectPolicy); }
-  Shown& operator<<(const PolicyConstraints& a) {
-    return all(a.requireExplicitPolicy, " ", a.inhibitPolicyMapping);
-  }
-  Shown& operator<<(const InhibitAnyPolicy& a) { return *this << a.skipCerts; }
-  Shown& operator<<(const NameConstraints& a) { return all(a.permitted, "but ", a.excluded); }
-  Shown& operator<<(const SignedTimestamp& a) {
-    return all(velmora::Bytes(a.logId).first(1), " ", a.at.time_since_epoch().count(), " ",
-               a.extensions, " ", a.hashAlgorithm, " ", a.signatureAlgorithm, " ", a.signature);
-  }
-  Shown& operator<<(const TlsFeatures& a) { return *this << a.features; }
-  Shown& operator<<(const OcspNoCheck&) { return *this << "there"; }
-  Shown& operator<<(const NoRevocationAvailable&) { return *this << "there"; }
-};
 
 // An answer, or "!" and the offset from `base` of what makes it malformed.
 template <class T>
@@ -90,28 +20,12 @@ std::string answer(const Result<T>& result, uint32_t base) {
   return '!' + std::to_string(result.error().offset - base);
 }
 
-std::string ask(const Certificate& c, const Oid& id, uint32_t base) {
-  const auto say = [&](const auto& result) { return answer(result, base); };
-  if (id == oid::basicConstraints) return say(c.basicConstraints());
-  if (id == oid::keyUsage) return say(c.keyUsage());
-  if (id == oid::extKeyUsage) return say(c.extendedKeyUsage());
-  if (id == oid::subjectKeyIdentifier) return say(c.subjectKeyId());
-  if (id == oid::authorityKeyIdentifier) return say(c.authorityKeyId());
-  if (id == oid::subjectAltName) return say(c.subjectAltNames());
-  if (id == oid::issuerAltName) return say(c.issuerAltNames());
-  if (id == oid::authorityInfoAccess) return say(c.authorityInfoAccess());
-  if (id == oid::subjectInfoAccess) return say(c.subjectInfoAccess());
-  if (id == oid::crlDistributionPoints) return say(c.crlDistributionPoints());
-  if (id == oid::freshestCrl) return say(c.freshestCrl());
-  if (id == oid::certificatePolicies) return say(c.policies());
-  if (id == oid::policyMappings) return say(c.policyMappings());
-  if (id == oid::policyConstraints) return say(c.policyConstraints());
-  if (id == oid::inhibitAnyPolicy) return say(c.inhibitAnyPolicy());
-  if (id == oid::nameConstraints) return say(c.nameConstraints());
-  if (id == oid::signedTimestamps) return say(c.signedTimestamps());
-  if (id == oid::tlsFeature) return say(c.tlsFeatures());
-  if (id == oid::ocspNoCheck) return say(c.ocspNoCheck());
-  return say(c.noRevocationAvailable());
+std::string ask(const Certificate& certificate, const Oid& id, uint32_t base) {
+  std::string said;
+  forEachAnswer(certificate, [&](const Oid& each, const auto& get) {
+    if (each == id) said = answer(get(), base);
+  });
+  return said;
 }
 
 // Pieces of the rows below.

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <string>
 
 /// Makes an allocation of a test program fail. Include this header in exactly one .cpp of the
 /// program: it replaces the global allocation functions, which must not be inline. They stand on
@@ -45,6 +48,30 @@ size_t forEachAllocationFault(Attempt attempt, Check check) {
     check(faulted);
     if (!faulted) return n - 1;
   }
+}
+
+/// Stands in an answer for what memory did not suffice for.
+inline constexpr const char* kNoMemory = "no memory";
+
+/// Asks with each allocation failing in turn: the text given is the right one or tells of
+/// kNoMemory, or std::bad_alloc is thrown; and afterwards it is the right one again. Gives the
+/// number of faults.
+template <class Ask>
+size_t expectRightOrNone(const Ask& ask) {
+  const std::string whole = ask();
+  std::string said;
+  return forEachAllocationFault(
+      [&] {
+        try {
+          said = ask();
+        } catch (const std::bad_alloc&) {
+          said.assign(kNoMemory);  // fits without memory
+        }
+      },
+      [&](bool faulted) {
+        EXPECT_TRUE(said == whole || (faulted && said.find(kNoMemory) != said.npos)) << said;
+        EXPECT_EQ(ask(), whole);
+      });
 }
 
 inline void* allocateOrFail(size_t size) noexcept {

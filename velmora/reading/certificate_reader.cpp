@@ -25,6 +25,8 @@ constexpr CertificateFailure kTooLarge = {
 constexpr const char* kNoUtf16Mark = "UTF-16 without a byte order mark.";
 constexpr const char* kNotUtf16 = "The text is not UTF-16.";
 constexpr CertificateFailure kNoMemory = {kMemoryRanOut, {}, 0, ErrorCode::outOfMemory};
+// How whatever reads for a reader says that memory ran out, which is no fault of the input.
+constexpr std::string_view kNoMemoryEnding = "ut of memory.";
 constexpr const char* kNothing = "No certificate: neither DER, PEM, base64 of DER nor ASN.1 XML.";
 
 std::span<const unsigned char> bytesOf(std::string_view text) {
@@ -91,6 +93,10 @@ Found foundOf(DerKind kind) {
 bool isUtf16WithoutMark(std::string_view start) {
   return std::find(std::begin(kUtf16WithoutMark), std::end(kUtf16WithoutMark), start) !=
          std::end(kUtf16WithoutMark);
+}
+
+bool isLackOfMemory(std::string_view reason) {
+  return reason == kMemoryRanOut || reason.ends_with(kNoMemoryEnding);
 }
 
 bool isUnknown(const DerShape& shape) {
@@ -325,7 +331,6 @@ void CertificateReader::xmlEvent(XmlSplitter::Event event) {
 
 // Fails with the error on the log: a sentence, and the place in the document that it speaks of.
 void CertificateReader::failAsLogged() {
-  if (m_log.empty()) return fail(kNoMemory);
   StringBuffer reason(m_log.error());
   if (!m_log.place().empty()) {
     if (reason.view().ends_with('.')) reason.truncate(reason.getSize() - 1);
@@ -333,6 +338,8 @@ void CertificateReader::failAsLogged() {
     reason.append(m_log.place());
     reason.append(").");
   }
+  const bool isWhole = !m_log.empty() && !m_log.failed() && !reason.failed();
+  if (!isWhole || isLackOfMemory(m_log.error())) return fail(kNoMemory);
   fail(reason.view());
 }
 
@@ -446,6 +453,7 @@ void CertificateReader::readBundleMember(const Asn1Element& member) {
   if (berToDer(walk, m_converted)) {
     return give(m_converted.span(), Certificate::parse(m_converted.span()));
   }
+  if (m_converted.failed() || walk.fault().noMemory) return fail(kNoMemory);
   fail("A certificate that cannot be converted to DER.", member.offset);
 }
 
@@ -455,7 +463,7 @@ void CertificateReader::give(std::span<const unsigned char> der, const Result<Ce
 }
 
 void CertificateReader::fail(const CertificateFailure& failure) {
-  m_sink.failure(m_place, failure);
+  m_sink.failure(m_place, isLackOfMemory(failure.reason) ? kNoMemory : failure);
   ++m_place.index;
 }
 

@@ -278,7 +278,7 @@ bool DerXmlCodec::xmlToDer(ClsXml& at, DataBuffer& der, LogBase& log) {
   const LogContextExitor context(log, "xmlToDer");
   StringBuffer path;
   encoder.appendPath(path);
-  log.LogError(encoder.reason());
+  log.LogError(path.failed() ? kOutOfMemory : encoder.reason());
   log.LogDataSb("element", path);
   return false;
 }

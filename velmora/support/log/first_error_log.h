@@ -17,6 +17,8 @@ class VELMORA_API FirstErrorLog final : public LogBase {
   std::string_view error() const noexcept { return m_error.view(); }
   /// The key and the value of the error's data item; empty when it had none.
   std::string_view place() const noexcept { return m_place.view(); }
+  /// Whether memory did not suffice for all of the two.
+  bool failed() const noexcept { return m_error.failed() || m_place.failed(); }
   void clear() noexcept {
     m_error.weakClear();
     m_place.weakClear();
