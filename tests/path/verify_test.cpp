@@ -1,14 +1,17 @@
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <latch>
 #include <optional>
 #include <thread>
 
 #include "tests/common/allocation_fault.h"
+#include "tests/common/certificate_files.h"
 #include "tests/common/der_builder.h"
 #include "tests/common/signed_cases.h"
 #include "tests/path/made_ways.h"
 #include "velmora/path/internal/judgement_cache.h"
+#include "velmora/path/link.h"
 
 // verify() as a whole; what single rules say is held against a naive checker by pki_test.py.
 
@@ -492,6 +495,39 @@ TEST(Verify, WithoutMemoryNothingHolds) {
       EXPECT_GT(faults, 50U);
     }
   }
+}
+
+TEST(Paths, WithoutMemoryTheirPartsAnswerRightOrNotAtAll) {
+  const auto said = [](const auto& result, const auto& show) -> std::string {
+    if (result) return show(*result);
+    return result.error().code == ErrorCode::outOfMemory ? kNoMemory : "none";
+  };
+  const auto there = [](const auto&) { return "there"; };
+  const auto textOf = [](const Target& target) { return target.text(); };
+  const auto count = [](const auto& things) { return std::to_string(things.size()); };
+  const Certificate &root = named("root"), &leaf = named("leaf");
+  const Crl& crl = pki().crls.at("crlRevoked");
+  const std::string pem = fileContent(VELMORA_SOURCE_DIR "/tests/data/crls.pem");
+  const std::vector<Certificate> some = several(kManyIssuers);
+  const std::vector<TrustAnchor> keys = rootsByLength(3);
+  const std::vector<Crl> crls = CrlSet::read(std::as_bytes(std::span(pem))).crls;
+  const Verification answer = ask("leaf", "rootExpired", "ca");
+  const std::function<std::string()> questions[] = {
+      [&] { return said(Target::host("a.long.host.name.example.org"), textOf); },
+      [&] { return said(Target::host("2001:db8:1111:2222:3333:4444:5555:6666"), textOf); },
+      [&] { return said(Target::email("somebody@a.long.host.example"), textOf); },
+      [&] { return said(TrustAnchor::make(root.subject(), root.parts().spki), there); },
+      [&] { return count(TrustAnchors(some)) + count(CertificateSet(some)) + count(CrlSet(crls)); },
+      [&] { return count(TrustAnchors(keys)); },
+      [&] { return said(Crl::parse(crl.der()), count); },
+      [&] { return said(crl.find(leaf.parts().serial), there); },
+      [&] { return said(crls.at(1).issuingDistributionPoint(), there); },
+      [&] { return count(CrlSet::read(crl.der()).crls); },
+      [&] { return count(CrlSet::read(std::as_bytes(std::span(pem))).crls); },
+      [&] { return std::to_string(linkFaults(leaf, root).size()); },
+      [&] { return answer.text() + answer.furthest.findings.at(0).text(); },
+  };
+  for (const auto& each : questions) expectRightOrNone(each);
 }
 
 TEST(Verify, WithoutMemoryGoesOnWithAKeyThatIsNotPrepared) {

@@ -4,6 +4,7 @@
 
 #include "velmora/path/crl.h"
 #include "velmora/support/asn1/der_reader.h"
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/pem/pem_scanner.h"
 
 // CRLs from files.
@@ -62,6 +63,7 @@ void add(const PemScanner& pem, PemScanner::Event event, CrlReading& reading) {
   CrlFailure place{countOf(reading), pem.line()};
   place.error.code = ErrorCode::malformedText;
   if (event == PemScanner::Event::kFault) {
+    if (std::string_view(pem.reason()) == kMemoryRanOut) throw std::bad_alloc();
     place.faultLine = pem.faultLine();
     place.reason = pem.reason();
   } else if (pem.encrypted()) {
