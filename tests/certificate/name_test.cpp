@@ -53,8 +53,8 @@ TEST(Name, TextIsReadByItsTypeOrNotAtAll) {
     EXPECT_EQ(last.kind, kind);
     EXPECT_EQ(last.text, text);
     EXPECT_EQ(charactersOf(last.der), value);
-    EXPECT_FALSE(name.visitAttributes([&](const PlacedAttribute& it) {
-      EXPECT_TRUE(it.rdn != 1 || !it.isUtf8() || charactersOf(it.content) == text);
+    EXPECT_FALSE(name.visitAttributes([&expected = text](const PlacedAttribute& it) {
+      EXPECT_TRUE(it.rdn != 1 || !it.isUtf8() || charactersOf(it.content) == expected);
     }));
     const Result<std::string> found = name.find(oid::commonName);
     EXPECT_EQ(found.has_value(), kind != TextKind::none);

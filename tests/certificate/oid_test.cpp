@@ -15,7 +15,7 @@ std::string contentOf(const Oid& oid) {
   return std::string(charactersOf(oid.der()));
 }
 Oid fromContent(std::string_view content) {
-  return Oid::fromDer(std::as_bytes(std::span(content)));
+  return Oid::fromDer(std::as_bytes(std::span<const char>(content)));
 }
 std::string repeated(size_t count, const char* text) {
   std::string all;

@@ -54,11 +54,11 @@ der::Bytes crlWith(der::Bytes CrlFields::*field, const der::Bytes& value) {
 }
 
 Result<Crl> parseCrl(std::string_view der) {
-  return Crl::parse(std::as_bytes(std::span(der)));
+  return Crl::parse(std::as_bytes(std::span<const char>(der)));
 }
 
 Bytes bytesOf(std::string_view octets) {
-  return std::as_bytes(std::span(octets));
+  return std::as_bytes(std::span<const char>(octets));
 }
 
 enum { kNoCrl, kListsAlone, kVouches };

@@ -235,11 +235,11 @@ TEST(X509OutOfMemory, SignaturesAreRightOrRefused) {
   for (const auto& [der, issuer, expected] : rows) {
     bool verified = false;
     std::unique_ptr<LoadedX509> cert;
-    const auto renew = [&] { cert = std::make_unique<LoadedX509>(der); };
+    const auto renew = [&, &der = der] { cert = std::make_unique<LoadedX509>(der); };
     renew();
     const size_t faults = forEachAllocationFault(
-        [&] { verified = cert->verifyCertSignature(&all.issuer(issuer), log); },
-        [&](bool faulted) {
+        [&, issuer = issuer] { verified = cert->verifyCertSignature(&all.issuer(issuer), log); },
+        [&, issuer = issuer, expected = expected](bool faulted) {
           EXPECT_TRUE(expected || !verified) << issuer;
           EXPECT_TRUE(faulted || verified == expected) << issuer;
           renew();

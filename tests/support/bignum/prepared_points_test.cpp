@@ -117,7 +117,7 @@ TEST_P(PreparedPointsTest, GiveWhatPointsOfEdwards25519Do) {
       bytesFromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
   EdwardsPoint small;
   ASSERT_TRUE(plain.decode(small, orderEight.data()));
-  for (Limb multiple = 1; multiple < 8; ++multiple) {
+  for (unsigned multiple = 1; multiple < 8; ++multiple) {
     const Limbs k = {multiple, 0, 0, 0};
     const Limbs& s = scalars[multiple % 2 == 0 ? 0 : scalars.size() - multiple];
     points.push_back(plain.doubleMultiply(s.data(), k.data(), small));
