@@ -15,7 +15,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-#ifdef __OPTIMIZE__
+#if defined(__OPTIMIZE__) && !defined(VELMORA_EMULATED)
 constexpr bool kOptimised = true;
 #else
 constexpr bool kOptimised = false;  // then four gibibytes would take minutes
