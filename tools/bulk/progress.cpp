@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 
 namespace velmora::tool {
@@ -29,7 +30,7 @@ std::string grouped(uint64_t number) {
 }
 
 std::string spanOf(double seconds) {
-  const auto whole = static_cast<uint64_t>(seconds + 0.5);
+  const auto whole = static_cast<uint64_t>(std::llround(seconds));
   const std::string rest = std::to_string(whole % 60) + " s";
   return whole < 60 ? rest : grouped(whole / 60) + " min " + rest;
 }

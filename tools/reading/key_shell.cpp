@@ -31,7 +31,7 @@ std::string infoOfKey(std::span<const unsigned char> octets) {
   DerReader input(octets);
   Asn1Element key;
   if (!input.takeSequence(key) || !input.atEnd()) return {};
-  const std::string whole(charactersOf(key.whole));
+  std::string whole(charactersOf(key.whole));
   if (!DerReader(key).startsWith(asn1_tag::kInteger)) return whole;
   const std::string bits = elementOf(asn1_tag::kBitString, std::string(1, '\0') + whole);
   return elementOf(asn1_identifier::kSequence, std::string(kRsa) + bits);

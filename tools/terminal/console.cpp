@@ -79,7 +79,9 @@ void Console::outputFailed(const char* reason) {
   m_outputFailed = true;
   raise(ExitStatus::kUnreadable);
   if (!isFirst || reason == nullptr) return;
-  error("standard output: ", reason);
+  StringBuffer line;
+  print(line, "velmora-x509: standard output: ", reason, '\n');
+  writeAll(STDERR_FILENO, line.view());
 }
 
 void Console::complain(std::string_view what, std::string_view reason) {

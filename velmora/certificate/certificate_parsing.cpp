@@ -41,6 +41,7 @@ bool takeTime(DerReader& members) noexcept {
 
 bool isValidity(const Asn1Element& element) noexcept {
   DerReader members(element);
+  // NOLINTNEXTLINE(misc-redundant-expression): each takes one of two
   return takeTime(members) && takeTime(members) && members.atEnd();
 }
 

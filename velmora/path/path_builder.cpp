@@ -331,7 +331,7 @@ void PathBuilder::close(NodeNumber number, const Link& link) {
 
 // Takes all ways on from the last certificate of the way that reach an anchor in `left` links, no
 // more and no less.
-void PathBuilder::climb(uint32_t left) {
+void PathBuilder::climb(uint32_t left) {  // NOLINT(misc-no-recursion): kMostCertificates deep
   const NodeNumber number = m_way.back().node;
   for (size_t i = 0; i < m_nodes[number].links.size() && !isDone(); ++i) {
     const Link& link = m_nodes[number].links[i];

@@ -90,7 +90,7 @@ Reading readCertificateFile(const std::string& path) {
 }
 
 Result<Certificate> certificateFromBer(Bytes ber) noexcept {
-  const Result<Certificate> parsed = Certificate::parseBytes(ber);
+  Result<Certificate> parsed = Certificate::parseBytes(ber);
   if (parsed || parsed.error().code != ErrorCode::notDer) return parsed;
   DataBuffer der;
   BerWalk walk(octetsOf(ber));

@@ -25,6 +25,7 @@ void _vmPublicKey::loadEd25519Public(const unsigned char* key32, const char*) {
   if (!loadEd25519({key32, Ed25519KeyData::kKeySize}, log) || m_keyBits.failed()) clear();
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): making nothing throws nothing
 void _vmPublicKey::clear() noexcept {
   m_key.emplace<std::monostate>();
   m_keyBits.clear();

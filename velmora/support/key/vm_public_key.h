@@ -73,7 +73,7 @@ class VELMORA_API _vmPublicKey {
   std::string_view curveName() const noexcept;
 
  private:
-  void clear() noexcept;
+  void clear() noexcept;  // NOLINT(bugprone-exception-escape): as above its definition
   bool loadInfo(std::span<const unsigned char> der, LogBase& log);
   bool loadRsa(std::span<const unsigned char> pkcs1, LogBase& log);
   bool loadDsa(std::span<const unsigned char> parameters, std::span<const unsigned char> bits,

@@ -46,7 +46,7 @@ void XmlDeclaration::take(std::string_view text) noexcept {
 void XmlDeclaration::take(char c) noexcept {
   if (c == m_quote || (m_quote == 0 && (c == '"' || c == '\''))) {
     endWord();
-    m_quote = m_quote == 0 ? c : 0;
+    m_quote = m_quote == 0 ? c : '\0';
   } else if (m_quote == 0 && (c == '=' || xmlByteIs(c, kXmlWhite))) {
     endWord();
   } else if (m_wordSize < kMaxWord) {
