@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
+#include "tests/common/allocation_fault.h"
 #include "tests/common/der_builder.h"
 #include "tests/support/asn1/codec_texts.h"
 
@@ -228,6 +231,56 @@ TEST(DerXmlCodec, LargeTreesAreThoseOfTheirText) {
     }
     EXPECT_TRUE(toXml(der::sequence(members))) << count;
   }
+}
+
+TEST(DerXmlCodec, WithoutMemoryConvertsRightOrNotAtAll) {
+  std::string members = octetsOf("A110 0303 01F0F1 0C02 FC41 A203 800141 0500 0601 29");
+  for (int i = 0; i < 8; ++i) members += der::octets(std::string(100, 'x')) + members;
+  const std::string ber = octetsOf("3080") + members + std::string(2, '\0');
+  const auto octets = test::spanOf(ber);
+  LogNull log;
+  const _clsOwner tree(ClsXml::createNewCls());
+  StringBuffer text;
+  Asn1Fault fault;
+  ASSERT_TRUE(DerXmlCodec::derToXml(octets, text, fault) && tree->loadXml(text, true, log));
+  const auto shown = [](bool done, const auto& out) {
+    EXPECT_TRUE(done || out.failed() || out.empty());
+    return done ? std::string(out.view()) : test::kNoMemory;
+  };
+  const std::function<std::string()> questions[] = {
+      [&] {
+        StringBuffer xml;
+        return DerXmlCodec::derToXml(octets, xml, fault) ? std::string(xml.view())
+                                                         : test::kNoMemory;
+      },
+      [&] {
+        const RefOwner<XmlDocument> document(DerXmlCodec::derToTree(octets, fault));
+        return std::string(document ? "a tree" : test::kNoMemory);
+      },
+      [&] {
+        DataBuffer der;
+        return shown(DerXmlCodec::xmlToDer(*tree, der, log), der);
+      },
+      [&] {
+        DataBuffer der;
+        unsigned used = 0;
+        const RefOwner<_vmAsn1> node(
+            _vmAsn1::DecodeToAsn(octets.data(), static_cast<unsigned>(octets.size()), used, log));
+        return shown(node && node->EncodeToDer(der, false, log), der);
+      },
+      [&] {
+        DataBuffer der;
+        const RefOwner<_vmAsn1> node(_vmAsn1::xml_to_asn(*tree, log));
+        return shown(node && node->EncodeToDer(der, false, log), der);
+      },
+      [&] {
+        const _clsOwner loaded(ClsXml::createNewCls());
+        XString again;
+        const bool done = loaded && loaded->loadXml(text, true, log) && loaded->GetXml(again);
+        return done && !again.failed() ? std::string(again.view()) : test::kNoMemory;
+      },
+  };
+  for (const auto& each : questions) test::expectRightOrNone(each);
 }
 
 TEST(DerXmlCodec, RefusesWhatIsNotTheForm) {

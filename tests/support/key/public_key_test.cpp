@@ -1,3 +1,4 @@
+#include "tests/common/allocation_fault.h"
 #include "tests/support/key/key_test.h"
 
 namespace velmora::test {
@@ -44,6 +45,29 @@ TEST_P(PublicKey, LoadsOrRefuses) {
     EXPECT_EQ(key.isDsa(), key.getDsaKey() != nullptr);
     EXPECT_EQ(key.isEcc(), key.getEccKey() != nullptr);
     EXPECT_EQ(key.isEd25519(), key.getEd25519Key() != nullptr);
+  });
+}
+
+// A key that memory did not suffice for is none, and what was loaded before is gone.
+TEST(PublicKeyMemory, IsLoadedWholeOrNotAtAll) {
+  forEachRecord(keyDataFile("keys.txt"), [&](const KeyValueRecord& record) {
+    SCOPED_TRACE(record.get("Case"));
+    for (const char* const unused : {"Refused", "Type", "Bits", "Curve", "KeyId"}) {
+      if (record.has(unused)) record.get(unused);
+    }
+    const DataBuffer der = fromHex(record.get("Der"));
+    LogNull log;
+    expectRightOrNone([&] {
+      _vmPublicKey key;
+      StringBuffer id;
+      DataBuffer copy;
+      if (!copy.append(der) || !key.loadAnyDer(copy, log)) {
+        EXPECT_TRUE(key.isEmpty());
+        return std::string(kNoMemory);
+      }
+      const bool hasId = key.getVelmoraKeyId64(id, log) && !id.failed();
+      return hasId ? std::string(id.view()) + std::to_string(key.bitLength()) : kNoMemory;
+    });
   });
 }
 
