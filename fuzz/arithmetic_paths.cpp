@@ -1,6 +1,5 @@
 #include <array>
 #include <map>
-#include <memory>
 #include <vector>
 
 #include "fuzz/fuzz_target.h"

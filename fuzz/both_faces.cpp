@@ -1,10 +1,5 @@
 #include <algorithm>
 #include <functional>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "tests/certificate/all_answers.h"

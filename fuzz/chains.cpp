@@ -2,9 +2,6 @@
 #include <array>
 #include <fstream>
 #include <iterator>
-#include <span>
-#include <string>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "velmora/path/verify.h"

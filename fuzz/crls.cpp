@@ -1,5 +1,3 @@
-#include <string>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "velmora/certificate/der.h"

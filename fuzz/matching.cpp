@@ -1,8 +1,6 @@
 #include <arpa/inet.h>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "tests/common/der_builder.h"

@@ -1,9 +1,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "tests/common/der_builder.h"

@@ -2,8 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
 #include "fuzz/fuzz_target.h"
 #include "tools/bulk/line_batches.h"

@@ -1,7 +1,6 @@
 #include "tests/common/allocation_fault.h"
 
 #include <functional>
-#include <optional>
 
 #include "tests/certificate/all_answers.h"
 #include "tests/certificate/shown_answers.h"

@@ -1,10 +1,12 @@
 #include "velmora/certificate/certificate.h"
 
-#include <optional>
+#include <thread>
 #include <unordered_set>
 
-#include "tests/certificate/typed_test.h"
+#include "tests/certificate/all_answers.h"
+#include "tests/certificate/shown_answers.h"
 #include "velmora/certificate/date_text.h"
+#include "velmora/certificate/issuer_key.h"
 
 namespace velmora::test {
 namespace {
@@ -178,6 +180,39 @@ TEST(Certificate, HasThePartsOfItsDer) {
   EXPECT_EQ(sequence(charactersOf(parts.tbs), fields.outerAlgorithm, fields.signature),
             fields.der());
   EXPECT_EQ(certificate.signatureAlgorithm(), Oid("1.2.840.113549.1.1.12"));
+}
+
+std::string allOf(const Certificate& certificate) {
+  Shown shown;
+  forEachAnswer(certificate, [&](const Oid&, const auto& get) { shown << get(); });
+  shown.all(certificate.serialHex(), certificate.version(), certificate.notAfter(),
+            certificate.subject().rfc4514(), certificate.issuer().folded(),
+            certificate.fingerprint(Hash::sha256), certificate.unknownCriticalExtensions(),
+            certificate.isSelfIssued(),
+            certificate.signedBy(certificate) == SignatureVerdict::good);
+  for (const Departure& each : certificate.departures()) shown.all(each.id().data(), each.offset);
+  return shown.text;
+}
+
+TEST(Certificate, AnswersThreadsThatShareIt) {
+  for (const std::string& der : madeCertificates()) {
+    const Result<Certificate> parsed = Certificate::parse(der);
+    if (!parsed) continue;
+    const Certificate shared = *parsed;
+    const std::string expected = allOf(*Certificate::parse(der));
+    IssuerKey key(shared);
+    key.prepare();
+    const SignatureVerdict verdict = key.check(shared).verdict;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&, i] {
+        const Certificate copy = shared;
+        EXPECT_EQ(allOf(i % 2 == 0 ? shared : copy), expected);
+        EXPECT_EQ(key.check(copy).verdict, verdict);
+      });
+    }
+    for (std::thread& each : threads) each.join();
+  }
 }
 
 TEST(Certificate, IsAValueWithAnOrder) {

@@ -1,4 +1,5 @@
 #include "tests/certificate/typed_test.h"
+#include "tests/common/table_file.h"
 
 namespace velmora::test {
 namespace {
@@ -152,41 +153,13 @@ TEST(Name, TextIsParsedAndWrittenAsRfc4514Says) {
 }
 
 TEST(Name, TextThatIsNoneIsRefusedWithItsPlace) {
-  const struct {
-    std::string text;
-    uint32_t at;
-    std::string accepted;  // differs in the fault alone
-  } rows[] = {
-      {"CN", 2, "CN="},
-      {"XY=a", 0, "CN=a"},
-      {"CN=a, O=b", 5, "CN=a,O=b"},
-      {"CN=a,", 5, "CN=a"},
-      {"CN=a+,O=b", 5, "CN=a+O=c,O=b"},
-      {"CN= a", 3, "CN=\\ a"},
-      {"CN=a ", 4, "CN=a\\ "},
-      {"CN=a +O=b", 4, "CN=a\\ +O=b"},
-      {"CN=a\"b", 4, "CN=a\\\"b"},
-      {"CN=a;O=b", 4, "CN=a\\;O=b"},
-      {"CN=a\0"s, 4, "CN=a\\00"},
-      {"CN=a\\", 4, "CN=a\\\\"},
-      {"CN=a\\4", 4, "CN=a\\41"},
-      {"CN=a\\x1", 4, "CN=a\\21"},
-      {"CN=#", 3, "CN=\\#"},
-      {"CN=#0C01", 3, "CN=#0C0141"},
-      {"CN=#0C0141 ", 10, "CN=#0C0141"},
-      {"CN=#0C8101"s + "41", 3, "CN=#0C0141"},
-      {"CN=a\\C3b", 4, "CN=a\\C3\\BCb"},
-      {"CN=\\41\xC3", 6, "CN=\\41\xC3\xBC"},
-      {"2.5.04.3=a", 0, "2.5.4.3=a"},
-      {"OID.2.5.4.3=a", 0, "2.5.4.3=a"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    const Error error{ErrorCode::malformedText, Found::certificate, row.at};
-    const Result<Name> refused = Name::parse(row.text);
+  for (const Row& row : tableOf("names", "no text, the place of the fault, and its twin")) {
+    SCOPED_TRACE(row[0]);
+    const Error error = Error::at(ErrorCode::malformedText, std::stoul(row[1]));
+    const Result<Name> refused = Name::parse(row[0]);
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error(), error) << refused.error().offset;
-    EXPECT_TRUE(Name::parse(row.accepted)) << row.accepted;
+    EXPECT_TRUE(Name::parse(row[2])) << row[2];
   }
   const std::string longest = "CN=" + std::string(64 * 1024 - 3, 'a');
   EXPECT_TRUE(Name::parse(longest));

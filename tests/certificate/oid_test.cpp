@@ -1,10 +1,8 @@
 #include "velmora/certificate/oid.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <string>
 
+#include "tests/common/table_file.h"
 #include "velmora/certificate/internal/octets.h"
 #include "velmora/support/asn1/oid_names.h"
 
@@ -57,34 +55,17 @@ const std::string kLargest =
     "701277855943457200048954515105739075223471";
 
 TEST(Oid, TellsWhereATextIsNone) {
-  const struct {
-    std::string dotted;
-    size_t offset;
-    ErrorCode code = ErrorCode::malformedText;
-  } rows[] = {
-      {"", 0},
-      {"x", 0},
-      {"3.1", 0},
-      {"1", 1},
-      {"10.1", 1},
-      {"1.", 2},
-      {"1..2", 2},
-      {"1.40", 3},
-      {"0.1234", 5},
-      {"1.2.", 4},
-      {"1.2.03", 5},
-      {"1.02", 3},
-      {"1.2 ", 3},
-      {"1.2.-3", 4},
-      {std::string("1.2\0", 4), 3},
+  std::vector<std::tuple<std::string, size_t, ErrorCode>> rows = {
+      {"", 0, ErrorCode::malformedText},
       {"1.1" + repeated(63, ".1"), 128, ErrorCode::tooLarge},
-      {kLargest.substr(0, 134) + '2', 134, ErrorCode::tooLarge},
-  };
-  for (const auto& row : rows) {
-    const Result<Oid> oid = Oid::parse(row.dotted);
-    ASSERT_FALSE(oid) << row.dotted;
-    EXPECT_EQ(oid.error(), Error::at(row.code, row.offset))
-        << row.dotted << ' ' << oid.error().offset;
+      {kLargest.substr(0, 134) + '2', 134, ErrorCode::tooLarge}};
+  for (const Row& row : tableOf("oids_typed", "no OID, and the place of the fault")) {
+    rows.emplace_back(row[0], std::stoul(row[1]), ErrorCode::malformedText);
+  }
+  for (const auto& [dotted, offset, code] : rows) {
+    const Result<Oid> oid = Oid::parse(dotted);
+    ASSERT_FALSE(oid) << dotted;
+    EXPECT_EQ(oid.error(), Error::at(code, offset)) << dotted << ' ' << oid.error().offset;
   }
 }
 

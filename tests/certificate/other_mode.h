@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 #include "velmora/certificate/certificate.h"
 
 namespace velmora::test {

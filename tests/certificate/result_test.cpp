@@ -1,10 +1,7 @@
 #include "velmora/certificate/result.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <set>
-#include <string>
 
 #include "tests/certificate/other_mode.h"
 #include "tests/certificate/typed_test.h"

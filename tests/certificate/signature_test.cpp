@@ -1,4 +1,3 @@
-#include <memory>
 
 #include "tests/certificate/typed_test.h"
 #include "tests/common/signed_cases.h"

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "tests/common/certificate_files.h"
 #include "tests/common/der_builder.h"

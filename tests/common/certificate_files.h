@@ -4,8 +4,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <string>
-#include <vector>
 
 #include "velmora/reading/certificate_reader.h"
 

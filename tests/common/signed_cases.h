@@ -2,7 +2,6 @@
 
 #include <map>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "tests/common/key_value_file.h"

@@ -1,6 +1,5 @@
 // What every consumer builds and runs: both faces and a verification, on a server's chain.
 #include <cstdio>
-#include <string>
 
 #include "velmora/path/verify.h"
 #include "velmora/reading/crossing.h"

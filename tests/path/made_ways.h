@@ -1,11 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "tests/common/key_value_file.h"
 #include "velmora/path/verify.h"

@@ -2,7 +2,6 @@
 #include <functional>
 #include <iterator>
 #include <latch>
-#include <optional>
 #include <thread>
 
 #include "tests/common/allocation_fault.h"

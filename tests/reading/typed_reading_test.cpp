@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <string>
 
 #include "tests/common/der_builder.h"
 #include "velmora/reading/crossing.h"

@@ -1,8 +1,5 @@
 #include "tests/common/allocation_fault.h"
 
-#include <memory>
-#include <string>
-
 #include "tests/common/certificate_files.h"
 #include "tests/x509/all_getters.h"
 #include "tests/x509/signed_certificates.h"

@@ -1,5 +1,4 @@
 #include <map>
-#include <span>
 
 #include "tests/x509/x509_test.h"
 

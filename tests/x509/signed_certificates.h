@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "tests/common/signed_cases.h"
 #include "tests/x509/x509_test.h"
 #include "velmora/support/trust/trusted_roots.h"

@@ -271,6 +271,47 @@ TEST(TrustOfRoots, IsNotShortenedAtANul) {
   EXPECT_EQ(TrustedRoots::getCount(nullptr), 1u);
 }
 
+// Each answer is that of one state of the registry: where it was not being changed, of the one it
+// had.
+TEST(TrustOfRoots, IsThatOfTheMomentWhileItChanges) {
+  const NoTrustedRoots none;
+  SignedCertificates& all = signedCertificates();
+  LoadedX509 registered(derOf(all.issuer("P-384")));
+  std::atomic<unsigned> state = 0;  // odd while it is being changed; trusted in every second one
+  std::atomic<bool> isDone = false;
+  std::thread changing([&] {
+    LogNull log;
+    while (!isDone) {
+      ++state;
+      EXPECT_TRUE(state / 2 % 2 == 0 ? addTrustedRoot(registered, nullptr, log)
+                                     : removeTrustedRoot(registered, nullptr, log));
+      ++state;
+      std::this_thread::yield();
+    }
+  });
+  const auto ask = [&](const std::string& der, const char* issuer, bool isSigned) {
+    LogNull log;
+    LoadedX509 cert(der), signer(derOf(all.issuer(issuer)));
+    const unsigned before = state;
+    const bool holds = cert.verifyCertSignature(der == derOf(signer) ? nullptr : &signer, log);
+    const bool isRoot = der == derOf(signer), isSteady = before % 2 == 0 && before == state;
+    EXPECT_TRUE(isRoot ? !isSteady || holds == (before / 2 % 2 == 1) : holds == isSigned) << issuer;
+  };
+  std::vector<std::thread> asking;
+  for (int i = 0; i < 3; ++i) {
+    asking.emplace_back([&] {
+      for (int n = 0; n < 60; ++n) {
+        ask(derOf(all.issuer("P-384")), "P-384", true);
+        ask(all.byName("sha256 by P-256").der, "P-256", true);
+        ask(all.byName("P-256: r is the order").der, "P-256", false);
+      }
+    });
+  }
+  for (std::thread& each : asking) each.join();
+  isDone = true;
+  changing.join();
+}
+
 // Nobody can put another certificate in the place of one whose name has been read.
 TEST(TrustOfRoots, AndSignaturesAreOfOneCertificateThroughout) {
   const NoTrustedRoots none;

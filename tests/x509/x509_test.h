@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "tests/common/der_builder.h"
 #include "velmora/support/asn1/der_xml_codec.h"

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 
 #include "velmora/support/asn1/der_xml_codec.h"
 #include "velmora/support/asn1/vm_asn1.h"

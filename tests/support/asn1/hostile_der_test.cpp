@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include "tests/common/der_builder.h"
 #include "tests/support/asn1/codec_texts.h"

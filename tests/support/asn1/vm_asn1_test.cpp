@@ -1,9 +1,5 @@
 #include "velmora/support/asn1/vm_asn1.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "tests/common/der_builder.h"
 #include "tests/support/asn1/codec_texts.h"
 #include "velmora/support/asn1/der_xml_codec.h"

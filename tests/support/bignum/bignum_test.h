@@ -1,9 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
 #include <vector>
 
 #include "tests/common/each_path.h"

@@ -1,10 +1,6 @@
 #include "velmora/support/core/arrays.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <thread>
-#include <utility>
 
 #include "tests/common/allocation_fault.h"
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "tests/common/each_path.h"
 #include "tests/common/key_value_file.h"
 #include "velmora/support/key/vm_public_key.h"

@@ -1,13 +1,8 @@
 #include "velmora/support/log/log_sinks.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <ostream>
 #include <sstream>
 #include <streambuf>
-#include <string>
-#include <string_view>
 
 #include "tests/common/allocation_fault.h"
 

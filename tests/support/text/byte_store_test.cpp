@@ -1,11 +1,6 @@
 #include "velmora/support/text/byte_store.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <functional>
-#include <string_view>
-#include <utility>
 
 #include "tests/common/allocation_fault.h"
 #include "velmora/support/text/data_buffer.h"

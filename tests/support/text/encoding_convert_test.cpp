@@ -4,8 +4,6 @@
 
 #include <cstring>
 #include <string>
-#include <string_view>
-#include <utility>
 
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/x_string.h"

@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdint>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "velmora/support/text/x_string.h"

@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 

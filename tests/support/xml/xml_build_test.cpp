@@ -1,7 +1,5 @@
-#include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
 
 #include "tests/common/allocation_fault.h"
 #include "tests/support/xml/xml_test_support.h"

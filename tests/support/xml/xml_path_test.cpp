@@ -1,13 +1,13 @@
-#include <gtest/gtest.h>
 
-#include <string>
 
+#include "tests/common/table_file.h"
 #include "tests/support/xml/xml_test_support.h"
 
 namespace velmora {
 namespace {
 
 using test::load;
+using test::Row;
 
 // In the shape of a certificate, with names that only a text comparison can tell apart.
 constexpr std::string_view kDocument =
@@ -29,25 +29,11 @@ constexpr std::string_view kDocument =
     "</sequence>";
 
 TEST(XmlPath, ReadsContentWithoutMoving) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"bits|*", "FF"},
-      {"sequence|contextSpecific|int|*", "02"},
-      {"sequence|contextSpecific[1]|sequence|oid|*", "2.5.29.14"},
-      {"sequence|sequence[0]|oid|*", "1.2.3"},  // the index counts this tag only
-      {"sequence|sequence[1]|set[1]|sequence|utf8|*", "a, b"},
-      {"sequence|sequence[1]|set[j]|sequence|oid|*", "2.5.4.3"},
-      {"sequence|mine[1]|*", "z"},
-      {"sequence|mine2|*", "y"},
-      {"sequence|..|bits|*", "FF"},
-      {"/C/utf8,a, b|..|oid|*", "2.5.4.3"},  // the text of /C/ may hold commas
-      {"sequence|sequence[1]|/C/oid,2.5.4.3|..|utf8|*", "a, b"},
-      {"sequence|/A/contextSpecific,tag,3|sequence|oid|*", "2.5.29.14"},
-      {"*", ""},
-  };
   const _clsOwner xml(load(kDocument));
   xml->put_J(1);
   LogNull log;
-  for (const auto& [path, content] : cases) {
+  for (const Row& row : test::tableOf("xml_paths", "a path, and the content that it reads")) {
+    const std::string &path = row[0], &content = row[1];
     XString result("before");
     EXPECT_TRUE(xml->velmoraPath(path, result, log)) << path;
     EXPECT_EQ(result.view(), content) << path;
@@ -56,21 +42,7 @@ TEST(XmlPath, ReadsContentWithoutMoving) {
 }
 
 TEST(XmlPath, WhatFindsNothingChangesNothing) {
-  const char* const paths[] = {
-      "", "|", "|*", "$*", "bits", "bits|", "bits||*", "bits|$x", "*|bits|*", "..|*",
-      "sequence|..|..|*", "oid|*",  // is below, but no child
-      "mine|*", "sequence|min|*",
-      // Indexes: beyond the last, as J is too, and malformed.
-      "sequence|sequence[2]|*", "sequence|sequence[j]|*", "sequence|sequence[-1]|*",
-      "sequence|sequence[]|*", "sequence|sequence[1|*", "sequence|sequence 1]|*",
-      "sequence|sequence[1]x|*", "sequence|sequence[01x]|*", "sequence|sequence[ 1]|*",
-      "sequence|sequence[2147483648]|*", "sequence|sequence[99999999999999999999]|*",
-      // The whole content must agree, and below leaves the element itself out.
-      "/C/oid|*", "/C/oid,2.5.4|*", "/C/oid,2.5.4.3 |*", "/C/,2.5.4.3|*", "bits|/C/bits,FF|*",
-      "sequence[1]|/C/oid,1.2.3|*", "/A/contextSpecific,tag,4|*", "/A/contextSpecific,tag|*",
-      "/A/contextSpecific|*", "/A/sequence,tag,0|*", "/A/oid,tag,|*",
-      // No step goes back to another match of the one before it.
-      "sequence|/A/contextSpecific,constructed,1|sequence|*"};
+  const std::vector<Row> paths = test::tableOf("xml_paths", "paths that find nothing");
   const _clsOwner xml(load(kDocument));
   xml->put_J(5);
   LogNull log;
@@ -80,8 +52,9 @@ TEST(XmlPath, WhatFindsNothingChangesNothing) {
     EXPECT_EQ(result.view(), "before") << path;
     EXPECT_FALSE(xml->getParent2()) << path;
   };
-  for (const char* path : paths) expectNothing(path);
-  for (std::string path : paths) {
+  for (const Row& row : paths) {
+    std::string path = row[0];
+    expectNothing(path);
     if (path.ends_with('*')) expectNothing(path.replace(path.size() - 1, 1, "$"));
   }
   expectNothing(std::string_view("bits\0|*", 7));

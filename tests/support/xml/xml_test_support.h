@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 
 #include "velmora/support/log/log_sinks.h"
 #include "velmora/support/xml/cls_xml.h"

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "tests/support/zip/zip_samples.h"
 #include "velmora/support/zip/zlib_codec.h"
 

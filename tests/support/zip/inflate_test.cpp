@@ -1,7 +1,5 @@
 #include "velmora/support/zip/inflate.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <fstream>
 #include <sstream>

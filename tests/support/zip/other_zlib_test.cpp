@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
 
 #include "tests/support/zip/zip_samples.h"
 #include "velmora/support/zip/zlib_codec.h"
