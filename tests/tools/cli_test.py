@@ -829,9 +829,9 @@ class Usage(unittest.TestCase):
                 self.assertEqual(run(*arguments, stdin=content), run(*(arguments or ["show"]), "-", stdin=content))
 
     def test_a_terminal_is_filled_and_not_overrun(self):
-        def on_terminal(*arguments, **variables):
+        def on_terminal(*arguments, columns=80, **variables):
             terminal, inside = pty.openpty()
-            fcntl.ioctl(inside, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 80, 0, 0))
+            fcntl.ioctl(inside, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
             done = subprocess.run([PROGRAM, *arguments], stdout=inside, env={**os.environ, "TERM": "xterm", **variables})
             os.close(inside)
             text = os.read(terminal, 1 << 16).decode().replace("\r", "")
@@ -846,7 +846,11 @@ class Usage(unittest.TestCase):
         coloured = on_terminal(leaf, NO_COLOR="")[1]
         self.assertIn("\x1b[1m", coloured)
         self.assertEqual(re.sub("\x1b\\[\\d+m", "", coloured), plain)
-        self.assertLessEqual(max(map(len, on_terminal("expires", "--within", "1000000", leaf)[1].splitlines())), 80)
+        chain = str(EXAMPLES / "chain.pem")
+        for command in (["expires", "--within", "1000000", chain], ["verify", chain], ["tree", chain], ["diff", chain, data("three.pem")],
+                        ["issuer", leaf, chain], ["lint", data("three.pem")]):
+            widths = [max(map(len, text.splitlines())) for text in (run(*command)[1], on_terminal(*command, columns=60)[1])]
+            self.assertTrue(widths[0] > 60 >= widths[1], (command, widths))
 
     def test_files_that_look_like_options_or_commands(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -2,6 +2,7 @@
 
 #include "tools/commands/command.h"
 #include "tools/render/difference.h"
+#include "tools/render/fold.h"
 
 namespace velmora::tool {
 
@@ -19,12 +20,14 @@ void runDiff(const Arguments& arguments, Console& console) {
   const auto before = firstOf({arguments.operand()}, console);
   const auto after = firstOf(arguments.files(), console);
   if (!before || !after) return console.raise(ExitStatus::kUnreadable);
+  const size_t start = console.out().getSize();
   for (const FieldDifference& each : differencesOf(*before, *after)) {
     console.raise(ExitStatus::kNo);
     print(console.out(), each.field, '\n');
     if (each.before.getSize() + each.after.getSize() == 0) continue;
     print(console.out(), "  - ", each.before, "\n  + ", each.after, '\n');
   }
+  foldHanging(start, console.width(), console.out());
 }
 
 }  // namespace

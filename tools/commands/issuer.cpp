@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "tools/commands/command.h"
+#include "tools/render/fold.h"
 #include "tools/render/name_text.h"
 #include "velmora/path/link.h"
 
@@ -40,11 +41,14 @@ void writeFit(const InputCertificate& input, const Fit& fit, StringBuffer& out) 
   line.end();
 }
 
-void printFit(const InputCertificate& input, const Fit& fit, StringBuffer& out) {
+void printFit(const InputCertificate& input, const Fit& fit, Console& console) {
+  StringBuffer& out = console.out();
+  const size_t start = out.getSize();
   print(out, fit.matches ? "yes  " : "no   ", input,
         fit.byIdentifiers ? "  by key identifiers" : "  by names",
         fit.wholeNamesEqual ? "\n" : ", the whole names differ\n");
   for (const Reason each : fit.faults) print(out, "     ", reasonText(each), '\n');
+  foldHanging(start, console.width(), out);
 }
 
 void runIssuer(const Arguments& arguments, Console& console) {
@@ -64,8 +68,7 @@ void runIssuer(const Arguments& arguments, Console& console) {
     loadInto(issuer.get(), input.der);
     const Fit fit = fitOf(*subject, *certificate, *issuer, input.certificate);
     anyMatches = anyMatches || fit.matches;
-    arguments.has("--json") ? writeFit(input, fit, console.out())
-                            : printFit(input, fit, console.out());
+    arguments.has("--json") ? writeFit(input, fit, console.out()) : printFit(input, fit, console);
   });
   if (!anyMatches) console.raise(ExitStatus::kNo);
 }

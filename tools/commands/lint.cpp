@@ -1,5 +1,6 @@
 #include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
+#include "tools/render/fold.h"
 #include "tools/render/oid_text.h"
 #include "tools/render/shown_departure.h"
 
@@ -19,12 +20,15 @@ void appendText(const InputCertificate& input, const ShownDeparture& shown, Stri
 
 void runLint(const Arguments& arguments, Console& console) {
   const bool isJson = arguments.has("--json");
+  const size_t width = isJson || arguments.has("--lines") ? 0 : console.width();
   visitFilesOrLines(arguments, console, [&](Answers& answers) -> Visit {
-    return [&answers, isJson](const InputCertificate& input) {
+    return [&answers, isJson, width](const InputCertificate& input) {
       const std::vector<ShownDeparture> departures = departuresOf(input);
       if (!departures.empty()) answers.raise(ExitStatus::kNo);
       if (isJson) return appendLintJson(input, departures, answers.out());
+      const size_t start = answers.out().getSize();
       for (const ShownDeparture& each : departures) appendText(input, each, answers.out());
+      foldHanging(start, width, answers.out());
     };
   });
 }

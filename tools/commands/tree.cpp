@@ -4,6 +4,7 @@
 
 #include "tools/commands/command.h"
 #include "tools/render/dates.h"
+#include "tools/render/fold.h"
 #include "tools/render/name_text.h"
 
 namespace velmora::tool {
@@ -148,7 +149,9 @@ class Forest {
 void runTree(const Arguments& arguments, Console& console) {
   Forest forest;
   visitFiles(arguments, console, [&](const InputCertificate& input) { forest.add(input); });
+  const size_t start = console.out().getSize();
   forest.print(console.out());
+  foldHanging(start, console.width(), console.out());
 }
 
 }  // namespace

@@ -162,16 +162,9 @@ class Verifier {
       }
     }
     if (m_json || m_items.empty()) return;
-    const bool withCrls = m_question.options.revocation != Revocation::notAsked;
-    print(m_console.out(), "\nNot judged: ", withCrls ? "" : "revocation (--crl), ",
-          "OCSP and certificate transparency.\n");
-    if (m_arguments.has("--purpose")) return;
-    const Target& target = m_question.options.target;
-    print(m_console.out(),
-          "No purpose was asked for: any use is judged alike. To ask for one add --purpose",
-          target.isHost()    ? " server.\n"
-          : target.isEmail() ? " email.\n"
-                             : ".\n");
+    const size_t start = m_console.out().getSize();
+    tellWhatIsNotJudged();
+    foldHanging(start, m_console.width(), m_console.out());
   }
 
   // Each line is answered by itself and forgotten.
@@ -192,6 +185,19 @@ class Verifier {
     std::optional<Certificate> certificate;
     std::string failure;
   };
+
+  void tellWhatIsNotJudged() {
+    const bool withCrls = m_question.options.revocation != Revocation::notAsked;
+    print(m_console.out(), "\nNot judged: ", withCrls ? "" : "revocation (--crl), ",
+          "OCSP and certificate transparency.\n");
+    if (m_arguments.has("--purpose")) return;
+    const Target& target = m_question.options.target;
+    print(m_console.out(),
+          "No purpose was asked for: any use is judged alike. To ask for one add --purpose",
+          target.isHost()    ? " server.\n"
+          : target.isEmail() ? " email.\n"
+                             : ".\n");
+  }
 
   static void refuseBer(const InputCertificate& input) {
     if (input.berAt) throw Untreated("BER, on which no decision may rest.");
@@ -232,9 +238,8 @@ class Verifier {
 
   void report(const InputPlace& leaf, const Certificate& certificate) {
     const size_t start = m_console.out().getSize();
-    constexpr size_t kIndent = 8;
     append(leaf, certificate, m_console);
-    if (!m_json) foldLines(start, m_console.width(), kIndent, m_console.out());
+    if (!m_json) foldHanging(start, m_console.width(), m_console.out());
     if (m_console.out().failed()) {
       // No half of a record is left behind.
       m_console.takeBack(start);

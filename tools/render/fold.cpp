@@ -22,7 +22,8 @@ void appendFolded(std::string_view line, size_t width, size_t indent, std::strin
     if ((line[i] & 0xC0) == 0x80) continue;  // goes on a character
     if (column == width) {
       const bool atSpace = space != std::string_view::npos;
-      const size_t end = atSpace ? space : i;
+      size_t end = atSpace ? space : i;
+      while (end > lineStart && line[end - 1] == ' ') --end;
       out.append(line.substr(lineStart, end - lineStart)).append("\n").append(indent, ' ');
       lineStart = atSpace ? space + 1 : i;
       i = lineStart;
@@ -35,20 +36,38 @@ void appendFolded(std::string_view line, size_t width, size_t indent, std::strin
   out.append(line.substr(lineStart));
 }
 
-}  // namespace
-
-void foldLines(size_t start, size_t width, size_t indent, StringBuffer& out) {
-  if (width < indent + kLeastRoom) return;
+// Folds each line, with the indent that `indentOf` gives for it.
+template <class IndentOf>
+void foldEach(size_t start, size_t width, const IndentOf& indentOf, StringBuffer& out) {
+  if (width == 0) return;
   const std::string text(out.view().substr(start));
   std::string folded;
   for (std::string_view rest = text; !rest.empty();) {
     const size_t end = std::min(rest.find('\n'), rest.size());
-    appendFolded(rest.substr(0, end), width, indent, folded);
+    const std::string_view line = rest.substr(0, end);
+    const size_t indent = indentOf(line);
+    const bool hasRoom = width >= indent + kLeastRoom;
+    hasRoom ? appendFolded(line, width, indent, folded) : void(folded.append(line));
     if (end != rest.size()) folded.push_back('\n');
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
   out.truncate(start);
   out.append(folded);
+}
+
+}  // namespace
+
+void foldLines(size_t start, size_t width, size_t indent, StringBuffer& out) {
+  foldEach(
+      start, width, [&](std::string_view) { return indent; }, out);
+}
+
+void foldHanging(size_t start, size_t width, StringBuffer& out) {
+  constexpr size_t kHang = 4;
+  const auto indentOf = [](std::string_view line) {
+    return std::min(line.find_first_not_of(' '), line.size()) + kHang;
+  };
+  foldEach(start, width, indentOf, out);
 }
 
 }  // namespace velmora::tool

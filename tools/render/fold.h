@@ -14,4 +14,8 @@ namespace velmora::tool {
 /// nothing.
 void foldLines(size_t start, size_t width, size_t indent, StringBuffer& out);
 
+/// The same for lines that are indented as they belong together: what follows is indented by four
+/// columns more than its line.
+void foldHanging(size_t start, size_t width, StringBuffer& out);
+
 }  // namespace velmora::tool
