@@ -37,7 +37,7 @@ constexpr std::string_view kAboutInput =
     "as the escapes of these.\n"
     "\n"
     "Exit status: 0 done; 1 the answer is no; 2 usage; 3 something could not be read\n"
-    "or was not a certificate.\n";
+    "or written, or was not a certificate; 130 interrupted with --lines.\n";
 
 constexpr size_t kHelpColumn = 22;
 constexpr size_t kHelpWidth = 58;
@@ -120,7 +120,7 @@ bool isOneOf(std::string_view word, std::initializer_list<std::string_view> word
 
 // The help of the command that is asked for, or of all.
 void help(std::span<char* const> words, StringBuffer& out) {
-  if (words.empty()) return appendHelp(out);
+  if (words.empty() || isOneOf(words[0], {"help", "version"})) return appendHelp(out);
   const Command* const command = commandNamed(words[0]);
   if (command != nullptr) return appendCommandHelp(*command, out);
   throw UsageError("no command \"" + std::string(words[0]) + "\"" +

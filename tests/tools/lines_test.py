@@ -18,6 +18,7 @@ PROGRAM = os.path.abspath(sys.argv.pop(1))
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples" / "chain"
 DATA = EXAMPLES.parent.parent / "tests" / "data" / "reader"
 LEAF = (EXAMPLES / "leaf.der").read_bytes()
+ADVICE = "no certificate in it; --lines reads base64, or a key, a tab and base64, a line each, and other files are read without it"
 PIN = "sha256,base64,j9yJjlHYVkzYK0cLBZsoNiwE29LMzwzxAYAD1BGn4nI="
 
 
@@ -36,7 +37,7 @@ class Lines(unittest.TestCase):
         request = base64.b64decode(b"".join((DATA / "request.pem").read_bytes().splitlines()[1:-1]))
         cases = [  # the line, its key, and why it is no certificate
             (good, None, None), (b"k\t" + good, "k", None), (b"\t" + good + b"\r", "", None), (b" a b \t " + good + b" ", " a b ", None),
-            (b"\xff\"\\\x1b\t" + good, "\ufffd\"\\\x1b", None), (good.rstrip(b"="), None, None),
+            (b"\xff\"\\\x1b\t" + good, "\ufffd\"\\\x1b", None), (b"\xef\xbb\xbf" + good, None, "the line is not base64"), (good.rstrip(b"="), None, None),
             (base64.b64encode(to_ber(LEAF)), None, None), (base64.b64encode((EXAMPLES / "leaf.pem").read_bytes()), None, None), (b"k\t", "k", "there is no certificate behind the key"),
             (b"k\tx\t" + good, "k", "the line is not base64"), (good[:99], None, "an element is longer than what holds it (offset 1 in the DER)"),
             (base64.b64encode(LEAF + b"\0"), None, f"octets that are no certificate follow (offset {len(LEAF)} in the DER)"),
@@ -46,10 +47,11 @@ class Lines(unittest.TestCase):
         ]
         for line, key, error in cases:
             with self.subTest(line=line[:30], error=error):
-                out, errors = run("show", "--json", lines=b"\n \r\n" + line + b"\n\n", status=3 if error else 0)
+                out, errors = run("show", "--json", lines=b"\xef\xbb\xbf\n \r\n" + line + b"\n\n", status=3 if error else 0)
                 answer = json.loads(out)
                 self.assertEqual((answer["index"], answer.get("key"), answer.get("error")), (2, key, error))
-                self.assertEqual(errors, f"velmora-x509: standard input: line 3: {error}\n" if error else "")
+                source = "velmora-x509: standard input: "
+                self.assertEqual(errors, f"{source}line 3: {error}\n{source}{ADVICE}\n" if error else "")
 
     def test_each_command_answers_in_order_with_the_key(self):
         error = '{"source":"-","index":1,"error":"the line is not base64","key":"b"}\n'

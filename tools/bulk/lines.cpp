@@ -30,6 +30,8 @@ constexpr size_t kMostJobs = 256;
 // Of a source, so many lines that cannot be read are told one by one; then their number alone.
 constexpr size_t kTold = 5;
 
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
 constexpr const char* kTooLarge = "The DER is larger than 64 MiB.";
 constexpr const char* kNotBase64 = "The line is not base64.";
 constexpr const char* kPem = "The line is of PEM, which is read without --lines.";
@@ -85,7 +87,9 @@ class LineWorker {
 
   void treat(std::string_view source, LineBatch& batch) {
     InputPlace place{source, batch.firstIndex, "line"};
-    for (std::string_view rest = batch.text; !rest.empty(); ++place.index) {
+    std::string_view rest = batch.text;
+    if (batch.firstIndex == 0 && rest.starts_with(kUtf8Mark)) rest.remove_prefix(kUtf8Mark.size());
+    for (; !rest.empty(); ++place.index) {
       const size_t end = std::min(rest.find('\n'), rest.size());
       const std::string_view line = rest.substr(0, end);
       rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -256,18 +260,32 @@ class LinesRun {
       m_console.error(each);
     }
     m_errors += batch.errors;
+    m_hasCertificate = m_hasCertificate || batch.certificates != 0;
     m_progress.add(batch.certificates, batch.errors, batch.octets);
     return isWritten;
   }
 
+  // What was not told line by line; and, of a source that is perhaps of another form altogether,
+  // what lines are.
   void tellRest(std::string_view name) {
     const size_t untold = m_errors - m_told;
+    const bool isOfAnotherForm = m_errors != 0 && !m_hasCertificate;
     m_errors = m_told = 0;
-    if (m_isQuiet || untold == 0) return;
+    m_hasCertificate = false;
+    if (m_isQuiet || (untold == 0 && !isOfAnotherForm)) return;
     m_progress.clear();
-    m_console.error(Safe{sourceForPeople(name)}, ": ", untold,
-                    untold == 1 ? " more line that holds no certificate"
-                                : " more lines that hold no certificate");
+    const Safe source{sourceForPeople(name)};
+    if (untold != 0) {
+      m_console.error(source, ": ", untold,
+                      untold == 1 ? " more line that holds no certificate"
+                                  : " more lines that hold no certificate");
+    }
+    if (isOfAnotherForm) {
+      m_console.error(
+          source,
+          ": no certificate in it; --lines reads base64, or a key, a tab and base64, a line "
+          "each, and other files are read without it");
+    }
   }
 
   const Arguments& m_arguments;
@@ -279,6 +297,7 @@ class LinesRun {
   // Of a source: lines that cannot be read, and how many of them were told one by one.
   size_t m_errors = 0;
   size_t m_told = 0;
+  bool m_hasCertificate = false;
 };
 
 }  // namespace

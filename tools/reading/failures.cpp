@@ -24,13 +24,29 @@ bool standsBeside(const CertificatePlace& place, const CertificateFailure& failu
   }
 }
 
+// What to do next about what is not known by a code.
+struct Advice {
+  std::string_view reason;  // the start of the sentence
+  std::string_view text;
+};
+constexpr Advice kAdvice[] = {
+    {"No certificate:", "; for base64 of one certificate a line there is --lines"},
+    {"The PEM block has no END", "; the input may be cut short"},
+    {"UTF-16 without", "; save it with one, or as UTF-8"},
+};
+
 // What to do next, behind the reason.
 std::string_view adviceFor(const CertificateFailure& failure) {
   if (failure.line != 0) return "; mend or remove the line";
   if (failure.code == ErrorCode::notAsn1 && failure.offset) {
     return "; the input may be cut short or damaged there";
   }
-  if (failure.code != ErrorCode::notACertificate) return "";
+  if (failure.code != ErrorCode::notACertificate) {
+    for (const Advice& each : kAdvice) {
+      if (failure.reason.starts_with(each.reason)) return each.text;
+    }
+    return "";
+  }
   switch (failure.found) {
     case Found::privateKey:
     case Found::encryptedPrivateKey:
