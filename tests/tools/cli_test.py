@@ -139,13 +139,16 @@ class Inputs(unittest.TestCase):
     def test_what_cannot_be_read(self):
         cases = [("/dev/null", b"", "the input is empty"), (str(DATA), b"", "Is a directory"),
                  (data("absent"), b"", "No such file or directory"),
-                 ("-", b"\x30\x80" * 10000, "elements are nested too deeply (offset 200 in the DER)")]
+                 ("-", b"\x30\x80" * 10000, "elements are nested too deeply (offset 200 in the DER); the input may be cut short or damaged there"),
+                 ("-", b"one\ntwo\n", "no certificate: neither DER, PEM, base64 of DER nor ASN.1 XML; for base64 of one certificate a line there is --lines"),
+                 ("-", b"-----BEGIN X-----\nMAAA", "the PEM block has no END line; the input may be cut short"),
+                 ("-", b"<\0s\0", "UTF-16 without a byte order mark; save it with one, or as UTF-8")]
         for source, content, reason in cases:
             with self.subTest(reason):
                 status, out, errors = run("show", "--json", source, stdin=content)
                 self.assertEqual(status, 3)
-                self.assertEqual(json_lines(out), [{"source": source, "index": 0, "error": reason}])
-                self.assertIn(reason, errors)
+                self.assertEqual(json_lines(out), [{"source": source, "index": 0, "error": reason.partition(";")[0]}])
+                self.assertIn(f": {reason}\n", errors)
 
     def test_a_bad_block_stops_nothing_and_uses_up_an_index(self):
         pem = (DATA / "three.pem").read_text()
@@ -794,7 +797,7 @@ class Usage(unittest.TestCase):
                  (["--what", "x"], "--what"), (["show", "--json", "--xml", "x"], "exclude"),
                  (["show", "--with-der", "x"], "--json"), (["name", "--json", "--style", "1", "x"], "exclude"),
                  *((["name", "--rfc4514", option, "x"], "exclude") for option in ("--json", "--members", "--reverse", "--style=1")),
-                 (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"),
+                 (["ext"], "OID"), (["ext", "2.5.29.17"], "FILE"), (["ext", "2.5.|..", "x"], "dotted"), (["ext", "SubjectAltNames", "x"], 'mean "subjectAltName"'),
                  (["pin", "--hash", "md5", "x"], "sha256"), (["pin", "--encoding", "rot13", "x"], "base64"),
                  (["match", "sha256,base64", "x"], "pin set"), (["match", "md5,hex,00", "x"], "sha256"),
                  (["expires", "--within", "-1", "x"], "--within"), (["expires", "--within", "1000001", "x"], "at most 1000000"), (["split", "--pem", "--der", "x"], "exclude"),
@@ -818,7 +821,7 @@ class Usage(unittest.TestCase):
             self.assertIn(f"velmora-x509 {command} ", text)
             self.assertEqual(run("help", command)[1], text)
             self.assertLessEqual(max(map(len, (text + out).splitlines())), 80)
-        self.assertEqual((run("help"), run("-h")), ((0, out, ""),) * 2)
+        self.assertEqual([run(*each.split()) for each in ("help", "-h", "help help", "help version")], [(0, out, "")] * 4)
         self.assertRegex(run("--version")[1], r"^velmora-x509 \d+\.\d+\.\d+\n$")
         self.assertEqual({run(word) for word in ("version", "-V")}, {run("--version")})
 

@@ -103,8 +103,9 @@ class Made(unittest.TestCase):
         leaf = self.make("tried", others[2], extensions=NO_IDS)
         crowd = self.folder / "crowd.pem"
         crowd.write_text("".join(each.read_text() for each in others))
-        status, (answer,) = verify("--roots", root, "--chain", crowd, leaf)
-        self.assertEqual((status, answer["paths"][0]["certificates"][1]["index"]), (0, 2))
+        status, (answer,) = verify("--roots", root, "--roots", others[0], "--chain", others[3], "--chain", crowd, leaf)
+        self.assertEqual((status, [(each["source"], each["index"]) for each in answer["paths"][0]["certificates"]]),
+                         (0, [(str(leaf), 0), (str(crowd), 2), (str(root), 0)]))
         self.assertEqual(verify("--roots", root, "--chain", crowd, "--issuer", others[2], leaf)[0], 0)
         refused = self.assert_refused("rejectedByCaller", "--roots", root, "--chain", crowd, "--issuer", others[1], leaf)
         self.assertEqual(refused["text"], f"The direct issuer is none of the certificates of --issuer {others[1]}.")

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string>
 
 #include "tools/commands/command.h"
 #include "tools/render/escape.h"
@@ -28,13 +29,27 @@ void printValue(Bytes value, const Arguments& arguments, StringBuffer& out) {
   out.appendChar('\n');
 }
 
+// Behind a word that is no OID: the extension of the standards that it most likely means.
+std::string meantExtension(std::string_view word) {
+  constexpr int kBeyondLast = 100;
+  std::vector<std::string_view> names;
+  for (const char* const arc : {"2.5.29.", "1.3.6.1.5.5.7.1."}) {
+    for (int last = 0; last < kBeyondLast; ++last) {
+      const std::string_view name = oidName(arc + std::to_string(last));
+      if (!name.empty()) names.push_back(name);
+    }
+  }
+  return didYouMean(word, names);
+}
+
 void runExt(const Arguments& arguments, Console& console) {
   arguments.wantAtMostOneOf({"--der", "--hex", "--xml", "--text"});
   const std::string_view named = oidOfName(arguments.operand());
   const std::string_view oid = named.empty() ? arguments.operand() : named;
   DataBuffer content;
   if (!dottedToOid(oid, content)) {
-    throw UsageError("neither a dotted OID nor a known name: " + std::string(oid));
+    throw UsageError("neither a dotted OID nor a known name: " + std::string(oid) +
+                     meantExtension(oid));
   }
   if (arguments.has("--der")) console.wantBinary();
   const Bytes wanted = std::as_bytes(content.span());

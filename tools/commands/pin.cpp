@@ -55,7 +55,8 @@ void checkPinSet(std::string_view pinSet) {
   ExtPtrArraySb fields;
   StringBuffer(pinSet).split(fields, ',', true, false);
   if (fields.getSize() >= 3) return checkNames(fields.sbAt(0)->view(), fields.sbAt(1)->view());
-  throw UsageError("a pin set is a hash, an encoding and pins, separated by commas");
+  throw UsageError(
+      "a pin set is a hash, an encoding and pins, separated by commas, or sha256// and a pin");
 }
 
 // The pin set that pins of HTTP clients stand for, "sha256//" and base64 each, between semicolons.

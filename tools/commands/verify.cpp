@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <deque>
 #include <string>
 
 #include "tools/bulk/lines.h"
@@ -135,10 +136,10 @@ class Verifier {
         m_question{readOptions(arguments), arguments.value("--issuer").value_or(""), {}} {}
 
   void collect() {
-    if (const auto given = m_arguments.value("--roots")) collectRoots(*given);
-    collectFile("--issuer", m_issuers);
+    for (const std::string_view each : m_arguments.values("--roots")) collectRoots(each);
+    collectFiles("--issuer", m_issuers);
     m_others = m_issuers;
-    collectFile("--chain", m_others);
+    collectFiles("--chain", m_others);
     m_question.options.crls = CrlSet(readCrls(m_arguments.values("--crl"), m_console));
   }
 
@@ -213,8 +214,8 @@ class Verifier {
     visitCertificates({file}, m_console, [&](const InputCertificate& input) { take(input, into); });
   }
 
-  void collectFile(std::string_view option, std::vector<Certificate>& into) {
-    if (const auto file = m_arguments.value(option)) collectFrom(*file, into);
+  void collectFiles(std::string_view option, std::vector<Certificate>& into) {
+    for (const std::string_view file : m_arguments.values(option)) collectFrom(file, into);
   }
 
   // What --roots means; without roots nothing is trusted, so that the rest can go on.
@@ -224,10 +225,11 @@ class Verifier {
       return m_console.complain("system", "no file of trusted roots in any of the usual places");
     }
     const std::string wanted(path != nullptr ? path : given);
-    if (const std::error_code error = listRootFiles(wanted, m_rootFiles)) {
+    std::vector<std::string>& files = m_rootFiles.emplace_back();
+    if (const std::error_code error = listRootFiles(wanted, files)) {
       m_console.complain(wanted, error.message());
     }
-    for (const std::string& file : m_rootFiles) collectFrom(file, m_roots);
+    for (const std::string& file : files) collectFrom(file, m_roots);
   }
 
   void prepare() {
@@ -261,7 +263,7 @@ class Verifier {
   Console& m_console;
   bool m_json;
   PathQuestion m_question;
-  std::vector<std::string> m_rootFiles;
+  std::deque<std::vector<std::string>> m_rootFiles;  // of each --roots; places name them
   std::vector<Certificate> m_roots;
   std::vector<Certificate> m_issuers;
   DirectIssuer m_isDirect{m_issuers};
@@ -287,9 +289,11 @@ constexpr OptionSpec kOptions[] = {
     {"--purpose", "WHAT", "server, client, code, email, time, ocsp or any (default any)", false,
      kAskedPurposes},
     {"--roots", "WHERE",
-     "the trusted roots: a file, a directory of files, or system; without it nothing is trusted",
-     false, kSystem},
-    {"--chain", "FILE", "certificates that may stand between FILE and a root"},
+     "the trusted roots: a file, a directory of files, or system; may be repeated; without it "
+     "nothing is trusted",
+     true, kSystem},
+    {"--chain", "FILE", "certificates that may stand between FILE and a root; may be repeated",
+     true},
     {"--issuer", "FILE", "certificates of which one has to be the direct issuer of each FILE"},
     {"--crl", "FILE",
      "CRLs: where a certificate's issuer has one, it has to vouch; may be repeated", true},
