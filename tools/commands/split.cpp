@@ -38,6 +38,8 @@ class FileWriter {
   bool makeFolder() {
     std::error_code failure;
     if (!m_folder.empty()) std::filesystem::create_directories(m_folder, failure);
+    // A file that stands there is called by this name or by that, as the C++ library will have it.
+    if (failure == std::errc::file_exists) failure = make_error_code(std::errc::not_a_directory);
     if (failure) m_console.complain(m_folder, failure.message());
     return !failure;
   }

@@ -147,11 +147,12 @@ const ProfileRule& profileRule(uint8_t rule) noexcept {
 
 void judgeProfile(const ProfileInput& input, std::vector<Finding>& findings) {
   if (input.options.profile != Profile::web) return;
-  for (uint8_t i = 0; i < std::size(kWebRules); ++i) {
+  static_assert(std::size(kWebRules) <= UINT8_MAX);
+  for (size_t i = 0; i < std::size(kWebRules); ++i) {
     if (!kWebRules[i].isBroken(input)) continue;
     Finding finding;
     finding.reason = Reason::profileRule;
-    finding.rule = i;
+    finding.rule = static_cast<uint8_t>(i);
     findings.push_back(std::move(finding));
   }
 }
