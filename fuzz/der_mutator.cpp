@@ -1,10 +1,9 @@
-#include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <random>
+#include <span>
 #include <vector>
 
 // How libFuzzer changes an input that is DER: one element of it, at any depth and also in extension
@@ -16,128 +15,95 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 namespace {
 
 using Octets = std::vector<uint8_t>;
+using Span = std::span<const uint8_t>;
 
 struct Element {
-  size_t at, contents, end;
+  Span whole, contents;
 };
 
-std::optional<Element> elementAt(const Octets& der, size_t at, size_t end) {
-  if (end - at < 2) return std::nullopt;
-  size_t contents = at + 2;
-  size_t length = der[at + 1];
-  if (length >= 0x80) {
-    const size_t count = length - 0x80;
-    if (count == 0 || count > 4 || end - contents < count) return std::nullopt;
-    length = 0;
-    for (const size_t behind = contents + count; contents < behind; ++contents) {
-      length = length << 8 | der[contents];
-    }
-  }
-  if (length > end - contents) return std::nullopt;
-  return Element{at, contents, contents + length};
+std::optional<Element> firstOf(Span der) {
+  if (der.size() < 2) return std::nullopt;
+  const size_t count = der[1] < 0x80 ? 0 : der[1] - size_t{0x80};
+  size_t length = count == 0 ? der[1] : 0;
+  if (der[1] == 0x80 || count > 4 || der.size() < 2 + count) return std::nullopt;
+  for (const uint8_t octet : der.subspan(2, count)) length = length << 8 | octet;
+  if (length > der.size() - 2 - count) return std::nullopt;
+  return Element{der.first(2 + count + length), der.subspan(2 + count, length)};
 }
 
 // The elements inside one, also of a string that holds elements; none where others are.
-std::vector<Element> membersOf(const Octets& der, const Element& element) {
+std::vector<Element> membersOf(const Element& element) {
   constexpr uint8_t kConstructed = 0x20, kBits = 3, kOctets = 4;
-  const uint8_t identifier = der[element.at];
+  const uint8_t identifier = element.whole[0];
   std::vector<Element> members;
-  const bool mayHold = (identifier & kConstructed) || identifier == kBits || identifier == kOctets;
-  if (!mayHold) return members;
-  for (size_t at = element.contents + (identifier == kBits); at < element.end;) {
-    const auto member = elementAt(der, at, element.end);
+  if (!(identifier & kConstructed) && identifier != kBits && identifier != kOctets) return {};
+  Span rest = element.contents;
+  if (identifier == kBits && !rest.empty()) rest = rest.subspan(1);
+  while (!rest.empty()) {
+    const auto member = firstOf(rest);
     if (!member) return {};
     members.push_back(*member);
-    at = member->end;
+    rest = rest.subspan(member->whole.size());
   }
   return members;
 }
 
-class Change {
- public:
-  Change(const Octets& der, unsigned seed) : m_der(der), m_random(seed) {}
+Octets encoded(uint8_t identifier, const Octets& contents) {
+  Octets result{identifier};
+  size_t count = 1;
+  while (contents.size() >> 8 * count != 0) ++count;
+  if (contents.size() >= 0x80) result.push_back(static_cast<uint8_t>(0x80 + count));
+  while (count-- > 0) result.push_back(static_cast<uint8_t>(contents.size() >> 8 * count));
+  result.insert(result.end(), contents.begin(), contents.end());
+  return result;
+}
 
-  // Empty when the input is no element.
-  Octets make(size_t maxSize) {
-    const std::vector<Element> path = anyPath();
-    if (path.empty()) return {};
-    Octets changed = changedElement(path.back(), maxSize);
-    for (size_t i = path.size() - 1; i-- > 0;) {
-      Octets contents = piece(path[i].contents, path[i + 1].at);
-      append(contents, changed);
-      append(contents, piece(path[i + 1].end, path[i].end));
-      changed = encoded(m_der[path[i].at], contents);
+struct Change {
+  const Element root;
+  std::minstd_rand random;
+  size_t below(size_t count) { return random() % count; }
+
+  // With some element in it, mostly one without members, as another.
+  Octets of(const Element& it) {
+    const std::vector<Element> members = membersOf(it);
+    if (members.empty() || below(8) == 0) return another(it);
+    const Span member = members[below(members.size())].whole;
+    const Octets made = of({member, firstOf(member)->contents});
+    Octets contents(it.contents.begin(), it.contents.end());
+    const auto at = contents.begin() + (member.data() - it.contents.data());
+    contents.insert(contents.erase(at, at + static_cast<ptrdiff_t>(member.size())), made.begin(),
+                    made.end());
+    return encoded(it.whole[0], contents);
+  }
+  Octets another(const Element& it) {
+    constexpr uint8_t kIdentifiers[] = {1,    2,    3,    4,    5,    6,    0x0A, 0x0C,
+                                        0x13, 0x14, 0x16, 0x17, 0x18, 0x1C, 0x1E, 0x30,
+                                        0x31, 0x80, 0x81, 0x82, 0x86, 0x87, 0xA0, 0xA4};
+    Octets contents(it.contents.begin(), it.contents.end()),
+        whole(it.whole.begin(), it.whole.end());
+    const size_t what = below(8), size = contents.size();
+    if (what == 0) return {};
+    if (what == 1) {  // twice
+      whole.insert(whole.end(), it.whole.begin(), it.whole.end());
+      return whole;
     }
-    return changed;
-  }
-
- private:
-  size_t below(size_t count) { return m_random() % count; }
-  Octets piece(size_t from, size_t to) const {
-    return {m_der.begin() + static_cast<ptrdiff_t>(from),
-            m_der.begin() + static_cast<ptrdiff_t>(to)};
-  }
-  static void append(Octets& to, const Octets& octets) {
-    to.insert(to.end(), octets.begin(), octets.end());
-  }
-
-  static Octets encoded(uint8_t identifier, const Octets& contents) {
-    Octets result{identifier};
-    size_t count = 1;
-    while (contents.size() >> 8 * count != 0) ++count;
-    if (contents.size() >= 0x80) result.push_back(static_cast<uint8_t>(0x80 + count));
-    while (count-- > 0) result.push_back(static_cast<uint8_t>(contents.size() >> 8 * count));
-    append(result, contents);
-    return result;
-  }
-
-  // From the whole down to some element, mostly one without members.
-  std::vector<Element> anyPath() {
-    std::vector<Element> path;
-    for (auto next = elementAt(m_der, 0, m_der.size()); next;) {
-      path.push_back(*next);
-      const std::vector<Element> members = membersOf(m_der, *next);
-      if (members.empty() || below(8) == 0) break;
-      next = members[below(members.size())];
+    if (what == 2) {  // one from elsewhere
+      Element other = root;
+      for (auto members = membersOf(other); !members.empty() && below(8) != 0;) {
+        other = members[below(members.size())];
+        members = membersOf(other);
+      }
+      return {other.whole.begin(), other.whole.end()};
     }
-    return path;
-  }
-
-  Octets changedElement(const Element& it, size_t maxSize) {
-    constexpr std::array<uint8_t, 24> kIdentifiers = {
-        0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x0A, 0x0C, 0x13, 0x14, 0x16, 0x17,
-        0x18, 0x1C, 0x1E, 0x30, 0x31, 0x80, 0x81, 0x82, 0x86, 0x87, 0xA0, 0xA4};
-    const uint8_t identifier = m_der[it.at];
-    Octets contents = piece(it.contents, it.end);
-    const Octets whole = piece(it.at, it.end);
-    switch (below(8)) {
-      case 0:
-        return {};
-      case 1: {
-        Octets twice = whole;
-        append(twice, whole);
-        return twice;
-      }
-      case 2: {
-        const Element other = anyPath().back();
-        return piece(other.at, other.end);
-      }
-      case 3:
-        return encoded(kIdentifiers[below(kIdentifiers.size())], contents);
-      case 4:
-        if (!contents.empty()) contents[below(contents.size())] = static_cast<uint8_t>(m_random());
-        return encoded(identifier, contents);
-      default: {
-        const size_t size = contents.size();
-        contents.resize(size + std::min<size_t>(64, maxSize));
-        contents.resize(LLVMFuzzerMutate(contents.data(), size, contents.size()));
-        return encoded(identifier, contents);
-      }
+    if (what == 3) return encoded(kIdentifiers[below(std::size(kIdentifiers))], contents);
+    if (what == 4 && size != 0) {
+      contents[below(size)] = static_cast<uint8_t>(random());
+    } else {
+      contents.resize(size + 64);
+      contents.resize(LLVMFuzzerMutate(contents.data(), size, contents.size()));
     }
+    return encoded(whole[0], contents);
   }
-
-  const Octets& m_der;
-  std::minstd_rand m_random;
 };
 
 }  // namespace
@@ -146,7 +112,9 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
                                           unsigned seed) {
   constexpr unsigned kOneInSoMany = 16;
   const Octets der(data, data + size);
-  const Octets changed = seed % kOneInSoMany == 0 ? Octets() : Change(der, seed).make(maxSize);
+  const auto root = firstOf(der);
+  Octets changed;
+  if (root && seed % kOneInSoMany != 0) changed = Change{*root, std::minstd_rand(seed)}.of(*root);
   if (changed.empty() || changed.size() > maxSize) return LLVMFuzzerMutate(data, size, maxSize);
   std::memcpy(data, changed.data(), changed.size());
   return changed.size();

@@ -318,6 +318,7 @@ std::string judge(const Certificate& certificate, bool isCa, const std::vector<d
   return kStates[static_cast<int>(answer.state)];
 }
 
+// Dates, scopes and reasons one by one are rows of rows.py, which a naive checker judges as well.
 TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
   const auto full = [](const der::Bytes& name) { return context(0, context(0, name)); };
   const auto points = [](const der::Bytes& list) {
@@ -360,11 +361,7 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       // No more is looked at than may be: a scope of 17,000 octets is as dear as 1,000 CRLs.
       {"", {crl(false), crl(false, full(primitive(6, std::string(15'000, 'x'))))}, "good"},
       {"", {crl(false), crl(false, full(primitive(6, std::string(17'000, 'x'))))}, "unknown"},
-      // Its time, both ends included, and the newest of those whose time it is.
-      {"", {crl(false, "", 20, 20)}, "good"},
-      {"", {crl(false, "", 21, 30)}, "unknown"},
-      {"", {crl(false, "", 10, 19)}, "unknown"},
-      {"", {crl(false, "", 10, 0)}, "unknown"},
+      // The newest of those whose time it is.
       {"", {crl(true), crl(false, "", 11)}, "good"},
       {"", {crl(false), crl(true, "", 11)}, "revoked"},
       {"", {crl(false), crl(true)}, "revoked"},
@@ -376,21 +373,12 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       {"", {criticalCrl(false, "1.2.3"), crl(false)}, "good"},
       {"", {criticalCrl(true, "1.2.3"), crl(false)}, "revoked"},
       {"", {forged(criticalCrl(true, "1.2.3")), crl(false)}, "good"},
-      {"", {criticalCrl(true, "2.5.29.27"), crl(false)}, "revoked"},
       // Scopes.
-      {"", {crl(false, users)}, "good"},
-      {"ca", {crl(false, users)}, "unknown"},
       {"ca", {crl(true, users)}, "revoked"},  // what it is not about and lists
-      {"", {crl(false, cas)}, "unknown"},
-      {"ca", {crl(false, cas)}, "good"},
       {"ca", {crl(true, cas)}, "revoked"},
-      {"", {crl(true, attributes)}, "unknown"},
-      {"", {crl(false, primitive(4, "\xFF"))}, "unknown"},
       {"", {crl(true, primitive(4, "\xFF")), crl(false)}, "revoked"},
       {"", {crl(true, primitive(4, "\xFF") + attributes), crl(false)}, "good"},
       // Names of points, those of the issuer among them.
-      {"", {crl(false, full(a))}, "unknown"},
-      {points(sequence(full(a))), {crl(false)}, "good"},
       {points(sequence(full(a))), {crl(false, full(a))}, "good"},
       {points(sequence(full(a))), {crl(false, full(b))}, "unknown"},
       {points(sequence(full(a))), {crl(true, full(b))}, "revoked"},
@@ -404,7 +392,6 @@ TEST(Revocation, IsJudgedByCrlsThatHoldAndAreAboutTheCertificate) {
       {points(""), {crl(false)}, "unknown"},  // malformed
       {points(""), {crl(true)}, "revoked"},
       // Reasons, until all are there.
-      {"", {crl(false, reasons(3, true))}, "unknown"},
       {"", {crl(true, reasons(3, true))}, "revoked"},
       {"", {crl(false, reasons(3, true)), crl(false, reasons(3, false))}, "good"},
       {"", {crl(false, reasons(3, true)), forged(crl(false, reasons(3, false)))}, "unknown"},

@@ -1,8 +1,8 @@
 #include <deque>
-#include <fstream>
 #include <sstream>
 
 #include "tests/certificate/typed_test.h"
+#include "tests/common/table_file.h"
 #include "velmora/path/internal/policy_graph.h"
 
 namespace velmora::test {
@@ -38,7 +38,7 @@ struct Described {
         any = extension("2.5.29.54", octets(integer(number(word))));
       } else if (word.size() == 3 && word[1] == '>') {
         mappings += sequence(der::oid(oidOf(word[0])), der::oid(oidOf(word[2])));
-      } else {
+      } else if (word != "-") {
         policies += policy(word);
       }
     }
@@ -99,27 +99,14 @@ std::string textOf(const PolicyAnswer& answer) {
 }
 
 TEST(Policies, HoldForTheWholeWay) {
-  std::ifstream file(VELMORA_SOURCE_DIR "/tests/data/policies.txt");
-  size_t rows = 0;
-  for (std::string line; std::getline(file, line);) {
-    if (line.empty() || line[0] == '#') continue;
-    ++rows;
-    std::vector<std::string> parts(1);  // the certificates, what is asked, what holds
-    std::istringstream words(line);
-    for (std::string word; words >> word;) {
-      if (word == "|" || word == ";") {
-        parts.emplace_back();
-      } else if (word != "-") {
-        parts.back() += ' ' + word;
-      }
-    }
-    const std::string expected = parts.back().substr(parts.back().empty() ? 0 : 1);
-    const std::string options = *(parts.end() - 2);
-    parts.resize(parts[0] == " none" ? 0 : parts.size() - 2);
+  for (const Row& row :
+       tableOf("policies", "certificates from the anchor down, what is asked, what holds then")) {
+    std::vector<std::string> way;
+    std::istringstream certificates(row[0]);
+    for (std::string one; std::getline(certificates, one, '/');) way.push_back(one);
     uint32_t comparisons = kPlenty;
-    EXPECT_EQ(textOf(judge(parts, options, comparisons)), expected) << line;
+    EXPECT_EQ(textOf(judge(way, row[1], comparisons)), row[2]) << row[0] << ' ' << row[1];
   }
-  EXPECT_EQ(rows, 55U);
 }
 
 // Each certificate doubles the nodes of a tree; of the graph it adds two.

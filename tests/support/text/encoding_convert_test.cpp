@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "tests/common/table_file.h"
 #include "velmora/support/log/log_base.h"
 #include "velmora/support/text/x_string.h"
 
@@ -12,9 +13,10 @@ namespace velmora {
 namespace {
 
 using namespace std::string_view_literals;
+using test::Row;
 
 constexpr int kUtf8 = 65001, kUtf16Le = 1200, kUtf16Be = 1201;
-constexpr int kWindows1252 = 1252, kLatin1 = 28591, kAscii = 20127;
+constexpr int kLatin1 = 28591, kAscii = 20127;
 
 const unsigned char* bytesOf(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());
@@ -29,41 +31,17 @@ std::string convert(int from, int to, std::string_view text) {
 }
 
 TEST(EncConvert, KnownTexts) {
-  const struct {
-    int from, to;
-    std::string_view text, expected;
-  } cases[] = {
-      {kUtf16Be, kUtf8, "\0Z\0\xFC\0r\0i\0c\0h"sv, "Z\xC3\xBCrich"},
-      {kUtf16Le, kUtf8, "\xAC\x20\x3D\xD8\x00\xDE"sv, "\xE2\x82\xAC\xF0\x9F\x98\x80"},
-      {kUtf16Be, kUtf16Le, "\0A\xD8\x3D"sv, "A\0\xFD\xFF"sv},
-      {kWindows1252, kUtf8, "\x80\x99\x9F\xE9", "\xE2\x82\xAC\xE2\x84\xA2\xC5\xB8\xC3\xA9"},
-      {kUtf8, kWindows1252, "\xE2\x82\xAC\xC5\x81\xC2\x81\xC2\x80", "\x80?\x81?"},
-      {kUtf8, kLatin1, "\xC3\xBF\xC4\x80", "\xFF?"},
-      {kUtf8, kAscii, "a\xC3\xBF", "a?"},
-      {kAscii, kUtf8, "a\x80", "a\xEF\xBF\xBD"},
-      {kLatin1, kUtf8, "\x80\xFF", "\xC2\x80\xC3\xBF"},
-      // unpaired surrogates and an odd last byte
-      {kUtf16Be, kUtf8, "\xD8\x00\0Z"sv, "\xEF\xBF\xBDZ"},
-      {kUtf16Be, kUtf8, "\xDC\x00\xD8\x00"sv, "\xEF\xBF\xBD\xEF\xBF\xBD"},
-      {kUtf16Be, kUtf8, "\0A\0"sv, "A\xEF\xBF\xBD"},
-      {kUtf16Be, kUtf8, "\xD8\x00\xDC"sv, "\xEF\xBF\xBD\xEF\xBF\xBD"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(convert(c.from, c.to, c.text), c.expected) << c.from << " to " << c.to;
+  for (const Row& row :
+       test::tableOf("encodings", "code page from, code page to, text, expected")) {
+    EXPECT_EQ(convert(std::stoi(row[0]), std::stoi(row[1]), row[2]), row[3]) << row[0];
   }
 }
 
 // The examples of Unicode §3.9, tables 3-8 to 3-11: one U+FFFD, here a question mark, for each
 // maximal part of a character.
 TEST(EncConvert, ReplacesMaximalPartsOfBrokenUtf8) {
-  const std::pair<std::string_view, std::string_view> cases[] = {
-      {"\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41", "????????A"},
-      {"\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41", "????????A"},
-      {"\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42", "?????A??B"},
-      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "????A"},
-      {"\xF0\x9F\x98", "?"},
-  };
-  for (const auto& [text, expected] : cases) {
+  for (const Row& row : test::tableOf("encodings", "broken UTF-8, and what stands for it")) {
+    const std::string &text = row[0], &expected = row[1];
     EXPECT_EQ(convert(kUtf8, kAscii, text), expected);
     EXPECT_FALSE(isValidUtf8(text));
     const std::string clean = convert(kUtf8, kUtf8, text);

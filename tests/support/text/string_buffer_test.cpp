@@ -2,16 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 #include <vector>
 
+#include "tests/common/table_file.h"
 #include "velmora/support/text/x_string.h"
 
 namespace velmora {
 namespace {
 
 using namespace std::string_view_literals;
+using test::Row;
 
 std::vector<std::string> split(std::string_view text, bool trim, bool quotes) {
   ExtPtrArraySb parts;
@@ -57,12 +58,8 @@ TEST(StringBuffer, Trims) {
 }
 
 TEST(StringBuffer, CanonicalHex) {
-  const std::pair<const char*, const char*> cases[] = {{"00 ab:Cd-ef", "00ABCDEF"},
-                                                       {"0xf", "0F"},
-                                                       {" 0X1ff ", "01FF"},
-                                                       {"xyz", ""},
-                                                       {"10x2", "0102"}};
-  for (const auto& [text, canonical] : cases) {
+  for (const Row& row : test::tableOf("numbers", "hexadecimal digits, as they are kept")) {
+    const std::string &text = row[0], &canonical = row[1];
     XString x{std::string_view(text)};
     x.canonicalizeHexString();
     EXPECT_EQ(x.view(), canonical) << text;
@@ -108,16 +105,8 @@ TEST(StringBuffer, Splits) {
 }
 
 TEST(XString, ReadsAndWritesIntegers) {
-  const std::pair<const char*, int> cases[] = {{"02", 2},
-                                               {" \t-17x", -17},
-                                               {"+5", 5},
-                                               {"+-5", 0},
-                                               {"", 0},
-                                               {"2147483648", INT_MAX},
-                                               {"-2147483648", INT_MIN},
-                                               {"-99999999999999999999", INT_MIN}};
-  for (const auto& [text, value] : cases) {
-    EXPECT_EQ(XString(std::string_view(text)).intValue(), value) << text;
+  for (const Row& row : test::tableOf("numbers", "text, number")) {
+    EXPECT_EQ(std::to_string(XString(std::string_view(row[0])).intValue()), row[1]) << row[0];
   }
 
   XString text;
