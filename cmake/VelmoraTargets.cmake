@@ -1,8 +1,11 @@
 # What the targets of this project are built with, and the shapes that they come in.
 include(GNUInstallDirs)
 
-# Warnings are this folder's and those below it alone: a project that adds this one keeps its own.
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
+# Warnings are this folder's and those below it alone, and for who works on it: another project that adds this one
+# may stop at warnings, and is not to stop at those that a compiler we have not seen finds here.
+if(PROJECT_IS_TOP_LEVEL)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
+endif()
 if(VELMORA_WERROR)
   add_compile_options(-Werror)
 endif()
