@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 namespace velmora::tool {
@@ -30,18 +31,26 @@ std::string grouped(uint64_t number) {
 }
 
 std::string spanOf(double seconds) {
+  constexpr uint64_t kHour = 3600;
   const auto whole = static_cast<uint64_t>(std::llround(seconds));
+  const std::string minutes = std::to_string(whole % kHour / 60) + " min";
   const std::string rest = std::to_string(whole % 60) + " s";
-  return whole < 60 ? rest : grouped(whole / 60) + " min " + rest;
+  return whole < 60      ? rest
+         : whole < kHour ? minutes + " " + rest
+                         : grouped(whole / kHour) + " h " + minutes;
+}
+
+// Whether a line on standard error can be written over.
+bool canRewrite() {
+  const char* terminal = std::getenv("TERM");
+  const bool isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+  return ::isatty(STDERR_FILENO) == 1 && !isDumb;
 }
 
 }  // namespace
 
 Progress::Progress(const Arguments& arguments, Console& console, std::optional<uint64_t> size)
-    : m_console(console),
-      m_tells(wantsToKnow(arguments)),
-      m_rewrites(::isatty(STDERR_FILENO) == 1),
-      m_size(size) {}
+    : m_console(console), m_tells(wantsToKnow(arguments)), m_rewrites(canRewrite()), m_size(size) {}
 
 void Progress::add(uint64_t certificates, uint64_t errors, uint64_t octets) {
   m_certificates += certificates;

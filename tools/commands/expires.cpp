@@ -1,3 +1,5 @@
+#include <string>
+
 #include "tools/commands/command.h"
 #include "tools/render/dates.h"
 #include "tools/render/fold.h"
@@ -44,7 +46,9 @@ class Ends {
         m_within(daysOf(arguments, "--within", kDefaultDays)),
         m_critical(daysOf(arguments, "--critical", 0)),
         m_console(console) {
-    if (m_critical > m_within) throw UsageError("option \"--critical\" goes beyond \"--within\"");
+    if (m_critical > m_within)
+      throw UsageError("option \"--critical\" goes beyond \"--within\", which is " +
+                       std::to_string(m_within.count()));
   }
 
   void visit(const InputCertificate& input) {
