@@ -137,7 +137,7 @@ class Inputs(unittest.TestCase):
         self.assertEqual((status, errors, out.splitlines()[:4]), (0, "", ["CN=pasted", *THREE]))
 
     def test_what_cannot_be_read(self):
-        cases = [("/dev/null", b"", "the input is empty"), (str(DATA), b"", "Is a directory"),
+        cases = [("/dev/null", b"", "the input is empty"), (str(DATA), b"", "Is a directory; give the files in it"),
                  (data("absent"), b"", "No such file or directory"),
                  ("-", b"\x30\x80" * 10000, "elements are nested too deeply (offset 200 in the DER); the input may be cut short or damaged there"),
                  ("-", b"one\ntwo\n", "no certificate: neither DER, PEM, base64 of DER nor ASN.1 XML; for base64 of one certificate a line there is --lines"),

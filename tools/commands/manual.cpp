@@ -104,6 +104,10 @@ void runManual(const Arguments&, Console& console) {
   page.section("ENVIRONMENT");
   page.term("NO_COLOR", "");
   page.text("When it is set and not empty, nothing is coloured on a terminal.");
+  page.term("SSL_CERT_FILE", "");
+  page.text(
+      "The file of trusted roots that \"verify --roots system\" means, in place of the system's "
+      "own.");
   page.section("EXAMPLES");
   for (const Example& example : kExamples) {
     page.paragraphs(example.purpose);

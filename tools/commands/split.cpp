@@ -71,7 +71,8 @@ class FileWriter {
   // Null, or why the file was not written. Also by force nothing is overwritten that this run wrote
   // itself, of two sources of the same name.
   const char* writeTo(const std::string& path) {
-    if (m_written.contains(path)) return "another source has given a file of this name";
+    if (m_written.contains(path))
+      return "another source has given a file of this name; give it another --out";
     const int mode = m_force ? O_TRUNC : O_EXCL;
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | mode, 0666);
     if (file < 0) {

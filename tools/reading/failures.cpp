@@ -1,5 +1,6 @@
 #include "tools/reading/failures.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace velmora::tool {
@@ -84,7 +85,8 @@ void Failures::addSystemError(size_t index, int error) {
   endRun();
   const char* reason = std::strerror(error);
   if (m_visit) m_visit({m_source, index}, reason);
-  m_console.complain(sourceForPeople(m_source), reason);
+  const std::string advice = error == EISDIR ? "; give the files in it" : "";
+  m_console.complain(sourceForPeople(m_source), reason + advice);
 }
 
 void Failures::end() {
