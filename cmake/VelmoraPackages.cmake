@@ -45,7 +45,7 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION "shows and verifies X.509 certificates
 
 # Each Debian package brings its licence and its changes.
 find_program(GZIP gzip)
-if(BUILD_SHARED_LIBS AND GZIP)
+if(PROJECT_IS_TOP_LEVEL AND BUILD_SHARED_LIBS AND GZIP)
   set(changelog ${PROJECT_BINARY_DIR}/changelog.Debian)
   configure_file(cmake/debian-changelog.in ${changelog} @ONLY)
   execute_process(COMMAND ${GZIP} -9nf ${changelog})
@@ -58,4 +58,7 @@ if(BUILD_SHARED_LIBS AND GZIP)
 else()
   install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora-x509 COMPONENT development)
 endif()
-include(CPack)
+# Another project makes packages of its own, and CPack has one description for the whole build.
+if(PROJECT_IS_TOP_LEVEL)
+  include(CPack)
+endif()
