@@ -34,8 +34,9 @@ function(velmora_floor name folder)
   set(target velmora_floor_${name})
   add_library(${target} STATIC EXCLUDE_FROM_ALL ${sources})
   add_library(velmora::floor_${name} ALIAS ${target})
+  # Private names of two sources may be the same, whatever a build around this one does with its own.
   set_target_properties(${target} PROPERTIES
-      CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+      CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON UNITY_BUILD OFF)
   if(NOT DEFINED CMAKE_POSITION_INDEPENDENT_CODE OR BUILD_SHARED_LIBS)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   endif()
