@@ -30,6 +30,8 @@ def treat(lines, start, end, path):
             left = end - start
             while left:
                 piece = source.read(min(left, 1 << 20))
+                if not piece:
+                    raise RuntimeError(f"{lines} has become shorter")
                 program.stdin.write(piece)
                 left -= len(piece)
             program.stdin.close()
@@ -54,8 +56,12 @@ def parts(lines):
 
 
 def main():
+    if len(sys.argv) != 4:
+        sys.exit("with_dask.py SCHEDULER LINES FOLDER")
     scheduler, lines, folder = sys.argv[1:]
     os.makedirs(folder, exist_ok=True)
+    if any(name.endswith(".jsonl") for name in os.listdir(folder)):
+        sys.exit(f"{folder} has answers of another run")  # which may be more parts than this one's
     with Client(scheduler) as client:
         tasks = [client.submit(treat, os.path.abspath(lines), start, end,
                                os.path.abspath(f"{folder}/part-{number:05}.jsonl"), pure=False, retries=3)

@@ -12,6 +12,7 @@
 # the octets of another part, which examples/scale/check_scale.py would tell. When a whole machine goes away the run ends
 # with a status that is not 0, and is to be started again.
 set -euo pipefail
+[ $# -gt 0 ] || { echo "with_parallel.sh LINES [SSHLOGIN]..." >&2; exit 2; }
 lines=$1
 shift
 logins=()
