@@ -804,7 +804,7 @@ class Usage(unittest.TestCase):
                  (["show", "--lines", "x"], "--json"), (["verify", "--lines", "x"], "--json"), (["lint", "--jobs", "2", "x"], "--lines"),
                  (["pin", "--quiet", "x"], "--lines"), *((["name", "--style", n, "x"], "0 to 6 or 22") for n in ("-1", "7", "21", "23")),
                  (["expires", "--critical", "31", "x"], "beyond"), (["pin", "--http", "--hash", "sha1", "x"], "exclude"), (["help", "shwo"], 'mean "show"'),
-                 (["diff", "a"], "FILE"), *((["match", "sha256//" + pin, "x"], "digest") for pin in ("", "x", "A" * 43, "A" * 44, "A" * 42 + "B=", ";")), *((["pin", "--lines", "--jobs", n, "x"], "1 to 256") for n in ("0", "257", "x"))]
+                 (["diff", "a"], "FILE"), (["diff", "-", "-"], "once"), (["verify", "--roots", "-", "--chain", "-", "x"], "once"), (["issuer", "-"], "other place"), *((["match", "sha256//" + pin, "x"], "digest") for pin in ("", "x", "A" * 43, "A" * 44, "A" * 42 + "B=", ";")), *((["pin", "--lines", "--jobs", n, "x"], "1 to 256") for n in ("0", "257", "x"))]
         for arguments, hint in cases:
             with self.subTest(arguments):
                 done = subprocess.run([PROGRAM, *arguments], stdin=subprocess.DEVNULL, capture_output=True)

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 
 namespace velmora::tool {
 
@@ -38,6 +39,11 @@ std::string unknownOption(std::string_view name, std::span<const OptionSpec> spe
   return "unknown option \"" + std::string(name) + "\"" + didYouMean(name, names);
 }
 
+// Whether what an option or operand takes is a file, of which "-" is one.
+bool namesFile(std::string_view what) {
+  return what == "FILE" || what == "WHERE" || what == "CERT";
+}
+
 }  // namespace
 
 std::string didYouMean(std::string_view word, const std::vector<std::string_view>& candidates) {
@@ -64,6 +70,7 @@ bool isInputGiven() noexcept {
 Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
                      std::string_view operand, bool takesFiles) {
   bool optionsEnded = false;
+  std::ptrdiff_t inputs = 0;  // how often standard input is to be read
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string_view word = words[i];
     if (optionsEnded || !word.starts_with('-') || word == "-") {
@@ -89,18 +96,25 @@ Arguments::Arguments(std::span<char* const> words, std::span<const OptionSpec> s
       value = words[i];
     }
     m_options.emplace_back(name, value);
+    if (value == "-" && namesFile(spec->value)) ++inputs;
   }
   if (!operand.empty()) {
     if (m_files.empty()) throw UsageError("no " + std::string(operand) + " given");
     m_operand = m_files.front();
     m_files.erase(m_files.begin());
+    if (m_operand == "-" && namesFile(operand)) ++inputs;
   }
   if (!takesFiles && !m_files.empty()) {
     throw UsageError("\"" + std::string(m_files.front()) + "\" is too much");
   }
-  if (!takesFiles || !m_files.empty()) return;
-  if (!isInputGiven()) throw UsageError("no FILE given, and nothing piped into standard input");
-  m_files.push_back("-");
+  if (takesFiles && m_files.empty()) {
+    if (inputs != 0)
+      throw UsageError("no FILE given, and standard input is read in its other place");
+    if (!isInputGiven()) throw UsageError("no FILE given, and nothing piped into standard input");
+    m_files.push_back("-");
+  }
+  inputs += std::count(m_files.begin(), m_files.end(), "-");
+  if (inputs > 1) throw UsageError("standard input is read once: only one \"-\" can mean it");
 }
 
 std::optional<std::string_view> Arguments::value(std::string_view option) const {

@@ -35,7 +35,8 @@ class Arguments {
   /// ends them, and "-" is a file. With an `operand`, which is what to call it, the first of them
   /// is no file but what the command works with. Throws UsageError for an option that is not in
   /// `specs`, a value that is missing or too much, an option given twice, without any file unless
-  /// isInputGiven, which is the file then, and with one where none is taken.
+  /// isInputGiven, which is the file then, with one where none is taken, and where standard
+  /// input would be read twice.
   Arguments(std::span<char* const> words, std::span<const OptionSpec> specs,
             std::string_view operand, bool takesFiles = true);
 
