@@ -1,8 +1,8 @@
 #pragma once
 
 // Search in blocks of 16 bytes, where the time of reading and writing a document goes. Two forms
-// with the same results: machine words, which every machine has, and SSE2. Internal to the XML
-// floor.
+// with the same results: machine words, which every machine has, and SSE2, which every x86-64 CPU
+// has. Internal to the XML floor.
 //
 //   copyPlain    copies a block and gives where its first byte stands that content cannot simply
 //                be copied with: a control character, "&", "<", ">", or a byte beyond ASCII
@@ -16,8 +16,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "velmora/support/core/target.h"
 #include "velmora/support/xml/internal/xml_name_table.h"
-#if defined(__SSE2__)
+#if defined(VELMORA_X86_64)
 #include <emmintrin.h>
 #endif
 
@@ -65,7 +66,7 @@ struct XmlWordScan {
   }
 };
 
-#if defined(__SSE2__)
+#if defined(VELMORA_X86_64)
 /// With one 128-bit register to a block.
 struct XmlVectorScan {
   static size_t copyPlain(const char* at, char* to) noexcept {
