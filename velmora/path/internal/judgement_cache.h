@@ -44,8 +44,8 @@ class JudgementCache {
   /// not known.
   std::optional<SignatureCheck> find(const Sha256& key, const Sha256& certificate) const;
 
-  /// Keeps what came of it, but for memory that ran out. Throws std::bad_alloc, and then nothing
-  /// has changed.
+  /// Keeps what came of it, but for memory that ran out. Throws std::bad_alloc, and then it is not
+  /// kept, and what was kept longest may be forgotten.
   void keep(const Sha256& key, const Sha256& certificate, const SignatureCheck& check);
 
  private:

@@ -71,15 +71,12 @@ Limb Divisor::estimateQuotient(Limb u2, Limb u1, Limb u0) const noexcept {
 
 // Adding q times the negated divisor and taking q off the top is subtracting q times the divisor.
 void Divisor::reduce(Limb* r, const Limb* wide, size_t n) const noexcept {
-  Limb u[kMaxWideLimbs + 2];
+  Limb x[kMaxWideLimbs + 1];
   if (n < m_count) {
-    copyLimbs(u, wide, n);
-    clearLimbs(u + n, m_count - n);
-    copyLimbs(r, u, m_count);
+    copyLimbs(r, wide, n);
+    clearLimbs(r + n, m_count - n);
     return;
   }
-  u[0] = 0;  // read as the limb below the lowest when the divisor has one limb
-  Limb* const x = u + 1;
   x[n] = shiftLeft(x, wide, n, m_shift);
   for (size_t j = n - m_count + 1; j-- != 0;) {
     Limb* const row = x + j;

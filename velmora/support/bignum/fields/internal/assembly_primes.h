@@ -126,7 +126,7 @@ struct AssemblyPrimeOperations {
         "adc   %[hi], %[t1]\n\t"
         "adc   $0, %[t2]\n\t"
         "adc   $0, %[t3]\n\t"
-        "sbb   %[lo], %[lo]\n\t"  // a carry leaves t below 2^67, so that one more fold cannot carry
+        "sbb   %[lo], %[lo]\n\t"  // a carry leaves t below 2^68, so that one more fold cannot carry
         "and   %[fold], %[lo]\n\t"
         "add   %[lo], %[t0]\n\t"
         "adc   $0, %[t1]\n\t"

@@ -146,8 +146,8 @@ struct LanesP256 {
   static constexpr size_t kWords = 5;
   using Number = Lanes<kWords>;
 
-  /// Below 2 p for carried numbers. The prime's -1 makes the lowest word the multiple that clears
-  /// it.
+  /// Below 2 p for carried numbers, whose product is below 2^515, and 2^515 / 2^260 below p. The
+  /// prime's -1 makes the lowest word the multiple that clears it.
   VELMORA_LANES_INLINE static Number multiply(const Number& a, const Number& b) {
     __m256i t[2 * kWords], high[2 * kWords];
     multiplyHalves(t, high, a, b);
@@ -164,8 +164,8 @@ struct LanesP256 {
     return upperHalf<kWords>(t);
   }
 
-  /// Any number of a magnitude below 2^264, carried: to between 2^255 and 2^258. What is above
-  /// 2^256, less one, is taken off as a multiple of the prime.
+  /// Any number of a magnitude below 2^264, carried: to between 2^255 and 2^257 + 2^233. What is
+  /// above 2^256, less one, is taken off as a multiple of the prime.
   VELMORA_LANES_INLINE static Number carried(const Number& a) {
     Number r = a;
     const __m256i top = _mm256_add_epi64(a.w[4], _mm256_srai_epi64(a.w[3], kLaneBits));
@@ -246,7 +246,7 @@ struct Lanes25519 {
     return r;
   }
 
-  /// Each word's bits above 51 to the next, at once; words below 2^63.
+  /// Each word's bits above 51 to the next, at once; words below 2^62.
   VELMORA_LANES_INLINE static Number carried(const Number& a) {
     Number r;
     __m256i carry = times19(_mm256_srli_epi64(a.w[kWords - 1], kBits));

@@ -147,7 +147,7 @@ struct MontgomeryOperations<Prime, MulxRows, PrimeShape::kPrime384> {
 
  private:
   // One step on a number of six limbs, t0 the lowest; afterwards t0 is the highest. The number
-  // stays at most p.
+  // stays below 2^384, and six steps leave at most p, whatever it was.
   __attribute__((always_inline)) static inline void step(Limb& t0, Limb& t1, Limb& t2, Limb& t3,
                                                          Limb& t4, Limb& t5) {
     Limb s, u, v;

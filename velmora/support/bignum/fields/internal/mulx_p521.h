@@ -69,7 +69,7 @@
 namespace velmora::vartime {
 
 /// In Montgomery form with all 64 bits of a limb in use: what is beyond 521 bits leaves room for
-/// sums that are not reduced, and a product of numbers below 2^530 is below 2^521 + 2^480.
+/// sums that are not reduced, and a product of numbers below 2^530 is below 2^521 + 2^484.
 template <class Prime>
 struct Mersenne521Field<Prime, MulxRows> {
   static constexpr size_t kLimbs = 9;
