@@ -1,7 +1,7 @@
 #include "velmora/support/bignum/arithmetic/montgomery.h"
 
 #include "velmora/support/bignum/arithmetic/internal/montgomery_kernels.h"
-#include "velmora/support/bignum/curves/internal/window.h"
+#include "velmora/support/bignum/arithmetic/internal/sliding_window.h"
 
 namespace velmora::vartime {
 

@@ -2,6 +2,8 @@
 
 // A named curve computed on in one way.
 
+#include <utility>
+
 #include "velmora/support/bignum/curves/curve.h"
 #include "velmora/support/bignum/curves/internal/jacobian.h"
 
@@ -181,14 +183,14 @@ class CurveImplementation : public Curve {
     for (size_t i = digits.count; i-- != 0;) {
       int point = digits.point[i], other = digits.base[i];
       if (point != 0) {
-        Arithmetic::twiceAndAdd(sum, sum, table[magnitude(point) / 2], point < 0);
+        Arithmetic::twiceAndAdd(sum, sum, table[multipleAt(point)], point < 0);
       } else if (other != 0) {
         point = std::exchange(other, 0);
-        Arithmetic::twiceAndAdd(sum, sum, base.multiple[magnitude(point) / 2], point < 0);
+        Arithmetic::twiceAndAdd(sum, sum, base.multiple[multipleAt(point)], point < 0);
       } else {
         Arithmetic::twice(sum, sum);
       }
-      if (other != 0) Arithmetic::add(sum, sum, base.multiple[magnitude(other) / 2], other < 0);
+      if (other != 0) Arithmetic::add(sum, sum, base.multiple[multipleAt(other)], other < 0);
     }
     return sum;
   }
@@ -228,8 +230,6 @@ class CurveImplementation : public Curve {
     Arithmetic::oddMultiples(table.multiple, basePointInside());
     return table;
   }
-
-  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
 };
 
 }  // namespace velmora::vartime

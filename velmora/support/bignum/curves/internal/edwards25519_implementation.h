@@ -8,6 +8,7 @@
 #include "velmora/support/bignum/curves/internal/comb.h"
 #include "velmora/support/bignum/curves/internal/window.h"
 #include "velmora/support/bignum/fields/internal/prime_field.h"
+#include "velmora/support/core/words.h"
 
 namespace velmora::vartime {
 
@@ -57,7 +58,7 @@ class Edwards25519Implementation : public Edwards25519 {
  public:
   bool decode(EdwardsPoint& point, const std::uint8_t* bytes) const noexcept override {
     const Limb sign = bytes[31] >> 7;
-    for (size_t i = 0; i < 4; ++i) point.y[i] = littleEndianLimb(bytes + 8 * i);
+    for (size_t i = 0; i < 4; ++i) point.y[i] = loadLittleEndian<Limb>(bytes + kLimbBytes * i);
     point.y[3] &= ~Limb{0} >> 1;
     if (compareLimbs(point.y, Numbers::kPrime.data(), 4) >= 0) return false;
     Element y, x, u, v;
@@ -108,11 +109,11 @@ class Edwards25519Implementation : public Edwards25519 {
       Completed next = twice(sum);
       if (digits.point[i] != 0) {
         const int digit = -digits.point[i];
-        next = add(toExtended(next), multiples[magnitude(digit) / 2], digit < 0);
+        next = add(toExtended(next), multiples[multipleAt(digit)], digit < 0);
       }
       if (digits.base[i] != 0) {
         const int digit = digits.base[i];
-        next = add(toExtended(next), base.multiple[magnitude(digit) / 2], digit < 0);
+        next = add(toExtended(next), base.multiple[multipleAt(digit)], digit < 0);
       }
       sum = toProjective(next);
     }
@@ -191,14 +192,6 @@ class Edwards25519Implementation : public Edwards25519 {
   static const Constants& constants() {
     static const Constants all;
     return all;
-  }
-
-  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
-
-  static Limb littleEndianLimb(const std::uint8_t* bytes) {
-    Limb limb = 0;
-    for (size_t i = 8; i-- != 0;) limb = limb << 8 | bytes[i];
-    return limb;
   }
 
   static Extended enter(const EdwardsPoint& point) {

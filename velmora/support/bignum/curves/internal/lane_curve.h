@@ -153,10 +153,10 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
     bool begun = false;
     for (size_t i = digits.count; i-- != 0;) {
       int point = digits.point[i], other = digits.base[i];
-      const typename Lane::Affine* entry = table + magnitude(point) / 2;
+      const typename Lane::Affine* entry = table + multipleAt(point);
       if (point == 0) {
         point = std::exchange(other, 0);
-        entry = base + magnitude(point) / 2;
+        entry = base + multipleAt(point);
       }
       if (point == 0) {
         sum = Lane::twice(sum);
@@ -167,7 +167,7 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
         begun = true;
       }
       if (other != 0) {
-        sum = Lane::add(sum, base[magnitude(other) / 2], other < 0, kConstants);
+        sum = Lane::add(sum, base[multipleAt(other)], other < 0, kConstants);
       }
     }
     return leave(sum);
@@ -249,8 +249,6 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
     const Number y = Prime::carried(plus(points.y, points.y));
     return leave(blended<4>(blended<2>(points.x, y), points.z));
   }
-
-  static size_t magnitude(int digit) { return static_cast<size_t>(digit < 0 ? -digit : digit); }
 };
 
 }  // namespace velmora::vartime

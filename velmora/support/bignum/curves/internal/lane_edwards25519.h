@@ -127,11 +127,11 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
       point = twice(point);
       if (digits.point[i] != 0) {
         const int digit = -digits.point[i];
-        point = add(point, table[magnitude(digit) / 2], digit < 0);
+        point = add(point, table[multipleAt(digit)], digit < 0);
       }
       if (digits.base[i] != 0) {
         const int digit = digits.base[i];
-        point = add(point, base[magnitude(digit) / 2], digit < 0);
+        point = add(point, base[multipleAt(digit)], digit < 0);
       }
     }
     return leave(point);
