@@ -13,10 +13,11 @@ constexpr size_t kMultiple = 4;
 constexpr size_t kMaxWords = (kMaxModulusLimbs * kLimbBits + 2) / kWordBits + kMultiple;
 static_assert(2 * kMaxWords < (size_t{1} << (2 * (kLimbBits - kWordBits))));
 
-// sum + x[0] * y[0] + x[1] * y[-1] and so on, `count` products.
+// sum + x[0] * y[-1] + x[1] * y[-2] and so on, `count` products. y is behind the first factor, so
+// that it never comes to stand before a number, where C++ lets no pointer point.
 __attribute__((always_inline)) inline DoubleLimb addProducts(DoubleLimb sum, const Limb* x,
                                                              const Limb* y, size_t count) {
-  const auto add = [&](ptrdiff_t i) { sum += DoubleLimb{x[i]} * y[-i]; };
+  const auto add = [&](ptrdiff_t i) { sum += DoubleLimb{x[i]} * y[-1 - i]; };
   if ((count & 1) != 0) {
     add(0);
     ++x;
@@ -41,7 +42,7 @@ __attribute__((always_inline)) inline DoubleLimb addProducts(DoubleLimb sum, con
 struct ProductColumn {
   const Limb* b;
   DoubleLimb operator()(const Limb* first, size_t last, size_t count) const {
-    return addProducts(0, first, b + last, count);
+    return addProducts(0, first, b + last + 1, count);
   }
 };
 
@@ -49,7 +50,7 @@ struct ProductColumn {
 struct SquareColumn {
   const Limb* a;
   DoubleLimb operator()(const Limb* first, size_t last, size_t count) const {
-    const DoubleLimb twice = 2 * addProducts(0, first, a + last, count / 2);
+    const DoubleLimb twice = 2 * addProducts(0, first, a + last + 1, count / 2);
     if ((count & 1) == 0) return twice;
     const Limb middle = first[count / 2];
     return twice + DoubleLimb{middle} * middle;
@@ -66,14 +67,14 @@ __attribute__((always_inline)) inline void multiplyColumns(Limb* r, const Limb* 
   Limb result[kMaxWords];
   DoubleLimb carry = 0;
   const auto clear = [&](size_t k) __attribute__((always_inline)) {
-    const DoubleLimb sum = addProducts(column(a, k, k + 1), quotient, modulus + k, k) + carry;
+    const DoubleLimb sum = addProducts(column(a, k, k + 1), quotient, modulus + k + 1, k) + carry;
     const Limb q = static_cast<Limb>(sum) * n0 & kMask;
     quotient[k] = q;
     carry = (sum + DoubleLimb{q} * modulus[0]) >> kWordBits;
   };
   const auto keep = [&](size_t k, size_t count) __attribute__((always_inline)) {
     const DoubleLimb products = column(a + k + 1, n - 1, count);
-    const DoubleLimb sum = addProducts(products, quotient + k + 1, modulus + n - 1, count) + carry;
+    const DoubleLimb sum = addProducts(products, quotient + k + 1, modulus + n, count) + carry;
     result[k] = static_cast<Limb>(sum) & kMask;
     carry = sum >> kWordBits;
   };
