@@ -105,7 +105,7 @@ class Lines(unittest.TestCase):
 
     def test_quiet_is_quiet_and_a_missing_file_is_told(self):
         self.assertEqual(run("pin", "--quiet", lines=b"?", status=3)[1], "")
-        out, errors = run("show", "--json", "/absent", "/", "-", lines=base64.b64encode(LEAF), status=3)[:2]
+        out, errors = run("show", "--json", "/absent", "/", lines=base64.b64encode(LEAF), status=3)[:2]
         self.assertEqual([(each["index"], each.get("error")) for each in map(json.loads, out.splitlines())],
                          [(0, "No such file or directory"), (0, "Is a directory"), (0, None)])
         self.assertEqual(errors, "velmora-x509: /absent: No such file or directory\nvelmora-x509: /: Is a directory\n")
