@@ -863,10 +863,43 @@ class Usage(unittest.TestCase):
             self.assertEqual(run("--json", "show", cwd=folder)[0], 0)
 
     def test_output_that_cannot_be_written(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([PROGRAM, data("three.pem")], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(done.returncode, 3)
-        self.assertIn(b"No space left on device", done.stderr)
+        commands = [["show"], ["show", "--json"], ["name"], ["ext", "2.5.29.19"], ["key"], ["key", "--der"], ["pin"], ["lint", "--json"], ["asn1"],
+                    ["match", "sha256,base64,x"], ["expires", "--within", "1000000"], ["tree"], ["issuer", data("three_0.der")],
+                    ["diff", data("three_0.der")], ["verify", "--roots", data("three_0.der")], ["verify", "--json"], ["completions", "bash"], ["--help"]]
+        for command in commands:
+            files = [] if command[0] in ("completions", "--help") else [data("three_2.der" if command[0] == "diff" else "three.pem")]
+            for reason, program in (("No space left on device", 'exec "$0" "$@" >/dev/full'), ("Bad file descriptor", 'exec "$0" "$@" >&-')):
+                with self.subTest(command=command, reason=reason):
+                    done = subprocess.run(["sh", "-c", program, PROGRAM, *command, *files], stdin=subprocess.DEVNULL, stderr=subprocess.PIPE)
+                    self.assertEqual(done.returncode, 3)
+                    self.assertEqual([reason in line for line in done.stderr.decode().splitlines()], [True])
+
+    def test_inputs_that_end_or_fail_midway(self):
+        with tempfile.TemporaryDirectory() as folder:
+            fifo = os.path.join(folder, "fifo")
+            os.mkfifo(fifo)
+            content = (DATA / "three.pem").read_bytes()
+            cases = [(content[:-20], [*THREE[:2]], "END"), (content, THREE, ""), (content[:content.index(b"-----END") - 9], [], "END")]
+            for given, names, reason in cases:  # whoever writes goes away
+                program = subprocess.Popen([PROGRAM, "name", fifo], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                with open(fifo, "wb") as pipe:
+                    pipe.write(given)
+                out, errors = program.communicate(timeout=60)
+                self.assertEqual((program.returncode, out.decode().splitlines(), reason in errors.decode()), (3 if reason else 0, names, True))
+            path = pathlib.Path(folder, "shrinks.pem")
+            path.write_bytes(content * 3000)
+            with subprocess.Popen([PROGRAM, "name", str(path)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0) as program:
+                program.stdout.readline()  # and waits until the rest of the output is read
+                os.truncate(path, len(content) * 2000 - 20)
+                out, errors = program.communicate(timeout=60)
+            self.assertEqual((program.returncode, len(out.splitlines()), b"END" in errors), (3, 5998, True))
+        for unreadable, reason in (("/proc/self/mem", "Input/output error"), ("/", "Is a directory")):
+            for command in (["name"], ["verify", "--roots", data("three_0.der"), "--chain", data("three.pem")]):
+                status, _, errors = run(*command, data("three_1.der"), unreadable, data("three_1.der"))
+                self.assertEqual((status, errors.count(reason)), (3, 1), errors)
+            for option in ("--roots", "--chain", "--crl") if unreadable != "/" else ():  # what is asked with has to be whole
+                status, out, errors = run("verify", *(["--roots", data("three_0.der")] if option != "--roots" else []), option, unreadable, data("three_1.der"))
+                self.assertEqual((status, reason in errors, "holds" in out), (3, True, False), errors)
 
     def test_a_reader_that_goes_away_is_no_news(self):
         program = subprocess.Popen([PROGRAM, "show", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)

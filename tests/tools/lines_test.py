@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Drives "--lines" from outside: lines_test.py PROGRAM [unittest arguments]."""
 import base64
+import contextlib
 import hashlib
 import json
 import os
@@ -8,6 +9,7 @@ import pathlib
 import signal
 import subprocess
 import sys
+import threading
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
@@ -28,6 +30,14 @@ def run(command, *arguments, lines, status):
     if "--json" in arguments:
         json_schema.check_lines(command, done.stdout.decode())
     return done.stdout.decode(), done.stderr.decode()
+
+
+def feed(pipe, content):
+    """Writes to a program that may stop reading."""
+    with contextlib.suppress(BrokenPipeError):
+        pipe.write(content)
+    with contextlib.suppress(BrokenPipeError):
+        pipe.close()
 
 
 class Lines(unittest.TestCase):
@@ -102,6 +112,34 @@ class Lines(unittest.TestCase):
                 program.send_signal(signal.SIGINT)
                 self.assertEqual((program.wait(60), program.stdout.read()), (130, b""))
                 self.assertRegex(program.stderr.read(), rb"\Avelmora-x509: 20 certificates, 0 errors, [\d,]+/s, \d+ s\n\Z")
+
+    def test_a_bulk_run_whose_output_or_input_fails_says_so(self):
+        lines = b"".join(b"%d\t%s\n" % (i, base64.b64encode(LEAF)) for i in range(4000))
+        for jobs in ("1", "3"):
+            command = [PROGRAM, "pin", "--lines", "--jobs", jobs, "-"]
+            for redirected, reason in ((">/dev/full", b"No space left on device"), (">&-", b"Bad file descriptor")):
+                done = subprocess.run(["sh", "-c", f'exec "$0" "$@" {redirected}', *command], input=lines, stderr=subprocess.PIPE, timeout=60)
+                self.assertEqual((done.returncode, done.stderr.count(reason), len(done.stderr.splitlines())), (3, 1, 1), done.stderr)
+            with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0) as program:
+                writer = threading.Thread(target=feed, args=(program.stdin, lines * 10))
+                writer.start()
+                self.assertTrue(program.stdout.readline().startswith(b"0\tsha256"))
+                program.stdout.close()  # nobody reads any more, which is no news
+                self.assertEqual((program.wait(60), program.stderr.read()), (3, b""))
+                writer.join()
+            # Interrupted between lines: what was begun is answered to its end, in order, and nothing behind it.
+            with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as program:
+                writer = threading.Thread(target=feed, args=(program.stdin, lines * 10))
+                writer.start()
+                first = program.stdout.readline()
+                program.send_signal(signal.SIGINT)
+                answers = (first + program.stdout.read()).decode().splitlines()
+                self.assertEqual(program.wait(60), 130)
+                writer.join()
+                self.assertEqual([each.split("\t") for each in answers], [[str(i % 4000), PIN] for i in range(len(answers))])
+                self.assertLess(len(answers), 40_000)
+        out, errors = run("pin", "/proc/self/mem", "-", lines=lines[:lines.index(b"\n", 9000)], status=3)
+        self.assertEqual((out.count(PIN), "Input/output error" in errors), (lines[:lines.index(b"\n", 9000)].count(b"\n") + 1, True))
 
     def test_quiet_is_quiet_and_a_missing_file_is_told(self):
         self.assertEqual(run("pin", "--quiet", lines=b"?", status=3)[1], "")
