@@ -29,7 +29,6 @@ struct CurvePoint {
 /// limbs.
 class VELMORA_API Curve {
  public:
-  virtual ~Curve() = default;
   Curve(const Curve&) = delete;
   Curve& operator=(const Curve&) = delete;
 
@@ -79,6 +78,7 @@ class VELMORA_API Curve {
  protected:
   Curve(const CurveParameters& parameters, const Limb* prime, const Limb* order)
       : m_parameters(parameters), m_prime(prime), m_order(order) {}
+  ~Curve() = default;  // trivial: nothing of them ends when static objects do
 
  private:
   const CurveParameters& m_parameters;

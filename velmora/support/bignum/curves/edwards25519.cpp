@@ -1,5 +1,7 @@
 #include "velmora/support/bignum/curves/edwards25519.h"
 
+#include <type_traits>
+
 #include "velmora/support/bignum/arithmetic/divisor.h"
 #include "velmora/support/bignum/curves/internal/edwards25519_implementation.h"
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
@@ -46,6 +48,7 @@ const Edwards25519& edwards25519([[maybe_unused]] ArithmeticPath path) noexcept 
   if (path == ArithmeticPath::kMulxAdx) return edwards25519OnMulx();
   if (path == ArithmeticPath::kMulAdc) return edwards25519OnMul();
 #endif
+  static_assert(std::is_trivially_destructible_v<Edwards25519Implementation<PortableRows>>);
   static const Edwards25519Implementation<PortableRows> curve;
   return curve;
 }

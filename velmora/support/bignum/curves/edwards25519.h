@@ -18,11 +18,10 @@ struct EdwardsPoint {
 };
 
 /// The curve -x^2 + y^2 = 1 + d x^2 y^2 modulo 2^255 - 19 (RFC 8032, section 5.1), computed on in
-/// one way. Objects are constant, exist once per path, and may be used by any thread. Bytes are
-/// little-endian here, as that RFC has them; scalars have 4 limbs.
+/// one way. Objects are constant, exist once per path for the life of the program, and may be used
+/// by any thread. Bytes are little-endian here, as that RFC has them; scalars have 4 limbs.
 class VELMORA_API Edwards25519 {
  public:
-  virtual ~Edwards25519() = default;
   Edwards25519(const Edwards25519&) = delete;
   Edwards25519& operator=(const Edwards25519&) = delete;
 
@@ -56,6 +55,7 @@ class VELMORA_API Edwards25519 {
 
  protected:
   Edwards25519() = default;
+  ~Edwards25519() = default;  // trivial: nothing of them ends when static objects do
 };
 
 /// The curve on a path that is supported.

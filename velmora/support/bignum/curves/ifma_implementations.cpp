@@ -1,5 +1,7 @@
 #include "velmora/support/bignum/curves/internal/ifma_implementations.h"
 
+#include <type_traits>
+
 #include "velmora/support/bignum/curves/internal/lane_curve.h"
 #include "velmora/support/bignum/curves/internal/lane_edwards25519.h"
 #include "velmora/support/bignum/curves/internal/mulx_implementations.h"
@@ -34,11 +36,13 @@ struct CurvesOnLanes {
 }  // namespace
 
 CurveList curvesOnIfma() noexcept {
+  static_assert(std::is_trivially_destructible_v<CurvesOnLanes>);
   static const CurvesOnLanes curves;
   return {curves.list, curves.count};
 }
 
 const Edwards25519& edwards25519OnIfma() noexcept {
+  static_assert(std::is_trivially_destructible_v<LaneEdwards25519>);
   static const LaneEdwards25519 curve;
   return curve;
 }

@@ -3,6 +3,7 @@
 // Numbers cut into the digits of a comb.
 
 #include "velmora/support/bignum/arithmetic/limbs.h"
+#include "velmora/support/bignum/curves/prepared_point.h"
 
 namespace velmora::vartime {
 
@@ -62,6 +63,20 @@ class CombDigits {
   Limb m_bits[kLimbs];
   bool m_isOfNext;
   bool m_minus;
+};
+
+/// The tables of a comb as what is prepared of a point. That of the base point is there without it,
+/// and so without a destructor: like the curves it is used as long as anything runs.
+template <class Tables>
+struct PreparedComb final : PreparedPoint {
+  template <class From>
+  explicit PreparedComb(const From& from) : tables(from) {}
+
+  static const Tables& tablesOf(const PreparedPoint& prepared) {
+    return static_cast<const PreparedComb&>(prepared).tables;
+  }
+
+  const Tables tables;
 };
 
 }  // namespace velmora::vartime

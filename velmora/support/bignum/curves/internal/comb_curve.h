@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include "velmora/support/bignum/curves/internal/comb.h"
 #include "velmora/support/bignum/curves/internal/curve_implementation.h"
@@ -29,7 +30,7 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   static_assert(BaseShape::kSteps <= PointShape::kSteps);
 
   template <class Shape>
-  class Comb final : public PreparedPoint {
+  class Comb {
    public:
     explicit Comb(const Affine& point);
     Affine entries[Shape::kTables][Shape::kEntries];
@@ -46,13 +47,14 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   }
 
  protected:
-  static std::unique_ptr<const Comb<PointShape>> newComb(const CurvePoint& q) {
-    using Made = Comb<PointShape>;
+  static std::unique_ptr<const PreparedComb<Comb<PointShape>>> newComb(const CurvePoint& q) {
+    using Made = PreparedComb<Comb<PointShape>>;
     return std::unique_ptr<const Made>(new (std::nothrow) Made(Base::enter(q)));
   }
 
   // Made at first use, which is when the first point is prepared.
   static const Comb<BaseShape>& baseComb() {
+    static_assert(std::is_trivially_destructible_v<Comb<BaseShape>>);
     static const Comb<BaseShape> comb(Base::basePointInside());
     return comb;
   }
@@ -77,7 +79,7 @@ class CombCurve : public CurveImplementation<kParameters, Rows> {
   Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
                             const PreparedPoint& prepared) const noexcept override {
     if (!isBelowOrder(u1) || !isBelowOrder(u2)) return this->multiply(u1, u2, q);
-    const auto& pointComb = static_cast<const Comb<PointShape>&>(prepared);
+    const auto& pointComb = PreparedComb<Comb<PointShape>>::tablesOf(prepared);
     const auto base = digitsOf<BaseShape>(u1);
     const auto point = digitsOf<PointShape>(u2);
     Jacobian sum = Arithmetic::infinity();
@@ -147,6 +149,7 @@ void CombCurve<kParameters, Rows>::Comb<Shape>::addTooth(size_t count, const Aff
 /// All curves on one path.
 template <class Rows>
 CurveList curvesOn() {
+  static_assert(std::is_trivially_destructible_v<CombCurve<kP256, Rows>>);
   static const CurveImplementation<kP192, Rows> p192;
   static const CurveImplementation<kP224, Rows> p224;
   static const CombCurve<kP256, Rows> p256;

@@ -3,6 +3,7 @@
 // The curve of Ed25519 computed on in one way.
 
 #include <new>
+#include <type_traits>
 
 #include "velmora/support/bignum/curves/edwards25519.h"
 #include "velmora/support/bignum/curves/internal/comb.h"
@@ -138,19 +139,20 @@ class Edwards25519Implementation : public Edwards25519 {
   static_assert(BaseShape::kSteps <= PointShape::kSteps);
 
   template <class Shape>
-  struct Comb final : PreparedPoint {
+  struct Comb {
     explicit Comb(const Extended& point);
     CachedAffine entries[Shape::kTables][Shape::kEntries];
     CachedAffine self;  // the point
   };
 
-  static std::unique_ptr<const Comb<PointShape>> newComb(const EdwardsPoint& a) {
-    using Made = Comb<PointShape>;
+  static std::unique_ptr<const PreparedComb<Comb<PointShape>>> newComb(const EdwardsPoint& a) {
+    using Made = PreparedComb<Comb<PointShape>>;
     return std::unique_ptr<const Made>(new (std::nothrow) Made(enter(a)));
   }
 
   // Made at first use, which is when the first point is prepared.
   static const Comb<BaseShape>& baseComb() {
+    static_assert(std::is_trivially_destructible_v<Comb<BaseShape>>);
     static const Comb<BaseShape> comb(basePointInside());
     return comb;
   }
@@ -159,7 +161,7 @@ class Edwards25519Implementation : public Edwards25519 {
   virtual Projective multiplyPrepared(const CombDigits<BaseShape>& s,
                                       const CombDigits<PointShape>& minusK,
                                       const PreparedPoint& prepared) const noexcept {
-    const auto& pointComb = static_cast<const Comb<PointShape>&>(prepared);
+    const auto& pointComb = PreparedComb<Comb<PointShape>>::tablesOf(prepared);
     Completed sum{constants().zero, constants().one, constants().one, constants().one};
     for (unsigned step = PointShape::kSteps; step-- != 0;) {
       sum = twice(toProjective(sum));

@@ -36,7 +36,7 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
   static_assert(Base::Constants::kSlope == CurveSlope::kMinus3);
 
   template <class Shape>
-  struct Comb final : PreparedPoint {
+  struct Comb {
     static_assert(Shape::kTables == 4);
     explicit Comb(const typename Base::template Comb<Shape>& comb) {
       for (size_t i = 0; i < Shape::kTables; ++i) {
@@ -132,7 +132,8 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
     const auto comb = Base::newComb(q);
     if (comb == nullptr) return nullptr;
     laneBaseComb();
-    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) Comb<PointShape>(*comb));
+    using Made = PreparedComb<Comb<PointShape>>;
+    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) Made(comb->tables));
   }
 
  private:
@@ -175,6 +176,7 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
 
   // Made at first use, which is when the first point is prepared.
   static const Comb<BaseShape>& laneBaseComb() {
+    static_assert(std::is_trivially_destructible_v<Comb<BaseShape>>);
     static const Comb<BaseShape> comb(Base::baseComb());
     return comb;
   }
@@ -182,9 +184,9 @@ class LaneCurve final : public CombCurve<kParameters, MulxRows> {
   Jacobian multiplyPrepared(const Limb* u1, const Limb* u2, const CurvePoint& q,
                             const PreparedPoint& prepared) const noexcept override {
     if (!Base::isBelowOrder(u1) || !Base::isBelowOrder(u2)) return multiply(u1, u2, q);
-    const Jacobian sum = sumOf(
-        {Base::template digitsOf<PointShape>(u2), static_cast<const Comb<PointShape>&>(prepared)},
-        {Base::template digitsOf<BaseShape>(u1), laneBaseComb()});
+    const Jacobian sum = sumOf({Base::template digitsOf<PointShape>(u2),
+                                PreparedComb<Comb<PointShape>>::tablesOf(prepared)},
+                               {Base::template digitsOf<BaseShape>(u1), laneBaseComb()});
     return Base::Arithmetic::isInfinity(sum) ? Base::multiply(u1, u2, q) : sum;
   }
 

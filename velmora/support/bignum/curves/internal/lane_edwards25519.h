@@ -53,7 +53,7 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
   }
 
   template <class Shape>
-  struct LaneComb final : PreparedPoint {
+  struct LaneComb {
     explicit LaneComb(const Comb<Shape>& comb) {
       Element two;
       setSmall<Field>(two, 2);
@@ -69,6 +69,7 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
 
   // Made at first use, which is when the first point is prepared.
   static const LaneComb<BaseShape>& laneBaseComb() {
+    static_assert(std::is_trivially_destructible_v<LaneComb<BaseShape>>);
     static const LaneComb<BaseShape> comb(baseComb());
     return comb;
   }
@@ -77,12 +78,13 @@ class LaneEdwards25519 final : public Edwards25519Implementation<MulxRows> {
     const auto comb = newComb(a);
     if (comb == nullptr) return nullptr;
     laneBaseComb();
-    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) LaneComb<PointShape>(*comb));
+    using Made = PreparedComb<LaneComb<PointShape>>;
+    return std::unique_ptr<const PreparedPoint>(new (std::nothrow) Made(comb->tables));
   }
 
   Projective multiplyPrepared(const CombDigits<BaseShape>& s, const CombDigits<PointShape>& minusK,
                               const PreparedPoint& prepared) const noexcept override {
-    return sum(s, laneBaseComb(), minusK, static_cast<const LaneComb<PointShape>&>(prepared));
+    return sum(s, laneBaseComb(), minusK, PreparedComb<LaneComb<PointShape>>::tablesOf(prepared));
   }
 
   VELMORA_LANES static Projective sum(const CombDigits<BaseShape>& s,
