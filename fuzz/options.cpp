@@ -36,7 +36,10 @@ bool read(const Words& words, std::map<std::string, Words>& values, Words& files
     if (takesValue && !hasValue && ++i == words.size()) return false;
     values[name].push_back(hasValue ? word.substr(name.size() + 1) : takesValue ? words[i] : "");
   }
-  return files.size() > 1;  // one is what the command works with
+  const Words& roots = values["--root"];
+  const auto inputs = std::count(roots.begin(), roots.end(), "-") +
+                      std::count(files.begin() + !files.empty(), files.end(), "-");
+  return files.size() > 1 && inputs < 2;  // one is what the command works with
 }
 
 }  // namespace

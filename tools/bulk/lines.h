@@ -11,7 +11,8 @@ inline constexpr OptionSpec kLinesOption = {
     "--lines", "",
     "each line of a FILE is a certificate in base64, or a key, a tab and the certificate; the key "
     "comes out again"};
-inline constexpr OptionSpec kJobsOption = {"--jobs", "N", "with --lines: by N threads, 1 to 256 (default 1)"};
+inline constexpr OptionSpec kJobsOption = {"--jobs", "N",
+                                           "with --lines: by N threads, 1 to 256 (default 1)"};
 inline constexpr OptionSpec kProgressOption = {
     "--progress", "", "with --lines: tell of the progress also where nobody looks on"};
 inline constexpr OptionSpec kQuietOption = {
