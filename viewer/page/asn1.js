@@ -12,6 +12,8 @@ const DEEPEST_INDENT = 24;
 const WIDE = 1150;
 const STACKED = 900;
 const WIDE_STACKED = 640;
+// Octets of an element that go to the clipboard.
+const MOST_COPIED = 1 << 17;
 
 /** Tree and octets of one certificate. */
 class Asn1View {
@@ -55,9 +57,11 @@ class Asn1View {
     return row;
   }
 
+  // What is chosen stays in sight: where it is folded away, what is around it is chosen instead.
   toggle(index) {
     this.tree.toggle(index);
     this.list.setCount(this.tree.visible.length, true);
+    if (this.tree.placeOf(this.selected) === undefined) this.select(index, 'tree');
   }
 
   // What the pointer is on, without choosing it.
@@ -84,12 +88,11 @@ class Asn1View {
   }
 
   tellDetails({ type, field, value, offset, header, content }) {
-    const octets = this.octets.subarray(offset + header, offset + header + content);
     const contents = safe(`${type}${field ? `, ${visible(field)}` : ''}`);
     fill(this.details, el('strong', {}, contents), el('p', { class: 'faint' },
       `Identifier and length at offset ${offset}, ${header} octets; contents at ${offset + header}, ` +
       `${content.toLocaleString('en')} octets. `,
-      copyButton(() => hexOf(octets), 'contents in hexadecimal')),
+      content <= MOST_COPIED && copyButton(() => hexOf(this.octets.subarray(offset + header, offset + header + content)), 'contents in hexadecimal')),
     value && el('p', { class: 'words' }, clipped(visible(value))));
   }
 
@@ -122,12 +125,20 @@ function hexOf(octets) {
   return Array.from(octets, (octet) => octet.toString(16).toUpperCase().padStart(2, '0')).join('');
 }
 
-/** Fills the room for a row; `target` is a field or an offset that is to be shown at once. */
-export async function showAsn1(box, row, target = null) {
-  const [elements, octets] = await Promise.all([ask('elements', row), ask('octets', row)]);
-  const view = new Asn1View(new ElementTree(JSON.parse(elements)), octets);
+function targetIn(tree, { field, extension, offset }) {
+  if (offset !== undefined) return tree.innermostAt(offset);
+  return field === undefined ? tree.extensionAt(extension) : tree.withField(field);
+}
+
+/**
+ * Fills the room for a row, if isWanted() by the time that it is known; `target` is what is to be shown at once: {field},
+ * {extension}, by its place, or {offset}.
+ */
+export async function showAsn1(box, row, target, isWanted) {
+  const told = await ask('tree', row);
+  if (!isWanted()) return;
+  const view = new Asn1View(new ElementTree(told), told.octets);
   view.show(box);
-  if (target === null) return;
-  const index = typeof target === 'number' ? view.tree.innermostAt(target) : view.tree.withField(target);
+  const index = target === null ? -1 : targetIn(view.tree, target);
   if (index !== -1) view.select(index, 'outside');
 }

@@ -18,14 +18,18 @@ export function ask(call, ...args) {
 
 function received({ data }) {
   if (data.lines !== undefined) return tellLines(data);
-  const { resolve, reject } = asked.get(data.id);
+  if (data.error !== undefined) return fail(data.error);
+  const { resolve } = asked.get(data.id);
   asked.delete(data.id);
-  if (data.error === undefined) return resolve(data.result);
-  // Whatever the module fails at leaves it in no state to go on.
-  reject(new Error(data.error));
+  return resolve(data.result);
+}
+
+// Whatever the module fails at leaves it in no state to go on. What was asked stays without an answer.
+function fail(reason) {
+  const [start] = asked.values();
   endWorker();
-  if (isStarted) tellEnd(data.error);
-  return undefined;
+  if (isStarted) tellEnd(reason);
+  else start.reject(new Error(reason));
 }
 
 /** Ends it, with all that it holds. */
@@ -47,7 +51,7 @@ export async function startWorker(onLines, onEnd) {
   worker = new Worker(url);
   URL.revokeObjectURL(url);
   worker.onmessage = received;
-  worker.onerror = ({ message }) => asked.forEach(({ reject }) => reject(new Error(message)));
+  worker.onerror = ({ message }) => fail(message || 'the worker has ended');
   await ask('start', document.getElementById('module-code').textContent.trim());
   isStarted = true;
 }

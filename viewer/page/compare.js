@@ -1,7 +1,7 @@
 // Two certificates side by side: the fields in which they differ.
 
 import { ask } from './client.js';
-import { announce, clipped, el, fill, safe } from './dom.js';
+import { announce, clipped, el, fill, restOf, safe } from './dom.js';
 import { state } from './state.js';
 import { dayText } from './time.js';
 
@@ -34,17 +34,19 @@ async function compare(shown, other, box) {
   // The one that is valid from earlier is what the other came after.
   const [left, right] = [other, shown].map((each) => state.rows[each])
     .sort((a, b) => String(a.notBefore).localeCompare(String(b.notBefore)));
-  const { differences } = JSON.parse(await ask('differences', left.row, right.row));
-  if (differences.length === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
-  announce(`${differences.length} fields differ`);
+  const differences = await ask('compare', left.row, right.row);
+  const count = differences.items.length + differences.left;
+  if (count === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
+  announce(`${count} fields differ`);
   return fill(box,
-    el('p', {}, `${differences.length === 1 ? 'One field differs' : `${differences.length} fields differ`}; whatever is not ` +
+    el('p', {}, `${count === 1 ? 'One field differs' : `${count} fields differ`}; whatever is not ` +
       'listed is the same in both.'),
     el('table', { class: 'differences' },
       el('thead', {}, el('tr', {}, el('th', { scope: 'col' }, 'Field'),
         [left, right].map(({ title, notBefore, source, index }) => el('th', { scope: 'col' }, el('bdi', {}, title),
           el('span', { class: 'faint' }, ` from ${dayText(notBefore)}, ${source}, item ${index + 1}`))))),
-      el('tbody', {}, differences.map(differenceRow))));
+      el('tbody', {}, differences.items.map(differenceRow))),
+    restOf(differences));
 }
 
 /** Fills the room for a row. */

@@ -1,23 +1,28 @@
 // Elements with text nodes alone: nothing from a certificate is ever markup.
 
-// What steers text: controls, bidirectional controls, separators, the byte order mark, and the escape itself.
-const STEERING = /[\u0000-\u001f\u007f-\u009f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ufeff\\]/gu;
+// What steers text, what is not seen, and marks piled upon others: controls, bidirectional controls, separators, joiners and
+// fillers, halves of characters, and of the marks of one letter those beyond the fourth.
+const UNSEEN = /[\p{Cc}\p{Cf}\p{Cs}\p{Zl}\p{Zp}\p{Default_Ignorable_Code_Point}]|(?<=\p{M}{4})\p{M}/gu;
 
 function escaped(character) {
   const code = character.codePointAt(0);
   const digits = code.toString(16).toUpperCase();
-  if (character === '\\') return '\\\\';
   return code < 0x80 ? `\\x${digits.padStart(2, '0')}` : `\\u{${digits.padStart(4, '0')}}`;
 }
 
-/** Text as the command line shows it: what steers text is written out. */
+/** Text as the command line shows it, with backslashes doubled: what steers text or is not seen is written out. */
 export function visible(text) {
-  return String(text).replace(STEERING, escaped);
+  return seen(String(text).replaceAll('\\', '\\\\'));
 }
 
-/** Text that was made safe to show already. */
+// The command line leaves to the terminal what merely is not seen.
+function seen(text) {
+  return text.replace(UNSEEN, escaped);
+}
+
+/** A node of text in which what steers text is written out already. */
 export function safe(text) {
-  return document.createTextNode(text);
+  return document.createTextNode(seen(text));
 }
 
 /**
@@ -93,10 +98,11 @@ const FIRST_CHARACTERS = 600;
 const MORE_CHARACTERS = 20000;
 
 /** A text of any length, safe already: its start, and a button for more. */
-export function clipped(text) {
-  if (text.length <= FIRST_CHARACTERS) return safe(text);
+export function clipped(written) {
+  const text = seen(written);
+  if (text.length <= FIRST_CHARACTERS) return document.createTextNode(text);
   let shown = FIRST_CHARACTERS;
-  const start = safe(text.slice(0, shown));
+  const start = document.createTextNode(text.slice(0, shown));
   const more = button('', () => {
     shown += MORE_CHARACTERS;
     start.data = text.slice(0, shown);
@@ -108,6 +114,11 @@ export function clipped(text) {
   };
   label();
   return el('span', { class: 'clipped' }, start, ' ', more);
+}
+
+/** What is said of the rest of a list, {items, left}. */
+export function restOf({ left }) {
+  return left === 0 ? null : el('p', { class: 'faint' }, `and ${left.toLocaleString('en')} more, which “JSON” saves`);
 }
 
 /** A list of which the first few stand there, and a button brings more. */

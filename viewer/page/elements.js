@@ -1,37 +1,58 @@
 // The elements of a certificate in their order, and which of them are unfolded.
 
+const NONE = -1;
+
 export class ElementTree {
-  /** Of what the module says: {elements, more}. */
-  constructor({ elements, more }) {
-    this.elements = elements;
-    this.more = more;
+  /** Of what treeOf() of brief.js says. */
+  constructor({ numbers, ends, text, more }) {
+    Object.assign(this, { numbers, ends, text, more });
+    this.size = numbers.length / 4;
     this.closed = new Set();
-    this.parents = parentsOf(elements);
+    this.parents = this.#parents();
     this.list();
   }
 
   at(index) {
-    const [offset, header, content, depth, type, field, value] = this.elements[index];
+    const [offset, header, content, depth] = this.numbers.subarray(4 * index);
+    const [type, field, value] = [0, 1, 2].map((which) => this.#text(3 * index + which));
     const hasMembers = this.parents[index + 1] === index;
-    const parent = this.parents[index] === -1 ? null : this.parents[index];
+    const parent = this.parents[index] === NONE ? null : this.parents[index];
     return { offset, header, content, depth, type, field, value, hasMembers, parent, open: !this.closed.has(index) };
+  }
+
+  #text(place) {
+    return this.text.slice(place === 0 ? 0 : this.ends[place - 1], this.ends[place]);
+  }
+
+  #depth(index) {
+    return this.numbers[4 * index + 3];
+  }
+
+  #parents() {
+    const around = [];
+    return Int32Array.from({ length: this.size }, (_, index) => {
+      const depth = this.#depth(index);
+      around[depth] = index;
+      return depth === 0 ? NONE : around[depth - 1];
+    });
   }
 
   // Elements below a closed one are not listed.
   list() {
     this.visible = [];
-    this.places = new Map();
+    this.places = new Int32Array(this.size).fill(NONE);
     let hiddenBelow = Infinity;
-    this.elements.forEach(([, , , depth], index) => {
-      if (depth > hiddenBelow) return;
-      hiddenBelow = this.closed.has(index) ? depth : Infinity;
-      this.places.set(index, this.visible.length);
+    for (let index = 0; index < this.size; ++index) {
+      if (this.#depth(index) > hiddenBelow) continue;
+      hiddenBelow = this.closed.has(index) ? this.#depth(index) : Infinity;
+      this.places[index] = this.visible.length;
       this.visible.push(index);
-    });
+    }
   }
 
+  /** Among those that are listed; undefined for one that is folded away. */
   placeOf(index) {
-    return this.places.get(index);
+    return this.places[index] === NONE ? undefined : this.places[index];
   }
 
   toggle(index) {
@@ -41,38 +62,41 @@ export class ElementTree {
 
   /** Opens what an element is in. */
   reveal(index) {
-    if (this.places.has(index)) return;
-    for (let at = this.parents[index]; at !== -1; at = this.parents[at]) this.closed.delete(at);
+    if (this.placeOf(index) !== undefined) return;
+    for (let at = this.parents[index]; at !== NONE; at = this.parents[at]) this.closed.delete(at);
     this.list();
   }
 
   /** The innermost element that an octet belongs to. */
   innermostAt(offset) {
     let low = 0;
-    let high = this.elements.length;
+    let high = this.size;
     while (high - low > 1) {
       const middle = (low + high) >> 1;
-      if (this.elements[middle][0] <= offset) low = middle;
+      if (this.numbers[4 * middle] <= offset) low = middle;
       else high = middle;
     }
-    while (low > 0 && !this.holds(low, offset)) low = this.parents[low];
+    while (low > 0 && !this.#holds(low, offset)) low = this.parents[low];
     return low;
   }
 
-  holds(index, offset) {
-    const [start, header, content] = this.elements[index];
+  #holds(index, offset) {
+    const [start, header, content] = this.numbers.subarray(4 * index);
     return offset < start + header + content;
   }
 
+  /** The first element with the name of a field, or -1. */
   withField(field) {
-    return this.elements.findIndex((element) => element[5] === field);
+    for (let index = 0; index < this.size; ++index) {
+      if (this.#text(3 * index + 1) === field) return index;
+    }
+    return -1;
   }
-}
 
-function parentsOf(elements) {
-  const around = [];
-  return elements.map(([, , , depth], index) => {
-    around[depth] = index;
-    return depth === 0 ? -1 : around[depth - 1];
-  });
+  /** The extension at a place of the list of them, or -1. */
+  extensionAt(place) {
+    const list = this.withField('Extensions');
+    let left = place;
+    return list === -1 ? -1 : this.parents.findIndex((parent) => parent === list && left-- === 0);
+  }
 }

@@ -4,8 +4,6 @@ import { el } from './dom.js';
 import { VirtualList } from './virtual.js';
 
 const ROW_HEIGHT = 24;
-// Browsers do not draw boxes beyond some thirty million pixels.
-const MOST_OCTETS = 1 << 23;
 
 const KEYS = { ArrowLeft: () => -1, ArrowRight: () => 1, ArrowUp: (width) => -width, ArrowDown: (width) => width,
   PageUp: (width) => -16 * width, PageDown: (width) => 16 * width };
@@ -17,7 +15,7 @@ export class HexView {
    */
   constructor(box, octets, width, onChoose, onTouch) {
     this.box = box;
-    this.octets = octets.subarray(0, MOST_OCTETS);
+    this.octets = octets;
     this.width = width;
     this.cursor = 0;
     this.ranges = { selected: null, touched: null };

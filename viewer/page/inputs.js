@@ -4,12 +4,22 @@ import { byId } from './dom.js';
 
 let take = () => {};
 
+// What a host, an address or a moment may look like; what does not is no answer to a question of the page.
+const ANSWER = /^[^\s"<>{}]{0,320}$/;
+const LONGEST_LABEL = /[^.@:]{64}/;
+
+function inputsOf(files) {
+  return Array.from(files, (file) => ({ name: file.name, blob: file }));
+}
+
 function takeFiles(files) {
-  for (const file of files) take(file.name, file);
+  byId('paste-dialog').close();
+  take(inputsOf(files));
 }
 
 function takeText(text) {
-  if (text.trim() !== '') take('pasted text', new Blob([text]));
+  byId('paste-dialog').close();
+  if (text.trim() !== '') take([{ name: 'pasted text', blob: new Blob([text]) }]);
 }
 
 function makeDrops() {
@@ -35,40 +45,35 @@ function makeDrops() {
 function makePaste() {
   const box = byId('paste-box');
   addEventListener('paste', (event) => {
-    const isField = event.target instanceof HTMLInputElement && event.target !== box;
-    if (isField) return;
     const { files } = event.clipboardData;
+    const text = event.clipboardData.getData('text');
+    const isAnswer = event.target.type !== 'text' || (ANSWER.test(text.trim()) && !LONGEST_LABEL.test(text));
+    if (event.target instanceof HTMLInputElement && files.length === 0 && isAnswer) return;
     event.preventDefault();
     if (files.length !== 0) takeFiles(files);
-    else takeText(event.clipboardData.getData('text'));
-    byId('paste-dialog').close();
+    else takeText(text);
   });
   byId('paste').addEventListener('click', () => byId('paste-dialog').showModal());
-  byId('paste-form').addEventListener('submit', () => {
-    takeText(box.value);
-    box.value = '';
-  });
-  byId('paste-cancel').addEventListener('click', () => {
-    box.value = '';
-    byId('paste-dialog').close();
-  });
+  byId('paste-form').addEventListener('submit', () => takeText(box.value));
+  byId('paste-cancel').addEventListener('click', () => byId('paste-dialog').close());
+  byId('paste-dialog').addEventListener('close', () => (box.value = ''));
 }
 
-/** Lets a person pick files, which `then` gets. */
+/** Lets a person pick files, which `then` gets as a list of {name, blob}. */
 export function pickFiles(then) {
   const input = document.createElement('input');
   input.type = 'file';
   input.multiple = true;
-  input.addEventListener('change', () => then(input.files));
+  input.addEventListener('change', () => then(inputsOf(input.files)));
   input.click();
 }
 
-/** `onInput(name, blob)` gets what comes in. */
+/** `onInput` gets what comes in, as a list of {name, blob}. */
 export function makeInputs(onInput) {
   take = onInput;
   makeDrops();
   makePaste();
   for (const opener of document.querySelectorAll('[data-open]')) {
-    opener.addEventListener('click', () => pickFiles(takeFiles));
+    opener.addEventListener('click', () => pickFiles(take));
   }
 }

@@ -1,14 +1,14 @@
 // The page: what comes in goes to the worker, what it finds into the list, and one certificate is the card.
 
 import { showAsn1 } from './asn1.js';
-import { cardOf, panelsOf } from './card.js';
+import { askCard, panelsOf } from './card.js';
 import { ask, endWorker, startWorker } from './client.js';
 import { showCompare } from './compare.js';
 import { announce, byId, el, fill, visible } from './dom.js';
 import { makeInputs, pickFiles } from './inputs.js';
 import { drawList, makeList, markShown } from './list.js';
-import { addNote, addNotices, clearNotices } from './notices.js';
-import { linked, makeLink, nameTab, saveAll, saveJson, savePem, saveXml } from './saving.js';
+import { addNote, addNotices, clearNotices, isKey } from './notices.js';
+import { forgetLink, linked, makeLink, nameTab, saveAll, saveJson, savePem, saveXml } from './saving.js';
 import { addRow, forget, nameSource, state } from './state.js';
 import { lifeOf } from './time.js';
 import { prepareTrust, showTrust, trust } from './trust.js';
@@ -28,17 +28,22 @@ function headOf({ title, issuer, selfIssued, ca, notBefore, notAfter, source, in
       el('span', { class: 'faint' }, ` ${source}, item ${index + 1}`))];
 }
 
-async function showOverview(box, row) {
+// Whether what is asked for now is still wanted when it is there.
+function wanting() {
   const mine = turn;
-  const card = await cardOf(row);
-  if (mine !== turn) return;
-  fill(box, el('div', { class: 'panels' }, panelsOf(card, goTo, goTo)));
+  return () => mine === turn;
+}
+
+async function showOverview(box, row) {
+  const isWanted = wanting();
+  const card = await askCard(row);
+  if (isWanted()) fill(box, el('div', { class: 'panels' }, panelsOf(card, goTo)));
 }
 
 const ROOMS = {
   overview: showOverview,
   trust: showTrust,
-  asn1: (box, row) => showAsn1(box, row, target),
+  asn1: (box, row) => showAsn1(box, row, target, wanting()),
   compare: showCompare,
 };
 
@@ -74,15 +79,20 @@ async function show(row) {
   await openRoom(room);
 }
 
-function onLines({ lines, name, done, total }) {
+function onLines({ lines, name, done, total, isBroken, hasKey }) {
   const failures = [];
+  const source = state.sources.get(name);
   for (const line of lines) {
     const found = JSON.parse(line);
     if (found.row !== undefined) addRow(found);
     else if (found.error !== undefined) failures.push(found);
-    else tellEnd(found);
+    else if (!isBroken) tellEnd(found);
   }
-  addNotices(failures);
+  source.hasKey ||= failures.some(isKey);
+  if (hasKey && !source.hasKey) failures.push({ source: name, index: 0, found: 'privateKey' });
+  source.hasKey ||= hasKey;
+  addNotices(isBroken ? failures.filter(isKey) : failures);
+  if (isBroken) addNote(`${name} could not be read to its end: it is a folder, or it has gone or changed meanwhile.`);
   byId('progress').hidden = done === total;
   byId('progress-bar').value = total === 0 ? 1 : done / total;
   byId('progress-words').textContent = `Reading ${visible(name.slice(0, 60))}`;
@@ -98,25 +108,48 @@ function tellEnd({ source, items, passedOver }) {
   if (passedOver !== 0) addNote(`${source}: ${passedOver.toLocaleString('en')} more items that are no certificates.`);
 }
 
-// What came in is what a person wants to see, but in a room about several, which is drawn anew.
-async function read(name, blob) {
-  const source = nameSource(name);
-  const first = state.rows.length;
-  await ask('read', source, blob);
-  const count = state.rows.filter((row) => row.source === source).length;
-  announce(`${count} ${count === 1 ? 'certificate' : 'certificates'} in ${source}`);
-  if (first !== 0 && count !== 0) await (room === 'overview' || room === 'asn1' ? show(first) : openRoom(room));
-  return first;
+// Reads one input after the other, and gives what is in each: {source, first, count, hasKey}.
+function readAll(inputs) {
+  return inputs.map(async ({ name, blob }) => {
+    const source = nameSource(name);
+    await ask('read', source, blob);
+    const found = state.sources.get(source);
+    announce(`${found.count} ${found.count === 1 ? 'certificate' : 'certificates'} in ${source}`);
+    return { source, ...found };
+  });
 }
 
-async function openRoots(files) {
-  for (const file of files) {
-    const source = nameSource(file.name);
-    const first = state.rows.length;
-    await ask('read', source, file);
-    await trust(state.rows.slice(first).filter((row) => row.source === source).map(({ row }) => row), true);
+// The first that came in is what a person wants to see, but in a room about several, which is drawn anew.
+async function read(inputs) {
+  const isAboutSeveral = () => room === 'trust' || room === 'compare';
+  const all = [];
+  let isShown = state.shown === null;
+  for (const reading of readAll(inputs)) {
+    const found = await reading;
+    all.push(found);
+    if (isShown || found.count === 0 || isAboutSeveral()) continue;
+    isShown = true;
+    await show(found.first);
+  }
+  if (isAboutSeveral() && all.some(({ count }) => count !== 0)) await openRoom(room);
+  return all;
+}
+
+async function openRoots(inputs) {
+  for (const reading of readAll(inputs)) {
+    const { source } = await reading;
+    trust(state.rows.filter((row) => row.source === source).map(({ row }) => row));
   }
   openRoom('trust');
+}
+
+// A link is of another's making: what is wrong with it is said, and a key does not stay in the address.
+async function readLink() {
+  const octets = linked();
+  if (octets === undefined) return;
+  if (octets === null) return addNote('The link holds no certificate: it is cut off, or no link of this page.');
+  const [{ count, hasKey }] = await read([{ name: 'the link', blob: new Blob([octets]) }]);
+  if (hasKey && count === 0) forgetLink();
 }
 
 async function startModule() {
@@ -165,7 +198,7 @@ function makeActions() {
   for (const [id, act] of Object.entries(actions)) byId(id).addEventListener('click', ({ target: pressed }) => act(state.shown, pressed));
   byId('save-all').addEventListener('click', saveAll);
   byId('clear').addEventListener('click', () => {
-    history.replaceState(null, '', location.pathname + location.search);
+    forgetLink();
     endWorker();
     startAnew();
   });
@@ -179,8 +212,8 @@ async function start() {
   prepareTrust(show, () => pickFiles(openRoots));
   await startModule();
   performance.mark('ready');
-  const octets = linked();
-  if (octets !== null) await read('the link', new Blob([octets]));
+  addEventListener('hashchange', readLink);
+  await readLink();
 }
 
 start();

@@ -18,34 +18,47 @@ const ADVICE = {
 };
 const NAMES = { privateKey: 'Private key', encryptedPrivateKey: 'Private key, encrypted' };
 
-function notice({ source, index, error, found, line }) {
-  const isKey = found === 'privateKey' || found === 'encryptedPrivateKey';
+const MOST = 200;
+let unseen = 0;
+
+function notice(failure) {
+  const { source, index, error, found, line } = failure;
   const where = line ? `, line ${line}` : '';
-  return el('li', { class: isKey ? 'notice grave' : 'notice' },
+  return el('li', { class: isKey(failure) ? 'notice grave' : 'notice' },
     el('strong', {}, NAMES[found] ?? `${source}, item ${index + 1}${where}`), ' ',
     NAMES[found] ? `in ${source}${where}. ` : `${error}. `,
     ADVICE[found] ?? '');
 }
 
-// The list that is shown, made when there is none.
-function items() {
+// Adds to the list, which is made when there is none. Beyond the most, they are counted.
+function put(items) {
   const box = byId('notices');
   box.hidden = false;
-  if (!box.querySelector('ul')) append(box, el('ul'), button('Dismiss', clearNotices, { class: 'quiet small' }));
-  return box.querySelector('ul');
+  if (!box.querySelector('ul')) append(box, el('div', {}, el('ul'), el('p')), button('Dismiss', clearNotices, { class: 'quiet small' }));
+  const list = box.querySelector('ul');
+  const room = MOST - list.children.length;
+  append(list, items.slice(0, room));
+  unseen += Math.max(0, items.length - room);
+  if (unseen !== 0) box.querySelector('p').textContent = `and ${unseen.toLocaleString('en')} more notes like these`;
 }
 
-/** Shows what has come; a person may put it away. */
+/** Whether a failure is about a private key. */
+export function isKey({ found }) {
+  return found === 'privateKey' || found === 'encryptedPrivateKey';
+}
+
+/** Shows what has come, keys first; a person may put it away. */
 export function addNotices(failures) {
-  if (failures.length !== 0) append(items(), failures.map(notice));
+  if (failures.length !== 0) put([...failures.filter(isKey), ...failures.filter((each) => !isKey(each))].map(notice));
 }
 
 /** What is said of an input as a whole. */
 export function addNote(text) {
-  append(items(), el('li', { class: 'notice' }, text));
+  put([el('li', { class: 'notice' }, text)]);
 }
 
 export function clearNotices() {
+  unseen = 0;
   byId('notices').replaceChildren();
   byId('notices').hidden = true;
 }

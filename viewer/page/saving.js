@@ -49,6 +49,7 @@ export async function saveAll() {
  */
 export async function makeLink(row, pressed) {
   const octets = await ask('octets', row);
+  if (octets.length > LONGEST_LINK) return flash(pressed, 'Too large for a link');
   let characters = '';
   for (const octet of octets) characters += String.fromCharCode(octet);
   const base64 = btoa(characters).replaceAll('+', '-').replaceAll('/', '_').replace(/=+$/, '');
@@ -57,8 +58,9 @@ export async function makeLink(row, pressed) {
   return flash(pressed, (await copyText(location.href)) ? 'Link copied' : 'Link is in the address');
 }
 
-/** The octets of the certificate in the fragment; null when there is none. */
+/** The octets of the certificate in the fragment; undefined where there is no fragment, null when it holds none. */
 export function linked() {
+  if (location.hash === '') return undefined;
   const found = /^#der=([A-Za-z0-9_-]+)$/.exec(location.hash);
   if (found === null) return null;
   try {
@@ -66,6 +68,11 @@ export function linked() {
   } catch {
     return null;
   }
+}
+
+/** Takes the fragment out of the address. */
+export function forgetLink() {
+  history.replaceState(null, '', location.href.split('#')[0]);
 }
 
 /** The title of the page's tab. */

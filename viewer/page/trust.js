@@ -1,7 +1,7 @@
 // Whether a certificate may be trusted: the question, the verdict and the way to a root.
 
 import { ask } from './client.js';
-import { announce, append, button, clipped, el, fill, visible } from './dom.js';
+import { announce, append, button, clipped, el, fill, restOf, visible } from './dom.js';
 import { rowAt, state } from './state.js';
 import { dateText, dayText } from './time.js';
 
@@ -30,19 +30,23 @@ function choice(id, label, options, value) {
 }
 
 function form(row, answerBox) {
-  const submit = () => {
+  const keep = () => {
     for (const name of Object.keys(question)) question[name] = fields.querySelector(`#trust-${name}`).value.trim();
+  };
+  const submit = () => {
+    keep();
     judge(row, answerBox);
   };
   const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); submit(); } },
     el('label', { for: 'trust-target' }, 'Host, address or e-mail',
-      el('input', { id: 'trust-target', value: question.target, placeholder: 'www.example.org', autocomplete: 'off',
+      el('input', { id: 'trust-target', value: question.target, placeholder: 'www.example.org', maxlength: 320, autocomplete: 'off',
         spellcheck: 'false', autocapitalize: 'none' })),
     choice('trust-purpose', 'For', PURPOSES, question.purpose),
     choice('trust-profile', 'Rules', PROFILES, question.profile),
     el('label', { for: 'trust-at' }, 'At (UTC; empty: now)',
       el('input', { id: 'trust-at', type: 'datetime-local', step: 1, value: question.at })),
     el('button', { type: 'submit', class: 'main' }, 'Judge'));
+  fields.addEventListener('input', keep); // the room may be drawn anew before it is asked
   fields.addEventListener('change', submit);
   return fields;
 }
@@ -51,8 +55,8 @@ function rootChoice(row, rejudge) {
   const { title, notAfter, source } = state.rows[row];
   const id = `root-${row}`;
   return el('li', {},
-    el('input', { type: 'checkbox', id, checked: state.trusted.has(row), onchange: async (event) => {
-      await trust([row], event.target.checked);
+    el('input', { type: 'checkbox', id, checked: state.trusted.has(row), onchange: (event) => {
+      trust([row], event.target.checked);
       rejudge();
     } }),
     el('label', { for: id }, el('bdi', {}, title), ' ',
@@ -60,7 +64,7 @@ function rootChoice(row, rejudge) {
 }
 
 /** Trusts rows as roots, or no longer. */
-export async function trust(rows, isTrusted) {
+export function trust(rows, isTrusted = true) {
   for (const row of rows) {
     if (isTrusted) state.trusted.add(row);
     else state.trusted.delete(row);
@@ -79,8 +83,8 @@ function roots(row, answerBox) {
     candidates.length > MOST_ROOTS && el('p', { class: 'faint' }, `and ${candidates.length - MOST_ROOTS} more`),
     el('p', { class: 'actions' },
       button('Open a file of roots', openRoots, { class: 'quiet' }),
-      candidates.length > 1 && button('Trust all of these', async () => {
-        await trust(candidates, true);
+      candidates.length > 1 && button('Trust all of these', () => {
+        trust(candidates);
         all.querySelectorAll('input').forEach((box) => (box.checked = true));
         rejudge();
       }, { class: 'quiet' })),
@@ -136,7 +140,7 @@ function wayStep(certificate, isRoot, below) {
   return el('ul', { class: 'way' }, el('li', {},
     el('div', { class: 'step' }, name, isRoot && el('span', { class: 'badge' }, 'trusted root'),
       el('span', { class: 'faint' }, ` ${dayText(notBefore)} to ${dayText(notAfter)}`)),
-    el('ul', { class: 'findings' }, findings.map(finding)), below));
+    el('ul', { class: 'findings' }, findings.items.map(finding)), restOf(findings), below));
 }
 
 // The root on top, each certificate below the one that signed it.
@@ -151,7 +155,7 @@ function way({ anchored, certificates }) {
 async function judge(row, box) {
   const turn = (chosen = Symbol('question'));
   const at = question.at === '' ? NaN : Date.parse(`${question.at}Z`) / 1000;
-  const answer = JSON.parse(await ask('verify', row, { ...question, at }));
+  const answer = await ask('judge', row, { ...question, at });
   if (turn !== chosen) return;
   if (answer.refused !== undefined || answer.error !== undefined) {
     const text = answer.refused ?? `${answer.error}.`;

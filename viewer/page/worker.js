@@ -1,17 +1,21 @@
 // The worker: it alone touches the module, so that the page never waits for it.
 
+import { cardOf, differencesOf, treeOf, verdictOf } from './brief.js';
 import { Engine, octetsOf } from './engine.js';
+import { KeySearch } from './keys.js';
 
 // The first pieces are small, for the first card to come soon; no piece keeps a question waiting for long.
 const FIRST_PIECE = 1 << 14;
 const PIECE = 1 << 18;
 
 let engine = null;
+let started = null;
 let reading = Promise.resolve();
 
-async function unpacked(base64) {
+async function start(base64) {
   const stream = new Blob([octetsOf(base64)]).stream().pipeThrough(new DecompressionStream('deflate-raw'));
-  return new Response(stream).arrayBuffer();
+  engine = await Engine.start(await new Response(stream).arrayBuffer());
+  return null;
 }
 
 // Lets questions in that have come meanwhile.
@@ -26,34 +30,60 @@ function pause() {
   });
 }
 
-async function read(name, blob) {
-  engine.begin(name);
-  let done = 0;
-  for (let piece = FIRST_PIECE; done < blob.size; piece = Math.min(PIECE, 2 * piece)) {
-    const end = Math.min(blob.size, done + piece);
-    const lines = engine.feed(new Uint8Array(await blob.slice(done, end).arrayBuffer()));
-    done = end;
-    postMessage({ lines, name, done, total: blob.size });
-    await pause();
-  }
-  postMessage({ lines: engine.finish(), name, done, total: blob.size });
-}
-
-async function answer(call, args) {
-  if (call === 'start') {
-    engine = await Engine.start(await unpacked(args[0]));
+// Null for a file that has gone or changed since it was chosen, and for a folder.
+async function pieceOf(blob, begin, end) {
+  try {
+    return new Uint8Array(await blob.slice(begin, end).arrayBuffer());
+  } catch {
     return null;
   }
-  if (call === 'read') {
-    reading = reading.then(() => read(...args));
-    return reading;
+}
+
+async function read(name, blob) {
+  engine.begin(name);
+  const total = blob.size;
+  const keys = new KeySearch();
+  let isBroken = false;
+  let done = 0;
+  for (let piece = FIRST_PIECE; done < total; piece = Math.min(PIECE, 2 * piece)) {
+    const end = Math.min(total, done + piece);
+    const octets = await pieceOf(blob, done, end);
+    isBroken = octets === null;
+    if (isBroken) break;
+    keys.feed(octets);
+    const lines = engine.feed(octets);
+    done = end;
+    postMessage({ lines, name, done, total });
+    await pause();
   }
-  return engine[call](...args);
+  postMessage({ lines: engine.finish(), name, done: total, total, isBroken, hasKey: keys.found });
+}
+
+// What is asked beside the operations of the Engine: their answers, as much of them as the page draws.
+const BRIEFS = {
+  card: (row) => cardOf(engine.show(row)),
+  judge: (row, question) => verdictOf(engine.verify(row, question)),
+  compare: (before, after) => differencesOf(engine.differences(before, after)),
+  tree: (row) => treeOf(engine.elements(row), engine.octets(row)),
+};
+
+async function answer(call, args) {
+  if (call === 'start') return (started = start(...args));
+  await started;
+  if (call === 'read') return (reading = reading.then(() => read(...args)));
+  return call in BRIEFS ? BRIEFS[call](...args) : engine[call](...args);
+}
+
+// Arrays of numbers are handed over, not copied.
+function buffersOf(result) {
+  if (result === null || typeof result !== 'object') return [];
+  return [result, ...Object.values(result)].filter(ArrayBuffer.isView).map(({ buffer }) => buffer);
 }
 
 onmessage = async ({ data: { id, call, args } }) => {
   try {
-    postMessage({ id, result: await answer(call, args) });
+    const result = await answer(call, args);
+    postMessage({ id, result }, buffersOf(result));
   } catch (error) {
     postMessage({ id, error: String(error.message ?? error) });
   }
