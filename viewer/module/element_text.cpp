@@ -60,11 +60,6 @@ void appendHex(Octets octets, StringBuffer& out) {
   print(out, tool::Hex{std::as_bytes(start)}, start.size() < octets.size() ? "…" : "");
 }
 
-void appendText(Octets text, StringBuffer& out) {
-  const std::string_view start = startOf(charactersOf(text), kMostText);
-  print(out, start, start.size() < text.size() ? "…" : "");
-}
-
 void appendUtf16(Octets text, StringBuffer& out) {
   const Octets start = text.first(std::min(text.size(), kMostText));
   const unsigned char* at = start.data();
@@ -75,6 +70,12 @@ void appendUtf16(Octets text, StringBuffer& out) {
     out.append(charactersOf(Octets(bytes, size)));
   }
   if (start.size() < text.size()) out.append("…");
+}
+
+void appendOid(Octets content, StringBuffer& out) {
+  StringBuffer text;
+  tool::appendOid(tool::DottedOid(std::as_bytes(content)), tool::OidStyle::kNamed, text);
+  appendStart(text.view(), out);
 }
 
 void appendInteger(Octets content, StringBuffer& out) {
@@ -107,7 +108,7 @@ void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
     case kBitString:
       return appendBits(content, out);
     case kOid:
-      return appendOid(tool::DottedOid(std::as_bytes(content)), tool::OidStyle::kNamed, out);
+      return appendOid(content, out);
     case kBmpString:
       return appendUtf16(content, out);
     case kUtf8String:
@@ -118,7 +119,7 @@ void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
     case kUtcTime:
     case kGeneralizedTime:
     case kVisibleString:
-      return appendText(content, out);
+      return appendStart(charactersOf(content), out);
     default:
       return appendHex(content, out);
   }
@@ -132,6 +133,11 @@ std::string_view startOf(std::string_view text, size_t most) noexcept {
   size_t size = most;
   while (size + kLongest > most && size > 0 && (text[size] & 0xC0) == 0x80) --size;
   return text.substr(0, size);
+}
+
+void appendStart(std::string_view text, StringBuffer& out) {
+  const std::string_view start = startOf(text, kMostText);
+  print(out, start, start.size() < text.size() ? "…" : "");
 }
 
 void appendType(const Asn1Header& header, StringBuffer& out) {
@@ -148,7 +154,7 @@ void appendValue(const Asn1Header& header, Octets content, StringBuffer& out) {
     return appendUniversal(header.tagNumber, content, out);
   }
   // Implicit tags hide the type: general names are mostly texts.
-  isText(content) ? appendText(content, out) : appendHex(content, out);
+  isText(content) ? appendStart(charactersOf(content), out) : appendHex(content, out);
 }
 
 }  // namespace velmora::viewer

@@ -13,6 +13,9 @@ namespace velmora::viewer {
 /// As much of the start of some text in UTF-8 as fits into so many octets, cut between characters.
 std::string_view startOf(std::string_view text, size_t most) noexcept;
 
+/// Appends the start of a text, 256 octets at most, with "…" behind it where that is not all.
+void appendStart(std::string_view text, StringBuffer& out);
+
 /// Appends what an element is called in X.680: "SEQUENCE", "[3]", "[APPLICATION 1]".
 void appendType(const Asn1Header& header, StringBuffer& out);
 

@@ -188,8 +188,10 @@ void writeElement(const ElementList& list, size_t place, StringBuffer& scratch,
   appendType(element.header, scratch);
   line.text("", scratch.view());
   const Octets id = list.extensionId(place);
-  id.empty() ? line.text("", element.field)
-             : line.text("", tool::DottedOid(std::as_bytes(id)).nameOrText());
+  scratch.weakClear();
+  appendStart(id.empty() ? element.field : tool::DottedOid(std::as_bytes(id)).nameOrText(),
+              scratch);
+  line.text("", scratch.view());
   scratch.weakClear();
   if (!element.header.constructed) appendValue(element.header, element.content, scratch);
   line.text("", scratch.view());

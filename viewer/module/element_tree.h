@@ -13,7 +13,7 @@ inline constexpr size_t kMostElements = 100'000;
 
 /// Appends one JSON object on a line: {elements, more}. An element is the list [offset, octets of
 /// identifier and length, octets of contents, depth, type, field, value]: the field as RFC 5280
-/// §4.1 names it or an extension's name, the value as text of at most 256 octets; each may be
+/// §4.1 names it or an extension's name, the value as text, each of at most 256 octets and perhaps
 /// empty. What an OCTET STRING or BIT STRING holds in DER stands below it like a member. `more` is
 /// whether there are elements beyond kMostElements, or octets that are no BER.
 void appendElements(std::span<const unsigned char> certificate, StringBuffer& out);

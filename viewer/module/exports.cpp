@@ -12,6 +12,9 @@
 
 namespace {
 
+using velmora::Profile;
+using velmora::Purpose;
+using velmora::StringBuffer;
 using velmora::viewer::Session;
 
 // The years 1 to 9999, the ones that dates of certificates have.
@@ -29,8 +32,8 @@ std::vector<unsigned char>& in() {
   return octets;
 }
 
-velmora::StringBuffer& out() {
-  static auto& text = *new velmora::StringBuffer;
+StringBuffer& out() {
+  static auto& text = *new StringBuffer;
   return text;
 }
 
@@ -38,7 +41,7 @@ std::string_view inText() {
   return {reinterpret_cast<const char*>(in().data()), in().size()};
 }
 
-velmora::StringBuffer& emptyOut() {
+StringBuffer& emptyOut() {
   out().weakClear();
   return out();
 }
@@ -94,16 +97,19 @@ void VIEWER_EXPORT(trust)(size_t row, bool isTrusted) {
   session().trust(row, isTrusted);
 }
 /// The target goes in; purpose and profile are numbers of their enumerations, the time is in
-/// seconds since 1970, and now when it is none.
+/// seconds since 1970, and now when it is none. Other numbers have no answer.
 void VIEWER_EXPORT(verify)(size_t row, uint32_t purpose, uint32_t profile, double at) {
+  StringBuffer& answer = emptyOut();
+  if (purpose > static_cast<uint32_t>(Purpose::any)) return;
+  if (profile > static_cast<uint32_t>(Profile::web)) return;
   velmora::viewer::TrustQuestion question;
-  question.purpose = static_cast<velmora::Purpose>(purpose);
-  question.profile = static_cast<velmora::Profile>(profile);
+  question.purpose = static_cast<Purpose>(purpose);
+  question.profile = static_cast<Profile>(profile);
   question.target = inText();
   if (!std::isnan(at)) {
     const double seconds = std::clamp(at, kFirstSecond, kLastSecond);
     question.at = std::chrono::sys_seconds(std::chrono::seconds(static_cast<int64_t>(seconds)));
   }
-  session().verify(row, question, emptyOut());
+  session().verify(row, question, answer);
 }
 }

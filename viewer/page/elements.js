@@ -29,12 +29,14 @@ export class ElementTree {
   }
 
   #parents() {
+    const parents = new Int32Array(this.size);
     const around = [];
-    return Int32Array.from({ length: this.size }, (_, index) => {
+    for (let index = 0; index < this.size; ++index) {
       const depth = this.#depth(index);
       around[depth] = index;
-      return depth === 0 ? NONE : around[depth - 1];
-    });
+      parents[index] = depth === 0 ? NONE : around[depth - 1];
+    }
+    return parents;
   }
 
   // Elements below a closed one are not listed.
