@@ -8,10 +8,10 @@ import { VirtualList } from './virtual.js';
 
 const ROW_HEIGHT = 28;
 const DEEPEST_INDENT = 24;
-// Where a row of 16 octets has room: below the tree, or beside it.
+// Where a row of 16 octets has room: beside the tree, or below it in rooms that are narrow (the style sheet has that too).
 const WIDE = 1150;
-const STACKED = 900;
-const WIDE_STACKED = 640;
+const NARROW = 820;
+const WIDE_BELOW = 640;
 // Octets of an element that go to the clipboard.
 const MOST_COPIED = 1 << 17;
 
@@ -22,24 +22,34 @@ class Asn1View {
     this.octets = octets;
     this.selected = 0;
     this.treeBox = el('div', { class: 'tree', id: 'tree', role: 'tree', tabindex: 0, 'aria-label': 'ASN.1 elements' });
-    this.hexBox = el('div', { class: 'hex-view', id: 'hex', role: 'group', tabindex: 0,
-      'aria-label': 'Octets; the arrow keys move from octet to octet' });
     this.details = el('div', { class: 'details', id: 'element-details' });
   }
 
   /** Puts it into the page, where alone it has a size. */
   show(box) {
-    fill(box, el('div', { class: 'asn1' }, this.treeBox, this.hexBox), this.details,
+    const sides = el('div', { class: 'asn1' }, this.treeBox);
+    fill(box, sides, this.details,
       this.tree.more ? el('p', { class: 'faint' }, 'There are more elements than are listed here.') : null);
     this.list = new VirtualList(this.treeBox, ROW_HEIGHT, (place) => this.row(place));
-    const isWide = box.clientWidth >= (innerWidth <= STACKED ? WIDE_STACKED : WIDE);
-    this.hexBox.classList.toggle('wide', isWide);
-    this.hex = new HexView(this.hexBox, this.octets, isWide ? 16 : 8, (offset) => this.select(this.tree.innermostAt(offset), 'hex'),
-      (offset) => this.touch(offset === null ? null : this.tree.innermostAt(offset)));
+    this.fit(sides);
     this.treeBox.addEventListener('keydown', (event) => this.onKey(event));
     this.treeBox.addEventListener('mouseleave', () => this.touch(null));
     this.list.setCount(this.tree.visible.length, true);
     this.select(0, 'start');
+    new ResizeObserver(() => this.fit(sides)).observe(sides);
+  }
+
+  // Octets in rows of the length that there is room for.
+  fit(sides) {
+    const isWide = sides.clientWidth >= (sides.clientWidth <= NARROW ? WIDE_BELOW : WIDE);
+    if (this.hexBox?.classList.contains('wide') === isWide) return;
+    this.hexBox?.remove();
+    this.hexBox = el('div', { class: isWide ? 'hex-view wide' : 'hex-view', id: 'hex', role: 'group', tabindex: 0,
+      'aria-label': 'Octets; the arrow keys move from octet to octet' });
+    sides.append(this.hexBox);
+    this.hex = new HexView(this.hexBox, this.octets, isWide ? 16 : 8, (offset) => this.select(this.tree.innermostAt(offset), 'hex'),
+      (offset) => this.touch(offset === null ? null : this.tree.innermostAt(offset)));
+    if (this.selected !== 0) this.select(this.selected, 'outside');
   }
 
   row(place) {
@@ -47,7 +57,7 @@ class Asn1View {
     const { depth, type, field, value, offset, header, content, open, hasMembers } = this.tree.at(index);
     const twisty = el('span', { class: 'twisty', 'aria-hidden': 'true',
       onclick: (event) => { event.stopPropagation(); this.toggle(index); } }, hasMembers ? (open ? '▾' : '▸') : '');
-    twisty.style.marginLeft = `${Math.min(depth, DEEPEST_INDENT) * 14}px`;
+    twisty.style.setProperty('--depth', Math.min(depth, DEEPEST_INDENT));
     const row = el('div', {
       class: 'element', role: 'treeitem', id: `element-${index}`, 'aria-level': depth + 1,
       'aria-expanded': hasMembers ? String(open) : null, 'aria-selected': String(index === this.selected),

@@ -17,7 +17,10 @@ export function ask(call, ...args) {
 }
 
 function received({ data }) {
-  if (data.lines !== undefined) return tellLines(data);
+  if (data.lines !== undefined) {
+    tellLines(data);
+    return worker.postMessage({ call: 'taken' });
+  }
   if (data.error !== undefined) return fail(data.error);
   const { resolve } = asked.get(data.id);
   asked.delete(data.id);

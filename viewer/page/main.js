@@ -47,9 +47,10 @@ const ROOMS = {
   compare: showCompare,
 };
 
-function goTo(place) {
+async function goTo(place) {
   target = place;
-  openRoom('asn1');
+  await openRoom('asn1');
+  byId('room').scrollIntoView({ block: 'nearest' });
 }
 
 function openRoom(name) {
@@ -108,14 +109,14 @@ function tellEnd({ source, items, passedOver }) {
   if (passedOver !== 0) addNote(`${source}: ${passedOver.toLocaleString('en')} more items that are no certificates.`);
 }
 
-// Reads one input after the other, and gives what is in each: {source, first, count, hasKey}.
+// Reads one input after the other, and gives what state.sources has of each.
 function readAll(inputs) {
   return inputs.map(async ({ name, blob }) => {
     const source = nameSource(name);
     await ask('read', source, blob);
     const found = state.sources.get(source);
     announce(`${found.count} ${found.count === 1 ? 'certificate' : 'certificates'} in ${source}`);
-    return { source, ...found };
+    return found;
   });
 }
 
@@ -137,8 +138,8 @@ async function read(inputs) {
 
 async function openRoots(inputs) {
   for (const reading of readAll(inputs)) {
-    const { source } = await reading;
-    trust(state.rows.filter((row) => row.source === source).map(({ row }) => row));
+    const { places } = await reading;
+    trust(Object.values(places));
   }
   openRoom('trust');
 }

@@ -29,15 +29,17 @@ function choice(id, label, options, value) {
       el('option', { value: name, selected: name === value }, words))));
 }
 
+// The answer may stand where one has to look for it.
+async function judgeInSight(row, box) {
+  await judge(row, box);
+  box.firstElementChild?.scrollIntoView({ block: 'nearest' });
+}
+
 function form(row, answerBox) {
   const keep = () => {
     for (const name of Object.keys(question)) question[name] = fields.querySelector(`#trust-${name}`).value.trim();
   };
-  const submit = () => {
-    keep();
-    judge(row, answerBox);
-  };
-  const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); submit(); } },
+  const fields = el('form', { class: 'question', onsubmit: (event) => { event.preventDefault(); keep(); judgeInSight(row, answerBox); } },
     el('label', { for: 'trust-target' }, 'Host, address or e-mail',
       el('input', { id: 'trust-target', value: question.target, placeholder: 'www.example.org', maxlength: 320, autocomplete: 'off',
         spellcheck: 'false', autocapitalize: 'none' })),
@@ -47,7 +49,7 @@ function form(row, answerBox) {
       el('input', { id: 'trust-at', type: 'datetime-local', step: 1, value: question.at })),
     el('button', { type: 'submit', class: 'main' }, 'Judge'));
   fields.addEventListener('input', keep); // the room may be drawn anew before it is asked
-  fields.addEventListener('change', submit);
+  fields.addEventListener('change', () => { keep(); judge(row, answerBox); });
   return fields;
 }
 
@@ -74,7 +76,7 @@ export function trust(rows, isTrusted = true) {
 
 function roots(row, answerBox) {
   const candidates = state.rows.filter(({ selfIssued }) => selfIssued).map((each) => each.row);
-  const rejudge = () => judge(row, answerBox);
+  const rejudge = () => judgeInSight(row, answerBox);
   const items = candidates.slice(0, MOST_ROOTS).map((each) => rootChoice(each, rejudge));
   const all = el('ul', { class: 'roots' }, items);
   return el('fieldset', {},

@@ -18,16 +18,14 @@ async function start(base64) {
   return null;
 }
 
-// Lets questions in that have come meanwhile.
-function pause() {
-  return new Promise((resolve) => {
-    const { port1, port2 } = new MessageChannel();
-    port1.onmessage = () => {
-      port1.close();
-      resolve();
-    };
-    port2.postMessage(null);
-  });
+// Tells the page, once it has taken what was told before: it is never more than that behind, and questions that have come
+// meanwhile are answered.
+let isTaken = Promise.resolve();
+let taken = () => {};
+async function tell(message) {
+  await isTaken;
+  isTaken = new Promise((resolve) => (taken = resolve));
+  postMessage(message);
 }
 
 // Null for a file that has gone or changed since it was chosen, and for a folder.
@@ -53,10 +51,9 @@ async function read(name, blob) {
     keys.feed(octets);
     const lines = engine.feed(octets);
     done = end;
-    postMessage({ lines, name, done, total });
-    await pause();
+    await tell({ lines, name, done, total });
   }
-  postMessage({ lines: engine.finish(), name, done: total, total, isBroken, hasKey: keys.found });
+  await tell({ lines: engine.finish(), name, done: total, total, isBroken, hasKey: keys.found });
 }
 
 // What is asked beside the operations of the Engine: their answers, as much of them as the page draws.
@@ -81,10 +78,12 @@ function buffersOf(result) {
 }
 
 onmessage = async ({ data: { id, call, args } }) => {
+  if (call === 'taken') return taken();
   try {
     const result = await answer(call, args);
     postMessage({ id, result }, buffersOf(result));
   } catch (error) {
     postMessage({ id, error: String(error.message ?? error) });
   }
+  return undefined;
 };
