@@ -1,6 +1,6 @@
 // The elements of a certificate as a tree beside its octets; what is touched in one lights up in the other.
 
-import { ask } from './client.js';
+import { askForRoom } from './client.js';
 import { announce, clipped, copyButton, el, fill, visible, safe } from './dom.js';
 import { ElementTree } from './elements.js';
 import { HexView } from './hex.js';
@@ -145,7 +145,7 @@ function targetIn(tree, { field, extension, offset }) {
  * {extension}, by its place, or {offset}.
  */
 export async function showAsn1(box, row, target, isWanted) {
-  const told = await ask('tree', row);
+  const told = await askForRoom('tree', row);
   if (!isWanted()) return;
   const view = new Asn1View(new ElementTree(told), told.octets);
   view.show(box);

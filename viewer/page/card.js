@@ -1,6 +1,6 @@
 // The card of one certificate: what it says, most asked for first.
 
-import { ask } from './client.js';
+import { askForRoom } from './client.js';
 import { clipped, copyButton, button, el, fewOf, restOf } from './dom.js';
 import { dateText, dayText, lifeOf } from './time.js';
 
@@ -11,7 +11,7 @@ const KINDS = {
 
 /** What a card is made of, as cardOf() of brief.js has it. */
 export function askCard(row) {
-  return ask('card', row);
+  return askForRoom('card', row);
 }
 
 function field(label, ...value) {

@@ -6,6 +6,8 @@ let next = 0;
 let tellLines = () => {};
 let tellEnd = () => {};
 let isStarted = false;
+let waiting = null;
+let isBusy = false;
 
 /** Asks the worker for an operation of the Engine. */
 export function ask(call, ...args) {
@@ -14,6 +16,26 @@ export function ask(call, ...args) {
     asked.set(id, { resolve, reject });
     worker.postMessage({ id, call, args });
   });
+}
+
+/**
+ * The same for what a room shows, of which only the last is wanted: while one answer is made, one question waits, and the
+ * next takes its place. What was not asked in the end has no answer.
+ */
+export function askForRoom(...question) {
+  return new Promise((resolve) => {
+    waiting = { question, resolve };
+    if (!isBusy) askNext();
+  });
+}
+
+async function askNext() {
+  const { question, resolve } = waiting;
+  waiting = null;
+  isBusy = true;
+  resolve(await ask(...question));
+  isBusy = false;
+  if (waiting !== null) askNext();
 }
 
 function received({ data }) {
@@ -39,6 +61,8 @@ function fail(reason) {
 export function endWorker() {
   worker.terminate();
   asked = new Map();
+  waiting = null;
+  isBusy = false;
 }
 
 /**

@@ -1,6 +1,6 @@
 // Two certificates side by side: the fields in which they differ.
 
-import { ask } from './client.js';
+import { askForRoom } from './client.js';
 import { announce, clipped, el, fill, restOf, safe } from './dom.js';
 import { state } from './state.js';
 import { dayText } from './time.js';
@@ -34,7 +34,7 @@ async function compare(shown, other, box) {
   // The one that is valid from earlier is what the other came after.
   const [left, right] = [other, shown].map((each) => state.rows[each])
     .sort((a, b) => String(a.notBefore).localeCompare(String(b.notBefore)));
-  const differences = await ask('compare', left.row, right.row);
+  const differences = await askForRoom('compare', left.row, right.row);
   const count = differences.items.length + differences.left;
   if (count === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
   announce(`${count} fields differ`);

@@ -110,14 +110,14 @@ function tellEnd({ source, items, passedOver }) {
 }
 
 // Reads one input after the other, and gives what state.sources has of each.
-function readAll(inputs) {
-  return inputs.map(async ({ name, blob }) => {
+async function* readAll(inputs) {
+  for (const { name, blob } of inputs) {
     const source = nameSource(name);
     await ask('read', source, blob);
     const found = state.sources.get(source);
     announce(`${found.count} ${found.count === 1 ? 'certificate' : 'certificates'} in ${source}`);
-    return found;
-  });
+    yield found;
+  }
 }
 
 // The first that came in is what a person wants to see, but in a room about several, which is drawn anew.
@@ -125,8 +125,7 @@ async function read(inputs) {
   const isAboutSeveral = () => room === 'trust' || room === 'compare';
   const all = [];
   let isShown = state.shown === null;
-  for (const reading of readAll(inputs)) {
-    const found = await reading;
+  for await (const found of readAll(inputs)) {
     all.push(found);
     if (isShown || found.count === 0 || isAboutSeveral()) continue;
     isShown = true;
@@ -137,10 +136,7 @@ async function read(inputs) {
 }
 
 async function openRoots(inputs) {
-  for (const reading of readAll(inputs)) {
-    const { places } = await reading;
-    trust(Object.values(places));
-  }
+  for await (const { places } of readAll(inputs)) trust(Object.values(places));
   openRoom('trust');
 }
 

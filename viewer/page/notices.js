@@ -30,15 +30,15 @@ function notice(failure) {
     ADVICE[found] ?? '');
 }
 
-// Adds to the list, which is made when there is none. Beyond the most, they are counted.
-function put(items) {
+// Adds to the list, which is made when there is none. Beyond the most, the last are counted.
+function put(items, isFirst = false) {
   const box = byId('notices');
   box.hidden = false;
   if (!box.querySelector('ul')) append(box, el('div', {}, el('ul'), el('p')), button('Dismiss', clearNotices, { class: 'quiet small' }));
   const list = box.querySelector('ul');
-  const room = MOST - list.children.length;
-  append(list, items.slice(0, room));
-  unseen += Math.max(0, items.length - room);
+  if (isFirst) list.prepend(...items);
+  else list.append(...items);
+  for (; list.children.length > MOST; ++unseen) list.lastChild.remove();
   if (unseen !== 0) box.querySelector('p').textContent = `and ${unseen.toLocaleString('en')} more notes like these`;
 }
 
@@ -49,7 +49,10 @@ export function isKey({ found }) {
 
 /** Shows what has come, keys first; a person may put it away. */
 export function addNotices(failures) {
-  if (failures.length !== 0) put([...failures.filter(isKey), ...failures.filter((each) => !isKey(each))].map(notice));
+  const keys = failures.filter(isKey);
+  const others = failures.filter((each) => !isKey(each));
+  if (others.length !== 0) put(others.map(notice));
+  if (keys.length !== 0) put(keys.map(notice), true);
 }
 
 /** What is said of an input as a whole. */

@@ -1,6 +1,6 @@
 // Whether a certificate may be trusted: the question, the verdict and the way to a root.
 
-import { ask } from './client.js';
+import { ask, askForRoom } from './client.js';
 import { announce, append, button, clipped, el, fill, restOf, visible } from './dom.js';
 import { rowAt, state } from './state.js';
 import { dateText, dayText } from './time.js';
@@ -70,8 +70,8 @@ export function trust(rows, isTrusted = true) {
   for (const row of rows) {
     if (isTrusted) state.trusted.add(row);
     else state.trusted.delete(row);
-    ask('trust', row, isTrusted);
   }
+  ask('trustAll', rows, isTrusted);
 }
 
 function roots(row, answerBox) {
@@ -157,7 +157,7 @@ function way({ anchored, certificates }) {
 async function judge(row, box) {
   const turn = (chosen = Symbol('question'));
   const at = question.at === '' ? NaN : Date.parse(`${question.at}Z`) / 1000;
-  const answer = await ask('judge', row, { ...question, at });
+  const answer = await askForRoom('judge', row, { ...question, at });
   if (turn !== chosen) return;
   if (answer.refused !== undefined || answer.error !== undefined) {
     const text = answer.refused ?? `${answer.error}.`;

@@ -56,11 +56,12 @@ async function read(name, blob) {
   await tell({ lines: engine.finish(), name, done: total, total, isBroken, hasKey: keys.found });
 }
 
-// What is asked beside the operations of the Engine: their answers, as much of them as the page draws.
+// What is asked beside the operations of the Engine: mostly their answers, as much of them as the page draws.
 const BRIEFS = {
   card: (row) => cardOf(engine.show(row)),
   judge: (row, question) => verdictOf(engine.verify(row, question)),
   compare: (before, after) => differencesOf(engine.differences(before, after)),
+  trustAll: (rows, isTrusted) => rows.forEach((row) => engine.trust(row, isTrusted)),
   tree: (row) => treeOf(engine.elements(row), engine.octets(row)),
 };
 
