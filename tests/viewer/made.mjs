@@ -15,7 +15,7 @@ function tlv(tag, ...contents) {
 
 const OIDS = { title: [0x55, 4, 3], names: [0x55, 0x1d, 0x11], other: [0x2a, 3, 4], key: [0x2b, 0x65, 0x70] };
 const name = (title) => tlv(0x30, tlv(0x31, tlv(0x30, tlv(6, OIDS.title), tlv(0x0c, title))));
-const extension = (oid, value) => tlv(0x30, tlv(6, oid), tlv(4, value));
+export const extension = (oid, value) => tlv(0x30, tlv(6, oid), tlv(4, value));
 
 export function certificate(title, ...extensions) {
   const algorithm = tlv(0x30, tlv(6, OIDS.key));
