@@ -14,8 +14,8 @@ namespace {
 using tool::print;
 using Octets = std::span<const unsigned char>;
 
-constexpr size_t kMostText = 256;
-constexpr size_t kMostHex = 32;
+// Octets in hexadecimal say less than as many of a text.
+constexpr size_t kHexPart = 8;
 // What every reader of JSON keeps exactly as a number, and people read at a glance.
 constexpr size_t kMostNumber = 6;
 
@@ -55,13 +55,13 @@ std::string_view charactersOf(Octets octets) {
   return {reinterpret_cast<const char*>(octets.data()), octets.size()};
 }
 
-void appendHex(Octets octets, StringBuffer& out) {
-  const Octets start = octets.first(std::min(octets.size(), kMostHex));
+void appendHex(Octets octets, size_t most, StringBuffer& out) {
+  const Octets start = octets.first(std::min(octets.size(), most / kHexPart));
   print(out, tool::Hex{std::as_bytes(start)}, start.size() < octets.size() ? "…" : "");
 }
 
-void appendUtf16(Octets text, StringBuffer& out) {
-  const Octets start = text.first(std::min(text.size(), kMostText));
+void appendUtf16(Octets text, size_t most, StringBuffer& out) {
+  const Octets start = text.first(std::min(text.size(), most));
   const unsigned char* at = start.data();
   while (at != start.data() + start.size()) {
     unsigned char bytes[4];
@@ -72,21 +72,21 @@ void appendUtf16(Octets text, StringBuffer& out) {
   if (start.size() < text.size()) out.append("…");
 }
 
-void appendOid(Octets content, StringBuffer& out) {
+void appendOid(Octets content, size_t most, StringBuffer& out) {
   StringBuffer text;
   tool::appendOid(tool::DottedOid(std::as_bytes(content)), tool::OidStyle::kNamed, text);
-  appendStart(text.view(), out);
+  appendStart(text.view(), most, out);
 }
 
-void appendInteger(Octets content, StringBuffer& out) {
-  if (content.empty() || content.size() > kMostNumber) return appendHex(content, out);
+void appendInteger(Octets content, size_t most, StringBuffer& out) {
+  if (content.empty() || content.size() > kMostNumber) return appendHex(content, most, out);
   print(out, integerValue(std::as_bytes(content)));
 }
 
-void appendBits(Octets content, StringBuffer& out) {
+void appendBits(Octets content, size_t most, StringBuffer& out) {
   if (content.empty()) return;
   if (content[0] != 0) print(out, content[0], " unused, ");
-  appendHex(content.subspan(1), out);
+  appendHex(content.subspan(1), most, out);
 }
 
 bool isText(Octets content) {
@@ -94,23 +94,23 @@ bool isText(Octets content) {
                                          [](unsigned char c) { return c >= 0x20 && c < 0x7F; });
 }
 
-void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
+void appendUniversal(uint32_t tag, Octets content, size_t most, StringBuffer& out) {
   using namespace asn1_tag;
   switch (tag) {
     case kNull:
       return;
     case kBoolean:
       return content.size() == 1 ? print(out, content[0] != 0 ? "TRUE" : "FALSE")
-                                 : appendHex(content, out);
+                                 : appendHex(content, most, out);
     case kInteger:
     case kEnumerated:
-      return appendInteger(content, out);
+      return appendInteger(content, most, out);
     case kBitString:
-      return appendBits(content, out);
+      return appendBits(content, most, out);
     case kOid:
-      return appendOid(content, out);
+      return appendOid(content, most, out);
     case kBmpString:
-      return appendUtf16(content, out);
+      return appendUtf16(content, most, out);
     case kUtf8String:
     case kNumericString:
     case kPrintableString:
@@ -119,9 +119,9 @@ void appendUniversal(uint32_t tag, Octets content, StringBuffer& out) {
     case kUtcTime:
     case kGeneralizedTime:
     case kVisibleString:
-      return appendStart(charactersOf(content), out);
+      return appendStart(charactersOf(content), most, out);
     default:
-      return appendHex(content, out);
+      return appendHex(content, most, out);
   }
 }
 
@@ -135,8 +135,8 @@ std::string_view startOf(std::string_view text, size_t most) noexcept {
   return text.substr(0, size);
 }
 
-void appendStart(std::string_view text, StringBuffer& out) {
-  const std::string_view start = startOf(text, kMostText);
+void appendStart(std::string_view text, size_t most, StringBuffer& out) {
+  const std::string_view start = startOf(text, most);
   print(out, start, start.size() < text.size() ? "…" : "");
 }
 
@@ -149,12 +149,12 @@ void appendType(const Asn1Header& header, StringBuffer& out) {
   print(out, '[', kClasses[static_cast<size_t>(header.tagClass)], tag, ']');
 }
 
-void appendValue(const Asn1Header& header, Octets content, StringBuffer& out) {
+void appendValue(const Asn1Header& header, Octets content, size_t most, StringBuffer& out) {
   if (header.tagClass == Asn1Class::kUniversal) {
-    return appendUniversal(header.tagNumber, content, out);
+    return appendUniversal(header.tagNumber, content, most, out);
   }
   // Implicit tags hide the type: general names are mostly texts.
-  isText(content) ? appendStart(charactersOf(content), out) : appendHex(content, out);
+  isText(content) ? appendStart(charactersOf(content), most, out) : appendHex(content, most, out);
 }
 
 }  // namespace velmora::viewer

@@ -1,5 +1,6 @@
 #include "viewer/module/element_tree.h"
 
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -16,6 +17,8 @@ using Octets = std::span<const unsigned char>;
 
 // Octets within octets within octets: each is walked once for itself and once for what is around.
 constexpr size_t kMostOpened = 4;
+// A line's worth of a value.
+constexpr size_t kMostText = 256;
 
 // A member of a field by its place among the members, as RFC 5280 §4.1 lists them.
 struct FieldRule {
@@ -190,10 +193,12 @@ void writeElement(const ElementList& list, size_t place, StringBuffer& scratch,
   const Octets id = list.extensionId(place);
   scratch.weakClear();
   appendStart(id.empty() ? element.field : tool::DottedOid(std::as_bytes(id)).nameOrText(),
-              scratch);
+              kMostText, scratch);
   line.text("", scratch.view());
   scratch.weakClear();
-  if (!element.header.constructed) appendValue(element.header, element.content, scratch);
+  if (!element.header.constructed) {
+    appendValue(element.header, element.content, kMostText, scratch);
+  }
   line.text("", scratch.view());
   line.endList();
 }
@@ -210,6 +215,15 @@ void appendElements(Octets certificate, StringBuffer& out) {
   line.endList();
   line.boolean("more", !isAll);
   line.end();
+}
+
+void appendWholeValue(Octets certificate, size_t offset, StringBuffer& out) {
+  if (offset >= certificate.size()) return;
+  DerReader reader(certificate.subspan(offset));
+  Asn1Header header;
+  if (!reader.readHeader(header) || header.constructed) return;
+  constexpr size_t kAll = std::numeric_limits<size_t>::max();
+  appendValue(header, reader.skip(header.contentSize), kAll, out);
 }
 
 }  // namespace velmora::viewer

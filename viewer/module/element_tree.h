@@ -18,4 +18,7 @@ inline constexpr size_t kMostElements = 100'000;
 /// whether there are elements beyond kMostElements, or octets that are no BER.
 void appendElements(std::span<const unsigned char> certificate, StringBuffer& out);
 
+/// Appends all of the value of the primitive element at an offset, where one starts there.
+void appendWholeValue(std::span<const unsigned char> certificate, size_t offset, StringBuffer& out);
+
 }  // namespace velmora::viewer

@@ -84,6 +84,9 @@ void VIEWER_EXPORT(octets)(size_t row) {
 void VIEWER_EXPORT(elements)(size_t row) {
   session().elements(row, emptyOut());
 }
+void VIEWER_EXPORT(value)(size_t row, size_t offset) {
+  session().value(row, offset, emptyOut());
+}
 void VIEWER_EXPORT(pem)(size_t row) {
   session().pem(row, emptyOut());
 }

@@ -7,6 +7,7 @@
 #include "tools/render/extension_meaning.h"
 #include "tools/render/general_names.h"
 #include "tools/render/name_text.h"
+#include "tools/render/oid_text.h"
 #include "tools/render/path_report.h"
 #include "tools/render/show.h"
 #include "tools/render/shown_departure.h"
@@ -52,6 +53,13 @@ std::string titleOf(const Certificate& certificate) {
   StringBuffer text;
   tool::ShownName(names->front()).append(tool::OidStyle::kNamed, appendPrintable, text);
   return std::string(text.view());
+}
+
+void writeAlgorithm(std::string_view member, const Oid& id, JsonLine& line) {
+  const tool::DottedOid dotted(id);
+  StringBuffer words;
+  if (!dotted.text().empty()) tool::appendOid(dotted, tool::OidStyle::kNamed, words);
+  line.text(member, words.view());
 }
 
 Result<Target> targetOf(const TrustQuestion& question) {
@@ -164,6 +172,8 @@ void Session::show(size_t row, StringBuffer& out) const {
   tool::showAsJson(input, false, out);
   tool::appendLintJson(input, tool::departuresOf(input), out);
   JsonLine line(out);
+  writeAlgorithm("signatureAlgorithm", item->certificate.signatureAlgorithm(), line);
+  writeAlgorithm("keyAlgorithm", item->certificate.describedKey().algorithm, line);
   line.beginList("extensions");
   for (const Extension& each : item->certificate.listedExtensions()) {
     StringBuffer words;
@@ -183,6 +193,10 @@ void Session::octets(size_t row, StringBuffer& out) const {
 
 void Session::elements(size_t row, StringBuffer& out) const {
   if (const Item* const item = at(row)) appendElements(item->input().der, out);
+}
+
+void Session::value(size_t row, size_t offset, StringBuffer& out) const {
+  if (const Item* const item = at(row)) appendWholeValue(item->input().der, offset, out);
 }
 
 void Session::pem(size_t row, StringBuffer& out) const {

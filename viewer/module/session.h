@@ -47,13 +47,16 @@ class Session {
   /// it held, and how many of them were only counted.
   void finish(StringBuffer& out);
 
-  /// Three lines: what "show --json" and "lint --json" say, and {extensions, octets}: the
-  /// extensions in words, safe to show, and how many octets it has.
+  /// Three lines: what "show --json" and "lint --json" say, and {signatureAlgorithm, keyAlgorithm,
+  /// extensions, octets}: words, safe to show, empty for an OID that cannot be read, and how many
+  /// octets it has.
   void show(size_t row, StringBuffer& out) const;
   /// The octets as they came.
   void octets(size_t row, StringBuffer& out) const;
   /// Its elements (element_tree.h).
   void elements(size_t row, StringBuffer& out) const;
+  /// All of the value of one of them, by its offset, of which elements() gives the start.
+  void value(size_t row, size_t offset, StringBuffer& out) const;
   void pem(size_t row, StringBuffer& out) const;
   void summary(size_t row, StringBuffer& out) const;
   /// A list of {field, before, after}, as "diff" tells them; safe to show.

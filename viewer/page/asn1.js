@@ -1,7 +1,7 @@
 // The elements of a certificate as a tree beside its octets; what is touched in one lights up in the other.
 
-import { askForRoom } from './client.js';
-import { announce, clipped, copyButton, el, fill, visible, safe } from './dom.js';
+import { ask, askForRoom } from './client.js';
+import { announce, button, clipped, copyButton, el, fill, visible } from './dom.js';
 import { ElementTree } from './elements.js';
 import { HexView } from './hex.js';
 import { VirtualList } from './virtual.js';
@@ -17,7 +17,8 @@ const MOST_COPIED = 1 << 17;
 
 /** Tree and octets of one certificate. */
 class Asn1View {
-  constructor(tree, octets) {
+  constructor(row, tree, octets) {
+    this.certificate = row;
     this.tree = tree;
     this.octets = octets;
     this.selected = 0;
@@ -54,17 +55,17 @@ class Asn1View {
 
   row(place) {
     const index = this.tree.visible[place];
-    const { depth, type, field, value, offset, header, content, open, hasMembers } = this.tree.at(index);
+    const { depth, type, field, value, offset, header, content, open, members, rank, siblings } = this.tree.at(index);
     const twisty = el('span', { class: 'twisty', 'aria-hidden': 'true',
-      onclick: (event) => { event.stopPropagation(); this.toggle(index); } }, hasMembers ? (open ? '▾' : '▸') : '');
+      onclick: (event) => { event.stopPropagation(); this.toggle(index); } }, members === 0 ? '' : open ? '▾' : '▸');
     twisty.style.setProperty('--depth', Math.min(depth, DEEPEST_INDENT));
-    const row = el('div', {
-      class: 'element', role: 'treeitem', id: `element-${index}`, 'aria-level': depth + 1,
-      'aria-expanded': hasMembers ? String(open) : null, 'aria-selected': String(index === this.selected),
+    const words = members === 0 ? value : open ? '' : `${members.toLocaleString('en')} members`;
+    return el('div', {
+      class: 'element', role: 'treeitem', id: `element-${index}`, 'aria-level': depth + 1, 'aria-setsize': siblings,
+      'aria-posinset': rank + 1, 'aria-expanded': members === 0 ? null : String(open), 'aria-selected': String(index === this.selected),
       onclick: () => this.select(index, 'tree'), onmouseenter: () => this.touch(index),
     }, twisty, el('span', { class: 'type' }, type), field && el('span', { class: 'field' }, field),
-    el('bdi', { class: 'value' }, hasMembers ? '' : value), el('span', { class: 'extent' }, `${offset}: ${header}+${content}`));
-    return row;
+    el('bdi', { class: 'value' }, words), el('span', { class: 'extent' }, `${offset}: ${header}+${content}`));
   }
 
   // What is chosen stays in sight: where it is folded away, what is around it is chosen instead.
@@ -98,18 +99,23 @@ class Asn1View {
   }
 
   tellDetails({ type, field, value, offset, header, content }) {
-    const contents = safe(`${type}${field ? `, ${visible(field)}` : ''}`);
-    fill(this.details, el('strong', {}, contents), el('p', { class: 'faint' },
+    // What the tree has is the start of a long value.
+    const words = el('p', { class: 'words' }, clipped(value, visible));
+    const all = value.endsWith('…') && button('Show all of it', async () => {
+      fill(words, clipped(await ask('value', this.certificate, offset), visible));
+      all.hidden = true;
+    }, { class: 'quiet small' });
+    fill(this.details, el('strong', {}, field ? `${type}, ${field}` : type), el('p', { class: 'faint' },
       `Identifier and length at offset ${offset}, ${header} octets; contents at ${offset + header}, ` +
       `${content.toLocaleString('en')} octets. `,
       content <= MOST_COPIED && copyButton(() => hexOf(this.octets.subarray(offset + header, offset + header + content)), 'contents in hexadecimal')),
-    value && el('p', { class: 'words' }, clipped(visible(value))));
+    value !== '' && words, all);
   }
 
   onKey(event) {
     const { tree, selected } = this;
     const place = tree.placeOf(selected);
-    const { open, hasMembers, parent } = tree.at(selected);
+    const { open, members, parent } = tree.at(selected);
     const last = tree.visible.length - 1;
     const moves = {
       ArrowDown: () => tree.visible[Math.min(last, place + 1)],
@@ -117,11 +123,11 @@ class Asn1View {
       Home: () => 0,
       End: () => tree.visible[last],
       ArrowRight: () => {
-        if (hasMembers && !open) return this.toggle(selected), selected;
-        return hasMembers ? selected + 1 : selected;
+        if (members !== 0 && !open) return this.toggle(selected), selected;
+        return members !== 0 ? selected + 1 : selected;
       },
       ArrowLeft: () => {
-        if (hasMembers && open) return this.toggle(selected), selected;
+        if (members !== 0 && open) return this.toggle(selected), selected;
         return parent ?? selected;
       },
     };
@@ -135,20 +141,12 @@ function hexOf(octets) {
   return Array.from(octets, (octet) => octet.toString(16).toUpperCase().padStart(2, '0')).join('');
 }
 
-function targetIn(tree, { field, extension, offset }) {
-  if (offset !== undefined) return tree.innermostAt(offset);
-  return field === undefined ? tree.extensionAt(extension) : tree.withField(field);
-}
-
-/**
- * Fills the room for a row, if isWanted() by the time that it is known; `target` is what is to be shown at once: {field},
- * {extension}, by its place, or {offset}.
- */
+/** Fills the room for a row, if isWanted() by the time that it is known; `target`, as ElementTree.find() has it, is shown at once. */
 export async function showAsn1(box, row, target, isWanted) {
   const told = await askForRoom('tree', row);
   if (!isWanted()) return;
-  const view = new Asn1View(new ElementTree(told), told.octets);
+  const view = new Asn1View(row, new ElementTree(told), told.octets);
   view.show(box);
-  const index = target === null ? -1 : targetIn(view.tree, target);
+  const index = target === null ? -1 : view.tree.find(target);
   if (index !== -1) view.select(index, 'outside');
 }

@@ -5,7 +5,7 @@ const MOST_TEXT = 600;
 const MOST_WORDS = 5000;
 const MOST_COPIED = 10000;
 const MOST_ROWS = 200;
-const MOST_NAMES = 5000;
+const MORE_ROWS = 500;
 const MOST_ATTRIBUTES = 40;
 const MOST_FINDINGS = 30;
 // Browsers do not draw boxes beyond some thirty million pixels.
@@ -14,12 +14,14 @@ const MOST_OCTETS = 1 << 23;
 /** The start of a text, and how long it is where that is not all. */
 function start(text, most = MOST_TEXT) {
   if (typeof text !== 'string' || text.length <= most) return text;
-  return `${text.slice(0, most)}… (${text.length.toLocaleString('en')} characters)`;
+  const whole = text.slice(0, most).replace(/[\uD800-\uDBFF]$/, ''); // no half of a character
+  return `${whole}… (${text.length.toLocaleString('en')} characters)`;
 }
 
-// A list of which the member "left" tells how many more there are.
-function few(list, most, brief) {
-  return { items: list.slice(0, most).map(brief), left: Math.max(0, list.length - most) };
+// Of a list those from a place on, as many as are drawn at once, and how many are left behind them: {items, left}.
+function few(list, from, brief, most = MOST_ROWS) {
+  const end = from + (from === 0 ? most : MORE_ROWS);
+  return { items: list.slice(from, end).map(brief), left: Math.max(0, list.length - end) };
 }
 
 // To read, and to copy where that is not too long for a person.
@@ -30,9 +32,9 @@ function shownHex(hex) {
   return { shown: isAll ? pairs : `${pairs}… (${(hex.length / 2).toLocaleString('en')} octets)`, copied: isAll ? hex : null };
 }
 
-function nameOf(rdns, text) {
-  const attributes = rdns === null ? null : few(rdns.flat(), MOST_ATTRIBUTES,
-    ({ oid, name, value, hex }) => [start(name ?? oid, 100), start(value ?? `#${hex}`)]);
+function nameOf(rdns, text, from) {
+  const attributes = rdns === null ? null : few(rdns.flat(), from,
+    ({ oid, name, value, hex }) => [start(name ?? oid, 100), start(value ?? `#${hex}`)], MOST_ATTRIBUTES);
   return { attributes, copied: text !== null && text.length <= MOST_COPIED ? text : null };
 }
 
@@ -42,23 +44,30 @@ function alternativeName({ type, value, malformed }) {
   return { type, value: malformed === undefined ? brief : `malformed, ${start(malformed)}` };
 }
 
-/** What a card has of the three lines of Engine.show(). */
-export function cardOf(lines) {
+// What the reader and the rules say.
+function departuresOf(warnings, departures, from) {
+  const all = [...warnings.map((message) => ({ message, mayDecide: true })), ...departures];
+  return few(all, from, ({ id, message, clause, offset, mayDecide }) => ({ id, message: start(message), clause, offset, mayDecide }));
+}
+
+/** What a card has of the three lines of Engine.show(), and of its lists what they have from a place on. */
+export function cardOf(lines, from = 0) {
   const [show, lint, told] = lines.map((line) => JSON.parse(line));
   const { extensions, publicKey: { type, bits, curve } } = show;
   return {
     ...Object.fromEntries(['notBefore', 'notAfter', 'version', 'spkiSha256'].map((name) => [name, show[name]])),
     publicKey: { type, bits, curve: start(curve, 100) },
     ...Object.fromEntries(['subjectKeyIdentifier', 'authorityKeyIdentifier', 'serialNumber', 'sha256', 'sha1'].map((name) => [name, shownHex(show[name])])),
-    subject: nameOf(show.subjectRdns, show.subjectRfc4514),
-    issuer: nameOf(show.issuerRdns, show.issuerRfc4514),
-    alternativeNames: few(show.subjectAltNames, MOST_NAMES, alternativeName),
-    extensions: few(extensions, MOST_ROWS, ({ oid, name, critical }, place) =>
-      ({ oid: start(oid, 100), name, critical, words: start(told.extensions[place], MOST_WORDS) })),
+    subject: nameOf(show.subjectRdns, show.subjectRfc4514, from),
+    issuer: nameOf(show.issuerRdns, show.issuerRfc4514, from),
+    alternativeNames: few(show.subjectAltNames, from, alternativeName),
+    extensions: few(extensions, from, ({ oid, name, critical }, place) =>
+      ({ oid: start(oid, 100), name, critical, words: start(told.extensions[from + place], MOST_WORDS) })),
     critical: extensions.filter((each) => each.critical).length,
-    warnings: few(show.warnings, MOST_ROWS, (text) => start(text)),
-    departures: few(lint.departures, MOST_ROWS, ({ id, message, clause, offset, mayDecide }) =>
-      ({ id, message: start(message), clause, offset, mayDecide })),
+    departures: departuresOf(show.warnings, lint.departures, from),
+    isBer: lint.departures.some(({ id }) => id === 'notDer'),
+    signatureAlgorithm: start(told.signatureAlgorithm, 100),
+    keyAlgorithm: start(told.keyAlgorithm, 100),
     octets: told.octets,
   };
 }
@@ -66,7 +75,7 @@ export function cardOf(lines) {
 function pathOf({ anchored, certificates }) {
   const finding = ({ id, severity, text, clause }) => ({ id, severity, text: start(text), clause });
   return { anchored, certificates: certificates.map((each) =>
-    ({ ...each, subject: start(each.subject), findings: few(each.findings, MOST_FINDINGS, finding) })) };
+    ({ ...each, subject: start(each.subject), findings: few(each.findings, 0, finding, MOST_FINDINGS) })) };
 }
 
 /** What a verdict has of Engine.verify(). */
@@ -76,9 +85,9 @@ export function verdictOf(json) {
   return { ...answer, text: start(answer.text), paths: answer.paths.slice(0, MOST_FINDINGS).map(pathOf) };
 }
 
-/** What the table has of Engine.differences(). */
-export function differencesOf(json) {
-  return few(JSON.parse(json).differences, MOST_ROWS, ({ field, before, after }) =>
+/** What the table has of Engine.differences(), from a place on. */
+export function differencesOf(json, from = 0) {
+  return few(JSON.parse(json).differences, from, ({ field, before, after }) =>
     ({ field: start(field, 100), before: start(before, MOST_COPIED), after: start(after, MOST_COPIED) }));
 }
 

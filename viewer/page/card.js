@@ -1,7 +1,7 @@
 // The card of one certificate: what it says, most asked for first.
 
-import { askForRoom } from './client.js';
-import { clipped, copyButton, button, el, fewOf, restOf } from './dom.js';
+import { ask, askForRoom } from './client.js';
+import { clipped, copyButton, button, el, fewOf, safe } from './dom.js';
 import { dateText, dayText, lifeOf } from './time.js';
 
 const KINDS = {
@@ -22,35 +22,36 @@ function section(title, ...content) {
   return el('section', { class: 'panel' }, el('h3', {}, title), content);
 }
 
-function nameRows({ attributes, copied }) {
+function nameRows({ attributes, copied }, more) {
   if (attributes === null) return el('p', {}, 'A name that cannot be read.');
   if (attributes.items.length === 0) return el('p', { class: 'faint' }, 'An empty name.');
-  const rows = attributes.items.map(([type, value]) => field(type, el('bdi', {}, value)));
-  return [el('dl', { class: 'fields names' }, rows), restOf(attributes),
+  const row = ([type, value]) => field(type, el('bdi', {}, value));
+  return [fewOf(attributes, row, el('dl', { class: 'fields names' }), more),
     copied !== null && copyButton(copied, 'name as RFC 4514 text', 'Copy as RFC 4514')];
 }
 
-/** The bar of a validity, with today's mark. */
-export function validityBar({ notBefore, notAfter }) {
+// With today's mark.
+function validityBar({ notBefore, notAfter }) {
   const life = lifeOf(notBefore, notAfter);
   const done = el('i', {});
-  const today = el('b', { title: 'today' });
+  const today = el('b', { title: 'today', hidden: life.state === 'unknown' });
   done.style.width = `${100 * life.part}%`;
   today.style.left = `${100 * life.part}%`;
+  const words = life.days === null ? life.words : `${life.words} (${life.days.toLocaleString('en')} days)`;
   return el('div', { class: `validity ${life.state}` },
-    el('div', { class: 'validity-words' }, life.words),
-    el('div', { class: 'bar', role: 'img', 'aria-label': `Validity: ${life.words}` }, done, today),
+    el('div', { class: 'validity-words' }, words),
+    el('div', { class: 'bar', role: 'img', 'aria-label': `Validity: ${words}` }, done, today),
     el('div', { class: 'bar-ends' }, el('time', { title: dateText(notBefore) }, dayText(notBefore)),
       el('time', { title: dateText(notAfter) }, dayText(notAfter))));
 }
 
 function alternativeName({ type, value }) {
-  return [el('span', { class: 'kind' }, KINDS[type] ?? type), el('bdi', {}, value ?? 'too large to show')];
+  return el('li', {}, el('span', { class: 'kind' }, KINDS[type] ?? type), el('bdi', {}, value ?? 'too large to show'));
 }
 
-function names({ alternativeNames }) {
+function names({ alternativeNames }, more) {
   if (alternativeNames.items.length === 0) return el('p', { class: 'faint' }, 'None.');
-  return [fewOf(alternativeNames.items, alternativeName), restOf(alternativeNames)];
+  return fewOf(alternativeNames, alternativeName, el('ul', { class: 'chips' }), more);
 }
 
 function keyPanel(card, goTo) {
@@ -60,6 +61,7 @@ function keyPanel(card, goTo) {
   return section('Public key',
     el('p', { class: 'large' }, words),
     el('dl', { class: 'fields' },
+      algorithm('Algorithm', card.keyAlgorithm),
       digest('SPKI pin (SHA-256)', { shown: card.spkiSha256, copied: card.spkiSha256 }),
       digest('Key identifier', card.subjectKeyIdentifier)),
     button('Show the octets of the key', () => goTo({ field: 'subjectPublicKey' }), { class: 'quiet' }));
@@ -69,14 +71,18 @@ function digest(label, hex) {
   return field(label, el('code', { class: 'hex' }, hex?.shown ?? '—'), hex?.copied && [' ', copyButton(hex.copied, label)]);
 }
 
-function extensionRow(card, extension, place, goTo) {
-  const name = extension.name ?? extension.oid;
+function algorithm(label, words) {
+  return field(label, words === '' ? 'cannot be read' : safe(words));
+}
+
+function extensionRow(card, extension, goThere) {
+  const name = extension.name ?? extension.oid ?? 'an OID that cannot be read';
   return el('li', { class: 'extension' },
     el('div', { class: 'extension-head' },
-      el('strong', { title: extension.oid }, name ?? 'an OID that cannot be read'),
+      el('strong', { title: extension.oid }, name),
       extension.critical ? el('span', { class: 'badge critical' }, 'critical')
         : el('span', { class: 'badge faint' }, 'not critical'),
-      name && button('octets', () => goTo({ extension: place }), { class: 'quiet small', 'aria-label': `Octets of ${name}` })),
+      button('octets', goThere, { class: 'quiet small', 'aria-label': `Octets of ${name}` })),
     el('div', { class: 'words' }, clipped(keyIdentifier(card, extension) ?? extension.words)));
 }
 
@@ -86,50 +92,51 @@ function keyIdentifier(card, { name }) {
   return isOne && card[name]?.copied ? `key ${card[name].shown}` : null;
 }
 
-function extensionsPanel(card, goTo) {
+function extensionsPanel(card, goTo, more) {
   const { extensions, critical } = card;
   const count = extensions.items.length + extensions.left;
   if (count === 0) return section('Extensions', el('p', { class: 'faint' }, 'None.'));
   return section('Extensions',
     el('p', { class: 'faint' }, `${count.toLocaleString('en')} in all, ${critical === 0 ? 'none' : critical.toLocaleString('en')} critical: ` +
       'whoever does not know a critical one has to refuse the certificate.'),
-    el('ul', { class: 'extensions' }, extensions.items.map((each, place) => extensionRow(card, each, place, goTo))),
-    restOf(extensions));
+    fewOf(extensions, (each, place) => extensionRow(card, each, () => goTo({ extension: place })), el('ul', { class: 'extensions' }), more));
 }
 
-function departuresPanel({ departures, warnings }, goTo) {
-  if (departures.items.length + warnings.items.length === 0) {
+function departuresPanel({ departures, isBer }, goTo, more) {
+  if (departures.items.length === 0) {
     return section('Departures', el('p', { class: 'fine' }, 'None: it is as RFC 5280 and DER want it.'));
   }
-  // Of what came in BER the others count in the DER made of it, which is not what is shown.
-  const isBer = departures.items.some(({ id }) => id === 'notDer');
-  const rows = departures.items.map(({ id, message, clause, offset, mayDecide }) => el('li', {},
+  const row = ({ id, message, clause, offset, mayDecide }) => el('li', {},
     message, mayDecide ? '' : ' No decision may rest on it.', ' ',
     el('span', { class: 'faint' }, clause), ' ',
-    (!isBer || id === 'notDer') && button(`offset ${offset}`, () => goTo({ offset }), { class: 'quiet small' })));
+    // Of what came in BER the others count in the DER made of it, which is not what is shown.
+    offset !== undefined && (!isBer || id === 'notDer') && button(`offset ${offset}`, () => goTo({ offset }), { class: 'quiet small' }));
   return section('Departures',
     el('p', { class: 'faint' }, 'In what it is not as RFC 5280 and DER want it.'),
-    el('ul', { class: 'plain' }, warnings.items.map((text) => el('li', {}, text)), rows), restOf(warnings), restOf(departures));
+    fewOf(departures, row, el('ul', { class: 'plain' }), more));
 }
 
-/** The panels of a card. `goTo({field}, {extension} or {offset})` shows octets; an extension is told by its place. */
-export function panelsOf(card, goTo) {
-  const isClean = card.departures.items.length + card.warnings.items.length === 0;
+/** The panels of the card of a row. `goTo(element)`, as ElementTree.find() has it, shows octets. */
+export function panelsOf(row, card, goTo) {
+  const more = (listOf) => async (from) => listOf(await ask('card', row, from));
+  const departures = departuresPanel(card, goTo, more((rest) => rest.departures));
+  const isClean = card.departures.items.length === 0;
   return [
     section('Valid', validityBar(card)),
-    isClean ? null : departuresPanel(card, goTo),
-    section('Alternative names', names(card)),
-    section('Subject', nameRows(card.subject)),
-    section('Issuer', nameRows(card.issuer),
+    isClean ? null : departures,
+    section('Alternative names', names(card, more((rest) => rest.alternativeNames))),
+    section('Subject', nameRows(card.subject, more((rest) => rest.subject.attributes))),
+    section('Issuer', nameRows(card.issuer, more((rest) => rest.issuer.attributes)),
       card.authorityKeyIdentifier && el('dl', { class: 'fields' }, digest('Key identifier', card.authorityKeyIdentifier))),
-    extensionsPanel(card, goTo),
+    extensionsPanel(card, goTo, more((rest) => rest.extensions)),
     keyPanel(card, goTo),
     section('Identity', el('dl', { class: 'fields' },
       digest('Serial number', card.serialNumber),
       digest('SHA-256', card.sha256),
       digest('SHA-1', card.sha1),
+      algorithm('Signature algorithm', card.signatureAlgorithm),
       field('Version', card.version ?? 'cannot be read'),
       field('Size', `${card.octets.toLocaleString('en')} octets`))),
-    isClean ? departuresPanel(card, goTo) : null,
+    isClean ? departures : null,
   ];
 }

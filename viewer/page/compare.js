@@ -1,7 +1,7 @@
 // Two certificates side by side: the fields in which they differ.
 
-import { askForRoom } from './client.js';
-import { announce, clipped, el, fill, restOf, safe } from './dom.js';
+import { ask, askForRoom } from './client.js';
+import { announce, clipped, el, fewOf, fill, safe } from './dom.js';
 import { state } from './state.js';
 import { dayText } from './time.js';
 
@@ -37,16 +37,16 @@ async function compare(shown, other, box) {
   const differences = await askForRoom('compare', left.row, right.row);
   const count = differences.items.length + differences.left;
   if (count === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
-  announce(`${count} fields differ`);
+  const outcome = count === 1 ? 'One field differs' : `${count.toLocaleString('en')} fields differ`;
+  announce(outcome);
+  const [body, more] = fewOf(differences, differenceRow, el('tbody'), (from) => ask('compare', left.row, right.row, from));
   return fill(box,
-    el('p', {}, `${count === 1 ? 'One field differs' : `${count} fields differ`}; whatever is not ` +
-      'listed is the same in both.'),
+    el('p', {}, `${outcome}; whatever is not listed is the same in both.`),
     el('table', { class: 'differences' },
       el('thead', {}, el('tr', {}, el('th', { scope: 'col' }, 'Field'),
         [left, right].map(({ title, notBefore, source, index }) => el('th', { scope: 'col' }, el('bdi', {}, title),
           el('span', { class: 'faint' }, ` from ${dayText(notBefore)}, ${source}, item ${index + 1}`))))),
-      el('tbody', {}, differences.items.map(differenceRow))),
-    restOf(differences));
+      body), more);
 }
 
 /** Fills the room for a row. */

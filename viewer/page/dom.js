@@ -97,41 +97,43 @@ export function copyButton(text, what, label = 'Copy') {
 const FIRST_CHARACTERS = 600;
 const MORE_CHARACTERS = 20000;
 
-/** A text of any length, safe already: its start, and a button for more. */
-export function clipped(written) {
-  const text = seen(written);
-  if (text.length <= FIRST_CHARACTERS) return document.createTextNode(text);
-  let shown = FIRST_CHARACTERS;
-  const start = document.createTextNode(text.slice(0, shown));
-  const more = button('', () => {
-    shown += MORE_CHARACTERS;
-    start.data = text.slice(0, shown);
-    label();
-  }, { class: 'quiet small' });
-  const label = () => {
-    more.hidden = shown >= text.length;
+/** A text of any length: its start as `make` makes it safe to show, which takes long for all of it, and a button for more. */
+export function clipped(text, make = seen) {
+  let shown = 0;
+  const start = document.createTextNode('');
+  const show = (count) => {
+    const end = shown + count;
+    const isWithinCharacter = /[\uDC00-\uDFFF]/.test(text[end] ?? '');
+    const part = text.slice(shown, isWithinCharacter ? end + 1 : end);
+    start.data += make(part);
+    shown += part.length;
+    more.hidden = shown === text.length;
     more.textContent = `… ${(text.length - shown).toLocaleString('en')} more characters`;
   };
-  label();
-  return el('span', { class: 'clipped' }, start, ' ', more);
+  const more = button('', () => show(MORE_CHARACTERS), { class: 'quiet small' });
+  show(FIRST_CHARACTERS);
+  return more.hidden ? start : el('span', { class: 'clipped' }, start, ' ', more);
 }
 
-/** What is said of the rest of a list, {items, left}. */
-export function restOf({ left }) {
-  return left === 0 ? null : el('p', { class: 'faint' }, `and ${left.toLocaleString('en')} more, which “JSON” saves`);
-}
-
-/** A list of which the first few stand there, and a button brings more. */
-export function fewOf(items, node, first = 30, step = 500) {
-  const box = el('ul', { class: 'chips' });
+/**
+ * Puts a list, {items, left}, into a box, and gives the box and a button that goes on as long as some are left: `more(from)`
+ * has those from a place on. `node(item, place)` makes a member.
+ */
+export function fewOf(list, node, box, more) {
   let shown = 0;
-  const more = button('', () => show(step), { class: 'quiet small' });
-  const show = (count) => {
-    append(box, items.slice(shown, shown + count).map((item) => el('li', {}, node(item))));
-    shown = Math.min(items.length, shown + count);
-    more.textContent = `Show more (${(items.length - shown).toLocaleString('en')} left)`;
-    more.hidden = shown === items.length;
+  let isAsked = false;
+  const draw = ({ items, left }) => {
+    append(box, items.map((item, place) => node(item, shown + place)));
+    shown += items.length;
+    next.textContent = `Show more (${left.toLocaleString('en')} left)`;
+    next.hidden = left === 0;
   };
-  show(first);
-  return [box, more];
+  const next = button('', async () => {
+    if (isAsked) return;
+    isAsked = true;
+    draw(await more(shown));
+    isAsked = false;
+  }, { class: 'quiet small' });
+  draw(list);
+  return [box, next];
 }

@@ -1,23 +1,30 @@
 // The elements of a certificate in their order, and which of them are unfolded.
 
 const NONE = -1;
+// Elements with more members are folded at first.
+const MOST_UNFOLDED = 100;
 
 export class ElementTree {
   /** Of what treeOf() of brief.js says. */
   constructor({ numbers, ends, text, more }) {
     Object.assign(this, { numbers, ends, text, more });
     this.size = numbers.length / 4;
+    this.parents = new Int32Array(this.size);
+    this.ranks = new Int32Array(this.size); // which of its parent's members each is, from 0 on
+    this.members = new Int32Array(this.size);
+    this.#relate();
     this.closed = new Set();
-    this.parents = this.#parents();
+    this.members.forEach((count, index) => count > MOST_UNFOLDED && this.closed.add(index));
     this.list();
   }
 
+  /** {parent, rank among so many siblings, members, open}, and what the module says of it. */
   at(index) {
     const [offset, header, content, depth] = this.numbers.subarray(4 * index);
     const [type, field, value] = [0, 1, 2].map((which) => this.#text(3 * index + which));
-    const hasMembers = this.parents[index + 1] === index;
     const parent = this.parents[index] === NONE ? null : this.parents[index];
-    return { offset, header, content, depth, type, field, value, hasMembers, parent, open: !this.closed.has(index) };
+    return { offset, header, content, depth, type, field, value, parent, rank: this.ranks[index],
+      siblings: parent === null ? 1 : this.members[parent], members: this.members[index], open: !this.closed.has(index) };
   }
 
   #text(place) {
@@ -28,15 +35,14 @@ export class ElementTree {
     return this.numbers[4 * index + 3];
   }
 
-  #parents() {
-    const parents = new Int32Array(this.size);
+  #relate() {
     const around = [];
     for (let index = 0; index < this.size; ++index) {
       const depth = this.#depth(index);
       around[depth] = index;
-      parents[index] = depth === 0 ? NONE : around[depth - 1];
+      this.parents[index] = depth === 0 ? NONE : around[depth - 1];
+      if (depth !== 0) this.ranks[index] = this.members[around[depth - 1]]++;
     }
-    return parents;
   }
 
   // Elements below a closed one are not listed.
@@ -87,18 +93,19 @@ export class ElementTree {
     return offset < start + header + content;
   }
 
-  /** The first element with the name of a field, or -1. */
-  withField(field) {
+  // The first element with the name of a field, or -1.
+  #withField(field) {
     for (let index = 0; index < this.size; ++index) {
       if (this.#text(3 * index + 1) === field) return index;
     }
     return -1;
   }
 
-  /** The extension at a place of the list of them, or -1. */
-  extensionAt(place) {
-    const list = this.withField('Extensions');
-    let left = place;
-    return list === -1 ? -1 : this.parents.findIndex((parent) => parent === list && left-- === 0);
+  /** The element at an offset, of a field, or that is an extension by its place among these; -1 where there is none. */
+  find({ offset, field, extension }) {
+    if (offset !== undefined) return this.innermostAt(offset);
+    const found = this.#withField(field ?? 'Extensions');
+    if (field !== undefined || found === -1) return found;
+    return this.parents.findIndex((parent, index) => parent === found && this.ranks[index] === extension);
   }
 }

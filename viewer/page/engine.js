@@ -65,7 +65,7 @@ export class Engine {
     return this.#lines();
   }
 
-  /** @return {string[]} three lines of JSON: show, lint, and extensions in words */
+  /** @return {string[]} three lines of JSON: show, lint, and words for these */
   show(row) {
     this.exports.show(row);
     return this.#lines();
@@ -79,6 +79,11 @@ export class Engine {
 
   elements(row) {
     this.exports.elements(row);
+    return this.#text();
+  }
+
+  value(row, offset) {
+    this.exports.value(row, offset);
     return this.#text();
   }
 

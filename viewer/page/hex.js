@@ -6,6 +6,7 @@ import { VirtualList } from './virtual.js';
 const ROW_HEIGHT = 24;
 
 const KEYS = { ArrowLeft: () => -1, ArrowRight: () => 1, ArrowUp: (width) => -width, ArrowDown: (width) => width,
+  Home: () => -Infinity, End: () => Infinity,
   PageUp: (width) => -16 * width, PageDown: (width) => 16 * width };
 
 export class HexView {

@@ -37,7 +37,7 @@ function wanting() {
 async function showOverview(box, row) {
   const isWanted = wanting();
   const card = await askCard(row);
-  if (isWanted()) fill(box, el('div', { class: 'panels' }, panelsOf(card, goTo)));
+  if (isWanted()) fill(box, el('div', { class: 'panels' }, panelsOf(row, card, goTo)));
 }
 
 const ROOMS = {
@@ -46,6 +46,9 @@ const ROOMS = {
   asn1: (box, row) => showAsn1(box, row, target, wanting()),
   compare: showCompare,
 };
+
+// Rooms about several, which are drawn anew when others come.
+const isAboutSeveral = () => room === 'trust' || room === 'compare';
 
 async function goTo(place) {
   target = place;
@@ -101,7 +104,9 @@ function onLines({ lines, name, done, total, isBroken, hasKey }) {
   byId('start').hidden = true;
   byId('work').hidden = false;
   drawList();
-  if (state.shown === null) show(0);
+  if (source.count === 0 || (source.drop.isShown && state.shown !== null)) return;
+  source.drop.isShown = true;
+  if (state.shown === null || !isAboutSeveral()) show(source.first);
 }
 
 function tellEnd({ source, items, passedOver }) {
@@ -110,9 +115,9 @@ function tellEnd({ source, items, passedOver }) {
 }
 
 // Reads one input after the other, and gives what state.sources has of each.
-async function* readAll(inputs) {
+async function* readAll(inputs, drop) {
   for (const { name, blob } of inputs) {
-    const source = nameSource(name);
+    const source = nameSource(name, drop);
     await ask('read', source, blob);
     const found = state.sources.get(source);
     announce(`${found.count} ${found.count === 1 ? 'certificate' : 'certificates'} in ${source}`);
@@ -120,23 +125,16 @@ async function* readAll(inputs) {
   }
 }
 
-// The first that came in is what a person wants to see, but in a room about several, which is drawn anew.
+// The first that comes in is what a person wants to see, but in a room about several, which is drawn anew.
 async function read(inputs) {
-  const isAboutSeveral = () => room === 'trust' || room === 'compare';
   const all = [];
-  let isShown = state.shown === null;
-  for await (const found of readAll(inputs)) {
-    all.push(found);
-    if (isShown || found.count === 0 || isAboutSeveral()) continue;
-    isShown = true;
-    await show(found.first);
-  }
+  for await (const found of readAll(inputs, { isShown: false })) all.push(found);
   if (isAboutSeveral() && all.some(({ count }) => count !== 0)) await openRoom(room);
   return all;
 }
 
 async function openRoots(inputs) {
-  for await (const { places } of readAll(inputs)) trust(Object.values(places));
+  for await (const { places } of readAll(inputs, { isShown: true })) trust(Object.values(places));
   openRoom('trust');
 }
 

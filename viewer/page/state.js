@@ -2,7 +2,7 @@
 
 export const state = {
   rows: [], // {row, source, index, title, issuer, notBefore, notAfter, ca, selfIssued}
-  sources: new Map(), // name to {first, count, places, hasKey}: its first row, how many, the rows by their index, and a key
+  sources: new Map(), // name to {first, count, places, hasKey, drop}: its first row, how many, the rows by their index, a key, and what it came with
   shown: null, // the row of the card
   before: null, // the row that was shown before
   trusted: new Set(), // rows
@@ -27,11 +27,14 @@ export function rowAt(source, index) {
   return state.sources.get(source)?.places[index];
 }
 
-/** A name for an input that no other has, without halves of characters, which do not come back from the module. */
-export function nameSource(wanted) {
+/**
+ * A name for an input that no other has, without halves of characters, which do not come back from the module. Of a `drop`,
+ * {isShown}, the first certificate is what a person wants to see.
+ */
+export function nameSource(wanted, drop) {
   const whole = wanted.replace(/\p{Cs}/gu, '\ufffd');
   let name = whole;
   for (let count = 2; state.sources.has(name); ++count) name = `${whole} (${count})`;
-  state.sources.set(name, { first: null, count: 0, places: [], hasKey: false });
+  state.sources.set(name, { first: null, count: 0, places: [], hasKey: false, drop });
   return name;
 }

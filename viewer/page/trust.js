@@ -1,7 +1,7 @@
 // Whether a certificate may be trusted: the question, the verdict and the way to a root.
 
 import { ask, askForRoom } from './client.js';
-import { announce, append, button, clipped, el, fill, restOf, visible } from './dom.js';
+import { announce, append, button, clipped, el, fewOf, fill, visible } from './dom.js';
 import { rowAt, state } from './state.js';
 import { dateText, dayText } from './time.js';
 
@@ -53,8 +53,7 @@ function form(row, answerBox) {
   return fields;
 }
 
-function rootChoice(row, rejudge) {
-  const { title, notAfter, source } = state.rows[row];
+function rootChoice({ row, title, notAfter, source }, rejudge) {
   const id = `root-${row}`;
   return el('li', {},
     el('input', { type: 'checkbox', id, checked: state.trusted.has(row), onchange: (event) => {
@@ -75,19 +74,18 @@ export function trust(rows, isTrusted = true) {
 }
 
 function roots(row, answerBox) {
-  const candidates = state.rows.filter(({ selfIssued }) => selfIssued).map((each) => each.row);
+  const candidates = state.rows.filter((each) => each.selfIssued || state.trusted.has(each.row));
   const rejudge = () => judgeInSight(row, answerBox);
-  const items = candidates.slice(0, MOST_ROOTS).map((each) => rootChoice(each, rejudge));
-  const all = el('ul', { class: 'roots' }, items);
+  const from = (place) => ({ items: candidates.slice(place, place + MOST_ROOTS), left: Math.max(0, candidates.length - place - MOST_ROOTS) });
+  const [list, more] = fewOf(from(0), (each) => rootChoice(each, rejudge), el('ul', { class: 'roots' }), from);
   return el('fieldset', {},
     el('legend', {}, 'Roots that you trust'),
-    candidates.length === 0 ? el('p', { class: 'faint' }, 'None of the certificates here was issued by itself.') : all,
-    candidates.length > MOST_ROOTS && el('p', { class: 'faint' }, `and ${candidates.length - MOST_ROOTS} more`),
+    candidates.length === 0 ? el('p', { class: 'faint' }, 'None of the certificates here was issued by itself.') : [list, more],
     el('p', { class: 'actions' },
       button('Open a file of roots', openRoots, { class: 'quiet' }),
-      candidates.length > 1 && button('Trust all of these', () => {
-        trust(candidates);
-        all.querySelectorAll('input').forEach((box) => (box.checked = true));
+      candidates.length > 1 && button(`Trust all ${candidates.length.toLocaleString('en')}`, () => {
+        trust(candidates.map((each) => each.row));
+        list.querySelectorAll('input').forEach((box) => (box.checked = true));
         rejudge();
       }, { class: 'quiet' })),
     el('p', { class: 'faint' }, 'This page brings no roots of its own and does not ask your system for any.'));
@@ -128,7 +126,7 @@ function titleOf({ source, index, subject }) {
 
 function finding({ severity, text, clause, id }) {
   const words = id === 'noAnchors' ? noRoot : text;
-  return el('li', { class: severity }, severity === 'failure' ? '✗ ' : '! ', clipped(visible(words)),
+  return el('li', { class: severity }, severity === 'failure' ? '✗ ' : '! ', clipped(words, visible),
     clause && el('span', { class: 'faint' }, ` (${clause})`));
 }
 
@@ -142,7 +140,8 @@ function wayStep(certificate, isRoot, below) {
   return el('ul', { class: 'way' }, el('li', {},
     el('div', { class: 'step' }, name, isRoot && el('span', { class: 'badge' }, 'trusted root'),
       el('span', { class: 'faint' }, ` ${dayText(notBefore)} to ${dayText(notAfter)}`)),
-    el('ul', { class: 'findings' }, findings.items.map(finding)), restOf(findings), below));
+    el('ul', { class: 'findings' }, findings.items.map(finding),
+      findings.left !== 0 && el('li', { class: 'faint' }, `and ${findings.left.toLocaleString('en')} more`)), below));
 }
 
 // The root on top, each certificate below the one that signed it.

@@ -58,9 +58,9 @@ async function read(name, blob) {
 
 // What is asked beside the operations of the Engine: mostly their answers, as much of them as the page draws.
 const BRIEFS = {
-  card: (row) => cardOf(engine.show(row)),
+  card: (row, from) => cardOf(engine.show(row), from),
   judge: (row, question) => verdictOf(engine.verify(row, question)),
-  compare: (before, after) => differencesOf(engine.differences(before, after)),
+  compare: (before, after, from) => differencesOf(engine.differences(before, after), from),
   trustAll: (rows, isTrusted) => rows.forEach((row) => engine.trust(row, isTrusted)),
   tree: (row) => treeOf(engine.elements(row), engine.octets(row)),
 };
