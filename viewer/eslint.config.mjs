@@ -1,4 +1,4 @@
-// What the scripts of the viewer have to be; scripts/viewer --test runs it.
+// What the scripts of the viewer have to be; scripts/viewer holds them against it.
 
 const BROWSER = ['document', 'window', 'performance', 'navigator', 'location', 'history', 'innerWidth', 'addEventListener',
   'postMessage', 'onmessage', 'URL', 'Blob', 'Response', 'Worker', 'MessageChannel', 'DecompressionStream', 'ResizeObserver',

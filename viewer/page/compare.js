@@ -9,11 +9,11 @@ const MOST_CHOICES = 500;
 const MOST_ITEMS = 400;
 const MOST_TEXT = 10000;
 
-function choices(row) {
+// What a person compares with most likely comes first: one of the same name, then the one looked at before.
+function choices({ row, title, ca }) {
   const others = state.rows.filter((each) => each.row !== row);
-  const near = others.slice(0, MOST_CHOICES);
-  const before = state.before === null || state.before === row ? null : state.rows[state.before];
-  return before === null || near.includes(before) ? near : [before, ...near];
+  const likely = [others.find((each) => each.title === title && each.ca === ca), others.find((each) => each.row === state.before)];
+  return [...new Set([...likely.filter(Boolean), ...others.slice(0, MOST_CHOICES)])];
 }
 
 // Items of one side that the other lacks are marked, where both are lists.
@@ -36,7 +36,7 @@ async function compare(shown, other, box) {
     .sort((a, b) => String(a.notBefore).localeCompare(String(b.notBefore)));
   const differences = await askForRoom('compare', left.row, right.row);
   const count = differences.items.length + differences.left;
-  if (count === 0) return fill(box, el('p', { class: 'verdict good' }, 'They are the same, octet by octet.'));
+  if (count === 0) return fill(box, el('p', { class: 'verdict good', role: 'status' }, 'They are the same certificate.'));
   const outcome = count === 1 ? 'One field differs' : `${count.toLocaleString('en')} fields differ`;
   announce(outcome);
   const [body, more] = fewOf(differences, differenceRow, el('tbody'), (from) => ask('compare', left.row, right.row, from));
@@ -51,17 +51,14 @@ async function compare(shown, other, box) {
 
 /** Fills the room for a row. */
 export function showCompare(box, shown) {
-  const others = choices(shown);
+  const others = choices(state.rows[shown]);
   if (others.length === 0) {
     return fill(box, el('p', { class: 'faint' }, 'Open or drop a second certificate to compare this one with.'));
   }
   const answer = el('div', { class: 'answer' });
-  const { title, ca } = state.rows[shown];
-  const preferred = others.find((each) => each.title === title && each.ca === ca) ??
-    others.find((each) => each.row === state.before) ?? others[0];
   const select = el('select', { id: 'compare-with', onchange: () => compare(shown, Number(select.value), answer) },
-    others.map((each) => el('option', { value: each.row, selected: each === preferred },
+    others.map((each) => el('option', { value: each.row, selected: each === others[0] },
       `${each.title.slice(0, 80)} (from ${dayText(each.notBefore)}, ${each.source}, item ${each.index + 1})`)));
   fill(box, el('p', { class: 'question' }, el('label', { for: 'compare-with' }, 'Compare with', select)), answer);
-  return compare(shown, preferred.row, answer);
+  return compare(shown, others[0].row, answer);
 }

@@ -75,10 +75,6 @@ export class VirtualList {
     this.space.insertBefore(element, behind ?? null);
   }
 
-  element(index) {
-    return this.drawn.get(index);
-  }
-
   /** Scrolls as little as shows the row. */
   reveal(index) {
     const top = index * this.rowHeight;
