@@ -57,34 +57,27 @@ async function reading(files, piece = 1 << 16) {
 const sortedLines = (text) => text.split('\n').filter((line) => line !== '').map((line) => JSON.parse(line))
   .sort((a, b) => a.index - b.index);
 
-// What openssl asn1parse has of each element: {offset, header, content, depth}.
-function parsedByOpenssl(octets) {
-  const { stdout } = spawnSync('openssl', ['asn1parse', '-inform', 'DER'], { input: octets, encoding: 'latin1', maxBuffer: 1 << 28 });
-  return [...stdout.matchAll(/^ *(\d+):d=(\d+) +hl=(\d+) l= *(\d+) /gm)].map(([, offset, depth, header, content]) =>
-    [offset, header, content, depth].map(Number));
-}
-
-// It opens no strings of octets: what the module found in them is given to it behind the certificate.
+// OpenSSL opens no strings: what the module found in them is given to it behind the certificate.
 function compareElements(engine, row, what) {
   const octets = engine.octets(row);
-  const { elements } = JSON.parse(engine.elements(row));
-  const parts = [{ base: 0, end: octets.length, below: 0, found: [] }];
-  const open = [...parts];
-  elements.forEach(([offset, header, content, depth, type], place) => {
-    while (offset >= open.at(-1).end) open.pop();
-    open.at(-1).found.push([offset, header, content, depth]);
-    const isString = /^(OCTET|BIT) STRING$/.test(type) && (octets[offset] & 0x20) === 0;
-    if (!isString || elements[place + 1]?.[3] !== depth + 1) return;
-    parts.push({ base: elements[place + 1][0], end: offset + header + content, below: depth + 1, found: [] });
-    open.push(parts.at(-1));
+  const around = [];
+  const groups = new Map(); // by the string that they are in
+  for (const [offset, header, content, depth] of JSON.parse(engine.elements(row)).elements) {
+    const inside = around[depth - 1] ?? null;
+    around[depth] = octets[offset] & 0x20 ? inside : offset;
+    groups.set(inside, [...(groups.get(inside) ?? []), { offset, header, content, depth }]);
+  }
+  const inputs = [];
+  let size = 0;
+  const told = [...groups.values()].flatMap((group) => {
+    const first = group[0];
+    const start = size;
+    inputs.push(first.offset === 0 ? octets : octets.subarray(first.offset, first.offset + first.header + first.content));
+    size += inputs.at(-1).length;
+    return group.map(({ offset, header, content, depth }) => [offset - first.offset + start, depth - first.depth, header, content]);
   });
-  let start = 0;
-  const told = parts.flatMap(({ base, end, below, found }) => {
-    const at = start;
-    start += end - base;
-    return found.map(([offset, header, content, depth]) => [offset - base + at, header, content, depth - below]);
-  });
-  const parsed = parsedByOpenssl(Buffer.concat(parts.map(({ base, end }) => octets.subarray(base, end))));
+  const { stdout } = spawnSync('openssl', ['asn1parse', '-inform', 'DER'], { input: Buffer.concat(inputs), encoding: 'latin1', maxBuffer: 1 << 28 });
+  const parsed = [...stdout.matchAll(/^ *(\d+):d=(\d+) +hl=(\d+) l= *(\d+) /gm)].map((found) => found.slice(1).map(Number));
   if (parsed.length !== 0) same(told, parsed, `elements of ${what}`);
 }
 
@@ -100,8 +93,7 @@ async function compareFile(file) {
   rows.forEach(({ row, index }, place) => {
     const what = `${file} ${index}`;
     assert.ok(summaries.includes(engine.summary(row)), `show --xml ${what}`);
-    const { stdout } = spawnSync('openssl', ['x509', '-outform', 'DER'], { input: engine.pem(row) });
-    if (stdout.length !== 0) same(Buffer.from(engine.octets(row)), stdout, `PEM of ${what}`);
+    same(Buffer.from(engine.pem(row).replace(/-----.*-----/g, ''), 'base64'), Buffer.from(engine.octets(row)), `PEM of ${what}`);
     compareElements(engine, row, what);
     const listed = shown[place].split(/^  Extensions {11}/m)[1]?.split(/\n {23}|\n/) ?? [];
     JSON.parse(engine.show(row)[2]).extensions.forEach((words, at) =>
@@ -121,45 +113,37 @@ async function compareDifferences() {
 
 const AT = '2026-06-01T00:00:00Z';
 const QUESTIONS = [
-  ['server', 'www.example.org', AT, 'basic', true],
-  ['server', 'www.example.com', AT, 'basic', false],
-  ['server', '192.0.2.17', AT, 'rfc5280', true],
-  ['server', 'example.org', AT, 'web', false],
-  ['server', 'www.example.org', '2024-12-31T23:59:59Z', 'basic', false],
-  ['any', '', '2075-01-01T00:00:00Z', 'basic', false],
-  ['any', '', '2074-12-31T23:59:59Z', 'basic', true],
-  ...PURPOSES.slice(1).map((purpose, place) => [purpose, purpose === 'email' ? 'a@example.org' : '', AT, PROFILES[place % 3]]),
+  ['server', 'www.example.org', AT, 'basic'], ['server', 'www.example.com', AT, 'web'], ['server', '192.0.2.17', '2024-12-31T23:59:59Z', 'rfc5280'],
+  ['any', '', '2074-12-31T23:59:59Z', 'basic'], ['any', '', '2075-01-01T00:00:00Z', 'basic'], ['email', 'a@example.org', AT, 'web'],
+  ...PURPOSES.slice(1).map((purpose, place) => [purpose, '', AT, PROFILES[place % 3]]),
 ];
 
-// Of a set all that is issued by itself is trusted; the sample's first one is what the answers of the questions are about.
+// Of a set all that is issued by itself is trusted.
 async function compareVerdicts(set) {
   const { engine: other, rows: all } = await reading([set]);
   const roots = write('roots.pem', all.filter(({ selfIssued }) => selfIssued).map(({ row }) => other.pem(row)).join(''));
+  assert.equal(JSON.parse(other.verify(0, {})).reason, 'noAnchors', 'nothing is trusted at first');
   const { engine, rows } = await reading([roots, set]);
-  if (set.startsWith('examples')) assert.equal(JSON.parse(engine.verify(0, {})).reason, 'noAnchors', 'nothing is trusted at first');
   rows.forEach(({ row, source }) => source === roots && engine.trust(row, true));
   const asked = rows.filter(({ source }) => source === set);
-  for (const [purpose, target, at, profile, isGood] of QUESTIONS) {
-    const what = `verify ${set} for ${purpose} ${target} at ${at}, ${profile}`;
+  for (const [purpose, target, at, profile] of QUESTIONS) {
     const option = target === '' ? (purpose === 'server' ? ['--no-host'] : []) : [purpose === 'email' ? '--email' : '--host', target];
     const told = tool('verify', '--json', '--purpose', purpose, ...option, '--at', at, '--profile', profile, '--roots', roots, set);
-    const answers = asked.map(({ row }) => JSON.parse(engine.verify(row, { purpose, profile, target, at: Date.parse(at) / 1000 })));
-    same(answers, sortedLines(told).filter(({ index }) => asked.some((each) => each.index === index)), what);
-    if (set.startsWith('examples') && isGood !== undefined) assert.equal(answers[0].verified, isGood, what);
+    same(asked.map(({ row }) => JSON.parse(engine.verify(row, { purpose, profile, target, at: Date.parse(at) / 1000 }))),
+      sortedLines(told).filter(({ index }) => asked.some((each) => each.index === index)), `verify ${set} for ${purpose} ${target} at ${at}, ${profile}`);
   }
   assert.match(engine.verify(0, { purpose: 'server', target: 'not a host' }), /"refused":"This is neither/);
 }
 
-// Text that the page makes safe to show itself.
 function compareEscapes() {
   const text = Array.from({ length: 0x11000 }, (_, code) => (code < 0xd800 || code > 0xdfff ? String.fromCodePoint(code) : '')).join('');
   const file = write('text.der', certificate('text', extension([0x2a, 3, 4], Buffer.from(text))));
   same(visible(text), tool('ext', '--text', '1.2.3.4', file).slice(0, -1), 'text that is made safe to show');
 }
 
+compareEscapes();
 for (const file of FILES) await compareFile(file);
 await compareDifferences();
 for (const set of SETS) await compareVerdicts(set);
-compareEscapes();
 rmSync(scratch, { recursive: true });
 console.log(`${answers} answers on ${FILES.length} files are the same.`);
