@@ -19,6 +19,8 @@ export class Browser {
     const { sessionId } = await browser.send('Target.attachToTarget', { targetId, flatten: true });
     browser.session = sessionId;
     for (const domain of ['Page', 'Runtime', 'Network', 'Log', 'DOM']) await browser.send(`${domain}.enable`);
+    await browser.send('Target.setAutoAttach', { autoAttach: true, waitForDebuggerOnStart: true, flatten: true });
+    await browser.send('Page.setInterceptFileChooserDialog', { enabled: true });
     return browser;
   }
 
@@ -41,15 +43,20 @@ export class Browser {
       if (error) reject(new Error(error.message));
       else resolve(result);
     }
+    // Workers are watched like the page.
+    if (method === 'Target.attachedToTarget') {
+      for (const call of ['Runtime.enable', 'Network.enable', 'Log.enable', 'Runtime.runIfWaitingForDebugger']) this.send(call, {}, params.sessionId).catch(() => {});
+    }
+    if (method === 'Page.fileChooserOpened') this.send('DOM.setFileInputFiles', { files: this.chosen, backendNodeId: params.backendNodeId });
     if (method === 'Network.requestWillBeSent') this.requests.push(params.request.url);
     if (method === 'Runtime.exceptionThrown') this.errors.push(params.exceptionDetails.exception?.description ?? params.exceptionDetails.text);
     if (method === 'Runtime.consoleAPICalled' && params.type === 'error') this.errors.push(JSON.stringify(params.args));
     if (method === 'Log.entryAdded' && params.entry.level === 'error') this.errors.push(params.entry.text);
   }
 
-  send(method, params = {}) {
+  send(method, params = {}, sessionId = this.session) {
     const id = this.next++;
-    this.process.stdio[3].write(`${JSON.stringify({ id, method, params, sessionId: this.session })}\0`);
+    this.process.stdio[3].write(`${JSON.stringify({ id, method, params, sessionId })}\0`);
     return new Promise((resolve, reject) => this.asked.set(id, { resolve, reject }));
   }
 
@@ -75,12 +82,9 @@ export class Browser {
     await this.until("document.body?.dataset.ready === 'yes'");
   }
 
-  size(width, height, scale = 1) {
-    return this.send('Emulation.setDeviceMetricsOverride', { width, height, deviceScaleFactor: scale, mobile: false });
-  }
-
-  scheme(value) {
-    return this.send('Emulation.setEmulatedMedia', { features: [{ name: 'prefers-color-scheme', value }] });
+  async look(width, height, scheme = 'light') {
+    await this.send('Emulation.setDeviceMetricsOverride', { width, height, deviceScaleFactor: 1, mobile: false });
+    await this.send('Emulation.setEmulatedMedia', { features: [{ name: 'prefers-color-scheme', value: scheme }] });
   }
 
   async key(key, modifiers = 0) {
@@ -90,6 +94,12 @@ export class Browser {
     await this.send('Input.dispatchKeyEvent', { type: 'keyUp', ...common });
   }
 
+  /** Opens files with a button. */
+  choose(selector, files) {
+    this.chosen = files;
+    return this.send('Runtime.evaluate', { expression: `document.querySelector('${selector}').click()`, userGesture: true });
+  }
+
   /** Drops files, or text under the name of the type "text/plain", as a person does. */
   async drop(files, text) {
     const items = text === undefined ? [] : [{ mimeType: 'text/plain', data: text }];
@@ -97,9 +107,9 @@ export class Browser {
     for (const type of ['dragEnter', 'dragOver', 'drop']) await this.send('Input.dispatchDragEvent', { type, x: 20, y: 200, data });
   }
 
-  async screenshot(path, whole = false) {
+  async screenshot(path) {
     const kind = path.endsWith('.webp') ? { format: 'webp', quality: 85 } : { format: 'png' };
-    const { data } = await this.send('Page.captureScreenshot', { ...kind, captureBeyondViewport: whole });
+    const { data } = await this.send('Page.captureScreenshot', { ...kind });
     writeFileSync(path, Buffer.from(data, 'base64'));
   }
 

@@ -53,6 +53,7 @@ export function forms(folder, chain, tool) {
   const session = `CONNECTED(00000003)\n---\nCertificate chain\n 0 s:CN = www.example.org\n${blocks[0]} 1 s:CN = CA\n${blocks[1]}---\nServer certificate\n`;
   return {
     pem: [chain, blocks.length], der: [at('leaf.der'), 1], p7b: [at('chain.p7b'), blocks.length],
+    p7bPem: [write('pem.p7b', execFileSync('openssl', ['crl2pkcs7', '-nocrl', '-certfile', chain])), blocks.length],
     base64: [write('leaf.b64', base64), 1], xml: [write('chain.xml', execFileSync(tool, ['asn1', chain])), blocks.length],
     session: [write('session.txt', session), 2], key: [at('server.key'), 0], bundle: [write('bundle.pem', pem.repeat(3334)), 10002],
     hostile: [write('hostile.der', Buffer.concat(hostile())), 4], none: [write('notes.txt', 'nothing of the kind'), 0],
