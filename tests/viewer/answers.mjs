@@ -95,7 +95,7 @@ async function compareDifferences() {
 const AT = '2026-06-01T00:00:00Z';
 const QUESTIONS = [
   ['server', 'www.example.org', AT, 'basic'], ['server', 'www.example.com', AT, 'web'], ['server', '192.0.2.17', '2024-12-31T23:59:59Z', 'rfc5280'],
-  ['any', '', '2074-12-31T23:59:59Z', 'basic'], ['any', '', '2075-01-01T00:00:00Z', 'basic'], ['email', 'a@example.org', AT, 'web'],
+  ['any', '', '2074-12-31T23:59:59Z', 'basic'], ['any', 'a@example.org', '2075-01-01T00:00:00Z', 'basic'], ['email', 'a@example.org', AT, 'web'],
   ...PURPOSES.slice(1).map((purpose, place) => [purpose, '', AT, PROFILES[place % 3]]),
 ];
 
@@ -108,7 +108,7 @@ async function compareVerdicts(set) {
   rows.forEach(({ row, source }) => source === roots && engine.trust(row, true));
   const asked = rows.filter(({ source }) => source === set);
   for (const [purpose, target, at, profile] of QUESTIONS) {
-    const option = target === '' ? (purpose === 'server' ? ['--no-host'] : []) : [purpose === 'email' ? '--email' : '--host', target];
+    const option = target === '' ? (purpose === 'server' ? ['--no-host'] : []) : [target.includes('@') ? '--email' : '--host', target];
     const told = tool('verify', '--json', '--purpose', purpose, ...option, '--at', at, '--profile', profile, '--roots', roots, set);
     same(asked.map(({ row }) => JSON.parse(engine.verify(row, { purpose, profile, target, at: Date.parse(at) / 1000 }))),
       sortedLines(told).filter(({ index }) => asked.some((each) => each.index === index)), `verify ${set} for ${purpose} ${target} at ${at}, ${profile}`);

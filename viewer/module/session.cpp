@@ -62,15 +62,20 @@ void writeAlgorithm(std::string_view member, const Oid& id, JsonLine& line) {
   line.text(member, words.view());
 }
 
+// A server has a host, and mail an address; other purposes may have either.
+bool isAboutEmail(const TrustQuestion& question) {
+  if (question.purpose == Purpose::server) return false;
+  return question.purpose == Purpose::email || question.target.find('@') != question.target.npos;
+}
+
 Result<Target> targetOf(const TrustQuestion& question) {
   if (question.target.empty()) return Target::notJudged();
-  return question.purpose == Purpose::email ? Target::email(question.target)
-                                            : Target::host(question.target);
+  return isAboutEmail(question) ? Target::email(question.target) : Target::host(question.target);
 }
 
 void refuseTarget(const TrustQuestion& question, const Error& error, StringBuffer& out) {
   const bool isLetter = error.code == ErrorCode::hostNotAscii;
-  const std::string_view what = question.purpose == Purpose::email
+  const std::string_view what = isAboutEmail(question)
                                     ? "This is no e-mail address"
                                     : "This is neither a host name nor an IP address";
   StringBuffer sentence;
@@ -122,6 +127,7 @@ class Session::Sink final : public TypedCertificateSink {
     line.word("notAfter", tool::dateText(certificate.notAfter()));
     line.boolean("ca", constraints && constraints->ca);
     line.boolean("selfIssued", certificate.isSelfIssued());
+    line.boolean("ber", item.berAt.has_value());
     line.end();
   }
 

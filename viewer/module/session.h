@@ -39,9 +39,9 @@ class Session {
   /// Starts an input, of which the name is what the page calls it. One is read at a time.
   void begin(std::string_view name);
   /// Takes its next piece, and appends a line for each certificate in it: {row, source, index,
-  /// title, issuer, notBefore, notAfter, ca, selfIssued}, where titles are short names for people;
-  /// and for what is none: {source, index, error, found, line}. Beyond 100 of these an input's are
-  /// counted only.
+  /// title, issuer, notBefore, notAfter, ca, selfIssued, ber}, where titles are short names for
+  /// people and `ber` is whether it came in BER, on which no decision may rest; and for what is
+  /// none: {source, index, error, found, line}. Beyond 100 of these an input's are counted only.
   void feed(std::span<const unsigned char> piece, StringBuffer& out);
   /// Takes its end, with lines as above and a last one, {source, items, passedOver}: how many items
   /// it held, and how many of them were only counted.

@@ -1,8 +1,9 @@
 // What the page knows: the certificates by their rows in the module, and which of them is shown.
 
 export const state = {
-  rows: [], // {row, source, index, title, issuer, notBefore, notAfter, ca, selfIssued}
-  sources: new Map(), // name to {first, count, places, hasKey, drop}: its first row, how many, the rows by their index, a key, and what it came with
+  rows: [], // {row, source, index, title, issuer, notBefore, notAfter, ca, selfIssued, ber}
+  // Name to {first, count, places, hasKey, drop}: its first row, how many, the rows by their index, a key, what it came with.
+  sources: new Map(),
   shown: null, // the row of the card
   before: null, // the row that was shown before
   trusted: new Set(), // rows

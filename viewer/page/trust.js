@@ -53,24 +53,25 @@ function form(row, answerBox) {
   return fields;
 }
 
-function rootChoice({ row, title, notAfter, source }, rejudge) {
+function rootChoice({ row, title, notAfter, source, ber }, rejudge) {
   const id = `root-${row}`;
   return el('li', {},
-    el('input', { type: 'checkbox', id, checked: state.trusted.has(row), onchange: (event) => {
+    el('input', { type: 'checkbox', id, checked: state.trusted.has(row), disabled: ber, onchange: (event) => {
       trust([row], event.target.checked);
       rejudge();
     } }),
     el('label', { for: id }, el('bdi', {}, title), ' ',
-      el('span', { class: 'faint' }, `until ${dayText(notAfter)}, of ${source}`)));
+      el('span', { class: 'faint' }, `until ${dayText(notAfter)}, of ${source}${ber ? '; BER, on which no decision may rest' : ''}`)));
 }
 
-/** Trusts rows as roots, or no longer. */
+/** Trusts rows as roots, or no longer. Nothing rests on BER. */
 export function trust(rows, isTrusted = true) {
-  for (const row of rows) {
+  const able = rows.filter((row) => !state.rows[row].ber);
+  for (const row of able) {
     if (isTrusted) state.trusted.add(row);
     else state.trusted.delete(row);
   }
-  ask('trustAll', rows, isTrusted);
+  ask('trustAll', able, isTrusted);
 }
 
 function roots(row, answerBox) {
@@ -85,7 +86,7 @@ function roots(row, answerBox) {
       button('Open a file of roots', openRoots, { class: 'quiet' }),
       candidates.length > 1 && button(`Trust all ${candidates.length.toLocaleString('en')}`, () => {
         trust(candidates.map((each) => each.row));
-        list.querySelectorAll('input').forEach((box) => (box.checked = true));
+        list.querySelectorAll('input:enabled').forEach((box) => (box.checked = true));
         rejudge();
       }, { class: 'quiet' })),
     el('p', { class: 'faint' }, 'This page brings no roots of its own and does not ask your system for any.'));
