@@ -51,6 +51,7 @@ void askElements(const Session& session, size_t row) {
     const size_t end = each[0] + each[1] + each[2];
     require(each[1] >= 2 && end <= ends.back(), "an element is inside the one around it");
     ends.push_back(end);
+    session.value(row, each[0], json);
   }
   require(ends.size() > 1, "there is an element");
 }
