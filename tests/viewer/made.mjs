@@ -7,19 +7,18 @@ import { join } from 'node:path';
 function tlv(tag, ...contents) {
   const content = Buffer.concat(contents.map((each) => Buffer.from(each)));
   if (content.length < 0x80) return Buffer.concat([Buffer.from([tag, content.length]), content]);
-  const size = Buffer.alloc(4);
-  size.writeUInt32BE(content.length);
-  const short = size.subarray(size.findIndex((octet) => octet !== 0));
-  return Buffer.concat([Buffer.from([tag, 0x80 | short.length]), short, content]);
+  const digits = content.length.toString(16);
+  const size = Buffer.from(digits.padStart(digits.length + (digits.length % 2), '0'), 'hex');
+  return Buffer.concat([Buffer.from([tag, 0x80 | size.length]), size, content]);
 }
 
 const OIDS = { title: [0x55, 4, 3], names: [0x55, 0x1d, 0x11], other: [0x2a, 3, 4], key: [0x2b, 0x65, 0x70] };
 const name = (title) => tlv(0x30, tlv(0x31, tlv(0x30, tlv(6, OIDS.title), tlv(0x0c, title))));
 export const extension = (oid, value) => tlv(0x30, tlv(6, oid), tlv(4, value));
 
-export function certificate(title, ...extensions) {
+export function certificate(title, serial, ...extensions) {
   const algorithm = tlv(0x30, tlv(6, OIDS.key));
-  const tbs = tlv(0x30, tlv(0xa0, tlv(2, [2])), tlv(2, [1]), algorithm, name('issuer <i>'),
+  const tbs = tlv(0x30, tlv(0xa0, tlv(2, [2])), tlv(2, serial), algorithm, name('issuer <i>'),
     tlv(0x30, tlv(0x17, '250101000000Z'), tlv(0x17, '491231235959Z')), name(title),
     tlv(0x30, algorithm, tlv(3, [0], Buffer.alloc(32, 9))), ...(extensions.length ? [tlv(0xa3, tlv(0x30, ...extensions))] : []));
   return tlv(0x30, tbs, algorithm, tlv(3, [0], Buffer.alloc(64, 7)));
@@ -27,16 +26,16 @@ export function certificate(title, ...extensions) {
 
 export const MARKUP = '<img src=x onerror="document.title=1"><script>boom()</script>';
 
-/** Names full of markup and controls, a megabyte of names, one name of a megabyte, depth at the limit. */
+/** Names full of markup, controls and piles of marks, a megabyte of names, one name, serial number and OID of a megabyte, depth at the limit. */
 export function hostile() {
   const names = Array.from({ length: 60000 }, (_, place) => tlv(0x82, `host${place}.example`));
   let deep = tlv(5);
   for (let depth = 0; depth < 93; ++depth) deep = tlv(0x30, deep);
   return [
-    certificate(MARKUP, extension(OIDS.names, tlv(0x30, tlv(0x82, `a${MARKUP}\u202egro.live`), tlv(0x86, 'javascript:alert(1)')))),
-    certificate('safe\u202egro.elpmaxe\u0000\u001b[31m\n', extension(OIDS.names, tlv(0x30, ...names))),
-    certificate('M'.repeat(1 << 20)),
-    certificate('deep', extension(OIDS.other, deep)),
+    certificate(MARKUP, [1], extension(OIDS.names, tlv(0x30, tlv(0x82, `a${MARKUP}\u202egro.live`), tlv(0x86, 'javascript:alert(1)')))),
+    certificate('safe\u202egro.elpmaxe\u0000\u001b[31m\n\u200be\u0301\u0301\u0301\u0301\u0302', [1], extension(OIDS.names, tlv(0x30, ...names))),
+    certificate('M'.repeat(1 << 20), Buffer.alloc(1 << 20, 0x41), extension(Buffer.alloc(1 << 20, 0x41), tlv(5))),
+    certificate('deep', [1], extension(OIDS.other, deep)),
   ];
 }
 
