@@ -83,23 +83,17 @@ async function show(row) {
   await openRoom(room);
 }
 
-function onLines({ lines, name, done, total, isBroken, hasKey }) {
+function onLines(told) {
+  const source = state.sources.get(told.name);
   const failures = [];
-  const source = state.sources.get(name);
-  for (const line of lines) {
+  for (const line of told.lines) {
     const found = JSON.parse(line);
     if (found.row !== undefined) addRow(found);
     else if (found.error !== undefined) failures.push(found);
-    else if (!isBroken) tellEnd(found);
+    else if (!told.isBroken) tellEnd(found);
   }
-  source.hasKey ||= failures.some(isKey);
-  if (hasKey && !source.hasKey) failures.push({ source: name, index: 0, found: 'privateKey' });
-  source.hasKey ||= hasKey;
-  addNotices(isBroken ? failures.filter(isKey) : failures);
-  if (isBroken) addNote(`${name} could not be read to its end: it is a folder, or it has gone or changed meanwhile.`);
-  byId('progress').hidden = done === total;
-  byId('progress-bar').value = total === 0 ? 1 : done / total;
-  byId('progress-words').textContent = `Reading ${visible(name.slice(0, 60))}`;
+  tellFailures(failures, source, told);
+  tellProgress(told);
   if (state.rows.length === 0) return;
   byId('start').hidden = true;
   byId('work').hidden = false;
@@ -107,6 +101,20 @@ function onLines({ lines, name, done, total, isBroken, hasKey }) {
   if (source.count === 0 || (source.drop.isShown && state.shown !== null)) return;
   source.drop.isShown = true;
   if (state.shown === null || !isAboutSeveral()) show(source.first);
+}
+
+function tellFailures(failures, source, { name, isBroken, hasKey }) {
+  source.hasKey ||= failures.some(isKey);
+  if (hasKey && !source.hasKey) failures.push({ source: name, index: 0, found: 'privateKey' });
+  source.hasKey ||= hasKey;
+  addNotices(isBroken ? failures.filter(isKey) : failures);
+  if (isBroken) addNote(`${name} could not be read to its end: it is a folder, or it has gone or changed meanwhile.`);
+}
+
+function tellProgress({ name, done, total }) {
+  byId('progress').hidden = done === total;
+  byId('progress-bar').value = total === 0 ? 1 : done / total;
+  byId('progress-words').textContent = `Reading ${visible(name.slice(0, 60))}`;
 }
 
 function tellEnd({ source, items, passedOver }) {
