@@ -6,6 +6,7 @@ import { spawnSync } from 'node:child_process';
 import { existsSync, mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { cardOf } from '../../viewer/page/brief.js';
 import { visible } from '../../viewer/page/dom.js';
 import { Engine, PROFILES, PURPOSES } from '../../viewer/page/engine.js';
 import { certificate, extension } from './made.mjs';
@@ -126,7 +127,16 @@ function compareEscapes() {
   same(visible(text).split('|').filter((_, code) => isWritten(code)), told.filter((_, code) => isWritten(code)), 'text that is made safe to show');
 }
 
+// A card's lists come in pieces.
+async function compareRest() {
+  const keyUsages = Array.from(Array(256).keys(), (bits) => extension([0x55, 0x1d, 15], [3, 2, 0, bits]));
+  const { engine } = await reading([write('many.der', certificate('many', [1], ...keyUsages))]);
+  const lines = engine.show(0);
+  same([0, 200].flatMap((from) => cardOf(lines, from).extensions.items.map(({ words }) => words)), JSON.parse(lines[2]).extensions, 'extensions in pieces');
+}
+
 compareEscapes();
+await compareRest();
 for (const file of FILES) await compareFile(file);
 await compareDifferences();
 for (const set of SETS) await compareVerdicts(set);

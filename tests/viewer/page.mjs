@@ -155,6 +155,9 @@ const tests = {
     await click('#entry-1');
     await browser.until("document.getElementById('card-title').innerText.includes('safe\\\\u{202E}gro.elpmaxe\\\\x00\\\\x1B[31m\\\\x0A\\\\u{200B}e\u0301\u0301\u0301\u0301\\\\u{0302}')");
     assert.equal(await count('#work img, #work script, #work a'), 0);
+    await room('overview', '.panels');
+    await pick('.panel button', 'Show more (59,800 left)');
+    await browser.until("document.querySelector('.chips').lastChild.innerText.includes('host699.example')");
     await room('asn1', '.element');
     await browser.until("/subjectAltName[^]*SEQUENCE\\s*60,000 members/.test(document.querySelector('.tree').innerText)");
     await click('#entry-2');
