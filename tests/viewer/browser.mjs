@@ -7,6 +7,9 @@ import { join } from 'node:path';
 
 const KEYS = { Enter: 13, Tab: 9, Escape: 27, ' ': 32, ArrowLeft: 37, ArrowUp: 38, ArrowRight: 39, ArrowDown: 40, Home: 36, End: 35 };
 
+// Workers are watched like the page.
+const WATCHED = ['Runtime.enable', 'Network.enable', 'Log.enable', 'Runtime.runIfWaitingForDebugger'];
+
 export class Browser {
   static async start() {
     const profile = mkdtempSync(join(tmpdir(), 'viewer-'));
@@ -43,10 +46,7 @@ export class Browser {
       if (error) reject(new Error(error.message));
       else resolve(result);
     }
-    // Workers are watched like the page.
-    if (method === 'Target.attachedToTarget') {
-      for (const call of ['Runtime.enable', 'Network.enable', 'Log.enable', 'Runtime.runIfWaitingForDebugger']) this.send(call, {}, params.sessionId).catch(() => {});
-    }
+    if (method === 'Target.attachedToTarget') WATCHED.forEach((call) => this.send(call, {}, params.sessionId).catch(() => {}));
     if (method === 'Page.fileChooserOpened') this.send('DOM.setFileInputFiles', { files: this.chosen, backendNodeId: params.backendNodeId });
     if (method === 'Network.requestWillBeSent') this.requests.push(params.request.url);
     if (method === 'Runtime.exceptionThrown') this.errors.push(params.exceptionDetails.exception?.description ?? params.exceptionDetails.text);
@@ -108,8 +108,7 @@ export class Browser {
   }
 
   async screenshot(path) {
-    const kind = path.endsWith('.webp') ? { format: 'webp', quality: 85 } : { format: 'png' };
-    const { data } = await this.send('Page.captureScreenshot', { ...kind });
+    const { data } = await this.send('Page.captureScreenshot', path.endsWith('.webp') ? { format: 'webp', quality: 85 } : { format: 'png' });
     writeFileSync(path, Buffer.from(data, 'base64'));
   }
 
