@@ -89,6 +89,7 @@ class PodArray {
   }
 
  private:
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
   static constexpr size_t kMaxElements = SIZE_MAX / 2 / sizeof(T);
 
   bool grow(size_t count) noexcept {
@@ -102,6 +103,7 @@ class PodArray {
     if (capacity > kMaxElements) return false;
     T* fresh = new (std::nothrow) T[capacity];
     if (fresh == nullptr) return false;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): likewise
     if (m_size != 0) std::memcpy(static_cast<void*>(fresh), m_data, m_size * sizeof(T));
     delete[] m_data;
     m_data = fresh;
