@@ -17,6 +17,7 @@ import json_schema
 from make_reader_data import CN, UTF8, certificate, name, tlv, to_ber
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what a shell starts in the background inherits that it is ignored
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples" / "chain"
 DATA = EXAMPLES.parent.parent / "tests" / "data" / "reader"
 LEAF = (EXAMPLES / "leaf.der").read_bytes()
