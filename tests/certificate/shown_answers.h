@@ -37,9 +37,6 @@ struct Shown {
   Shown& operator<<(const Result<T>& result) {
     return result ? *this << *result : *this << result.error();
   }
-  Shown& operator<<(const ExtensionContent& content) {
-    return std::visit([this](const auto& it) -> Shown& { return *this << it; }, content);
-  }
   template <class T>
   Shown& operator<<(const std::optional<T>& value) {
     return value ? *this << *value : *this << "-";
@@ -50,6 +47,9 @@ struct Shown {
     return *this;
   }
   Shown& operator<<(const Octets& octets) { return *this << Bytes(octets); }
+  Shown& operator<<(const ExtensionContent& content) {
+    return std::visit([this](const auto& it) -> Shown& { return *this << it; }, content);
+  }
 
   template <class... Parts>
   Shown& all(const Parts&... parts) {
