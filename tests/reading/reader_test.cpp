@@ -1,7 +1,10 @@
 #include "velmora/reading/certificate_reader.h"
 
+#include <cerrno>
+
 #include "tests/common/certificate_files.h"
 #include "tests/x509/x509_test.h"
+#include "velmora/reading/file_pieces.h"
 
 namespace velmora::test {
 namespace {
@@ -322,6 +325,17 @@ TEST(ReadCertificates, AppendsHoldersAndReportsTheRest) {
       "ERROR: A private key (PKCS #8), not a certificate.\n  index: 1\n  label: KEY"))
       << log.text().view();
   EXPECT_FALSE(log.text().containsSubstring("secret"));
+}
+
+TEST(ReadPieces, AnInterruptionLongAgoDoesNotRepeatTheEnd) {
+  std::string content;
+  const auto take = [&](std::span<const unsigned char> piece) {
+    content.append(piece.begin(), piece.end());
+    errno = EINTR;
+    return true;
+  };
+  EXPECT_EQ(readPieces(VELMORA_SOURCE_DIR "/tests/data/reader/label.pem", take), 0);
+  EXPECT_EQ(content, readFile("label.pem"));
 }
 
 }  // namespace
