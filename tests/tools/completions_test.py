@@ -96,6 +96,7 @@ class Manual(unittest.TestCase):
         self.assertTrue(page.isascii())
         done = subprocess.run(["groff", "-man", "-ww", "-Tutf8", "-P-cbou"], input=page, capture_output=True, text=True)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertRegex(done.stdout, r"(?m)^ +1 +the answer is no$")
         commands = re.findall(r"^  ([a-z]\w+) +", output(PROGRAM, "--help").partition("Options:")[0], re.M)
         for command in commands:
             self.assertIn(f"   {command}\n", done.stdout)
