@@ -5,6 +5,7 @@
 
 #include "tests/certificate/typed_test.h"
 #include "tests/common/table_file.h"
+#include "velmora/path/internal/general_name_key.h"
 #include "velmora/path/internal/name_constraints.h"
 #include "velmora/path/internal/name_doubt.h"
 #include "velmora/path/target.h"
@@ -87,6 +88,29 @@ TEST(Target, MatchesAlternativeNamesAlone) {
 
 Bytes other(const std::string& type, const Bytes& value) {
   return context(0, der::oid(type), context(0, value));
+}
+
+TEST(GeneralNames, HaveOneKeyWhereTheyAreTheSame) {
+  const auto key = [](const Bytes& name) { return keyOf(leafOf(name).subjectAltNames()->at(0)); };
+  const struct {
+    Bytes name, same, another;
+  } rows[] = {
+      {dns("A.org"), dns("a.org"), dns("b.org")},
+      {email("a@A.org"), email("a@a.org"), email("A@a.org")},
+      {email("a"), email("a"), email("A")},
+      {uri("u:a"), uri("u:a"), uri("u:A")},
+      {ip("\x7F\0\0\1"s), ip("\x7F\0\0\1"s), ip("\x7F\0\0\2"s)},
+      {primitive(8, "\x2A\3"), primitive(8, "\x2A\3"), primitive(8, "\x2A\4")},
+      {other("1.2.3", utf8("a")), other("1.2.3", utf8("a")), other("1.2.4", utf8("a"))},
+      {context(3, utf8("a")), context(3, utf8("a")), context(5, utf8("a"))},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.name));
+    ASSERT_TRUE(key(row.name));
+    EXPECT_EQ(key(row.name), key(row.same));
+    EXPECT_NE(key(row.name), key(row.another));
+  }
+  EXPECT_FALSE(key(primitive(9, "")));
 }
 const auto mailbox = [](const Bytes& value) { return other("1.3.6.1.5.5.7.8.9", value); };
 Bytes rdn(const std::string& type, const Bytes& value) {
