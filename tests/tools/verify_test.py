@@ -152,7 +152,7 @@ class Made(unittest.TestCase):
                                  (0, "--purpose", "server", "--no-host"), (1, "--purpose", "client"),
                                  (2, "--no-host"), (2, "--purpose", "client", "--no-host"), (2, "--purpose", "server"), (2, "--purpose", "cook"), (2, "--host", "a..b"),
                                  (2, "--host", "www.b\u00fccher.example"), (2, "--host", "a.b", "--ip", "192.0.2.1"),
-                                 (2, "--profile", "none"), (2, "--require-crl", "some"), (2, "--policy", "x")]:
+                                 (2, "--profile", "none"), (2, "--max-depth", "0"), (1, "--max-depth", "1"), (2, "--require-crl", "some"), (2, "--policy", "x")]:
             with self.subTest(options):
                 self.assertEqual(run("verify", "--roots", root, *options, leaf)[0], status)
         for end, *options in [("add --purpose.\n",), ("add --purpose server.\n", "--host", "www.example.org"),
