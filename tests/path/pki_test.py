@@ -192,6 +192,8 @@ def main():
             answer = written.ask(os.path.abspath(program)) if program != "-" else None
             failures += [f"{what}\n    {each}" for each in (objections(written, holds, judged, answer) if answer else ())]
             ask_peers(written, label, peers, holds, differing)
+            if failures and "--failfast" in flags:
+                break
             if only:
                 print(what, holds, *([c.subject for c in way] + [sorted(why)] for way, why in judged), sep="\n")
                 print(answer, *(getattr(written, peer)() for peer in peers), sep="\n")
