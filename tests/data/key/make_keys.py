@@ -16,8 +16,8 @@ def good_key(case, der, kind, bits, curve="", id_of=None):
     KEYS.add(Case=case, Der=der, Type=kind, Bits=str(bits), Curve=curve, KeyId=f"{key_id:016X}")
 
 
-def bad_key(case, der, reason):
-    KEYS.add(Case=case, Der=der, Refused=reason)
+def bad_key(case, der, reason, **more):
+    KEYS.add(Case=case, Der=der, Refused=reason, **more)
 
 
 def rsa_public(n, e):
@@ -135,9 +135,9 @@ def ec_key_cases():
     bad_key("EC explicit curve", explicit, unnamed)
     bad_key("EC NULL for a curve", key_info(OID_EC, NULL, point), unnamed)
     bad_key("EC without a curve", key_info(OID_EC, b"", point), unnamed)
-    bad_key("EC unknown curve", key_info(OID_EC, oid(bytes.fromhex("2b81040006")), point), no_curve)
-    bad_key("EC curve of a long OID", key_info(OID_EC, oid(b"\x2a" * 40), point), no_curve)
-    bad_key("EC curve that is no OID", key_info(OID_EC, oid(b"\x2a\x80"), point), no_curve)
+    bad_key("EC unknown curve", key_info(OID_EC, oid(bytes.fromhex("2b81040006")), point), no_curve, Curve="1.3.132.0.6")
+    bad_key("EC curve of a long OID", key_info(OID_EC, oid(b"\x2a" * 40), point), no_curve, Curve="")
+    bad_key("EC curve that is no OID", key_info(OID_EC, oid(b"\x2a\x80"), point), no_curve, Curve="")
     bad_key("EC point of another curve", key_info(OID_EC, oid(bytes.fromhex("2b8104000a")), point), no_point)
 
 

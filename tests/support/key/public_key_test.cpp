@@ -30,6 +30,8 @@ TEST_P(PublicKey, LoadsOrRefuses) {
     if (record.has("Refused")) {
       EXPECT_FALSE(loaded);
       EXPECT_TRUE(logged(log, record.get("Refused"))) << log.text().view();
+      const std::string curve = record.has("Curve") ? "curveOid: " + record.get("Curve") : "";
+      EXPECT_NE(log.text().view().find(curve + "\n"), std::string_view::npos);
       expectEmpty(key);
       return;
     }
