@@ -98,16 +98,15 @@ bool refuseDigestInfo(const DataBuffer& digestInfo, LogBase& log) {
 }
 
 // Whether the digest that was signed is that of the certificate.
-bool digestMatches(const CertificateSignature& parts, DataBuffer& digest, SignatureForm& form,
-                   LogBase& log) {
-  const int hashId = _vmHash::oidToHashAlg(form.hashOid);
+bool digestMatches(const CertificateSignature& parts, const StringBuffer& hashOid,
+                   DataBuffer& digest, LogBase& log) {
+  const int hashId = _vmHash::oidToHashAlg(hashOid);
   DataBuffer hash;
   // What is not known is tried as SHA-1, which goes by more OIDs than one. That this lets no
   // forgery pass rests on kMaxHashOidSize.
   hashToBeSigned(parts, hashId != _vmHash::kUnknown ? hashId : _vmHash::kSha1, hash);
   // A digest that was encoded as a number lacks its leading zeros.
   const unsigned char zero = 0;
-  form.digestWasShorter = hash.size() > digest.size();
   while (hash.size() > digest.size() && digest.prepend(&zero, 1)) {
   }
   const bool valid = hash.equals(digest);
@@ -119,30 +118,30 @@ bool digestMatches(const CertificateSignature& parts, DataBuffer& digest, Signat
 }
 
 bool verifyDigestInfo(const CertificateSignature& parts, const DataBuffer& digestInfo,
-                      SignatureForm& form, LogBase& log) {
+                      LogBase& log) {
   unsigned consumed = 0;
   const RefOwner<_vmAsn1> info(
       _vmAsn1::DecodeToAsn(digestInfo.data(), sizeOf(digestInfo), consumed, log));
   if (!info) return refuse("Failed to decode signature ASN.1.", log);
+  StringBuffer hashOid;
   DataBuffer digest;
-  readDigestInfo(*info, form.hashOid, digest);
-  if (form.hashOid.isEmpty() || digest.empty()) return refuseDigestInfo(digestInfo, log);
-  if (log.m_verbose) log.LogDataSb("HashAlgorithmOid", form.hashOid);
-  return digestMatches(parts, digest, form, log);
+  readDigestInfo(*info, hashOid, digest);
+  if (hashOid.isEmpty() || digest.empty()) return refuseDigestInfo(digestInfo, log);
+  if (log.m_verbose) log.LogDataSb("HashAlgorithmOid", hashOid);
+  return digestMatches(parts, hashOid, digest, log);
 }
 
-bool verifyRsa(const CertificateSignature& parts, const RsaKeyData& key, SignatureForm& form,
-               LogBase& log) {
+bool verifyRsa(const CertificateSignature& parts, const RsaKeyData& key, LogBase& log) {
   const bool isPss = parts.padding == RsaPrimitive::kPaddingPss;
   DataBuffer hash;
   if (isPss) hashToBeSigned(parts, parts.pssHashId, hash);
   DataBuffer digestInfo;
   if (!RsaPrimitive::unsignSslSig(parts.signature.data(), sizeOf(parts.signature), hash.data(),
                                   sizeOf(hash), key, parts.padding, parts.pssHashId, digestInfo,
-                                  log, &form.pss)) {
+                                  log)) {
     return refuse("Failed to unsign certificate signature.", log);
   }
-  return isPss || verifyDigestInfo(parts, digestInfo, form, log);
+  return isPss || verifyDigestInfo(parts, digestInfo, log);
 }
 
 int ecdsaHashId(const StringBuffer& algorithmOid) {
@@ -214,10 +213,9 @@ bool loadIssuerKey(const CertificateSignature& parts, const DataBuffer& keyBytes
   return true;
 }
 
-bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, SignatureForm& form,
-                   LogBase& log) {
+bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, LogBase& log) {
   if (const DsaKeyData* dsa = key.getDsaKey()) return verifyDsa(parts, *dsa, log);
-  if (const RsaKeyData* rsa = key.getRsaKey()) return verifyRsa(parts, *rsa, form, log);
+  if (const RsaKeyData* rsa = key.getRsaKey()) return verifyRsa(parts, *rsa, log);
   if (const EccKeyData* ecc = key.getEccKey()) return verifyEcc(parts, *ecc, log);
   if (const Ed25519KeyData* ed25519 = key.getEd25519Key()) {
     return verifyEd25519(parts, *ed25519, log);

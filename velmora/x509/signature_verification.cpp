@@ -53,9 +53,8 @@ bool verifyWithKeyOf(VelmoraX509& keyCert, const DataBuffer& certDer, LogBase& l
   }
   CertificateSignature parts;
   _vmPublicKey key;
-  SignatureForm form;
   return readCertificateSignature(certDer, parts, log) &&
-         loadIssuerKey(parts, keyBytes, key, log) && verifyWithKey(parts, key, form, log);
+         loadIssuerKey(parts, keyBytes, key, log) && verifyWithKey(parts, key, log);
 }
 
 // Whether `cert` has the key of the root that was registered under its name.

@@ -22,13 +22,6 @@ struct CertificateSignature {
   int pssHashId = _vmHash::kSha1;
 };
 
-/// What an RSA signature holds that verifies, for who is stricter than verifyWithKey.
-struct SignatureForm {
-  StringBuffer hashOid;           // PKCS #1 v1.5: of the DigestInfo, dotted
-  bool digestWasShorter = false;  // PKCS #1 v1.5: zeros had to be put in front of the digest
-  PssForm pss;
-};
-
 /// A certificate in DER (or BER) as an ASN.1 object, decoded and counted once for the caller; null,
 /// with an error, when it cannot be decoded.
 _vmAsn1* decodeCertificate(const DataBuffer& der, LogBase& log);
@@ -42,8 +35,7 @@ bool readCertificateSignature(const DataBuffer& der, CertificateSignature& parts
 bool loadIssuerKey(const CertificateSignature& parts, const DataBuffer& keyBytes, _vmPublicKey& key,
                    LogBase& log);
 
-/// True when the signature is the key's, with its form; else an error says why not.
-bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, SignatureForm& form,
-                   LogBase& log);
+/// True when the signature is the key's; else an error says why not.
+bool verifyWithKey(const CertificateSignature& parts, _vmPublicKey& key, LogBase& log);
 
 }  // namespace velmora
