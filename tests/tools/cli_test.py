@@ -874,6 +874,30 @@ class Usage(unittest.TestCase):
                     self.assertEqual(done.returncode, 3)
                     self.assertEqual([reason in line for line in done.stderr.decode().splitlines()], [True])
 
+    @unittest.skipIf("FAILING_NEW" not in os.environ, "no library to preload")
+    def test_memory_that_runs_out_says_so(self):
+        chain = [str(EXAMPLES / name) for name in ("leaf.pem", "root.pem", "intermediate.pem")]
+        verify = ["verify", "--at", "2026-06-01", *chain[:1]]
+        crl = [str(EXAMPLES.parent / "crl" / name) for name in ("ca.crl", "ca.pem", "reader.pem", "writer.pem")]
+        commands = [["show"], ["show", "--json"], ["show", "--xml"], ["name", "--json"], ["name", "--members"], ["ext", "subjectAltName", *chain[:1]], ["pin"],
+                    ["expires"], ["lint"], ["tree", *chain], ["diff", *chain[:2]], ["match", "sha256,base64,j9yJjlHYVkzYK0cLBZsoNiwE29LMzwzxAYAD1BGn4nI="],
+                    ["issuer", *chain[:1], chain[2]], ["split", "--force", "--out", "."], ["manual"],
+                    [*verify, "--roots", chain[1], "--chain", chain[2]], [*verify, "--json", "--roots", chain[2]],
+                    ["verify", "--at", "2026-06-01", "--roots", crl[1], "--crl", crl[0], *crl[2:]]]
+        with tempfile.TemporaryDirectory() as folder:
+            environment = dict(os.environ, LD_PRELOAD=os.environ["FAILING_NEW"], ALLOCATIONS=os.path.join(folder, "count"))
+            for words in commands:
+                words += [] if chain[0] in words or len(words) > 6 or words == ["manual"] else chain
+                expected = run(*words, cwd=folder, env=environment)
+                count = int(pathlib.Path(folder, "count").read_text())
+                self.assertGreater(count, 1)
+                for at in range(1, count + 1):
+                    for more in ({}, {"FAILS_ON": "1"}) if at % 8 == 0 else ({},):
+                        done = subprocess.run([PROGRAM, *words], cwd=folder, capture_output=True, env={**environment, "FAILS_AT": str(at), **more})
+                        with self.subTest(words=words, at=at, **more):
+                            answer = (done.returncode, done.stdout.decode(), done.stderr.decode())
+                            self.assertTrue(answer == expected or (answer[0] == 3 and answer[2]), answer)
+
     def test_inputs_that_end_or_fail_midway(self):
         with tempfile.TemporaryDirectory() as folder:
             fifo = os.path.join(folder, "fifo")
@@ -886,13 +910,16 @@ class Usage(unittest.TestCase):
                     pipe.write(given)
                 out, errors = program.communicate(timeout=60)
                 self.assertEqual((program.returncode, out.decode().splitlines(), reason in errors.decode()), (3 if reason else 0, names, True))
-            path = pathlib.Path(folder, "shrinks.pem")
-            path.write_bytes(content * 3000)
-            with subprocess.Popen([PROGRAM, "name", str(path)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0) as program:
-                program.stdout.readline()  # and waits until the rest of the output is read
-                os.truncate(path, len(content) * 2000 - 20)
-                out, errors = program.communicate(timeout=60)
-            self.assertEqual((program.returncode, len(out.splitlines()), b"END" in errors), (3, 5998, True))
+            path = pathlib.Path(folder, "changes.pem")
+            for size, names in ((2000 * len(content) - 20, 5999), (5000 * len(content), 15_000)):
+                path.write_bytes(content * 3000)
+                with subprocess.Popen([PROGRAM, "name", str(path)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0) as program:
+                    first = program.stdout.readline()  # and waits until the rest of the output is read
+                    with open(path, "ab") as grows:
+                        grows.write(content * 2000)
+                    os.truncate(path, size)
+                    out, errors = program.communicate(timeout=60)
+                self.assertEqual((program.returncode, len((first + out).splitlines()), b"END" in errors), (0 if names % 3 == 0 else 3, names, names % 3 != 0))
         for unreadable, reason in (("/proc/self/mem", "Input/output error"), ("/", "Is a directory")):
             for command in (["name"], ["verify", "--roots", data("three_0.der"), "--chain", data("three.pem")]):
                 status, _, errors = run(*command, data("three_1.der"), unreadable, data("three_1.der"))

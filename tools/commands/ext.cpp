@@ -47,7 +47,9 @@ void runExt(const Arguments& arguments, Console& console) {
   const std::string_view named = oidOfName(arguments.operand());
   const std::string_view oid = named.empty() ? arguments.operand() : named;
   DataBuffer content;
-  if (!dottedToOid(oid, content)) {
+  const bool isOid = dottedToOid(oid, content);
+  whole(content);
+  if (!isOid) {
     throw UsageError("neither a dotted OID nor a known name: " + std::string(oid) +
                      meantExtension(oid));
   }

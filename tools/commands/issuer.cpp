@@ -1,9 +1,14 @@
+#include <algorithm>
+#include <new>
 #include <optional>
+#include <utility>
 
 #include "tools/commands/command.h"
+#include "tools/reading/memory_log.h"
 #include "tools/render/fold.h"
 #include "tools/render/name_text.h"
 #include "velmora/path/link.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -19,13 +24,18 @@ struct Fit {
 
 Fit fitOf(VelmoraX509& subject, const Certificate& certificate, VelmoraX509& issuer,
           const Certificate& candidate) {
-  LogNull log;
+  MemoryLog log;
   StringBuffer identifier;
   const Name name = certificate.issuer();
-  return {subject.isIssuedBy(issuer, log),
-          subject.getAuthorityKeyIdentifier(identifier, log) &&
-              issuer.getSubjectKeyIdentifier(identifier, log),
-          !name.isEmpty() && name.matches(candidate.subject()), linkFaults(certificate, candidate)};
+  const bool byIdentifiers = subject.getAuthorityKeyIdentifier(identifier, log) &&
+                             issuer.getSubjectKeyIdentifier(identifier, log);
+  whole(identifier);
+  auto faults = linkFaults(certificate, candidate);
+  if (std::ranges::count(faults, Reason::outOfMemory) != 0) throw std::bad_alloc();
+  const bool matches = subject.isIssuedBy(issuer, log);
+  log.wantNone();
+  return {matches, byIdentifiers, !name.isEmpty() && name.matches(candidate.subject()),
+          std::move(faults)};
 }
 
 void writeFit(const InputCertificate& input, const Fit& fit, StringBuffer& out) {

@@ -3,6 +3,7 @@
 #include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
 #include "tools/render/roff.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -58,7 +59,7 @@ void writeCommand(const Command& command, Roff& page) {
   page.subsection(command.name);
   StringBuffer usage;
   appendUsage(command, usage);
-  page.term("velmora-x509", usage.view());
+  page.term("velmora-x509", whole(usage).view());
   page.text(command.summary);
   page.paragraphs(command.details);
   for (const OptionSpec& option : command.options) {

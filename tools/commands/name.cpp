@@ -20,6 +20,7 @@ void printStyled(const Arguments& arguments, int style, Console& console) {
   const bool isReversed = arguments.has("--reverse");
   LogNull log;
   log.m_optionKeywords.append(arguments.value("--keywords").value_or(""));
+  whole(log.m_optionKeywords);
   XString name;
   visitLoaded(arguments, console, [&](VelmoraX509& certificate, auto&) {
     const bool read = isReversed

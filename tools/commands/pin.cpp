@@ -4,6 +4,7 @@
 
 #include "tools/bulk/lines.h"
 #include "tools/commands/command.h"
+#include "tools/reading/memory_log.h"
 #include "velmora/support/core/arrays.h"
 #include "velmora/support/hash/sha_digest.h"
 #include "velmora/support/hash/vm_hash.h"
@@ -18,7 +19,8 @@ void checkNames(std::string_view hash, std::string_view encoding) {
   if (_vmHash::hashId(hash) == _vmHash::kUnknown) {
     throw UsageError("the hash is one of sha1, sha256, sha384, sha512");
   }
-  if (!DataBuffer().encodeDB(StringBuffer(encoding).getString(), unused)) {
+  const bool isEncoding = DataBuffer().encodeDB(whole(StringBuffer(encoding)).getString(), unused);
+  if (!isEncoding && !unused.failed()) {
     throw UsageError("the encoding is one of base64, base64url, hex, hexlower");
   }
 }
@@ -53,7 +55,7 @@ void runPin(const Arguments& arguments, Console& console) {
 // A pin set that could never match is a mistake, and not an answer.
 void checkPinSet(std::string_view pinSet) {
   ExtPtrArraySb fields;
-  StringBuffer(pinSet).split(fields, ',', true, false);
+  if (!StringBuffer(pinSet).split(fields, ',', true, false)) throw std::bad_alloc();
   if (fields.getSize() >= 3) return checkNames(fields.sbAt(0)->view(), fields.sbAt(1)->view());
   throw UsageError(
       "a pin set is a hash, an encoding and pins, separated by commas, or sha256// and a pin");
@@ -90,9 +92,10 @@ void runMatch(const Arguments& arguments, Console& console) {
       arguments, console,
       [&](Answers& answers) {
         return loaded([&](VelmoraX509& certificate, const InputCertificate& input) {
-          LogNull log;
+          MemoryLog log;
           XString pinSet(pins);
-          const bool matches = certificate.matchesPinSet(pinSet, log);
+          const bool matches = certificate.matchesPinSet(whole(pinSet), log);
+          log.wantNone();
           if (matches) anyMatches = true;
           if (!matches) allMatch = false;
           print(answers.out(), matches ? "yes  " : "no   ", input, '\n');

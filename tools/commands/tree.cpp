@@ -1,4 +1,6 @@
 #include <map>
+#include <new>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -17,17 +19,26 @@ constexpr size_t kMostTried = 16;
 // Deeper ones stand under one another, so that long chains are not wide.
 constexpr size_t kMostIndented = 32;
 
+// What is answered, unless memory ran out for it.
+template <class T>
+Result<T> whole(Result<T> answer) {
+  if (!answer && answer.error().code == ErrorCode::outOfMemory) throw std::bad_alloc();
+  return answer;
+}
+
 // Certificates, each below the one that signed it.
 class Forest {
  public:
   void add(const InputCertificate& input) {
-    if (!m_known.emplace(input.certificate, m_trees.size()).second) return;
-    if (auto name = input.certificate.subject().folded()) {
-      const auto id = input.certificate.subjectKeyId();
-      if (id) m_identified[{*name, std::string(charactersOf(*id))}].push_back(m_trees.size());
-      m_named[*std::move(name)].push_back(m_trees.size());
-    }
+    const size_t place = m_trees.size();
+    if (m_known.contains(input.certificate)) return;
+    const auto name = input.certificate.subject().folded();
+    const auto id = whole(input.certificate.subjectKeyId());
+    // First, so that what the others name is there wherever memory runs out.
     m_trees.push_back({input.certificate, input, {}, kNone, false});
+    m_known.insert(input.certificate);
+    if (name && id) m_identified[{*name, std::string(charactersOf(*id))}].push_back(place);
+    if (name) m_named[*name].push_back(place);
   }
 
   void print(StringBuffer& out) {
@@ -61,7 +72,7 @@ class Forest {
     if (named == m_named.end()) return kNone;
     if (certificate.isSelfIssued() && isSignedBy(certificate, certificate)) return place;
     size_t tried = 0;
-    const auto authority = certificate.authorityKeyId();
+    const auto authority = whole(certificate.authorityKeyId());
     if (authority && authority->keyId) {
       const auto identified =
           m_identified.find({*name, std::string(charactersOf(*authority->keyId))});
@@ -83,7 +94,9 @@ class Forest {
   }
 
   static bool isSignedBy(const Certificate& certificate, const Certificate& issuer) {
-    return certificate.signedBy(issuer) == SignatureVerdict::good;
+    const SignatureCheck check = certificate.checkSignature(issuer);
+    if (check.fault == SignatureFault::outOfMemory) throw std::bad_alloc();
+    return check.verdict == SignatureVerdict::good;
   }
 
   // Whether the one names the other's key by its identifier.
@@ -139,7 +152,7 @@ class Forest {
   }
 
   std::vector<Tree> m_trees;
-  std::map<Certificate, size_t> m_known;
+  std::set<Certificate> m_known;
   std::map<std::string, std::vector<size_t>> m_named;  // by their folded subjects
   // By these and the identifiers of their keys: of one name there may be any number.
   std::map<std::pair<std::string, std::string>, std::vector<size_t>> m_identified;

@@ -1,4 +1,5 @@
 #include "tools/completion/completion.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -54,7 +55,8 @@ void appendCommand(const Command& command, StringBuffer& out) {
   appendDescription(command.summary, out);
   StringBuffer condition("__velmora_x509_is ");
   condition.append(command.name);
-  for (const OptionSpec& option : command.options) appendOption(condition.view(), option, out);
+  for (const OptionSpec& option : command.options)
+    appendOption(whole(condition).view(), option, out);
   appendOption(condition.view(), {"--help", "", "how the command is used"}, out);
   if (command.takesFiles) return;
   print(out, "complete -c velmora-x509 -n '", condition, "' -f");

@@ -1,4 +1,5 @@
 #include "tools/completion/completion.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -64,7 +65,7 @@ void appendOption(const OptionSpec& option, StringBuffer& out) {
   row.appendChar(']');
   if (!option.value.empty()) appendAction(option.value, option.words, row);
   print(out, " \\\n        ");
-  appendQuoted(row.view(), kQuote, out);
+  appendQuoted(whole(row).view(), kQuote, out);
 }
 
 // The options that stand in place of a command follow from where the word stands.
@@ -76,7 +77,7 @@ void appendCommandCase(const Command& command, StringBuffer& out) {
     StringBuffer row("1");
     appendAction(command.operand, command.operandWords, row);
     print(out, " \\\n        ");
-    appendQuoted(row.view(), kQuote, out);
+    appendQuoted(whole(row).view(), kQuote, out);
   }
   print(out, command.takesFiles ? " \\\n        '*:FILE:_files'" : "", " && found=0\n      ;;\n");
 }
@@ -89,7 +90,7 @@ void appendZshCompletion(const Program& program, StringBuffer& out) {
     StringBuffer row;
     print(row, command->name, ':', command->summary);
     print(out, "    ");
-    appendQuoted(row.view(), kQuote, out);
+    appendQuoted(whole(row).view(), kQuote, out);
     out.appendChar('\n');
   }
   print(out, kDispatch);

@@ -2,6 +2,7 @@
 
 #include "tools/terminal/print.h"
 #include "velmora/support/text/ascii.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -10,6 +11,7 @@ StringBuffer reasonAndPlace(const CertificateFailure& failure, bool withLine) {
   appendReason(failure.reason, out);
   if (withLine && failure.line != 0) print(out, " (line ", failure.line, ')');
   if (failure.offset) print(out, " (offset ", *failure.offset, " in the DER)");
+  whole(out);
   return out;
 }
 

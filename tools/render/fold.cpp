@@ -39,7 +39,7 @@ void appendFolded(std::string_view line, size_t width, size_t indent, std::strin
 // Folds each line, with the indent that `indentOf` gives for it.
 template <class IndentOf>
 void foldEach(size_t start, size_t width, const IndentOf& indentOf, StringBuffer& out) {
-  if (width == 0) return;
+  if (width == 0 || out.failed()) return;
   const std::string text(out.view().substr(start));
   std::string folded;
   for (std::string_view rest = text; !rest.empty();) {

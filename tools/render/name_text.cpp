@@ -49,7 +49,9 @@ bool appendNameOfTree(Bytes der, StringBuffer& out) {
   do {
     VelmoraX509::appendToDN(*tree, true, 0, text, log);
   } while (tree->NextSibling2());
-  return out.append(whole(text).view());
+  out.append(whole(text).view());
+  whole(out);
+  return true;
 }
 
 bool isSameText(const ShownAttribute& a, const ShownAttribute& b) {
@@ -102,6 +104,7 @@ bool appendName(const Name& name, const Attributes& attributes, StringBuffer& ou
     appendAttribute(attribute, out);
     separator = ", ";
   }
+  whole(out);
   return true;
 }
 
@@ -111,7 +114,7 @@ bool appendName(const Name& name, StringBuffer& out) {
 
 void appendSubject(std::string_view before, const Certificate& certificate, StringBuffer& out) {
   StringBuffer text;
-  if (appendName(certificate.subject(), text)) print(out, before, Safe{whole(text).view()});
+  if (appendName(certificate.subject(), text)) print(out, before, Safe{text.view()});
 }
 
 void writeAttribute(const ShownAttribute& attribute, JsonLine& line) {

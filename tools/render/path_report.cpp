@@ -6,6 +6,7 @@
 #include "tools/render/decoded_extension.h"
 #include "tools/render/name_text.h"
 #include "tools/render/oid_text.h"
+#include "velmora/support/text/whole.h"
 
 namespace velmora::tool {
 
@@ -49,7 +50,7 @@ class Tree {
       const auto found = m_question.places.find(certificate);
       if (found != m_question.places.end()) print(where, found->second);
       if (m_path.anchor && place + 1 == size) where.append(", trusted");
-      line(certificate.subject(), where.view());
+      line(certificate.subject(), whole(where).view());
       indent();
       print(m_out, "  ", textOf(certificate.notBefore()), " to ", textOf(certificate.notAfter()),
             '\n');

@@ -14,6 +14,11 @@ namespace velmora::tool {
 
 namespace {
 
+// A line on standard error, or what takes no memory.
+void tell(const StringBuffer& line) {
+  writeAll(STDERR_FILENO, line.failed() ? "velmora-x509: out of memory\n" : line.view());
+}
+
 constexpr size_t kRecordBuffer = size_t{64} << 10;
 
 bool isSet(const char* variable) {
@@ -81,7 +86,7 @@ void Console::outputFailed(const char* reason) {
   if (!isFirst || reason == nullptr) return;
   StringBuffer line;
   print(line, "velmora-x509: standard output: ", reason, '\n');
-  writeAll(STDERR_FILENO, line.view());
+  tell(line);
 }
 
 void Console::complain(std::string_view what, std::string_view reason) {
@@ -93,9 +98,10 @@ void Console::wantBinary() const {
   if (::isatty(STDOUT_FILENO) != 0) throw UsageError("binary output is not written to a terminal");
 }
 
-void Console::writeError(std::string_view line) {
+void Console::writeError(const StringBuffer& line) {
   flush();
-  writeAll(STDERR_FILENO, line);
+  if (line.failed()) raise(ExitStatus::kUnreadable);
+  tell(line);
 }
 
 }  // namespace velmora::tool

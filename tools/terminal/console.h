@@ -54,12 +54,12 @@ class Console : public Answers {
   void takeBack(size_t size);
 
   /// Writes one line to standard error, behind the output so far: the program's name and the items
-  /// of print(), all safe to print.
+  /// of print(), all safe to print; or, where memory does not suffice for it, that it does not.
   template <class... Items>
   void error(const Items&... items) {
     StringBuffer line;
     print(line, "velmora-x509: ", items..., '\n');
-    writeError(line.view());
+    writeError(line);
   }
 
   /// Says in such a line why `what`, a file or the like, could not be read or written, both made
@@ -78,7 +78,7 @@ class Console : public Answers {
 
  private:
   void write();
-  void writeError(std::string_view line);
+  void writeError(const StringBuffer& line);
   void outputFailed(const char* reason);
 
   bool m_coloured;

@@ -1,4 +1,6 @@
+#include "velmora/support/core/out_of_memory.h"
 #include "velmora/support/hash/vm_hash.h"
+#include "velmora/support/log/refuse.h"
 #include "velmora/x509/internal/tree_visit.h"
 #include "velmora/x509/velmora_x509.h"
 
@@ -12,6 +14,7 @@ bool VelmoraX509::fillSpkiDer(LogBase& log) {
     return false;
   }
   if (encodeSpki(m_spkiDer, log)) return true;
+  if (m_spkiDer.failed()) log.LogError(kOutOfMemory);
   m_spkiDer.clear();
   log.LogError("Error encoding SubjectPublicKeyInfo to DER.");
   return false;
@@ -27,14 +30,15 @@ bool VelmoraX509::getSpkiFingerprint(const StringBuffer& hashAlg, const StringBu
   DataBuffer digest;
   _vmHash::doHash(m_spkiDer.data(), static_cast<unsigned int>(m_spkiDer.size()),
                   _vmHash::hashId(hashAlg.view()), digest);
-  return digest.encodeDB(encoding.getString(), out.getUtf8Sb_rw());
+  const bool encoded = digest.encodeDB(encoding.getString(), out.getUtf8Sb_rw());
+  return encoded || !(digest.failed() || out.failed()) ? encoded : refuse(kOutOfMemory, log);
 }
 
 bool VelmoraX509::matchesPinSet(XString& pinSet, LogBase& log) {
   LogContextExitor context(log, "matchesPinSet");
   CritSecExitor lock(this);
   ExtPtrArraySb fields;
-  pinSet.getUtf8Sb().split(fields, ',', true, false);
+  if (!pinSet.getUtf8Sb().split(fields, ',', true, false)) log.LogError(kOutOfMemory);
   if (fields.getSize() <= 2) {
     log.LogError("Not enough strings in the pinset.");
     log.LogDataX("pinset", pinSet);

@@ -10,9 +10,9 @@ namespace velmora {
 /// it, since a shortened name or key is worse than none. Also to be asked before an operation is
 /// believed that something is not there, since lack of memory looks the same.
 template <class Buffer>
-Buffer& whole(Buffer& buffer) {
+Buffer&& whole(Buffer&& buffer) {
   if (buffer.failed()) throw std::bad_alloc();
-  return buffer;
+  return static_cast<Buffer&&>(buffer);
 }
 
 }  // namespace velmora
