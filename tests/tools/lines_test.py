@@ -101,7 +101,7 @@ class Lines(unittest.TestCase):
                 self.assertIn(error, first["error"])
 
     def test_a_pipe_is_answered_at_once_and_ctrl_c_ends_in_order(self):
-        for jobs in ("1", "3"):
+        for jobs, sent in (("1", signal.SIGINT), ("3", signal.SIGINT), ("3", signal.SIGTERM)):
             with subprocess.Popen([PROGRAM, "show", "--json", "--lines", "--jobs", jobs, "--progress", "-"], stdin=subprocess.PIPE,
                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE) as program:
                 for i in range(20):
@@ -110,7 +110,7 @@ class Lines(unittest.TestCase):
                     self.assertEqual(json.loads(program.stdout.readline())["index"], i)
                 program.stdin.write(b"half of a li")
                 program.stdin.flush()
-                program.send_signal(signal.SIGINT)
+                program.send_signal(sent)
                 self.assertEqual((program.wait(60), program.stdout.read()), (130, b""))
                 self.assertRegex(program.stderr.read(), rb"\Avelmora-x509: 20 certificates, 0 errors, [\d,]+/s, \d+ s\n\Z")
 

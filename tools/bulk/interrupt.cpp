@@ -12,29 +12,39 @@ namespace {
 std::atomic<bool> interruptNoted = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a handler of signals may set it");
 
-void setHandler(void (*handler)(int), int flags) noexcept {
+// Of Ctrl-C, and of who ends services and machines.
+constexpr int kSignals[] = {SIGINT, SIGTERM};
+
+void setHandler(int signal, void (*handler)(int), int flags) noexcept {
   struct sigaction action = {};
   action.sa_handler = handler;
   action.sa_flags = flags;
   sigemptyset(&action.sa_mask);
-  ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(signal, &action, nullptr);
+}
+
+// Whoever starts a program in the background has it ignore the first of them.
+bool isIgnored(int signal) noexcept {
+  struct sigaction now = {};
+  ::sigaction(signal, nullptr, &now);
+  return now.sa_handler == SIG_IGN;
 }
 
 }  // namespace
 
 Interruptible::Interruptible() noexcept {
   interruptNoted = false;
-  struct sigaction before = {};
-  ::sigaction(SIGINT, nullptr, &before);
-  // Whoever starts a program in the background has it ignore the signal.
-  if (before.sa_handler == SIG_IGN) return;
-  setHandler([](int) { interruptNoted = true; }, static_cast<int>(SA_RESETHAND | SA_RESTART));
+  for (const int each : kSignals) {
+    if (isIgnored(each)) continue;
+    const auto note = [](int) { interruptNoted = true; };
+    setHandler(each, note, static_cast<int>(SA_RESETHAND | SA_RESTART));
+  }
 }
 
 Interruptible::~Interruptible() {
-  struct sigaction now = {};
-  ::sigaction(SIGINT, nullptr, &now);
-  if (now.sa_handler != SIG_IGN) setHandler(SIG_DFL, 0);
+  for (const int each : kSignals) {
+    if (!isIgnored(each)) setHandler(each, SIG_DFL, 0);
+  }
 }
 
 bool Interruptible::interrupted() noexcept {
