@@ -4,10 +4,12 @@
 
 #include "tests/certificate/all_answers.h"
 #include "tests/certificate/shown_answers.h"
+#include "tests/common/signed_cases.h"
 #include "velmora/certificate/date_text.h"
 #include "velmora/certificate/issuer_key.h"
 #include "velmora/reading/crossing.h"
 #include "velmora/reading/reading.h"
+#include "velmora/reading/root_files.h"
 #include "velmora/reading/writing.h"
 
 namespace velmora::test {
@@ -98,6 +100,11 @@ TEST(Allocation, WithoutMemoryTextsAreReadAndWrittenRightOrNotAtAll) {
   const std::string ber = "\x30\x80" + charactersOf(c.der()).substr(3) + std::string(2, '\0');
   const RefOwner<VelmoraX509> object = objectOf(c);
   LogNull log;
+  const Certificate onCurve = parsed(SignedCases().issuerDers.at("P-256"));
+  SystemCerts store;
+  DataBuffer der;
+  object->getCertDer(der);
+  ASSERT_TRUE(store.addCertDer(der, log));
   XString tree;
   ASSERT_TRUE(object->getXml(tree, log));
   const std::string xml(tree.view()), data = VELMORA_SOURCE_DIR "/tests/data/reader/";
@@ -117,6 +124,18 @@ TEST(Allocation, WithoutMemoryTextsAreReadAndWrittenRightOrNotAtAll) {
       [&] { return show(readCertificateFile(data + "three.pem")); },
       [&] { return show(readCertificateFile(data + "three_ber.p7b")); },
       [&] { return show(readCertificateFile(data + "absent")); },
+      [&] {
+        ExtPtrArray out;
+        const bool isRead = readCertificates(xml + "\n" + ber, out, log);
+        return Shown() << (isRead ? std::to_string(out.getSize()) : kNoMemory);
+      },
+      [&] { return show(certificatesOf(store)); },
+      [&] {
+        std::vector<std::string> files;
+        const std::error_code error = listRootFiles(data, files);
+        return Shown() << (error ? kNoMemory : std::to_string(files.size()));
+      },
+      [&] { return Shown() << (IssuerKey(onCurve).prepare() ? "prepared" : kNoMemory); },
       [&] { return Shown() << (certificateOf(*object) ? "there" : kNoMemory); },
       [&] { return Shown() << (objectOf(c) ? "there" : kNoMemory); },
       [&] { return Shown() << (name.matches(other) ? "same" : kNoMemory); },

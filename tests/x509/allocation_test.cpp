@@ -204,6 +204,14 @@ TEST(X509OutOfMemory, RootsAreRegisteredOrNot) {
                              TrustedRoots::clear(nullptr);
                              root.reset(new LoadedX509(der));
                            });
+    ASSERT_TRUE(add(*root, nullptr, log));
+    bool removed = false;
+    forEachAllocationFault([&] { removed = removeTrustedRoot(*root, nullptr, log); },
+                           [&](bool faulted) {
+                             EXPECT_EQ(removed, !faulted);
+                             EXPECT_EQ(TrustedRoots::getCount(nullptr), removed ? 0u : 1u);
+                             root.reset(new LoadedX509(der));
+                           });
   }
 }
 

@@ -1,23 +1,46 @@
 #include "velmora/reading/root_files.h"
 
+#include <dirent.h>
+#include <sys/stat.h>
+
 #include <algorithm>
-#include <filesystem>
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+// With the system's own functions: in the C++ library's, memory that runs out may end the program.
 
 namespace velmora {
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const noexcept { ::closedir(folder); }
+};
+
+// What of a file the system tells as its type; 0 where it tells nothing.
+auto typeOf(const std::string& path) noexcept {
+  struct stat status = {};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
+}
+
+}  // namespace
 
 std::error_code listRootFiles(const std::string& path, std::vector<std::string>& files) {
-  std::error_code error;
-  if (!std::filesystem::is_directory(path, error)) {
+  if (!S_ISDIR(typeOf(path))) {
     files.push_back(path);
     return {};
   }
   const auto first = static_cast<std::ptrdiff_t>(files.size());
-  std::filesystem::directory_iterator entry(path, error);
-  const std::filesystem::directory_iterator end;
-  for (; !error && entry != end; entry.increment(error)) {
-    std::error_code unknown;
-    if (entry->is_regular_file(unknown)) files.push_back(entry->path().string());
+  const std::string start = path.ends_with('/') ? path : path + '/';
+  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(path.c_str()));
+  while (folder != nullptr) {
+    errno = 0;
+    const dirent* const entry = ::readdir(folder.get());
+    if (entry == nullptr) break;
+    std::string file = start + entry->d_name;
+    if (S_ISREG(typeOf(file))) files.push_back(std::move(file));
   }
+  const std::error_code error(errno, std::generic_category());
   std::sort(files.begin() + first, files.end());
   return error;
 }
