@@ -735,7 +735,15 @@ class Compared(unittest.TestCase):
         for others, missing in ((15, 0), (16, 1)):
             crowd = b"".join(real[:point] + bytes([real[point] ^ i]) + real[point + 1:] for i in range(1, others + 1))
             out = run("tree", stdin=(EXAMPLES / "leaf.der").read_bytes() + crowd + real)[1]
-            self.assertEqual(len(re.findall(r"^    -:1, .*not here|^C=CH, ST=.*\n.*not here", out, re.M)), missing)
+            self.assertEqual(len(re.findall(r"^C=CH, ST=.*\n.*, too many could be its issuer$", out, re.M)), missing)
+        # What all but the first of each may cost is limited for all together: 15 of P-256, for 41 certificates of these.
+        leaves = b"".join((EXAMPLES / "leaf.der").read_bytes()[:-1] + bytes([i]) for i in range(100))
+        out = run("tree", stdin=leaves + crowd[:15 * len(real)] + real)[1]
+        self.assertEqual((out.count("too many"), out.count("not here")), (59, 41 + 16))
+        for octets, untried in ((512, 0), (2048, 7)):  # of candidates with keys that are usual, and dear
+            key = tlv(0x30, tlv(0x30, oid("1.2.840.113549.1.1.1"), b"\5\0"), tlv(3, b"\0", tlv(0x30, tlv(2, b"\0" + b"\xff" * octets), b"\2\1\3")))
+            out = run("issuer", "--json", str(EXAMPLES / "leaf.pem"), "-", stdin=b"".join(certificate(name((CN, tlv(UTF8, b"%d" % i))), key=key) for i in range(40)))[1]
+            self.assertEqual(out.count("tooManySignatures"), untried)
 
     def test_diff_tells_the_fields(self):
         leaf = (EXAMPLES / "leaf.der").read_bytes()

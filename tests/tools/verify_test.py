@@ -129,6 +129,13 @@ class Made(unittest.TestCase):
         self.assertEqual(verify("--roots", root, "--chain", crowd, leaf)[0], 0)
         crowd.write_text("".join(map(ssl.DER_cert_to_PEM_cert, others)))
         self.assert_refused("wrongSignature", "--roots", root, "--chain", crowd, leaf)
+        # Of each of many leaves: what they may look at is limited for all together.
+        leaves = self.folder / "many leaves.der"
+        der = ssl.PEM_cert_to_DER_cert(leaf.read_text())
+        leaves.write_bytes(b"".join(der[:-1] + bytes([i]) for i in range(250)))
+        status, answers = verify("--roots", root, "--chain", crowd, leaves)
+        self.assertEqual((status, len(answers)), (1, 250))
+        self.assertLess(sum(each["used"]["candidates"] for each in answers), (1 << 16) + 250 * 64 + 2000)
 
     def test_certificates_that_certify_each_other_end(self):
         # Ten certificates of one name and key, each an issuer of all: no way leads to a root, and there

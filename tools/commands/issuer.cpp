@@ -5,6 +5,7 @@
 
 #include "tools/commands/command.h"
 #include "tools/reading/memory_log.h"
+#include "tools/reading/signature_budget.h"
 #include "tools/render/fold.h"
 #include "tools/render/name_text.h"
 #include "velmora/path/link.h"
@@ -23,14 +24,16 @@ struct Fit {
 };
 
 Fit fitOf(VelmoraX509& subject, const Certificate& certificate, VelmoraX509& issuer,
-          const Certificate& candidate) {
+          const Certificate& candidate, SignatureBudget& budget) {
   MemoryLog log;
   StringBuffer identifier;
   const Name name = certificate.issuer();
   const bool byIdentifiers = subject.getAuthorityKeyIdentifier(identifier, log) &&
                              issuer.getSubjectKeyIdentifier(identifier, log);
   whole(identifier);
-  auto faults = linkFaults(certificate, candidate);
+  const bool mayTry = SignatureBudget::isUsual(candidate) || budget.spend(candidate);
+  auto faults =
+      mayTry ? linkFaults(certificate, candidate) : std::vector{Reason::tooManySignatures};
   if (std::ranges::count(faults, Reason::outOfMemory) != 0) throw std::bad_alloc();
   const bool matches = subject.isIssuedBy(issuer, log);
   log.wantNone();
@@ -74,9 +77,11 @@ void runIssuer(const Arguments& arguments, Console& console) {
   visitCertificates({arguments.operand()}, console, takeFirst, tellFailure);
   if (!certificate) return;
   bool anyMatches = false;
+  SignatureBudget budget;
   visitFiles(arguments, console, [&](const InputCertificate& input) {
     loadInto(issuer.get(), input.der);
-    const Fit fit = fitOf(*subject, *certificate, *issuer, input.certificate);
+    budget.earn();
+    const Fit fit = fitOf(*subject, *certificate, *issuer, input.certificate, budget);
     anyMatches = anyMatches || fit.matches;
     arguments.has("--json") ? writeFit(input, fit, console.out()) : printFit(input, fit, console);
   });

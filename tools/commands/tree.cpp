@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tools/commands/command.h"
+#include "tools/reading/signature_budget.h"
 #include "tools/render/dates.h"
 #include "tools/render/fold.h"
 #include "tools/render/name_text.h"
@@ -37,6 +38,7 @@ class Forest {
     // First, so that what the others name is there wherever memory runs out.
     m_trees.push_back({input.certificate, input, {}, kNone, false});
     m_known.insert(input.certificate);
+    m_budget.earn();
     if (name && id) m_identified[{*name, std::string(charactersOf(*id))}].push_back(place);
     if (name) m_named[*name].push_back(place);
   }
@@ -44,17 +46,19 @@ class Forest {
   void print(StringBuffer& out) {
     for (size_t i = 0; i < m_trees.size(); ++i) {
       m_trees[i].issuer = issuerOf(i);
-      if (m_trees[i].issuer != kNone) m_trees[m_trees[i].issuer].issued.push_back(i);
+      if (m_trees[i].issuer < m_trees.size()) m_trees[m_trees[i].issuer].issued.push_back(i);
     }
     for (size_t i = 0; i < m_trees.size(); ++i) {
-      if (m_trees[i].issuer == kNone || m_trees[i].issuer == i) printFrom(i, out);
+      if (m_trees[i].issuer >= m_trees.size() || m_trees[i].issuer == i) printFrom(i, out);
     }
     // Those that certify one another in a ring hang below none of these.
     for (size_t i = 0; i < m_trees.size(); ++i) printFrom(i, out);
   }
 
  private:
+  // In place of an issuer: that there is none, or that not all were tried.
   static constexpr size_t kNone = static_cast<size_t>(-1);
+  static constexpr size_t kUntried = kNone - 1;
 
   struct Tree {
     Certificate certificate;
@@ -65,13 +69,16 @@ class Forest {
   };
 
   // That it signed itself is looked at first.
-  size_t issuerOf(size_t place) const {
+  size_t issuerOf(size_t place) {
     const Certificate& certificate = m_trees[place].certificate;
     const auto name = certificate.issuer().folded();
     const auto named = name ? m_named.find(*name) : m_named.end();
     if (named == m_named.end()) return kNone;
-    if (certificate.isSelfIssued() && isSignedBy(certificate, certificate)) return place;
     size_t tried = 0;
+    if (certificate.isSelfIssued()) {
+      if (!mayTry(certificate, tried)) return kUntried;
+      if (isSignedBy(certificate, certificate)) return place;
+    }
     const auto authority = whole(certificate.authorityKeyId());
     if (authority && authority->keyId) {
       const auto identified =
@@ -79,7 +86,7 @@ class Forest {
       if (identified != m_identified.end()) {
         for (const size_t other : identified->second) {
           if (other == place) continue;
-          if (++tried > kMostTried) return kNone;
+          if (!mayTry(m_trees[other].certificate, tried)) return kUntried;
           if (isSignedBy(certificate, m_trees[other].certificate)) return other;
         }
       }
@@ -87,10 +94,17 @@ class Forest {
     for (const size_t other : named->second) {
       const Certificate& issuer = m_trees[other].certificate;
       if (other == place || identifies(certificate, issuer)) continue;
-      if (++tried > kMostTried) return kNone;
+      if (!mayTry(issuer, tried)) return kUntried;
       if (isSignedBy(certificate, issuer)) return other;
     }
     return kNone;
+  }
+
+  // Whether one more may be tried as issuer of a certificate: the first is free where its key is a
+  // usual one, which does for nearly all there are.
+  bool mayTry(const Certificate& issuer, size_t& tried) noexcept {
+    const bool isFree = tried == 0 && SignatureBudget::isUsual(issuer);
+    return tried++ < kMostTried && (isFree || m_budget.spend(issuer));
   }
 
   static bool isSignedBy(const Certificate& certificate, const Certificate& issuer) {
@@ -133,7 +147,9 @@ class Forest {
                 tree.place, ", ");
     appendLife(tree.certificate, out);
     if (tree.issuer == kNone) out.append(", its issuer is not here");
-    if (tree.issuer != kNone && &m_trees[tree.issuer] == &tree) out.append(", signed by itself");
+    if (tree.issuer == kUntried) out.append(", too many could be its issuer");
+    if (tree.issuer < m_trees.size() && &m_trees[tree.issuer] == &tree)
+      out.append(", signed by itself");
     out.appendChar('\n');
   }
 
@@ -156,6 +172,7 @@ class Forest {
   std::map<std::string, std::vector<size_t>> m_named;  // by their folded subjects
   // By these and the identifiers of their keys: of one name there may be any number.
   std::map<std::pair<std::string, std::string>, std::vector<size_t>> m_identified;
+  SignatureBudget m_budget;
   Moment m_now = momentNow();
 };
 

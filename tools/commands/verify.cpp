@@ -16,6 +16,12 @@ namespace {
 
 constexpr uint32_t kAllPaths = 1000;
 
+// Whoever sends FILEs chooses how many leaves are in them, and for each of these how many bear its
+// issuer's name. Looks at issuers are therefore limited for all of them together: to so many, and
+// for each certificate so many more.
+constexpr uint64_t kLooksOfRun = 65'536;
+constexpr uint64_t kLooksOfEach = 64;
+
 constexpr auto kAskedPurposes = std::span(kPurposes).subspan(1);
 constexpr std::string_view kWhom[] = {"leaf", "all"};
 constexpr std::string_view kSystem[] = {"system"};
@@ -240,7 +246,10 @@ class Verifier {
 
   void report(const InputPlace& leaf, const Certificate& certificate) {
     const size_t start = m_console.out().getSize();
-    append(leaf, certificate, m_console);
+    m_looksLeft += kLooksOfEach;
+    uint32_t& most = m_question.options.limits.candidates;
+    most = static_cast<uint32_t>(std::min<uint64_t>(Limits().candidates, m_looksLeft));
+    m_looksLeft -= std::min<uint64_t>(m_looksLeft, append(leaf, certificate, m_console).candidates);
     if (!m_json) foldHanging(start, m_console.width(), m_console.out());
     if (m_console.out().failed()) {
       // No half of a record is left behind.
@@ -250,13 +259,14 @@ class Verifier {
     m_console.endRecord();
   }
 
-  void append(const InputPlace& leaf, const Certificate& certificate, Answers& answers) const {
+  Cost append(const InputPlace& leaf, const Certificate& certificate, Answers& answers) const {
     const Verification answer =
         verify(certificate, *m_anchors, *m_intermediates, m_question.options);
     if (answer.reason == Reason::outOfMemory) throw std::bad_alloc();
     if (!answer) answers.raise(ExitStatus::kNo);
     m_json ? appendPathJson(m_question, leaf, answer, answers.out())
            : appendPathText(m_question, leaf, answer, answers.out());
+    return answer.used;
   }
 
   const Arguments& m_arguments;
@@ -269,6 +279,7 @@ class Verifier {
   DirectIssuer m_isDirect{m_issuers};
   std::vector<Certificate> m_others;  // that may stand between, those and the FILEs' included
   std::vector<Item> m_items;
+  uint64_t m_looksLeft = kLooksOfRun;
   std::optional<TrustAnchors> m_anchors;
   std::optional<CertificateSet> m_intermediates;
 };
