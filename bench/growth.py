@@ -28,7 +28,7 @@ SCTS, UNKNOWN, NULL, SHORT = "1.3.6.1.4.1.11129.2.4.2", "1.2.3", b"\5\0", b"\6\1
 SHORT_POLICY = seq(SHORT)
 ROOT = make(name("Root"), ec_key(0), name("Root"), ec_key(0), 1, True, True)
 CERTIFICATE = [["show"], ["show", "--json"], ["name", "--rfc4514"], ["name", "--json"], ["lint"], ["asn1"], ["asn1", "--compact"],
-               ["expires"], ["key"], ["pin"], ["ext", "2.5.29.17"], ["tree"], ["split", "--force", "--out", "split"]]
+               ["expires"], ["key"], ["pin"], ["match", "sha256,base64,x"], ["diff", "roots.pem"], ["issuer", "roots.pem"], ["ext", "2.5.29.17"], ["tree"], ["split", "--force", "--out", "split"]]
 VERIFY = ["verify", "--at", "2026-06-01", "--roots", "roots.pem", "--chain", "chain.pem"]
 
 
@@ -142,7 +142,39 @@ SINGLE = {
     "strings in segments": (lambda n: with_value(b"\x24\x80" + tlv(4, b"x") * n + b"\0\0"), 200_000),
     "strings in strings in segments": (lambda n: with_value(b"\x24\x80" * 80 + tlv(4, b"x") * n + b"\0\0" * 80), 200_000),
 }
+RAW = collections.namedtuple("Key", "spki algorithm sign")
+
+
+def dear_key(i, octets):
+    """An RSA key of so many octets, with the dearest exponent; nobody has its other half."""
+    number = b"\0" + hashlib.shake_128(b"%d" % i).digest(octets - 1)[:-1].join((b"\xff", b"\1"))
+    spki = seq(seq(oid("1.2.840.113549.1.1.1"), NULL), bits(seq(tlv(2, number), tlv(2, b"\0" + b"\xff" * 8))))
+    return RAW(spki, lambda sha1: seq(oid("1.2.840.113549.1.1.11"), NULL), lambda *_: b"x" * octets)
+
+
+def crowd_of_leaves(n, issuer=None, extra=()):
+    """Half of them bear the name of the issuer of the others; or all are below one, with extensions of its own."""
+    ca = make(name("CA"), ec_key(1), issuer or name("CA"), ec_key(2), 3, True, True)
+    ca.exts += extra
+    end = make(name("www.example.com"), ec_key(90), ca.subject, ec_key(2), 4, False).der()
+    der = ca.der()
+    return b"".join([*([der] if extra else (other_key(der, ca, i) for i in range(n // 2))), *(spoilt(end, None, i) for i in range(n // 2))])
+
+
+def dear_issuers(n, octets):
+    keys = [dear_key(i, octets) for i in range(16)]
+    issuers = [make(name("CA"), key, name("CA"), key, 3, True, True).der() for key in keys]
+    end = make(name("www.example.com"), ec_key(90), name("CA"), keys[0], 4, False).der()
+    return b"".join([*issuers, *(spoilt(end, None, i) for i in range(n))])
+
+
 STREAMS = {
+    "leaves and a crowd of issuers": (lambda n: crowd_of_leaves(n), 2_000),
+    "leaves and a crowd with a root's name": (lambda n: crowd_of_leaves(n, ROOT.subject), 2_000),
+    "leaves and an issuer of many policies": (lambda n: crowd_of_leaves(n, ROOT.subject, [(CP, False, seq(*(seq(tlv(6, b"\x2a", base_128(i))) for i in range(30 * n))))]), 1_500),
+    "leaves and an issuer of many critical extensions": (lambda n: crowd_of_leaves(n, ROOT.subject, [(f"1.2.3.{i + 200}.1", True, b"x") for i in range(15 * n)]), 1_500),
+    "leaves and sixteen issuers with dear keys": (lambda n: dear_issuers(n, 2048), 350),
+    "leaves and sixteen issuers of RSA-4096": (lambda n: dear_issuers(n, 512), 1_000),
     "certificates in a row": (lambda n: SMALL * n, 2_000),
     "PEM blocks": (lambda n: der_pem(SMALL) * n, 1_450),
     "text between blocks": (lambda n: der_pem(SMALL) + b"x" * n + b"\n" + der_pem(SMALL), 990_000),

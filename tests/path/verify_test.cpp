@@ -333,6 +333,22 @@ TEST(Verify, SaysWhenLongerWaysWereNotTried) {
   }
 }
 
+TEST(Verify, TellsNoMoreOfAKindThanItMay) {
+  for (const size_t many : {64U, 65U}) {
+    std::string unknown, spelledOut;
+    for (size_t i = 0; i < many; ++i) {
+      unknown += sequence(der::oid("1.2.3." + std::to_string(i)), boolean(true), octets("x"));
+      spelledOut += sequence(der::oid("1.2.4." + std::to_string(i)), boolean(false), octets("x"));
+    }
+    const Certificate leaf = *Certificate::parse(withExtensions(unknown, spelledOut));
+    std::map<std::string, size_t> told;
+    const Verification answer = verify(leaf, TrustAnchors(several("root")), {}, asked());
+    for (const Finding& each : answer.furthest.findings) ++told[std::string(each.id())];
+    EXPECT_EQ(told["unknownCriticalExtension"], 64U);
+    EXPECT_EQ(told["defaultEncoded"], 64U);
+  }
+}
+
 // Not what is wrong with a crowd in an issuer's name.
 TEST(Verify, SaysWhatIsWrongWithTheWayThatIsSigned) {
   std::vector<Certificate> issuers = crowdOf("ca", 500);

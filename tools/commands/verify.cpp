@@ -17,14 +17,33 @@ namespace {
 constexpr uint32_t kAllPaths = 1000;
 
 // Whoever sends FILEs chooses how many leaves are in them, and for each of these how many bear its
-// issuer's name. Looks at issuers are therefore limited for all of them together: to so many, and
-// for each certificate so many more.
-constexpr uint64_t kLooksOfRun = 65'536;
+// issuer's name, and how many policies or constraints these have. Looks at issuers and comparisons
+// are therefore limited for all of them together: to what one may use up, and for each certificate
+// so many more; of comparisons also for each of its octets, since names take room.
 constexpr uint64_t kLooksOfEach = 64;
+constexpr uint64_t kComparisonsOfEach = 512;
+constexpr uint64_t kComparisonsOfOctet = 2;
 
 constexpr auto kAskedPurposes = std::span(kPurposes).subspan(1);
 constexpr std::string_view kWhom[] = {"leaf", "all"};
 constexpr std::string_view kSystem[] = {"system"};
+
+// What a run may spend, and each certificate more.
+class Allowance {
+ public:
+  explicit Allowance(uint32_t mostOfOne) noexcept : m_most(mostOfOne), m_left(mostOfOne) {}
+
+  // What the next certificate may spend.
+  uint32_t next(uint64_t more) noexcept {
+    m_left += more;
+    return static_cast<uint32_t>(std::min<uint64_t>(m_most, m_left));
+  }
+  void spend(uint64_t used) noexcept { m_left -= std::min(m_left, used); }
+
+ private:
+  uint32_t m_most;
+  uint64_t m_left;
+};
 
 // The place of what an option says in the words that it takes; throws UsageError for another word.
 size_t placeOf(std::string_view option, std::string_view given,
@@ -246,10 +265,13 @@ class Verifier {
 
   void report(const InputPlace& leaf, const Certificate& certificate) {
     const size_t start = m_console.out().getSize();
-    m_looksLeft += kLooksOfEach;
-    uint32_t& most = m_question.options.limits.candidates;
-    most = static_cast<uint32_t>(std::min<uint64_t>(Limits().candidates, m_looksLeft));
-    m_looksLeft -= std::min<uint64_t>(m_looksLeft, append(leaf, certificate, m_console).candidates);
+    Limits& limits = m_question.options.limits;
+    limits.candidates = m_looks.next(kLooksOfEach);
+    limits.comparisons =
+        m_comparisons.next(kComparisonsOfEach + kComparisonsOfOctet * certificate.der().size());
+    const Cost used = append(leaf, certificate, m_console);
+    m_looks.spend(used.candidates);
+    m_comparisons.spend(used.comparisons);
     if (!m_json) foldHanging(start, m_console.width(), m_console.out());
     if (m_console.out().failed()) {
       // No half of a record is left behind.
@@ -279,7 +301,8 @@ class Verifier {
   DirectIssuer m_isDirect{m_issuers};
   std::vector<Certificate> m_others;  // that may stand between, those and the FILEs' included
   std::vector<Item> m_items;
-  uint64_t m_looksLeft = kLooksOfRun;
+  Allowance m_looks{Limits().candidates};
+  Allowance m_comparisons{Limits().comparisons};
   std::optional<TrustAnchors> m_anchors;
   std::optional<CertificateSet> m_intermediates;
 };

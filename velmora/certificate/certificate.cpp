@@ -1,6 +1,7 @@
 #include "velmora/certificate/certificate.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -227,17 +228,16 @@ void Certificate::writeDigest(Hash hash, Bytes octets, std::byte* digest) noexce
 }
 
 bool operator==(const Certificate& a, const Certificate& b) noexcept {
-  return sameOctets(a.der(), b.der());
+  return a.der().data() == b.der().data() || sameOctets(a.der(), b.der());
 }
 
 std::strong_ordering operator<=>(const Certificate& a, const Certificate& b) noexcept {
   const Bytes left = a.der();
   const Bytes right = b.der();
-  const auto differ = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
-  if (differ.first == left.end() || differ.second == right.end()) {
-    return left.size() <=> right.size();
-  }
-  return *differ.first <=> *differ.second;
+  // Mostly one certificate, which may be large, is looked for in a table that holds it.
+  if (left.data() == right.data()) return std::strong_ordering::equal;
+  const int order = std::memcmp(left.data(), right.data(), std::min(left.size(), right.size()));
+  return order != 0 ? order <=> 0 : left.size() <=> right.size();
 }
 
 }  // namespace velmora

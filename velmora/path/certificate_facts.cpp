@@ -1,5 +1,9 @@
 #include "velmora/path/internal/certificate_facts.h"
 
+#include <algorithm>
+
+#include "velmora/path/internal/certificate_rules.h"
+
 namespace velmora {
 namespace {
 
@@ -12,6 +16,18 @@ std::shared_ptr<const PreparedConstraints> prepare(const Certificate& certificat
 Bytes authorityKeyIdOf(const Certificate& certificate) {
   const Result<AuthorityKeyId> id = certificate.authorityKeyId();
   return id && id->keyId ? *id->keyId : Bytes();
+}
+
+std::vector<Oid> criticalOf(const Certificate& certificate) {
+  std::vector<Oid> all;
+  size_t unknown = 0;
+  for (const Oid& id : certificate.criticalExtensions()) {
+    const bool isKnown = isKnownExtension(id);
+    const bool isWanted =
+        isKnown ? std::find(all.begin(), all.end(), id) == all.end() : unknown++ < kMostAlike;
+    if (isWanted) all.push_back(id);
+  }
+  return all;
 }
 
 }  // namespace
@@ -33,7 +49,7 @@ CertificateFacts::CertificateFacts(const Certificate& of, const Parts& parts)
       authorityKeyId(authorityKeyIdOf(certificate)),
       departures(of.departures()),
       policies(of),
-      criticalExtensions(of.criticalExtensions()),
+      criticalExtensions(criticalOf(of)),
       constraints(prepare(of)) {}
 
 }  // namespace velmora

@@ -1,6 +1,7 @@
 #include "velmora/path/internal/certificate_rules.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <tuple>
 
@@ -51,11 +52,18 @@ constexpr KnownExtension kKnownExtensions[] = {
     {oid::tlsFeature, kNever, kNever},
 };
 
+// In the order of their OIDs: a certificate may have tens of thousands that are to be found here.
+constexpr auto kById = [] {
+  auto all = std::to_array(kKnownExtensions);
+  std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
+  return all;
+}();
+
 const KnownExtension* find(const Oid& id) noexcept {
-  const auto* const end = std::end(kKnownExtensions);
-  const auto* const found = std::find_if(std::begin(kKnownExtensions), end,
-                                         [&](const KnownExtension& each) { return each.id == id; });
-  return found == end ? nullptr : found;
+  const auto* const found = std::lower_bound(
+      kById.begin(), kById.end(), id,
+      [](const KnownExtension& each, const Oid& wanted) { return each.id < wanted; });
+  return found != kById.end() && found->id == id ? found : nullptr;
 }
 
 bool holds(uint8_t where, Role role, const Question& question) noexcept {
@@ -256,6 +264,9 @@ class Judge {
   void add(Reason reason, const Oid& about = {}) { velmora::add(reason, m_findings, about); }
 
   void departure(const Departure& departure, bool refuses) {
+    uint8_t& alike = m_alike[static_cast<size_t>(departure.code)][refuses ? 1 : 0];
+    if (alike == kMostAlike) return;
+    ++alike;
     Finding finding;
     finding.reason = Reason::departure;
     finding.departure = departure.code;
@@ -375,9 +386,15 @@ class Judge {
   Role m_role;
   const Question& m_question;
   std::vector<Finding>& m_findings;
+  // Told so far, of each departure warnings and failures.
+  std::array<std::array<uint8_t, 2>, UINT8_MAX + 1> m_alike = {};
 };
 
 }  // namespace
+
+bool isKnownExtension(const Oid& id) noexcept {
+  return find(id) != nullptr;
+}
 
 void judgeCertificate(const CertificateFacts& facts, Role role, const Question& question,
                       std::vector<Finding>& findings) {

@@ -22,9 +22,16 @@ constexpr size_t kUsualCertificates = 4;
 // How many ways are judged in full to say why there is none.
 constexpr uint32_t kMostExplained = 64;
 constexpr uint32_t kMostStepsExplained = 4096;
-// What that may take beyond what the limits leave: about an eighth of what they are by default.
+// What that may take beyond what the limits leave: about an eighth of what they are by default, and
+// no more than they are themselves where a caller wants less to be spent, but for a little.
 constexpr uint32_t kMostSignaturesExplained = 2048;
 constexpr uint32_t kMostComparisonsExplained = 65'536;
+constexpr uint64_t kLeastExplained = 256;
+
+uint32_t explainedOf(uint32_t limit, uint32_t most) noexcept {
+  return static_cast<uint32_t>(
+      std::min<uint64_t>(std::max<uint64_t>(limit, kLeastExplained), most));
+}
 
 // What may yet be spent on signatures, and how many ways may be tried, once a way holds, to find
 // one whose issuers are without warnings.
@@ -527,7 +534,8 @@ Verification PathBuilder::answer() {
 
 bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason reason) noexcept {
   const uint32_t more =
-      reason == Reason::tooManySignatures ? kMostSignaturesExplained : kMostComparisonsExplained;
+      explainedOf(limit, reason == Reason::tooManySignatures ? kMostSignaturesExplained
+                                                             : kMostComparisonsExplained);
   const uint64_t most = uint64_t{limit} + (m_mode == Mode::explain ? more : 0);
   if (used + cost > std::min<uint64_t>(most, UINT32_MAX)) {
     stopDeciding(reason);
@@ -538,8 +546,9 @@ bool PathBuilder::spend(uint32_t& used, uint32_t limit, uint64_t cost, Reason re
 }
 
 uint32_t PathBuilder::comparisonsLeft() const noexcept {
-  const uint64_t more = m_mode == Mode::explain ? kMostComparisonsExplained : 0;
-  const uint64_t most = std::min<uint64_t>(m_options.limits.comparisons + more, UINT32_MAX);
+  const uint32_t limit = m_options.limits.comparisons;
+  const uint64_t more = m_mode == Mode::explain ? explainedOf(limit, kMostComparisonsExplained) : 0;
+  const uint64_t most = std::min<uint64_t>(limit + more, UINT32_MAX);
   return static_cast<uint32_t>(most - std::min<uint64_t>(m_answer.used.comparisons, most));
 }
 
@@ -550,8 +559,11 @@ void PathBuilder::stopDeciding(Reason reason) noexcept {
 }
 
 bool PathBuilder::spendStep() noexcept {
-  if (m_mode == Mode::explain) return m_stepsExplained++ < kMostStepsExplained;
-  return spend(m_steps, m_options.limits.candidates, 1, Reason::tooManyCandidates);
+  const uint32_t limit = m_options.limits.candidates;
+  if (m_mode == Mode::explain) {
+    return m_stepsExplained++ < explainedOf(limit, kMostStepsExplained);
+  }
+  return spend(m_steps, limit, 1, Reason::tooManyCandidates);
 }
 
 bool PathBuilder::isCancelled() noexcept {

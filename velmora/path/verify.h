@@ -72,7 +72,7 @@ struct KeyOptions {
 
 /// What one verification may cost. A limit keeps ways from being tried; it never discards a way
 /// that was found. To say why none holds takes at most 4,096 steps, 2,048 of signatures and 65,536
-/// comparisons more.
+/// comparisons more, and never more of them than the limit itself or 256.
 struct Limits {
   uint32_t certificates = 16;    // of one way, leaf and anchor included; never more than 100
   uint32_t candidates = 32'768;  // looks at issuers, and as many steps of the search

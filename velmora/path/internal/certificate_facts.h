@@ -44,7 +44,7 @@ struct CertificateFacts {
   std::vector<Departure> departures;
   CertificatePolicies
       policies;  // behind what reads them once more: both at once would double the peak
-  std::vector<Oid> criticalExtensions;                     // all of them, known or not
+  std::vector<Oid> criticalExtensions;  // those that are known, once each, and the first others
   std::shared_ptr<const PreparedConstraints> constraints;  // null where there are none to be read
 
  private:

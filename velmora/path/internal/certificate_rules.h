@@ -17,6 +17,13 @@ struct Question {
   bool judgesCrls() const noexcept { return options.revocation != Revocation::notAsked; }
 };
 
+/// Of each departure, and of critical extensions that nobody knows, so many are told of a
+/// certificate: it may have tens of thousands, and is told of again on each way that it stands on.
+inline constexpr uint8_t kMostAlike = 64;
+
+/// Whether an extension is processed somewhere when it is critical.
+bool isKnownExtension(const Oid& id) noexcept;
+
 /// Appends all that a certificate is found to be by itself, wherever on whatever way it stands in
 /// its role: dates, departures, critical extensions, key, CA, purpose, profile; of a leaf also the
 /// target. What depends on the way or on other certificates is not looked at. The place on the way
