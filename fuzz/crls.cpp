@@ -2,10 +2,11 @@
 #include "fuzz/fuzz_target.h"
 #include "velmora/certificate/der.h"
 #include "velmora/path/crl.h"
+#include "velmora/support/pem/pem_writer.h"
 
 // Property: a CRL answers for each serial number in it, and for others close by, what a walk over
 // all its entries finds (RFC 5280 §5.1.2.6, §5.3); it vouches only where all of them can be read;
-// and two in a row are read as two.
+// and two in a row, of DER or of PEM, are read as two.
 
 namespace {
 
@@ -120,15 +121,31 @@ void check(const Crl& crl, View der) {
   }
 }
 
+// Of octets in any form.
+void read(View octets) {
+  const CrlReading read = CrlSet::read(bytesOf(octets));
+  require(!read.crls.empty() || !read.failures.empty(), "an input has CRLs or a failure");
+  for (const CrlFailure& each : read.failures) require(!each.reason.empty(), "with a reason");
+  for (const Crl& each : read.crls) require(*Crl::parse(each.der()) == each, "CRLs are CRLs");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string der(data, data + size), twice = der + der;
   const Result<Crl> crl = Crl::parse(bytesOf(der));
   require(crl || crl.error().offset <= size, "an error is inside");
+  read(der);
   if (!crl) return 0;
-  const CrlReading read = CrlSet::read(bytesOf(twice));
-  require(read.complete() && read.crls == std::vector{*crl, *crl}, "two in a row");
+  StringBuffer pem;
+  for (int i = 0; i < 2; ++i) {
+    pem.append("text\n");
+    appendPem("X509 CRL", {data, size}, pem);
+  }
+  for (const View both : {View(twice), pem.view()}) {
+    const CrlReading read = CrlSet::read(bytesOf(both));
+    require(read.complete() && read.crls == std::vector{*crl, *crl}, "two in a row");
+  }
   check(*crl, der);
   return 0;
 }

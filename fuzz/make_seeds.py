@@ -291,7 +291,8 @@ def xml_trees():
 def matching():
     for title, text in (("host", "www.Example.org.\n*.example.org\nwww.example.ORG"), ("star", "a.b\n*.b"),
                         ("wild", "a.b.c\n*.b.c\n*.c"), ("six", "[2001:db8::1]"), ("four", "192.0.2.1"),
-                        ("mapped", "::FFFF:192.0.2.1"), ("pin", "#sha256, base64, x,\x89"),
+                        ("mapped", "::FFFF:192.0.2.1"),
+                        ("mailbox", "a.B+1@Example.org\nA.b+1@example.org\na.B+1@example.ORG"), ("quoted", '"a \\" b"@c.d\n"a \\" b"@C.d'), ("pin", "#sha256, base64, x,\x89"),
                         ("hex", "#SHA-1,HEX,,\x90,\x84")):
         yield title, text.encode("latin-1")
 
@@ -344,6 +345,8 @@ def crls():
             *version, RSA_SHA256, name(element(0x0C, b"CA")), element(0x17, b"200101000000Z"),
             element(0x17, b"300101000000Z"), sequence(*listed), *(element(0xA0, sequence(scope)) for _ in version)),
             RSA_SHA256, element(0x03, b"\0signed"))
+    block = b"-----BEGIN X509 CRL-----\n%s-----END X509 CRL-----\n"
+    yield "pem", b"text\n" + block % base64.encodebytes(sequence(sequence())) + block % b"MAA*\n" + block.replace(b"CRL", b"X") % b"MAA=\n"
 
 
 def main():

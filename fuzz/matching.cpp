@@ -1,5 +1,8 @@
 #include <arpa/inet.h>
 
+#include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <sstream>
 
 #include "fuzz/fuzz_target.h"
@@ -10,9 +13,10 @@
 #include "velmora/x509/velmora_x509.h"
 
 // Property: a host is a certificate's exactly when a matcher by labels finds it so (RFC 9525 §6.3),
-// and an address when inet_pton reads it; a pin set accepts a key exactly when one of its pins is
-// the digest, character by character. An input is the host that is asked for and a line for each
-// that is there; or, behind "#", a pin set in which octets beyond ASCII stand for pins.
+// an address when inet_pton reads it, and a mailbox when its halves do; a pin set accepts a key
+// exactly when one of its pins is the digest, character by character. An input is the host that is
+// asked for and a line for each that is there; or, behind "#", a pin set in which octets beyond
+// ASCII stand for pins.
 
 namespace {
 
@@ -64,8 +68,48 @@ void matchName(const Texts& lines, Texts wanted, const Target& target) {
   require(lines.size() == 1 || holds(target, names) == isNamed, "the labels match");
 }
 
+// RFC 5321 §4.1.2: atoms between dots, or a quoted string.
+bool isLocalPart(const std::string& text) {
+  const std::string atoms = text.starts_with('"') ? "" : text;
+  for (const std::string& atom : split(atoms, '.')) {
+    const auto isAtomic = [](unsigned char c) {
+      return std::isalnum(c) != 0 || (c > ' ' && std::strchr("!#$%&'*+-/=?^_`{|}~", c) != nullptr);
+    };
+    if (!atoms.empty() && (atom.empty() || !std::all_of(atom.begin(), atom.end(), isAtomic)))
+      return false;
+  }
+  if (!atoms.empty() || text.size() < 2) return !atoms.empty();
+  size_t at = 1;
+  for (; at + 1 < text.size() && text[at] != '"'; ++at) {
+    if (text[at] == '\\') ++at;
+    if (text[at] < ' ' || text[at] > '~') return false;
+  }
+  return at + 1 == text.size() && text[at] == '"';
+}
+
+void matchMailbox(const Texts& lines) {
+  const auto halves = [](const std::string& text) {
+    const size_t at = text.rfind('@') + 1;
+    return std::pair(text.substr(0, at), small(text.substr(at)));
+  };
+  const auto [local, domain] = halves(lines[0]);
+  const Result<Target> target = Target::email(lines[0]);
+  const bool isMailbox = !local.empty() && isLocalPart(local.substr(0, local.size() - 1)) &&
+                         isName(split(domain, '.'));
+  require(target.has_value() == isMailbox, "a mailbox");
+  if (!target) return;
+  std::string names;
+  bool isNamed = false;
+  for (size_t i = 1; i < lines.size(); ++i) {
+    isNamed = isNamed || halves(lines[i]) == std::pair(local, domain);
+    names += primitive(1, lines[i]) + primitive(2, lines[i]) + primitive(6, lines[i]);
+  }
+  require(lines.size() == 1 || holds(*target, names) == isNamed, "the halves match");
+}
+
 void matchHost(const Texts& lines) {
   const std::string& host = lines[0];
+  matchMailbox(lines);
   const bool isInBrackets = host.starts_with('[') && host.ends_with(']');
   const std::string bare = isInBrackets ? host.substr(1, host.size() - 2) : host;
   char four[4], six[16];
