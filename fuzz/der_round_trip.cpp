@@ -1,4 +1,7 @@
+#include <algorithm>
+
 #include "fuzz/fuzz_target.h"
+#include "velmora/certificate/der.h"
 #include "velmora/support/asn1/ber_walk.h"
 #include "velmora/support/asn1/der_xml_codec.h"
 
@@ -60,6 +63,10 @@ void convert(std::span<const unsigned char> der) {
   StringBuffer again;
   require(DerXmlCodec::derToXml(encoded.span(), again, fault), "the encoding converts");
   require(again.equals(text), "the encoding stands for the same text");
+
+  if (!derFault(std::as_bytes(der))) {
+    require(std::ranges::equal(encoded.span(), der), "DER comes back octet for octet");
+  }
 
   BerWalk walk(der);
   DataBuffer direct;

@@ -188,8 +188,12 @@ std::string allOf(const Certificate& certificate) {
   shown.all(certificate.serialHex(), certificate.version(), certificate.notAfter(),
             certificate.subject().rfc4514(), certificate.issuer().folded(),
             certificate.fingerprint(Hash::sha256), certificate.unknownCriticalExtensions(),
-            certificate.isSelfIssued(),
+            certificate.isSelfIssued(), certificate.notBefore(), certificate.spkiPin(Hash::sha1),
+            certificate.criticalExtensions(), certificate.dnsNames(),
+            certificate.subject().attributes(), certificate.describedKey().bits,
+            certificate.subject().matches(certificate.issuer()),
             certificate.signedBy(certificate) == SignatureVerdict::good);
+  for (const Extension& each : certificate.listedExtensions()) shown << certificate.content(each);
   for (const Departure& each : certificate.departures()) shown.all(each.id().data(), each.offset);
   return shown.text;
 }

@@ -567,7 +567,8 @@ TEST(Verify, WithoutMemoryGoesOnWithAKeyThatIsNotPrepared) {
 TEST(Verify, AnswersThreadsThatShareEverything) {
   const CertificateSet issuers(several(kManyIssuers));
   const Certificate leaf = named("leaf");
-  const std::vector<VerifyOptions> all = questions();
+  std::vector<VerifyOptions> all = questions();
+  all[3].crls = CrlSet(labelled(pki().crls, "crlOfCa crlOfRoot"));
   std::vector<std::string> expected;
   for (const VerifyOptions& options : all) {
     expected.push_back(wholly(ask("leaf", kManyAnchors, kManyIssuers, options)));
