@@ -876,9 +876,11 @@ class Usage(unittest.TestCase):
                     ["diff", data("three_0.der")], ["verify", "--roots", data("three_0.der")], ["verify", "--json"], ["completions", "bash"], ["--help"]]
         for command in commands:
             files = [] if command[0] in ("completions", "--help") else [data("three_2.der" if command[0] == "diff" else "three.pem")]
-            for reason, program in (("No space left on device", 'exec "$0" "$@" >/dev/full'), ("Bad file descriptor", 'exec "$0" "$@" >&-')):
+            for reason, program in (("File too large", 'cd "$TMPDIR" && ulimit -f 0 && exec "$0" "$@" >out'), ("No space left on device", 'exec "$0" "$@" >/dev/full'), ("Bad file descriptor", 'exec "$0" "$@" >&-')):
                 with self.subTest(command=command, reason=reason):
-                    done = subprocess.run(["sh", "-c", program, PROGRAM, *command, *files], stdin=subprocess.DEVNULL, stderr=subprocess.PIPE)
+                    with tempfile.TemporaryDirectory() as folder:
+                        done = subprocess.run(["sh", "-c", program, PROGRAM, *command, *files], stdin=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                                              env=dict(os.environ, TMPDIR=folder))
                     self.assertEqual(done.returncode, 3)
                     self.assertEqual([reason in line for line in done.stderr.decode().splitlines()], [True])
 
