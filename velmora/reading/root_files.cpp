@@ -26,7 +26,9 @@ auto typeOf(const std::string& path) noexcept {
 }  // namespace
 
 std::error_code listRootFiles(const std::string& path, std::vector<std::string>& files) {
-  if (!S_ISDIR(typeOf(path))) {
+  // Windows tells nothing of a folder with a slash behind it.
+  const size_t size = std::max<size_t>(path.find_last_not_of('/') + 1, 1);
+  if (!S_ISDIR(typeOf(path.substr(0, size)))) {
     files.push_back(path);
     return {};
   }
