@@ -19,14 +19,15 @@ Bytes authorityKeyIdOf(const Certificate& certificate) {
 }
 
 std::vector<Oid> criticalOf(const Certificate& certificate) {
-  std::vector<Oid> all;
+  std::vector<Oid> all = certificate.criticalExtensions();
+  auto kept = all.begin();
   size_t unknown = 0;
-  for (const Oid& id : certificate.criticalExtensions()) {
-    const bool isKnown = isKnownExtension(id);
+  for (const Oid& id : all) {
     const bool isWanted =
-        isKnown ? std::find(all.begin(), all.end(), id) == all.end() : unknown++ < kMostAlike;
-    if (isWanted) all.push_back(id);
+        isKnownExtension(id) ? std::find(all.begin(), kept, id) == kept : unknown++ < kMostAlike;
+    if (isWanted) *kept++ = id;
   }
+  all.erase(kept, all.end());
   return all;
 }
 
