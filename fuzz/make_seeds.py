@@ -305,6 +305,14 @@ def pieces():
     yield "lines", b"\0\1key\tAAAA\n\nMAA=\n\tx\nlast"
     yield "dear/utf16", b"\7\40\xFF\xFE" + next(pem).decode().encode("utf-16-le")
     yield "dear/der", b"\7\40" + certificate() * 2 + b"\x30\x01"
+    elements = b"<sequence><null></null></sequence>"
+    yield "xml_list", (b"\3\1\xEF\xBB\xBF<?xml version='1.0'?>\n<!-- - -- -->\n<l a='>'><c b=\"/>\">" + elements + b"</c>text<d/><c><e>"
+                       + elements + b"</e></c></l>\n" + elements + b"<!-- --><x>&lt;</x>")
+    yield "xml_cut", b"\3\1<l><c>" + elements + b"</d></l>" + elements
+    yield "blank", b"\1\2 \r\n\t\n MAA=\n x"
+    yield "no_mark", b"\1\2<\0s\0e\0"
+    yield "key", b"\1\7" + sequence(element(0x02, b"\0"), sequence(oid("2A03")), octets(b"x")) + sequence(sequence())
+    yield "crlf_in_base64", b"\1\3" + base64.b64encode(sequence(sequence(), octets(bytes(90)))).replace(b"A", b"A\r\n", 3) + b"==="
     for title, data in certificate_answers():
         if title in ("pem", "base64", "xml", "bundle", "ber_bundle"):
             yield f"dear/{title}", b"\3\17" + data
