@@ -14,7 +14,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "data"))
 import json_schema
-from make_reader_data import CN, UTF8, certificate, name, tlv, to_ber
+from make_reader_data import CN, UTF8, certificate, name, oid, tlv, to_ber
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 signal.signal(signal.SIGINT, signal.default_int_handler)  # what a shell starts in the background inherits that it is ignored
@@ -81,6 +81,15 @@ class Lines(unittest.TestCase):
         self.assertEqual(list(answers[0])[-1], "key")
         self.assertEqual([(each["source"], each["index"]) for each in answers[2]["paths"][0]["certificates"][:1]], [("-", 2)])
         self.assertIn("BER", run("verify", *question, lines=base64.b64encode(to_ber(LEAF)), status=3)[0])
+
+    def test_a_key_stands_before_no_more_lines_than_it_may(self):
+        false = [tlv(0x30, oid(f"1.2.{i}"), b"\1\1\0", tlv(4, b"x")) for i in range(40)]
+        encoded = base64.b64encode(certificate(name((CN, tlv(UTF8, b"x"))), extensions=false))
+        count = run("lint", lines=b"k\t" + encoded, status=1)[0].count("\n")
+        most = 16 * (len(encoded) + 1) // (count - 16)  # which with the key itself make the line
+        for size, status in ((most, 1), (most + 1, 3)):
+            out, errors = run("lint", lines=b"k" * size + b"\t" + encoded, status=status)
+            self.assertEqual((out.count("\n"), "--json has it once" in errors), (count, False) if status == 1 else (1, True))
 
     def test_many_lines_keep_their_order_on_any_number_of_threads(self):
         ders = [certificate(name((CN, tlv(UTF8, b"%d " % i + b"x" * (i * 7919 % 3000))))) for i in range(3000)]

@@ -32,6 +32,10 @@ constexpr size_t kTold = 5;
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+// What the keys before the lines of an answer may be, in times of the line that is answered.
+constexpr size_t kMostOfKeys = 16;
+
+constexpr const char* kKeyTooOften = "The key is too long for so many lines; --json has it once.";
 constexpr const char* kTooLarge = "The DER is larger than 64 MiB.";
 constexpr const char* kNotBase64 = "The line is not base64.";
 constexpr const char* kPem = "The line is of PEM, which is read without --lines.";
@@ -108,10 +112,15 @@ class LineWorker {
     StringBuffer& answer = m_answers.out();
     answer.weakClear();
     try {
-      if (isCut) throw Untreated(kTooLarge);
-      visit(place, base64);
-      whole(answer);
-      ++batch.certificates;
+      Bytes der;
+      const char* const fault = isCut ? kTooLarge : decode(base64, der);
+      if (fault != nullptr) {
+        fail(place, reasonAndPlace({fault}, true).view(), batch);
+      } else {
+        visit(place, der);
+        checkKeys(place, line.size(), whole(answer).view());
+        ++batch.certificates;
+      }
     } catch (const Untreated& untreated) {
       fail(place, reasonAndPlace({untreated.reason, untreated.offset}, true).view(), batch);
     } catch (const std::bad_alloc&) {
@@ -120,8 +129,7 @@ class LineWorker {
     take(place, batch.out);
   }
 
-  void visit(const InputPlace& place, std::string_view base64) {
-    const Bytes der = decode(base64);
+  void visit(const InputPlace& place, Bytes der) {
     const Result<Certificate> certificate = Certificate::parseBytes(der);
     if (certificate) return m_visit({place, octetsOf(der), *certificate, std::nullopt});
     m_failure.clear();
@@ -132,16 +140,26 @@ class LineWorker {
     m_visit(reading.at(place));
   }
 
-  // The octets live until the next call.
-  Bytes decode(std::string_view base64) {
-    if (base64.empty()) throw Untreated(kNothing);
-    if (base64.starts_with("-----")) throw Untreated(kPem);
+  // Long keys before very many lines would make gigabytes of a line.
+  void checkKeys(const InputPlace& place, size_t lineSize, std::string_view answer) const {
+    if (m_isJson || !place.key) return;
+    const auto lines = static_cast<size_t>(std::count(answer.begin(), answer.end(), '\n'));
+    if (lines > 1 && place.key->size() * lines > kMostOfKeys * lineSize)
+      throw Untreated(kKeyTooOften);
+  }
+
+  // Why there are none, or null; the octets live until the next call. Nothing is thrown, which
+  // takes longer than all the rest: there may be a line for every other octet.
+  const char* decode(std::string_view base64, Bytes& der) {
+    if (base64.empty()) return kNothing;
+    if (base64.starts_with("-----")) return kPem;
     m_octets.resize(base64.size() / 4 * 3 + 3);
     auto* const out = reinterpret_cast<unsigned char*>(m_octets.data());
     const DecodeResult result = base64Decode(base64, false, out);
-    if (!result.complete) throw Untreated(kNotBase64);
-    if (result.written > CertificateReader::kMaxDerSize) throw Untreated(kTooLarge);
-    return Bytes(m_octets).first(result.written);
+    if (!result.complete) return kNotBase64;
+    if (result.written > CertificateReader::kMaxDerSize) return kTooLarge;
+    der = Bytes(m_octets).first(result.written);
+    return nullptr;
   }
 
   void fail(const InputPlace& place, std::string_view reason, LineBatch& batch) {
