@@ -291,6 +291,19 @@ under("other family", "nameNotPermitted", [("ip", V6)], subtrees([("ip", bytes(8
       subtrees([("ip", bytes(8))]))
 
 
+def own_names(case, cert, bad):
+    """A CA that gives itself a new key may be called what it may call no other."""
+    at = max(1, len(case.way) - 2)
+    case.self_issued()
+    case.way[at].ext(SAN, names(("email", "a@else.example")))
+    case.way[at + 1].ext(NC, subtrees([("email", "example.com")]), True)
+    if bad:
+        case.way[at].subject = case.way[at - 1].issuer = name("Else")
+
+
+row("names of a self-issued CA", "I", "nameNotPermitted", own_names)
+
+
 # ---- Policies: §6.1
 def policy(title, reasons, set_up, where="N"):
     def both(case, cert, bad):

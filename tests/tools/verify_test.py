@@ -236,6 +236,7 @@ class Given(unittest.TestCase):
             status, answers = verify("--profile", "web", "--no-host", "--purpose", "server", "--roots", EXAMPLES / "root.pem",
                                      "--chain", EXAMPLES / "intermediate.pem", path, os.devnull, EXAMPLES / "leaf.pem")
         self.assertEqual((status, [answer.get("reason") for answer in answers]), (3, ["wrongSignature", "wrongSignature", None, "webValidity"]))
+        self.assertIn("valid for longer than public servers' may be", answers[3]["text"])
         self.assertIn("booleanNotDer", ids(answers[0]))
         self.assertEqual(ids(answers[1]), {"wrongSignature", "keyMalformed", "webKey", "webValidity"})
 
