@@ -1,8 +1,12 @@
 #include "velmora/path/internal/judgement_cache.h"
 
+#include <atomic>
+#include <mutex>
+#include <shared_mutex>
 #include <thread>
 
 #include "tests/path/made_ways.h"
+#include "velmora/path/internal/striped_shared_mutex.h"
 
 namespace velmora::test {
 namespace {
@@ -27,6 +31,27 @@ struct Asked {
   const Certificate& leaf = named("leaf");
   JudgementCache cache;
 };
+
+TEST(StripedSharedMutex, ShowsReadersNothingHalfWritten) {
+  StripedSharedMutex mutex;
+  std::atomic<int> first = 0, second = 0;
+  std::thread writer([&] {
+    for (int i = 0; i < 1000; ++i) {
+      const std::lock_guard lock(mutex);
+      ++first;
+      std::this_thread::yield();
+      ++second;
+    }
+  });
+  for (bool isWritten = false; !isWritten;) {
+    const std::shared_lock lock(mutex);
+    const int seen = first;
+    std::this_thread::yield();
+    EXPECT_EQ(second, seen);
+    isWritten = seen == 1000;
+  }
+  writer.join();
+}
 
 TEST(JudgementCache, PreparesWithTheEighthUseAsManyKeysAsItMay) {
   for (const size_t most : {0U, 1U, 2U}) {

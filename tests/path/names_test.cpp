@@ -332,6 +332,12 @@ TEST(NameDoubt, GoesAgainstTheName) {
       {o(t61("Z\xC8urich")), o(utf8("Z\xC3\xBCrich")), true},
       {o(utf8("xa\xC3\xA9z")), o(utf8("xb\xC3\xA9z")), true},  // the letter before may be any
       {o(utf8("ab\xC3\xA9z")), o(utf8("bb\xC3\xA9z")), false},
+      {o(utf8("x\xC3\xA9"
+              "az")),
+       o(utf8("x\xC3\xA9"
+              "bz")),
+       true},  // and the one behind
+      {o(utf8("x\xC3\xA9za")), o(utf8("x\xC3\xA9zb")), false},
       {o(utf8("a\1b")), o(utf8("ab")), true},
       {o(octets("a")), o(utf8("b")), true},
       {o(octets("a")), cn(utf8("b")), false},

@@ -189,6 +189,12 @@ def multiple_records(curves):
             total = c.add(c.multiply(u1, c.g), c.multiply(u2, point))
             yield {"Curve": c.name, "U1": u1, "U2": u2, "Q": point_text(point),
                    "Sum": point_text(total)}
+        # A point whose x is small in Montgomery's form: numbers below 2 p leave it as p and a little more.
+        x = unit = pow(2, -64 * -(-c.p.bit_length() // 64), c.p)
+        while square_root(c.right_side(x), c.p) is None:
+            x = (x + unit) % c.p
+        small = point_text((x, square_root(c.right_side(x), c.p)))
+        yield {"Curve": c.name, "U1": 0, "U2": 1, "Q": small, "Sum": small}
         # A point whose x is not below the order: only r = x - n matches it.
         if n < c.p:
             x = n

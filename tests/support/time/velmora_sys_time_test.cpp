@@ -98,6 +98,9 @@ TEST(VelmoraSysTime, ComparesWithOrWithoutFractions) {
   EXPECT_FALSE(late.is_after_by_compare(early, true));
   EXPECT_FALSE(early.is_after_by_compare(early, false));
   EXPECT_TRUE(next.is_after_by_compare(late, true));
+  VelmoraSysTime whole = late;
+  EXPECT_TRUE(whole.fromUnixSeconds(1704067201));
+  EXPECT_FALSE(whole.is_after_by_compare(next, false));
 }
 
 }  // namespace
