@@ -517,6 +517,7 @@ def rolled_over(case, anchor, bad):
 row("CRL of the older key", "R", UNKNOWN, rolled_over)
 crl("noRevAvail", "", lambda c, x, crl, b: b and (c.crls.remove(crl), x.ext(NOREV, b"\5\0")), where="L")
 crl("points critical and read", "", lambda c, x, crl, b: x.ext(CDP, points("http://a/1"), b))
+crl("critical and not read, though CRLs are", "criticalNotProcessed", lambda c, x, crl, b: x.ext(IAN, names(("dns", "a.b")), b))
 crl("points unreadable", "extensionMalformed", lambda c, x, crl, b: x.ext(CDP, JUNK if b else points("http://a/1")))
 row("CRLs where they are", "N", UNKNOWN, lambda c, x, bad: c.crl(c.way[c.way.index(x) + 1], dates=dated(
     AT - DAY, AT - 1 if bad else AT)))
