@@ -224,7 +224,7 @@ std::vector<Row> fields() {
   const Bytes point = "\4" + coordinates;
   return {
       field("versionUnknown", &Parts::version, version(3)),
-      field("versionUnknown", &Parts::version, version(-1)),
+      field("versionUnknown", &Parts::version, version('\xFF')),
       field("versionUnknown", &Parts::version, context(0, utf8("3"))),
       {"versionOneEncoded", version(0), old(version(0), ""), old("", "")},
       {"extensionsInOldVersion", context(3, sequence(leaf().list.at(kSki))),
