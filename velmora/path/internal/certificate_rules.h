@@ -21,7 +21,7 @@ struct Question {
 /// certificate: it may have tens of thousands, and is told of again on each way that it stands on.
 inline constexpr uint8_t kMostAlike = 64;
 
-/// Whether an extension is processed somewhere when it is critical.
+/// Whether an extension is one of those that are read, be it only to be shown.
 bool isKnownExtension(const Oid& id) noexcept;
 
 /// Appends all that a certificate is found to be by itself, wherever on whatever way it stands in
