@@ -11,6 +11,7 @@ import argparse
 import collections
 import os
 import pathlib
+import random
 import subprocess
 import sys
 import tempfile
@@ -70,6 +71,11 @@ def many(count, one):
     return b"".join(map(one, range(count)))
 
 
+def in_no_order(n):
+    """Numbers for what is sorted. In an order that is one the short input is foreseen by a processor that sorted it before."""
+    return random.Random(n).sample(range(n), n)
+
+
 def host(i):
     return f"h{i:06}.example.com"
 
@@ -102,7 +108,7 @@ SINGLE = {
     "shortest DNS names": (lambda n: with_ext(SAN, seq(b"\x82\0" * n)), 131_000),
     "more DNS names than there may be": (lambda n: with_ext(SAN, seq(b"\x82\0" * n)), 490_000),
     "shortest purposes": (lambda n: with_ext(EKU, seq(SHORT * n)), 131_000),
-    "shortest policies": (lambda n: with_ext(CP, seq(*(seq(tlv(6, b"\x2a", base_128(i))) for i in range(n)))), 124_000),
+    "shortest policies": (lambda n: with_ext(CP, seq(*(seq(tlv(6, b"\x2a", base_128(i))) for i in in_no_order(n)))), 124_000),
     "shortest mappings": (lambda n: with_ext(PM, seq(seq(SHORT, SHORT) * n)), 118_000),
     "shortest policies and mappings": (lambda n: leaf(exts=[
         (CP, False, seq(SHORT_POLICY * n)), (PM, False, seq(seq(SHORT, SHORT) * n))]).der(), 64_000),
@@ -115,17 +121,17 @@ SINGLE = {
     "names with a comma": (lambda n: with_ext(SAN, names(*(("dns", "a,b") for i in range(n)))), 32_500),
     "extensions": (lambda n: leaf(exts=[(f"1.2.3.{i + 200}.1", False, b"x") for i in range(n)]).der(), 60_000),
     "extensions, all the same": (lambda n: leaf(exts=[("1.2.3.4", False, b"x")] * n).der(), 60_000),
-    "extensions, all critical": (lambda n: leaf(exts=[(f"1.2.3.{i + 200}.1", True, b"x") for i in range(n)]).der(), 50_000),
+    "extensions, all critical": (lambda n: leaf(exts=[(f"1.2.3.{i + 200}.1", True, b"x") for i in in_no_order(n)]).der(), 50_000),
     "extensions, all subjectAltName": (lambda n: leaf(exts=[(SAN, False, names(("dns", "a")))] * n).der(), 60_000),
     "arcs of a type": (lambda n: leaf(seq(tlv(0x31, seq(raw_oid(b"\x2a" * n), tlv(12, b"x"))))).der(), 990_000),
     "octets of an arc of a type": (lambda n: leaf(seq(tlv(0x31, seq(raw_oid(b"\x2a" + b"\xff" * n + b"\1"), tlv(12, b"x"))))).der(), 990_000),
     "types with an arc of 500 octets": (lambda n: leaf(seq(many(n, lambda i: tlv(0x31, seq(raw_oid(b"\x2a" + b"\xff" * 499 + b"\1"), tlv(12, b"x")))))).der(), 1_850),
     "arcs of an extension": (lambda n: leaf(exts=[seq(raw_oid(b"\x2a" * n), tlv(4, b"x"))]).der(), 990_000),
     "purposes": (lambda n: with_ext(EKU, seq(*(oid(f"1.2.3.{i}") for i in range(n)))), 32_500),
-    "policies": (lambda n: with_ext(CP, policies(*(f"1.2.3.{i}" for i in range(n)))), 32_500),
+    "policies": (lambda n: with_ext(CP, policies(*(f"1.2.3.{i}" for i in in_no_order(n)))), 32_500),
     "policies, all the same": (lambda n: with_ext(CP, policies(*["1.2.3.4"] * n)), 32_500),
     "timestamps of logs": (lambda n: with_ext(SCTS, tlv(4, prefixed((prefixed(bytes(41) + b"\0\0\4\3\0\0")) * n))), 1_330),
-    "mappings of policies": (lambda n: with_ext(PM, seq(*(seq(oid(f"1.2.3.{i}"), oid(f"1.2.4.{i}")) for i in range(n)))), 32_500),
+    "mappings of policies": (lambda n: with_ext(PM, seq(*(seq(oid(f"1.2.3.{i}"), oid(f"1.2.4.{i}")) for i in in_no_order(n)))), 32_500),
     "distribution points": (lambda n: with_ext(CDP, points(*(f"http://{host(i)}/" for i in range(n)))), 25_000),
     "constraints": (lambda n: with_ext(NC, subtrees([("dns", host(i)) for i in range(n)])), 32_500),
     "characters of a name": (lambda n: with_value(tlv(12, b"x" * n)), 990_000),
@@ -171,8 +177,8 @@ def dear_issuers(n, octets):
 STREAMS = {
     "leaves and a crowd of issuers": (lambda n: crowd_of_leaves(n), 2_000),
     "leaves and a crowd with a root's name": (lambda n: crowd_of_leaves(n, ROOT.subject), 2_000),
-    "leaves and an issuer of many policies": (lambda n: crowd_of_leaves(n, ROOT.subject, [(CP, False, seq(*(seq(tlv(6, b"\x2a", base_128(i))) for i in range(30 * n))))]), 1_500),
-    "leaves and an issuer of many critical extensions": (lambda n: crowd_of_leaves(n, ROOT.subject, [(f"1.2.3.{i + 200}.1", True, b"x") for i in range(15 * n)]), 1_500),
+    "leaves and an issuer of many policies": (lambda n: crowd_of_leaves(n, ROOT.subject, [(CP, False, seq(*(seq(tlv(6, b"\x2a", base_128(i))) for i in in_no_order(30 * n))))]), 1_500),
+    "leaves and an issuer of many critical extensions": (lambda n: crowd_of_leaves(n, ROOT.subject, [(f"1.2.3.{i + 200}.1", True, b"x") for i in in_no_order(15 * n)]), 1_500),
     "leaves and sixteen issuers with dear keys": (lambda n: dear_issuers(n, 2048), 350),
     "leaves and sixteen issuers of RSA-4096": (lambda n: dear_issuers(n, 512), 1_000),
     "certificates in a row": (lambda n: SMALL * n, 2_000),
@@ -249,7 +255,7 @@ WAYS = {
     "CRL entries": (lambda n: revoking([(integer(1 << 32 | i), []) for i in range(n)]), 40_000),
     "CRL entries with reasons": (lambda n: revoking([(integer(1 << 32 | i), [(REASON, False, b"\x0a\1\1")]) for i in range(n)]), 24_000),
     "constraints times names": (constrained, 7_000),
-    "policies of a way": (lambda n: way_with(n, CP, lambda n: policies(*(f"1.2.3.{i}" for i in range(n)))), 32_500),
+    "policies of a way": (lambda n: way_with(n, CP, lambda n: policies(*(f"1.2.3.{i}" for i in in_no_order(n)))), 32_500),
     "candidates that did not sign": (lambda n: crowd(n, spoilt), 1_900),
     "candidates with other keys": (lambda n: crowd(n, other_key), 1_900),
     "certificates that are none": (lambda n: crowd(n, strangers), 1_900),
