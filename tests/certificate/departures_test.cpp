@@ -156,6 +156,10 @@ std::vector<Row> encodings() {
   };
   const auto ids = [](const Bytes& a, const Bytes& b) { return sequence(set(a, b)); };
   const Bytes first = rdn(utf8("a")), second = rdn(utf8("b"));
+  const auto deep = [](Bytes inside) {  // more than is usual
+    for (int i = 0; i < 16; ++i) inside = sequence(inside);
+    return sequence(context(0, der::oid("1.2.3") + context(0, inside)));
+  };
   const Bytes version = context(0, integer("\0\2"s));
   const Bytes paddedOid = element(0x06, "\x2A\x80\x03"s), oid = element(0x06, "\x2A\3"s);
   return {
@@ -186,6 +190,7 @@ std::vector<Row> encodings() {
        kUsage},
       value("trailingZeroBits", kPoints, point("\4\x40"), point("\6\x40"), primitive(1, "\4\x40")),
       field("setNotSorted", &Parts::subject, ids(second, first), ids(first, second), first),
+      value("setNotSorted", kSan, deep(set(second, first)), deep(set(first, second)), first),
       {"contentMalformed", paddedOid, leaf().behind(sequence(paddedOid, octets("x"))),
        leaf().behind(sequence(oid, octets("x")))},
       field("contentMalformed", &Parts::serial, integer("")),

@@ -59,6 +59,8 @@ TEST(ClassifyDer, TellsWhatBytesHold) {
       {"DSA", sequence(kInt, kInt, kInt, kInt, kInt, kInt), kPrivateKey},
       {"encrypted, PKCS #12", encryptedWith("1.2.840.113549.1.12.1.3"), kEncryptedPrivateKey},
       {"DigestInfo", encryptedWith("2.16.840.1.101.3.4.2.1"), kOtherAsn1},
+      {"encrypted, and more", sequence(algorithm("1.2.840.113549.1.12.1.3"), octets(""), kInt),
+       kOtherAsn1},
       {"CRL of version 1", signedPart(sequence(kAlgorithm, kName, kTime)), kCrl},
       {"other signed thing", signedPart(sequence(kInt, kName)), kOtherAsn1},
       {"signature", sequence(integer(std::string(32, 'r')), integer(std::string(32, 's'))),
