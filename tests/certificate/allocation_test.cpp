@@ -90,7 +90,7 @@ TEST(Allocation, WithoutMemoryCertificatesAnswerRightOrNotAtAll) {
       faults += expectRightOrNone([&] { return each().text; });
     }
   }
-  EXPECT_GT(faults, 5000U);
+  EXPECT_GT(faults, 4000U);  // C++ libraries differ in what strings hold without memory
 }
 
 TEST(Allocation, WithoutMemoryTextsAreReadAndWrittenRightOrNotAtAll) {

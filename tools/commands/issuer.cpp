@@ -34,7 +34,7 @@ Fit fitOf(VelmoraX509& subject, const Certificate& certificate, VelmoraX509& iss
   const bool mayTry = SignatureBudget::isUsual(candidate) || budget.spend(candidate);
   auto faults =
       mayTry ? linkFaults(certificate, candidate) : std::vector{Reason::tooManySignatures};
-  if (std::ranges::count(faults, Reason::outOfMemory) != 0) throw std::bad_alloc();
+  if (std::count(faults.begin(), faults.end(), Reason::outOfMemory) != 0) throw std::bad_alloc();
   const bool matches = subject.isIssuedBy(issuer, log);
   log.wantNone();
   return {matches, byIdentifiers, !name.isEmpty() && name.matches(candidate.subject()),
