@@ -6,12 +6,15 @@ bench_growth asks, and the commands, are timed on both. Printed is what grows mo
 the input, what takes more than half a second or 64 MB for less than 1 MB, and of each dimension the dearest; the exit
 status is 1 when there is any of the first two. What takes less than two milliseconds in a process, or twenty with one
 that is started, says nothing of growth; what seems to grow is measured up to five times, since caches, pages and other
-processes add to a time and take nothing from it."""
+processes add to a time and take nothing from it. Of a command that still seems to grow then, whose short run is but a
+millisecond or two beyond the start of a process, instructions are counted instead, where Valgrind is installed."""
 import argparse
 import collections
 import os
 import pathlib
 import random
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -265,7 +268,7 @@ WAYS = {
 
 class Measured:
     def __init__(self, build, folder):
-        self.build, self.folder, self.rows, self.seconds = build, folder, [], {}
+        self.build, self.folder, self.rows, self.words = build, folder, [], {}
         self.start = min(self.cpu(["version"])[0] for _ in range(5))
 
     def cpu(self, words):
@@ -282,7 +285,14 @@ class Measured:
 
     def commands(self, words):
         seconds, megabytes = min(self.cpu(words) for _ in range(2))
-        return {" ".join(words[:2] if words[0] != "verify" else words[:1]): (seconds - self.start, megabytes)}
+        question = " ".join(words[:2] if words[0] != "verify" else words[:1])
+        self.words[question] = words
+        return {question: (seconds - self.start, megabytes)}
+
+    def instructions(self, words):
+        ran = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", self.build / "velmora-x509", *words],
+                             cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        return int(re.search(r"Collected : (\d+)", ran.stderr)[1])
 
     def library(self, file):
         done = subprocess.run([self.build / "bench" / "bench_growth", file], cwd=self.folder, capture_output=True, text=True, check=True)
@@ -302,7 +312,17 @@ class Measured:
                     for question, used in least[1].items()]
             if not any(is_growing(row) for row in rows):
                 break
-        self.rows += rows
+        asked = [row[1] for row in rows if is_growing(row) and row[1] in self.words and shutil.which("valgrind")]
+        counts = {question: [self.instructions(["version"])] for question in asked}
+        for each in (count // 10, count) if asked else ():
+            make_input(each)
+            for question in asked:
+                counts[question].append(self.instructions(self.words[question]))
+        for row in rows:
+            if row[1] in counts:
+                start, short, long = counts[row[1]]
+                row = *row[:5], (long - start) / (short - start) * 10 * sizes[0] / sizes[1]
+            self.rows.append(row)
 
 
 def is_growing(row):
