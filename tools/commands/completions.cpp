@@ -18,6 +18,7 @@ void runCompletions(const Arguments& arguments, Console& console) {
   // What stands in place of a command as a word is completed as one.
   std::vector<const Command*> commands(kProgram.commands.begin(), kProgram.commands.end());
   std::vector<std::string_view> names;
+  names.reserve(commands.size());
   for (const Command* command : commands) names.push_back(command->name);
   const Command help = {
       "help", "print how the program or a command is used", {}, {}, nullptr, "COMMAND", names,

@@ -1,9 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -60,11 +58,10 @@ class FileWriter {
   // The source's name without folders and without its last extension, and a number.
   std::string pathOf(const InputCertificate& input) const {
     const bool isStandardInput = input.source == "-";
-    std::array<char, 24> number;
-    std::snprintf(number.data(), number.size(), "-%03zu", input.index + 1);
+    const std::string number = std::to_string(input.index + 1);
     std::string path = m_folder.empty() ? std::string() : m_folder + "/";
     path += isStandardInput ? "stdin" : std::filesystem::path(input.source).stem().string();
-    path += number.data();
+    path.append("-").append(number.size() < 3 ? 3 - number.size() : 0, '0').append(number);
     return path + (m_asDer ? ".der" : ".pem");
   }
 
