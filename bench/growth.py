@@ -270,6 +270,7 @@ class Measured:
     def __init__(self, build, folder):
         self.build, self.folder, self.rows, self.words = build, folder, [], {}
         self.start = min(self.cpu(["version"])[0] for _ in range(5))
+        self.starting = self.instructions(["version"]) if shutil.which("valgrind") else 0
 
     def cpu(self, words):
         """Seconds and megabytes of a command. What time(1) tells of memory holds nothing of Python's."""
@@ -313,15 +314,15 @@ class Measured:
             if not any(is_growing(row) for row in rows):
                 break
         asked = [row[1] for row in rows if is_growing(row) and row[1] in self.words and shutil.which("valgrind")]
-        counts = {question: [self.instructions(["version"])] for question in asked}
+        counts = {question: [] for question in asked}
         for each in (count // 10, count) if asked else ():
             make_input(each)
             for question in asked:
                 counts[question].append(self.instructions(self.words[question]))
         for row in rows:
             if row[1] in counts:
-                start, short, long = counts[row[1]]
-                row = *row[:5], (long - start) / (short - start) * 10 * sizes[0] / sizes[1]
+                short, long = (each - self.starting for each in counts[row[1]])
+                row = *row[:5], long / short * 10 * sizes[0] / sizes[1]
             self.rows.append(row)
 
 

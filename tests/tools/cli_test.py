@@ -930,13 +930,13 @@ class Usage(unittest.TestCase):
                     os.truncate(path, size)
                     out, errors = program.communicate(timeout=60)
                 self.assertEqual((program.returncode, len((first + out).splitlines()), b"END" in errors), (0 if names % 3 == 0 else 3, names, names % 3 != 0))
-        for unreadable, reason in (("/proc/self/mem", "mem: I"), ("/", "Is a directory")):  # Input/output error, or I/O error
+        for unreadable, reason in (("/proc/self/mem", "(?:Input/output|I/O) error"), ("/", "Is a directory")):
             for command in (["name"], ["verify", "--roots", data("three_0.der"), "--chain", data("three.pem")]):
                 status, _, errors = run(*command, data("three_1.der"), unreadable, data("three_1.der"))
-                self.assertEqual((status, errors.count(reason)), (3, 1), errors)
+                self.assertEqual((status, len(re.findall(reason, errors))), (3, 1), errors)
             for option in ("--roots", "--chain", "--crl") if unreadable != "/" else ():  # what is asked with has to be whole
                 status, out, errors = run("verify", *(["--roots", data("three_0.der")] if option != "--roots" else []), option, unreadable, data("three_1.der"))
-                self.assertEqual((status, reason in errors, "holds" in out), (3, True, False), errors)
+                self.assertEqual((status, bool(re.search(reason, errors)), "holds" in out), (3, True, False), errors)
 
     def test_a_reader_that_goes_away_is_no_news(self):
         program = subprocess.Popen([PROGRAM, "show", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
