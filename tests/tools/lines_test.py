@@ -103,11 +103,14 @@ class Lines(unittest.TestCase):
         self.assertRegex(outputs[0][1], r"\A(.*line \d+01: the line is not base64\n|.*line 1: the line is not base64\n){5}.*: 25 more lines.*\n\Z")
 
     def test_a_line_beyond_the_limit_is_passed_over(self):
-        for size, error in (((64 << 20) // 3 * 4, "neither"), ((64 << 20) // 3 * 4 + 80_000, "larger than 64 MiB")):
-            with self.subTest(size):
-                out, _ = run("show", "--json", lines=b"k\t" + b"A" * size + b"\nl\t" + base64.b64encode(LEAF), status=3)
+        most = ((64 << 20) + 2) // 3 * 4  # of base64, which leaves 64 KiB for a key and the tabulator
+        for key, padding, error in ((1, "==", "neither"), (1, "=", "larger than 64 MiB"),
+                                    ((64 << 10) - 1, "==", "neither"), (64 << 10, "==", "larger than 64 MiB")):
+            with self.subTest(key=key, padding=padding):
+                line = b"k" * key + b"\t" + b"A" * (most - len(padding)) + padding.encode()
+                out, _ = run("show", "--json", lines=line + b"\nl\t" + base64.b64encode(LEAF), status=3)
                 first, second = map(json.loads, out.splitlines())
-                self.assertEqual((first["key"], second["index"], second["key"]), ("k", 1, "l"))
+                self.assertEqual((first["index"], second["index"], second["key"]), (0, 1, "l"))
                 self.assertIn(error, first["error"])
 
     def test_a_pipe_is_answered_at_once_and_ctrl_c_ends_in_order(self):

@@ -22,7 +22,8 @@ bool LineBatches::next(LineBatch& batch) {
   size_t lastEnd = text.rfind('\n');
   while (lastEnd == text.npos && text.size() <= kMaxLine) {
     const size_t held = text.size();
-    if (!readPiece(text)) break;
+    // No more than shows that the line is too long.
+    if (!readPiece(text, std::min(kPieceSize, kMaxLine + 1 - held))) break;
     const size_t found = std::string_view(text).substr(held).rfind('\n');
     if (found != text.npos) lastEnd = held + found;
   }
@@ -48,7 +49,7 @@ void LineBatches::skipLine(LineBatch& batch) {
   batch.text.resize(kCutLine);
   batch.text.shrink_to_fit();
   std::string piece;
-  while (readPiece(piece)) {
+  while (readPiece(piece, kPieceSize)) {
     const size_t end = std::min(piece.size(), piece.find('\n'));
     batch.octets += end;
     if (end != piece.size()) {
@@ -60,12 +61,12 @@ void LineBatches::skipLine(LineBatch& batch) {
 }
 
 // Appends what can be read at once.
-bool LineBatches::readPiece(std::string& text) {
+bool LineBatches::readPiece(std::string& text, size_t most) {
   const size_t held = text.size();
   ssize_t size = -1;
-  text.resize(held + kPieceSize);
+  text.resize(held + most);
   while (m_error == 0 && size < 0 && Interruptible::awaitInput(m_descriptor)) {
-    size = ::read(m_descriptor, text.data() + held, kPieceSize);
+    size = ::read(m_descriptor, text.data() + held, most);
     if (size < 0 && errno != EINTR) m_error = errno;
   }
   text.resize(held + static_cast<size_t>(std::max<ssize_t>(size, 0)));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/terminal/console.h"
+#include "velmora/reading/certificate_reader.h"
 
 namespace velmora::tool {
 
@@ -30,8 +31,9 @@ struct LineBatch {
 /// line is never held in part by two batches. At most one piece and one line are held.
 class LineBatches {
  public:
-  /// 64 MiB of DER in base64, and a key.
-  static constexpr size_t kMaxLine = (size_t{64} << 20) / 3 * 4 + (size_t{64} << 10);
+  /// As much DER as is read of a file, in base64, and a key.
+  static constexpr size_t kMaxLine =
+      (CertificateReader::kMaxDerSize + 2) / 3 * 4 + (size_t{64} << 10);
   /// What is kept of a line beyond that, for its key.
   static constexpr size_t kCutLine = size_t{4} << 10;
 
@@ -49,7 +51,7 @@ class LineBatches {
   int error() const noexcept { return m_error; }
 
  private:
-  bool readPiece(std::string& text);
+  bool readPiece(std::string& text, size_t most);
   void skipLine(LineBatch& batch);
 
   int m_descriptor;
