@@ -20,15 +20,23 @@ struct Element {
 };
 using Elements = std::vector<Element>;
 
+// Whether its highest bit is set; char has no sign on every machine.
+bool isNegative(char octet) {
+  return (octet & 0x80) != 0;
+}
+
 // Of what was found to be DER.
 Elements membersOf(View in) {
   Elements all;
   while (!in.empty()) {
-    size_t header = 2, size = static_cast<unsigned char>(in[1]);
+    size_t at = 1;
+    if ((in[0] & 0x1F) == 0x1F)
+      while (isNegative(in[at++])) continue;  // a tag number above 30
+    size_t header = at + 1, size = static_cast<unsigned char>(in[at]);
     if (size >= 0x80) {
       header += size - 0x80;
       size = 0;
-      for (const char octet : in.substr(2, header - 2)) {
+      for (const char octet : in.substr(at + 1, header - at - 1)) {
         size = size << 8 | static_cast<unsigned char>(octet);
       }
     }
@@ -42,6 +50,16 @@ Bytes bytesOf(View octets) {
   return std::as_bytes(std::span(octets));
 }
 
+// Whether these are the arcs of an OID, and no more than are held.
+bool isOid(View octets) {
+  bool isStart = true;
+  for (const char octet : octets) {
+    if (isStart && octet == '\x80') return false;
+    isStart = !isNegative(octet);
+  }
+  return isStart && !octets.empty() && octets.size() <= 63;
+}
+
 // Whether an extension is understood; the reason is then set.
 bool readExtension(const Element& extension, std::optional<CrlReason>& reason) {
   const Elements parts = extension.is(0x30) ? membersOf(extension.content) : Elements();
@@ -51,11 +69,12 @@ bool readExtension(const Element& extension, std::optional<CrlReason>& reason) {
   if (hasFlag && !(parts[1].is(1) && (isCritical || parts[1].content == View("\0", 1))))
     return false;
   const View value = parts.back().content;
+  if (!isOid(parts[0].content)) return false;
   if (parts[0].content != "\x55\x1D\x15") {
     return !isCritical || (parts[0].content == "\x55\x1D\x18" && readTime(bytesOf(value)));
   }
   const bool isCode = !reason && value.size() == 3 && value.starts_with("\x0A\1");
-  if (!isCode || value[2] < 0 || value[2] == 7 || value[2] > 10) return false;
+  if (!isCode || isNegative(value[2]) || value[2] == 7 || value[2] > 10) return false;
   reason = static_cast<CrlReason>(value[2]);
   return true;
 }
@@ -77,9 +96,11 @@ bool isRemoval(const RevokedCertificate& it) {
 
 // The number without octets in front that only repeat its sign.
 std::string shortest(std::string serial) {
-  while (serial.size() > 1 && (serial[0] == 0 || serial[0] == -1) && (serial[0] ^ serial[1]) >= 0) {
-    serial.erase(0, 1);
-  }
+  const auto isSpare = [&] {
+    return serial[0] == '\0' ? !isNegative(serial[1])
+                             : serial[0] == '\xFF' && isNegative(serial[1]);
+  };
+  while (serial.size() > 1 && isSpare()) serial.erase(0, 1);
   return serial;
 }
 
@@ -112,7 +133,7 @@ void check(const Crl& crl, View der) {
   for (const Elements& entry : entries) {
     std::string serial(entry[0].content);
     ask(crl, entries, serial);
-    serial.insert(0, 1, !serial.empty() && serial[0] < 0 ? '\xFF' : '\0');
+    serial.insert(0, 1, !serial.empty() && isNegative(serial[0]) ? '\xFF' : '\0');
     ask(crl, entries, serial);
     serial.back() ^= 1;
     ask(crl, entries, serial);

@@ -22,13 +22,14 @@ struct CrlExtension {
   /// Extension ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE,
   ///   extnValue OCTET STRING }
   /// Takes the next of a list; false for what is none to the letter, but for a FALSE that is
-  /// written.
+  /// written, and for an OID of more octets than an Oid holds, which nobody knows.
   bool read(CrlMembers& list) noexcept {
     CrlElement element;
     if (!list.take(asn1_tag::kSequence, element)) return false;
     CrlMembers members(element);
     if (!members.take(asn1_tag::kOid, element)) return false;
     id = element.content;
+    if (Oid::fromDer(id).isEmpty()) return false;
     isCritical = false;
     if (members.take(asn1_tag::kBoolean, element)) {
       if (element.content.size() != 1) return false;
