@@ -65,9 +65,17 @@ class Questions {
   }
 
   void askFields() {
+    const Result<Validity> validity = m_typed.validity();
+    const Result<PublicKey> key = m_typed.publicKey();
     answered(m_typed.version());
-    answered(m_typed.validity());
-    answered(m_typed.publicKey());
+    answered(validity);
+    answered(m_typed.notBefore());
+    answered(m_typed.notAfter());
+    answered(key);
+    require(!validity || (validity->notBefore == *m_typed.notBefore() &&
+                          validity->notAfter == *m_typed.notAfter()),
+            "the same dates");
+    require(!key || m_typed.describedKey().bits == key->bits, "the same key");
     answered(m_typed.signatureScheme());
     for (const Name& name : {m_typed.subject(), m_typed.issuer()}) {
       answered(name.attributes());
@@ -78,9 +86,17 @@ class Questions {
     require(m_typed.checkSignature(m_typed).message().empty() ==
                 (m_typed.signedBy(m_typed) == SignatureVerdict::good),
             "what is not good says why");
-    for (const Oid& id : m_typed.unknownCriticalExtensions()) {
-      const Result<Extension> found = m_typed.extension(id);
-      require(id.isEmpty() || found || !found.error().isAbsent(), "a critical extension is there");
+    const Name subject = m_typed.subject(), issuer = m_typed.issuer();
+    require(subject.matches(issuer) == (subject.folded() && subject.folded() == issuer.folded()),
+            "names match when they fold to the same");
+    require(!m_typed.isSelfIssued() || subject.matches(issuer), "self-issued");
+    for (const auto& critical :
+         {m_typed.unknownCriticalExtensions(), m_typed.criticalExtensions()}) {
+      for (const Oid& id : critical) {
+        const Result<Extension> found = m_typed.extension(id);
+        require(id.isEmpty() || found || !found.error().isAbsent(),
+                "a critical extension is there");
+      }
     }
   }
 
@@ -92,6 +108,15 @@ class Questions {
         if (answer) askNames(*answer);
       }
     });
+    const std::vector<Extension> listed = m_typed.listedExtensions();
+    require(m_typed.extensions().size() <= listed.size(), "what is listed");
+    for (const Extension& each : listed) answered(m_typed.content(each));
+    const auto names = m_typed.subjectAltNames();
+    auto cursor = m_typed.subjectAltNameCursor();
+    require(names.has_value() == cursor.has_value(), "the same names");
+    size_t count = 0;
+    for (PlacedName each; cursor && cursor->next(each);) ++count;
+    require(!names || (names->size() == count && m_typed.dnsNames().size() <= count), "as many");
     const Result<NameConstraints> constraints = m_typed.nameConstraints();
     if (constraints) askNames(constraints->permitted), askNames(constraints->excluded);
   }

@@ -8,7 +8,8 @@
 
 // Property: what deflate streams stand for, how many octets they take, and which octets are none,
 // is what a decoder says that reads them bit by bit (RFC 1951), also about what the project
-// compresses, which comes back. The first octet chooses, the second one bounds the output.
+// compresses, which comes back; and what stands around them is to the letter (RFC 1950). The first
+// octet chooses, the second one bounds the output, or is that of a zlib stream.
 
 namespace {
 
@@ -38,6 +39,7 @@ Code codeOf(const Octets& lengths, size_t mayBe) {
 struct NaiveInflater {
   const Span in;
   const size_t most;
+  const size_t window = 32768;
   Octets out = {};
   size_t at = 0;  // in bits
 
@@ -116,7 +118,7 @@ struct NaiveInflater {
       const unsigned far = symbol(distances);
       if (far > 29) throw kBad;
       const unsigned distance = 1 + value(far, 2);
-      if (distance > out.size()) throw kBad;
+      if (distance > out.size() || distance > window) throw kBad;
       for (unsigned i = 0; i < length; ++i) put(out[out.size() - distance]);
     }
   }
@@ -151,6 +153,33 @@ void compress(Span in) {
   inflate(stream.span().subspan(2), in.size());
 }
 
+// A stream in its frame, of which one octet is perhaps another one.
+void unframe(unsigned cmf, unsigned damage, Span in) {
+  constexpr size_t kMost = 1 << 16;
+  NaiveInflater naive{in, kMost, size_t{256} << (cmf >> 4)};
+  const bool isBody = naive.run() == InflateResult::kOk;
+  const Span body = isBody ? in.first(naive.used()) : in;
+  unsigned a = 1, b = 0;
+  for (const unsigned char octet : naive.out) a = (a + octet) % 65521, b = (b + a) % 65521;
+  Octets stream(2);
+  stream.insert(stream.end(), body.begin(), body.end());
+  for (const unsigned sum : {b, a}) {
+    for (const unsigned octet : {sum >> 8, sum & 0xFF}) stream.push_back(octet & 0xFF);
+  }
+  const unsigned flags = damage == 3 ? 0x20 : 0;  // a dictionary is asked for
+  stream[0] = cmf & 0xFF;
+  stream[1] = (flags + 31 - ((cmf << 8) + flags) % 31) & 0xFF;
+  const size_t end = stream.size() - damage % 4 - 1;
+  if (damage >= 4) stream[end] ^= damage & 0xFF;
+  if (damage == 1) stream.pop_back();
+  if (damage == 2) stream.push_back(0);
+  DataBuffer out;
+  const bool isOk = zlibInflate(stream, kMost, out) == InflateResult::kOk;
+  require(isOk == (isBody && (cmf & 15) == 8 && cmf >> 4 <= 7 && damage == 0),
+          "the frame to the letter");
+  require(!isOk || std::ranges::equal(out.span(), naive.out), "what was in it");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -158,6 +187,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Span rest(data + 2, size - 2);
   if (data[0] % 4 == 0) {
     compress(rest);
+  } else if (data[0] % 4 == 1) {
+    unframe(data[1], data[0] / 4 & 0xF, rest);
   } else {
     inflate(rest, size_t{data[1]} * data[1]);
   }

@@ -275,7 +275,11 @@ def inflate():
     for title, level, strategy in (("stored", 0, 0), ("fixed", 9, zlib.Z_FIXED), ("dynamic", 9, 0),
                                    ("huffman", 9, zlib.Z_HUFFMAN_ONLY), ("runs", 9, zlib.Z_RLE)):
         stream = zlib.compressobj(level, zlib.DEFLATED, -15, 9, strategy)
-        yield title, b"\1\x40" + stream.compress(text) + stream.flush()
+        raw = stream.compress(text) + stream.flush()
+        yield title, b"\2\x40" + raw
+        if title == "fixed":
+            yield "framed", b"\1\x78" + raw
+            yield "asks_for_a_dictionary", b"\r\x78" + raw
 
 
 def xml_trees():
