@@ -6,7 +6,7 @@ import re
 import types
 from datetime import datetime, timezone
 
-from cryptography.exceptions import InvalidSignature
+from cryptography.exceptions import InvalidSignature, UnsupportedAlgorithm
 from cryptography.hazmat.primitives import hashes
 from cryptography.hazmat.primitives.asymmetric import dsa, ec, ed25519, rsa
 from cryptography.hazmat.primitives.asymmetric.padding import PKCS1v15
@@ -245,6 +245,8 @@ def key_of(spki):
         need(size >= 224, "weakKey")
     try:
         key = load_der_public_key(spki)
+    except UnsupportedAlgorithm:
+        raise Bad("keyNotKnown")
     except ValueError:
         raise Bad("keyMalformed")
     kind = next(kind for kind, made in KINDS.items() if isinstance(key, made))
@@ -643,7 +645,15 @@ def ways(leaf, anchors, others, most=16):
     yield from climb([leaf])
 
 
-def verdict(leaf, anchors, others, crls, at, options):
+def judge_anything(way, o):
+    """The same of a way in which anything may be: what is not understood is a reason too."""
+    try:
+        return judge(way, o)
+    except Exception as fault:
+        return {repr(fault)}
+
+
+def verdict(leaf, anchors, others, crls, at, options, judge=judge):
     """Whether a way holds; and (way, reasons) of each."""
     def readable(read, ders):
         return [each for each in (tried(set(), read, der) for der in ders) if each]

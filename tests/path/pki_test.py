@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Compares "verify" with a naive checker on infrastructures in which rules are broken alone and in pairs.
 
-pki_test.py PROGRAM [--full] [--peers] [--case NUMBER]    (PROGRAM "-": none, the naive checker alone)
+pki_test.py PROGRAM [--full] [--peers] [--case NUMBER] [--mutants N]    (PROGRAM "-": none, the naive checker alone)
 
-Each row is first tried alone, as it holds and broken. With --full each is then broken at least fifty times.
+Each row is first tried alone, as it holds and broken. With --full each is then broken at least fifty times. Then of
+N cases (100) some element is another one: nothing is accepted then that the naive checker refuses.
 --peers prints where OpenSSL and certtool answer otherwise: each kind once, counted, with an example, and NEW
 before those that docs/path-peers.md does not list with who is right.
 --case prints one case with all that is said of it and leaves its files in the folder "pki-case"."""
@@ -17,6 +18,7 @@ import subprocess
 import sys
 import tempfile
 
+import mutants
 import naive
 import rows
 from pki import ANY_POLICY, AT, USES, pem
@@ -57,8 +59,8 @@ class Written:
     def path(self, file):
         return self.folder / file
 
-    def naive(self):
-        return naive.verdict(*self.octets, AT, self.case.options)
+    def naive(self, judge=naive.judge):
+        return naive.verdict(*self.octets, AT, self.case.options, judge)
 
     def ask(self, program):
         options = []
@@ -141,6 +143,26 @@ def cases(full, only):
         yield str(number), rows.make_case(number), None
 
 
+def accepted_mutants(program, folder, count):
+    """Those that the program accepts and the naive checker refuses, or does not understand; and how many both accept."""
+    failures, both = [], 0
+    for number in range(count):
+        case = mutants.make_case(number)
+        if not is_asked(case.options):
+            continue
+        try:
+            written = Written(case, folder)
+        except ValueError:  # no case: nothing is left to sign
+            continue
+        if not written.ask(program).get("verified"):
+            continue
+        holds, judged = written.naive(naive.judge_anything)
+        both += holds
+        if not holds:
+            failures.append(f"mutant {number}: accepted\n    naive: {[sorted(reasons) for _, reasons in judged]} {case.rows} {case.options}")
+    return failures, both
+
+
 def is_asked(options):
     """Whether it is one question: one target, and one that goes with the purpose."""
     targets = TARGETS & set(options)
@@ -197,6 +219,11 @@ def main():
             if only:
                 print(what, holds, *([c.subject for c in way] + [sorted(why)] for way, why in judged), sep="\n")
                 print(answer, *(getattr(written, peer)() for peer in peers), sep="\n")
+        count = int(flags[flags.index("--mutants") + 1]) if "--mutants" in flags else 100
+        if program != "-" and not only:
+            accepted, both = accepted_mutants(os.path.abspath(program), pathlib.Path(folder), count)
+            failures += accepted
+            print(f"{count} mutants, {both} of them accepted by both")
     report_peers(differing)
     print(*failures[:40], sep="\n")
     least = min((broken[each[0]] for each in rows.ROWS), default=0)
