@@ -166,7 +166,7 @@ constinit const Program kProgram = {kCommands, kOptions, kAboutInput};
 int main(int count, char** words) {
   using namespace velmora::tool;
   // A reader that goes away, and a file that may not grow, are told by the failing write.
-  for (const int each : {SIGPIPE, SIGXFSZ}) std::signal(each, SIG_IGN);
+  for (const int each : {SIGPIPE, SIGXFSZ}) (void)std::signal(each, SIG_IGN);
   Console console;
   const Command* command = nullptr;
   try {

@@ -38,6 +38,7 @@ bool ByteStore::reserve(size_t total) noexcept {
   return !m_failed;
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): extend() says why
 unsigned char* ByteStore::extendSlowly(size_t count) noexcept {
   if (m_failed) return nullptr;
   if (count == 0) return const_cast<unsigned char*>(std::as_const(*this).data()) + m_size;

@@ -37,6 +37,7 @@ class VELMORA_API ByteStore {
 
   /// Adds `count` bytes whose values are not set; a pointer to the first, or null. Count 0 gives a
   /// pointer that must not be written to.
+  // NOLINTNEXTLINE(misc-no-recursion): once, when there is room
   unsigned char* extend(size_t count) noexcept {
     // Nothing to add takes the slow way too: count - 1 then wraps.
     if (m_failed || count - 1 >= m_capacity - m_size) return extendSlowly(count);

@@ -42,7 +42,7 @@ unsigned char* writeBackwards(unsigned char c, unsigned char* end) noexcept {
     begin[0] = '\\';
     begin[1] = static_cast<unsigned char>(letter);
   } else {
-    std::memcpy(begin, "\\u00", 4);
+    std::memcpy(begin, "\\u00", 4);  // NOLINT(bugprone-not-null-terminated-result): digits follow
     hexEncodeLower(&c, 1, reinterpret_cast<char*>(begin) + 4);
   }
   return begin;
