@@ -135,7 +135,7 @@ class Made(unittest.TestCase):
         leaves.write_bytes(b"".join(der[:-1] + bytes([i]) for i in range(250)))
         status, answers = verify("--roots", root, "--chain", crowd, leaves)
         self.assertEqual((status, len(answers)), (1, 250))
-        self.assertLess(sum(each["used"]["candidates"] for each in answers), (1 << 15) + 250 * 64 + 2000)
+        self.assertEqual(sum(each["used"]["candidates"] for each in answers), (1 << 15) + 250 * 64)
 
     def test_certificates_that_certify_each_other_end(self):
         # Ten certificates of one name and key, each an issuer of all: no way leads to a root, and there
@@ -248,7 +248,7 @@ class Given(unittest.TestCase):
         line = ": block 1 (line 1): the PEM block holds a line that is not base64 (line 2); mend or remove the line"
         for content, options, expected, errors in [
                 (crl, [], (1, [None, "revoked"]), ""), (torn + crl, [], (3, [None, "revoked"]), line),
-                (torn, [], (3, [None, None]), line), (torn, ["--require-crl", "leaf"], (3, ["revocationUnknown"] * 2), line),
+                (torn, [], (3, ["revocationUnknown"] * 2), line),
                 ("", ["--require-crl", "leaf"], (3, ["revocationUnknown"] * 2), ": block 1: the input holds no CRL")]:
             with self.subTest(content=content[:50], options=options):
                 path.write_text(content)

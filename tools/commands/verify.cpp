@@ -165,7 +165,7 @@ class Verifier {
     collectFiles("--issuer", m_issuers);
     m_others = m_issuers;
     collectFiles("--chain", m_others);
-    m_question.options.crls = CrlSet(readCrls(m_arguments.values("--crl"), m_console));
+    collectCrls();
   }
 
   // The FILEs may hold issuers too, so all of them are read before the first answer.
@@ -241,6 +241,14 @@ class Verifier {
 
   void collectFiles(std::string_view option, std::vector<Certificate>& into) {
     for (const std::string_view file : m_arguments.values(option)) collectFrom(file, into);
+  }
+
+  // What cannot be read may be the CRL that lists a certificate, so that another has to vouch.
+  void collectCrls() {
+    const GivenCrls given = readCrls(m_arguments.values("--crl"), m_console);
+    VerifyOptions& options = m_question.options;
+    options.crls = CrlSet(given.crls);
+    if (!given.areAll) options.revocation = Revocation::all;
   }
 
   // What --roots means; without roots nothing is trusted, so that the rest can go on.

@@ -125,11 +125,11 @@ void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded
   visitFiles(arguments, console, loaded(visit), takes);
 }
 
-std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console) {
-  std::vector<Crl> crls;
+GivenCrls readCrls(const std::vector<std::string_view>& sources, Console& console) {
+  GivenCrls given;
+  const VisitFailure note = [&](const InputPlace&, std::string_view) { given.areAll = false; };
   for (const std::string_view source : sources) {
-    const VisitFailure nobody;
-    Failures failures(source, nobody, console);
+    Failures failures(source, note, console);
     std::vector<unsigned char> content;
     const int error = readSource(source, [&](auto piece) {
       content.insert(content.end(), piece.begin(), piece.end());
@@ -140,7 +140,7 @@ std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console&
       continue;
     }
     const CrlReading reading = CrlSet::read(std::as_bytes(std::span(content)));
-    crls.insert(crls.end(), reading.crls.begin(), reading.crls.end());
+    given.crls.insert(given.crls.end(), reading.crls.begin(), reading.crls.end());
     for (const CrlFailure& each : reading.failures) {
       const bool isText = each.error.code == ErrorCode::malformedText || each.error.isAbsent();
       const auto offset = isText ? std::nullopt : std::optional<size_t>(each.error.offset);
@@ -149,7 +149,7 @@ std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console&
     }
     failures.end();
   }
-  return crls;
+  return given;
 }
 
 void loadInto(VelmoraX509* object, std::span<const unsigned char> der) {

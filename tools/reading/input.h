@@ -67,7 +67,12 @@ Visit loaded(VisitLoaded visit);
 void visitLoaded(const Arguments& arguments, Console& console, const VisitLoaded& visit,
                  Takes takes = Takes::kCertificates);
 
-/// Reads the CRLs of the sources. Whatever is none is told as of certificates.
-std::vector<Crl> readCrls(const std::vector<std::string_view>& sources, Console& console);
+/// The CRLs of some sources.
+struct GivenCrls {
+  std::vector<Crl> crls;
+  bool areAll = true;  // there was nothing that could not be read
+};
+/// Whatever is none is told as of certificates.
+GivenCrls readCrls(const std::vector<std::string_view>& sources, Console& console);
 
 }  // namespace velmora::tool
