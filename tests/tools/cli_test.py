@@ -496,6 +496,7 @@ class Extensions(unittest.TestCase):
                               tlv(0xA1, tlv(0x30, tlv(0x82, b"y")))), "only ip 10.0.0.0/8, not dns y"),
             ("2.5.29.17", tlv(0x30, tlv(0x82, b"a")), "above"), ("2.5.29.17", tlv(0x30, tlv(0x82, b"b")), "dns b"),
             ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02, b"\xff")), "cannot be read, 8 bytes"),
+            ("2.5.29.19", tlv(0x30, CRITICAL, tlv(0x02)), "cannot be read, 7 bytes"),
             ("2.5.29.19", tlv(0x30, tlv(0x01, b"\0")), "not a CA"), ("2.5.29.19", tlv(0x30), "not a CA"),
             ("2.5.29.19", tlv(0x30, tlv(0x01)), "cannot be read, 4 bytes"), ("2.5.29.19", tlv(0x30, tlv(0x01, b"\1")), "critical: a CA"),
             ("2.5.29.19", tlv(0x30, tlv(0x01, b"\xff\xff")), "cannot be read, 6 bytes"),
@@ -566,9 +567,9 @@ class Extensions(unittest.TestCase):
         self.assertEqual([shown[key] for key in KEYS[11:14]], [None, None, []])
 
     def test_nothing_is_left_out_of_what_is_large(self):
-        names = [tlv(0x81, b"%d@x" % i) for i in range(100_000)]
+        names = [tlv(0x81, b"%d@x" % i) for i in range(65_000)]
         shown = self.shown(with_names(*names), "--json")
-        self.assertEqual((len(shown["subjectAltNames"]), len(shown["emails"])), (100_000, 100_000))
+        self.assertEqual((len(shown["subjectAltNames"]), len(shown["emails"])), (65_000, 65_000))
         subject = tlv(0x30, tlv(0x31, *(tlv(0x30, oid("1.2.3"), tlv(UTF8, b"%d" % i)) for i in range(10_000))))
         self.assertEqual(len(json.loads(run("name", "--json", "-", stdin=certificate(subject))[1])[0]), 10_000)
         # One large extension again and again: reading it once for each would take minutes.
@@ -660,7 +661,8 @@ class Keys(unittest.TestCase):
             0, ["yes  request.pem: request 1", "no   public.pem: public key 1", f"no   {leaf}: certificate 1"], ""))
         self.assertEqual(run("match", "--all", pin, data("request.pem"), data("key_pkcs8.pem"))[0], 3)
         damaged = base64.b64decode("".join(key.splitlines()[1:-1])).replace(b"\3\x42", b"\3\x81\x42", 1)
-        self.assertEqual(run("pin", stdin=damaged[:1] + bytes([damaged[1] + 1]) + damaged[2:])[0], 3)
+        status, _, errors = run("pin", stdin=damaged[:1] + bytes([damaged[1] + 1]) + damaged[2:])
+        self.assertEqual((status, "memory" in errors), (3, False), errors)
 
 
 class Files(unittest.TestCase):
@@ -907,6 +909,8 @@ class Usage(unittest.TestCase):
                         with self.subTest(words=words, at=at, **more):
                             answer = (done.returncode, done.stdout.decode(), done.stderr.decode())
                             self.assertTrue(answer == expected or (answer[0] == 3 and answer[2]), answer)
+                            accepted = [len(re.findall(r': verified|"verified":true', each[1])) for each in (answer, expected)]
+                            self.assertLessEqual(*accepted, answer)
 
     def test_inputs_that_end_or_fail_midway(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -157,7 +157,7 @@ class VELMORA_API Certificate {
   // Extensions (§4.2), which count only at their place: the [3] of tbsCertificate. Each is there,
   // absent, or malformed with the offset. One that is there twice is repeatedExtension to whoever
   // asks for it; where the list is broken, what was not found is malformedExtension and not absent.
-  // A value of which the lists have more than 131,072 members together is tooLarge.
+  // A value of which the lists have more than 65,536 members together is tooLarge.
 
   /// Those that can be read, in the certificate's order. Whether that is all of them tells
   /// departures().

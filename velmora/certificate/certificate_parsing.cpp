@@ -17,9 +17,7 @@
 namespace velmora {
 namespace {
 
-constexpr size_t kMaxSize = 0x7FFFFFFF;
-
-// As the index keeps it; kMaxSize leaves no other places.
+// As the index keeps it; kMaxTypedOctets leaves no other places.
 uint32_t placeOf(const Asn1Element& element) noexcept {
   return static_cast<uint32_t>(element.offset);
 }
@@ -170,7 +168,7 @@ Error whatElse(Bytes der) noexcept {
 }  // namespace
 
 Result<Certificate> Certificate::parseBytes(Bytes der) noexcept {
-  if (der.size() > kMaxSize) return Error{ErrorCode::tooLarge};
+  if (der.size() > kMaxTypedOctets) return Error{ErrorCode::tooLarge};
   if (const auto fault = derFault(der)) return *fault;
   CertificateIndex index;
   if (!indexCertificate(der, index)) return whatElse(der);

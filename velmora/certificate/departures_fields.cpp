@@ -75,7 +75,6 @@ void examineScheme(const Asn1Element& identifier, DepartureList& list) {
   if (reading.fault == SignatureFault::parametersForbidden || reading.isMalformed) {
     list.add(Code::signatureParameters, reading.offset);
   }
-  if (!isRead) return;
   const auto& parameters = reading.parameters;
   if (reading.scheme.key == KeyKind::rsaPss) examinePssDefaults(*parameters, list);
   if (reading.scheme.key == KeyKind::rsa && !parameters) {

@@ -16,7 +16,6 @@
 namespace velmora {
 namespace {
 
-constexpr size_t kMaxSize = 0x7FFFFFFF;
 constexpr Oid kDeltaCrlIndicator{"2.5.29.27"}, kIssuingDistributionPoint{"2.5.29.28"};
 
 bool takeTime(CrlMembers& members, CrlElement& time) noexcept {
@@ -194,7 +193,7 @@ class CrlReader {
 }  // namespace
 
 Result<Crl> Crl::parse(Bytes der) noexcept try {
-  if (der.size() > kMaxSize) return Error{ErrorCode::tooLarge};
+  if (der.size() > kMaxTypedOctets) return Error{ErrorCode::tooLarge};
   if (const auto fault = derFault(der)) return *fault;
   Octets copy(der.begin(), der.end());
   CrlReader reader(copy);

@@ -1,4 +1,3 @@
-#include <limits>
 #include <new>
 #include <string_view>
 
@@ -12,7 +11,6 @@
 namespace velmora {
 namespace {
 
-constexpr size_t kMaxSize = std::numeric_limits<int32_t>::max();
 constexpr std::byte kSequence{0x30};
 
 using Span = std::span<const unsigned char>;
@@ -78,7 +76,7 @@ void add(const PemScanner& pem, PemScanner::Event event, CrlReading& reading) {
 
 CrlReading readPem(Bytes input) {
   CrlReading reading;
-  PemScanner pem(kMaxSize);
+  PemScanner pem(kMaxTypedOctets);
   std::string_view text(reinterpret_cast<const char*>(input.data()), input.size());
   PemScanner::Event event;
   do {

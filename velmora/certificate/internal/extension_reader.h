@@ -41,7 +41,7 @@ class ExtensionReader {
  public:
   /// How many members the lists in one value may have together. Each may be two octets of DER, and
   /// up to 184 as what it is read into.
-  static constexpr size_t kMaxMembers = 131'072;
+  static constexpr size_t kMaxMembers = 65'536;
 
   /// What the readers of one value share.
   struct Source {

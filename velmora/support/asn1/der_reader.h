@@ -14,6 +14,9 @@ namespace velmora {
 /// How many elements may stand inside one another, the outermost and the innermost counted.
 inline constexpr int kMaxAsn1Depth = 100;
 
+/// How many octets a typed certificate and a CRL may have: offsets of 32 bits reach beyond.
+inline constexpr size_t kMaxTypedOctets = 0x7FFFFFFF;
+
 /// Why bytes were refused: a constant text, and the offset of the octet at fault from the start of
 /// the input.
 struct Asn1Fault {
