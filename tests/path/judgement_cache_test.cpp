@@ -32,7 +32,7 @@ struct Asked {
   JudgementCache cache;
 };
 
-TEST(StripedSharedMutex, ShowsReadersNothingHalfWritten) {
+TEST(StripedSharedMutex, ShowsReadersNothingHalfDoneWhileItIsWritten) {
   StripedSharedMutex mutex;
   std::atomic<int> first = 0, second = 0;
   std::thread writer([&] {

@@ -150,8 +150,8 @@ for title, part in (("serial", 1), ("validity", -4), ("subject", -3), ("extensio
     put(f"long form {title}", "N", "lengthNotShortest", edit=edit(part, long_form))
 put("long form outside", "N", "lengthNotShortest", whole=(None, long_form))
 put("trailing octet", "L", "malformed", whole=(None, lambda der: der + b"\0"))
-row("weak key", "N", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(1024 if bad else 2048)))
-row("weak anchor", "R", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(1024 if bad else 2048)))
+row("weak key", "N", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(2040 if bad else 2048)))
+row("weak anchor", "R", "weakKey", lambda c, x, bad: rekey(c, x, rsa_key(2040 if bad else 2048)))
 row("2,056 bits", "L", "", lambda c, x, bad: rekey(c, x, rsa_key(2056 if bad else 2048)))
 
 

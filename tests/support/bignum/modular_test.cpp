@@ -86,6 +86,7 @@ TEST(ArithmeticPaths, RestOnWhatTheCpuHas) {
       {{0, kMulx | kIfma, CpuFeatures::kZmmStates}, ArithmeticPath::kAvx512Ifma},
   };
   for (const auto& c : cases) EXPECT_EQ(fastestPathOn(c.cpu), c.path) << c.cpu.leaf7Ebx;
+  EXPECT_TRUE(arithmeticPathSupported(bestArithmeticPath()));
 }
 
 // Were they the same code, that of one path would be tested nowhere.

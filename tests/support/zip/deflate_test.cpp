@@ -75,6 +75,10 @@ TEST(Deflate, FindsMatchesAcrossTheWholeWindowAndNotBeyond) {
   };
   const Bytes near = repeatedAfter(32768), far = repeatedAfter(32769);
   expectRoundTrip(near, compressed(near));
+  DataBuffer raw;
+  size_t used = 0;
+  EXPECT_EQ(inflateRaw(compressed(near).span().subspan(2), near.size(), raw, used),
+            InflateResult::kOk);
   expectRoundTrip(far, compressed(far));
   EXPECT_LT(compressed(near).size() + 200, compressed(far).size());
 }
