@@ -1,16 +1,21 @@
-// bench_growth FILE...: how long each question to what the files hold takes.
+// bench_growth [--memory] FILE...: how long each question to what the files hold takes.
 // Of DER: loading it, every getter of VelmoraX509, typed parsing and every question to a
 // Certificate. Of all forms: reading. Prints a line for each with the nanoseconds of CPU of the
-// quickest of a few runs.
+// quickest of a few runs, or with the most octets that a process has that asks nothing else.
 #include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include "tests/x509/all_getters.h"
 #include "velmora/reading/reading.h"
@@ -24,8 +29,26 @@ int64_t cpuNanoseconds() {
   return int64_t{1'000'000'000} * now.tv_sec + now.tv_nsec;
 }
 
+bool asksForMemory = false;
+
+int64_t peakOctets(const std::function<void()>& run) {
+  const pid_t child = fork();
+  if (child == 0) {
+    run();
+    _exit(0);
+  }
+  rusage used = {};
+  int status = 0;
+  if (wait4(child, &status, 0, &used) != child || status != 0) std::abort();
+  return int64_t{1024} * used.ru_maxrss;
+}
+
 // What takes long is run once or twice: how it grows shows then as well.
 void measure(const std::string& name, const std::function<void()>& run) {
+  if (asksForMemory) {
+    std::cout << peakOctets(run) << ' ' << name << std::endl;
+    return;
+  }
   constexpr int kMostRuns = 5;
   constexpr int64_t kEnough = 50'000'000;
   int64_t best = INT64_MAX, all = 0;
@@ -112,9 +135,12 @@ int main(int argc, char** argv) {
   using namespace velmora::bench;
   // Memory stays with the process, or its pages are made anew for each run of what is large, and of
   // nothing else.
-  mallopt(M_MMAP_THRESHOLD, 1 << 30);
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
-  for (int i = 1; i < argc; ++i) {
+  asksForMemory = argc > 1 && std::string_view(argv[1]) == "--memory";
+  if (!asksForMemory) {
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  }
+  for (int i = asksForMemory ? 2 : 1; i < argc; ++i) {
     std::ifstream file(argv[i], std::ios::binary);
     const std::string octets(std::istreambuf_iterator<char>(file), {});
     measureReading(octets);
