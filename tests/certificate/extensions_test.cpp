@@ -160,8 +160,9 @@ const struct {
     {certificatePolicies, notice(printable("u")), "!24"},
     {certificatePolicies, notice(utf8("\x80")), "!24"},
     {certificatePolicies,
-     notice(sequence(ia5("o"), sequence(integer("\xFF"), integer("\1"), kBig)), element(0x1A, "t")),
-     "1.2.3: notice o -1 1 " + std::to_string(INT64_MAX) + " t  "},
+     notice(sequence(ia5("o"), sequence(integer("\xFF"), integer(kBig.substr(2, 8)), kBig)),
+            element(0x1A, "t")),
+     "1.2.3: notice o -1 72057594037927936 " + std::to_string(INT64_MAX) + " t  "},
     {certificatePolicies, notice(sequence(ia5("o"))), "!29"},
 
     {policyMappings, sequence(sequence(kOid, der::oid("1.2"))), "1.2.3=1.2 "},

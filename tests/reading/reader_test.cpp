@@ -242,6 +242,7 @@ TEST(CertificateReader, TellsWhereAFailureIs) {
   EXPECT_EQ(inLine.lines, (std::vector<size_t>{1, 4, 6, 8, 9}));
   EXPECT_EQ(inLine.faultLines, (std::vector<size_t>{3, 0, 0, 8, 9}));
   EXPECT_EQ(inLine.labels, (Items{"X", "X", "X", "", "Y"}));
+  EXPECT_EQ(readIn("MAAwAA==", 3).lines, (std::vector<size_t>{0, 0}));
 
   const Found inXml =
       readIn(std::string(1, '\n') + xmlOf(kA) + "\n\n<sequence>\n</set>" + xmlOf(kB), 3);

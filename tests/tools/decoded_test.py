@@ -78,7 +78,7 @@ class Decoded(unittest.TestCase):
                 {"type": "ip", "value": None, "malformed": "hwUxMjM0NQ=="}, {"type": "otherName", "value": {"oid": "1.2.3", "hex": "30020500"}},
                 {"type": "otherName", "value": {"oid": "1.2.3", "text": "o"}}, {"type": "dns", "value": None, "malformed": "ggH/"},
                 {"type": "email", "value": "m"}, {"type": "ip", "value": "::"}], tlv(0x30)),
-            ("2.5.29.18", tlv(0x30, uri), [url], tlv(0x30, uri) + b"\0"),
+            ("2.5.29.18", tlv(0x30, uri, tlv(0x88, b"\x2a" + b"\xff" * 512 + b"\1")), [url, {"type": "registeredId", "value": None}], tlv(0x30, uri) + b"\0"),
             ("1.3.6.1.5.5.7.1.1", tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.48.1"), uri)),
              [{"oid": "1.3.6.1.5.5.7.48.1", "name": "ocsp", "location": url}], tlv(0x30, tlv(0x30, oid("1.3.6.1.5.5.7.48.1")))),
             ("1.3.6.1.5.5.7.1.11", tlv(0x30, tlv(0x30, oid("1.2"), uri)), [{"oid": "1.2", "name": None, "location": url}], b""),
