@@ -263,8 +263,8 @@ SCHEMES = {"1.2.840.10045.4.1": ("ec", hashes.SHA1), "1.2.840.10045.4.3.2": ("ec
 
 
 def scheme_of(c):
-    algorithm, *parameters = members(c.inner)
-    return *SCHEMES.get(dotted(algorithm[1]), (None, None)), parameters
+    read = tried(set(), members, c.inner)
+    return *SCHEMES.get(dotted(read[0][1]) if read else "", (None, None)), read and read[1:]
 
 
 def bad_signature(c, spki):
@@ -440,7 +440,7 @@ def constrained(way):
     out = set()
     for at, c in enumerate(way):
         trees = content(c, NC, {0: [], 1: []})
-        for subject in [each for each in way[:at] if each is way[0] or not each.self_issued]:
+        for subject in [each for each in way[:at] if any(trees.values()) and (each is way[0] or not each.self_issued)]:
             for form, value in names_of(subject):
                 permitted, excluded = ([base for kind, base in trees[side] if kind == form] for side in (0, 1))
                 bases = permitted + excluded
