@@ -133,10 +133,10 @@ void measureReading(const std::string& octets) {
 
 int main(int argc, char** argv) {
   using namespace velmora::bench;
-  // Memory stays with the process, or its pages are made anew for each run of what is large, and of
-  // nothing else.
   asksForMemory = argc > 1 && std::string_view(argv[1]) == "--memory";
   if (!asksForMemory) {
+    // Memory stays with the process, or its pages are made anew for each run of what is large, and
+    // of nothing else.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
   }

@@ -939,8 +939,10 @@ class Usage(unittest.TestCase):
                 status, _, errors = run(*command, data("three_1.der"), unreadable, data("three_1.der"))
                 self.assertEqual((status, len(re.findall(reason, errors))), (3, 1), errors)
             for option in ("--roots", "--chain", "--crl") if unreadable != "/" else ():  # what is asked with has to be whole
-                status, out, errors = run("verify", *(["--roots", data("three_0.der")] if option != "--roots" else []), option, unreadable, data("three_1.der"))
-                self.assertEqual((status, bool(re.search(reason, errors)), "holds" in out), (3, True, False), errors)
+                for given in (None, unreadable):  # with the first of these it verifies
+                    files = {"--roots": EXAMPLES / "root.pem", "--chain": EXAMPLES / "intermediate.pem", **({option: given} if given else {})}
+                    status, out, errors = run("verify", "--at", "2026-06-01", *(str(word) for pair in files.items() for word in pair), str(EXAMPLES / "leaf.pem"))
+                    self.assertEqual((status, bool(re.search(reason, errors)), ": verified" in out), (3, True, False) if given else (0, False, True), errors)
 
     def test_a_reader_that_goes_away_is_no_news(self):
         program = subprocess.Popen([PROGRAM, "show", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
